@@ -1,0 +1,196 @@
+// Engine objects: the common object header, the model store and the problem object.
+//
+// The model store is the source of truth for every query; HiGHS only ever sees a lowered
+// copy built at solve time (solve/). All members are plain data with the invariants stated
+// beside them; code that changes the store keeps those invariants and calls
+// Problem::modelChanged() so that cached views and answers are dropped.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "nvrl.h"
+
+namespace nvrl {
+
+enum class ObjectKind : uint32_t { Env = 1, Problem = 2, SlpProblem = 3, BranchObject = 4 };
+
+constexpr uint32_t kObjectMagic = 0x4e56524cu;  // tags live objects; cleared on destruction
+
+}  // namespace nvrl
+
+// Every handle the C API hands out starts with this header.
+struct nvrl_object_s {
+  uint32_t magic = nvrl::kObjectMagic;
+  nvrl::ObjectKind kind;
+  explicit nvrl_object_s(nvrl::ObjectKind k) : kind(k) {}
+};
+
+namespace nvrl {
+
+constexpr double kInf = 1e20;
+inline bool isInfUp(double v) { return v >= kInf; }
+inline bool isInfLo(double v) { return v <= -kInf; }
+
+// Row-wise sparse matrix (CSR). start has rows+1 entries, start[0] == 0; entries of a row have
+// distinct column indices (order within a row is not significant) and non-zero values.
+struct RowMatrix {
+  std::vector<int64_t> start{0};
+  std::vector<int> col;
+  std::vector<double> val;
+  int rows() const { return static_cast<int>(start.size()) - 1; }
+  int64_t nnz() const { return start.back(); }
+};
+
+// Column-wise view built on demand from RowMatrix (see Model::columnView()).
+struct ColMatrix {
+  std::vector<int64_t> start{0};
+  std::vector<int> row;
+  std::vector<double> val;
+};
+
+// Symmetric quadratic form stored as its upper triangle: key (i, j) with i <= j. Values are
+// as the C API's triplets give them (see nvrl.h for the objective and row conventions).
+using QMatrix = std::map<std::pair<int, int>, double>;
+
+struct SpecialOrderedSet {
+  char type = '1';            // '1' or '2'
+  std::vector<int> cols;
+  std::vector<double> refs;   // reference values (weights), same length as cols
+};
+
+struct GeneralConstraint {
+  int type = 0;               // NVRL_GENCONS_...
+  int resultant = -1;
+  std::vector<int> cols;
+  std::vector<double> vals;
+};
+
+struct PwlConstraint {
+  int col = -1;
+  int resultant = -1;
+  std::vector<double> x, y;   // breakpoints, x non-decreasing
+};
+
+// The user's model. Vectors indexed by column have cols() entries, by row rows() entries.
+struct Model {
+  std::string name;
+  int objsense = 1;           // 1 minimise, -1 maximise
+  double objconst = 0.0;      // objective = objconst + obj'x + quadratic part
+
+  // columns
+  std::vector<double> obj, lb, ub;
+  std::vector<char> coltype;  // 'C','I','B','S','R','P'
+  std::vector<double> limit;  // threshold of 'S','R','P' columns, 0 otherwise
+
+  // rows
+  std::vector<char> rowtype;  // 'L','G','E','R','N'
+  std::vector<double> rhs;
+  std::vector<double> range;  // meaningful for 'R' rows only (>= 0), 0 otherwise
+  RowMatrix A;
+
+  QMatrix qobj;                       // quadratic objective
+  std::map<int, QMatrix> qrows;       // row index -> quadratic part (only non-empty ones)
+
+  std::vector<SpecialOrderedSet> sets;
+  std::vector<int> indcol;            // per row: indicator column or -1
+  std::vector<int> indcomp;           // per row: 1 (col = 1), -1 (col = 0), 0 none
+  std::vector<GeneralConstraint> gencons;
+  std::vector<PwlConstraint> pwlcons;
+
+  // names; an empty string means "unnamed" (reported as the default name)
+  std::vector<std::string> rownames, colnames, setnames;
+
+  int cols() const { return static_cast<int>(obj.size()); }
+  int rows() const { return static_cast<int>(rowtype.size()); }
+  int nsets() const { return static_cast<int>(sets.size()); }
+};
+
+// Answers of the last optimisation, in the user's rows and columns.
+struct SolveState {
+  int lpstatus = NVRL_LP_UNSTARTED;
+  int mipstatus = NVRL_MIP_NOT_LOADED;
+  int stopstatus = NVRL_STOP_NONE;
+  bool have_primal = false, have_dual = false, have_basis = false;
+  bool was_mip = false;
+  double lpobjval = 0.0, mipobjval = 0.0, bestbound = 0.0, mipgap = 0.0;
+  int64_t simplex_iter = 0, barrier_iter = 0, nodes = 0;
+  int solutions = 0;
+  double solvetime = 0.0;
+  std::vector<double> x, slack, duals, djs;   // slack: rhs - activity
+  std::vector<int> rowstat, colstat;          // NVRL_BASIS_...
+  bool has_primal_ray = false, has_dual_ray = false;
+  std::vector<double> primal_ray, dual_ray;
+  int unbounded_col = -1;
+  void clear() { *this = SolveState(); }
+};
+
+// Control values of one problem or of the nonlinear layer; the registry gives defaults.
+struct ControlValues {
+  std::unordered_map<int, int64_t> ints;
+  std::unordered_map<int, double> dbls;
+  std::unordered_map<int, std::string> strs;
+};
+
+struct MessageCallback {
+  NVRLmsgcb cb;
+  void *data;
+  int priority;
+};
+
+class HighsSession;  // solve/highs_session.h: the persistent HiGHS instance
+
+}  // namespace nvrl
+
+struct nvrl_problem_s : nvrl_object_s {
+  nvrl_problem_s();
+  ~nvrl_problem_s();
+
+  nvrl::Model model;
+  nvrl::SolveState sol;
+  nvrl::ControlValues controls;
+  std::vector<nvrl::MessageCallback> msgcbs;  // sorted by priority, highest first
+
+  int lasterror_code = 0;
+  std::string lasterror;
+
+  // Set by NVRLinterrupt or the SIGINT handler; the running solve polls it.
+  std::atomic<int> interrupt_reason{0};
+  std::unique_ptr<nvrl::HighsSession> highs;  // created lazily by the solver
+  // Incremented by modelChanged(); the solver compares it with what it last lowered.
+  uint64_t version = 0;
+
+  // Records an error (message formatted printf-style) and returns its non-zero code.
+  int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+  void clearError() { lasterror_code = 0; lasterror.clear(); }
+  // Drops answers and cached views after any change to the model.
+  void modelChanged();
+  // Sends one log line to the problem's callbacks and the global handlers.
+  void log(int msgtype, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
+  void logLine(int msgtype, const std::string &line);
+};
+
+namespace nvrl {
+
+// Validates a handle; on failure records a global error and returns null.
+nvrl_problem_s *checkProblem(NVRLprob prob);
+
+// Global error (environment calls and invalid handles).
+int failGlobal(int code, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+
+// Sends a line to the global message handlers on behalf of obj.
+void dispatchGlobal(NVRLobject obj, int msgtype, const char *msg, int len);
+
+// Reads a control value of a problem (defaults from the registry when never set).
+int64_t getIntControl(const nvrl_problem_s *p, int id);
+double getDblControl(const nvrl_problem_s *p, int id);
+std::string getStrControl(const nvrl_problem_s *p, int id);
+
+}  // namespace nvrl
