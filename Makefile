@@ -15,7 +15,7 @@ demo: build
 test: build test-engine test-python
 
 test-engine: build
-	ctest --test-dir $(BUILD)/engine --output-on-failure -j $(JOBS)
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
 test-python: build
 	$(PY) -m pytest tests
