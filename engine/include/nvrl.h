@@ -188,7 +188,7 @@ NVRL_API int NVRLaddcbmessage(NVRLprob prob, NVRLmsgcb cb, void *data, int prior
 /* Removes matching callbacks; a null cb removes all, a null data matches any data. */
 NVRL_API int NVRLremovecbmessage(NVRLprob prob, NVRLmsgcb cb, void *data);
 
-/* ----- Loading a whole problem (replaces the current model) ----- */
+/* ----- Loading a whole problem (replaces the current model; the objective sense stays) ----- */
 /* Column-wise matrix: column j has entries start[j] .. start[j]+collen[j]-1, or
  * start[j] .. start[j+1]-1 when collen is null (start then has ncols+1 entries).
  * range may be null (no ranges); lb/ub null mean 0 and +infinity. */
@@ -257,7 +257,9 @@ NVRL_API int NVRLloadqcqpglobal64(NVRLprob prob, const char *name, int ncols, in
 
 /* ----- Adding and deleting ----- */
 /* Row-wise entries: row i has start[i] .. start[i+1]-1 (start has nrows+1 entries; may be
- * null when ncoefs is 0). range may be null. */
+ * null when ncoefs is 0). range may be null. The last row always ends at ncoefs, so start[nrows]
+ * is never read (the same holds for the starts of NVRLaddcols64, NVRLaddsets64,
+ * NVRLaddgencons64 and NVRLaddpwlcons64). Repeated (row, column) entries are summed. */
 NVRL_API int NVRLaddrows64(NVRLprob prob, int nrows, NVRLint64 ncoefs, const char rowtype[],
                            const double rhs[], const double range[], const NVRLint64 start[],
                            const int colind[], const double rowcoef[]);
@@ -281,7 +283,8 @@ NVRL_API int NVRLgetnames(NVRLprob prob, int type, char names[], int first, int 
  * needed) is set. */
 NVRL_API int NVRLgetnamelist(NVRLprob prob, int type, char names[], int maxbytes, int *nbytes,
                              int first, int last);
-/* Index of the row, column or set of the given name; fails when there is none. */
+/* Index of the row, column or set of the given name (a user name before another item's
+ * default name); fails when there is none. */
 NVRL_API int NVRLgetindex(NVRLprob prob, int type, const char *name, int *index);
 NVRL_API int NVRLaddsetnames(NVRLprob prob, const char names[], int first, int last);
 
@@ -293,9 +296,11 @@ NVRL_API int NVRLchgobjsense(NVRLprob prob, int objsense);
 NVRL_API int NVRLchgbounds(NVRLprob prob, int nbounds, const int colind[], const char bndtype[],
                            const double bndval[]);
 NVRL_API int NVRLchgrhs(NVRLprob prob, int nrows, const int rowind[], const double rhs[]);
-/* Sets the range of rows; a row of type 'L' or 'G' becomes 'R' (a negative range is an error). */
+/* Sets the range of rows; a row of type 'L' or 'G' becomes 'R' (a negative range is an error).
+ * 'G' and 'E' rows keep their rhs as the lower end (rhs becomes rhs+range); 'N' rows fail. */
 NVRL_API int NVRLchgrhsrange(NVRLprob prob, int nrows, const int rowind[], const double rng[]);
 NVRL_API int NVRLchgrowtype(NVRLprob prob, int nrows, const int rowind[], const char rowtype[]);
+/* Making a column binary ('B') narrows its bounds into [0, 1]. */
 NVRL_API int NVRLchgcoltype(NVRLprob prob, int ncols, const int colind[], const char coltype[]);
 /* Limits of semi-continuous, semi-integer and partially integer columns. */
 NVRL_API int NVRLchgglblimit(NVRLprob prob, int ncols, const int colind[], const double limit[]);

@@ -43,6 +43,14 @@ constexpr int kObjConstant = 2006;
 constexpr int kMaxPrimalInfeas = 2009;
 constexpr int kMaxDualInfeas = 2010;
 
+// ---- optimiser string attributes ----
+constexpr int kVersionAttr = 3001;           // the library version, "major.minor.patch"
+
+// ---- optimiser string controls ----
+constexpr int kMpsRhsName = 6001;          // RHS set to read from an MPS file ("" the first)
+constexpr int kMpsBoundName = 6002;        // BOUNDS set to read ("" the first)
+constexpr int kMpsRangeName = 6003;        // RANGES set to read ("" the first)
+
 // ---- optimiser controls ----
 constexpr int kTimeLimit = 7001;           // double, seconds; <= 0 or >= 1e20: none
 constexpr int kMipRelGap = 7002;           // double
@@ -78,5 +86,27 @@ constexpr int kSlpAutoPresolve = 12415;    // int control
 constexpr int kSlpPostsolve = 12416;       // int control "nslp_postsolve"
 constexpr int kSlpIterLimit = 12100;       // int control
 constexpr int kSlpIterations = 12101;      // int attribute
+constexpr int kSlpStopStatus = 12102;      // int attribute, NVRL_STOP_...
+constexpr int kSlpTimeLimit = 12103;       // double control, seconds, 0 none
+constexpr int kSlpLogLevel = 12104;        // int control, 0 silent, 1 normal, 2 verbose
+constexpr int kSlpStepTol = 12110;         // double control, relative step (closure) tolerance
+constexpr int kSlpObjAbsTol = 12111;       // double control
+constexpr int kSlpObjRelTol = 12112;       // double control
+constexpr int kSlpFeasTol = 12113;         // double control, row violation
+constexpr int kSlpInitialStep = 12120;     // double control, initial step bound
+constexpr int kSlpMinStep = 12121;         // double control
+constexpr int kSlpMaxStep = 12122;         // double control
+constexpr int kSlpStepExpand = 12123;      // double control, factor after a good step
+constexpr int kSlpStepShrink = 12124;      // double control, factor after a rejected step
+constexpr int kSlpPenalty = 12130;         // double control, initial infeasibility penalty
+constexpr int kSlpPenaltyGrowth = 12131;   // double control
+constexpr int kSlpPenaltyMax = 12132;      // double control
+constexpr int kSlpDerivStep = 12140;       // double control, relative finite-difference step
+constexpr int kSlpInterruptReason = 12180; // int attribute: last NSLPinterrupt reason, 0 none
+
+// ---- nonlinear solver: interior-point list (settings of the LP subproblems' barrier) ----
+constexpr int kSlpIpmUse = 12900;          // int control, 1 solve subproblems by barrier
+constexpr int kSlpIpmTol = 12901;          // double control
+constexpr int kSlpIpmIterLimit = 12902;    // int control, 0 none
 
 }  // namespace nvrl::id

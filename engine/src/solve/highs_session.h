@@ -3,6 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
+
+#include "solve/lowered_model.h"
 
 namespace nvrl {
 
@@ -15,8 +19,39 @@ class HighsSession {
 
   void *handle() const { return highs_; }
 
+  // Brings HiGHS up to date with the model. Nothing happens when the model version and mode
+  // are those of the last call. When the lowered structure (matrix, Hessian, integrality) is
+  // unchanged only the changed costs, bounds, offset and sense are passed, which keeps the
+  // basis; otherwise the whole model is passed. Returns false with a message in `err`.
+  bool sync(const Model &m, uint64_t version, LowerMode mode, std::string &err);
+
+  const LoweredModel &lowered() const { return lowered_; }
+  // Number of data items passed by the last sync as changes (-1: the whole model was passed).
+  int64_t lastChangeCount() const { return last_changes_; }
+
+  // A basis (user rows and columns, NVRL_BASIS_... codes) to start the next solve from.
+  void setPendingBasis(std::vector<int> rowstat, std::vector<int> colstat);
+  // A starting point (user columns; rows as activities, empty when not given).
+  void setPendingSolution(std::vector<double> x, std::vector<double> activity,
+                          std::vector<double> duals, std::vector<double> djs);
+  // Hands a pending basis or starting point to HiGHS (after sync).
+  bool applyPending(std::string &err);
+
  private:
+  bool passWholeModel(const LoweredModel &L, std::string &err);
+  bool passChanges(const LoweredModel &L, std::string &err);
+
   void *highs_ = nullptr;  // Highs_create()
+  LoweredModel lowered_;
+  bool loaded_ = false;
+  uint64_t version_ = 0;
+  LowerMode mode_ = LowerMode::Relaxation;
+  int64_t last_changes_ = -1;
+
+  bool have_basis_ = false;
+  std::vector<int> basis_rows_, basis_cols_;
+  bool have_start_ = false;
+  std::vector<double> start_x_, start_act_, start_duals_, start_djs_;
 };
 
 }  // namespace nvrl

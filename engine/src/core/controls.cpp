@@ -1,0 +1,183 @@
+// The optimiser's controls: typed get/set, defaults, copies, dumps and the published list.
+#include <climits>
+#include <cstring>
+
+#include "core/control_values.h"
+#include "core/environment.h"
+#include "core/text.h"
+
+namespace nvrl {
+
+// Internal readers for the engine's own code; an id of another type is a programming error,
+// answered with the registry's neutral value rather than a crash.
+int64_t getIntControl(const nvrl_problem_s *p, int id) {
+  const ParamInfo *info = findParam(id);
+  if (!info || !info->isIntegral()) return 0;
+  return intValue(p->controls, *info);
+}
+
+double getDblControl(const nvrl_problem_s *p, int id) {
+  const ParamInfo *info = findParam(id);
+  if (!info || info->type != ParamType::Double) return 0.0;
+  return dblValue(p->controls, *info);
+}
+
+std::string getStrControl(const nvrl_problem_s *p, int id) {
+  const ParamInfo *info = findParam(id);
+  if (!info || info->type != ParamType::String) return {};
+  return strValue(p->controls, *info);
+}
+
+}  // namespace nvrl
+
+using namespace nvrl;
+
+namespace {
+
+// Checks the handle and resolves the id; on failure the error is recorded on the problem.
+nvrl_problem_s *prepare(NVRLprob prob, const char *fn, int id, Access access, const void *ptr,
+                        const ParamInfo **info) {
+  nvrl_problem_s *p = checkProblem(prob);
+  if (!p) return nullptr;
+  if (!ptr) {
+    p->fail("%s: null value pointer", fn);
+    return nullptr;
+  }
+  std::string err;
+  *info = resolveParam(fn, id, access, true, false, err);
+  if (!*info) {
+    p->fail("%s", err.c_str());
+    return nullptr;
+  }
+  return p;
+}
+
+int setInt(NVRLprob prob, const char *fn, int id, int64_t value) {
+  const ParamInfo *info;
+  nvrl_problem_s *p = prepare(prob, fn, id, Access::Integral, &value, &info);
+  if (!p) return 1;
+  std::string err;
+  if (!setIntValue(p->controls, *info, value, fn, err)) return p->fail("%s", err.c_str());
+  return 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+NVRL_API int NVRLgetintcontrol(NVRLprob prob, int control, int *value) {
+  const ParamInfo *info;
+  nvrl_problem_s *p = prepare(prob, "NVRLgetintcontrol", control, Access::Integral, value, &info);
+  if (!p) return 1;
+  int64_t v = intValue(p->controls, *info);
+  if (v < INT_MIN || v > INT_MAX)
+    return p->fail("NVRLgetintcontrol: %d (%s) holds %lld, which needs NVRLgetintcontrol64",
+                   control, info->name, static_cast<long long>(v));
+  *value = static_cast<int>(v);
+  return 0;
+}
+
+NVRL_API int NVRLgetintcontrol64(NVRLprob prob, int control, NVRLint64 *value) {
+  const ParamInfo *info;
+  nvrl_problem_s *p =
+      prepare(prob, "NVRLgetintcontrol64", control, Access::Integral, value, &info);
+  if (!p) return 1;
+  *value = intValue(p->controls, *info);
+  return 0;
+}
+
+NVRL_API int NVRLsetintcontrol(NVRLprob prob, int control, int value) {
+  return setInt(prob, "NVRLsetintcontrol", control, value);
+}
+
+NVRL_API int NVRLsetintcontrol64(NVRLprob prob, int control, NVRLint64 value) {
+  return setInt(prob, "NVRLsetintcontrol64", control, value);
+}
+
+NVRL_API int NVRLgetdblcontrol(NVRLprob prob, int control, double *value) {
+  const ParamInfo *info;
+  nvrl_problem_s *p = prepare(prob, "NVRLgetdblcontrol", control, Access::Double, value, &info);
+  if (!p) return 1;
+  *value = dblValue(p->controls, *info);
+  return 0;
+}
+
+NVRL_API int NVRLsetdblcontrol(NVRLprob prob, int control, double value) {
+  const ParamInfo *info;
+  nvrl_problem_s *p = prepare(prob, "NVRLsetdblcontrol", control, Access::Double, &value, &info);
+  if (!p) return 1;
+  std::string err;
+  if (!setDblValue(p->controls, *info, value, "NVRLsetdblcontrol", err))
+    return p->fail("%s", err.c_str());
+  return 0;
+}
+
+NVRL_API int NVRLgetstrcontrol(NVRLprob prob, int control, char *value) {
+  const ParamInfo *info;
+  nvrl_problem_s *p = prepare(prob, "NVRLgetstrcontrol", control, Access::String, value, &info);
+  if (!p) return 1;
+  copyText(value, NVRL_MAXNAMELEN, strValue(p->controls, *info).c_str());
+  return 0;
+}
+
+NVRL_API int NVRLsetstrcontrol(NVRLprob prob, int control, const char *value) {
+  const ParamInfo *info;
+  nvrl_problem_s *p = prepare(prob, "NVRLsetstrcontrol", control, Access::String, value, &info);
+  if (!p) return 1;
+  std::string err;
+  if (!setStrValue(p->controls, *info, value, "NVRLsetstrcontrol", err))
+    return p->fail("%s", err.c_str());
+  return 0;
+}
+
+NVRL_API int NVRLgetcalist_c(NVRLprob prob, const NVRLcaentry **list) {
+  nvrl_problem_s *p = checkProblem(prob);
+  if (!p) return 1;
+  if (!list) return p->fail("NVRLgetcalist_c: null output pointer");
+  *list = caList(ParamOwner::Optimiser);
+  return 0;
+}
+
+NVRL_API int NVRLgetcontrolinfo(NVRLprob prob, const char *name, int *id, int *type,
+                                int *iscontrol) {
+  nvrl_problem_s *p = checkProblem(prob);
+  if (!p) return 1;
+  if (!name) return p->fail("NVRLgetcontrolinfo: null name");
+  const ParamInfo *info = findParamByName(name);
+  if (!info || info->isNonlinear())
+    return p->fail("NVRLgetcontrolinfo: no control or attribute of the optimiser is named '%s'",
+                   name);
+  if (id) *id = info->id;
+  if (type) *type = static_cast<int>(info->type);
+  if (iscontrol) *iscontrol = info->isControl() ? 1 : 0;
+  return 0;
+}
+
+NVRL_API int NVRLsetdefaults(NVRLprob prob) {
+  nvrl_problem_s *p = checkProblem(prob);
+  if (!p) return 1;
+  p->controls = ControlValues();
+  return 0;
+}
+
+NVRL_API int NVRLcopycontrols(NVRLprob dest, NVRLprob src) {
+  nvrl_problem_s *d = checkProblem(dest);
+  if (!d) return 1;
+  nvrl_problem_s *s = checkProblem(src);
+  if (!s) return d->fail("NVRLcopycontrols: invalid source problem");
+  if (d != s) d->controls = s->controls;
+  return 0;
+}
+
+NVRL_API int NVRLdumpcontrols(NVRLprob prob) {
+  nvrl_problem_s *p = checkProblem(prob);
+  if (!p) return 1;
+  for (const ParamInfo &info : paramTable()) {
+    if (info.owner != ParamOwner::Optimiser || !info.isControl()) continue;
+    if (isNonDefault(p->controls, info))
+      p->log(NVRL_MSG_INFO, "%s = %s", info.name, valueText(p->controls, info).c_str());
+  }
+  return 0;
+}
+
+}  // extern "C"

@@ -1,0 +1,315 @@
+// The table of controls and attributes and its lookups.
+#include "core/registry.h"
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <unordered_map>
+#include <vector>
+
+#include "core/ids.h"
+#include "core/text.h"
+
+namespace nvrl {
+namespace {
+
+constexpr int64_t kIntMax = INT_MAX;
+constexpr int64_t kInt64Max = INT64_MAX;
+constexpr double kUnbounded = 1e300;  // a double control without a finite bound
+
+constexpr ParamOwner kOpt = ParamOwner::Optimiser;
+constexpr ParamOwner kNl = ParamOwner::Nonlinear;
+constexpr ParamOwner kIpm = ParamOwner::NonlinearIpm;
+
+constexpr ParamInfo intCtl(int id, const char *name, int64_t def, int64_t lo, int64_t hi,
+                           const char *doc, ParamOwner owner = kOpt) {
+  return {id, name, ParamType::Int, ParamKind::Control, owner, def, lo, hi, 0, 0, 0, "", doc};
+}
+constexpr ParamInfo int64Ctl(int id, const char *name, int64_t def, int64_t lo, int64_t hi,
+                             const char *doc, ParamOwner owner = kOpt) {
+  return {id, name, ParamType::Int64, ParamKind::Control, owner, def, lo, hi, 0, 0, 0, "", doc};
+}
+constexpr ParamInfo dblCtl(int id, const char *name, double def, double lo, double hi,
+                           const char *doc, ParamOwner owner = kOpt) {
+  return {id, name, ParamType::Double, ParamKind::Control, owner, 0, 0, 0, def, lo, hi, "", doc};
+}
+constexpr ParamInfo strCtl(int id, const char *name, const char *def, const char *doc,
+                           ParamOwner owner = kOpt) {
+  return {id, name, ParamType::String, ParamKind::Control, owner, 0, 0, 0, 0, 0, 0, def, doc};
+}
+constexpr ParamInfo attr(int id, const char *name, ParamType type, const char *doc,
+                         ParamOwner owner = kOpt) {
+  return {id, name, type, ParamKind::Attribute, owner, 0, 0, 0, 0, 0, 0, "", doc};
+}
+constexpr ParamInfo intAttr(int id, const char *name, const char *doc, ParamOwner owner = kOpt) {
+  return attr(id, name, ParamType::Int, doc, owner);
+}
+constexpr ParamInfo int64Attr(int id, const char *name, const char *doc) {
+  return attr(id, name, ParamType::Int64, doc);
+}
+constexpr ParamInfo dblAttr(int id, const char *name, const char *doc, ParamOwner owner = kOpt) {
+  return attr(id, name, ParamType::Double, doc, owner);
+}
+
+using namespace id;
+
+const ParamInfo kTable[] = {
+    // ---- optimiser attributes ----
+    intAttr(kRows, "rows", "Number of rows."),
+    int64Attr(kElems, "elements", "Number of nonzero coefficients of the matrix."),
+    int64Attr(kQElems, "objective_quadratic_elements",
+              "Entries of the quadratic objective (upper triangle)."),
+    intAttr(kSets, "sets", "Number of special ordered sets."),
+    intAttr(kQConstraints, "quadratic_rows", "Rows with a quadratic part."),
+    intAttr(kLpStatus, "lp_status", "Status of the last LP solve (lp_... constants)."),
+    intAttr(kMipStatus, "mip_status", "Status of the last MIP solve (mip_... constants)."),
+    intAttr(kCols, "columns", "Number of columns."),
+    intAttr(kSpareRows, "spare_rows", "Spare rows allocated beyond the problem's rows (always 0)."),
+    intAttr(kStopStatus, "stop_status", "Why the last solve stopped (stop_... constants)."),
+    int64Attr(kSimplexIter, "simplex_iterations", "Simplex iterations of the last solve."),
+    int64Attr(kBarIter, "barrier_iterations", "Barrier iterations of the last solve."),
+    int64Attr(kNodes, "nodes", "Branch-and-bound nodes of the last MIP solve."),
+    intAttr(kSolutions, "mip_solutions", "Integer solutions found by the last MIP solve."),
+    intAttr(kSolStatus, "solution_available", "1 when the last solve left a primal solution."),
+    intAttr(kNamelength, "name_length",
+            "Longest row, column or set name, in units of 8 characters (rounded up)."),
+    intAttr(kHasDualRay, "has_dual_ray", "1 when the last LP solve proved infeasibility by a ray."),
+    intAttr(kHasPrimalRay, "has_primal_ray",
+            "1 when the last LP solve proved unboundedness by a ray."),
+    intAttr(kMipEnts, "discrete_columns",
+            "Columns of type integer, binary, semi-continuous, semi-integer or partially integer."),
+    intAttr(kOriginalRows, "original_rows", "Rows of the problem as loaded (equal to rows)."),
+    intAttr(kProbNameLength, "problem_name_length",
+            "Bytes needed for the problem name, terminator included."),
+    intAttr(kOriginalSets, "original_sets", "Sets of the problem as loaded (equal to sets)."),
+    intAttr(kOriginalCols, "original_columns",
+            "Columns of the problem as loaded (equal to columns)."),
+    intAttr(kIndicators, "indicators", "Rows that are indicator constraints."),
+    intAttr(kGenConsAndPwl, "general_constraints",
+            "General constraints plus piecewise-linear constraints."),
+    intAttr(kPwlCons, "pwl_constraints", "Piecewise-linear constraints."),
+    dblAttr(kLpObjVal, "lp_objective", "Objective value of the last LP solve."),
+    dblAttr(kBestBound, "best_bound", "Best bound on the objective found by the last MIP solve."),
+    dblAttr(kMipObjVal, "mip_objective", "Objective value of the best MIP solution."),
+    dblAttr(kMipRelGapAttr, "mip_gap", "Relative gap between mip_objective and best_bound."),
+    dblAttr(kSolveTime, "solve_time", "Seconds spent in the last solve."),
+    dblAttr(kObjConstant, "objective_constant", "Constant term of the objective."),
+    dblAttr(kObjSenseAttr, "objective_sense", "1 when minimising, -1 when maximising."),
+    dblAttr(kMaxPrimalInfeas, "max_primal_infeasibility",
+            "Largest bound or row violation of the current solution (0 without one)."),
+    dblAttr(kMaxDualInfeas, "max_dual_infeasibility",
+            "Largest reduced cost of the wrong sign in the current solution (0 without one)."),
+    attr(kVersionAttr, "version", ParamType::String, "Version of the library (major.minor.patch)."),
+
+    // ---- optimiser controls ----
+    strCtl(kMpsRhsName, "mps_rhs_name",
+           "", "RHS set read from an MPS file holding several (empty: the first)."),
+    strCtl(kMpsBoundName, "mps_bound_name",
+           "", "BOUNDS set read from an MPS file holding several (empty: the first)."),
+    strCtl(kMpsRangeName, "mps_range_name",
+           "", "RANGES set read from an MPS file holding several (empty: the first)."),
+    dblCtl(kTimeLimit, "time_limit", 0.0, 0.0, kUnbounded,
+           "Seconds a solve may run; 0 or 1e20 and beyond: no limit."),
+    dblCtl(kMipRelGap, "mip_relative_gap", 1e-4, 0.0, kUnbounded,
+           "A MIP solve stops when the relative gap falls to this value."),
+    dblCtl(kMipAbsGap, "mip_absolute_gap", 1e-6, 0.0, kUnbounded,
+           "A MIP solve stops when the absolute gap falls to this value."),
+    dblCtl(kFeasTol, "feasibility_tolerance", 1e-6, 1e-10, 1e-1,
+           "Largest bound or row violation accepted as feasible."),
+    dblCtl(kOptTol, "optimality_tolerance", 1e-6, 1e-10, 1e-1,
+           "Largest reduced cost of the wrong sign accepted as optimal."),
+    dblCtl(kMipTol, "miptol", 5e-6, 1e-10, 0.5,
+           "Integrality tolerance: a value this close to an integer counts as integral."),
+    dblCtl(kCutoff, "cutoff", 1e20, -kUnbounded, kUnbounded,
+           "Solutions with an objective worse than this are discarded; 1e20 or beyond in "
+           "absolute value: none."),
+    dblCtl(kBarrierTol, "barrier_tolerance", 1e-8, 1e-12, 1e-1,
+           "Convergence tolerance of the barrier (interior point) algorithm."),
+    int64Ctl(kNodeLimit, "node_limit", 0, 0, kInt64Max,
+             "Branch-and-bound nodes a MIP solve may explore; 0: no limit."),
+    intCtl(kSolutionLimit, "solution_limit", 0, 0, kIntMax,
+           "A MIP solve stops after this many integer solutions; 0: no limit."),
+    intCtl(kThreads, "threads", 0, 0, 1024, "Threads the optimiser may use; 0: automatic."),
+    intCtl(kPresolve, "presolve", 1, 0, 1, "1 to simplify the problem before solving, 0 not to."),
+    intCtl(kLpAlgorithm, "lp_algorithm", 1, 1, 4,
+           "LP algorithm: 1 automatic, 2 dual simplex, 3 primal simplex, 4 barrier."),
+    intCtl(kLogLevel, "log_level", 1, 0, 2, "Solver log: 0 silent, 1 normal, 2 verbose."),
+    int64Ctl(kLpIterLimit, "lp_iteration_limit", 0, 0, kInt64Max,
+             "Simplex iterations a solve may take; 0: no limit."),
+    intCtl(kBarIterLimit, "barrier_iteration_limit", 0, 0, kIntMax,
+           "Barrier iterations a solve may take; 0: no limit."),
+    intCtl(kCrossover, "crossover", 1, 0, 1,
+           "1 to turn a barrier solution into a basic solution, 0 not to."),
+    intCtl(kLoadLog, "load_log", 1, 0, 1, "1 when loading a problem writes a log line, 0 not."),
+    intCtl(kRandomSeed, "random_seed", 0, 0, kIntMax,
+           "Seed of the optimiser's random choices."),
+
+    // ---- nonlinear solver attributes ----
+    intAttr(kSlpRows, "nslp_rows", "Rows seen by the nonlinear solver.", kNl),
+    intAttr(kSlpCols, "nslp_columns", "Columns seen by the nonlinear solver.", kNl),
+    intAttr(kSlpConstantCol, "nslp_constant_column",
+            "Index of the nonlinear solver's constant column; -1 until constructed.", kNl),
+    intAttr(kSlpCoefs, "nslp_coefficients", "Nonlinear coefficients.", kNl),
+    intAttr(kSlpNonlinearRows, "nslp_nonlinear_rows", "Rows with nonlinear coefficients.", kNl),
+    intAttr(kSlpNlpStatus, "nslp_status",
+            "Status of the last nonlinear solve (nlp_... constants); 0 unstarted.", kNl),
+    intAttr(kSlpStateBits, "nslp_state",
+            "State bits of the nonlinear problem: bit 0 constructed, bit 29 presolved.", kNl),
+    intAttr(kSlpIterations, "nslp_iterations", "Iterations of the last nonlinear solve.", kNl),
+    intAttr(kSlpStopStatus, "nslp_stop_status",
+            "Why the last nonlinear solve stopped (stop_... constants).", kNl),
+    dblAttr(kSlpObjVal, "nslp_objective", "Objective value of the last nonlinear solve.", kNl),
+    intAttr(kSlpInterruptReason, "nslp_interrupt_reason",
+            "Reason given to the last interrupt request; 0 none.", kNl),
+
+    // ---- nonlinear solver controls ----
+    intCtl(kSlpIterLimit, "nslp_iteration_limit", 1000, 1, kIntMax,
+           "Linearisations a nonlinear solve may take.", kNl),
+    dblCtl(kSlpTimeLimit, "nslp_time_limit", 0.0, 0.0, kUnbounded,
+           "Seconds a nonlinear solve may run; 0: no limit.", kNl),
+    intCtl(kSlpLogLevel, "nslp_log_level", 1, 0, 2,
+           "Nonlinear solver log: 0 silent, 1 one line per iteration, 2 verbose.", kNl),
+    dblCtl(kSlpStepTol, "nslp_step_tolerance", 1e-6, 0.0, kUnbounded,
+           "Converged when every step is below this, relative to the column's value.", kNl),
+    dblCtl(kSlpObjAbsTol, "nslp_objective_absolute_tolerance", 1e-6, 0.0, kUnbounded,
+           "Converged when the objective changes by less than this between iterations.", kNl),
+    dblCtl(kSlpObjRelTol, "nslp_objective_relative_tolerance", 1e-6, 0.0, kUnbounded,
+           "Converged when the relative objective change is below this.", kNl),
+    dblCtl(kSlpFeasTol, "nslp_feasibility_tolerance", 1e-6, 1e-12, 1.0,
+           "Largest violation of a nonlinear row accepted as feasible.", kNl),
+    dblCtl(kSlpInitialStep, "nslp_initial_step_bound", 10.0, 1e-12, kUnbounded,
+           "Initial bound on each column's step (trust region).", kNl),
+    dblCtl(kSlpMinStep, "nslp_min_step_bound", 1e-8, 0.0, kUnbounded,
+           "Step bounds are never reduced below this.", kNl),
+    dblCtl(kSlpMaxStep, "nslp_max_step_bound", 1e6, 1e-12, kUnbounded,
+           "Step bounds are never expanded beyond this.", kNl),
+    dblCtl(kSlpStepExpand, "nslp_step_expand", 2.0, 1.0, kUnbounded,
+           "Factor applied to a step bound after a successful step.", kNl),
+    dblCtl(kSlpStepShrink, "nslp_step_shrink", 0.5, 1e-6, 1.0,
+           "Factor applied to a step bound after a rejected step.", kNl),
+    dblCtl(kSlpPenalty, "nslp_penalty", 100.0, 0.0, kUnbounded,
+           "Initial cost of the penalty columns that absorb row infeasibility.", kNl),
+    dblCtl(kSlpPenaltyGrowth, "nslp_penalty_growth", 10.0, 1.0, kUnbounded,
+           "Factor applied to the penalty while penalty columns stay active.", kNl),
+    dblCtl(kSlpPenaltyMax, "nslp_penalty_max", 1e9, 0.0, kUnbounded,
+           "The penalty is never raised beyond this.", kNl),
+    dblCtl(kSlpDerivStep, "nslp_derivative_step", 1e-6, 1e-15, 1.0,
+           "Relative step of finite differences for user functions without derivatives.", kNl),
+    dblCtl(kSlpObjSense, "nslp_objective_sense", 1.0, -1.0, 1.0,
+           "Objective sense of the nonlinear solver: 1 minimise, -1 maximise.", kNl),
+    intCtl(kSlpAutoPresolve, "nslp_auto_presolve", 1, 0, 1,
+           "1 to presolve the nonlinear problem automatically before solving, 0 not to.", kNl),
+    intCtl(kSlpPostsolve, "nslp_postsolve", 0, 0, 1,
+           "1 to restore the original problem after a nonlinear solve, 0 to keep it presolved.",
+           kNl),
+
+    // ---- nonlinear solver: interior-point list ----
+    intCtl(kSlpIpmUse, "nslp_ipm_subproblems", 0, 0, 1,
+           "1 to solve the nonlinear solver's LP subproblems by the barrier method.", kIpm),
+    dblCtl(kSlpIpmTol, "nslp_ipm_tolerance", 1e-8, 1e-12, 1e-1,
+           "Barrier convergence tolerance for the LP subproblems.", kIpm),
+    intCtl(kSlpIpmIterLimit, "nslp_ipm_iteration_limit", 0, 0, kIntMax,
+           "Barrier iterations per LP subproblem; 0: no limit.", kIpm),
+};
+
+std::string lower(const char *s) {
+  std::string out(s);
+  for (char &c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return out;
+}
+
+struct Index {
+  std::unordered_map<int, const ParamInfo *> by_id;
+  std::unordered_map<std::string, const ParamInfo *> by_name;
+  std::vector<NVRLcaentry> lists[3];
+
+  Index() {
+    for (const ParamInfo &p : kTable) {
+      by_id.emplace(p.id, &p);
+      by_name.emplace(p.name, &p);
+      int flags;
+      if (p.owner == kOpt) {
+        flags = p.isIntegral() ? NVRL_CAFLAG_INT
+                : p.type == ParamType::Double ? NVRL_CAFLAG_DOUBLE
+                                              : NVRL_CAFLAG_STRING;
+        if (p.isControl()) flags |= NVRL_CAFLAG_CONTROL;
+      } else {
+        flags = p.isIntegral() ? NSLP_CCFLAG_INT
+                : p.type == ParamType::Double ? NSLP_CCFLAG_DOUBLE
+                                              : NSLP_CCFLAG_STRING;
+        if (p.isControl()) flags |= NSLP_CCFLAG_CONTROL;
+      }
+      lists[static_cast<int>(p.owner)].push_back(
+          NVRLcaentry{p.name, p.id, static_cast<int>(p.type), flags});
+    }
+    for (auto &l : lists) {
+      std::sort(l.begin(), l.end(),
+                [](const NVRLcaentry &a, const NVRLcaentry &b) { return a.id < b.id; });
+      l.push_back(NVRLcaentry{nullptr, 0, -1, 0});
+    }
+  }
+};
+
+const Index &index() {
+  static const Index *idx = new Index;  // never destroyed, like the table it indexes
+  return *idx;
+}
+
+}  // namespace
+
+std::span<const ParamInfo> paramTable() { return std::span<const ParamInfo>(kTable); }
+
+const ParamInfo *findParam(int id) {
+  const auto &m = index().by_id;
+  auto it = m.find(id);
+  return it == m.end() ? nullptr : it->second;
+}
+
+const ParamInfo *findParamByName(const char *name) {
+  if (!name) return nullptr;
+  const auto &m = index().by_name;
+  auto it = m.find(lower(name));
+  return it == m.end() ? nullptr : it->second;
+}
+
+const NVRLcaentry *caList(ParamOwner owner) {
+  return index().lists[static_cast<int>(owner)].data();
+}
+
+const char *typeName(ParamType t) {
+  switch (t) {
+    case ParamType::Int: return "int";
+    case ParamType::Int64: return "int64";
+    case ParamType::Double: return "double";
+    case ParamType::String: return "string";
+  }
+  return "?";
+}
+
+std::string checkIntValue(const ParamInfo &p, int64_t v) {
+  if (v < p.ilo || v > p.ihi)
+    return format("value %lld is outside the range [%lld, %lld]", static_cast<long long>(v),
+                  static_cast<long long>(p.ilo), static_cast<long long>(p.ihi));
+  return {};
+}
+
+std::string checkDblValue(const ParamInfo &p, double v) {
+  if (std::isnan(v)) return "value is not a number";
+  if (p.id == id::kSlpObjSense && v != 1.0 && v != -1.0)
+    return format("value %g must be 1 (minimise) or -1 (maximise)", v);
+  if (v < p.dlo || v > p.dhi)
+    return format("value %g is outside the range [%g, %g]", v, p.dlo, p.dhi);
+  return {};
+}
+
+std::string checkStrValue(const ParamInfo &p, const char *v) {
+  if (!v) return "null string";
+  if (std::strlen(v) >= NVRL_MAXNAMELEN)
+    return format("string of %zu characters is longer than the limit of %d", std::strlen(v),
+                  NVRL_MAXNAMELEN - 1);
+  return {};
+}
+
+}  // namespace nvrl

@@ -1,0 +1,81 @@
+// Renders the registry as the Markdown reference kept in docs/controls.md.
+#include <algorithm>
+#include <vector>
+
+#include "core/registry.h"
+#include "core/text.h"
+
+namespace nvrl {
+namespace {
+
+std::string number(double v) {
+  if (v >= 1e300) return "+inf";
+  if (v <= -1e300) return "-inf";
+  return format("%g", v);
+}
+
+std::string defaultText(const ParamInfo &p) {
+  if (!p.isControl()) return "";
+  if (p.isIntegral()) return format("%lld", static_cast<long long>(p.idef));
+  if (p.type == ParamType::Double) return number(p.ddef);
+  return format("\"%s\"", p.sdef);
+}
+
+std::string rangeText(const ParamInfo &p) {
+  if (!p.isControl()) return "";
+  if (p.isIntegral())
+    return format("%lld .. %lld", static_cast<long long>(p.ilo), static_cast<long long>(p.ihi));
+  if (p.type == ParamType::Double) return number(p.dlo) + " .. " + number(p.dhi);
+  return format("up to %d characters", NVRL_MAXNAMELEN - 1);
+}
+
+void section(std::string &out, const char *title, ParamOwner owner, bool controls) {
+  std::vector<const ParamInfo *> rows;
+  for (const ParamInfo &p : paramTable())
+    if (p.owner == owner && p.isControl() == controls) rows.push_back(&p);
+  if (rows.empty()) return;
+  std::sort(rows.begin(), rows.end(),
+            [](const ParamInfo *a, const ParamInfo *b) { return a->id < b->id; });
+  out += format("\n### %s\n\n", title);
+  if (controls) {
+    out += "| id | name | type | default | range | meaning |\n";
+    out += "|---:|---|---|---|---|---|\n";
+    for (const ParamInfo *p : rows)
+      out += format("| %d | `%s` | %s | %s | %s | %s |\n", p->id, p->name, typeName(p->type),
+                    defaultText(*p).c_str(), rangeText(*p).c_str(), p->doc);
+  } else {
+    out += "| id | name | type | meaning |\n";
+    out += "|---:|---|---|---|\n";
+    for (const ParamInfo *p : rows)
+      out += format("| %d | `%s` | %s | %s |\n", p->id, p->name, typeName(p->type), p->doc);
+  }
+}
+
+}  // namespace
+
+std::string controlsMarkdown() {
+  std::string out =
+      "# Controls and attributes of libnvrl\n"
+      "\n"
+      "Controls are settings read and written with the typed functions `NVRLget/set...control`\n"
+      "(optimiser) and `NSLPget/set...control` (nonlinear solver); attributes are read-only\n"
+      "results read with `NVRLget...attrib` and `NSLPget...attrib`. Names are accepted in any\n"
+      "case by `NVRLgetcontrolinfo` and `NSLPcontrolcode`. Integer entries of type int64 are also\n"
+      "readable through the 32-bit functions while their value fits in 32 bits.\n"
+      "\n"
+      "This file is generated from the engine's registry (`engine/src/core/registry.cpp`) and a\n"
+      "test fails when the two differ. To regenerate it, run the engine tests with\n"
+      "`NVRL_UPDATE_DOCS=1 nvrl_tests --gtest_filter=ControlsDoc.*`.\n";
+  out += "\n## Optimiser (NVRLprob, `NVRLgetcalist_c`)\n";
+  section(out, "Controls", ParamOwner::Optimiser, true);
+  section(out, "Attributes", ParamOwner::Optimiser, false);
+  out += "\n## Nonlinear solver (NSLPprob, `NSLPgetcalist`)\n";
+  section(out, "Controls", ParamOwner::Nonlinear, true);
+  section(out, "Attributes", ParamOwner::Nonlinear, false);
+  out += "\n## Nonlinear solver, interior-point list (NSLPprob, `NSLPgetIPMcalist`)\n";
+  section(out, "Controls", ParamOwner::NonlinearIpm, true);
+  section(out, "Attributes", ParamOwner::NonlinearIpm, false);
+  return out;
+}
+
+}  // namespace nvrl

@@ -1,0 +1,49 @@
+// Builds a Model while a file is read: rows and columns by name, matrix entries in any order,
+// and the row-wise matrix assembled once at the end.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "core/problem.h"
+
+namespace nvrl::io {
+
+class ModelAssembly {
+ public:
+  Model model;
+
+  // New rows and columns take the store's defaults: rhs 0, no range, no indicator; objective
+  // 0, bounds [0, +inf), continuous. Names must be new (check with rowIndex/colIndex).
+  int addRow(std::string_view name, char type);
+  int addColumn(std::string_view name);
+  int rowIndex(std::string_view name) const;  // -1 when unknown
+  int colIndex(std::string_view name) const;
+
+  // Records a matrix entry (zeros are dropped). False when (row, col) already has an entry.
+  bool addEntry(int row, int col, double value);
+  bool hasEntry(int row, int col) const { return seen_.count(key(row, col)) != 0; }
+  // Fills model.A from the recorded entries; call once, after the last addEntry.
+  void buildMatrix();
+
+ private:
+  static uint64_t key(int row, int col) {
+    return (static_cast<uint64_t>(static_cast<uint32_t>(row)) << 32) | static_cast<uint32_t>(col);
+  }
+  struct Entry {
+    int row, col;
+    double value;
+  };
+  std::unordered_map<std::string, int> rows_, cols_;
+  std::vector<Entry> entries_;
+  std::unordered_set<uint64_t> seen_;
+};
+
+// Default names of unnamed items, 1-based: "R1", "C1", "S1".
+std::string defaultName(char prefix, int index);
+
+}  // namespace nvrl::io

@@ -1,0 +1,141 @@
+// NVRLreadprob and NVRLwriteprob: choosing the format and the file, and keeping the problem
+// unchanged unless the whole file was read.
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <new>
+#include <sstream>
+#include <string>
+
+#include "core/problem.h"
+#include "io/lp_reader.h"
+#include "io/lp_writer.h"
+#include "io/mps_reader.h"
+#include "io/mps_writer.h"
+#include "io/text_input.h"
+
+namespace {
+
+using nvrl::io::equalsNoCase;
+
+// Position of the extension's dot in the last path component, or npos.
+size_t extensionDot(const std::string &path) {
+  size_t slash = path.find_last_of('/');
+  size_t base = slash == std::string::npos ? 0 : slash + 1;
+  size_t dot = path.find_last_of('.');
+  if (dot == std::string::npos || dot <= base) return std::string::npos;
+  return dot;
+}
+
+std::string extension(const std::string &path) {
+  size_t dot = extensionDot(path);
+  return dot == std::string::npos ? std::string() : path.substr(dot + 1);
+}
+
+// The file name without directories and extension; a read problem's name when the file
+// does not give one.
+std::string stem(const std::string &path) {
+  size_t slash = path.find_last_of('/');
+  size_t base = slash == std::string::npos ? 0 : slash + 1;
+  size_t dot = extensionDot(path);
+  return path.substr(base, (dot == std::string::npos ? path.size() : dot) - base);
+}
+
+bool fileExists(const std::string &path) {
+  std::FILE *f = std::fopen(path.c_str(), "rb");
+  if (!f) return false;
+  std::fclose(f);
+  return true;
+}
+
+bool readWholeFile(const std::string &path, std::string &content) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return false;
+  std::ostringstream buffer;
+  buffer << in.rdbuf();
+  if (in.bad()) return false;
+  content = std::move(buffer).str();
+  return true;
+}
+
+}  // namespace
+
+int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags) {
+  nvrl_problem_s *p = nvrl::checkProblem(prob);
+  if (!p) return 1;
+  if (!filename || !*filename) return p->fail("NVRLreadprob: no file name given");
+  char format = 0;  // 'l' LP, 'm' MPS, 0 from the file name
+  for (const char *c = flags ? flags : ""; *c; ++c) {
+    if (*c != 'l' && *c != 'm') return p->fail("NVRLreadprob: unknown flag '%c'", *c);
+    format = *c;
+  }
+
+  std::string path = filename;
+  if (!fileExists(path)) {
+    const int open_error = errno;
+    // A bare name tries the usual extensions, MPS first.
+    bool found = false;
+    if (extensionDot(path) == std::string::npos) {
+      for (const char *ext : {".mps", ".lp"}) {
+        if ((format == 'l' && ext[1] == 'm') || (format == 'm' && ext[1] == 'l')) continue;
+        if (fileExists(path + ext)) {
+          path += ext;
+          found = true;
+          break;
+        }
+      }
+    }
+    if (!found)
+      return p->fail("Cannot open problem file '%s': %s", filename, std::strerror(open_error));
+  }
+  if (!format) format = equalsNoCase(extension(path), "lp") ? 'l' : 'm';
+
+  std::string content;
+  if (!readWholeFile(path, content))
+    return p->fail("Cannot read problem file '%s': %s", path.c_str(), std::strerror(errno));
+  try {
+    nvrl::io::TextLines lines(std::move(content));
+    nvrl::Model model = format == 'l' ? nvrl::io::readLp(lines, stem(path))
+                                      : nvrl::io::readMps(lines, stem(path));
+    if (model.name.size() > NVRL_MAXNAMELEN) model.name.resize(NVRL_MAXNAMELEN);
+    p->model = std::move(model);
+  } catch (const nvrl::io::ParseError &e) {
+    if (e.line > 0) return p->fail("%s:%d: %s", path.c_str(), e.line, e.what());
+    return p->fail("%s: %s", path.c_str(), e.what());
+  } catch (const std::bad_alloc &) {
+    return p->fail("%s: not enough memory to read the problem", path.c_str());
+  }
+  p->modelChanged();
+  return 0;
+}
+
+int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags) {
+  nvrl_problem_s *p = nvrl::checkProblem(prob);
+  if (!p) return 1;
+  if (!filename || !*filename) return p->fail("NVRLwriteprob: no file name given");
+  bool lp = false;
+  for (const char *c = flags ? flags : ""; *c; ++c) {
+    if (*c == 'x') return p->fail("NVRLwriteprob: hexadecimal values (flag 'x') are not supported");
+    if (*c != 'l' && *c != 'm') return p->fail("NVRLwriteprob: unknown flag '%c'", *c);
+    lp = *c == 'l';
+  }
+  std::string path = filename;
+  if (extensionDot(path) == std::string::npos) path += lp ? ".lp" : ".mps";
+
+  std::string text;
+  try {
+    text = lp ? nvrl::io::writeLp(p->model) : nvrl::io::writeMps(p->model);
+  } catch (const nvrl::io::WriteError &e) {
+    return p->fail("Cannot write '%s': %s", path.c_str(), e.what());
+  } catch (const std::bad_alloc &) {
+    return p->fail("Cannot write '%s': not enough memory", path.c_str());
+  }
+  std::FILE *f = std::fopen(path.c_str(), "wb");
+  if (!f) return p->fail("Cannot open '%s' for writing: %s", path.c_str(), std::strerror(errno));
+  bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
+  int err = errno;
+  ok = (std::fclose(f) == 0) && ok;
+  if (!ok) return p->fail("Cannot write '%s': %s", path.c_str(), std::strerror(err));
+  return 0;
+}

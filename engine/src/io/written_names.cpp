@@ -1,0 +1,44 @@
+#include "io/written_names.h"
+
+#include <unordered_set>
+
+#include "io/model_assembly.h"
+#include "io/text_input.h"
+
+namespace nvrl::io {
+
+namespace {
+
+void fillNames(const std::vector<std::string> &given, int count, char prefix, const char *what,
+               const NameCheck &valid,
+               std::vector<std::string> &out) {
+  out.resize(static_cast<size_t>(count));
+  std::unordered_set<std::string_view> seen;
+  for (int i = 0; i < count; ++i) {
+    const bool named = i < static_cast<int>(given.size()) && !given[i].empty();
+    out[i] = named ? given[i] : defaultName(prefix, i);
+    std::string why = valid(out[i]);
+    if (!why.empty())
+      throw WriteError(std::string(what) + " name '" + out[i] + "' " + why);
+  }
+  // Checked after filling: string_views into out stay valid once it no longer grows.
+  for (int i = 0; i < count; ++i)
+    if (!seen.insert(out[i]).second)
+      throw WriteError(std::string(what) + " name '" + out[i] + "' is used more than once");
+}
+
+}  // namespace
+
+WrittenNames makeWrittenNames(const Model &model, const NameCheck &column_check,
+                              const NameCheck &label_check) {
+  WrittenNames names;
+  fillNames(model.rownames, model.rows(), 'R', "row", label_check, names.rows);
+  fillNames(model.colnames, model.cols(), 'C', "column", column_check, names.cols);
+  fillNames(model.setnames, model.nsets(), 'S', "set", label_check, names.sets);
+  std::unordered_set<std::string_view> rows(names.rows.begin(), names.rows.end());
+  names.objective = "obj";
+  for (int k = 1; rows.count(names.objective); ++k) names.objective = "obj_" + std::to_string(k);
+  return names;
+}
+
+}  // namespace nvrl::io

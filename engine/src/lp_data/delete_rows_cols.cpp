@@ -1,0 +1,172 @@
+// Deleting rows and columns: one compaction pass over every structure that refers to them.
+#include "lp_data/check.h"
+#include "lp_data/renumber.h"
+#include "lp_data/store_cache.h"
+
+using nvrl::Check;
+
+namespace nvrl {
+
+std::vector<int> renumbering(int n, const int *deleted, int ndeleted) {
+  std::vector<int> map(n, 0);
+  for (int k = 0; k < ndeleted; ++k) map[deleted[k]] = -1;
+  int next = 0;
+  for (int i = 0; i < n; ++i)
+    if (map[i] == 0) map[i] = next++;
+  return map;
+}
+
+QMatrix renumberQ(const QMatrix &q, const std::vector<int> &colmap) {
+  // Renumbering keeps the order of the kept keys, so each goes in at the end.
+  QMatrix out;
+  for (const auto &[key, v] : q) {
+    const int a = colmap[key.first], b = colmap[key.second];
+    if (a >= 0 && b >= 0) out.emplace_hint(out.end(), std::make_pair(a, b), v);
+  }
+  return out;
+}
+
+}  // namespace nvrl
+
+namespace {
+
+// Matrix without the deleted rows (rowmap) or with its columns renumbered (colmap; entries
+// in deleted columns dropped). Either map may be null.
+void compactMatrix(nvrl::RowMatrix &A, const std::vector<int> *rowmap,
+                   const std::vector<int> *colmap) {
+  int64_t w = 0;
+  int out_row = 0;
+  const int nrows = A.rows();
+  for (int r = 0; r < nrows; ++r) {
+    const int64_t b = A.start[r], e = A.start[r + 1];
+    if (rowmap && (*rowmap)[r] < 0) continue;
+    A.start[out_row] = w;
+    for (int64_t k = b; k < e; ++k) {
+      int j = A.col[k];
+      if (colmap) {
+        j = (*colmap)[j];
+        if (j < 0) continue;
+      }
+      A.col[w] = j;
+      A.val[w] = A.val[k];
+      ++w;
+    }
+    ++out_row;
+  }
+  A.start[out_row] = w;
+  A.start.resize(out_row + 1);
+  A.col.resize(w);
+  A.val.resize(w);
+}
+
+// Fails when a deleted column is still used by an indicator, general or piecewise-linear
+// constraint: those cannot lose a column silently.
+bool checkColumnUses(Check &c, const nvrl::Model &m, const std::vector<int> &map) {
+  for (int r = 0; r < m.rows(); ++r)
+    if (m.indcomp[r] != 0 && map[m.indcol[r]] < 0) {
+      c.fail("column %d is the indicator column of row %d; delete the indicator first",
+             m.indcol[r], r);
+      return false;
+    }
+  for (size_t k = 0; k < m.gencons.size(); ++k) {
+    const auto &g = m.gencons[k];
+    int used = map[g.resultant] < 0 ? g.resultant : -1;
+    for (int j : g.cols)
+      if (used < 0 && map[j] < 0) used = j;
+    if (used >= 0) {
+      c.fail("column %d is used by general constraint %zu; delete the constraint first", used, k);
+      return false;
+    }
+  }
+  for (size_t k = 0; k < m.pwlcons.size(); ++k) {
+    const auto &g = m.pwlcons[k];
+    const int used = map[g.col] < 0 ? g.col : map[g.resultant] < 0 ? g.resultant : -1;
+    if (used >= 0) {
+      c.fail("column %d is used by piecewise-linear constraint %zu; delete the constraint first",
+             used, k);
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+NVRL_API int NVRLdelrows(NVRLprob prob, int nrows, const int rowind[]) {
+  nvrl_problem_s *p = nvrl::checkProblem(prob);
+  if (!p) return 1;
+  Check c(p, "NVRLdelrows");
+  return nvrl::guarded(c, [&]() -> int {
+    nvrl::Model &m = p->model;
+    if (!c.deletion(rowind, nrows, "nrows", "rowind", m.rows(), "row")) return c.code();
+    if (nrows == 0) return 0;
+    const std::vector<int> map = nvrl::renumbering(m.rows(), rowind, nrows);
+    std::map<int, nvrl::QMatrix> qrows;
+    for (auto &[r, q] : m.qrows)
+      if (map[r] >= 0) qrows.emplace_hint(qrows.end(), map[r], std::move(q));
+    m.qrows = std::move(qrows);
+    compactMatrix(m.A, &map, nullptr);
+    nvrl::compactByMap(m.rowtype, map);
+    nvrl::compactByMap(m.rhs, map);
+    nvrl::compactByMap(m.range, map);
+    nvrl::compactByMap(m.indcol, map);  // an indicator goes with its row
+    nvrl::compactByMap(m.indcomp, map);
+    nvrl::compactByMap(m.rownames, map);
+    nvrl::commitChange(p, false);
+    return 0;
+  });
+}
+
+NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]) {
+  nvrl_problem_s *p = nvrl::checkProblem(prob);
+  if (!p) return 1;
+  Check c(p, "NVRLdelcols");
+  return nvrl::guarded(c, [&]() -> int {
+    nvrl::Model &m = p->model;
+    if (!c.deletion(colind, ncols, "ncols", "colind", m.cols(), "column")) return c.code();
+    if (ncols == 0) return 0;
+    const std::vector<int> map = nvrl::renumbering(m.cols(), colind, ncols);
+    if (!checkColumnUses(c, m, map)) return c.code();
+
+    compactMatrix(m.A, nullptr, &map);
+    nvrl::compactByMap(m.obj, map);
+    nvrl::compactByMap(m.lb, map);
+    nvrl::compactByMap(m.ub, map);
+    nvrl::compactByMap(m.coltype, map);
+    nvrl::compactByMap(m.limit, map);
+    nvrl::compactByMap(m.colnames, map);
+    m.qobj = nvrl::renumberQ(m.qobj, map);
+    for (auto it = m.qrows.begin(); it != m.qrows.end();) {
+      it->second = nvrl::renumberQ(it->second, map);
+      it = it->second.empty() ? m.qrows.erase(it) : std::next(it);
+    }
+    // Sets lose deleted members but stay, so set indices do not move.
+    for (auto &s : m.sets) {
+      size_t w = 0;
+      for (size_t k = 0; k < s.cols.size(); ++k) {
+        if (map[s.cols[k]] < 0) continue;
+        s.cols[w] = map[s.cols[k]];
+        s.refs[w] = s.refs[k];
+        ++w;
+      }
+      s.cols.resize(w);
+      s.refs.resize(w);
+    }
+    for (int r = 0; r < m.rows(); ++r)
+      if (m.indcomp[r] != 0) m.indcol[r] = map[m.indcol[r]];
+    for (auto &g : m.gencons) {
+      g.resultant = map[g.resultant];
+      for (int &j : g.cols) j = map[j];
+    }
+    for (auto &g : m.pwlcons) {
+      g.col = map[g.col];
+      g.resultant = map[g.resultant];
+    }
+    nvrl::commitChange(p, false);
+    return 0;
+  });
+}
+
+}  // extern "C"

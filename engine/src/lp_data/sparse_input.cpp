@@ -1,0 +1,193 @@
+// Validation of segmented sparse input and its merge into the row-wise matrix.
+#include "lp_data/sparse_input.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace nvrl {
+
+int64_t Segments::entries() const {
+  int64_t n = 0;
+  for (size_t k = 0; k < begin.size(); ++k) n += end[k] - begin[k];
+  return n;
+}
+
+bool segmentsFromStarts(Check &c, const int64_t *start, int64_t n, int64_t total,
+                        const int *idx, const double *val, const char *startarg,
+                        const char *totalarg, const char *idxarg, const char *valarg,
+                        Segments &out) {
+  if (!c.count(total, totalarg)) return false;
+  if (n > 0 && total > 0 && !c.starts(start, n, total, startarg, totalarg)) return false;
+  if ((idxarg && !c.array(idx, total, idxarg)) || (valarg && !c.array(val, total, valarg)))
+    return false;
+  out.begin.assign(static_cast<size_t>(n), 0);
+  out.end.assign(static_cast<size_t>(n), 0);
+  out.idx = idx;
+  out.val = val;
+  if (total == 0) return true;  // start may be null: every segment is empty
+  for (int64_t k = 0; k < n; ++k) {
+    out.begin[k] = start[k];
+    out.end[k] = k + 1 < n ? start[k + 1] : total;
+  }
+  return true;
+}
+
+bool checkSegmentEntries(Check &c, const Segments &s, int limit, const char *idxarg,
+                         const char *valarg, const char *what) {
+  for (int64_t k = 0; k < s.size(); ++k) {
+    for (int64_t e = s.begin[k]; e < s.end[k]; ++e) {
+      int i = s.idx[e];
+      if (i < 0 || i >= limit) {
+        c.fail("%s[%lld] = %d is not a valid %s index (the problem has %d %ss)", idxarg,
+               static_cast<long long>(e), i, what, limit, what);
+        return false;
+      }
+      if (!c.finite(s.val[e], valarg, e)) return false;
+    }
+  }
+  return true;
+}
+
+namespace {
+
+// Transposes column segments (column j = first_col + segment index) into a row-wise matrix.
+// Within a row, entries arrive column by column, so a repeated (row, column) pair is always
+// the row's latest entry and is summed there.
+RowMatrix transposeColumns(const Segments &cols, int nrows, int first_col) {
+  RowMatrix out;
+  out.start.assign(static_cast<size_t>(nrows) + 1, 0);
+  for (int64_t j = 0; j < cols.size(); ++j)
+    for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e)
+      if (cols.val[e] != 0.0) ++out.start[cols.idx[e] + 1];
+  for (int r = 0; r < nrows; ++r) out.start[r + 1] += out.start[r];
+  out.col.resize(out.start[nrows]);
+  out.val.resize(out.start[nrows]);
+  std::vector<int64_t> next(out.start.begin(), out.start.end() - 1);
+  for (int64_t j = 0; j < cols.size(); ++j) {
+    const int col = first_col + static_cast<int>(j);
+    for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e) {
+      const double v = cols.val[e];
+      if (v == 0.0) continue;
+      const int r = cols.idx[e];
+      int64_t &p = next[r];
+      if (p > out.start[r] && out.col[p - 1] == col) {
+        out.val[p - 1] += v;
+      } else {
+        out.col[p] = col;
+        out.val[p] = v;
+        ++p;
+      }
+    }
+  }
+  // Close the gaps left by merged repeats and drop entries that summed to zero. Each row's
+  // old start is read before it is overwritten with the new one.
+  int64_t w = 0;
+  for (int r = 0; r < nrows; ++r) {
+    const int64_t b = out.start[r];
+    out.start[r] = w;
+    for (int64_t p = b; p < next[r]; ++p) {
+      if (out.val[p] == 0.0) continue;
+      out.col[w] = out.col[p];
+      out.val[w] = out.val[p];
+      ++w;
+    }
+  }
+  out.start[nrows] = w;
+  out.col.resize(w);
+  out.val.resize(w);
+  return out;
+}
+
+// Marks the columns seen in the current row, so that repeats are found in O(1) without
+// clearing anything between rows. One per thread, grown to the widest problem seen.
+struct RowMarker {
+  std::vector<int64_t> pos;
+  std::vector<uint32_t> stamp;
+  uint32_t current = 0;
+  void prepare(int ncols) {
+    if (pos.size() < static_cast<size_t>(ncols)) {
+      pos.resize(ncols);
+      stamp.resize(ncols, 0);
+    }
+  }
+  void nextRow() {
+    if (++current == 0) {  // wrapped: old stamps could collide
+      std::fill(stamp.begin(), stamp.end(), 0);
+      current = 1;
+    }
+  }
+};
+
+}  // namespace
+
+RowMatrix rowsFromColumns(const Segments &cols, int nrows) {
+  return transposeColumns(cols, nrows, 0);
+}
+
+void appendRows(RowMatrix &A, const Segments &rows, int ncols) {
+  thread_local RowMarker marker;
+  marker.prepare(ncols);
+  // Reserve first: once memory is secured nothing below can fail half way.
+  A.col.reserve(A.col.size() + rows.entries());
+  A.val.reserve(A.val.size() + rows.entries());
+  A.start.reserve(A.start.size() + rows.size());
+  for (int64_t k = 0; k < rows.size(); ++k) {
+    marker.nextRow();
+    const size_t row_begin = A.col.size();
+    bool summed_to_zero = false;
+    for (int64_t e = rows.begin[k]; e < rows.end[k]; ++e) {
+      const double v = rows.val[e];
+      if (v == 0.0) continue;
+      const int c = rows.idx[e];
+      if (marker.stamp[c] == marker.current) {
+        double &s = A.val[marker.pos[c]];
+        s += v;
+        summed_to_zero |= s == 0.0;
+      } else {
+        marker.stamp[c] = marker.current;
+        marker.pos[c] = static_cast<int64_t>(A.col.size());
+        A.col.push_back(c);
+        A.val.push_back(v);
+      }
+    }
+    if (summed_to_zero) {
+      size_t w = row_begin;
+      for (size_t p = row_begin; p < A.col.size(); ++p) {
+        if (A.val[p] == 0.0) continue;
+        A.col[w] = A.col[p];
+        A.val[w] = A.val[p];
+        ++w;
+      }
+      A.col.resize(w);
+      A.val.resize(w);
+    }
+    A.start.push_back(static_cast<int64_t>(A.col.size()));
+  }
+}
+
+void appendColumns(RowMatrix &A, const Segments &cols, int first_col) {
+  RowMatrix add = transposeColumns(cols, A.rows(), first_col);
+  if (add.nnz() == 0) return;
+  const int nrows = A.rows();
+  std::vector<int> col(A.nnz() + add.nnz());
+  std::vector<double> val(col.size());
+  std::vector<int64_t> start(A.start.size());
+  int64_t w = 0;
+  for (int r = 0; r < nrows; ++r) {
+    start[r] = w;
+    for (int64_t p = A.start[r]; p < A.start[r + 1]; ++p, ++w) {
+      col[w] = A.col[p];
+      val[w] = A.val[p];
+    }
+    for (int64_t p = add.start[r]; p < add.start[r + 1]; ++p, ++w) {
+      col[w] = add.col[p];
+      val[w] = add.val[p];
+    }
+  }
+  start[nrows] = w;
+  A.start = std::move(start);
+  A.col = std::move(col);
+  A.val = std::move(val);
+}
+
+}  // namespace nvrl

@@ -1,0 +1,44 @@
+// Sparse input of the C API as segments (rows or columns) of caller arrays, its validation,
+// and the matrix operations that merge validated input into the row-wise store: repeated
+// indices within a segment are summed and zeros (given or summed) are dropped.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "core/problem.h"
+#include "lp_data/check.h"
+
+namespace nvrl {
+
+// Segment k holds entries begin[k] .. end[k]-1 of idx and val.
+struct Segments {
+  std::vector<int64_t> begin, end;
+  const int *idx = nullptr;
+  const double *val = nullptr;
+  int64_t size() const { return static_cast<int64_t>(begin.size()); }
+  int64_t entries() const;  // total over segments
+};
+
+// Segments of an add call: segment k runs from start[k] to start[k+1] (the last one to
+// total), so start[n] is never read and callers may pass n or n+1 starts. A null idxarg or
+// valarg means the segments carry no indices or no values (that array is not checked).
+bool segmentsFromStarts(Check &c, const int64_t *start, int64_t n, int64_t total,
+                        const int *idx, const double *val, const char *startarg,
+                        const char *totalarg, const char *idxarg, const char *valarg,
+                        Segments &out);
+
+// Checks that every index lies in 0..limit-1 (a `what` index) and every value is finite.
+bool checkSegmentEntries(Check &c, const Segments &s, int limit, const char *idxarg,
+                         const char *valarg, const char *what);
+
+// Row-wise matrix of nrows rows from column segments (one per column, in column order).
+RowMatrix rowsFromColumns(const Segments &cols, int nrows);
+
+// Appends one row per segment to A; column indices are already valid for ncols columns.
+void appendRows(RowMatrix &A, const Segments &rows, int ncols);
+
+// Adds columns first_col .. first_col+cols.size()-1 with the segments' entries to A.
+void appendColumns(RowMatrix &A, const Segments &cols, int first_col);
+
+}  // namespace nvrl

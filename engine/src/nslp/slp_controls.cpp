@@ -1,0 +1,201 @@
+// The nonlinear solver's controls and attributes: typed get/set, lists, lookup by name and
+// defaults. Attributes are read from the object and the optimiser problem beneath it.
+#include <climits>
+
+#include "core/control_values.h"
+#include "core/environment.h"
+#include "core/ids.h"
+#include "core/text.h"
+#include "nslp/slp_problem.h"
+
+using namespace nvrl;
+
+namespace {
+
+nslp_problem_s *prepare(NSLPprob slp, const char *fn, int id, Access access, bool control,
+                        const void *ptr, const ParamInfo **info) {
+  nslp_problem_s *s = checkSlpProblem(slp);
+  if (!s) return nullptr;
+  if (!ptr) {
+    s->fail("%s: null value pointer", fn);
+    return nullptr;
+  }
+  std::string err;
+  *info = resolveParam(fn, id, access, control, true, err);
+  if (!*info) {
+    s->fail("%s", err.c_str());
+    return nullptr;
+  }
+  return s;
+}
+
+bool intAttribute(const nslp_problem_s *s, int attrib, int64_t &v) {
+  switch (attrib) {
+    case id::kSlpRows: v = s->prob->model.rows(); return true;
+    case id::kSlpCols: v = s->prob->model.cols(); return true;
+    case id::kSlpConstantCol: v = s->state.constant_col; return true;
+    case id::kSlpCoefs: v = static_cast<int64_t>(s->data.coefs.size()); return true;
+    case id::kSlpNonlinearRows: v = s->data.nonlinearRows(); return true;
+    case id::kSlpNlpStatus: v = s->state.nlpstatus; return true;
+    case id::kSlpStateBits: v = s->state.statebits; return true;
+    case id::kSlpIterations: v = s->state.iterations; return true;
+    case id::kSlpStopStatus: v = s->state.stopstatus; return true;
+    case id::kSlpInterruptReason: v = s->interrupt_reason.load(); return true;
+  }
+  return false;
+}
+
+bool dblAttribute(const nslp_problem_s *s, int attrib, double &v) {
+  switch (attrib) {
+    case id::kSlpObjVal: v = s->state.objval; return true;
+  }
+  return false;
+}
+
+int missing(nslp_problem_s *s, const char *fn, int attrib) {
+  return s->fail("%s: attribute %d is registered but not computed by this build", fn, attrib);
+}
+
+}  // namespace
+
+extern "C" {
+
+NVRL_API int NSLPgetintattrib(NSLPprob slp, int attrib, int *value) {
+  const ParamInfo *info;
+  nslp_problem_s *s =
+      prepare(slp, "NSLPgetintattrib", attrib, Access::Integral, false, value, &info);
+  if (!s) return 1;
+  int64_t v;
+  if (!intAttribute(s, attrib, v)) return missing(s, "NSLPgetintattrib", attrib);
+  if (v < INT_MIN || v > INT_MAX)
+    return s->fail("NSLPgetintattrib: attribute %d holds %lld, beyond 32 bits", attrib,
+                   static_cast<long long>(v));
+  *value = static_cast<int>(v);
+  return 0;
+}
+
+NVRL_API int NSLPgetdblattrib(NSLPprob slp, int attrib, double *value) {
+  const ParamInfo *info;
+  nslp_problem_s *s =
+      prepare(slp, "NSLPgetdblattrib", attrib, Access::Double, false, value, &info);
+  if (!s) return 1;
+  double v;
+  if (!dblAttribute(s, attrib, v)) return missing(s, "NSLPgetdblattrib", attrib);
+  *value = v;
+  return 0;
+}
+
+NVRL_API int NSLPgetstrattrib(NSLPprob slp, int attrib, char *value) {
+  const ParamInfo *info;
+  nslp_problem_s *s =
+      prepare(slp, "NSLPgetstrattrib", attrib, Access::String, false, value, &info);
+  if (!s) return 1;
+  // The nonlinear solver has no string attributes: resolveParam has already refused the id.
+  return missing(s, "NSLPgetstrattrib", attrib);
+}
+
+NVRL_API int NSLPgetintcontrol(NSLPprob slp, int control, int *value) {
+  const ParamInfo *info;
+  nslp_problem_s *s =
+      prepare(slp, "NSLPgetintcontrol", control, Access::Integral, true, value, &info);
+  if (!s) return 1;
+  int64_t v = intValue(s->controls, *info);
+  if (v < INT_MIN || v > INT_MAX)
+    return s->fail("NSLPgetintcontrol: %d (%s) holds %lld, beyond 32 bits", control, info->name,
+                   static_cast<long long>(v));
+  *value = static_cast<int>(v);
+  return 0;
+}
+
+NVRL_API int NSLPsetintcontrol(NSLPprob slp, int control, int value) {
+  const ParamInfo *info;
+  nslp_problem_s *s =
+      prepare(slp, "NSLPsetintcontrol", control, Access::Integral, true, &value, &info);
+  if (!s) return 1;
+  std::string err;
+  if (!setIntValue(s->controls, *info, value, "NSLPsetintcontrol", err))
+    return s->fail("%s", err.c_str());
+  return 0;
+}
+
+NVRL_API int NSLPgetdblcontrol(NSLPprob slp, int control, double *value) {
+  const ParamInfo *info;
+  nslp_problem_s *s =
+      prepare(slp, "NSLPgetdblcontrol", control, Access::Double, true, value, &info);
+  if (!s) return 1;
+  *value = dblValue(s->controls, *info);
+  return 0;
+}
+
+NVRL_API int NSLPsetdblcontrol(NSLPprob slp, int control, double value) {
+  const ParamInfo *info;
+  nslp_problem_s *s =
+      prepare(slp, "NSLPsetdblcontrol", control, Access::Double, true, &value, &info);
+  if (!s) return 1;
+  std::string err;
+  if (!setDblValue(s->controls, *info, value, "NSLPsetdblcontrol", err))
+    return s->fail("%s", err.c_str());
+  return 0;
+}
+
+NVRL_API int NSLPgetstrcontrol(NSLPprob slp, int control, char *value) {
+  const ParamInfo *info;
+  nslp_problem_s *s =
+      prepare(slp, "NSLPgetstrcontrol", control, Access::String, true, value, &info);
+  if (!s) return 1;
+  copyText(value, NVRL_MAXNAMELEN, strValue(s->controls, *info).c_str());
+  return 0;
+}
+
+NVRL_API int NSLPsetstrcontrol(NSLPprob slp, int control, const char *value) {
+  const ParamInfo *info;
+  nslp_problem_s *s =
+      prepare(slp, "NSLPsetstrcontrol", control, Access::String, true, value, &info);
+  if (!s) return 1;
+  std::string err;
+  if (!setStrValue(s->controls, *info, value, "NSLPsetstrcontrol", err))
+    return s->fail("%s", err.c_str());
+  return 0;
+}
+
+NVRL_API int NSLPgetcalist(NSLPprob slp, const NVRLcaentry **list) {
+  nslp_problem_s *s = checkSlpProblem(slp);
+  if (!s) return 1;
+  if (!list) return s->fail("NSLPgetcalist: null output pointer");
+  *list = caList(ParamOwner::Nonlinear);
+  return 0;
+}
+
+NVRL_API int NSLPgetIPMcalist(NSLPprob slp, const NVRLcaentry **list) {
+  nslp_problem_s *s = checkSlpProblem(slp);
+  if (!s) return 1;
+  if (!list) return s->fail("NSLPgetIPMcalist: null output pointer");
+  *list = caList(ParamOwner::NonlinearIpm);
+  return 0;
+}
+
+NVRL_API int NSLPcontrolcode(NSLPprob slp, const char *name, int *id, int *flags) {
+  nslp_problem_s *s = checkSlpProblem(slp);
+  if (!s) return 1;
+  if (!name) return s->fail("NSLPcontrolcode: null name");
+  const ParamInfo *info = findParamByName(name);
+  if (!info || !info->isNonlinear())
+    return s->fail("NSLPcontrolcode: no control or attribute of the nonlinear solver is named '%s'",
+                   name);
+  int f = info->isIntegral() ? NSLP_CCFLAG_INT
+          : info->type == ParamType::Double ? NSLP_CCFLAG_DOUBLE
+                                            : NSLP_CCFLAG_STRING;
+  if (info->isControl()) f |= NSLP_CCFLAG_CONTROL;
+  if (id) *id = info->id;
+  if (flags) *flags = f;
+  return 0;
+}
+
+NVRL_API int NSLPsetdefaults(NSLPprob slp) {
+  nslp_problem_s *s = checkSlpProblem(slp);
+  if (!s) return 1;
+  s->controls = ControlValues();
+  return 0;
+}
+
+}  // extern "C"

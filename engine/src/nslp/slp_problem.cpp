@@ -1,0 +1,153 @@
+// The nonlinear problem object's bookkeeping and its life cycle functions.
+#include "nslp/slp_problem.h"
+
+#include <cstdarg>
+#include <cstring>
+#include <set>
+
+#include "core/environment.h"
+#include "core/text.h"
+
+namespace nvrl {
+
+int SlpData::nonlinearRows() const {
+  std::set<int> rows;
+  for (const SlpCoefficient &c : coefs) rows.insert(c.row);
+  return static_cast<int>(rows.size());
+}
+
+nslp_problem_s *checkSlpProblem(NSLPprob slp) {
+  if (!slp) {
+    failGlobal(1, "Null nonlinear problem handle");
+    return nullptr;
+  }
+  if (!isLiveObject(slp) || slp->magic != kObjectMagic || slp->kind != ObjectKind::SlpProblem) {
+    failGlobal(1, "Invalid or destroyed nonlinear problem handle");
+    return nullptr;
+  }
+  if (!slpStarted()) {
+    slp->lasterror =
+        "The nonlinear solver is not started (NSLPinit has not been called or was released)";
+    slp->lasterror_code = 1;
+    failGlobal(1, "%s", slp->lasterror.c_str());
+    return nullptr;
+  }
+  if (!isLiveObject(slp->prob)) {
+    slp->fail("The optimiser problem beneath this nonlinear problem has been destroyed");
+    return nullptr;
+  }
+  return slp;
+}
+
+}  // namespace nvrl
+
+nslp_problem_s::nslp_problem_s(nvrl_problem_s *underlying)
+    : nvrl_object_s(nvrl::ObjectKind::SlpProblem), prob(underlying) {
+  nvrl::registerObject(this);
+}
+
+nslp_problem_s::~nslp_problem_s() {
+  nvrl::unregisterObject(this);
+  magic = 0;
+}
+
+int nslp_problem_s::fail(const char *fmt, ...) {
+  va_list ap;
+  va_start(ap, fmt);
+  lasterror = nvrl::vformat(fmt, ap);
+  va_end(ap);
+  lasterror_code = 1;
+  logLine(NVRL_MSG_ERROR, lasterror);
+  return 1;
+}
+
+void nslp_problem_s::log(int msgtype, const char *fmt, ...) {
+  va_list ap;
+  va_start(ap, fmt);
+  std::string line = nvrl::vformat(fmt, ap);
+  va_end(ap);
+  logLine(msgtype, line);
+}
+
+void nslp_problem_s::logLine(int msgtype, const std::string &line) {
+  // Copied first: the callback may replace or remove itself.
+  NSLPmsgcb cb = msgcb;
+  void *data = msgdata;
+  if (cb) cb(this, data, line.c_str(), static_cast<int>(line.size()), msgtype);
+  nvrl::dispatchGlobal(this, msgtype, line.c_str(), static_cast<int>(line.size()));
+}
+
+using nvrl::checkSlpProblem;
+using nvrl::failGlobal;
+
+extern "C" {
+
+NVRL_API int NSLPcreateprob(NSLPprob *slp, NVRLprob *prob) {
+  if (!slp) return failGlobal(1, "NSLPcreateprob: null output pointer");
+  if (!prob) return failGlobal(1, "NSLPcreateprob: null problem pointer");
+  if (!nvrl::slpStarted())
+    return failGlobal(1,
+                      "NSLPcreateprob: the nonlinear solver is not started (call NSLPinit first)");
+  nvrl_problem_s *p = nvrl::checkProblem(*prob);
+  if (!p) return 1;
+  *slp = new nslp_problem_s(p);
+  return 0;
+}
+
+NVRL_API int NSLPdestroyprob(NSLPprob slp) {
+  // Like NVRLdestroyprob, this must work after the solver has been released.
+  if (!slp) return failGlobal(1, "Null nonlinear problem handle");
+  if (!nvrl::isLiveObject(slp) || slp->kind != nvrl::ObjectKind::SlpProblem)
+    return failGlobal(1, "Invalid or destroyed nonlinear problem handle");
+  delete slp;
+  return 0;
+}
+
+NVRL_API int NSLPcopyprob(NSLPprob dest, NSLPprob src, const char *name) {
+  (void)name;
+  nslp_problem_s *d = checkSlpProblem(dest);
+  if (!d) return 1;
+  nslp_problem_s *s = checkSlpProblem(src);
+  if (!s) return d->fail("NSLPcopyprob: invalid source nonlinear problem");
+  if (d == s) return 0;
+  d->data = s->data;
+  d->state = s->state;
+  return 0;
+}
+
+NVRL_API int NSLPcopycontrols(NSLPprob dest, NSLPprob src) {
+  nslp_problem_s *d = checkSlpProblem(dest);
+  if (!d) return 1;
+  nslp_problem_s *s = checkSlpProblem(src);
+  if (!s) return d->fail("NSLPcopycontrols: invalid source nonlinear problem");
+  if (d != s) d->controls = s->controls;
+  return 0;
+}
+
+NVRL_API int NSLPsetcbmessage(NSLPprob slp, NSLPmsgcb cb, void *data) {
+  nslp_problem_s *s = checkSlpProblem(slp);
+  if (!s) return 1;
+  s->msgcb = cb;
+  s->msgdata = cb ? data : nullptr;
+  return 0;
+}
+
+NVRL_API int NSLPgetlasterror(NSLPprob slp, int *code, char *msg) {
+  if (!slp) return failGlobal(1, "Null nonlinear problem handle");
+  if (!nvrl::isLiveObject(slp) || slp->kind != nvrl::ObjectKind::SlpProblem)
+    return failGlobal(1, "Invalid or destroyed nonlinear problem handle");
+  if (code) *code = slp->lasterror_code;
+  if (msg) nvrl::copyText(msg, NVRL_MAXMESSAGELEN, slp->lasterror.c_str());
+  return 0;
+}
+
+NVRL_API int NSLPinterrupt(NSLPprob slp, int reason) {
+  nslp_problem_s *s = checkSlpProblem(slp);
+  if (!s) return 1;
+  if (reason <= 0)
+    return s->fail("NSLPinterrupt: reason %d is not a stop code (must be > 0)", reason);
+  s->interrupt_reason.store(reason);
+  return 0;
+}
+
+}  // extern "C"

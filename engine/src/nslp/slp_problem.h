@@ -1,0 +1,83 @@
+// The nonlinear solver's problem object: stacked on an optimiser problem (which holds the
+// rows, columns and linear coefficients and which it does not own), with its own controls,
+// message callback, last error, solve state and nonlinear coefficients.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/problem.h"
+
+namespace nvrl {
+
+// One token of a formula in reverse-Polish form (the token codes belong to the formula
+// evaluator; the store only keeps them).
+struct SlpToken {
+  int type = 0;
+  double value = 0.0;
+};
+
+// A nonlinear coefficient: contributes factor * x[col] * formula(x) to its row, or
+// factor * formula(x) when col is the constant column.
+struct SlpCoefficient {
+  int row = -1;
+  int col = -1;
+  double factor = 1.0;
+  std::vector<SlpToken> formula;
+};
+
+// The nonlinear data of a problem. Coefficients are appended by the nonlinear modelling
+// functions and kept sorted by (row, col) by them; nothing else here depends on the order.
+struct SlpData {
+  std::vector<SlpCoefficient> coefs;
+
+  int nonlinearRows() const;
+};
+
+// Answers and state of the nonlinear solver.
+struct SlpState {
+  int constant_col = -1;  // -1 until the problem has been constructed for the solver
+  int statebits = 0;      // bit 0 constructed, bit 29 presolved
+  int nlpstatus = 0;      // nlp_... constants; 0 unstarted
+  int stopstatus = NVRL_STOP_NONE;
+  int iterations = 0;
+  double objval = 0.0;
+};
+
+constexpr int kSlpStateConstructed = 1 << 0;
+constexpr int kSlpStatePresolved = 1 << 29;
+
+}  // namespace nvrl
+
+struct nslp_problem_s : nvrl_object_s {
+  explicit nslp_problem_s(nvrl_problem_s *underlying);
+  ~nslp_problem_s();
+
+  nvrl_problem_s *prob;  // the optimiser problem underneath; not owned
+  nvrl::ControlValues controls;
+  NSLPmsgcb msgcb = nullptr;
+  void *msgdata = nullptr;
+
+  int lasterror_code = 0;
+  std::string lasterror;
+
+  // Set by NSLPinterrupt; the running nonlinear solve polls it at iteration boundaries.
+  std::atomic<int> interrupt_reason{0};
+
+  nvrl::SlpData data;
+  nvrl::SlpState state;
+
+  int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+  void log(int msgtype, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
+  void logLine(int msgtype, const std::string &line);
+};
+
+namespace nvrl {
+
+// Validates a nonlinear handle and the problem beneath it (records a global error and returns
+// null when either is invalid or the nonlinear solver is not started).
+nslp_problem_s *checkSlpProblem(NSLPprob slp);
+
+}  // namespace nvrl

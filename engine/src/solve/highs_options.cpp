@@ -1,0 +1,100 @@
+#include "solve/highs_options.h"
+
+#include <climits>
+#include <cmath>
+
+#include "core/ids.h"
+#include "interfaces/highs_c_api.h"
+
+namespace nvrl {
+
+bool parseSolveFlags(const char *flags, SolveFlags &out, std::string &err) {
+  out = SolveFlags();
+  if (!flags) return true;
+  for (const char *c = flags; *c; ++c) {
+    switch (*c) {
+      case 'p': out.algorithm = LpAlgorithm::Primal; break;
+      case 'd':
+      case 'n': out.algorithm = LpAlgorithm::Dual; break;
+      case 'b': out.algorithm = LpAlgorithm::Barrier; break;
+      case ' ': break;
+      default:
+        err = std::string("Unknown optimisation flag '") + *c + "' (known: p, d, b, n)";
+        return false;
+    }
+  }
+  return true;
+}
+
+namespace {
+
+// A count limit where <= 0 means none; HiGHS counts in 32-bit integers.
+int countLimit(int64_t v) {
+  if (v <= 0 || v > INT_MAX) return INT_MAX;
+  return static_cast<int>(v);
+}
+
+bool finite(double v) { return std::fabs(v) < 1e20; }
+
+}  // namespace
+
+void applyControls(void *h, const nvrl_problem_s *p, const SolveFlags &flags, bool mip,
+                   bool quadratic) {
+  const int loglevel = static_cast<int>(getIntControl(p, id::kLogLevel));
+  // The engine never prints: HiGHS's log reaches the problem through the logging callback.
+  Highs_setBoolOptionValue(h, "output_flag", loglevel > 0);
+  Highs_setBoolOptionValue(h, "log_to_console", false);
+  Highs_setIntOptionValue(h, "log_dev_level", 0);
+
+  const double tl = getDblControl(p, id::kTimeLimit);
+  Highs_setDoubleOptionValue(h, "time_limit", tl > 0 && finite(tl) ? tl : INFINITY);
+
+  Highs_setDoubleOptionValue(h, "mip_rel_gap", getDblControl(p, id::kMipRelGap));
+  Highs_setDoubleOptionValue(h, "mip_abs_gap", getDblControl(p, id::kMipAbsGap));
+  Highs_setDoubleOptionValue(h, "primal_feasibility_tolerance", getDblControl(p, id::kFeasTol));
+  Highs_setDoubleOptionValue(h, "dual_feasibility_tolerance", getDblControl(p, id::kOptTol));
+  Highs_setDoubleOptionValue(h, "mip_feasibility_tolerance", getDblControl(p, id::kMipTol));
+  Highs_setDoubleOptionValue(h, "ipm_optimality_tolerance", getDblControl(p, id::kBarrierTol));
+
+  const double cutoff = getDblControl(p, id::kCutoff);
+  // HiGHS reads the bound on the objective in its minimisation form (-objective when
+  // maximising); the LP verdict against the cutoff is drawn from the answer instead.
+  const double sense = p->model.objsense >= 0 ? 1.0 : -1.0;
+  Highs_setDoubleOptionValue(h, "objective_bound", finite(cutoff) ? sense * cutoff : INFINITY);
+
+  Highs_setIntOptionValue(h, "mip_max_nodes", countLimit(getIntControl(p, id::kNodeLimit)));
+  Highs_setIntOptionValue(h, "mip_max_improving_sols",
+                          countLimit(getIntControl(p, id::kSolutionLimit)));
+  Highs_setIntOptionValue(h, "simplex_iteration_limit",
+                          countLimit(getIntControl(p, id::kLpIterLimit)));
+  Highs_setIntOptionValue(h, "ipm_iteration_limit", countLimit(getIntControl(p, id::kBarIterLimit)));
+
+  Highs_setStringOptionValue(h, "presolve", getIntControl(p, id::kPresolve) ? "choose" : "off");
+  Highs_setStringOptionValue(h, "run_crossover", getIntControl(p, id::kCrossover) ? "on" : "off");
+
+  const int64_t seed = getIntControl(p, id::kRandomSeed);
+  if (seed >= 0 && seed <= INT_MAX) Highs_setIntOptionValue(h, "random_seed", static_cast<int>(seed));
+
+  LpAlgorithm alg = flags.algorithm;
+  if (alg == LpAlgorithm::Default) {
+    switch (getIntControl(p, id::kLpAlgorithm)) {
+      case 2: alg = LpAlgorithm::Dual; break;
+      case 3: alg = LpAlgorithm::Primal; break;
+      case 4: alg = LpAlgorithm::Barrier; break;
+      default: break;
+    }
+  }
+  // For a MIP, HiGHS's "solver" option would switch to solving the relaxation only, and a QP
+  // has its own solver, so there the choice is limited to the simplex strategy.
+  const char *solver = "choose";
+  int strategy = 1;  // dual simplex
+  if (alg == LpAlgorithm::Primal) strategy = 4;
+  if (!mip && !quadratic) {
+    if (alg == LpAlgorithm::Primal || alg == LpAlgorithm::Dual) solver = "simplex";
+    if (alg == LpAlgorithm::Barrier) solver = "ipm";
+  }
+  Highs_setStringOptionValue(h, "solver", solver);
+  Highs_setIntOptionValue(h, "simplex_strategy", strategy);
+}
+
+}  // namespace nvrl

@@ -1,0 +1,165 @@
+// NVRLlpoptimize, NVRLmipoptimize and NVRLinterrupt: one solve from the store to the answers.
+#include <chrono>
+#include <string>
+
+#include "core/environment.h"
+#include "core/ids.h"
+#include "interfaces/highs_c_api.h"
+#include "solve/collect_answers.h"
+#include "solve/convexity.h"
+#include "solve/highs_options.h"
+#include "solve/highs_session.h"
+#include "solve/interrupts.h"
+#include "solve/lowered_model.h"
+#include "solve/run_callbacks.h"
+#include "solve/scheduler.h"
+
+namespace nvrl {
+
+namespace {
+
+const char *kindName(bool mip, bool quadratic) {
+  if (mip) return "MIP";
+  return quadratic ? "QP" : "LP";
+}
+
+void logProblemSize(nvrl_problem_s *p, const LoweredModel &L, bool mip) {
+  const Model &m = p->model;
+  int ents = 0;
+  for (char t : m.coltype) ents += t != 'C';
+  const std::string name = m.name.empty() ? std::string() : " '" + m.name + "'";
+  p->log(NVRL_MSG_INFO, "Problem%s: %d rows, %d columns, %lld nonzeros", name.c_str(), m.rows(),
+         m.cols(), static_cast<long long>(m.A.nnz()));
+  if (!m.qobj.empty())
+    p->log(NVRL_MSG_INFO, "Quadratic objective: %zu entries", m.qobj.size());
+  if (mip) {
+    p->log(NVRL_MSG_INFO,
+           "Global entities: %d columns, %d sets, %zu general and %zu piecewise-linear "
+           "constraints",
+           ents, m.nsets(), m.gencons.size(), m.pwlcons.size());
+    if (L.cols() > L.user_cols || L.rows() > static_cast<int>(L.user_row_to_highs.size()))
+      p->log(NVRL_MSG_INFO, "Reformulated model: %d rows, %d columns", L.rows(), L.cols());
+  }
+}
+
+// One HiGHS run under the interrupt guard; returns HiGHS's model status.
+int runOnce(nvrl_problem_s *p, void *h, RunContext &ctx, bool log, bool mip) {
+  InterruptGuard guard(p);
+  RunCallbacks callbacks(h, ctx, log, mip);
+  Highs_zeroAllClocks(h);  // time limits count from the start of this run
+  Highs_run(h);
+  ctx.flushLog();
+  return Highs_getModelStatus(h);
+}
+
+int optimize(NVRLprob prob, const char *flags, bool mipCall) {
+  nvrl_problem_s *p = checkProblem(prob);
+  if (!p) return 1;
+  p->clearError();
+  SolveFlags sf;
+  std::string err;
+  if (!parseSolveFlags(flags, sf, err)) return p->fail("%s", err.c_str());
+  const Model &m = p->model;
+  if (!m.qrows.empty())
+    return p->fail(
+        "The problem has quadratic constraints, which the linear and mixed-integer optimiser "
+        "does not solve; use the nonlinear solver");
+  const bool quadratic = hasQuadraticObjective(m);
+  const bool mip = mipCall && hasGlobalEntities(m);
+  if (mip && quadratic)
+    return p->fail(
+        "Quadratic objectives with integer columns or other global entities are not supported "
+        "yet");
+
+  const auto t0 = std::chrono::steady_clock::now();
+  p->interrupt_reason.store(0);
+  const bool log = getIntControl(p, id::kLogLevel) > 0;
+  if (log)
+    p->log(NVRL_MSG_INFO, "nuvrel optimiser: solving %s with HiGHS %s", kindName(mip, quadratic),
+           Highs_version());
+
+  if (quadratic && !quadraticObjectiveIsConvex(m)) {
+    p->sol.clear();
+    p->sol.was_mip = mipCall;
+    p->sol.lpstatus = NVRL_LP_NONCONVEX;
+    p->sol.mipstatus = NVRL_LP_NONCONVEX;
+    return p->fail(
+        "The quadratic objective is not convex (its matrix is not positive semidefinite for "
+        "minimisation, or negative semidefinite for maximisation)");
+  }
+
+  if (!p->highs) p->highs = std::make_unique<HighsSession>();
+  HighsSession &session = *p->highs;
+  if (!session.sync(m, p->version, mip ? LowerMode::Full : LowerMode::Relaxation, err) ||
+      !session.applyPending(err))
+    return p->fail("%s", err.c_str());
+  const LoweredModel &L = session.lowered();
+  void *h = session.handle();
+  if (log) logProblemSize(p, L, mip);
+  applyControls(h, p, sf, mip, quadratic);
+  SchedulerUse running;
+  int threads = static_cast<int>(getIntControl(p, id::kThreads));
+  // Results that do not depend on the machine need a thread count that does not either.
+  if (threads == 0 && archConsistent()) threads = 1;
+  if (!requestThreads(h, threads) && log)
+    p->log(NVRL_MSG_WARNING,
+           "Other problems are solving: the threads control (%d) takes effect once they finish",
+           threads);
+
+  RunContext ctx;
+  ctx.p = p;
+  int ms = runOnce(p, h, ctx, log, mip);
+  if (ms == kHighsModelStatusUnboundedOrInfeasible && getIntControl(p, id::kPresolve)) {
+    // Presolve cannot always tell infeasible from unbounded; the solver without it can.
+    if (log) p->log(NVRL_MSG_INFO, "Solving again without presolve to tell infeasible from unbounded");
+    Highs_setStringOptionValue(h, "presolve", "off");
+    ms = runOnce(p, h, ctx, log, mip);
+  }
+  if (ms == kHighsModelStatusUnknown && !mip && !quadratic &&
+      p->interrupt_reason.load() == 0) {
+    // The dual simplex occasionally ends without a verdict on a degenerate infeasible LP; the
+    // primal simplex from scratch settles it.
+    if (log) p->log(NVRL_MSG_INFO, "No verdict from the first solve: solving again with primal simplex");
+    Highs_clearSolver(h);
+    Highs_setStringOptionValue(h, "solver", "simplex");
+    Highs_setIntOptionValue(h, "simplex_strategy", 4);
+    ms = runOnce(p, h, ctx, log, mip);
+  }
+
+  p->sol.clear();
+  RunSummary run;
+  run.mip = mip;
+  run.relaxation = !mip && hasGlobalEntities(m);
+  run.improving_solutions = ctx.improving_solutions.load();
+  run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+  collectAnswers(p, h, L, run);
+  if (log) p->logLine(NVRL_MSG_INFO, finalStatusLine(p->sol));
+
+  if (ms == kHighsModelStatusLoadError || ms == kHighsModelStatusModelError ||
+      ms == kHighsModelStatusPresolveError || ms == kHighsModelStatusSolveError ||
+      ms == kHighsModelStatusPostsolveError)
+    return p->fail("HiGHS failed to solve the problem (model status %d)", ms);
+  return 0;
+}
+
+}  // namespace
+
+}  // namespace nvrl
+
+using nvrl::optimize;
+
+extern "C" {
+
+NVRL_API int NVRLlpoptimize(NVRLprob prob, const char *flags) { return optimize(prob, flags, false); }
+
+NVRL_API int NVRLmipoptimize(NVRLprob prob, const char *flags) { return optimize(prob, flags, true); }
+
+NVRL_API int NVRLinterrupt(NVRLprob prob, int reason) {
+  nvrl_problem_s *p = nvrl::checkProblem(prob);
+  if (!p) return 1;
+  if (reason <= 0) return p->fail("Invalid stop reason %d: it must be positive", reason);
+  p->interrupt_reason.store(reason);
+  return 0;
+}
+
+}  // extern "C"

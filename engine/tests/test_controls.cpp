@@ -1,0 +1,428 @@
+// The registry of controls and attributes, typed access through the optimiser's functions,
+// computed attributes, the published list and the generated reference docs/controls.md.
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "core/ids.h"
+#include "core/problem.h"
+#include "core/registry.h"
+
+using nvrl::ParamInfo;
+using nvrl::ParamKind;
+using nvrl::ParamOwner;
+using nvrl::ParamType;
+
+namespace {
+
+class Controls : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(0, NVRLinit(nullptr));
+    ASSERT_EQ(0, NVRLcreateprob(&prob_));
+  }
+  void TearDown() override {
+    NVRLdestroyprob(prob_);
+    NVRLfree();
+  }
+  std::string error() {
+    char msg[NVRL_MAXMESSAGELEN] = {};
+    NVRLgetlasterror(prob_, msg);
+    return msg;
+  }
+  NVRLprob prob_ = nullptr;
+};
+
+struct Expected {
+  int id;
+  ParamType type;
+  ParamKind kind;
+  ParamOwner owner;
+};
+
+// Numbers the module relies on, with the meaning it relies on.
+const Expected kRequired[] = {
+    {1001, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1018, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1019, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1124, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1214, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1004, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1194, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1032, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1325, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1327, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1010, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1011, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {2001, ParamType::Double, ParamKind::Attribute, ParamOwner::Optimiser},
+    {2003, ParamType::Double, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1028, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {1158, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
+    {8035, ParamType::Int, ParamKind::Control, ParamOwner::Optimiser},
+    {22013, ParamType::Int, ParamKind::Control, ParamOwner::Optimiser},
+    {7006, ParamType::Double, ParamKind::Control, ParamOwner::Optimiser},
+    {11999, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
+    {12000, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
+    {12013, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
+    {12016, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
+    {12026, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
+    {12044, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
+    {12062, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
+    {12146, ParamType::Double, ParamKind::Control, ParamOwner::Nonlinear},
+    {12179, ParamType::Double, ParamKind::Attribute, ParamOwner::Nonlinear},
+    {12415, ParamType::Int, ParamKind::Control, ParamOwner::Nonlinear},
+    {12416, ParamType::Int, ParamKind::Control, ParamOwner::Nonlinear},
+};
+
+class RequiredIds : public ::testing::TestWithParam<Expected> {};
+
+std::vector<const ParamInfo *> entries(bool controls, ParamOwner owner) {
+  std::vector<const ParamInfo *> out;
+  for (const ParamInfo &p : nvrl::paramTable())
+    if (p.isControl() == controls && p.owner == owner) out.push_back(&p);
+  return out;
+}
+
+}  // namespace
+
+TEST_P(RequiredIds, ExistWithTheirMeaning) {
+  const Expected &e = GetParam();
+  const ParamInfo *p = nvrl::findParam(e.id);
+  ASSERT_NE(nullptr, p) << e.id;
+  EXPECT_EQ(e.type, p->type) << p->name;
+  EXPECT_EQ(e.kind, p->kind) << p->name;
+  EXPECT_EQ(e.owner, p->owner) << p->name;
+}
+INSTANTIATE_TEST_SUITE_P(Registry, RequiredIds, ::testing::ValuesIn(kRequired));
+
+TEST(Registry, NamesAndIdsAreUniqueWellFormedAndInTheirRanges) {
+  std::set<int> ids;
+  std::set<std::string> names;
+  for (const ParamInfo &p : nvrl::paramTable()) {
+    EXPECT_TRUE(ids.insert(p.id).second) << "duplicate id " << p.id;
+    EXPECT_TRUE(names.insert(p.name).second) << "duplicate name " << p.name;
+    for (const char *c = p.name; *c; ++c)
+      EXPECT_TRUE(std::islower(static_cast<unsigned char>(*c)) ||
+                  std::isdigit(static_cast<unsigned char>(*c)) || *c == '_')
+          << p.name;
+    bool nonlinear_range = p.id >= 11999 && p.id <= 12999;
+    EXPECT_EQ(nonlinear_range, p.isNonlinear()) << p.id << " " << p.name;
+    EXPECT_GT(std::string(p.doc).size(), 10u) << p.name;
+    EXPECT_EQ(nvrl::findParamByName(p.name), &p);
+  }
+  EXPECT_EQ(std::string("nslp_postsolve"), nvrl::findParam(12416)->name);
+  EXPECT_EQ(std::string("miptol"), nvrl::findParam(nvrl::id::kMipTol)->name);
+}
+
+TEST(Registry, DefaultsLieWithinTheirBounds) {
+  for (const ParamInfo &p : nvrl::paramTable()) {
+    if (!p.isControl()) continue;
+    if (p.isIntegral()) {
+      EXPECT_TRUE(nvrl::checkIntValue(p, p.idef).empty()) << p.name;
+      EXPECT_LE(p.ilo, p.ihi) << p.name;
+    } else if (p.type == ParamType::Double) {
+      EXPECT_TRUE(nvrl::checkDblValue(p, p.ddef).empty()) << p.name;
+    }
+    if (p.type == ParamType::Int) {
+      EXPECT_TRUE(p.ihi <= INT32_MAX && p.ilo >= INT32_MIN) << p.name;
+    }
+  }
+}
+
+TEST_F(Controls, EveryControlReadsItsDefaultAndAcceptsItsBoundsOnly) {
+  for (const ParamInfo *p : entries(true, ParamOwner::Optimiser)) {
+    SCOPED_TRACE(p->name);
+    if (p->isIntegral()) {
+      NVRLint64 v = -12345;
+      ASSERT_EQ(0, NVRLgetintcontrol64(prob_, p->id, &v));
+      EXPECT_EQ(p->idef, v);
+      ASSERT_EQ(0, NVRLsetintcontrol64(prob_, p->id, p->ihi));
+      ASSERT_EQ(0, NVRLsetintcontrol64(prob_, p->id, p->ilo));
+      if (p->ilo > INT64_MIN) {
+        EXPECT_NE(0, NVRLsetintcontrol64(prob_, p->id, p->ilo - 1));
+        EXPECT_NE(std::string::npos, error().find("outside the range")) << error();
+      }
+      if (p->ihi < INT64_MAX) {
+        EXPECT_NE(0, NVRLsetintcontrol64(prob_, p->id, p->ihi + 1));
+      }
+      ASSERT_EQ(0, NVRLgetintcontrol64(prob_, p->id, &v));
+      EXPECT_EQ(p->ilo, v);  // failed sets changed nothing
+    } else if (p->type == ParamType::Double) {
+      double v = -12345;
+      ASSERT_EQ(0, NVRLgetdblcontrol(prob_, p->id, &v));
+      EXPECT_EQ(p->ddef, v);
+      ASSERT_EQ(0, NVRLsetdblcontrol(prob_, p->id, p->dlo));
+      if (p->dlo > -1e300) {
+        EXPECT_NE(0, NVRLsetdblcontrol(prob_, p->id, p->dlo - std::fabs(p->dlo) - 1));
+      }
+      if (p->dhi < 1e300) {
+        EXPECT_NE(0, NVRLsetdblcontrol(prob_, p->id, p->dhi * 2 + 1));
+      }
+      EXPECT_NE(0, NVRLsetdblcontrol(prob_, p->id, std::nan("")));
+      ASSERT_EQ(0, NVRLgetdblcontrol(prob_, p->id, &v));
+      EXPECT_EQ(p->dlo, v);
+    } else {
+      char v[NVRL_MAXNAMELEN];
+      ASSERT_EQ(0, NVRLgetstrcontrol(prob_, p->id, v));
+      EXPECT_STREQ(p->sdef, v);
+      std::string longest(NVRL_MAXNAMELEN - 1, 's');
+      ASSERT_EQ(0, NVRLsetstrcontrol(prob_, p->id, longest.c_str()));
+      EXPECT_NE(0, NVRLsetstrcontrol(prob_, p->id, (longest + "s").c_str()));
+      EXPECT_NE(0, NVRLsetstrcontrol(prob_, p->id, nullptr));
+      ASSERT_EQ(0, NVRLgetstrcontrol(prob_, p->id, v));
+      EXPECT_EQ(longest, v);
+    }
+  }
+}
+
+struct BadCall {
+  const char *what;
+  int (*call)(NVRLprob);
+  const char *message;
+};
+
+const BadCall kBadCalls[] = {
+    {"unknown id", [](NVRLprob p) { int v; return NVRLgetintcontrol(p, 4242, &v); },
+     "NVRLgetintcontrol: unknown control id 4242"},
+    {"double read as int", [](NVRLprob p) { int v; return NVRLgetintcontrol(p, 7001, &v); },
+     "NVRLgetintcontrol: 7001 (time_limit) is a double control, not an integer one"},
+    {"int set as double", [](NVRLprob p) { return NVRLsetdblcontrol(p, 8003, 2.0); },
+     "NVRLsetdblcontrol: 8003 (threads) is an integer control, not a double one"},
+    {"string read as double", [](NVRLprob p) { double v; return NVRLgetdblcontrol(p, 6001, &v); },
+     "NVRLgetdblcontrol: 6001 (mps_rhs_name) is a string control, not a double one"},
+    {"attribute as control", [](NVRLprob p) { return NVRLsetintcontrol(p, 1001, 3); },
+     "NVRLsetintcontrol: 1001 (rows) is an attribute, not a control"},
+    {"control as attribute", [](NVRLprob p) { int v; return NVRLgetintattrib(p, 8003, &v); },
+     "NVRLgetintattrib: 8003 (threads) is a control, not an attribute"},
+    {"nonlinear id", [](NVRLprob p) { return NVRLsetintcontrol(p, 12416, 1); },
+     "NVRLsetintcontrol: 12416 (nslp_postsolve) belongs to the nonlinear solver; use the NSLP "
+     "functions"},
+    {"out of range", [](NVRLprob p) { return NVRLsetintcontrol(p, 8005, 9); },
+     "NVRLsetintcontrol: 8005 (lp_algorithm): value 9 is outside the range [1, 4]"},
+    {"negative tolerance", [](NVRLprob p) { return NVRLsetdblcontrol(p, 7006, -1.0); },
+     "NVRLsetdblcontrol: 7006 (miptol): value -1 is outside the range [1e-10, 0.5]"},
+    {"null output", [](NVRLprob p) { return NVRLgetdblattrib(p, 2001, nullptr); },
+     "NVRLgetdblattrib: null value pointer"},
+    {"null string", [](NVRLprob p) { return NVRLgetstrcontrol(p, 6001, nullptr); },
+     "NVRLgetstrcontrol: null value pointer"},
+    {"unknown name",
+     [](NVRLprob p) { return NVRLgetcontrolinfo(p, "no_such", nullptr, nullptr, nullptr); },
+     "NVRLgetcontrolinfo: no control or attribute of the optimiser is named 'no_such'"},
+    {"nonlinear name",
+     [](NVRLprob p) {
+       return NVRLgetcontrolinfo(p, "nslp_postsolve", nullptr, nullptr, nullptr);
+     },
+     "NVRLgetcontrolinfo: no control or attribute of the optimiser is named 'nslp_postsolve'"},
+};
+
+class BadControlCalls : public Controls, public ::testing::WithParamInterface<BadCall> {};
+
+TEST_P(BadControlCalls, FailWithAPreciseMessageAndChangeNothing) {
+  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kLpAlgorithm, 3));
+  ASSERT_EQ(0, NVRLsetdblcontrol(prob_, nvrl::id::kMipTol, 1e-7));
+  nvrl::ControlValues before = prob_->controls;
+  EXPECT_NE(0, GetParam().call(prob_));
+  EXPECT_EQ(GetParam().message, error());
+  EXPECT_EQ(before.ints, prob_->controls.ints);
+  EXPECT_EQ(before.dbls, prob_->controls.dbls);
+  EXPECT_EQ(before.strs, prob_->controls.strs);
+}
+INSTANTIATE_TEST_SUITE_P(Registry, BadControlCalls, ::testing::ValuesIn(kBadCalls),
+                         [](const auto &info) {
+                           std::string n = info.param.what;
+                           for (char &c : n)
+                             if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+                           return n;
+                         });
+
+TEST_F(Controls, WideIntegersNeedThe64BitFunctions) {
+  const NVRLint64 big = NVRLint64{1} << 40;
+  ASSERT_EQ(0, NVRLsetintcontrol64(prob_, nvrl::id::kNodeLimit, big));
+  int small = 7;
+  EXPECT_NE(0, NVRLgetintcontrol(prob_, nvrl::id::kNodeLimit, &small));
+  EXPECT_EQ(7, small);
+  NVRLint64 wide = 0;
+  ASSERT_EQ(0, NVRLgetintcontrol64(prob_, nvrl::id::kNodeLimit, &wide));
+  EXPECT_EQ(big, wide);
+  // A 32-bit control is out of range for a 64-bit value beyond it.
+  EXPECT_NE(0, NVRLsetintcontrol64(prob_, nvrl::id::kThreads, big));
+  // 32-bit access to a 64-bit control works while the value fits.
+  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kNodeLimit, 12));
+  ASSERT_EQ(0, NVRLgetintcontrol(prob_, nvrl::id::kNodeLimit, &small));
+  EXPECT_EQ(12, small);
+}
+
+TEST_F(Controls, EveryAttributeIsComputedOnAnEmptyProblem) {
+  for (const ParamInfo *p : entries(false, ParamOwner::Optimiser)) {
+    SCOPED_TRACE(p->name);
+    if (p->isIntegral()) {
+      NVRLint64 v = -1;
+      EXPECT_EQ(0, NVRLgetintattrib64(prob_, p->id, &v)) << error();
+      int v32 = -1;
+      EXPECT_EQ(0, NVRLgetintattrib(prob_, p->id, &v32)) << error();
+      EXPECT_EQ(v, v32);
+    } else if (p->type == ParamType::Double) {
+      double v;
+      EXPECT_EQ(0, NVRLgetdblattrib(prob_, p->id, &v)) << error();
+    } else {
+      char v[NVRL_MAXNAMELEN];
+      EXPECT_EQ(0, NVRLgetstrattrib(prob_, p->id, v)) << error();
+    }
+  }
+}
+
+TEST_F(Controls, AttributesFollowTheStore) {
+  nvrl::Model &m = prob_->model;
+  m.name = "abc";
+  m.obj = {1, 1, 1, 1, 1, 1, 1};
+  m.lb.assign(7, 0);
+  m.ub.assign(7, 1);
+  m.coltype = {'C', 'I', 'B', 'S', 'R', 'P', 'C'};
+  m.limit.assign(7, 0);
+  m.rowtype = {'L', 'L', 'E'};
+  m.rhs = {1, 1, 1};
+  m.range = {0, 0, 0};
+  m.A.start = {0, 1, 2, 2};
+  m.A.col = {0, 1};
+  m.A.val = {1, 1};
+  m.indcol = {2, -1, 2};
+  m.indcomp = {1, 0, -1};
+  m.gencons.resize(2);
+  m.pwlcons.resize(1);
+  m.sets.resize(2);
+  m.colnames.assign(7, "");
+  m.colnames[3] = std::string(17, 'x');  // 17 characters: 3 units of 8
+
+  auto attr = [&](int id) {
+    int v = -99;
+    EXPECT_EQ(0, NVRLgetintattrib(prob_, id, &v)) << id;
+    return v;
+  };
+  using namespace nvrl::id;
+  EXPECT_EQ(3, attr(kRows));
+  EXPECT_EQ(3, attr(kOriginalRows));
+  EXPECT_EQ(7, attr(kCols));
+  EXPECT_EQ(7, attr(kOriginalCols));
+  EXPECT_EQ(0, attr(kSpareRows));
+  EXPECT_EQ(2, attr(kSets));
+  EXPECT_EQ(2, attr(kOriginalSets));
+  EXPECT_EQ(2, attr(kElems));
+  EXPECT_EQ(5, attr(kMipEnts));
+  EXPECT_EQ(2, attr(kIndicators));
+  EXPECT_EQ(3, attr(kGenConsAndPwl));
+  EXPECT_EQ(1, attr(kPwlCons));
+  EXPECT_EQ(3, attr(kNamelength));
+  EXPECT_EQ(4, attr(kProbNameLength));
+
+  // Default names count too, so that a name buffer sized by name_length always suffices.
+  m.colnames.assign(7, "");
+  EXPECT_EQ(1, attr(kNamelength));  // "C7"
+  m.rownames.assign(3, std::string(8, 'r'));
+  EXPECT_EQ(1, attr(kNamelength));
+  m.rownames[1] += "r";
+  EXPECT_EQ(2, attr(kNamelength));
+
+  // The largest violation of a primal solution, over bounds and rows.
+  prob_->sol.have_primal = true;
+  prob_->sol.x = {0, 1, 1, 0, 0, 0, 1.25};
+  prob_->sol.slack = {0.5, -0.125, 0.0};  // row 1 ('L') is violated by 0.125
+  double worst = -1;
+  ASSERT_EQ(0, NVRLgetdblattrib(prob_, kMaxPrimalInfeas, &worst));
+  EXPECT_DOUBLE_EQ(0.25, worst);  // column 6 exceeds its upper bound 1 by 0.25
+  prob_->sol.x[6] = 1;
+  ASSERT_EQ(0, NVRLgetdblattrib(prob_, kMaxPrimalInfeas, &worst));
+  EXPECT_DOUBLE_EQ(0.125, worst);
+}
+
+TEST_F(Controls, PublishedListMatchesTheRegistry) {
+  const NVRLcaentry *list = nullptr;
+  ASSERT_EQ(0, NVRLgetcalist_c(prob_, &list));
+  size_t n = 0;
+  for (const NVRLcaentry *e = list; e->type != -1; ++e, ++n) {
+    const ParamInfo *p = nvrl::findParam(e->id);
+    ASSERT_NE(nullptr, p) << e->id;
+    EXPECT_STREQ(p->name, e->name);
+    EXPECT_EQ(static_cast<int>(p->type), e->type);
+    EXPECT_EQ(p->isControl(), (e->flags & NVRL_CAFLAG_CONTROL) != 0) << e->name;
+    int typeflag = p->isIntegral() ? NVRL_CAFLAG_INT
+                   : p->type == ParamType::Double ? NVRL_CAFLAG_DOUBLE
+                                                  : NVRL_CAFLAG_STRING;
+    EXPECT_EQ(typeflag, e->flags & 7) << e->name;
+    EXPECT_EQ(ParamOwner::Optimiser, p->owner);
+  }
+  EXPECT_EQ(entries(true, ParamOwner::Optimiser).size() +
+                entries(false, ParamOwner::Optimiser).size(),
+            n);
+  EXPECT_NE(0, NVRLgetcalist_c(prob_, nullptr));
+}
+
+TEST_F(Controls, LookupByNameIgnoresCase) {
+  int id = 0, type = 0, iscontrol = -1;
+  ASSERT_EQ(0, NVRLgetcontrolinfo(prob_, "MIPTOL", &id, &type, &iscontrol));
+  EXPECT_EQ(nvrl::id::kMipTol, id);
+  EXPECT_EQ(NVRL_TYPE_DOUBLE, type);
+  EXPECT_EQ(1, iscontrol);
+  ASSERT_EQ(0, NVRLgetcontrolinfo(prob_, "Rows", &id, &type, &iscontrol));
+  EXPECT_EQ(nvrl::id::kRows, id);
+  EXPECT_EQ(0, iscontrol);
+}
+
+TEST_F(Controls, DefaultsCopiesAndDumps) {
+  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kThreads, 4));
+  ASSERT_EQ(0, NVRLsetdblcontrol(prob_, nvrl::id::kTimeLimit, 2.5));
+  ASSERT_EQ(0, NVRLsetstrcontrol(prob_, nvrl::id::kMpsRhsName, "RHS2"));
+  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kPresolve, 1));  // equal to its default
+
+  static std::vector<std::string> lines;
+  lines.clear();
+  auto cb = [](NVRLprob, void *, const char *msg, int len, int) { lines.emplace_back(msg, len); };
+  ASSERT_EQ(0, NVRLaddcbmessage(prob_, cb, nullptr, 0));
+  ASSERT_EQ(0, NVRLdumpcontrols(prob_));
+  EXPECT_EQ((std::vector<std::string>{"mps_rhs_name = RHS2", "time_limit = 2.5", "threads = 4"}),
+            lines);
+
+  NVRLprob other;
+  ASSERT_EQ(0, NVRLcreateprob(&other));
+  ASSERT_EQ(0, NVRLcopycontrols(other, prob_));
+  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kThreads, 8));
+  int threads = 0;
+  ASSERT_EQ(0, NVRLgetintcontrol(other, nvrl::id::kThreads, &threads));
+  EXPECT_EQ(4, threads);
+  char rhs[NVRL_MAXNAMELEN];
+  ASSERT_EQ(0, NVRLgetstrcontrol(other, nvrl::id::kMpsRhsName, rhs));
+  EXPECT_STREQ("RHS2", rhs);
+
+  ASSERT_EQ(0, NVRLsetdefaults(other));
+  ASSERT_EQ(0, NVRLgetintcontrol(other, nvrl::id::kThreads, &threads));
+  EXPECT_EQ(0, threads);
+  ASSERT_EQ(0, NVRLgetintcontrol(prob_, nvrl::id::kThreads, &threads));
+  EXPECT_EQ(8, threads);
+  NVRLdestroyprob(other);
+
+  lines.clear();
+  ASSERT_EQ(0, NVRLsetdefaults(prob_));
+  ASSERT_EQ(0, NVRLdumpcontrols(prob_));
+  EXPECT_TRUE(lines.empty());
+}
+
+// docs/controls.md is generated from the registry; regenerate with NVRL_UPDATE_DOCS=1.
+TEST(ControlsDoc, MatchesTheRegistry) {
+  const std::string path = std::string(NVRL_SOURCE_DIR) + "/docs/controls.md";
+  const std::string expected = nvrl::controlsMarkdown();
+  if (const char *update = std::getenv("NVRL_UPDATE_DOCS"); update && *update == '1') {
+    std::ofstream(path, std::ios::binary) << expected;
+  }
+  std::ifstream in(path, std::ios::binary);
+  ASSERT_TRUE(in) << path << " is missing; run with NVRL_UPDATE_DOCS=1 to write it";
+  std::stringstream actual;
+  actual << in.rdbuf();
+  EXPECT_TRUE(actual.str() == expected)
+      << path << " differs from the registry; run with NVRL_UPDATE_DOCS=1 to regenerate it";
+}

@@ -1,0 +1,163 @@
+// Shared helpers of the problem file tests: a started library with one problem, files in the
+// test's temporary directory, and exact comparison of whole models.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "core/ids.h"
+#include "core/problem.h"
+#include "nvrl.h"
+
+namespace iotest {
+
+inline std::string dataFile(const std::string &name) {
+  return std::string(NVRL_DATA_DIR) + "/" + name;
+}
+
+class FileTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(NVRLinit(nullptr), 0);
+    ASSERT_EQ(NVRLcreateprob(&prob), 0);
+    const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string leaf = std::string(info->test_suite_name()) + "_" + info->name();
+    std::replace(leaf.begin(), leaf.end(), '/', '_');
+    dir = std::filesystem::path(::testing::TempDir()) / ("nvrl_io_" + leaf);
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir);
+  }
+  void TearDown() override {
+    NVRLdestroyprob(prob);
+    NVRLfree();
+    std::filesystem::remove_all(dir);
+  }
+
+  std::string path(const std::string &leaf) const { return (dir / leaf).string(); }
+
+  std::string writeText(const std::string &leaf, const std::string &text) const {
+    std::string p = path(leaf);
+    std::ofstream(p, std::ios::binary) << text;
+    return p;
+  }
+
+  std::string lastError() const {
+    char msg[NVRL_MAXMESSAGELEN];
+    NVRLgetlasterror(prob, msg);
+    return msg;
+  }
+
+  // Reads text given as a file of the given leaf name; fails the test on an error.
+  const nvrl::Model &load(const std::string &leaf, const std::string &text) {
+    std::string p = writeText(leaf, text);
+    EXPECT_EQ(NVRLreadprob(prob, p.c_str(), ""), 0) << lastError();
+    return prob->model;
+  }
+
+  NVRLprob prob = nullptr;
+  std::filesystem::path dir;
+};
+
+// Entries of each row sorted by column: the order within a row carries no meaning.
+inline std::vector<std::vector<std::pair<int, double>>> rowsOf(const nvrl::Model &m) {
+  std::vector<std::vector<std::pair<int, double>>> rows(static_cast<size_t>(m.rows()));
+  for (int i = 0; i < m.rows(); ++i) {
+    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k)
+      rows[i].push_back({m.A.col[k], m.A.val[k]});
+    std::sort(rows[i].begin(), rows[i].end());
+  }
+  return rows;
+}
+
+inline std::string nameOr(const std::vector<std::string> &names, int i, char prefix) {
+  return names[i].empty() ? prefix + std::to_string(i + 1) : names[i];
+}
+
+// Every part of two models must agree exactly (names with their defaults applied).
+inline void expectSameModel(const nvrl::Model &a, const nvrl::Model &b,
+                            bool compare_problem_name = true) {
+  if (compare_problem_name) EXPECT_EQ(a.name, b.name);
+  EXPECT_EQ(a.objsense, b.objsense);
+  EXPECT_EQ(a.objconst, b.objconst);
+  ASSERT_EQ(a.cols(), b.cols());
+  ASSERT_EQ(a.rows(), b.rows());
+  EXPECT_EQ(a.obj, b.obj);
+  EXPECT_EQ(a.lb, b.lb);
+  EXPECT_EQ(a.ub, b.ub);
+  EXPECT_EQ(a.coltype, b.coltype);
+  EXPECT_EQ(a.limit, b.limit);
+  EXPECT_EQ(a.rowtype, b.rowtype);
+  EXPECT_EQ(a.rhs, b.rhs);
+  EXPECT_EQ(a.range, b.range);
+  EXPECT_EQ(rowsOf(a), rowsOf(b));
+  EXPECT_EQ(a.qobj, b.qobj);
+  EXPECT_EQ(a.qrows, b.qrows);
+  ASSERT_EQ(a.nsets(), b.nsets());
+  for (int k = 0; k < a.nsets(); ++k) {
+    EXPECT_EQ(a.sets[k].type, b.sets[k].type);
+    EXPECT_EQ(a.sets[k].cols, b.sets[k].cols);
+    EXPECT_EQ(a.sets[k].refs, b.sets[k].refs);
+    EXPECT_EQ(nameOr(a.setnames, k, 'S'), nameOr(b.setnames, k, 'S'));
+  }
+  EXPECT_EQ(a.indcol, b.indcol);
+  EXPECT_EQ(a.indcomp, b.indcomp);
+  for (int i = 0; i < a.rows(); ++i)
+    EXPECT_EQ(nameOr(a.rownames, i, 'R'), nameOr(b.rownames, i, 'R'));
+  for (int j = 0; j < a.cols(); ++j)
+    EXPECT_EQ(nameOr(a.colnames, j, 'C'), nameOr(b.colnames, j, 'C'));
+}
+
+// The same model up to the numbering of columns, which are matched by name; row names are
+// not compared (LP files may leave rows unnamed where MPS files cannot).
+inline void expectSameModelByColumnName(const nvrl::Model &a, const nvrl::Model &b) {
+  ASSERT_EQ(a.cols(), b.cols());
+  ASSERT_EQ(a.rows(), b.rows());
+  std::map<std::string, int> bcol;
+  for (int j = 0; j < b.cols(); ++j) bcol[b.colnames[j]] = j;
+  std::vector<int> to_b(static_cast<size_t>(a.cols()));
+  for (int j = 0; j < a.cols(); ++j) {
+    ASSERT_TRUE(bcol.count(a.colnames[j])) << a.colnames[j];
+    int k = to_b[j] = bcol[a.colnames[j]];
+    EXPECT_EQ(a.obj[j], b.obj[k]) << a.colnames[j];
+    EXPECT_EQ(a.lb[j], b.lb[k]) << a.colnames[j];
+    EXPECT_EQ(a.ub[j], b.ub[k]) << a.colnames[j];
+    EXPECT_EQ(a.coltype[j], b.coltype[k]) << a.colnames[j];
+    EXPECT_EQ(a.limit[j], b.limit[k]) << a.colnames[j];
+  }
+  EXPECT_EQ(a.objsense, b.objsense);
+  EXPECT_EQ(a.objconst, b.objconst);
+  EXPECT_EQ(a.rowtype, b.rowtype);
+  EXPECT_EQ(a.rhs, b.rhs);
+  EXPECT_EQ(a.range, b.range);
+  auto arows = rowsOf(a), brows = rowsOf(b);
+  for (int i = 0; i < a.rows(); ++i) {
+    std::vector<std::pair<int, double>> mapped;
+    for (auto [j, v] : arows[i]) mapped.push_back({to_b[j], v});
+    std::sort(mapped.begin(), mapped.end());
+    EXPECT_EQ(mapped, brows[i]) << "row " << i;
+  }
+  auto mapQ = [&](const nvrl::QMatrix &q) {
+    nvrl::QMatrix out;
+    for (auto [ij, v] : q) {
+      int i = to_b[ij.first], j = to_b[ij.second];
+      out[{std::min(i, j), std::max(i, j)}] = v;
+    }
+    return out;
+  };
+  EXPECT_EQ(mapQ(a.qobj), b.qobj);
+  ASSERT_EQ(a.qrows.size(), b.qrows.size());
+  for (auto &[row, q] : a.qrows) {
+    ASSERT_TRUE(b.qrows.count(row));
+    EXPECT_EQ(mapQ(q), b.qrows.at(row));
+  }
+  EXPECT_EQ(a.nsets(), b.nsets());
+}
+
+}  // namespace iotest

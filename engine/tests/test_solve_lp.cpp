@@ -1,0 +1,260 @@
+// Linear solves through the store: answers, sign conventions, statuses, rays, warm starts and
+// bases.
+#include <cmath>
+
+#include "test_solve_support.h"
+
+namespace solvetest {
+namespace {
+
+using nvrl::id::kLpObjVal;
+using nvrl::id::kLpStatus;
+using nvrl::id::kSimplexIter;
+
+class LpSolve : public SolveTest {
+ protected:
+  // min -x - 2y  s.t.  c0: x + y <= 4,  c1: x + 3y <= 6,  free row n: x - y,  x, y >= 0,
+  // objective constant 10.
+  // Vertices: (4,0): -4, (0,2): -4, (3,1): -5, so x = 3, y = 1, objective 10 - 5 = 5; both
+  // rows tight, the vertex is not degenerate. With x and y basic their reduced costs vanish:
+  // -1 = y0 + y1, -2 = y0 + 3y1  ->  y0 = y1 = -0.5.
+  void buildSmall() {
+    x = col(0, 1e20, -1);
+    y = col(0, 1e20, -2);
+    row('L', 4, {{x, 1}, {y, 1}});
+    row('L', 6, {{x, 1}, {y, 3}});
+    row('N', 0, {{x, 1}, {y, -1}});
+    model().objconst = 10;
+    prob->modelChanged();
+  }
+  int x = -1, y = -1;
+};
+
+TEST_F(LpSolve, SmallLpAnswersAndDualSigns) {
+  buildSmall();
+  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
+  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
+  EXPECT_NEAR(dblAttr(kLpObjVal), 5.0, 1e-9);
+  double xs[2], slack[3], duals[3], djs[2];
+  ASSERT_EQ(NVRLgetlpsol(prob, xs, slack, duals, djs), 0);
+  EXPECT_NEAR(xs[0], 3, 1e-9);
+  EXPECT_NEAR(xs[1], 1, 1e-9);
+  EXPECT_NEAR(slack[0], 0, 1e-9);
+  EXPECT_NEAR(slack[1], 0, 1e-9);
+  EXPECT_NEAR(slack[2], -2, 1e-9);  // free row: rhs 0 minus activity 2
+  // Duals are d(objective)/d(rhs): relaxing a binding <= row of a minimisation lowers it.
+  EXPECT_NEAR(duals[0], -0.5, 1e-9);
+  EXPECT_NEAR(duals[1], -0.5, 1e-9);
+  EXPECT_EQ(duals[2], 0.0);
+  // Reduced costs c - A'y.
+  EXPECT_NEAR(djs[0], -1 - (-0.5 - 0.5), 1e-9);
+  EXPECT_NEAR(djs[1], -2 - (-0.5 - 1.5), 1e-9);
+}
+
+TEST_F(LpSolve, MaximisationKeepsTheSameDualMeaning) {
+  // max x + 2y  s.t.  x + y <= 4, x + 3y <= 6: the negated objective of buildSmall, so the
+  // optimum is 5 at (3, 1) and each dual is +0.5.
+  x = col(0, 1e20, 1);
+  y = col(0, 1e20, 2);
+  row('L', 4, {{x, 1}, {y, 1}});
+  row('L', 6, {{x, 1}, {y, 3}});
+  maximise();
+  ASSERT_EQ(NVRLlpoptimize(prob, nullptr), 0) << lastError();
+  EXPECT_NEAR(dblAttr(kLpObjVal), 5.0, 1e-9);
+  double duals[2], djs[2];
+  ASSERT_EQ(NVRLgetlpsol(prob, nullptr, nullptr, duals, djs), 0);
+  EXPECT_NEAR(duals[0], 0.5, 1e-9);
+  EXPECT_NEAR(duals[1], 0.5, 1e-9);
+  EXPECT_NEAR(djs[0], 0.0, 1e-9);
+  int npv = -1, nps = -1, nds = -1, ndv = -1;
+  ASSERT_EQ(NVRLgetinfeas(prob, &npv, &nps, &nds, &ndv, nullptr, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(npv + nps + nds + ndv, 0);
+}
+
+TEST_F(LpSolve, RangeAndEqualityRows) {
+  // min x + y  s.t.  2 <= x - y <= 5 (range row, rhs 5, range 3), x + y = 4... no: x + 2y = 4
+  // with x, y >= 0: from x + 2y = 4, x = 4 - 2y; objective 4 - y, so y as large as possible:
+  // x - y = 4 - 3y >= 2 -> y <= 2/3. Optimum y = 2/3, x = 8/3, objective 10/3.
+  x = col(0, 1e20, 1);
+  y = col(0, 1e20, 1);
+  row('R', 5, {{x, 1}, {y, -1}}, 3);
+  row('E', 4, {{x, 1}, {y, 2}});
+  for (const char *flags : {"", "p", "d", "b"}) {
+    ASSERT_EQ(NVRLlpoptimize(prob, flags), 0) << flags << ": " << lastError();
+    EXPECT_NEAR(dblAttr(kLpObjVal), 10.0 / 3, 1e-7) << flags;
+    double slack[2];
+    ASSERT_EQ(NVRLgetlpsol(prob, nullptr, slack, nullptr, nullptr), 0);
+    EXPECT_NEAR(slack[0], 3.0, 1e-7) << flags;  // activity 2 at the bottom of the range
+    EXPECT_NEAR(slack[1], 0.0, 1e-7) << flags;
+  }
+}
+
+TEST_F(LpSolve, InfeasibleLpHasDualRay) {
+  // x + y <= 1 and x + y >= 3 cannot both hold.
+  x = col(0, 1e20, 1);
+  y = col(0, 1e20, 1);
+  row('L', 1, {{x, 1}, {y, 1}});
+  row('G', 3, {{x, 1}, {y, 1}});
+  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
+  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_INFEAS);
+  int has = 0;
+  double ray[2];
+  ASSERT_EQ(NVRLgetdualray(prob, ray, &has), 0);
+  ASSERT_EQ(has, 1);
+  // A Farkas certificate combines the two rows with opposite signs.
+  EXPECT_LT(ray[0] * ray[1], 0.0);
+}
+
+TEST_F(LpSolve, UnboundedLpHasPrimalRay) {
+  // min -x - y s.t. x - y <= 1: x = y + 1 grows without limit.
+  x = col(0, 1e20, -1);
+  y = col(0, 1e20, -1);
+  row('L', 1, {{x, 1}, {y, -1}});
+  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
+  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_UNBOUNDED);
+  int has = 0, seq = -2;
+  double ray[2];
+  ASSERT_EQ(NVRLgetprimalray(prob, ray, &has), 0);
+  ASSERT_EQ(has, 1);
+  EXPECT_LT(-ray[0] - ray[1], 0.0);  // the objective decreases along the ray
+  EXPECT_LE(ray[0] - ray[1], 1e-9);  // and the row stays satisfied
+  ASSERT_EQ(NVRLgetunbvec(prob, &seq), 0);
+  EXPECT_TRUE(seq == 0 || seq == 1);
+}
+
+TEST_F(LpSolve, BadFlagsFailAndKeepTheAnswer) {
+  buildSmall();
+  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0);
+  EXPECT_NE(NVRLlpoptimize(prob, "pz"), 0);
+  EXPECT_NE(lastError().find("'z'"), std::string::npos) << lastError();
+  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
+  EXPECT_NEAR(dblAttr(kLpObjVal), 5.0, 1e-9);
+}
+
+TEST_F(LpSolve, NoAnswersBeforeASolveAndEmptyProblems) {
+  double xs[2];
+  int rs[3], cs[2];
+  EXPECT_NE(NVRLgetlpsol(prob, xs, nullptr, nullptr, nullptr), 0);
+  EXPECT_NE(NVRLgetbasis(prob, rs, cs), 0);
+  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_UNSTARTED);
+  // Nothing but the objective constant; then columns without rows.
+  model().objconst = 7;
+  prob->modelChanged();
+  for (bool mip : {false, true}) {
+    ASSERT_EQ(mip ? NVRLmipoptimize(prob, "") : NVRLlpoptimize(prob, ""), 0) << lastError();
+    EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
+    EXPECT_NEAR(dblAttr(kLpObjVal), 7, 1e-12);
+  }
+  col(-1, 2, 3);
+  col(0, 5, -1, 'I');
+  ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
+  EXPECT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_OPTIMAL);
+  EXPECT_NEAR(dblAttr(nvrl::id::kMipObjVal), 7 - 3 - 5, 1e-9);
+}
+
+// A transportation problem with enough structure to need a few dozen simplex iterations.
+class WarmStart : public SolveTest {
+ protected:
+  static constexpr int S = 12, D = 15;
+  void build() {
+    for (int i = 0; i < S; ++i)
+      for (int j = 0; j < D; ++j) col(0, 1e20, 1 + (i * 7 + j * 13) % 17);
+    for (int i = 0; i < S; ++i) {
+      std::vector<std::pair<int, double>> e;
+      for (int j = 0; j < D; ++j) e.push_back({i * D + j, 1});
+      row('L', 40 + (i * 5) % 11, e);
+    }
+    for (int j = 0; j < D; ++j) {
+      std::vector<std::pair<int, double>> e;
+      for (int i = 0; i < S; ++i) e.push_back({i * D + j, 1});
+      row('G', 20 + (j * 3) % 7, e);
+    }
+    NVRLsetintcontrol(prob, nvrl::id::kPresolve, 0);
+  }
+};
+
+// A small change keeps HiGHS's basis: the re-solve needs far fewer pivots than the first.
+class WarmChange : public WarmStart, public ::testing::WithParamInterface<char> {};
+
+TEST_P(WarmChange, ReusesTheBasis) {
+  build();
+  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
+  const int cold = intAttr(kSimplexIter);
+  const double obj1 = dblAttr(kLpObjVal);
+  ASSERT_GT(cold, 10);
+  std::vector<double> xs(S * D);
+  ASSERT_EQ(NVRLgetlpsol(prob, xs.data(), nullptr, nullptr, nullptr), 0);
+  int used = 0;
+  while (xs[used] < 1e-6) ++used;
+  switch (GetParam()) {
+    case 'b': model().ub[used] = 0; break;        // forbid a used route
+    case 'c': model().obj[used] += 5; break;      // make it dearer
+    case 'r': model().rhs[S] += 3; break;         // raise one demand
+    case 'k': model().objconst = 100; break;      // only the constant: no pivot at all
+  }
+  prob->modelChanged();
+  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
+  ASSERT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
+  if (GetParam() == 'k') {
+    EXPECT_EQ(intAttr(kSimplexIter), 0);
+    EXPECT_NEAR(dblAttr(kLpObjVal), obj1 + 100, 1e-7);
+  } else {
+    EXPECT_LT(intAttr(kSimplexIter), cold / 2);
+    EXPECT_GE(dblAttr(kLpObjVal), obj1 - 1e-9);  // every change makes the optimum dearer
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Solve, WarmChange, ::testing::Values('b', 'c', 'r', 'k'));
+
+TEST_F(WarmStart, LoadedBasisRestartsAtTheOptimum) {
+  build();
+  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
+  const double obj = dblAttr(kLpObjVal);
+  std::vector<int> rs(S + D), cs(S * D);
+  ASSERT_EQ(NVRLgetbasis(prob, rs.data(), cs.data()), 0);
+  int basic = 0;
+  for (int s : rs) basic += s == NVRL_BASIS_BASIC;
+  for (int s : cs) basic += s == NVRL_BASIS_BASIC;
+  EXPECT_EQ(basic, S + D);  // one basic variable per row
+
+  // A fresh problem with the same model starts from the loaded basis and needs no pivots.
+  NVRLprob other;
+  ASSERT_EQ(NVRLcreateprob(&other), 0);
+  NVRLsetintcontrol(other, nvrl::id::kLogLevel, 0);
+  NVRLsetintcontrol(other, nvrl::id::kPresolve, 0);
+  other->model = model();
+  other->modelChanged();
+  ASSERT_EQ(NVRLloadbasis(other, rs.data(), cs.data()), 0);
+  ASSERT_EQ(NVRLlpoptimize(other, ""), 0);
+  int iters = -1;
+  double obj2 = 0;
+  NVRLgetintattrib(other, kSimplexIter, &iters);
+  NVRLgetdblattrib(other, kLpObjVal, &obj2);
+  EXPECT_EQ(iters, 0);
+  EXPECT_NEAR(obj2, obj, 1e-9);
+
+  rs[0] = 7;
+  EXPECT_NE(NVRLloadbasis(other, rs.data(), cs.data()), 0);
+
+  // A starting point (the optimum) instead of a basis also shortens the solve.
+  const int cold = intAttr(kSimplexIter);
+  std::vector<double> x(S * D), slack(S + D);
+  ASSERT_EQ(NVRLgetlpsol(prob, x.data(), slack.data(), nullptr, nullptr), 0);
+  NVRLprob third;
+  ASSERT_EQ(NVRLcreateprob(&third), 0);
+  NVRLsetintcontrol(third, nvrl::id::kLogLevel, 0);
+  third->model = model();
+  third->modelChanged();
+  int status = -1;
+  ASSERT_EQ(NVRLloadlpsol(third, x.data(), slack.data(), nullptr, nullptr, &status), 0);
+  ASSERT_EQ(NVRLlpoptimize(third, ""), 0);
+  NVRLgetintattrib(third, kSimplexIter, &iters);
+  NVRLgetdblattrib(third, kLpObjVal, &obj2);
+  EXPECT_LT(iters, cold / 2);
+  EXPECT_NEAR(obj2, obj, 1e-9);
+  NVRLdestroyprob(third);
+  NVRLdestroyprob(other);
+}
+
+}  // namespace
+}  // namespace solvetest

@@ -1,0 +1,252 @@
+// Special ordered sets, indicators, general and piecewise-linear constraints.
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "test_store_support.h"
+
+namespace storetest {
+namespace {
+
+// A single set may come with its one start only; several sets with n or n+1 starts.
+TEST_F(StoreTest, SetsAddQueryAndDelete) {
+  buildRichModel();
+  const char one[] = {'2'};
+  const NVRLint64 start1[] = {0};
+  const int cols1[] = {3, 2, 1};
+  const double refs1[] = {1, 2, 3};
+  ASSERT_EQ(NVRLaddsets64(prob, 1, 3, one, start1, cols1, refs1), 0) << lastError(prob);
+  const char two[] = {'1', '2'};
+  const NVRLint64 start2[] = {0, 1, 3};
+  const int cols2[] = {0, 1, 2};
+  const double refs2[] = {5, 1, 2};
+  ASSERT_EQ(NVRLaddsets64(prob, 2, 3, two, start2, cols2, refs2), 0) << lastError(prob);
+  ASSERT_EQ(NVRLaddsetnames(prob, "last", 3, 3), 0);
+  Sets s = sets(prob, 4);
+  EXPECT_EQ(s.type, (std::vector<char>{'1', '2', '1', '2'}));
+  EXPECT_EQ(s.members.start, (std::vector<NVRLint64>{0, 2, 5, 6, 8}));
+  EXPECT_EQ(s.members.idx, (std::vector<int>{0, 1, 3, 2, 1, 0, 1, 2}));
+  EXPECT_EQ(allNames(prob, 3, 4), (std::vector<std::string>{"s", "S2", "S3", "last"}));
+
+  // A sub-range with too little room: starts are capped at the room.
+  char type[2];
+  NVRLint64 start[3], n = 0;
+  int idx[2];
+  double ref[2];
+  ASSERT_EQ(NVRLgetsets64(prob, type, start, idx, ref, 2, &n, 1, 2), 0);
+  EXPECT_EQ(n, 4);
+  EXPECT_EQ(std::vector<NVRLint64>(start, start + 3), (std::vector<NVRLint64>{0, 2, 2}));
+  EXPECT_EQ(std::vector<double>(ref, ref + 2), (std::vector<double>{1, 2}));
+
+  const int del[] = {1, 0};
+  ASSERT_EQ(NVRLdelsets(prob, 2, del), 0) << lastError(prob);
+  s = sets(prob, 2);
+  EXPECT_EQ(s.type, (std::vector<char>{'1', '2'}));
+  EXPECT_EQ(s.members.idx, (std::vector<int>{0, 1, 2}));
+  EXPECT_EQ(allNames(prob, 3, 2), (std::vector<std::string>{"S1", "last"}));
+  int index = -1;
+  ASSERT_EQ(NVRLgetindex(prob, 3, "last", &index), 0);
+  EXPECT_EQ(index, 1);
+}
+
+TEST_F(StoreTest, IndicatorsSetReplaceAndClear) {
+  buildRichModel();
+  const int rows[] = {0, 2, 1};
+  const int cols[] = {3, 0, 99};  // the column of a cleared indicator is not looked at
+  const int comp[] = {-1, 1, 0};
+  ASSERT_EQ(NVRLsetindicators(prob, 3, rows, cols, comp), 0) << lastError(prob);
+  std::vector<int> ic(3), cp(3);
+  ASSERT_EQ(NVRLgetindicators(prob, ic.data(), cp.data(), 0, 2), 0);
+  EXPECT_EQ(ic, (std::vector<int>{3, -1, 0}));
+  EXPECT_EQ(cp, (std::vector<int>{-1, 0, 1}));
+  EXPECT_EQ(intAttr(prob, nvrl::id::kIndicators), 2);
+  ASSERT_EQ(NVRLdelindicators(prob, 1, 2), 0);
+  ASSERT_EQ(NVRLgetindicators(prob, ic.data(), nullptr, 0, 2), 0);
+  EXPECT_EQ(ic, (std::vector<int>{3, -1, -1}));
+}
+
+TEST_F(StoreTest, GeneralConstraintsOfEveryShape) {
+  buildRichModel();
+  ASSERT_EQ(NVRLaddcols64(prob, 3, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
+  // x4 = abs(x0); x5 = and(x2, x6); x6 = min(x0, 3, -1). No values for the first two.
+  const int type[] = {NVRL_GENCONS_ABS, NVRL_GENCONS_AND, NVRL_GENCONS_MIN};
+  const int res[] = {4, 5, 6};
+  const NVRLint64 cs[] = {0, 1, 3, 4};
+  const int cols[] = {0, 2, 6, 0};
+  const NVRLint64 vs[] = {0, 0, 0};
+  const double vals[] = {3, -1};
+  ASSERT_EQ(NVRLaddgencons64(prob, 3, 4, 2, type, res, cs, cols, vs, vals), 0)
+      << lastError(prob);
+  const GenCons g = gencons(prob, 4);
+  EXPECT_EQ(g.type, (std::vector<int>{NVRL_GENCONS_MAX, NVRL_GENCONS_ABS, NVRL_GENCONS_AND,
+                                      NVRL_GENCONS_MIN}));
+  EXPECT_EQ(g.resultant, (std::vector<int>{3, 4, 5, 6}));
+  EXPECT_EQ(g.cols.start, (std::vector<NVRLint64>{0, 2, 3, 5, 6}));
+  EXPECT_EQ(g.cols.idx, (std::vector<int>{0, 1, 0, 2, 6, 0}));
+  EXPECT_EQ(g.vals.start, (std::vector<NVRLint64>{0, 1, 1, 1, 3}));
+  EXPECT_EQ(g.vals.val, (std::vector<double>{1.5, 3, -1}));
+
+  const int del[] = {0, 2};
+  ASSERT_EQ(NVRLdelgencons(prob, 2, del), 0);
+  const GenCons left = gencons(prob, 2);
+  EXPECT_EQ(left.type, (std::vector<int>{NVRL_GENCONS_ABS, NVRL_GENCONS_MIN}));
+  // Column 5 is free now and can go; column 6 shifts to 5 everywhere.
+  const int five[] = {5};
+  ASSERT_EQ(NVRLdelcols(prob, 1, five), 0) << lastError(prob);
+  EXPECT_EQ(gencons(prob, 2).resultant, (std::vector<int>{4, 5}));
+}
+
+TEST_F(StoreTest, PiecewiseLinearConstraintsWithAJump) {
+  buildRichModel();
+  const int col[] = {3}, res[] = {2};
+  const NVRLint64 start[] = {0};
+  const double x[] = {0, 1, 1, 2}, y[] = {0, 0, 1, 1};
+  ASSERT_EQ(NVRLaddpwlcons64(prob, 1, 4, col, res, start, x, y), 0) << lastError(prob);
+  Pwls p = pwls(prob, 2);
+  EXPECT_EQ(p.col, (std::vector<int>{1, 3}));
+  EXPECT_EQ(p.start, (std::vector<NVRLint64>{0, 3, 7}));
+  EXPECT_EQ(p.x, (std::vector<double>{0, 1, 2, 0, 1, 1, 2}));
+  const int first[] = {0};
+  ASSERT_EQ(NVRLdelpwlcons(prob, 1, first), 0);
+  p = pwls(prob, 1);
+  EXPECT_EQ(p.y, (std::vector<double>{0, 0, 1, 1}));
+  EXPECT_EQ(intAttr(prob, nvrl::id::kGenConsAndPwl), 2);
+}
+
+const char kSOS1[] = {'1'};
+const NVRLint64 kStart0[] = {0};
+
+const BadCall kBadEntities[] = {
+    {"SetTypeUnknown",
+     +[](NVRLprob p) {
+       const char t[] = {'0'};
+       const int c[] = {0};
+       const double r[] = {1};
+       return NVRLaddsets64(p, 1, 1, t, kStart0, c, r);
+     },
+     "NVRLaddsets64: settype[0] must be '1' or '2'"},
+    {"SetRepeatsAColumn",
+     +[](NVRLprob p) {
+       const int c[] = {1, 1};
+       const double r[] = {1, 2};
+       return NVRLaddsets64(p, 1, 2, kSOS1, kStart0, c, r);
+     },
+     "set 0 lists column 1 twice (colind[1])"},
+    {"SetRepeatsReferenceValue",
+     +[](NVRLprob p) {
+       const int c[] = {0, 1};
+       const double r[] = {1, 1};
+       return NVRLaddsets64(p, 1, 2, kSOS1, kStart0, c, r);
+     },
+     "set 0 repeats the reference value 1 (refval[1])"},
+    {"SetWithoutReferenceValues",
+     +[](NVRLprob p) {
+       const int c[] = {0};
+       return NVRLaddsets64(p, 1, 1, kSOS1, kStart0, c, nullptr);
+     },
+     "refval must not be null"},
+    {"DeleteSetTwice",
+     +[](NVRLprob p) {
+       const int s[] = {0, 0};
+       return NVRLdelsets(p, 2, s);
+     },
+     "sets[1] = 0 repeats a set already listed for deletion"},
+    {"IndicatorComplementTwo",
+     +[](NVRLprob p) {
+       const int r[] = {0}, c[] = {2}, k[] = {2};
+       return NVRLsetindicators(p, 1, r, c, k);
+     },
+     "complement[0] = 2 must be 1"},
+    {"IndicatorColumnOutOfRange",
+     +[](NVRLprob p) {
+       const int r[] = {0, 2}, c[] = {2, 9}, k[] = {1, -1};
+       return NVRLsetindicators(p, 2, r, c, k);
+     },
+     "NVRLsetindicators: colind[1] = 9 is not a valid column index"},
+    {"GeneralTypeUnknown",
+     +[](NVRLprob p) {
+       const int t[] = {5}, r[] = {0}, c[] = {1};
+       const NVRLint64 cs[] = {0};
+       return NVRLaddgencons64(p, 1, 1, 0, t, r, cs, c, nullptr, nullptr);
+     },
+     "contype[0] = 5 is not a general constraint type"},
+    {"AbsOfTwoColumns",
+     +[](NVRLprob p) {
+       const int t[] = {NVRL_GENCONS_ABS}, r[] = {0}, c[] = {1, 2};
+       const NVRLint64 cs[] = {0};
+       return NVRLaddgencons64(p, 1, 2, 0, t, r, cs, c, nullptr, nullptr);
+     },
+     "constraint 0 (abs) needs exactly one column and no values (has 2 columns, 0 values)"},
+    {"OrWithValues",
+     +[](NVRLprob p) {
+       const int t[] = {NVRL_GENCONS_OR}, r[] = {0}, c[] = {2};
+       const NVRLint64 cs[] = {0}, vs[] = {0};
+       const double v[] = {1};
+       return NVRLaddgencons64(p, 1, 1, 1, t, r, cs, c, vs, v);
+     },
+     "constraint 0 (or) needs at least one column and takes no values"},
+    {"MaxOfNothing",
+     +[](NVRLprob p) {
+       const int t[] = {NVRL_GENCONS_MAX, NVRL_GENCONS_MAX}, r[] = {0, 1}, c[] = {2};
+       const NVRLint64 cs[] = {0, 1};
+       return NVRLaddgencons64(p, 2, 1, 0, t, r, cs, c, nullptr, nullptr);
+     },
+     "constraint 1 (max) needs at least one column or value"},
+    {"ResultantAmongArguments",
+     +[](NVRLprob p) {
+       const int t[] = {NVRL_GENCONS_MIN}, r[] = {1}, c[] = {0, 1};
+       const NVRLint64 cs[] = {0};
+       return NVRLaddgencons64(p, 1, 2, 0, t, r, cs, c, nullptr, nullptr);
+     },
+     "constraint 0 uses its resultant column 1 as an argument (colind[1])"},
+    {"ValuesWithoutStarts",
+     +[](NVRLprob p) {
+       const int t[] = {NVRL_GENCONS_MAX}, r[] = {0}, c[] = {1};
+       const NVRLint64 cs[] = {0};
+       const double v[] = {1};
+       return NVRLaddgencons64(p, 1, 1, 1, t, r, cs, c, nullptr, v);
+     },
+     "valstart must not be null"},
+    {"DeleteMissingGeneralConstraint",
+     +[](NVRLprob p) {
+       const int k[] = {1};
+       return NVRLdelgencons(p, 1, k);
+     },
+     "conind[0] = 1 is not a valid general constraint index (the problem has 1 general "
+     "constraints)"},
+    {"BreakpointsOutOfOrder",
+     +[](NVRLprob p) {
+       const int c[] = {2}, r[] = {3};
+       const double x[] = {0, 2, 1}, y[] = {0, 0, 0};
+       return NVRLaddpwlcons64(p, 1, 3, c, r, kStart0, x, y);
+     },
+     "constraint 0: breakpoints out of order, xval[2] = 1 < xval[1] = 2"},
+    {"BreakpointThreeTimes",
+     +[](NVRLprob p) {
+       const int c[] = {2}, r[] = {3};
+       const double x[] = {1, 1, 1}, y[] = {0, 1, 2};
+       return NVRLaddpwlcons64(p, 1, 3, c, r, kStart0, x, y);
+     },
+     "xval[2] = 1 appears three times in a row"},
+    {"SingleBreakpoint",
+     +[](NVRLprob p) {
+       const int c[] = {2}, r[] = {3};
+       const double x[] = {1}, y[] = {0};
+       return NVRLaddpwlcons64(p, 1, 1, c, r, kStart0, x, y);
+     },
+     "constraint 0 has 1 breakpoints; at least 2 are needed"},
+    {"PwlOfItself",
+     +[](NVRLprob p) {
+       const int c[] = {2}, r[] = {2};
+       const double x[] = {0, 1}, y[] = {0, 1};
+       return NVRLaddpwlcons64(p, 1, 2, c, r, kStart0, x, y);
+     },
+     "uses column 2 as both argument and resultant"},
+};
+
+class BadEntities : public BadCallTest {};
+TEST_P(BadEntities, FailsAndChangesNothing) { check(); }
+INSTANTIATE_TEST_SUITE_P(Store, BadEntities, ::testing::ValuesIn(kBadEntities), badCallName);
+
+}  // namespace
+}  // namespace storetest

@@ -1,0 +1,318 @@
+// Shared helpers of the model store tests: a started library with one problem per test, a
+// small model that uses every kind of store data, and a snapshot of everything the public
+// queries report, so a failed call can be shown to have changed nothing.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "core/ids.h"
+#include "nvrl.h"
+
+namespace storetest {
+
+inline int intAttr(NVRLprob prob, int id) {
+  int v = -1;
+  EXPECT_EQ(NVRLgetintattrib(prob, id, &v), 0);
+  return v;
+}
+
+inline double dblAttr(NVRLprob prob, int id) {
+  double v = -1;
+  EXPECT_EQ(NVRLgetdblattrib(prob, id, &v), 0);
+  return v;
+}
+
+inline std::string lastError(NVRLprob prob) {
+  char msg[NVRL_MAXMESSAGELEN + 1] = {};
+  NVRLgetlasterror(prob, msg);
+  return msg;
+}
+
+// Names first..last of a kind, split at the terminators.
+inline std::vector<std::string> names(NVRLprob prob, int type, int first, int last) {
+  int nbytes = 0;
+  EXPECT_EQ(NVRLgetnamelist(prob, type, nullptr, 0, &nbytes, first, last), 0);
+  std::vector<char> buf(nbytes);
+  EXPECT_EQ(NVRLgetnamelist(prob, type, buf.data(), nbytes, &nbytes, first, last), 0);
+  std::vector<std::string> out;
+  for (size_t at = 0; at < buf.size(); at += out.back().size() + 1) out.emplace_back(&buf[at]);
+  return out;
+}
+
+inline std::vector<std::string> allNames(NVRLprob prob, int type, int count) {
+  return count ? names(prob, type, 0, count - 1) : std::vector<std::string>{};
+}
+
+// A row-wise or column-wise matrix as the range queries report it.
+struct Sparse {
+  std::vector<NVRLint64> start;
+  std::vector<int> idx;
+  std::vector<double> val;
+  bool operator==(const Sparse &) const = default;
+};
+
+// Range queries sharing one signature: NVRLgetrows64, NVRLgetcols64, NVRLgetmqobj64.
+using SparseQuery = int (*)(NVRLprob, NVRLint64[], int[], double[], NVRLint64, NVRLint64 *, int,
+                            int);
+
+inline Sparse sparse(SparseQuery query, NVRLprob prob, int first, int last) {
+  Sparse s;
+  NVRLint64 n = 0;
+  EXPECT_EQ(query(prob, nullptr, nullptr, nullptr, 0, &n, first, last), 0);
+  s.start.resize(last - first + 2);
+  s.idx.resize(n);
+  s.val.resize(n);
+  EXPECT_EQ(query(prob, s.start.data(), s.idx.data(), s.val.data(), n, &n, first, last), 0);
+  return s;
+}
+
+inline Sparse rows(NVRLprob prob, int first, int last) {
+  return sparse(NVRLgetrows64, prob, first, last);
+}
+inline Sparse cols(NVRLprob prob, int first, int last) {
+  return sparse(NVRLgetcols64, prob, first, last);
+}
+inline Sparse qobj(NVRLprob prob, int ncols) {
+  return ncols ? sparse(NVRLgetmqobj64, prob, 0, ncols - 1) : Sparse{};
+}
+
+struct Triplets {
+  std::vector<int> c1, c2;
+  std::vector<double> v;
+  bool operator==(const Triplets &) const = default;
+};
+
+inline Triplets qrow(NVRLprob prob, int row) {
+  Triplets t;
+  int n = 0;
+  EXPECT_EQ(NVRLgetqrowqmatrixtriplets(prob, row, &n, nullptr, nullptr, nullptr), 0);
+  t.c1.resize(n);
+  t.c2.resize(n);
+  t.v.resize(n);
+  EXPECT_EQ(NVRLgetqrowqmatrixtriplets(prob, row, &n, t.c1.data(), t.c2.data(), t.v.data()), 0);
+  return t;
+}
+
+struct Sets {
+  std::vector<char> type;
+  Sparse members;  // idx: columns, val: reference values
+  bool operator==(const Sets &) const = default;
+};
+
+inline Sets sets(NVRLprob prob, int nsets) {
+  Sets s;
+  if (nsets == 0) return s;
+  NVRLint64 n = 0;
+  EXPECT_EQ(NVRLgetsets64(prob, nullptr, nullptr, nullptr, nullptr, 0, &n, 0, nsets - 1), 0);
+  s.type.resize(nsets);
+  s.members.start.resize(nsets + 1);
+  s.members.idx.resize(n);
+  s.members.val.resize(n);
+  EXPECT_EQ(NVRLgetsets64(prob, s.type.data(), s.members.start.data(), s.members.idx.data(),
+                          s.members.val.data(), n, &n, 0, nsets - 1),
+            0);
+  return s;
+}
+
+struct GenCons {
+  std::vector<int> type, resultant;
+  Sparse cols, vals;  // cols: idx used; vals: val used
+  bool operator==(const GenCons &) const = default;
+};
+
+inline GenCons gencons(NVRLprob prob, int n) {
+  GenCons g;
+  if (n == 0) return g;
+  NVRLint64 nc = 0, nv = 0;
+  EXPECT_EQ(NVRLgetgencons64(prob, nullptr, nullptr, nullptr, nullptr, 0, &nc, nullptr, nullptr,
+                             0, &nv, 0, n - 1),
+            0);
+  g.type.resize(n);
+  g.resultant.resize(n);
+  g.cols.start.resize(n + 1);
+  g.cols.idx.resize(nc);
+  g.vals.start.resize(n + 1);
+  g.vals.val.resize(nv);
+  EXPECT_EQ(NVRLgetgencons64(prob, g.type.data(), g.resultant.data(), g.cols.start.data(),
+                             g.cols.idx.data(), nc, &nc, g.vals.start.data(), g.vals.val.data(),
+                             nv, &nv, 0, n - 1),
+            0);
+  return g;
+}
+
+struct Pwls {
+  std::vector<int> col, resultant;
+  std::vector<NVRLint64> start;
+  std::vector<double> x, y;
+  bool operator==(const Pwls &) const = default;
+};
+
+inline Pwls pwls(NVRLprob prob, int n) {
+  Pwls g;
+  if (n == 0) return g;
+  NVRLint64 np = 0;
+  EXPECT_EQ(NVRLgetpwlcons64(prob, nullptr, nullptr, nullptr, nullptr, nullptr, 0, &np, 0, n - 1),
+            0);
+  g.col.resize(n);
+  g.resultant.resize(n);
+  g.start.resize(n + 1);
+  g.x.resize(np);
+  g.y.resize(np);
+  EXPECT_EQ(NVRLgetpwlcons64(prob, g.col.data(), g.resultant.data(), g.start.data(), g.x.data(),
+                             g.y.data(), np, &np, 0, n - 1),
+            0);
+  return g;
+}
+
+// Everything the public queries report about a model.
+struct Snapshot {
+  int nrows = 0, ncols = 0, nsets = 0, ngencons = 0, npwls = 0;
+  double objconst = 0, objsense = 0;
+  std::vector<double> obj, lb, ub, limit, rhs, range;
+  std::vector<char> coltype, rowtype;
+  Sparse byrow, bycol, q;
+  std::vector<int> qrowind;
+  std::vector<Triplets> qrows;
+  Sets sos;
+  std::vector<int> indcol, indcomp;
+  GenCons gen;
+  Pwls pwl;
+  std::vector<std::string> rownames, colnames, setnames;
+  bool operator==(const Snapshot &) const = default;
+};
+
+inline Snapshot snapshot(NVRLprob prob) {
+  Snapshot s;
+  s.nrows = intAttr(prob, nvrl::id::kRows);
+  s.ncols = intAttr(prob, nvrl::id::kCols);
+  s.nsets = intAttr(prob, nvrl::id::kSets);
+  s.npwls = intAttr(prob, nvrl::id::kPwlCons);
+  s.ngencons = intAttr(prob, nvrl::id::kGenConsAndPwl) - s.npwls;
+  s.objconst = dblAttr(prob, nvrl::id::kObjConstant);
+  s.objsense = dblAttr(prob, nvrl::id::kObjSenseAttr);
+  if (s.ncols) {
+    const int n = s.ncols, l = n - 1;
+    s.obj.resize(n), s.lb.resize(n), s.ub.resize(n), s.limit.resize(n), s.coltype.resize(n);
+    EXPECT_EQ(NVRLgetobj(prob, s.obj.data(), 0, l), 0);
+    EXPECT_EQ(NVRLgetlb(prob, s.lb.data(), 0, l), 0);
+    EXPECT_EQ(NVRLgetub(prob, s.ub.data(), 0, l), 0);
+    EXPECT_EQ(NVRLgetglblimit(prob, s.limit.data(), 0, l), 0);
+    EXPECT_EQ(NVRLgetcoltype(prob, s.coltype.data(), 0, l), 0);
+    s.bycol = cols(prob, 0, l);
+    s.q = qobj(prob, n);
+  }
+  if (s.nrows) {
+    const int n = s.nrows, l = n - 1;
+    s.rhs.resize(n), s.range.resize(n), s.rowtype.resize(n), s.indcol.resize(n),
+        s.indcomp.resize(n);
+    EXPECT_EQ(NVRLgetrhs(prob, s.rhs.data(), 0, l), 0);
+    EXPECT_EQ(NVRLgetrhsrange(prob, s.range.data(), 0, l), 0);
+    EXPECT_EQ(NVRLgetrowtype(prob, s.rowtype.data(), 0, l), 0);
+    EXPECT_EQ(NVRLgetindicators(prob, s.indcol.data(), s.indcomp.data(), 0, l), 0);
+    s.byrow = rows(prob, 0, l);
+  }
+  int nq = 0;
+  EXPECT_EQ(NVRLgetqrows(prob, &nq, nullptr), 0);
+  s.qrowind.resize(nq);
+  EXPECT_EQ(NVRLgetqrows(prob, &nq, s.qrowind.data()), 0);
+  for (int r : s.qrowind) s.qrows.push_back(qrow(prob, r));
+  s.sos = sets(prob, s.nsets);
+  s.gen = gencons(prob, s.ngencons);
+  s.pwl = pwls(prob, s.npwls);
+  s.rownames = allNames(prob, 1, s.nrows);
+  s.colnames = allNames(prob, 2, s.ncols);
+  s.setnames = allNames(prob, 3, s.nsets);
+  return s;
+}
+
+class StoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(NVRLinit(nullptr), 0);
+    ASSERT_EQ(NVRLcreateprob(&prob), 0);
+  }
+  void TearDown() override {
+    NVRLdestroyprob(prob);
+    NVRLfree();
+  }
+
+  // Rows: 0 'L' <= 4, 1 'G' >= 1, 2 'R' in [6, 10]. Columns 0..3, column 2 binary, column 3
+  // semi-continuous with limit 2. Matrix:
+  //   row 0: 1 x0 + 2 x1        row 1: 3 x1 + 4 x2        row 2: 5 x0 + 6 x3
+  // Quadratic objective (0,0,2), (0,1,1); row 0 has the quadratic term (1,1,1). Set 0 is an
+  // SOS1 over columns 0 and 1; row 1 is an indicator on column 2; general constraint
+  // x3 = max(x0, x1, 1.5); piecewise-linear x0 = f(x1) through (0,0), (1,1), (2,4).
+  // Names: rows "cap", "need", unnamed; columns "x", "y", unnamed, "w"; set "s".
+  void buildRichModel() {
+    const char rowtype[] = {'L', 'G', 'R'};
+    const double rhs[] = {4, 1, 10}, range[] = {0, 0, 4};
+    const double obj[] = {1, 2, 3, 4}, lb[] = {0, 0, 0, 0}, ub[] = {10, 10, 1, 5};
+    const NVRLint64 start[] = {0, 2, 4, 5, 6};
+    const int rowind[] = {0, 2, 0, 1, 1, 2};
+    const double coef[] = {1, 5, 2, 3, 4, 6};
+    const int q1[] = {0, 0}, q2[] = {0, 1};
+    const double qv[] = {2, 1};
+    const int qrowind[] = {0};
+    const NVRLint64 nq[] = {1};
+    const int rq1[] = {1}, rq2[] = {1};
+    const double rqv[] = {1};
+    const char coltype[] = {'B', 'S'};
+    const int entind[] = {2, 3};
+    const double limit[] = {0, 2};
+    const char settype[] = {'1'};
+    const NVRLint64 setstart[] = {0, 2};
+    const int setind[] = {0, 1};
+    const double refval[] = {1, 2};
+    ASSERT_EQ(NVRLloadqcqpglobal64(prob, "rich", 4, 3, rowtype, rhs, range, obj, start, nullptr,
+                                   rowind, coef, lb, ub, 2, q1, q2, qv, 1, qrowind, nq, rq1, rq2,
+                                   rqv, 2, 1, coltype, entind, limit, settype, setstart, setind,
+                                   refval),
+              0)
+        << lastError(prob);
+    ASSERT_EQ(NVRLaddnames(prob, 1, "cap\0need", 0, 1), 0) << lastError(prob);
+    ASSERT_EQ(NVRLaddnames(prob, 2, "x\0y\0\0w", 0, 3), 0) << lastError(prob);
+    ASSERT_EQ(NVRLaddsetnames(prob, "s", 0, 0), 0) << lastError(prob);
+    const int ir[] = {1}, ic[] = {2}, comp[] = {1};
+    ASSERT_EQ(NVRLsetindicators(prob, 1, ir, ic, comp), 0) << lastError(prob);
+    const int gtype[] = {NVRL_GENCONS_MAX}, gres[] = {3}, gcols[] = {0, 1};
+    const NVRLint64 gcs[] = {0, 2}, gvs[] = {0, 1};
+    const double gval[] = {1.5};
+    ASSERT_EQ(NVRLaddgencons64(prob, 1, 2, 1, gtype, gres, gcs, gcols, gvs, gval), 0)
+        << lastError(prob);
+    const int pcol[] = {1}, pres[] = {0};
+    const NVRLint64 pst[] = {0, 3};
+    const double px[] = {0, 1, 2}, py[] = {0, 1, 4};
+    ASSERT_EQ(NVRLaddpwlcons64(prob, 1, 3, pcol, pres, pst, px, py), 0) << lastError(prob);
+  }
+
+  NVRLprob prob = nullptr;
+};
+
+// One bad call: what it does and a fragment its message must contain.
+struct BadCall {
+  const char *label;
+  int (*call)(NVRLprob);
+  const char *message;
+};
+
+inline std::string badCallName(const ::testing::TestParamInfo<BadCall> &info) {
+  return info.param.label;
+}
+
+// Runs a bad call on the rich model: it must fail with the message and change nothing.
+class BadCallTest : public StoreTest, public ::testing::WithParamInterface<BadCall> {
+ protected:
+  void check() {
+    buildRichModel();
+    const Snapshot before = snapshot(prob);
+    EXPECT_NE(GetParam().call(prob), 0);
+    EXPECT_NE(lastError(prob).find(GetParam().message), std::string::npos)
+        << "message was: " << lastError(prob);
+    EXPECT_TRUE(snapshot(prob) == before);
+  }
+};
+
+}  // namespace storetest
