@@ -1,0 +1,72 @@
+// Keyword parsing with two accepted keyword lists, and the missing-argument messages.
+#include "module/args.h"
+
+#include <cstdarg>
+#include <string>
+
+#include "module/env.h"
+
+int nvo_ParseTupleAndKeywords(PyObject *args, PyObject *kwargs, const char *format,
+                              const char **kwlist, const char **kwlist_alt, ...) {
+  va_list outputs;
+  va_start(outputs, kwlist_alt);
+  va_list outputs_again;
+  va_copy(outputs_again, outputs);
+
+  int ok = PyArg_VaParseTupleAndKeywords(args, kwargs, format, const_cast<char **>(kwlist),
+                                         outputs);
+  va_end(outputs);
+  if (ok || kwlist_alt == nullptr) {
+    va_end(outputs_again);
+    return ok;
+  }
+
+  // The primary list failed: try the legacy names, and report the primary list's error if
+  // they fail too, since that is the list users are told about.
+  PyObject *type, *value, *traceback;
+  PyErr_Fetch(&type, &value, &traceback);
+  ok = PyArg_VaParseTupleAndKeywords(args, kwargs, format, const_cast<char **>(kwlist_alt),
+                                     outputs_again);
+  va_end(outputs_again);
+  if (ok) {
+    Py_XDECREF(type);
+    Py_XDECREF(value);
+    Py_XDECREF(traceback);
+    return ok;
+  }
+  PyErr_Clear();
+  PyErr_Restore(type, value, traceback);
+  return 0;
+}
+
+namespace {
+
+constexpr size_t kMaxMessage = 255;
+
+void raise_missing(const char *const *names, int count) {
+  std::string msg = count == 1 ? "Must provide argument" : "Must provide arguments";
+  for (int i = 0; i < count; ++i) {
+    msg += i == 0 ? " " : ", ";
+    msg += names[i];
+  }
+  if (msg.size() > kMaxMessage) msg.resize(kMaxMessage);
+  PyErr_SetString(nvpy_interf_exc, msg.c_str());
+}
+
+}  // namespace
+
+void nvo_PyErr_MissingArgsRange(const char **kwlist, int first, int last) {
+  raise_missing(kwlist + first, last - first);
+}
+
+void nvo_PyErr_MissingArgs(const char **kwlist, ...) {
+  constexpr int kMaxNames = 64;
+  const char *names[kMaxNames];
+  int count = 0;
+  va_list indices;
+  va_start(indices, kwlist);
+  for (int i = va_arg(indices, int); i >= 0 && count < kMaxNames; i = va_arg(indices, int))
+    names[count++] = kwlist[i];
+  va_end(indices);
+  raise_missing(names, count);
+}

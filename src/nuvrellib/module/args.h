@@ -1,0 +1,18 @@
+// Argument parsing shared by every Python-visible function: a keyword parser that accepts a
+// second (legacy) list of keyword names, and the missing-argument messages.
+#pragma once
+
+#include <Python.h>
+
+// Parses like PyArg_ParseTupleAndKeywords with kwlist; if that fails and kwlist_alt is not
+// null, retries with kwlist_alt (same length and order, other names). When both fail the
+// error of the first attempt is reported. Returns non-zero on success.
+int nvo_ParseTupleAndKeywords(PyObject *args, PyObject *kwargs, const char *format,
+                              const char **kwlist, const char **kwlist_alt, ...);
+
+// Raises InterfaceError "Must provide argument(s) ..." naming kwlist[first..last-1].
+void nvo_PyErr_MissingArgsRange(const char **kwlist, int first, int last);
+
+// The same message for the kwlist entries whose indices follow, ended by -1:
+// nvo_PyErr_MissingArgs(kwlist, 0, 2, -1) names kwlist[0] and kwlist[2].
+void nvo_PyErr_MissingArgs(const char **kwlist, ...);

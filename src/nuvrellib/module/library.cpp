@@ -1,0 +1,80 @@
+// Counted start and release of the solver library. Starting is lazy (the first user starts
+// it); releasing happens only through free() and module teardown.
+#include <cstring>
+
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/output.h"
+#include "nvrl.h"
+#include "problem/nametables.h"
+
+namespace {
+
+// Adds delta to the start count and returns the new count.
+int32_t bump_refcount(int32_t delta) {
+  EnvLock lock(nvr_py_env.mtx_lib);
+  nvr_py_env.lib_refcount += delta;
+  return nvr_py_env.lib_refcount;
+}
+
+bool name_tables_empty() {
+  EnvLock lock(nvr_py_env.mtx_names);
+  return nvr_py_env.attr_table == nullptr || PyDict_Size(nvr_py_env.attr_table) == 0;
+}
+
+}  // namespace
+
+int nslp_state(int newval) {
+  EnvLock lock(nvr_py_env.mtx_lib);
+  int current = nvr_py_env.nslp_available;
+  if (newval >= 0) nvr_py_env.nslp_available = newval;
+  return current;
+}
+
+int turnNVRLon(int force) {
+  if (bump_refcount(1) > 1 && !force) return 0;
+
+  if (NVRLinit(nullptr) != 0) {
+    bump_refcount(-1);
+    char msg[2048];
+    std::memset(msg, 0, sizeof msg);
+    NVRL_ge_getlasterror(nullptr, msg, sizeof msg, nullptr);
+    PyErr_SetString(nvpy_interf_exc, msg);
+    return -1;
+  }
+  // A forced start of a running library must not register the print routine twice, or every
+  // global line would be printed twice.
+  NVRL_ge_removecbmsghandler(nvr_py_print, nullptr);
+  NVRL_ge_addcbmsghandler(nvr_py_print, nullptr, 1);
+
+  int result = 0;
+  if (nslp_state(-1) != 0) {
+    int rc = NSLPinit(nullptr);
+    if (rc == 0) {
+      nslp_state(1);
+    } else if (rc == NSLP_NOT_AVAILABLE) {
+      nslp_state(0);
+    } else {
+      PyErr_SetString(nvpy_interf_exc, "Error initializing NSLP environment");
+      result = -1;
+    }
+  }
+
+  if (name_tables_empty() && ctrl_attr_fill_typeobj(1) != 0) result = -1;
+  return result;
+}
+
+int turnNVRLoff(int force) {
+  if (bump_refcount(-1) != 0 && !force) return 0;
+
+  if (nslp_state(-1) != 0 && NSLPfree() != 0) {
+    setNvrlErrIfNull(nullptr, nullptr);
+    return -1;
+  }
+  NVRL_ge_removecbmsghandler(nvr_py_print, nullptr);
+  if (NVRLfree() != 0) {
+    setNvrlErrIfNull(nullptr, nullptr);
+    return -1;
+  }
+  return 0;
+}

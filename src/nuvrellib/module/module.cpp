@@ -1,0 +1,209 @@
+// The module nuvrellib: its method table, import (PyInit_nuvrellib) and teardown.
+#include <Python.h>
+
+#include <utility>
+
+#include "module/constants.h"
+#include "module/element_types.h"
+#include "module/env.h"
+#include "module/env_setup.h"
+#include "module/functions.h"
+#include "model/sum.h"
+#include "model/var.h"
+#include "nvrl.h"
+#include "problem/ctrl.h"
+#include "problem/method_families.h"
+#include "problem/nametables.h"
+
+PyObject *nvpy_model_exc = nullptr;
+PyObject *nvpy_interf_exc = nullptr;
+PyObject *nvpy_solver_exc = nullptr;
+
+namespace {
+
+constexpr int kInterpreterApiVersion = 1013;
+// Set once import has completed, so that teardown releases only what import made.
+bool module_ready = false;
+
+#define KW_FUNCTION(f) reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(f))
+
+PyMethodDef nuvrel_methods[] = {
+    {"Sum", nuvrelmod_Sum, METH_VARARGS, nuvrelmod_Sum_doc},
+    {"Prod", nuvrelmod_Prod, METH_VARARGS, nuvrelmod_Prod_doc},
+    {"Dot", KW_FUNCTION(nuvrelmod_Dot), METH_VARARGS | METH_KEYWORDS, nuvrelmod_Dot_doc},
+    // sin, cos, tan, asin, acos, atan, exp, log, log10, abs, sqrt, sign, erf, erfc; max, min;
+    // user: the nonlinear functions go here, in this order.
+    {"getlasterror", nuvrelmod_getlasterror, METH_NOARGS, nuvrelmod_getlasterror_doc},
+    {"getversion", nuvrelmod_getversion, METH_NOARGS, nuvrelmod_getversion_doc},
+    {"getcheckedmode", nuvrelmod_getcheckedmode, METH_NOARGS, nuvrelmod_getcheckedmode_doc},
+    {"setcheckedmode", KW_FUNCTION(nuvrelmod_setcheckedmode), METH_VARARGS | METH_KEYWORDS,
+     nuvrelmod_setcheckedmode_doc},
+    {"setdefaultcontrol", KW_FUNCTION(nuvrelmod_setdefaultcontrol),
+     METH_VARARGS | METH_KEYWORDS, nuvrelmod_setdefaultcontrol_doc},
+    {"setdefaults", nuvrelmod_setdefaults, METH_NOARGS, nuvrelmod_setdefaults_doc},
+    {"addcbmsghandler", KW_FUNCTION(nuvrelmod_addcbmsghandler), METH_VARARGS | METH_KEYWORDS,
+     nuvrelmod_addcbmsghandler_doc},
+    {"removecbmsghandler", KW_FUNCTION(nuvrelmod_removecbmsghandler),
+     METH_VARARGS | METH_KEYWORDS, nuvrelmod_removecbmsghandler_doc},
+    {"getbanner", nuvrelmod_getbanner, METH_NOARGS, nuvrelmod_getbanner_doc},
+    {"init", nuvrelmod_init, METH_NOARGS, nuvrelmod_init_doc},
+    {"free", nuvrelmod_free, METH_NOARGS, nuvrelmod_free_doc},
+    {"vars", KW_FUNCTION(nuvrelmod_vars), METH_VARARGS | METH_KEYWORDS, nuvrelmod_vars_doc},
+    {"setarchconsistency", KW_FUNCTION(nuvrelmod_setarchconsistency),
+     METH_VARARGS | METH_KEYWORDS, nuvrelmod_setarchconsistency_doc},
+    // evaluate; pwl; and, or: the evaluation and nonlinear functions go here, in this order.
+    {"getOutputEnabled", nuvrelmod_getOutputEnabled, METH_NOARGS,
+     nuvrelmod_getOutputEnabled_doc},
+    {"setOutputEnabled", nuvrelmod_setOutputEnabled, METH_O, nuvrelmod_setOutputEnabled_doc},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+void nuvrelmod_freeModule(void *module);
+
+PyModuleDef nuvrel_module = {
+    PyModuleDef_HEAD_INIT,
+    "nuvrellib",
+    "Creates, solves, queries and handles optimization problems with the nuvrel solver "
+    "library.",
+    -1,
+    nuvrel_methods,
+    nullptr,
+    nullptr,
+    nullptr,
+    nuvrelmod_freeModule,
+};
+
+// In the order they are made ready at import.
+PyTypeObject *const all_types[] = {
+    &var_type,     &sos_type,      &expression_type, &constraint_type, &ctrl_type,
+    &attr_type,    &problem_type,  &branchobj_type,  &poolcut_type,    &nvrlobject_type,
+    &voidstar_type, &linterm_type, &quadterm_type,   &nonlin_type,
+};
+
+int ready_types() {
+  if (problem_build_method_table() != 0) return -1;
+  for (PyTypeObject *type : all_types) {
+    // Types with an allocation routine of their own (fresh identifiers) keep it.
+    if (type->tp_new == nullptr) type->tp_new = PyType_GenericNew;
+    if (PyType_Ready(type) < 0) return -1;
+  }
+  return 0;
+}
+
+int add_object(PyObject *module, const char *name, PyObject *obj) {
+  Py_INCREF(obj);
+  if (PyModule_AddObject(module, name, obj) != 0) {
+    Py_DECREF(obj);
+    return -1;
+  }
+  return 0;
+}
+
+int add_types_and_exceptions(PyObject *module) {
+  const std::pair<const char *, PyObject *> published[] = {
+      {"var", reinterpret_cast<PyObject *>(&var_type)},
+      {"expression", reinterpret_cast<PyObject *>(&expression_type)},
+      {"sos", reinterpret_cast<PyObject *>(&sos_type)},
+      {"constraint", reinterpret_cast<PyObject *>(&constraint_type)},
+      {"problem", reinterpret_cast<PyObject *>(&problem_type)},
+      {"branchobj", reinterpret_cast<PyObject *>(&branchobj_type)},
+      {"poolcut", reinterpret_cast<PyObject *>(&poolcut_type)},
+      {"ModelError", nvpy_model_exc},
+      {"InterfaceError", nvpy_interf_exc},
+      {"SolverError", nvpy_solver_exc},
+  };
+  for (const auto &[name, obj] : published)
+    if (add_object(module, name, obj) != 0) return -1;
+  return 0;
+}
+
+int create_exceptions() {
+  nvpy_model_exc = PyErr_NewException("nuvrel.ModelError", nullptr, nullptr);
+  nvpy_interf_exc = PyErr_NewException("nuvrel.InterfaceError", nullptr, nullptr);
+  nvpy_solver_exc = PyErr_NewException("nuvrel.SolverError", nullptr, nullptr);
+  return nvpy_model_exc && nvpy_interf_exc && nvpy_solver_exc ? 0 : -1;
+}
+
+void release_exceptions() {
+  Py_CLEAR(nvpy_model_exc);
+  Py_CLEAR(nvpy_interf_exc);
+  Py_CLEAR(nvpy_solver_exc);
+}
+
+int init_structures(PyObject *module) {
+  nvr_py_env.next_var_id = 1;
+  nvr_py_env.next_con_id = 1;
+  nvr_py_env.next_sos_id = 1;
+  return nvo_add_constants(module);
+}
+
+int add_element_types(PyObject *module) {
+  PyObject *types[] = {nvr_py_env.npvar, nvr_py_env.npexpr, nvr_py_env.npconstraint};
+  const char *names[] = {"npvar", "npexpr", "npconstraint"};
+  for (int i = 0; i < 3; ++i)
+    if (add_object(module, names[i], types[i] != nullptr ? types[i] : Py_None) != 0) return -1;
+  return 0;
+}
+
+// New problems get nonlinear postsolve switched on unless the user removes this default.
+int seed_startup_defaults() {
+  PyObject *one = PyLong_FromLong(1);
+  if (one == nullptr) return -1;
+  int rc = PyDict_SetItemString(reinterpret_cast<ctrl_s *>(nvr_py_env.controls)->dict,
+                                "nslp_postsolve", one);
+  if (rc == 0) {
+    EnvLock lock(nvr_py_env.mtx_defaults);
+    rc = PyDict_SetItemString(nvr_py_env.default_controls, "nslp_postsolve", one);
+  }
+  Py_DECREF(one);
+  return rc;
+}
+
+int build_module(PyObject *module) {
+  if (env_create_containers() != 0) return -1;
+  if (ctrl_attr_fill_typeobj(0) != 0) return -1;
+  if (create_exceptions() != 0) return -1;
+  if (add_types_and_exceptions(module) != 0) return -1;
+  if (setAltNumOps(module) != 0) return -1;
+  if (init_structures(module) != 0) return -1;
+  if (add_element_types(module) != 0) return -1;
+  if (seed_startup_defaults() != 0) return -1;
+  return add_object(module, "controls", nvr_py_env.controls);
+}
+
+void nuvrelmod_freeModule(void *module) {
+  if (!module_ready) return;
+  module_ready = false;
+  // The library keeps raw pointers to the handler entries: unregister them before the list
+  // that owns them goes.
+  NVRL_ge_removecbmsghandler(wrapper_msghandler, nullptr);
+  env_release_containers();
+  if (turnNVRLoff(0) != 0) PyErr_Clear();
+  destroy_mutexes();
+}
+
+}  // namespace
+
+PyMODINIT_FUNC PyInit_nuvrellib() {
+  init_mutexes();
+  if (ready_types() != 0) {
+    destroy_mutexes();
+    return nullptr;
+  }
+  PyObject *module = PyModule_Create2(&nuvrel_module, kInterpreterApiVersion);
+  if (module == nullptr) {
+    destroy_mutexes();
+    return nullptr;
+  }
+  if (build_module(module) != 0) {
+    env_release_containers();
+    release_exceptions();
+    destroy_mutexes();
+    if (!PyErr_Occurred())
+      PyErr_SetString(PyExc_RuntimeError, "Error initializing the Nuvrel module");
+    Py_DECREF(module);
+    return nullptr;
+  }
+  module_ready = true;
+  return module;
+}

@@ -1,0 +1,26 @@
+// Two opaque handle types: voidstar (any native pointer, e.g. user data passed through the
+// library) and nvrlobject (a library object that is not a problem, as handed to message
+// handlers). Neither owns what it points at.
+#pragma once
+
+#include <Python.h>
+
+#include "nvrl.h"
+
+extern PyTypeObject voidstar_type, nvrlobject_type;
+
+struct voidstar_s {
+  PyObject_HEAD
+  void *ptr;
+};
+
+struct nvrlobject_s {
+  PyObject_HEAD
+  NVRLobject obj;
+};
+
+// New references; null with an exception set on failure.
+PyObject *voidstar_create(void *ptr);
+PyObject *nvrlobject_create(NVRLobject obj);
+// The pointer held by a voidstar; null (with TypeError) for another object.
+void *voidstar_getobj(PyObject *self);

@@ -1,0 +1,84 @@
+// Printing the library's log lines to the interpreter's standard output, and the global
+// output switch.
+#include "module/output.h"
+
+#include <cstring>
+
+#include "module/functions.h"
+#include "module/env.h"
+#include "module/numpy_api.h"
+
+int output_state(int newval) {
+  EnvLock lock(nvr_py_env.mtx_output);
+  int current = nvr_py_env.output_enabled;
+  if (newval >= 0) nvr_py_env.output_enabled = newval;
+  return current;
+}
+
+int nvr_py_print_general(const char *msg) {
+  if (msg == nullptr || !output_state(-1)) return 0;
+  // Library worker threads call this without the interpreter lock.
+  PyGILState_STATE gil = PyGILState_Ensure();
+  PySys_FormatStdout("%s\n", msg);
+  PyGILState_Release(gil);
+  return 0;
+}
+
+int nvr_py_print(NVRLobject obj, void *cbdata, void *thread, const char *msg, int len,
+                 int msgtype) {
+  const char *type_name = nullptr;
+  // Lines of a problem (optimiser or nonlinear solver) reach that problem's own routine as
+  // well; printing them here would double them.
+  if (NVRLgetobjecttypename(obj, &type_name) == 0 && type_name != nullptr &&
+      (std::strcmp(type_name, "NVRLprob") == 0 || std::strcmp(type_name, "NSLPprob") == 0))
+    return 0;
+  return nvr_py_print_general(msg);
+}
+
+void nvr_py_print_prob(NVRLprob prob, void *cbdata, const char *msg, int len, int msgtype) {
+  nvr_py_print_general(msg);
+}
+
+void nvr_py_print_probNL(NSLPprob prob, void *cbdata, const char *msg, int len, int msgtype) {
+  nvr_py_print_general(msg);
+}
+
+const char nuvrelmod_setOutputEnabled_doc[] =
+    "Purpose:\n"
+    "  Switches the printing of the solver's messages to standard output on or off, for\n"
+    "  every problem. Message handlers still receive the messages.\n\n"
+    "Synopsis:\n"
+    "  nuvrel.setOutputEnabled(flag)\n\n"
+    "Arguments:\n"
+    "  flag: True to print, False to stay silent.\n\n"
+    "Example:\n"
+    "  nuvrel.setOutputEnabled(False)\n";
+
+PyObject *nuvrelmod_setOutputEnabled(PyObject *self, PyObject *flag) {
+  if (PyLong_Check(flag) || PyArray_IsScalar(flag, Integer) || PyArray_IsScalar(flag, Bool)) {
+    int on = PyObject_IsTrue(flag);
+    if (on < 0) return nullptr;
+    output_state(on ? 1 : 0);
+  } else {
+    // The None returned with this exception set is deliberate: the interpreter then reports
+    // the call as an error returning a result with an exception set.
+    PyErr_SetString(nvpy_model_exc,
+                    "Incorrect argument in setOutputEnabled: should be True or False");
+  }
+  Py_RETURN_NONE;
+}
+
+const char nuvrelmod_getOutputEnabled_doc[] =
+    "Purpose:\n"
+    "  Tells whether the solver's messages are printed to standard output.\n\n"
+    "Synopsis:\n"
+    "  on = nuvrel.getOutputEnabled()\n\n"
+    "Arguments:\n"
+    "  None.\n\n"
+    "Example:\n"
+    "  if not nuvrel.getOutputEnabled():\n"
+    "      nuvrel.setOutputEnabled(True)\n";
+
+PyObject *nuvrelmod_getOutputEnabled(PyObject *self, PyObject *unused) {
+  return PyBool_FromLong(output_state(-1));
+}

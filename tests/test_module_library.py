@@ -1,0 +1,241 @@
+"""Start and release of the solver library, checked mode, defaults and library errors."""
+
+import ctypes
+import re
+
+import numpy as np
+
+import pytest
+
+
+def test_version_and_banner(nv):
+    assert re.fullmatch(r"\d+\.\d+\.\d+", nv.getversion())
+    banner = nv.getbanner()
+    assert isinstance(banner, str) and banner.strip()
+
+
+def test_getlasterror_is_code_and_text(nv):
+    code, msg = nv.getlasterror()
+    assert isinstance(code, int) and isinstance(msg, str)
+
+
+@pytest.mark.parametrize("value,expected", [
+    (True, True),
+    (False, False),
+    (1, False),          # only the object True switches checking on
+    ("yes", False),
+    (None, False),
+])
+def test_setcheckedmode_only_true_switches_on(nv, value, expected):
+    try:
+        assert nv.setcheckedmode(value) is None
+        assert nv.getcheckedmode() is expected
+        nv.setcheckedmode(checked_mode=not expected)  # keyword form, opposite state
+        assert nv.getcheckedmode() is (not expected)
+    finally:
+        nv.setcheckedmode(True)
+
+
+@pytest.mark.parametrize("value", [None, False, True, 0, "on"])
+def test_setarchconsistency_accepts_any_object(nv, value):
+    assert nv.setarchconsistency(value) is None
+    assert nv.setarchconsistency(ifArchConsistent=value) is None
+
+
+@pytest.mark.parametrize("call", [
+    lambda nv: nv.setcheckedmode(),
+    lambda nv: nv.setcheckedmode(True, False),
+    lambda nv: nv.setcheckedmode(checked=True),
+    lambda nv: nv.setarchconsistency(),
+    lambda nv: nv.setdefaultcontrol(),
+    lambda nv: nv.setdefaultcontrol(5),
+])
+def test_bad_arguments_raise_type_error(nv, call):
+    with pytest.raises(TypeError):
+        call(nv)
+
+
+@pytest.mark.parametrize("name", ["nosuchcontrol", "NOSUCHCONTROL", "x" * 1024])
+def test_setdefaultcontrol_accepts_unknown_names(nv, name):
+    assert nv.setdefaultcontrol(name) is None
+
+
+@pytest.mark.parametrize("name,message", [
+    ("MixedCase", "Control or attribute is neither all-lower nor all-upper case"),
+    ("with-dash", "Control or attribute is neither all-lower nor all-upper case"),
+    ("x" * 1025, "Control or attribute name is too long"),
+])
+def test_setdefaultcontrol_rejects_bad_names(nv, name, message):
+    with pytest.raises(nv.ModelError, match=f"^{re.escape(message)}$"):
+        nv.setdefaultcontrol(name)
+
+
+def test_module_controls_reject_unknown_and_bad_names(nv):
+    with pytest.raises(nv.InterfaceError, match="^Incorrect control name$"):
+        nv.controls.nosuchcontrol
+    with pytest.raises(nv.InterfaceError, match="^Incorrect control name$"):
+        nv.controls.nosuchcontrol = 3
+    with pytest.raises(nv.ModelError, match="neither all-lower nor all-upper"):
+        nv.controls.Nslp_Postsolve
+    with pytest.raises(nv.ModelError, match="^Bad control request$"):
+        type(nv.controls).__getattribute__(nv.controls, 1)
+    assert nv.controls.__dict__["nslp_postsolve"] == 1
+    assert nv.controls.__class__ is type(nv.controls)
+
+
+@pytest.fixture(scope="module")
+def control_of_type(nv):
+    """A control name for each value type, taken from the library's defaults."""
+    names = {}
+    for name, value in sorted(nv.controls.__dict__.items()):
+        if name != "nslp_postsolve":
+            names.setdefault(type(value), name)
+    assert {int, float, str} <= set(names), names
+    return names
+
+
+def test_import_fills_the_tables_without_leaving_the_library_started(run_python):
+    proc = run_python("""
+        import nuvrel
+        print(len(nuvrel.controls.__dict__) > 10)
+        try:
+            nuvrel.free()      # nothing to release: import gave back what it took
+        except nuvrel.InterfaceError:
+            print("not started")
+    """)
+    assert proc.stdout.split() == ["True", "not", "started"]
+
+
+def test_control_names_in_either_case(nv, control_of_type):
+    for name in control_of_type.values():
+        assert getattr(nv.controls, name) == getattr(nv.controls, name.upper())
+
+
+@pytest.mark.parametrize("kind,value", [
+    (int, 3), (int, np.int32(2)), (int, True),
+    (float, 0.25), (float, 2), (float, np.float32(0.5)), (float, np.int64(4)),
+    (str, "abc"),
+])
+def test_module_default_overrides_until_removed(nv, control_of_type, kind, value):
+    name = control_of_type[kind]
+    library_default = getattr(nv.controls, name)
+    try:
+        setattr(nv.controls, name.upper(), value)
+        assert getattr(nv.controls, name) == value
+    finally:
+        nv.setdefaultcontrol(name)
+    assert getattr(nv.controls, name) == library_default
+
+
+@pytest.mark.parametrize("kind,value,message", [
+    (int, "3", "Cannot set non-integer value to an integer control"),
+    (int, 1.5, "Cannot set non-integer value to an integer control"),
+    (float, "x", "Cannot set non-numerical value to a floating-point control"),
+    (float, None, "Cannot set non-numerical value to a floating-point control"),
+    (str, 5, "Cannot set non-string value to a string control"),
+])
+def test_module_default_must_suit_the_control_type(nv, control_of_type, kind, value,
+                                                   message):
+    name = control_of_type[kind]
+    before = getattr(nv.controls, name)
+    with pytest.raises(nv.ModelError, match=f"^{re.escape(message)}$"):
+        setattr(nv.controls, name, value)
+    assert getattr(nv.controls, name) == before
+
+
+def test_setdefaults_removes_every_module_default(run_python):
+    proc = run_python("""
+        import nuvrel
+        before = nuvrel.controls.miptol, nuvrel.controls.threads
+        nuvrel.controls.miptol = before[0] * 10
+        nuvrel.controls.threads = before[1] + 3
+        nuvrel.setdefaults()
+        print((nuvrel.controls.miptol, nuvrel.controls.threads) == before)
+        # nslp_postsolve was seeded into the object's own values as well, so it still reads 1
+        print(nuvrel.controls.nslp_postsolve)
+    """)
+    assert proc.stdout.split() == ["True", "1"]
+
+
+def test_counted_start_and_forced_release(run_python):
+    # init() and free() force the start and the release but move the count by one each, so
+    # balanced pairs always leave a working library behind.
+    proc = run_python("""
+        import nuvrel
+        nuvrel.init(); nuvrel.init(); nuvrel.free(); nuvrel.free()
+        print(nuvrel.getversion())
+        nuvrel.free()
+        print(nuvrel.getversion())
+    """)
+    lines = proc.stdout.split()
+    assert len(lines) == 2 and lines[0] == lines[1]
+
+
+def test_release_of_a_library_never_started_reports_the_library_error(run_python):
+    proc = run_python("""
+        import nuvrel
+        try:
+            nuvrel.free()
+        except nuvrel.InterfaceError as e:
+            print("InterfaceError", bool(str(e)))
+        else:
+            print("no error")
+        print(nuvrel.getversion() != "")
+    """)
+    assert proc.stdout.split() == ["InterfaceError", "True", "True"]
+
+
+SET_ERR = "_Z16setNvrlErrIfNullP7_objectS0_"
+
+
+@pytest.mark.parametrize("make_owner,exc_name,message", [
+    (lambda nv: nv.problem.__new__(nv.problem), "SolverError",
+     "Unidentified error associated with optimization problem"),
+    (lambda nv: nv.branchobj.__new__(nv.branchobj), "SolverError",
+     "Unidentified error associated with a branching object"),
+    (lambda nv: object(), "InterfaceError", ""),
+])
+def test_failure_without_library_message_gets_the_owners_fallback(nv, native, make_owner,
+                                                                   exc_name, message):
+    fn = getattr(native, SET_ERR)
+    fn.restype = ctypes.py_object
+    owner = make_owner(nv)
+    with pytest.raises(getattr(nv, exc_name)) as info:
+        fn(ctypes.py_object(owner), None)
+    assert str(info.value) == message
+
+
+def test_problem_getlasterror_on_a_problem_without_library_handle(nv):
+    # Allocated but never initialised: there is no library problem to ask.
+    p = nv.problem.__new__(nv.problem)
+    with pytest.raises(nv.SolverError,
+                       match="^Unidentified error associated with optimization problem$"):
+        p.getlasterror()
+
+
+def test_global_failure_carries_the_library_message(run_python):
+    proc = run_python(f"""
+        import ctypes
+        import nuvrel
+        fn = getattr(ctypes.PyDLL(nuvrel.nuvrellib.__file__), "{SET_ERR}")
+        fn.restype = ctypes.py_object
+
+        def message():
+            try:
+                fn(None, None)
+            except nuvrel.InterfaceError as e:
+                return str(e)
+
+        print(message())                   # nothing has failed yet
+        try:
+            nuvrel.free()                  # fails: nothing was started
+        except nuvrel.InterfaceError:
+            pass
+        print(message())
+        print(nuvrel.getlasterror()[1])
+        print(fn(None, ctypes.py_object(42)))   # a result passes through untouched
+    """)
+    fresh, after, last, passed = proc.stdout.splitlines()
+    assert fresh == "Unidentified error associated with the global environment"
+    assert after and after != fresh and after == last
+    assert passed == "42"
