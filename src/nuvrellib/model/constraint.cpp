@@ -1,0 +1,450 @@
+// nuvrel.constraint: made by comparing modelling objects (make_constraint) or explicitly with
+// nuvrel.constraint(...). Bounds at -inf/0/1 (lower) and +inf/0/1 (upper) cost nothing; other
+// values and user names are kept in the environment's side tables until the object dies.
+#include "model/constraint.h"
+
+#include "model/dispatch.h"
+#include "model/expression.h"
+#include "model/termmaps.h"
+#include "module/args.h"
+#include "module/env.h"
+#include "module/numpy_api.h"
+#include "module/pyref.h"
+
+namespace {
+
+constexpr double INF = 1e20;
+// Tolerance by which an explicit lower bound may exceed the upper bound.
+constexpr double BOUND_TOLERANCE = 1e-6;
+// Values that mark an argument of the constructor as not given.
+constexpr double LB_UNSET = -2e20, UB_UNSET = 2e20, RHS_UNSET = -2e20;
+
+constexpr uint64_t LB_MINUS_INF = 0, LB_ZERO = 1, LB_ONE = 2, LB_TABLE = 3;
+constexpr uint64_t UB_PLUS_INF = 0, UB_ZERO = 1, UB_ONE = 2, UB_TABLE = 3;
+
+inline constraint_s *as_con(PyObject *o) { return reinterpret_cast<constraint_s *>(o); }
+inline uint64_t word_id(uint64_t w) { return w & CON_ID_MASK; }
+
+int tables_missing() {
+  PyErr_SetString(nvpy_interf_exc ? nvpy_interf_exc : PyExc_RuntimeError,
+                  "Constraint side tables are not available (module not initialised)");
+  return -1;
+}
+
+// Writes a bound code into its field and keeps the table entry and its flag in step.
+int set_bound_field(uint64_t *word, boundmap *table, uint64_t code, int shift, uint64_t mask,
+                    uint64_t entry_flag, double v) {
+  const uint64_t id = word_id(*word);
+  if (code == 3) {
+    if (table == nullptr) return tables_missing();
+    if (boundmap_set(table, id, v) < 0) return -1;
+    *word = (*word & ~mask) | (code << shift) | entry_flag;
+    return 0;
+  }
+  if (*word & entry_flag) {
+    if (table != nullptr) boundmap_del(table, id);
+    *word &= ~entry_flag;
+  }
+  *word = (*word & ~mask) | (code << shift);
+  return 0;
+}
+
+// Removes every side-table entry the word announces (tables already gone are skipped).
+void drop_table_entries(uint64_t *word) {
+  const uint64_t id = word_id(*word);
+  nvr_py_env_t &env = nvr_py_env;
+  if ((*word & CON_LB_ENTRY) && env.conlboundmap) boundmap_del(env.conlboundmap, id);
+  if ((*word & CON_UB_ENTRY) && env.conuboundmap) boundmap_del(env.conuboundmap, id);
+  if ((*word & CON_NAME_ENTRY) && env.connamemap) namemap_del(env.connamemap, id);
+  *word &= ~(CON_LB_ENTRY | CON_UB_ENTRY | CON_NAME_ENTRY);
+}
+
+}  // namespace
+
+// --- record accessors -----------------------------------------------------------------------
+
+void con_assign_id(uint64_t *word) {
+  uint64_t id;
+  {
+    EnvLock lock(nvr_py_env.mtx_con);
+    id = nvr_py_env.next_con_id++;
+  }
+  *word = (*word & ~CON_ID_MASK) | (id & CON_ID_MASK);
+}
+
+double get_con_lbound(uint64_t word) {
+  switch ((word & CON_LB_MASK) >> CON_LB_SHIFT) {
+    case LB_MINUS_INF: return -INF;
+    case LB_ZERO: return 0.0;
+    case LB_ONE: return 1.0;
+    default:
+      return nvr_py_env.conlboundmap ? boundmap_get(nvr_py_env.conlboundmap, word_id(word)) : 0.0;
+  }
+}
+
+double get_con_ubound(uint64_t word) {
+  switch ((word & CON_UB_MASK) >> CON_UB_SHIFT) {
+    case UB_PLUS_INF: return INF;
+    case UB_ZERO: return 0.0;
+    case UB_ONE: return 1.0;
+    default:
+      return nvr_py_env.conuboundmap ? boundmap_get(nvr_py_env.conuboundmap, word_id(word)) : 0.0;
+  }
+}
+
+int set_con_lbound(uint64_t *word, double v) {
+  uint64_t code = v <= -INF ? LB_MINUS_INF : v == 0.0 ? LB_ZERO : v == 1.0 ? LB_ONE : LB_TABLE;
+  return set_bound_field(word, nvr_py_env.conlboundmap, code, CON_LB_SHIFT, CON_LB_MASK,
+                         CON_LB_ENTRY, v);
+}
+
+int set_con_ubound(uint64_t *word, double v) {
+  uint64_t code = v >= INF ? UB_PLUS_INF : v == 0.0 ? UB_ZERO : v == 1.0 ? UB_ONE : UB_TABLE;
+  return set_bound_field(word, nvr_py_env.conuboundmap, code, CON_UB_SHIFT, CON_UB_MASK,
+                         CON_UB_ENTRY, v);
+}
+
+PyObject *get_con_name(uint64_t word) {
+  if (word & CON_NAME_ENTRY) {
+    PyObject *name =
+        nvr_py_env.connamemap ? namemap_get(nvr_py_env.connamemap, word_id(word)) : nullptr;
+    if (name == nullptr) {
+      PyErr_SetString(nvpy_interf_exc, "Internal error in constraint name");
+      return nullptr;
+    }
+    return Py_NewRef(name);
+  }
+  return PyUnicode_FromFormat("R%llu", static_cast<unsigned long long>(word_id(word)));
+}
+
+int set_con_name(uint64_t *word, PyObject *name) {
+  namemap *table = nvr_py_env.connamemap;
+  if (table == nullptr) return tables_missing();
+  const uint64_t id = word_id(*word);
+  Py_INCREF(name);
+  if (*word & CON_NAME_ENTRY) {
+    // namemap_set takes over our reference; the old name's reference is ours to drop.
+    PyObject *old = namemap_get(table, id);
+    if (namemap_set(table, id, name) < 0) {
+      Py_DECREF(name);
+      return -1;
+    }
+    Py_XDECREF(old);
+    return 0;
+  }
+  if (namemap_set(table, id, name) < 0) {
+    Py_DECREF(name);
+    return -1;
+  }
+  *word |= CON_NAME_ENTRY;
+  return 0;
+}
+
+// --- creation and destruction ---------------------------------------------------------------
+
+static PyObject *constraint_new(PyTypeObject *type, PyObject *, PyObject *) {
+  PyObject *self = type->tp_alloc(type, 0);
+  if (self == nullptr) return nullptr;
+  as_con(self)->rec = 0;
+  as_con(self)->body = nullptr;
+  con_assign_id(&as_con(self)->rec);
+  return self;
+}
+
+PyObject *constraint_base() { return constraint_new(&constraint_type, nullptr, nullptr); }
+
+PyObject *constraint_create(PyObject *body, double lb, double ub) {
+  PyRef con(constraint_base());
+  if (!con) return nullptr;
+  if (set_con_lbound(&as_con(con.get())->rec, lb) < 0 ||
+      set_con_ubound(&as_con(con.get())->rec, ub) < 0)
+    return nullptr;
+  as_con(con.get())->body = Py_NewRef(body);
+  return con.release();
+}
+
+static void constraint_dealloc(PyObject *self) {
+  Py_CLEAR(as_con(self)->body);
+  drop_table_entries(&as_con(self)->rec);
+  Py_TYPE(self)->tp_free(self);
+}
+
+// The element at index zero of every dimension of a numpy array, as an object.
+static PyObject *first_array_element(PyObject *obj) {
+  auto *arr = reinterpret_cast<PyArrayObject *>(obj);
+  if (PyArray_SIZE(arr) < 1) {
+    PyErr_SetString(nvpy_model_exc, "Invalid expression passed as body of constraint");
+    return nullptr;
+  }
+  return PyArray_GETITEM(arr, static_cast<const char *>(PyArray_DATA(arr)));
+}
+
+static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kwlist[] = {"constraint", "body", "lb", "ub", "sense", "rhs", "name",
+                                 nullptr};
+  constraint_s *con = as_con(self);
+  // A second __init__ starts from scratch: the old identifier's entries must not linger.
+  drop_table_entries(&con->rec);
+  con_assign_id(&con->rec);
+  Py_CLEAR(con->body);
+  con->rec &= CON_ID_MASK;  // both bounds infinite, no name
+
+  PyObject *source = nullptr, *body = nullptr, *name = nullptr;
+  double lb = LB_UNSET, ub = UB_UNSET, rhs = RHS_UNSET;
+  long sense = 0;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOddldO", kwlist, nullptr, &source, &body, &lb,
+                                 &ub, &sense, &rhs, &name))
+    return -1;
+  const bool has_lb = lb != LB_UNSET, has_ub = ub != UB_UNSET, has_rhs = rhs != RHS_UNSET;
+  // None stands for an argument left out, as the signature shows.
+  if (source == Py_None) source = nullptr;
+  if (body == Py_None) body = nullptr;
+
+  if (name != nullptr && name != Py_None && set_con_name(&con->rec, name) < 0) return -1;
+  if (lb > ub + BOUND_TOLERANCE) {
+    PyErr_SetString(nvpy_model_exc, "Constraint defined infeasible: lower bound > upper bound");
+    return -1;
+  }
+  if (has_lb && set_con_lbound(&con->rec, lb) < 0) return -1;
+  if (has_ub && set_con_ubound(&con->rec, ub) < 0) return -1;
+
+  PyRef the_body;
+  if (body != nullptr) {
+    if (nvo_is_array(body)) {
+      the_body = PyRef(first_array_element(body));
+      if (!the_body) return -1;
+    } else {
+      the_body = PyRef::borrow(body);
+    }
+    if (nvo_kind_noraise(the_body.get()) < 0) {
+      PyErr_SetString(nvpy_model_exc, "Invalid expression passed as body of constraint");
+      return -1;
+    }
+  }
+
+  if (source != nullptr) {
+    if (Py_TYPE(source) != &constraint_type) {
+      PyErr_SetString(nvpy_model_exc,
+                      "Attempt to generate an empty constraint failed. Consider using "
+                      "nuvrel.constraint(body=..., sense=..., rhs=...) instead.");
+      return -1;
+    }
+    constraint_s *src = as_con(source);
+    if (set_con_lbound(&con->rec, get_con_lbound(src->rec)) < 0 ||
+        set_con_ubound(&con->rec, get_con_ubound(src->rec)) < 0)
+      return -1;
+    Py_XINCREF(src->body);
+    con->body = src->body;
+    return 0;
+  }
+
+  if (!the_body || !(has_lb || has_ub || sense != 0)) {
+    PyErr_SetString(nvpy_model_exc,
+                    "Arguments required for nuvrel.constraint(): constraint OR {body, lb and/or "
+                    "ub} OR {body,sense,rhs}.");
+    return -1;
+  }
+  if (has_rhs && (has_lb || has_ub)) {
+    PyErr_SetString(nvpy_model_exc, "Cannot create constraint by specifying both rhs AND lb/ub.");
+    return -1;
+  }
+  con->body = the_body.release();
+  if (has_rhs) {
+    if ((sense == CON_SENSE_GEQ || sense == CON_SENSE_EQ) && set_con_lbound(&con->rec, rhs) < 0)
+      return -1;
+    if ((sense == CON_SENSE_LEQ || sense == CON_SENSE_EQ) && set_con_ubound(&con->rec, rhs) < 0)
+      return -1;
+  }
+  return 0;
+}
+
+// --- comparisons ----------------------------------------------------------------------------
+
+PyObject *make_constraint(PyObject *a, PyObject *b, int op) {
+  PyRef left = PyRef::borrow(a);
+  if (nvo_is_number(a) && nvo_is_number(b)) {
+    // Keeps the difference below an expression rather than a float.
+    left = PyRef(expression_base());
+    if (!left) return nullptr;
+    reinterpret_cast<expression_s *>(left.get())->constant = nvo_number_value(a);
+  }
+  if (nvo_is_array(b)) {
+    if (nvo_is_array(a)) {
+      PyErr_SetString(nvpy_interf_exc, "Ill-defined constraint array");
+      return nullptr;
+    }
+    int mirrored = op == Py_LE ? Py_GE : op == Py_GE ? Py_LE : Py_EQ;
+    return PyObject_RichCompare(b, a, mirrored);
+  }
+  if (nvo_is_array(a)) return PyObject_RichCompare(a, b, op);
+
+  // The subtraction of the first of these kinds that either operand has.
+  static const int order[] = {NVO_KIND_EXPRESSION, NVO_KIND_VAR, NVO_KIND_LINTERM,
+                              NVO_KIND_QUADTERM, NVO_KIND_NONLIN};
+  int ka = nvo_kind_noraise(left.get()), kb = nvo_kind_noraise(b);
+  int kind = NVO_KIND_INVALID;
+  for (int k : order)
+    if (ka == k || kb == k) {
+      kind = k;
+      break;
+    }
+  if (kind == NVO_KIND_INVALID) return nvo_model_error("Invalid constraint body");
+  PyRef diff(nvo_kind_binop(kind, NVO_OP_SUB, left.get(), b));
+  if (!diff) return nullptr;
+
+  double rhs = 0.0;
+  switch (nvo_kind_noraise(diff.get())) {
+    case NVO_KIND_EXPRESSION: {
+      if (Py_REFCNT(diff.get()) > 1) {
+        // The constant is moved into the bounds, so the body must be our own object.
+        diff = PyRef(expression_copy(diff.get(), 1.0));
+        if (!diff) return nullptr;
+      }
+      auto *e = reinterpret_cast<expression_s *>(diff.get());
+      rhs = -e->constant;
+      e->constant = 0.0;
+      break;
+    }
+    case NVO_KIND_VAR:
+    case NVO_KIND_LINTERM:
+    case NVO_KIND_QUADTERM: break;
+    case NVO_KIND_NONLIN:
+      // TODO(nonlinear nodes): a sum ending in a number, or a difference with a number on one
+      // side, should move that number into the bounds; the node layout is not available here.
+      break;
+    default: return nvo_model_error("Invalid constraint body");
+  }
+
+  double lb = -INF, ub = INF;
+  switch (op) {
+    case Py_LE: ub = rhs; break;
+    case Py_EQ: lb = ub = rhs; break;
+    case Py_GE: lb = rhs; break;
+    case Py_LT:
+    case Py_NE:
+    case Py_GT:
+      return nvo_model_error(
+          "Invalid constraint: cannot enforce f(x) != 0, f(x) > 0, or f(x) < 0");
+    default: return nvo_model_error("Invalid constraint: unrecognized comparison operator");
+  }
+  return constraint_create(diff.get(), lb, ub);
+}
+
+// --- attributes, printing, copying ----------------------------------------------------------
+
+static bool attr_is(PyObject *name, const char *s) {
+  return PyUnicode_Check(name) && PyUnicode_CompareWithASCIIString(name, s) == 0;
+}
+
+static PyObject *con_getattr(PyObject *self, PyObject *name) {
+  constraint_s *con = as_con(self);
+  if (attr_is(name, "lb")) return PyFloat_FromDouble(get_con_lbound(con->rec));
+  if (attr_is(name, "ub")) return PyFloat_FromDouble(get_con_ubound(con->rec));
+  if (attr_is(name, "name")) return get_con_name(con->rec);
+  if (attr_is(name, "body")) return Py_NewRef(con->body != nullptr ? con->body : Py_None);
+  if (attr_is(name, "__class__")) return Py_NewRef(reinterpret_cast<PyObject *>(Py_TYPE(self)));
+  if (attr_is(name, "__dict__")) {
+    PyRef d(PyDict_New());
+    if (!d) return nullptr;
+    for (const char *key : {"lb", "ub", "name", "body", "copy"})
+      if (PyDict_SetItemString(d.get(), key, Py_None) < 0) return nullptr;
+    return d.release();
+  }
+  return PyObject_GenericGetAttr(self, name);
+}
+
+static int con_setattr(PyObject *self, PyObject *name, PyObject *value) {
+  constraint_s *con = as_con(self);
+  bool is_lb = attr_is(name, "lb"), is_ub = attr_is(name, "ub");
+  if (value != nullptr && (is_lb || is_ub)) {
+    // The value is converted without a check: a non-number reads back as -1.0.
+    double v = PyFloat_AsDouble(value);
+    if (v == -1.0 && PyErr_Occurred()) PyErr_Clear();
+    return is_lb ? set_con_lbound(&con->rec, v) : set_con_ubound(&con->rec, v);
+  }
+  if (value != nullptr && attr_is(name, "name")) return set_con_name(&con->rec, value);
+  return PyObject_GenericSetAttr(self, name, value);
+}
+
+static PyObject *constraint_str(PyObject *self) {
+  PyRef name(get_con_name(as_con(self)->rec));
+  if (!name) return nullptr;
+  return PyObject_Str(name.get());
+}
+
+static PyObject *constraint_copy(PyObject *self, PyObject *) {
+  constraint_s *src = as_con(self);
+  PyRef name(get_con_name(src->rec));
+  if (!name) return nullptr;
+  PyRef body;
+  if (src->body != nullptr) {
+    body = PyRef(general_copy(src->body, 1.0));
+    if (!body) return nullptr;
+  }
+  PyRef dup(constraint_base());
+  if (!dup) return nullptr;
+  constraint_s *con = as_con(dup.get());
+  if (set_con_lbound(&con->rec, get_con_lbound(src->rec)) < 0 ||
+      set_con_ubound(&con->rec, get_con_ubound(src->rec)) < 0)
+    return nullptr;
+  PyRef copy_name(PyUnicode_FromFormat("R%llu_copy_%S",
+                                       static_cast<unsigned long long>(word_id(src->rec)),
+                                       name.get()));
+  if (!copy_name || set_con_name(&con->rec, copy_name.get()) < 0) return nullptr;
+  con->body = body.release();
+  return dup.release();
+}
+
+static PyObject *constraint_sidetable_sizes(PyObject *, PyObject *) {
+  nvr_py_env_t &env = nvr_py_env;
+  return Py_BuildValue("(nnn)", env.conlboundmap ? boundmap_size(env.conlboundmap) : 0,
+                       env.conuboundmap ? boundmap_size(env.conuboundmap) : 0,
+                       env.connamemap ? namemap_size(env.connamemap) : 0);
+}
+
+PyDoc_STRVAR(constraint_copy_doc,
+             "copy() -> constraint\n\n"
+             "A new constraint with the same bounds and a copy of the body, named\n"
+             "R<identifier>_copy_<name> after this one.");
+PyDoc_STRVAR(constraint_sidetable_sizes_doc,
+             "_sidetable_sizes() -> (lower bounds, upper bounds, names)\n\n"
+             "Entries held in the constraint side tables (for diagnostics and tests).");
+
+static PyMethodDef constraint_methods[] = {
+    {"copy", constraint_copy, METH_NOARGS, constraint_copy_doc},
+    {"_sidetable_sizes", constraint_sidetable_sizes, METH_NOARGS | METH_STATIC,
+     constraint_sidetable_sizes_doc},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+PyDoc_STRVAR(constraint_doc,
+             "constraint(constraint=None, body=None, lb=-infinity, ub=infinity, sense=None,\n"
+             "           rhs=None, name=None)\n\n"
+             "A constraint lb <= body <= ub. Comparisons of modelling objects make them:\n"
+             "  c = 2*x + y <= 4\n"
+             "or explicitly, from bounds or from a sense and a right-hand side:\n"
+             "  c = nuvrel.constraint(body=2*x + y, ub=4, name='cap')\n"
+             "  c = nuvrel.constraint(body=x, sense=nuvrel.geq, rhs=1)\n\n"
+             "Arguments:\n"
+             "  constraint  the result of a comparison, taken over as it is\n"
+             "  body        a variable, term, expression or nonlinear expression\n"
+             "  lb, ub      bounds; +-infinity (1e20) means unbounded\n"
+             "  sense, rhs  leq, geq or eq with a right-hand side (not with lb/ub)\n"
+             "  name        the constraint's name; the default is 'R' and the identifier\n\n"
+             "Attributes lb, ub and name can be changed; body cannot.");
+
+PyTypeObject constraint_type = {
+    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .tp_name = "nuvrel.constraint",
+    .tp_basicsize = sizeof(constraint_s),
+    .tp_dealloc = constraint_dealloc,
+    .tp_str = constraint_str,
+    .tp_getattro = con_getattr,
+    .tp_setattro = con_setattr,
+    .tp_flags = Py_TPFLAGS_DEFAULT,
+    .tp_doc = constraint_doc,
+    .tp_methods = constraint_methods,
+    .tp_init = constraint_init,
+    .tp_alloc = PyType_GenericAlloc,
+    .tp_new = constraint_new,
+};

@@ -1,0 +1,333 @@
+// The structural evaluator: a shape-keeping walk over tuples, dictionaries, arrays and
+// sequences, and the value of one modelling object at a vector of column values.
+#include "model/evaluate.h"
+
+#include <vector>
+
+#include "model/expression.h"
+#include "model/dispatch.h"
+#include "model/linterm.h"
+#include "model/quadterm.h"
+#include "model/termmaps.h"
+#include "model/var.h"
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/numpy_api.h"
+#include "module/pyref.h"
+
+namespace {
+
+constexpr int kAttrCols = 1214;       // optimiser: columns of the problem as loaded
+constexpr int kNslpAttrCols = 12000;  // nonlinear solver: columns it sees
+
+constexpr const char kNotIdentified[] =
+    "Object does not belong to problem or cannot be identified within expression";
+
+int not_identified() {
+  PyErr_SetString(nvpy_model_exc, kNotIdentified);
+  return -1;
+}
+
+// The value of a variable in the context: 0 and *value, or -1 with ModelError.
+int variable_value(PyObject *var, const nvo_eval_context *ctx, double *value) {
+  if (ctx->var_values != nullptr) {
+    PyObject *v = PyDict_GetItemWithError(ctx->var_values, var);
+    if (v != nullptr) {
+      const double d = PyFloat_AsDouble(v);
+      if (d == -1.0 && PyErr_Occurred()) return -1;
+      *value = d;
+      return 0;
+    }
+    if (PyErr_Occurred()) return -1;
+  }
+  int64_t col;
+  if (ctx->problem == nullptr || ctx->problem->varmap == nullptr ||
+      rowcolmap_get(ctx->problem->varmap, var_id(var), &col) != 0 || col < 0 || col >= ctx->n)
+    return not_identified();
+  *value = ctx->values[col];
+  return 0;
+}
+
+int linear_value(const linmap *lin, const nvo_eval_context *ctx, double *sum) {
+  if (lin == nullptr) return 0;
+  for (const auto &[v, coef] : *lin) {
+    double xv;
+    if (variable_value(reinterpret_cast<PyObject *>(const_cast<var_s *>(v)), ctx, &xv) < 0)
+      return -1;
+    *sum += coef * xv;
+  }
+  return 0;
+}
+
+int expression_value(const expression_s *e, const nvo_eval_context *ctx, double *value) {
+  double sum = e->constant;
+  if (linear_value(e->lin, ctx, &sum) < 0) return -1;
+  if (e->quad != nullptr) {
+    for (const auto &[v1, inner] : *e->quad) {
+      double x1;
+      if (variable_value(reinterpret_cast<PyObject *>(const_cast<var_s *>(v1)), ctx, &x1) < 0)
+        return -1;
+      double inner_sum = 0.0;
+      if (linear_value(inner, ctx, &inner_sum) < 0) return -1;
+      sum += x1 * inner_sum;
+    }
+  }
+  *value = sum;
+  return 0;
+}
+
+bool is_integer(PyObject *obj) {
+  return PyLong_Check(obj) || (PyArray_API != nullptr && PyArray_IsScalar(obj, Integer));
+}
+
+PyObject *column_value(const nvo_eval_context *ctx, long long col) {
+  if (col < 0 || col >= ctx->n) {
+    PyErr_SetString(nvpy_interf_exc,
+                    "Call to nuvrel.problem.getSolution() contains an out-of-range index");
+    return nullptr;
+  }
+  return PyFloat_FromDouble(ctx->values[col]);
+}
+
+PyObject *integer_leaf(PyObject *obj, const nvo_eval_context *ctx) {
+  PyRef index(PyNumber_Index(obj));
+  if (!index) return nullptr;
+  int overflow = 0;
+  long long col = PyLong_AsLongLongAndOverflow(index.get(), &overflow);
+  if (col == -1 && PyErr_Occurred()) return nullptr;
+  if (overflow != 0) col = -1;  // out of range either way
+  return column_value(ctx, col);
+}
+
+PyObject *name_leaf(PyObject *obj, const nvo_eval_context *ctx) {
+  const char *name = PyUnicode_Check(obj) ? PyUnicode_AsUTF8(obj) : PyBytes_AsString(obj);
+  if (name == nullptr) return nullptr;
+  auto *owner = reinterpret_cast<PyObject *>(ctx->problem);
+  if (ctx->problem == nullptr || ctx->problem->prob == nullptr)
+    return setNvrlErrIfNull(owner, nullptr);
+  int col = -1;
+  if (NVRLgetindex(ctx->problem->prob, 2, name, &col) != 0) return setNvrlErrIfNull(owner, nullptr);
+  return column_value(ctx, col);
+}
+
+bool is_evaluable_dtype(PyArray_Descr *descr) {
+  const nvr_py_env_t &env = nvr_py_env;
+  for (PyObject *t : {env.npvar, env.npexpr, env.npconstraint})
+    if (t != nullptr && t != Py_None &&
+        PyArray_EquivTypes(descr, reinterpret_cast<PyArray_Descr *>(t)))
+      return true;
+  const int num = descr->type_num;
+  return PyTypeNum_ISINTEGER(num) || PyTypeNum_ISFLOAT(num) || PyTypeNum_ISBOOL(num);
+}
+
+// A float array of obj's shape holding each element's value.
+PyObject *array_value(PyObject *obj, const nvo_eval_context *ctx, int depth) {
+  auto *arr = reinterpret_cast<PyArrayObject *>(obj);
+  if (!is_evaluable_dtype(PyArray_DESCR(arr))) {
+    PyErr_SetString(nvpy_interf_exc,
+                    "nuvrel.evaluate() requires one or more Python objects;\nNumPy arrays must "
+                    "be of dtype nuvrel.npvar, nuvrel.npexpr, or nuvrel.npconstraint.");
+    return nullptr;
+  }
+  PyRef result(PyArray_SimpleNew(PyArray_NDIM(arr), PyArray_DIMS(arr), NPY_DOUBLE));
+  if (!result) {
+    PyErr_Clear();
+    PyErr_SetString(nvpy_model_exc,
+                    "Could not initialize result of the evaluation of a NumPy array");
+    return nullptr;
+  }
+  // The fresh result is C-contiguous, so the source's elements in C order fill it in turn.
+  auto *out = static_cast<double *>(PyArray_DATA(reinterpret_cast<PyArrayObject *>(result.get())));
+  PyRef iter(PyArray_IterNew(obj));
+  if (!iter) return nullptr;
+  auto *it = reinterpret_cast<PyArrayIterObject *>(iter.get());
+  for (npy_intp i = 0; it->index < it->size; ++i) {
+    PyRef elem(PyArray_GETITEM(arr, static_cast<const char *>(PyArray_ITER_DATA(it))));
+    if (!elem) return nullptr;
+    if (evaluate_object(elem.get(), ctx, depth - 1, &out[i]) < 0) return nullptr;
+    PyArray_ITER_NEXT(it);
+  }
+  return result.release();
+}
+
+PyObject *tuple_value(PyObject *obj, const nvo_eval_context *ctx, int has_problem, int depth) {
+  const Py_ssize_t n = PyTuple_GET_SIZE(obj);
+  PyRef result(PyTuple_New(n));
+  if (!result) return nullptr;
+  for (Py_ssize_t i = 0; i < n; ++i) {
+    PyObject *v = evaluate_structure(PyTuple_GET_ITEM(obj, i), ctx, has_problem, depth - 1);
+    if (v == nullptr) return nullptr;
+    PyTuple_SET_ITEM(result.get(), i, v);
+  }
+  return result.release();
+}
+
+PyObject *dict_value(PyObject *obj, const nvo_eval_context *ctx, int has_problem, int depth) {
+  PyRef result(PyDict_New());
+  if (!result) return nullptr;
+  // The items are taken as a list first, so the walk does not rely on the dictionary
+  // staying unchanged while values are computed.
+  PyRef items(PyDict_Items(obj));
+  if (!items) return nullptr;
+  for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items.get()); ++i) {
+    PyObject *pair = PyList_GET_ITEM(items.get(), i);
+    PyRef v(evaluate_structure(PyTuple_GET_ITEM(pair, 1), ctx, has_problem, depth - 1));
+    if (!v || PyDict_SetItem(result.get(), PyTuple_GET_ITEM(pair, 0), v.get()) < 0)
+      return nullptr;
+  }
+  return result.release();
+}
+
+PyObject *sequence_value(PyObject *obj, const nvo_eval_context *ctx, int has_problem,
+                         int depth) {
+  const Py_ssize_t n = PySequence_Size(obj);
+  if (n < 0) {
+    PyErr_Clear();
+    PyErr_SetString(nvpy_model_exc, "Cannot evaluate type of sequence");
+    return nullptr;
+  }
+  PyRef result(PyList_New(n));
+  if (!result) return nullptr;
+  for (Py_ssize_t i = 0; i < n; ++i) {
+    PyRef item(PySequence_GetItem(obj, i));
+    if (!item) {
+      PyErr_Clear();
+      PyErr_SetString(nvpy_model_exc, "Cannot evaluate type of sequence");
+      return nullptr;
+    }
+    PyObject *v = evaluate_structure(item.get(), ctx, has_problem, depth - 1);
+    if (v == nullptr) return nullptr;
+    PyList_SET_ITEM(result.get(), i, v);
+  }
+  return result.release();
+}
+
+}  // namespace
+
+int nvo_eval_problem_columns(problem_s *p, Py_ssize_t *n) {
+  int cols = 0;
+  const bool nslp = problem_is_nonlinear(p) && p->slpprob != nullptr;
+  const int rc = nslp ? NSLPgetintattrib(p->slpprob, kNslpAttrCols, &cols)
+                      : NVRLgetintattrib(p->prob, kAttrCols, &cols);
+  if (rc != 0) {
+    setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+    return -1;
+  }
+  *n = cols;
+  return 0;
+}
+
+int evaluate_object(PyObject *obj, const nvo_eval_context *ctx, int depth, double *value) {
+  switch (nvo_kind_noraise(obj)) {
+    case NVO_KIND_NUMBER:
+      *value = nvo_number_value(obj);
+      return 0;
+    case NVO_KIND_VAR:
+      return variable_value(obj, ctx, value);
+    case NVO_KIND_LINTERM: {
+      auto *t = reinterpret_cast<linterm_s *>(obj);
+      double x;
+      if (variable_value(t->var, ctx, &x) < 0) return -1;
+      *value = t->coef * x;
+      return 0;
+    }
+    case NVO_KIND_QUADTERM: {
+      auto *t = reinterpret_cast<quadterm_s *>(obj);
+      double x1, x2;
+      if (variable_value(t->var1, ctx, &x1) < 0 || variable_value(t->var2, ctx, &x2) < 0)
+        return -1;
+      *value = t->coef * x1 * x2;
+      return 0;
+    }
+    case NVO_KIND_EXPRESSION:
+      return expression_value(reinterpret_cast<expression_s *>(obj), ctx, value);
+    case NVO_KIND_NONLIN:
+      // Nonlinear nodes are evaluated operand by operand (at depth - 1) once the operator
+      // table of the nonlinear layer is in place.
+      (void)depth;
+      PyErr_SetString(nvpy_model_exc,
+                      "Evaluation of nonlinear expressions is not available in this build");
+      return -1;
+    default:
+      PyErr_SetString(nvpy_model_exc, "Evaluation of object of incorrect type");
+      return -1;
+  }
+}
+
+PyObject *evaluate_structure(PyObject *obj, const nvo_eval_context *ctx, int has_problem,
+                             int depth) {
+  if (depth < 1) {
+    PyErr_SetString(PyExc_RuntimeError, "Evaluation of expression exceeded recursion depth limit");
+    return nullptr;
+  }
+  if (PyTuple_Check(obj)) return tuple_value(obj, ctx, has_problem, depth);
+  if (PyDict_Check(obj)) return dict_value(obj, ctx, has_problem, depth);
+  if (nvo_is_array(obj)) return array_value(obj, ctx, depth);
+  const bool text = PyUnicode_Check(obj) || PyBytes_Check(obj);
+  if (has_problem && is_integer(obj)) return integer_leaf(obj, ctx);
+  if (has_problem && text) return name_leaf(obj, ctx);
+  // Strings are never opened as sequences of characters (that could only end in the depth
+  // limit); without a problem they are leaves of the wrong type.
+  if (!text && PySequence_Check(obj)) return sequence_value(obj, ctx, has_problem, depth);
+  double value;
+  if (evaluate_object(obj, ctx, depth, &value) < 0) return nullptr;
+  return PyFloat_FromDouble(value);
+}
+
+PyObject *scan_args_expressions(PyObject *args, const nvo_eval_context *ctx, int has_problem) {
+  const Py_ssize_t n = PyTuple_GET_SIZE(args);
+  if (n == 0) return nullptr;
+  if (n == 1)
+    return evaluate_structure(PyTuple_GET_ITEM(args, 0), ctx, has_problem, NVO_EVAL_MAX_DEPTH);
+  PyRef result(PyTuple_New(n));
+  if (!result) return nullptr;
+  for (Py_ssize_t i = 0; i < n; ++i) {
+    PyObject *v =
+        evaluate_structure(PyTuple_GET_ITEM(args, i), ctx, has_problem, NVO_EVAL_MAX_DEPTH);
+    if (v == nullptr) return nullptr;
+    PyTuple_SET_ITEM(result.get(), i, v);
+  }
+  return result.release();
+}
+
+extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject *values) {
+  if (!PyTuple_Check(args)) {
+    PyErr_SetString(PyExc_TypeError, "args must be a tuple");
+    return nullptr;
+  }
+  const bool has_problem = problem != Py_None;
+  if (has_problem && !problem_check(problem)) {
+    PyErr_SetString(PyExc_TypeError, "problem must be a nuvrel.problem or None");
+    return nullptr;
+  }
+  nvo_eval_context ctx;
+  ctx.problem = has_problem ? reinterpret_cast<problem_s *>(problem) : nullptr;
+  std::vector<double> columns;
+  if (PyDict_Check(values)) {
+    ctx.var_values = values;
+  } else {
+    if (!has_problem) {
+      PyErr_SetString(PyExc_TypeError, "column values need a problem");
+      return nullptr;
+    }
+    Py_ssize_t n = 0;
+    if (nvo_eval_problem_columns(ctx.problem, &n) < 0) return nullptr;
+    PyRef seq(PySequence_Fast(values, "values must be a dict or a sequence"));
+    if (!seq) return nullptr;
+    if (PySequence_Fast_GET_SIZE(seq.get()) < n) {
+      PyErr_SetString(PyExc_ValueError, "fewer values than the problem has columns");
+      return nullptr;
+    }
+    columns.resize(static_cast<size_t>(n));
+    for (Py_ssize_t i = 0; i < n; ++i) {
+      columns[i] = PyFloat_AsDouble(PySequence_Fast_GET_ITEM(seq.get(), i));
+      if (columns[i] == -1.0 && PyErr_Occurred()) return nullptr;
+    }
+    ctx.values = columns.data();
+    ctx.n = n;
+  }
+  PyObject *result = scan_args_expressions(args, &ctx, has_problem);
+  if (result == nullptr && !PyErr_Occurred())
+    PyErr_SetString(PyExc_ValueError, "nothing to evaluate");
+  return result;
+}

@@ -1,0 +1,263 @@
+// nuvrel.sos: a special ordered set of type 1 or 2. The object keeps the caller's lists as they
+// are (mutating them changes the set); problem.addSOS checks the members when the set is added.
+#include "model/sos.h"
+
+#include <cstdint>
+
+#include "module/args.h"
+#include "module/env.h"
+#include "module/pyref.h"
+
+namespace {
+
+inline sos_s *as_sos(PyObject *o) { return reinterpret_cast<sos_s *>(o); }
+
+int64_t next_sos_id() {
+  EnvLock lock(nvr_py_env.mtx_sos);
+  return static_cast<int64_t>(nvr_py_env.next_sos_id++);
+}
+
+PyObject *default_name(int64_t id) {
+  return PyUnicode_FromFormat("sos%lld", static_cast<long long>(id));
+}
+
+int type_error() {
+  PyErr_SetString(nvpy_model_exc, "SOS type must be 1 or 2");
+  return -1;
+}
+
+// Reads a set type from an integer object: 1 or 2, else ModelError. Non-integers (floats,
+// strings) and integers too large for a long are refused with the same message.
+int parse_type(PyObject *obj, int *type) {
+  if (!PyIndex_Check(obj)) return type_error();
+  PyRef index(PyNumber_Index(obj));
+  if (!index) {
+    PyErr_Clear();
+    return type_error();
+  }
+  int overflow = 0;
+  const long t = PyLong_AsLongAndOverflow(index.get(), &overflow);
+  if (overflow != 0 || (t == -1 && PyErr_Occurred())) {
+    PyErr_Clear();
+    return type_error();
+  }
+  if (static_cast<unsigned long>(t - 1) > 1UL) return type_error();
+  *type = static_cast<int>(t);
+  return 0;
+}
+
+// Stores the fields, releasing what the object held before (a repeated __init__).
+void sos_store(PyObject *self, int64_t id, PyObject *name, int type, PyObject *indices,
+               PyObject *weights) {
+  sos_s *s = as_sos(self);
+  PyObject *old_name = s->name, *old_indices = s->indices, *old_weights = s->weights;
+  s->id = id;
+  s->type = type;
+  Py_XINCREF(name);
+  Py_XINCREF(indices);
+  Py_XINCREF(weights);
+  s->name = name;
+  s->indices = indices;
+  s->weights = weights;
+  Py_XDECREF(old_name);
+  Py_XDECREF(old_indices);
+  Py_XDECREF(old_weights);
+}
+
+// Checks type and lists as the constructor does; 0 or -1 with ModelError set.
+int check_fields(PyObject *indices, PyObject *weights) {
+  // The weights are tested first, so a call with both wrong reports the weights.
+  if (!PyList_Check(weights)) {
+    PyErr_SetString(nvpy_model_exc, "SOS weights must be passed as a list");
+    return -1;
+  }
+  if (!PyList_Check(indices)) {
+    PyErr_SetString(nvpy_model_exc, "SOS indices must be passed as a list");
+    return -1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+// --- construction ---------------------------------------------------------------------------
+
+static PyObject *sos_new(PyTypeObject *type, PyObject *, PyObject *) {
+  PyObject *self = type->tp_alloc(type, 0);
+  if (self == nullptr) return nullptr;
+  sos_s *s = as_sos(self);
+  s->id = next_sos_id();
+  s->type = 1;
+  s->name = s->indices = s->weights = nullptr;
+  return self;
+}
+
+static int sos_init(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kwlist[] = {"indices", "weights", "type", "name", nullptr};
+  // Every set built from Python takes a second identifier here and keeps it. The fields are
+  // committed only at the end, so a failed repeated __init__ leaves the set as it was.
+  const int64_t id = next_sos_id();
+
+  PyObject *indices = nullptr, *weights = nullptr, *type_obj = nullptr, *name_obj = nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO|OO", kwlist, nullptr, &indices, &weights,
+                                 &type_obj, &name_obj))
+    return -1;
+
+  PyRef name = (name_obj != nullptr && name_obj != Py_None) ? PyRef::borrow(name_obj)
+                                                            : PyRef(default_name(id));
+  if (!name) return -1;
+
+  int type = 1;
+  if (type_obj != nullptr && type_obj != Py_None && parse_type(type_obj, &type) < 0) return -1;
+  if (check_fields(indices, weights) < 0) return -1;
+
+  sos_store(self, id, name.get(), type, indices, weights);
+  return 0;
+}
+
+PyObject *sos_create(PyObject *indices, PyObject *weights, int type, PyObject *name) {
+  if (static_cast<unsigned>(type - 1) > 1U) {
+    type_error();
+    return nullptr;
+  }
+  if (check_fields(indices, weights) < 0) return nullptr;
+  PyRef self(sos_new(&sos_type, nullptr, nullptr));
+  if (!self) return nullptr;
+  const int64_t id = as_sos(self.get())->id;
+  PyRef name_ref = name != nullptr ? PyRef::borrow(name) : PyRef(default_name(id));
+  if (!name_ref) return nullptr;
+  sos_store(self.get(), id, name_ref.get(), type, indices, weights);
+  return self.release();
+}
+
+// --- life cycle -----------------------------------------------------------------------------
+
+static int sos_traverse(PyObject *self, visitproc visit, void *arg) {
+  sos_s *s = as_sos(self);
+  Py_VISIT(s->name);
+  Py_VISIT(s->indices);
+  Py_VISIT(s->weights);
+  return 0;
+}
+
+static int sos_clear(PyObject *self) {
+  sos_s *s = as_sos(self);
+  Py_CLEAR(s->indices);
+  Py_CLEAR(s->weights);
+  Py_CLEAR(s->name);
+  return 0;
+}
+
+static void sos_dealloc(PyObject *self) {
+  // A set may sit in its own indices list, so it takes part in cycle collection.
+  PyObject_GC_UnTrack(self);
+  sos_clear(self);
+  Py_TYPE(self)->tp_free(self);
+}
+
+// --- printing, attributes, copy -------------------------------------------------------------
+
+// The name object itself (converted only when it is not already a string).
+static PyObject *sos_str(PyObject *self) {
+  PyObject *name = as_sos(self)->name;
+  if (name == nullptr) return default_name(as_sos(self)->id);
+  return PyObject_Str(name);
+}
+
+static PyObject *sos_copy(PyObject *self, PyObject *) {
+  sos_s *src = as_sos(self);
+  if (src->indices == nullptr || src->weights == nullptr) {
+    PyErr_SetString(nvpy_model_exc, "Cannot copy SOS: it has no indices or weights");
+    return nullptr;
+  }
+  const Py_ssize_t n = PyList_GET_SIZE(src->indices);
+  if (PyList_GET_SIZE(src->weights) < n) {
+    PyErr_SetString(nvpy_model_exc, "Cannot copy SOS: fewer weights than indices");
+    return nullptr;
+  }
+  PyRef indices(PyList_New(n)), weights(PyList_New(n));
+  if (!indices || !weights) return nullptr;
+  // The members and weight objects are shared with the source; only the lists are new.
+  for (Py_ssize_t i = 0; i < n; ++i) {
+    PyObject *v = PyList_GET_ITEM(src->indices, i), *w = PyList_GET_ITEM(src->weights, i);
+    Py_INCREF(v);
+    Py_INCREF(w);
+    PyList_SET_ITEM(indices.get(), i, v);
+    PyList_SET_ITEM(weights.get(), i, w);
+  }
+  PyRef copy(sos_new(&sos_type, nullptr, nullptr));
+  if (!copy) return nullptr;
+  PyObject *src_name = src->name != nullptr ? src->name : Py_None;
+  PyRef name(PyUnicode_FromFormat("sos%lld_copy_%S", static_cast<long long>(src->id), src_name));
+  if (!name) return nullptr;
+  sos_store(copy.get(), as_sos(copy.get())->id, name.get(), src->type, indices.get(),
+            weights.get());
+  return copy.release();
+}
+
+static PyObject *sos_get_name(PyObject *self, void *) {
+  PyObject *name = as_sos(self)->name;
+  if (name == nullptr) return default_name(as_sos(self)->id);
+  Py_INCREF(name);
+  return name;
+}
+
+static PyObject *sos_get_type(PyObject *self, void *) {
+  return PyLong_FromLong(as_sos(self)->type);
+}
+
+// indices and weights give the stored lists themselves (None for an uninitialised set).
+static PyObject *sos_get_list(PyObject *list) {
+  PyObject *r = list != nullptr ? list : Py_None;
+  Py_INCREF(r);
+  return r;
+}
+static PyObject *sos_get_indices(PyObject *self, void *) {
+  return sos_get_list(as_sos(self)->indices);
+}
+static PyObject *sos_get_weights(PyObject *self, void *) {
+  return sos_get_list(as_sos(self)->weights);
+}
+
+PyDoc_STRVAR(sos_copy_doc,
+             "copy() -> sos\n\n"
+             "A new set of the same type over new lists holding the same variables and\n"
+             "weights, named sos<identifier>_copy_<name> after this one.");
+
+static PyMethodDef sos_methods[] = {
+    {"copy", sos_copy, METH_NOARGS, sos_copy_doc},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+static PyGetSetDef sos_getset[] = {
+    {"name", sos_get_name, nullptr, "Name of the set.", nullptr},
+    {"type", sos_get_type, nullptr, "Type of the set, 1 or 2.", nullptr},
+    {"indices", sos_get_indices, nullptr, "The list of variables of the set.", nullptr},
+    {"weights", sos_get_weights, nullptr, "The list of weights, parallel to indices.", nullptr},
+    {nullptr, nullptr, nullptr, nullptr, nullptr},
+};
+
+PyDoc_STRVAR(sos_doc,
+             "sos(indices, weights, type=1, name=None)\n\n"
+             "A special ordered set of type 1 or 2: a list of variables (indices) and a\n"
+             "parallel list of weights that orders them. The lists are kept, not copied.\n\n"
+             "Example: s = nuvrel.sos([x, y, z], [1, 2, 3], type=2, name='pieces')");
+
+PyTypeObject sos_type = [] {
+  PyTypeObject t{PyVarObject_HEAD_INIT(nullptr, 0)};
+  t.tp_name = "nuvrel.sos";
+  t.tp_basicsize = sizeof(sos_s);
+  t.tp_dealloc = sos_dealloc;
+  t.tp_str = sos_str;
+  t.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE | Py_TPFLAGS_HAVE_GC;
+  t.tp_doc = sos_doc;
+  t.tp_traverse = sos_traverse;
+  t.tp_clear = sos_clear;
+  t.tp_methods = sos_methods;
+  t.tp_getset = sos_getset;
+  t.tp_init = sos_init;
+  t.tp_alloc = PyType_GenericAlloc;
+  t.tp_new = sos_new;
+  t.tp_free = PyObject_GC_Del;
+  return t;
+}();

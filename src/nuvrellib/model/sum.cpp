@@ -1,0 +1,314 @@
+// nuvrel.Sum, nuvrel.Prod and nuvrel.Dot: folds over collections of modelling objects.
+//
+// The accumulator starts empty; the first element is copied (general_copy) so that the in-place
+// steps that follow amend a private object and never one of the caller's.
+#include "model/sum.h"
+
+#include <functional>
+#include <utility>
+
+#include "model/dispatch.h"
+#include "model/expression.h"
+#include "module/args.h"
+#include "module/env.h"
+#include "module/numpy_api.h"
+#include "module/pyref.h"
+
+namespace {
+
+constexpr const char kInvalidObject[] = "Invalid object in Sum or Prod operators";
+constexpr const char kIncorrectObjects[] =
+    "Incorrect objects used in Sum, Dot, Prod, or aggregate functions";
+constexpr const char kInvalidSequence[] = "Invalid sequence of objects";
+
+// Receives one element (borrowed); 0 to go on, -1 with an exception set to stop.
+using element_visitor = std::function<int(PyObject *)>;
+
+bool is_text(PyObject *obj) { return PyUnicode_Check(obj) || PyBytes_Check(obj); }
+
+// Numbers, modelling objects and arrays are values to fold, never collections to open.
+bool is_value(PyObject *obj) {
+  return nvo_kind_noraise(obj) != NVO_KIND_INVALID || nvo_is_array(obj);
+}
+
+// A collection that the fold opens: anything iterable that is not a value or a string.
+bool is_collection(PyObject *obj) {
+  if (is_value(obj) || is_text(obj)) return false;
+  return PyTuple_Check(obj) || PyList_Check(obj) || PyDict_Check(obj) ||
+         PySequence_Check(obj) || Py_TYPE(obj)->tp_iter != nullptr;
+}
+
+int walk_indexed(PyObject *seq, Py_ssize_t n, const element_visitor &visit) {
+  for (Py_ssize_t i = 0; i < n; ++i) {
+    PyRef item(PySequence_GetItem(seq, i));
+    if (!item || visit(item.get()) < 0) return -1;
+  }
+  return 0;
+}
+
+int walk_array(PyObject *obj, const element_visitor &visit) {
+  auto *arr = reinterpret_cast<PyArrayObject *>(obj);
+  if (PyArray_NDIM(arr) == 0) {
+    // A zero-dimensional array is one element.
+    PyRef empty(PyTuple_New(0));
+    if (!empty) return -1;
+    PyRef item(PyObject_GetItem(obj, empty.get()));
+    return item ? visit(item.get()) : -1;
+  }
+  return walk_indexed(obj, PyArray_DIM(arr, 0), visit);
+}
+
+int walk_dict_values(PyObject *dict, const element_visitor &visit) {
+  // The values are taken into a list first, so a visitor that touches the dictionary cannot
+  // upset the walk.
+  PyRef values(PyDict_Values(dict));
+  if (!values) return -1;
+  for (Py_ssize_t i = 0; i < PyList_GET_SIZE(values.get()); ++i) {
+    PyObject *v = PyList_GET_ITEM(values.get(), i);
+    if (v != Py_None && visit(v) < 0) return -1;
+  }
+  return 0;
+}
+
+int walk_iterator(PyObject *obj, const element_visitor &visit) {
+  PyRef it(PyObject_GetIter(obj));
+  if (!it) return -1;
+  while (PyObject *raw = PyIter_Next(it.get())) {
+    PyRef item(raw);
+    if (visit(item.get()) < 0) return -1;
+  }
+  return PyErr_Occurred() ? -1 : 0;
+}
+
+// Calls visit for each element of a collection, in the collection's own order.
+int for_each_element(PyObject *coll, const element_visitor &visit) {
+  if (PyTuple_Check(coll) || PyList_Check(coll)) {
+    // Indexing (not a snapshot): a list that changes during the walk is read as it is then.
+    for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(coll); ++i) {
+      PyObject *item = PySequence_Fast_GET_ITEM(coll, i);
+      Py_INCREF(item);
+      PyRef hold(item);
+      if (visit(item) < 0) return -1;
+    }
+    return 0;
+  }
+  if (nvo_is_array(coll)) return walk_array(coll, visit);
+  if (PyDict_Check(coll)) return walk_dict_values(coll, visit);
+  if (PySequence_Check(coll) && !is_text(coll)) {
+    const Py_ssize_t n = PySequence_Size(coll);
+    if (n < 0) {
+      PyErr_Clear();
+      PyErr_SetString(nvpy_model_exc, kInvalidSequence);
+      return -1;
+    }
+    return walk_indexed(coll, n, visit);
+  }
+  return walk_iterator(coll, visit);
+}
+
+// The positional arguments as the collection to fold: a single argument is itself the
+// collection (or the one element when it is not a collection); several are the tuple.
+int for_each_argument(PyObject *args, const element_visitor &visit) {
+  if (PyTuple_GET_SIZE(args) == 1) {
+    PyObject *only = PyTuple_GET_ITEM(args, 0);
+    if (nvo_is_array(only) || is_collection(only)) return for_each_element(only, visit);
+    return only == Py_None ? 0 : visit(only);
+  }
+  return for_each_element(args, visit);
+}
+
+// A failed combination keeps a ModelError of its own; the type and value errors of numpy's
+// operators (element types or shapes that do not go together) become the fold's message, with
+// the original kept as its cause.
+int combine_failed() {
+  if (!PyErr_Occurred()) {
+    PyErr_SetString(nvpy_model_exc, kIncorrectObjects);
+    return -1;
+  }
+  if (!PyErr_ExceptionMatches(PyExc_TypeError) && !PyErr_ExceptionMatches(PyExc_ValueError))
+    return -1;
+  PyObject *type, *cause, *tb;
+  PyErr_Fetch(&type, &cause, &tb);
+  PyErr_NormalizeException(&type, &cause, &tb);
+  if (tb != nullptr) PyException_SetTraceback(cause, tb);
+  Py_XDECREF(type);
+  Py_XDECREF(tb);
+  PyErr_SetString(nvpy_model_exc, kIncorrectObjects);
+  PyObject *etype, *exc, *etb;
+  PyErr_Fetch(&etype, &exc, &etb);
+  PyErr_NormalizeException(&etype, &exc, &etb);
+  PyException_SetCause(exc, cause);  // takes the reference to cause
+  PyErr_Restore(etype, exc, etb);
+  return -1;
+}
+
+// Folds elements into a private accumulator with an in-place step (Sum, Prod). Nested
+// collections are opened, so Sum([[x, y], z]) is x + y + z.
+class Folder {
+ public:
+  using step_fn = PyObject *(*)(PyObject *, PyObject *);
+  Folder(step_fn inplace_step, step_fn plain_step)
+      : inplace_step_(inplace_step), plain_step_(plain_step) {}
+
+  int add(PyObject *elem) {
+    if (elem == Py_None) return 0;
+    if (is_collection(elem)) {
+      if (Py_EnterRecursiveCall(" while opening nested collections in Sum or Prod") != 0)
+        return -1;
+      int rc = for_each_element(elem, [this](PyObject *e) { return add(e); });
+      Py_LeaveRecursiveCall();
+      return rc;
+    }
+    if (!is_value(elem)) {
+      PyErr_SetString(nvpy_model_exc, kInvalidObject);
+      return -1;
+    }
+    if (!acc_) {
+      acc_ = PyRef(general_copy(elem, 1.0));
+      return acc_ ? 0 : -1;
+    }
+    // numpy's in-place operators would keep the accumulator's element type (a float array
+    // cannot take variables), so arrays are combined into a new array.
+    step_fn step = nvo_is_array(acc_.get()) ? plain_step_ : inplace_step_;
+    PyRef next(step(acc_.get(), elem));
+    if (!next) return combine_failed();
+    // An operator may hand back the element itself (0 + e is e); the accumulator must stay
+    // private, or the next in-place step would amend the caller's object.
+    const bool mutable_elem =
+        nvo_kind_noraise(elem) >= NVO_KIND_EXPRESSION || nvo_is_array(elem);
+    if (next.get() == elem && mutable_elem) {
+      next = PyRef(general_copy(elem, 1.0));
+      if (!next) return -1;
+    }
+    acc_ = std::move(next);
+    return 0;
+  }
+
+  // The accumulated object (null when nothing was folded).
+  PyRef result() { return std::move(acc_); }
+
+ private:
+  step_fn inplace_step_, plain_step_;
+  PyRef acc_;
+};
+
+// The array product of the accumulator and the next factor (acc null for the first factor);
+// out is given only for the last step. Products of arrays come with the array integration.
+PyObject *dot_step(PyObject *acc, PyObject *factor, PyObject *) {
+  if (acc == nullptr && !nvo_is_array(factor)) {
+    PyErr_SetString(nvpy_model_exc, "Dot product should only be on NumPy arrays");
+    return nullptr;
+  }
+  if (acc != nullptr && (!nvo_is_array(acc) || !nvo_is_array(factor))) {
+    PyErr_SetString(nvpy_model_exc, "Dot product can only occur between NumPy arrays");
+    return nullptr;
+  }
+  PyErr_SetString(nvpy_model_exc, "Dot products of NumPy arrays are not available in this build");
+  return nullptr;
+}
+
+}  // namespace
+
+// --- module functions -----------------------------------------------------------------------
+
+PyObject *nuvrelmod_Sum(PyObject *, PyObject *args) {
+  Folder fold(general_iadd, general_add);
+  if (for_each_argument(args, [&fold](PyObject *e) { return fold.add(e); }) < 0) return nullptr;
+  PyRef acc = fold.result();
+  if (!acc) return expression_base();
+  if (nvo_is_number(acc.get())) {
+    // Sum always gives a modelling object, also for numbers only.
+    PyRef e(expression_base());
+    if (!e) return nullptr;
+    reinterpret_cast<expression_s *>(e.get())->constant = nvo_number_value(acc.get());
+    return e.release();
+  }
+  return acc.release();
+}
+
+PyObject *nuvrelmod_Prod(PyObject *, PyObject *args) {
+  Folder fold(general_imul, general_mul);
+  if (for_each_argument(args, [&fold](PyObject *e) { return fold.add(e); }) < 0) return nullptr;
+  PyRef acc = fold.result();
+  // An empty product is 0.0, not 1.0: kept deliberately.
+  if (!acc) return PyFloat_FromDouble(0.0);
+  return acc.release();
+}
+
+PyObject *nuvrelmod_Dot(PyObject *, PyObject *args, PyObject *kwargs) {
+  static const char *kwlist[] = {"out", nullptr};
+  PyObject *out = nullptr;
+  PyRef no_args(PyTuple_New(0));
+  if (!no_args) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(no_args.get(), kwargs, "|O", kwlist, nullptr, &out))
+    return nullptr;
+  if (out == Py_None) out = nullptr;
+
+  // The factors are gathered first: out belongs to the last step only.
+  PyRef factors(PyList_New(0));
+  if (!factors) return nullptr;
+  if (for_each_argument(args, [&factors](PyObject *e) {
+        return PyList_Append(factors.get(), e);
+      }) < 0)
+    return nullptr;
+  const Py_ssize_t n = PyList_GET_SIZE(factors.get());
+  if (n == 0) return PyFloat_FromDouble(0.0);
+
+  PyRef acc;
+  for (Py_ssize_t i = 0; i < n; ++i) {
+    PyObject *factor = PyList_GET_ITEM(factors.get(), i);
+    PyRef next(dot_step(acc.get(), factor, i == n - 1 ? out : nullptr));
+    if (!next) {
+      combine_failed();
+      return nullptr;
+    }
+    acc = std::move(next);
+  }
+  return acc.release();
+}
+
+// --- docstrings -----------------------------------------------------------------------------
+
+const char nuvrelmod_Sum_doc[] =
+    "Purpose:\n"
+    "  Adds any number of numbers, variables, terms, expressions or arrays into one object,\n"
+    "  building the result in place (much faster than the built-in sum for long sums).\n\n"
+    "Synopsis:\n"
+    "  a = nuvrel.Sum(t1, t2, ...)\n"
+    "  a = nuvrel.Sum(collection)\n\n"
+    "Arguments:\n"
+    "  t1, t2, ...: the objects to add, or a single list, tuple, dictionary (its values;\n"
+    "               None values are skipped), generator, array or other iterable of them.\n"
+    "               Nested lists, tuples and dictionaries are opened. The result is always\n"
+    "               a modelling object: an empty sum is an empty expression (value 0).\n\n"
+    "Example:\n"
+    "  x = [nuvrel.var() for i in range(10)]\n"
+    "  e = nuvrel.Sum(i * x[i] for i in range(10))\n";
+
+const char nuvrelmod_Prod_doc[] =
+    "Purpose:\n"
+    "  Multiplies any number of numbers, variables, terms, expressions or arrays into one\n"
+    "  object.\n\n"
+    "Synopsis:\n"
+    "  a = nuvrel.Prod(t1, t2, ...)\n"
+    "  a = nuvrel.Prod(collection)\n\n"
+    "Arguments:\n"
+    "  t1, t2, ...: the factors, or a single list, tuple, dictionary (its values), generator,\n"
+    "               array or other iterable of them. An empty product is 0.0.\n\n"
+    "Example:\n"
+    "  q = nuvrel.Prod([x, y])   # the quadratic term x*y\n";
+
+const char nuvrelmod_Dot_doc[] =
+    "Purpose:\n"
+    "  The product of a sequence of NumPy arrays as in numpy.dot, for arrays whose elements\n"
+    "  may be numbers, variables or expressions.\n\n"
+    "Synopsis:\n"
+    "  a = nuvrel.Dot(t1, t2, ..., out=None)\n\n"
+    "Arguments:\n"
+    "  t1, t2, ...: the arrays, multiplied left to right; the last dimension of each must\n"
+    "               match the second-to-last dimension of the next (its only dimension for a\n"
+    "               vector). No arrays give 0.0.\n"
+    "  out:         optional array of the result's shape that receives the product.\n\n"
+    "Example:\n"
+    "  A = numpy.array([[1, 2], [3, 4]])\n"
+    "  y = nuvrel.Dot(A, x)      # x an array of two variables\n";

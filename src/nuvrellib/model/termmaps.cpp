@@ -1,0 +1,522 @@
+// The ordered containers of the modelling layer on std::map / std::set.
+// Every tree operation that allocates is wrapped so that an allocation failure becomes -1 with
+// a MemoryError instead of a C++ exception crossing the interpreter.
+#include "model/termmaps.h"
+
+#include <new>
+#include <utility>
+
+namespace {
+
+inline const var_s *as_var(PyObject *obj) { return reinterpret_cast<const var_s *>(obj); }
+inline PyObject *as_obj(const var_s *v) {
+  return reinterpret_cast<PyObject *>(const_cast<var_s *>(v));
+}
+
+// Releases a variable reference that a map held; done after the map is consistent again
+// because the release may run the variable's deallocation.
+inline void release_var(const var_s *v) { Py_DECREF(as_obj(v)); }
+
+int no_memory() {
+  PyErr_NoMemory();
+  return -1;
+}
+
+// Heap cursor over any of the containers: one iterator, positioned at the next entry.
+template <class Container>
+struct cursor_of {
+  typename Container::const_iterator it;
+};
+
+// Positions a new cursor at the start, or reports the end (freeing the cursor).
+template <class Container, class Cursor>
+bool cursor_step(const Container *c, Cursor **cursor, typename Container::const_iterator *out) {
+  if (*cursor == nullptr) {
+    if (c == nullptr) return false;
+    *cursor = new (std::nothrow) Cursor;
+    if (*cursor == nullptr) return false;
+    (*cursor)->it = c->begin();
+  }
+  if ((*cursor)->it == c->end()) {
+    delete *cursor;
+    *cursor = nullptr;
+    return false;
+  }
+  *out = (*cursor)->it;
+  ++(*cursor)->it;
+  return true;
+}
+
+}  // namespace
+
+struct linmap_iter : cursor_of<linmap> {};
+struct quadmap_iter : cursor_of<quadmap> {};
+struct indexset_iter : cursor_of<indexset> {};
+struct rowcolmap_iter : cursor_of<rowcolmap> {};
+
+// ===== linmap =============================================================================
+
+linmap *linmap_new() {
+  auto *m = new (std::nothrow) linmap();
+  if (m == nullptr) PyErr_NoMemory();
+  return m;
+}
+
+int linmap_copy(linmap **dst, const linmap *src) {
+  if (src == nullptr) {
+    *dst = nullptr;
+    return 0;
+  }
+  try {
+    auto *m = new linmap(*src);
+    for (const auto &[v, c] : *m) Py_INCREF(as_obj(v));
+    *dst = m;
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+void linmap_free(linmap **map) {
+  if (map == nullptr || *map == nullptr) return;
+  linmap *m = *map;
+  *map = nullptr;
+  for (const auto &[v, c] : *m) release_var(v);
+  delete m;
+}
+
+Py_ssize_t linmap_size(const linmap *map) {
+  return map ? static_cast<Py_ssize_t>(map->size()) : 0;
+}
+
+int linmap_get(const linmap *map, PyObject *var, double *coef) {
+  if (map == nullptr) return -1;
+  auto it = map->find(as_var(var));
+  if (it == map->end()) return -1;
+  *coef = it->second;
+  return 0;
+}
+
+int linmap_has(const linmap *map, PyObject *var) {
+  return map != nullptr && map->count(as_var(var)) ? 1 : 0;
+}
+
+int linmap_set(linmap *map, PyObject *var, double coef) {
+  auto it = map->find(as_var(var));
+  if (it != map->end()) {
+    if (coef != 0.0) {
+      it->second = coef;
+    } else {
+      const var_s *v = it->first;
+      map->erase(it);
+      release_var(v);
+    }
+    return 0;
+  }
+  if (coef == 0.0) return 0;
+  try {
+    map->emplace(as_var(var), coef);
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+  Py_INCREF(var);
+  return 0;
+}
+
+int linmap_add(linmap *map, PyObject *var, double coef) {
+  if (coef == 0.0) return 0;
+  auto it = map->lower_bound(as_var(var));
+  if (it != map->end() && it->first == as_var(var)) {
+    it->second += coef;
+    if (it->second == 0.0) {
+      const var_s *v = it->first;
+      map->erase(it);
+      release_var(v);
+    }
+    return 0;
+  }
+  try {
+    map->emplace_hint(it, as_var(var), coef);
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+  Py_INCREF(var);
+  return 0;
+}
+
+int linmap_del(linmap *map, PyObject *var) {
+  auto it = map->find(as_var(var));
+  if (it == map->end()) return 0;
+  const var_s *v = it->first;
+  map->erase(it);
+  release_var(v);
+  return 0;
+}
+
+int linmap_next(const linmap *map, PyObject **var, double *coef, linmap_iter **cursor) {
+  linmap::const_iterator it;
+  if (!cursor_step(map, cursor, &it)) return 0;
+  *var = as_obj(it->first);
+  *coef = it->second;
+  return 1;
+}
+
+void linmap_iter_free(linmap_iter **cursor) {
+  delete *cursor;
+  *cursor = nullptr;
+}
+
+// ===== quadmap ============================================================================
+
+quadmap *quadmap_new() {
+  auto *m = new (std::nothrow) quadmap();
+  if (m == nullptr) PyErr_NoMemory();
+  return m;
+}
+
+void quadmap_free(quadmap **map) {
+  if (map == nullptr || *map == nullptr) return;
+  quadmap *m = *map;
+  *map = nullptr;
+  for (auto &[v, inner] : *m) {
+    linmap_free(&inner);
+    release_var(v);
+  }
+  delete m;
+}
+
+int quadmap_copy(quadmap **dst, const quadmap *src) {
+  if (src == nullptr) {
+    *dst = nullptr;
+    return 0;
+  }
+  quadmap *m = quadmap_new();
+  if (m == nullptr) return -1;
+  for (const auto &[v, inner] : *src) {
+    linmap *copy = nullptr;
+    if (linmap_copy(&copy, inner) < 0) {
+      quadmap_free(&m);
+      return -1;
+    }
+    try {
+      m->emplace_hint(m->end(), v, copy);
+    } catch (const std::bad_alloc &) {
+      linmap_free(&copy);
+      quadmap_free(&m);
+      return no_memory();
+    }
+    Py_INCREF(as_obj(v));
+  }
+  *dst = m;
+  return 0;
+}
+
+Py_ssize_t quadmap_size(const quadmap *map) {
+  if (map == nullptr) return 0;
+  Py_ssize_t n = 0;
+  for (const auto &[v, inner] : *map) n += linmap_size(inner);
+  return n;
+}
+
+int quadmap_get(const quadmap *map, PyObject *var1, linmap **inner) {
+  if (map == nullptr) return -1;
+  auto it = map->find(as_var(var1));
+  if (it == map->end()) return -1;
+  *inner = it->second;
+  return 0;
+}
+
+int quadmap_set(quadmap *map, PyObject *var1, linmap *inner) {
+  auto it = map->find(as_var(var1));
+  if (it != map->end()) {
+    if (it->second != inner) {
+      linmap *old = it->second;
+      it->second = inner;
+      linmap_free(&old);
+    }
+    return 0;
+  }
+  try {
+    map->emplace(as_var(var1), inner);
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+  Py_INCREF(var1);
+  return 0;
+}
+
+int quadmap_add(quadmap *map, PyObject *var1, PyObject *var2, double coef) {
+  if (coef == 0.0) return 0;
+  auto it = map->lower_bound(as_var(var1));
+  if (it != map->end() && it->first == as_var(var1)) {
+    linmap *inner = it->second;
+    if (linmap_add(inner, var2, coef) < 0) return -1;
+    if (inner->empty()) {
+      const var_s *v = it->first;
+      map->erase(it);
+      linmap_free(&inner);
+      release_var(v);
+    }
+    return 0;
+  }
+  linmap *inner = linmap_new();
+  if (inner == nullptr) return -1;
+  if (linmap_add(inner, var2, coef) < 0) {
+    linmap_free(&inner);
+    return -1;
+  }
+  try {
+    map->emplace_hint(it, as_var(var1), inner);
+  } catch (const std::bad_alloc &) {
+    linmap_free(&inner);
+    return no_memory();
+  }
+  Py_INCREF(var1);
+  return 0;
+}
+
+int quadmap_del(quadmap *map, PyObject *var1, PyObject *var2) {
+  auto it = map->find(as_var(var1));
+  if (it == map->end()) return 0;
+  linmap *inner = it->second;
+  linmap_del(inner, var2);
+  if (inner->empty()) {
+    const var_s *v = it->first;
+    map->erase(it);
+    linmap_free(&inner);
+    release_var(v);
+  }
+  return 0;
+}
+
+int quadmap_next(const quadmap *map, PyObject **var1, linmap **inner, quadmap_iter **cursor) {
+  quadmap::const_iterator it;
+  if (!cursor_step(map, cursor, &it)) return 0;
+  *var1 = as_obj(it->first);
+  *inner = it->second;
+  return 1;
+}
+
+void quadmap_iter_free(quadmap_iter **cursor) {
+  delete *cursor;
+  *cursor = nullptr;
+}
+
+// ===== indexset ===========================================================================
+
+indexset *indexset_new() {
+  auto *s = new (std::nothrow) indexset();
+  if (s == nullptr) PyErr_NoMemory();
+  return s;
+}
+
+int indexset_copy(indexset **dst, const indexset *src) {
+  if (src == nullptr) {
+    *dst = nullptr;
+    return 0;
+  }
+  try {
+    *dst = new indexset(*src);
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+void indexset_free(indexset **set) {
+  if (set == nullptr) return;
+  delete *set;
+  *set = nullptr;
+}
+
+Py_ssize_t indexset_size(const indexset *set) {
+  return set ? static_cast<Py_ssize_t>(set->size()) : 0;
+}
+
+int indexset_add(indexset *set, int64_t n) {
+  try {
+    set->insert(n);
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+int indexset_has(const indexset *set, int64_t n) { return set != nullptr && set->count(n) ? 1 : 0; }
+
+int indexset_del(indexset *set, int64_t n) {
+  set->erase(n);
+  return 0;
+}
+
+int indexset_next(const indexset *set, int64_t *n, indexset_iter **cursor) {
+  indexset::const_iterator it;
+  if (!cursor_step(set, cursor, &it)) return 0;
+  *n = *it;
+  return 1;
+}
+
+void indexset_iter_free(indexset_iter **cursor) {
+  delete *cursor;
+  *cursor = nullptr;
+}
+
+// ===== rowcolmap ==========================================================================
+
+rowcolmap *rowcolmap_new() {
+  auto *m = new (std::nothrow) rowcolmap();
+  if (m == nullptr) PyErr_NoMemory();
+  return m;
+}
+
+int rowcolmap_copy(rowcolmap **dst, const rowcolmap *src) {
+  if (src == nullptr) {
+    *dst = nullptr;
+    return 0;
+  }
+  try {
+    *dst = new rowcolmap(*src);
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+void rowcolmap_free(rowcolmap **map) {
+  if (map == nullptr) return;
+  delete *map;
+  *map = nullptr;
+}
+
+void rowcolmap_clear(rowcolmap *map) { map->clear(); }
+
+Py_ssize_t rowcolmap_size(const rowcolmap *map) {
+  return map ? static_cast<Py_ssize_t>(map->size()) : 0;
+}
+
+int rowcolmap_get(const rowcolmap *map, uint64_t id, int64_t *index) {
+  if (map == nullptr) return -1;
+  auto it = map->find(id);
+  if (it == map->end()) return -1;
+  *index = it->second;
+  return 0;
+}
+
+int rowcolmap_has(const rowcolmap *map, uint64_t id) {
+  return map != nullptr && map->count(id) ? 1 : 0;
+}
+
+int rowcolmap_set(rowcolmap *map, uint64_t id, int64_t index) {
+  try {
+    (*map)[id] = index;
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+int rowcolmap_del(rowcolmap *map, uint64_t id) {
+  map->erase(id);
+  return 0;
+}
+
+int rowcolmap_next(const rowcolmap *map, uint64_t *id, int64_t *index, rowcolmap_iter **cursor) {
+  rowcolmap::const_iterator it;
+  if (!cursor_step(map, cursor, &it)) return 0;
+  *id = it->first;
+  *index = it->second;
+  return 1;
+}
+
+void rowcolmap_iter_free(rowcolmap_iter **cursor) {
+  delete *cursor;
+  *cursor = nullptr;
+}
+
+// ===== boundmap ===========================================================================
+
+boundmap *boundmap_new() {
+  auto *m = new (std::nothrow) boundmap();
+  if (m == nullptr) PyErr_NoMemory();
+  return m;
+}
+
+void boundmap_free(boundmap **map) {
+  if (map == nullptr) return;
+  delete *map;
+  *map = nullptr;
+}
+
+Py_ssize_t boundmap_size(const boundmap *map) {
+  return map ? static_cast<Py_ssize_t>(map->size()) : 0;
+}
+
+double boundmap_get(const boundmap *map, uint64_t id) {
+  auto it = map->find(id);
+  return it == map->end() ? 0.0 : it->second;
+}
+
+int boundmap_has(const boundmap *map, uint64_t id) {
+  return map != nullptr && map->count(id) ? 1 : 0;
+}
+
+int boundmap_set(boundmap *map, uint64_t id, double value) {
+  try {
+    (*map)[id] = value;
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+int boundmap_del(boundmap *map, uint64_t id) {
+  map->erase(id);
+  return 0;
+}
+
+// ===== namemap ============================================================================
+
+namemap *namemap_new() {
+  auto *m = new (std::nothrow) namemap();
+  if (m == nullptr) PyErr_NoMemory();
+  return m;
+}
+
+void namemap_free(namemap **map) {
+  if (map == nullptr || *map == nullptr) return;
+  namemap *m = *map;
+  *map = nullptr;
+  for (auto &[id, obj] : *m) Py_XDECREF(obj);
+  delete m;
+}
+
+Py_ssize_t namemap_size(const namemap *map) {
+  return map ? static_cast<Py_ssize_t>(map->size()) : 0;
+}
+
+PyObject *namemap_get(const namemap *map, uint64_t id) {
+  auto it = map->find(id);
+  return it == map->end() ? nullptr : it->second;
+}
+
+int namemap_has(const namemap *map, uint64_t id) {
+  return map != nullptr && map->count(id) ? 1 : 0;
+}
+
+int namemap_set(namemap *map, uint64_t id, PyObject *obj) {
+  try {
+    (*map)[id] = obj;
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+int namemap_del(namemap *map, uint64_t id) {
+  auto it = map->find(id);
+  if (it == map->end()) return 0;
+  PyObject *obj = it->second;
+  map->erase(it);
+  Py_XDECREF(obj);
+  return 0;
+}

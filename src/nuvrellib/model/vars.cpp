@@ -1,0 +1,297 @@
+// nuvrel.vars(*indices, name=, lb=, ub=, threshold=, vartype=): an indexed collection of new
+// variables, one per element of the Cartesian product of the index sets.
+#include <Python.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "model/var.h"
+#include "module/args.h"
+#include "module/env.h"
+#include "module/pyref.h"
+
+namespace {
+
+constexpr Py_ssize_t MAX_NAME_LENGTH = 2500;
+constexpr double BOUND_TOLERANCE = 1e-6;
+
+const char *const MSG_INVALID_INDEX =
+    "Invalid index: a call to nuvrel.vars() must have a tuple of lists, sets, iterable "
+    "objects, or integer numbers as its arguments";
+const char *const MSG_NOT_POSITIVE =
+    "Invalid index: integer argument to nuvrel.vars() must be positive (it is equivalent to "
+    "range(k))";
+const char *const MSG_EMPTY = "Invalid index: empty dimension in creation of variables";
+const char *const MSG_NO_MEMORY = "Not enough memory to create variables with nuvrel.vars()";
+const char *const MSG_TOO_MANY =
+    "No memory to create variables. Consider restricting one or more index "
+    "sets/lists/ranges in the index argument to nuvrel.vars()";
+
+// Fewer bytes than any variable of the collection costs (object, dictionary slot, key).
+constexpr Py_ssize_t MIN_BYTES_PER_VARIABLE = 64;
+
+// True when a collection of this many variables cannot fit in physical memory: refusing it
+// up front beats being stopped by the system halfway through.
+bool exceeds_memory(Py_ssize_t total) {
+  const long pages = sysconf(_SC_PHYS_PAGES), page_size = sysconf(_SC_PAGE_SIZE);
+  if (pages <= 0 || page_size <= 0) return false;
+  const double bytes = static_cast<double>(pages) * static_cast<double>(page_size);
+  return static_cast<double>(total) * MIN_BYTES_PER_VARIABLE > bytes;
+}
+
+// One index set: its elements and the text each contributes to the variable names.
+struct dimension {
+  PyRef elements;                  // list (for an integer argument made only once sizes pass)
+  Py_ssize_t count = 0;            // number of elements
+  std::vector<std::string> texts;  // parallel to elements (only filled when names are made)
+};
+
+int model_error(const char *msg) {
+  PyErr_SetString(nvpy_model_exc, msg);
+  return -1;
+}
+
+// An integer index argument k (standing for range(k)); not iterables that happen to convert.
+bool is_integer_index(PyObject *arg) {
+  if (PyLong_Check(arg)) return true;
+  return PyIndex_Check(arg) && !PyFloat_Check(arg) && Py_TYPE(arg)->tp_iter == nullptr &&
+         !PySequence_Check(arg);
+}
+
+// Reads one positional argument as a non-empty index set. An integer k keeps only its count
+// (huge values saturate and are refused by the size checks before anything is built).
+int read_dimension(PyObject *arg, dimension *dim) {
+  if (is_integer_index(arg)) {
+    Py_ssize_t k = PyNumber_AsSsize_t(arg, nullptr);
+    if (k == -1 && PyErr_Occurred()) return -1;
+    if (k < 1) return model_error(MSG_NOT_POSITIVE);
+    dim->count = k;
+    return 0;
+  }
+  PyRef it(PyObject_GetIter(arg));
+  if (!it) {
+    if (!PyErr_ExceptionMatches(PyExc_TypeError)) return -1;
+    PyErr_Clear();
+    return model_error(MSG_INVALID_INDEX);
+  }
+  dim->elements = PyRef(PySequence_List(it.get()));
+  if (!dim->elements) return -1;
+  dim->count = PyList_GET_SIZE(dim->elements.get());
+  if (dim->count == 0) return model_error(MSG_EMPTY);
+  return 0;
+}
+
+// The elements 0..k-1 of an integer argument, once the collection's size has been accepted.
+int fill_range(dimension *dim) {
+  if (dim->elements) return 0;
+  PyRef range(PyObject_CallFunction(reinterpret_cast<PyObject *>(&PyRange_Type), "n",
+                                    dim->count));
+  if (!range) return -1;
+  dim->elements = PyRef(PySequence_List(range.get()));
+  return dim->elements ? 0 : -1;
+}
+
+// The text of one index element inside a name: integers as "%ld", other numbers as "%g",
+// strings as they are, anything else as its str() without blanks.
+int element_text(PyObject *elem, std::string *out) {
+  if (PyLong_Check(elem)) {
+    int overflow = 0;
+    long v = PyLong_AsLongAndOverflow(elem, &overflow);
+    if (v == -1 && PyErr_Occurred()) return -1;
+    if (!overflow) {
+      char buf[32];
+      std::snprintf(buf, sizeof buf, "%ld", v);
+      *out = buf;
+      return 0;
+    }
+  } else if (PyFloat_Check(elem)) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%g", PyFloat_AS_DOUBLE(elem));
+    *out = buf;
+    return 0;
+  }
+  PyRef text(PyUnicode_Check(elem) ? PyRef::borrow(elem) : PyRef(PyObject_Str(elem)));
+  const char *utf8 = text ? PyUnicode_AsUTF8(text.get()) : nullptr;
+  if (utf8 == nullptr) {
+    PyErr_Clear();
+    return model_error("Element of index tuple in vars() cannot be represented");
+  }
+  out->assign(utf8);
+  if (!PyUnicode_Check(elem)) std::erase(*out, ' ');
+  return 0;
+}
+
+// prefix(t1,t2,...) cut at the name length limit (in characters).
+PyObject *make_name(const std::string &prefix, const std::vector<dimension> &dims,
+                    const std::vector<Py_ssize_t> &pos) {
+  std::string s = prefix;
+  s += '(';
+  for (size_t d = 0; d < dims.size(); ++d) {
+    if (d) s += ',';
+    s += dims[d].texts[pos[d]];
+  }
+  s += ')';
+  PyRef name(PyUnicode_DecodeUTF8(s.data(), static_cast<Py_ssize_t>(s.size()), "replace"));
+  if (!name || PyUnicode_GET_LENGTH(name.get()) <= MAX_NAME_LENGTH) return name.release();
+  return PyUnicode_Substring(name.get(), 0, MAX_NAME_LENGTH);
+}
+
+// The key of one combination: the element itself for one index set, else the tuple.
+PyObject *make_key(const std::vector<dimension> &dims, const std::vector<Py_ssize_t> &pos) {
+  if (dims.size() == 1) {
+    PyObject *e = PyList_GET_ITEM(dims[0].elements.get(), pos[0]);
+    Py_INCREF(e);
+    return e;
+  }
+  PyObject *key = PyTuple_New(static_cast<Py_ssize_t>(dims.size()));
+  if (key == nullptr) return nullptr;
+  for (size_t d = 0; d < dims.size(); ++d) {
+    PyObject *e = PyList_GET_ITEM(dims[d].elements.get(), pos[d]);
+    Py_INCREF(e);
+    PyTuple_SET_ITEM(key, static_cast<Py_ssize_t>(d), e);
+  }
+  return key;
+}
+
+// Replaces a pending MemoryError by the module's own message.
+void restate_memory_error() {
+  if (PyErr_ExceptionMatches(PyExc_MemoryError)) {
+    PyErr_Clear();
+    PyErr_SetString(nvpy_model_exc, MSG_NO_MEMORY);
+  }
+}
+
+}  // namespace
+
+PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kwlist[] = {"name", "lb", "ub", "threshold", "vartype", nullptr};
+  PyObject *prefix_obj = nullptr;
+  double lb = 0.0, ub = NVR_INFINITY, threshold = -NVR_INFINITY;
+  long vartype = VARTYPE_CONTINUOUS;
+
+  // Every positional argument is an index set, so the keywords are parsed on their own.
+  PyRef no_args(PyTuple_New(0));
+  if (!no_args) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(no_args.get(), kwargs, "|Odddl", kwlist, nullptr, &prefix_obj,
+                                 &lb, &ub, &threshold, &vartype))
+    return nullptr;
+
+  if (lb > ub + BOUND_TOLERANCE) {
+    model_error("Variables have empty feasible set: lower bound > upper bound");
+    return nullptr;
+  }
+  if (vartype < VARTYPE_CONTINUOUS || vartype > VARTYPE_PARTIALLYINTEGER) {
+    model_error("Invalid variable type: must be one of continuous, binary, integer, "
+                "semicontinuous, semiinteger, partiallyinteger (0 to 5)");
+    return nullptr;
+  }
+  std::string prefix;
+  if (prefix_obj != nullptr && prefix_obj != Py_None) {
+    if (!PyUnicode_Check(prefix_obj)) {
+      model_error("Invalid variable name (must be a string)");
+      return nullptr;
+    }
+    const char *utf8 = PyUnicode_AsUTF8(prefix_obj);
+    if (utf8 == nullptr) return nullptr;
+    prefix = utf8;
+  }
+  const bool named = !prefix.empty();
+
+  const Py_ssize_t ndims = PyTuple_GET_SIZE(args);
+  if (ndims == 0) {
+    model_error(MSG_INVALID_INDEX);
+    return nullptr;
+  }
+  bool all_integers = true;
+  for (Py_ssize_t d = 0; d < ndims; ++d)
+    all_integers = all_integers && is_integer_index(PyTuple_GET_ITEM(args, d));
+
+  std::vector<dimension> dims(static_cast<size_t>(ndims));
+  Py_ssize_t total = 1;
+  for (Py_ssize_t d = 0; d < ndims; ++d) {
+    dimension &dim = dims[static_cast<size_t>(d)];
+    if (read_dimension(PyTuple_GET_ITEM(args, d), &dim) < 0) return nullptr;
+    const Py_ssize_t n = dim.count;
+    if (total > PY_SSIZE_T_MAX / n) {
+      model_error(MSG_TOO_MANY);
+      return nullptr;
+    }
+    total *= n;
+  }
+  if (all_integers) {
+    // The array form needs the array element type of variables, which is not registered yet.
+    model_error("nuvrel.vars() with only integer arguments creates an array of variables, "
+                "which is not available in this build; pass lists or ranges to get a "
+                "dictionary of variables");
+    return nullptr;
+  }
+  var_binary_bounds(vartype, &lb, &ub);
+  if (exceeds_memory(total)) {
+    model_error(MSG_TOO_MANY);
+    return nullptr;
+  }
+  for (dimension &dim : dims) {
+    if (fill_range(&dim) < 0) {
+      restate_memory_error();
+      return nullptr;
+    }
+  }
+  if (named) {
+    for (dimension &dim : dims) {
+      const Py_ssize_t n = PyList_GET_SIZE(dim.elements.get());
+      dim.texts.resize(static_cast<size_t>(n));
+      for (Py_ssize_t i = 0; i < n; ++i)
+        if (element_text(PyList_GET_ITEM(dim.elements.get(), i), &dim.texts[i]) < 0)
+          return nullptr;
+    }
+  }
+
+  PyRef result(PyDict_New());
+  if (!result) return nullptr;
+  std::vector<Py_ssize_t> pos(static_cast<size_t>(ndims), 0);
+  for (Py_ssize_t count = 0; count < total; ++count) {
+    PyRef key(make_key(dims, pos));
+    if (!key) {
+      restate_memory_error();
+      return nullptr;
+    }
+    int present = PyDict_Contains(result.get(), key.get());
+    if (present < 0) {
+      // An element that cannot be hashed cannot form a key.
+      if (PyErr_ExceptionMatches(PyExc_TypeError)) {
+        PyErr_Clear();
+        model_error("Bad index tuple in vars()");
+      }
+      return nullptr;
+    }
+    if (present) {
+      PyErr_Format(nvpy_model_exc,
+                   "Duplicate entry in vars: <%S>. Check arguments for duplicate entries in one "
+                   "or more of the lists",
+                   key.get());
+      return nullptr;
+    }
+    PyRef name;
+    if (named) {
+      name = PyRef(make_name(prefix, dims, pos));
+      if (!name) {
+        restate_memory_error();
+        return nullptr;
+      }
+    }
+    PyRef v(var_create(name.get(), lb, ub, threshold, vartype));
+    if (!v || PyDict_SetItem(result.get(), key.get(), v.get()) < 0) {
+      restate_memory_error();
+      return nullptr;
+    }
+    // Advance the odometer, last index fastest.
+    for (Py_ssize_t d = ndims - 1; d >= 0; --d) {
+      if (++pos[static_cast<size_t>(d)] < dims[static_cast<size_t>(d)].count) break;
+      pos[static_cast<size_t>(d)] = 0;
+    }
+  }
+  return result.release();
+}

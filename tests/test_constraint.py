@@ -1,0 +1,266 @@
+"""Constraints: comparisons, the explicit constructor, bounds, names, copies, side tables."""
+
+import gc
+import math
+
+import numpy as np
+import pytest
+
+import nuvrel as nv
+
+INF = 1e20
+STRICT = "Invalid constraint: cannot enforce f(x) != 0, f(x) > 0, or f(x) < 0"
+
+
+@pytest.fixture(autouse=True)
+def collect_cycles():
+    # A failed-operation traceback keeps the test's frame (and its named variables, which hold
+    # side-table entries) in a cycle; collect it here rather than during a later test.
+    yield
+    gc.collect()
+
+
+@pytest.fixture
+def xy():
+    return nv.var(name="x"), nv.var(name="y")
+
+
+def lin_of(obj):
+    v, c = obj.extractLinear()
+    return {a.name: b for a, b in zip(v, c)}
+
+
+def sizes():
+    return nv.constraint._sidetable_sizes()
+
+
+@pytest.mark.parametrize("build, lb, ub, body_lin", [
+    (lambda x, y: x + 1 == 3, 2.0, 2.0, {"x": 1.0}),
+    (lambda x, y: 3 <= x, 3.0, INF, {"x": 1.0}),
+    (lambda x, y: x <= 3, -INF, 3.0, {"x": 1.0}),
+    (lambda x, y: x >= 0, 0.0, INF, {"x": 1.0}),
+    (lambda x, y: 2 * x + 3 <= y, -INF, -3.0, {"x": 2.0, "y": -1.0}),
+    (lambda x, y: 2 * x >= 1 - y, 1.0, INF, {"x": 2.0, "y": 1.0}),
+    (lambda x, y: 5 == x + y + 1, 4.0, 4.0, {"x": 1.0, "y": 1.0}),
+    (lambda x, y: x * y <= 7.5, -INF, 7.5, {}),
+    (lambda x, y: x <= y, -INF, 0.0, {"x": 1.0, "y": -1.0}),
+    (lambda x, y: x + 1 >= x * y + 2, 1.0, INF, {"x": 1.0}),
+])
+def test_comparisons(xy, build, lb, ub, body_lin):
+    c = build(*xy)
+    assert type(c) is nv.constraint
+    assert (c.lb, c.ub) == (lb, ub)
+    assert lin_of(c.body) == body_lin
+
+
+def test_comparison_body_kinds(xy):
+    x, y = xy
+    assert (x <= 3).body is not None and type((x <= 3).body).__name__ == "expression"
+    assert (x >= 0).body is x          # x - 0 is x itself: no constant to move
+    assert type((2 * x <= 0).body).__name__ == "linterm"
+    assert type((x * y >= 0).body).__name__ == "quadterm"
+
+
+def test_comparison_leaves_the_operand_unchanged(xy):
+    x, _ = xy
+    e = x + 5
+    c = e <= 10
+    assert c.ub == 5.0 and str(e) == "5 + x" and c.body is not e
+
+
+def test_comparison_of_two_numbers_is_not_ours():
+    # Python compares plain numbers itself; the module is involved only through an object.
+    assert (nv.expression() + 1 <= 2).ub == 1.0
+
+
+@pytest.mark.parametrize("build, message", [
+    (lambda x: x < 3, STRICT),
+    (lambda x: x > 3, STRICT),
+    (lambda x: x != 3, STRICT),
+    (lambda x: 2 * x < x * x, STRICT),
+    (lambda x: x <= x, "Invalid constraint body"),
+    (lambda x: x <= "a", "Invalid object in subtraction"),
+    (lambda x: x + 1 == None, "Invalid object in operation: <None>"),  # noqa: E711
+])
+def test_comparison_errors(build, message):
+    x = nv.var()
+    with pytest.raises(nv.ModelError) as err:
+        build(x)
+    assert str(err.value) == message
+
+
+@pytest.mark.parametrize("kwargs, lb, ub", [
+    (dict(sense=nv.leq, rhs=5), -INF, 5.0),
+    (dict(sense=nv.geq, rhs=5), 5.0, INF),
+    (dict(sense=nv.eq, rhs=5), 5.0, 5.0),
+    (dict(sense=nv.range, rhs=5), -INF, INF),
+    (dict(sense=nv.leq), -INF, INF),
+    (dict(lb=1), 1.0, INF),
+    (dict(ub=-2), -INF, -2.0),
+    (dict(lb=-1, ub=1), -1.0, 1.0),
+    (dict(lb=1.0000005, ub=1), 1.0000005, 1.0),
+    (dict(lb=-5e20, ub=7e20), -INF, INF),
+])
+def test_explicit_constructor(xy, kwargs, lb, ub):
+    x, _ = xy
+    c = nv.constraint(body=x, **kwargs)
+    assert c.body is x and (c.lb, c.ub) == (lb, ub)
+
+
+def test_explicit_constructor_positional_and_from_comparison(xy):
+    x, y = xy
+    c = nv.constraint(None, x + y, 0, 4, 0, -2e20, "pos")
+    assert (c.lb, c.ub, c.name) == (0.0, 4.0, "pos")
+    source = 2 * x + y <= 3
+    c = nv.constraint(source, name="taken")
+    assert c.body is source.body and (c.lb, c.ub) == (-INF, 3.0) and c.name == "taken"
+    c = nv.constraint(constraint=source, lb=-1)     # the comparison's bounds win
+    assert (c.lb, c.ub) == (-INF, 3.0)
+
+
+def test_explicit_body_from_array(xy):
+    x, y = xy
+    c = nv.constraint(body=np.array([[x, y]], dtype=object), lb=1)
+    assert c.body is x
+    with pytest.raises(nv.ModelError, match="Invalid expression passed as body"):
+        nv.constraint(body=np.array([], dtype=object), lb=1)
+
+
+REQUIRED = ("Arguments required for nuvrel.constraint(): constraint OR {body, lb and/or ub} "
+            "OR {body,sense,rhs}.")
+BOTH = "Cannot create constraint by specifying both rhs AND lb/ub."
+INFEASIBLE = "Constraint defined infeasible: lower bound > upper bound"
+
+
+@pytest.mark.parametrize("kwargs, message", [
+    (lambda x: dict(), REQUIRED),
+    (lambda x: dict(body=x), REQUIRED),
+    (lambda x: dict(lb=1), REQUIRED),
+    (lambda x: dict(body=x, rhs=3), REQUIRED),
+    (lambda x: dict(body=x, lb=1, rhs=2), BOTH),
+    (lambda x: dict(body=x, ub=1, rhs=2, sense=nv.leq), BOTH),
+    (lambda x: dict(body=x, lb=2, ub=1), INFEASIBLE),
+    (lambda x: dict(body=x, lb=1.000002, ub=1), INFEASIBLE),
+    (lambda x: dict(body="text", lb=1), "Invalid expression passed as body of constraint"),
+    (lambda x: dict(body=None, lb=1), REQUIRED),
+    (lambda x: dict(constraint=5), "Attempt to generate an empty constraint failed. Consider "
+                                   "using nuvrel.constraint(body=..., sense=..., rhs=...) instead."),
+    (lambda x: dict(constraint=x, body=x, lb=0), "Attempt to generate an empty constraint"),
+])
+def test_explicit_constructor_errors(xy, kwargs, message):
+    x, _ = xy
+    before = sizes()
+    with pytest.raises(nv.ModelError) as err:
+        nv.constraint(**kwargs(x), name="never kept")
+    assert str(err.value).startswith(message)
+    assert sizes() == before      # the half-made constraint took its name entry with it
+
+
+def test_default_names_and_identifiers(xy):
+    x, _ = xy
+    a, b = x <= 1, x <= 2
+    na, nb = int(a.name[1:]), int(b.name[1:])
+    assert a.name.startswith("R") and nb == na + 1
+    # The explicit constructor takes an identifier at allocation and another at initialisation.
+    c, d = nv.constraint(body=x, lb=0), nv.constraint(body=x, lb=0)
+    assert int(d.name[1:]) == int(c.name[1:]) + 2
+    assert str(c) == c.name
+
+
+def test_names(xy):
+    x, _ = xy
+    c = nv.constraint(body=x, lb=0, name="cap")
+    assert c.name == "cap" and str(c) == "cap"
+    c.name = 42
+    assert c.name == 42 and str(c) == "42"
+    c.name = "again"
+    assert c.name == "again"
+
+
+def test_copy(xy):
+    x, y = xy
+    src = x + y <= 4
+    ident = src.name[1:]
+    src.name = "c1"
+    dup = src.copy()
+    assert dup.name == "R%s_copy_c1" % ident
+    assert int(dup.name.split("_")[0][1:]) == int(ident)
+    assert (dup.lb, dup.ub) == (src.lb, src.ub)
+    assert dup.body is not src.body and lin_of(dup.body) == lin_of(src.body)
+    assert str(dup.copy().name) == "R%s_copy_R%s_copy_c1" % (int(ident) + 1, ident)
+    unnamed = x >= 0
+    assert unnamed.copy().name == "R%s_copy_%s" % (unnamed.name[1:], unnamed.name)
+    assert unnamed.copy().body is x          # a variable body copies as itself
+    assert nv.constraint(body=x, sense=nv.leq).copy().body is x
+
+
+@pytest.mark.parametrize("attr, value, readback", [
+    ("lb", -1e30, -INF), ("lb", 0.0, 0.0), ("lb", 1, 1.0), ("lb", 0.5, 0.5), ("lb", 7e19, 7e19),
+    ("ub", 5e20, INF), ("ub", 0, 0.0), ("ub", 1.0, 1.0), ("ub", -3.25, -3.25),
+    ("lb", "not a number", -1.0),
+])
+def test_bound_attributes(xy, attr, value, readback):
+    x, _ = xy
+    c = nv.constraint(body=x, lb=-2, ub=2)
+    setattr(c, attr, value)
+    assert getattr(c, attr) == readback
+
+
+def test_nan_bound_is_kept(xy):
+    x, _ = xy
+    c = nv.constraint(body=x, lb=0)
+    c.ub = math.nan
+    assert math.isnan(c.ub)
+
+
+def test_attribute_access(xy):
+    x, _ = xy
+    c = nv.constraint(body=x, lb=0)
+    assert c.__class__ is nv.constraint
+    assert c.__dict__ == dict.fromkeys(["lb", "ub", "name", "body", "copy"])
+    with pytest.raises(AttributeError):
+        c.body = x
+    with pytest.raises(AttributeError):
+        c.other = 1
+    with pytest.raises(AttributeError):
+        c.missing
+
+
+def test_side_tables_follow_the_bounds(xy):
+    x, _ = xy
+    base = sizes()
+    c = nv.constraint(body=x, lb=0)
+    assert sizes() == base
+    c.lb = 0.5
+    c.ub = 3
+    c.name = "named"
+    assert sizes() == (base[0] + 1, base[1] + 1, base[2] + 1)
+    c.lb = 1
+    c.ub = INF
+    assert sizes() == (base[0], base[1], base[2] + 1)
+    c.lb = 0.25
+    del c
+    assert sizes() == base
+
+
+def test_side_tables_are_emptied_when_constraints_die(xy):
+    x, y = xy
+    base = sizes()
+    cons = [nv.constraint(body=x + i * y, lb=i + 0.5, ub=i + 1.5, name="c%d" % i)
+            for i in range(500)]
+    cons += [c.copy() for c in cons[:100]]
+    cons += [x + 0.5 * i <= y for i in range(100)]
+    assert sizes()[2] == base[2] + 600
+    del cons
+    assert sizes() == base
+
+
+def test_reinitialising_does_not_leave_entries(xy):
+    x, _ = xy
+    base = sizes()
+    c = nv.constraint(body=x, lb=0.5, name="first")
+    c.__init__(body=x, lb=0.25, ub=0.75)
+    assert sizes() == (base[0] + 1, base[1] + 1, base[2])
+    assert (c.lb, c.ub) == (0.25, 0.75) and c.name.startswith("R")
+    del c
+    assert sizes() == base

@@ -1,0 +1,245 @@
+"""Expressions: printing, products, divisions, powers, in-place operations and copies."""
+
+import gc
+
+import numpy as np
+import pytest
+
+import nuvrel as nv
+
+NONLINEAR = "produces a nonlinear expression"
+general = nv.expression._general
+
+
+@pytest.fixture(autouse=True)
+def collect_cycles():
+    # A failed-operation traceback keeps the test's frame (and its named variables, which hold
+    # side-table entries) in a cycle; collect it here rather than during a later test.
+    yield
+    gc.collect()
+
+
+@pytest.fixture
+def xyz():
+    return nv.var(name="x"), nv.var(name="y"), nv.var(name="z")
+
+
+def lin_of(e):
+    v, c = e.extractLinear()
+    return {a.name: b for a, b in zip(v, c)}
+
+
+def quad_of(e):
+    a, b, c = e.extractQuadratic()
+    return [(p.name, q.name, k) for p, q, k in zip(a, b, c)]
+
+
+def constant_of(e):
+    # A comparison moves the constant into the bound: e <= 0 has ub == -constant.
+    return -(e <= 0).ub
+
+
+@pytest.mark.parametrize("build, text", [
+    (lambda x, y, z: nv.expression(), "0"),
+    (lambda x, y, z: nv.expression() + 0, "0"),
+    (lambda x, y, z: nv.expression() + 2.5, "2.5"),
+    (lambda x, y, z: 0 + x, "  x"),
+    (lambda x, y, z: 0 - x, " - x"),
+    (lambda x, y, z: 2.5 * x + y, " 2.5 x + y"),
+    (lambda x, y, z: -2.5 * x - y, " -2.5 x - y"),
+    (lambda x, y, z: 3 + 2 * x - y + 1.5 * x * z + x ** 2, "3 +2 x - y + x**2 +1.5 x*z"),
+    (lambda x, y, z: x * y - 1 + 0.5 * z, "-1 +0.5 z + x*y"),
+    (lambda x, y, z: y + x, "  x + y"),
+    (lambda x, y, z: z * y + y * x + x * x, "  x**2 + x*y + y*z"),
+    (lambda x, y, z: 1e-7 * x + 1e7, "1e+07 +1e-07 x"),
+])
+def test_printing(xyz, build, text):
+    assert str(build(*xyz)) == text
+
+
+def test_printing_uses_str_of_the_name():
+    a = nv.var(name="a")
+    b = nv.var()
+    b.name = 42
+    assert str(a + 2 * b) == "  a +2 42"
+
+
+def test_product_of_linear_expressions(xyz):
+    x, y, _ = xyz
+    # Created y first inside the product: the pair is still stored under x.
+    e = (y - 1) * (x + 1)
+    assert quad_of(e) == [("x", "y", 1.0)]
+    assert lin_of(e) == {"x": -1.0, "y": 1.0}
+    assert constant_of(e) == -1.0
+    assert str(e) == "-1 - x + y + x*y"
+
+
+@pytest.mark.parametrize("build, kind", [
+    (lambda x, y, z: (x + 1) * (nv.expression() + 2), "expression"),
+    (lambda x, y, z: (nv.expression() + 2) * x, "linterm"),
+    (lambda x, y, z: (nv.expression() + 1) * x, "var"),
+    (lambda x, y, z: (nv.expression() + 2) * (x * y), "quadterm"),
+    (lambda x, y, z: (x * y + 2) * (nv.expression() + 3), "expression"),
+])
+def test_product_with_constant_expression_keeps_lowest_kind(xyz, build, kind):
+    assert type(build(*xyz)).__name__ == kind
+
+
+@pytest.mark.parametrize("build", [
+    lambda x, y, z: (x * y + 1) * x,
+    lambda x, y, z: (x + 1) * (y * z),
+    lambda x, y, z: (x + 1) ** 3,
+    lambda x, y, z: (x + 1) ** 0.5,
+    lambda x, y, z: 1 / (x + 1),
+    lambda x, y, z: (x + 1) / (y + 1),
+    lambda x, y, z: abs(x + 1),
+])
+def test_nonpolynomial_results_are_reported(xyz, build):
+    with pytest.raises(nv.ModelError, match=NONLINEAR):
+        build(*xyz)
+
+
+def test_square_of_linear_expression_values(xyz):
+    x, y, _ = xyz
+    e = (2 * x + 3 * y + 1) ** 2
+    assert quad_of(e) == [("x", "x", 4.0), ("x", "y", 12.0), ("y", "y", 9.0)]
+    assert lin_of(e) == {"x": 4.0, "y": 6.0}
+    assert constant_of(e) == 1.0
+
+
+def test_trivial_factors_copy(xyz):
+    x, _, _ = xyz
+    e = x + 1
+    for r in (e ** 1, e / 1, e * 1):
+        assert r is not e and str(r) == str(e)
+    assert (x + 1) ** 0 == 1.0 and str(e * 0) == "0"
+
+
+@pytest.mark.parametrize("divisor", [0, 0.0, np.float64(0.0)])
+def test_division_by_zero(xyz, divisor):
+    x, _, _ = xyz
+    with pytest.raises(nv.ModelError, match="^Division by zero$"):
+        (x + 1) / divisor
+    with pytest.raises(nv.ModelError, match="^Division by zero$"):
+        (x + 1) / (nv.expression() + divisor)
+
+
+def test_cancellation_removes_entries(xyz):
+    x, y, _ = xyz
+    e = x + y - x
+    assert lin_of(e) == {"y": 1.0}
+    e = x * y + x - y * x
+    assert quad_of(e) == [] and lin_of(e) == {"x": 1.0}
+    assert lin_of(x + 1 - 1 - x) == {}
+
+
+def test_scaling_drops_underflowing_coefficients(xyz):
+    x, y, _ = xyz
+    assert lin_of((1e-200 * x + y) * 1e-200) == {"y": 1e-200}
+    e = 1e-200 * x + y * x + y
+    e *= 1e-200
+    assert lin_of(e) == {"y": 1e-200} and quad_of(e) == [("x", "y", 1e-200)]
+
+
+def test_copy_with_factor_almost_one_keeps_coefficients(xyz):
+    x, _, _ = xyz
+    f = 1 + 4e-16
+    assert f != 1.0
+    e = 3 * x + 3
+    c = general("copy", e, f)
+    assert lin_of(c) == {"x": 3.0}          # copied as it is
+    assert constant_of(c) == 3 * f           # but the constant is scaled
+    assert lin_of(general("copy", e, 1 + 1e-14)) == {"x": 3 * (1 + 1e-14)}
+
+
+def test_in_place_sum_amends_the_expression(xyz):
+    x, y, z = xyz
+    e = alias = nv.expression()
+    e += 2 * x
+    e += y
+    e -= 3
+    e += x * y
+    e -= 2 * x
+    assert e is alias
+    assert lin_of(e) == {"y": 1.0} and quad_of(e) == [("x", "y", 1.0)]
+    assert constant_of(e) == -3.0
+    other = z + 1
+    e += other
+    assert lin_of(other) == {"z": 1.0} and constant_of(other) == 1.0
+
+
+def test_in_place_with_itself(xyz):
+    x, _, _ = xyz
+    e = 2 * x + x * x + 1
+    e += e
+    assert lin_of(e) == {"x": 4.0} and quad_of(e) == [("x", "x", 2.0)]
+    e -= e
+    assert lin_of(e) == {} and quad_of(e) == [] and str(e) == "0"
+
+
+def test_in_place_with_non_expression_left_does_not_touch_right(xyz):
+    x, y, _ = xyz
+    e = y + 1
+    t = x
+    t += e
+    assert t is not e and lin_of(e) == {"y": 1.0}
+    t = 2 * x
+    t *= e
+    assert lin_of(e) == {"y": 1.0}
+
+
+@pytest.mark.parametrize("factor", [3, 0.5, nv.expression() + 3])
+def test_in_place_scaling(xyz, factor):
+    x, y, _ = xyz
+    e = alias = 2 * x + 4 * x * y + 1
+    e *= factor
+    k = 3 if not isinstance(factor, float) else 0.5
+    assert e is alias
+    assert lin_of(e) == {"x": 2.0 * k} and quad_of(e) == [("x", "y", 4.0 * k)]
+    e /= factor
+    assert e is alias and lin_of(e) == {"x": 2.0}
+
+
+def test_in_place_special_factors(xyz):
+    x, _, _ = xyz
+    e = alias = x + 1
+    for f in (1, 1.0):
+        e *= f
+        e /= f
+        e **= f
+    assert e is alias
+    with pytest.raises(nv.ModelError, match="^Division by zero$"):
+        e /= 0
+    assert str(alias) == "1 + x"
+    e *= 0
+    assert type(e) is float and e == 0.0
+    f = x + 1
+    f **= 0
+    assert f == 1.0
+    g = x + 1
+    g **= 2
+    assert quad_of(g) == [("x", "x", 1.0)]
+
+
+@pytest.mark.parametrize("build, message", [
+    (lambda e: e + "a", "Invalid object in operation: <a>"),
+    (lambda e: "a" - e, "Invalid object in operation: <a>"),
+    (lambda e: e / "a", "Invalid object in operation: <a>"),
+    (lambda e: e * "a", "Invalid object in operation: <a>"),
+    (lambda e: e ** "a", "Invalid object in operation: <a>"),
+    (lambda e: e ** np.array([2.0]), "Cannot obtain a power with a vector as an exponent"),
+])
+def test_errors(xyz, build, message):
+    x, _, _ = xyz
+    e = x + 1
+    with pytest.raises(nv.ModelError) as err:
+        build(e)
+    assert str(err.value) == message
+    assert str(e) == "1 + x"
+
+
+def test_constructor_gives_empty_expression():
+    assert nv.expression().extractLinear() == ([], [])
+    assert nv.expression().extractQuadratic() == ([], [], [])
+    with pytest.raises(TypeError):
+        nv.expression(1)

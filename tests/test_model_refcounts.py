@@ -1,0 +1,141 @@
+"""Reference counts and memory: building and dropping modelling objects leaves nothing behind,
+on success and on every error path."""
+
+import gc
+import sys
+
+import numpy as np
+import pytest
+
+import nuvrel as nv
+
+general = nv.expression._general
+
+
+def rss_bytes():
+    with open("/proc/self/statm") as f:
+        return int(f.read().split()[1]) * 4096
+
+
+def object_count():
+    gc.collect()
+    return len(gc.get_objects()) + sys.getallocatedblocks()
+
+
+OPERATIONS = [
+    lambda x, y, z, c: x + c,
+    lambda x, y, z, c: c - x,
+    lambda x, y, z, c: x + y - z,
+    lambda x, y, z, c: c * x + y,
+    lambda x, y, z, c: (c * x) * (c * y),
+    lambda x, y, z, c: (c * x * y) / (c * x),
+    lambda x, y, z, c: (x * y) / (x * y),
+    lambda x, y, z, c: x * y + y * z - z * y,
+    lambda x, y, z, c: (x + c) * (y - c),
+    lambda x, y, z, c: (x + c * y) ** 2,
+    lambda x, y, z, c: -(x + y * z) / c,
+    lambda x, y, z, c: (x + y) * (nv.expression() + c),
+    lambda x, y, z, c: str(c * x + y * z - c),
+    lambda x, y, z, c: (x + y * z).extractQuadratic(),
+    lambda x, y, z, c: (x + y * z).extractLinear(),
+    lambda x, y, z, c: general("copy", x + y * z, c),
+    lambda x, y, z, c: general("add", None, c * x),
+    lambda x, y, z, c: x + np.array([c, c]),
+    lambda x, y, z, c: x / np.array([c, c]),
+    lambda x, y, z, c: c * x + y <= c,
+    lambda x, y, z, c: (x * y == c).copy(),
+    lambda x, y, z, c: nv.constraint(body=x + y, lb=c, ub=c + 1, name="r"),
+    lambda x, y, z, c: nv.constraint(x <= c, name="taken"),
+    # Error paths release what they took.
+    lambda x, y, z, c: x / y,
+    lambda x, y, z, c: x / 0,
+    lambda x, y, z, c: x + "a",
+    lambda x, y, z, c: (x * y) * z,
+    lambda x, y, z, c: (x + y) / 0,
+    lambda x, y, z, c: (x + y) * (y * z + c),
+    lambda x, y, z, c: (x + c) ** np.array([c]),
+    lambda x, y, z, c: x + c < y,
+    lambda x, y, z, c: x <= x,
+    lambda x, y, z, c: nv.constraint(body=x, lb=c + 1, ub=c, name="bad"),
+    lambda x, y, z, c: nv.constraint(constraint=c, name="bad"),
+    lambda x, y, z, c: general("kind", c * x + "a"),
+]
+
+
+def _in_place(x, y, z, c):
+    e = nv.expression()
+    e += c * x
+    e += y * z
+    e -= x
+    e *= c
+    e /= c
+    e += e
+    e -= e
+    return e
+
+
+OPERATIONS.append(_in_place)
+
+
+@pytest.mark.parametrize("op", OPERATIONS, ids=range(len(OPERATIONS)))
+def test_operations_keep_reference_counts(op):
+    x, y, z = nv.var(), nv.var(name="named"), nv.var(lb=0.5)
+    c = float("2.5")  # an object of our own, not a shared constant
+    watched = (x, y, z, c)
+
+    def run():
+        for _ in range(200):
+            try:
+                op(x, y, z, c)
+            except (nv.ModelError, nv.InterfaceError):
+                pass
+
+    run()  # first call may fill caches (interned strings, numpy scalars)
+    counts = [sys.getrefcount(o) for o in watched]
+    blocks = object_count()
+    run()
+    assert [sys.getrefcount(o) for o in watched] == counts
+    assert object_count() - blocks < 50
+
+
+def test_a_million_expressions_leave_no_trace():
+    x, y = nv.var(), nv.var()
+    c = float("1.5")
+    x_refs, c_refs = sys.getrefcount(x), sys.getrefcount(c)
+    objects, rss = object_count(), rss_bytes()
+    for _ in range(250_000):
+        e = c * x + y               # linear term, then an expression
+        q = e * e                   # quadratic expression
+        k = q <= c                  # constraint with a copied body
+        e += q                      # in place
+    del e, q, k
+    assert sys.getrefcount(x) == x_refs and sys.getrefcount(c) == c_refs
+    assert object_count() - objects < 100
+    assert rss_bytes() - rss < 4 << 20
+
+
+def test_large_expression_is_released_entirely():
+    xs = [nv.var() for _ in range(100_000)]
+    first = xs[:10]
+    refs = [sys.getrefcount(v) for v in first]
+    objects = object_count()
+    e = nv.expression()
+    for i, v in enumerate(xs):
+        e += (i + 1.0) * v
+    e += xs[0] * xs[1]
+    assert len(e.extractLinear()[0]) == len(xs)
+    held = [sys.getrefcount(v) for v in first]
+    assert held[0] == refs[0] + 2 and held[1] == refs[1] + 2 and held[2:] == [r + 1 for r in refs[2:]]
+    del e
+    assert [sys.getrefcount(v) for v in first] == refs
+    assert object_count() - objects < 50
+
+
+def test_variables_die_with_the_last_expression():
+    base = nv.var._sidetable_sizes()
+    e = nv.expression()
+    for i in range(1000):
+        e += nv.var(lb=0.5, name="v%d" % i) * (i + 1)
+    assert nv.var._sidetable_sizes()[0] == base[0] + 1000
+    del e
+    assert nv.var._sidetable_sizes() == base

@@ -1,0 +1,213 @@
+"""Sum, Prod and Dot: walking of collections, results, user objects left intact, errors."""
+
+import gc
+import sys
+
+import numpy as np
+import pytest
+
+import nuvrel as nv
+
+
+@pytest.fixture(autouse=True)
+def collect_cycles():
+    yield
+    gc.collect()
+
+
+@pytest.fixture
+def xyz():
+    return nv.var(name="x"), nv.var(name="y"), nv.var(name="z")
+
+
+def lin_of(e):
+    v, c = e.extractLinear()
+    return {a.name: b for a, b in zip(v, c)}
+
+
+def constant_of(e):
+    # A comparison moves the constant into the bound: e <= 0 has ub == -constant.
+    return -(e <= 0).ub
+
+
+def gen_of(*items):
+    yield from items
+
+
+@pytest.mark.parametrize("call", [
+    lambda x, y, z: nv.Sum(x, y),
+    lambda x, y, z: nv.Sum([x, y]),
+    lambda x, y, z: nv.Sum((x, y)),
+    lambda x, y, z: nv.Sum({1: x, 2: None, 3: y}),
+    lambda x, y, z: nv.Sum(gen_of(x, y)),
+    lambda x, y, z: nv.Sum([[x], (y,)]),
+    lambda x, y, z: nv.Sum([{"a": x}, gen_of(None, y)]),
+    lambda x, y, z: nv.Sum(None, x, None, y),
+    lambda x, y, z: nv.Sum(np.array([x, y], dtype=object)),
+    lambda x, y, z: nv.Sum(x, z, y, -1 * z),
+])
+def test_sum_walks_every_collection_kind(xyz, call):
+    e = call(*xyz)
+    assert isinstance(e, nv.expression)
+    assert lin_of(e) == {"x": 1.0, "y": 1.0} and constant_of(e) == 0
+
+
+@pytest.mark.parametrize("args, constant", [
+    ((), 0), (([],), 0), (({},), 0), ((3, 4), 7), (([1.5, 2.5],), 4.0), ((range(5),), 10),
+    ((np.array([1.0, 2.0, 3.0]),), 6.0), ((np.array(5.0),), 5.0), ((np.int32(2), 0.5), 2.5),
+])
+def test_sum_of_numbers_is_a_constant_expression(args, constant):
+    e = nv.Sum(*args)
+    assert isinstance(e, nv.expression) and constant_of(e) == constant
+
+
+def test_empty_sum_prints_as_zero():
+    assert str(nv.Sum()) == "0" and str(nv.Sum([])) == "0"
+
+
+@pytest.mark.parametrize("call", [nv.Prod, nv.Dot])
+def test_empty_product_is_zero(call):
+    for result in (call(), call([]), call(())):
+        assert type(result) is float and result == 0.0
+
+
+def test_single_object_comes_back_itself_or_as_a_copy(xyz):
+    x, y, _ = xyz
+    assert nv.Sum(x) is x and nv.Prod([x]) is x
+    e = 2 * x + y
+    s = nv.Sum(e)
+    assert s is not e and lin_of(s) == lin_of(e)
+
+
+@pytest.mark.parametrize("fold", [
+    lambda e, x: nv.Sum(e, x),
+    lambda e, x: nv.Sum(0, e, x),
+    lambda e, x: nv.Sum([x, e, e]),
+    lambda e, x: nv.Sum(e),
+    lambda e, x: nv.Prod(1, e, 3),
+    lambda e, x: nv.Prod(e, x),
+    lambda e, x: nv.Prod([2, [e]]),
+])
+def test_caller_objects_are_never_amended(xyz, fold):
+    x, y, _ = xyz
+    e = 2 * x + 3 * y + 1
+    before = (lin_of(e), constant_of(e), str(e))
+    result = fold(e, x)
+    assert result is not e
+    assert (lin_of(e), constant_of(e), str(e)) == before
+
+
+def test_sum_accumulates_coefficients(xyz):
+    x, y, z = xyz
+    e = nv.Sum((i % 4) * v for i, v in enumerate([x, y, z] * 100))
+    # Coefficients of x: i % 4 over i = 0, 3, 6, ... (multiples of 3 below 300).
+    expected = {n: float(sum((i % 4) for i in range(k, 300, 3))) for k, n in enumerate("xyz")}
+    assert lin_of(e) == expected
+
+
+def test_sum_mixes_terms_and_quadratics(xyz):
+    x, y, z = xyz
+    e = nv.Sum([2 * x, x * y, 3, y * x, -2 * x, z])
+    assert lin_of(e) == {"z": 1.0} and constant_of(e) == 3
+    assert [c for c in e.extractQuadratic()[2]] == [2.0]
+
+
+def test_prod_results(xyz):
+    x, y, _ = xyz
+    q = nv.Prod([x, y])
+    assert type(q).__name__ == "quadterm" and str(q) == str(x * y)
+    t = nv.Prod(2, x, 3)
+    assert type(t).__name__ == "linterm" and str(t) == str(6 * x)
+    assert nv.Prod(range(1, 5)) == 24 and nv.Prod(2, 3.5) == 7.0
+
+
+def test_sum_over_rows_of_an_array():
+    rows = nv.Sum(np.arange(6.0).reshape(2, 3))
+    assert isinstance(rows, np.ndarray) and rows.tolist() == [3.0, 5.0, 7.0]
+
+
+def test_accumulating_into_an_array_keeps_the_caller_array(xyz):
+    x = xyz[0]
+    a = np.array([1.0, 2.0])
+    out = nv.Sum(a, a, x)
+    assert a.tolist() == [1.0, 2.0]
+    assert [constant_of(e) for e in out] == [2.0, 4.0] and all(lin_of(e) == {"x": 1.0} for e in out)
+
+
+class NegativeLength:
+    def __len__(self):
+        return -1
+
+    def __getitem__(self, i):
+        raise IndexError
+
+
+def failing_generator(x):
+    yield x
+    raise KeyError("from the generator")
+
+
+@pytest.mark.parametrize("call, exc, message", [
+    (lambda x: nv.Sum("a"), nv.ModelError, "^Invalid object in Sum or Prod operators$"),
+    (lambda x: nv.Sum(x, "a"), nv.ModelError, "^Invalid object in Sum or Prod operators$"),
+    (lambda x: nv.Sum([x, object()]), nv.ModelError, "^Invalid object in Sum or Prod operators$"),
+    (lambda x: nv.Sum(x, x <= 1), nv.ModelError, "^Invalid object in Sum or Prod operators$"),
+    (lambda x: nv.Prod(x, b"a"), nv.ModelError, "^Invalid object in Sum or Prod operators$"),
+    (lambda x: nv.Sum(NegativeLength()), nv.ModelError, "^Invalid sequence of objects$"),
+    (lambda x: nv.Sum(failing_generator(x)), KeyError, "from the generator"),
+    (lambda x: nv.Dot(x, x), nv.ModelError, "NumPy arrays"),
+    (lambda x: nv.Dot(x, nope=1), TypeError, "nope"),
+])
+def test_errors(xyz, call, exc, message):
+    with pytest.raises(exc, match=message):
+        call(xyz[0])
+
+
+@pytest.mark.parametrize("args, cause", [
+    ((np.ones(2), np.ones(3)), ValueError),
+    ((np.array(["a"]), 1.5), TypeError),
+])
+def test_operands_that_do_not_combine(args, cause):
+    message = "^Incorrect objects used in Sum, Dot, Prod, or aggregate functions$"
+    with pytest.raises(nv.ModelError, match=message) as info:
+        nv.Sum(*args)
+    assert isinstance(info.value.__cause__, cause)
+
+
+def test_self_containing_list_does_not_crash(xyz):
+    loop = [xyz[0]]
+    loop.append(loop)
+    with pytest.raises(RecursionError):
+        nv.Sum(loop)
+
+
+CALLS = [
+    lambda x, y, c: nv.Sum(x, c * y, x * y, c),
+    lambda x, y, c: nv.Sum({1: c * x, 2: None}),
+    lambda x, y, c: nv.Sum(v for v in (x, y, c)),
+    lambda x, y, c: nv.Sum(0, x + y, x),
+    lambda x, y, c: nv.Prod([x + c, y]),
+    lambda x, y, c: nv.Sum(np.array([c, c]), x),
+    lambda x, y, c: nv.Sum(x, "a"),
+    lambda x, y, c: nv.Prod(x, y, x),
+    lambda x, y, c: nv.Dot(x, y),
+    lambda x, y, c: nv.Sum(np.array([c]), np.array([c, c, c]), x),
+]
+
+
+@pytest.mark.parametrize("call", CALLS, ids=range(len(CALLS)))
+def test_reference_counts_are_kept(call):
+    x, y = nv.var(), nv.var()
+    c = float("2.5")
+
+    def run():
+        for _ in range(100):
+            try:
+                call(x, y, c)
+            except nv.ModelError:
+                pass
+
+    run()
+    counts = [sys.getrefcount(o) for o in (x, y, c)]
+    run()
+    assert [sys.getrefcount(o) for o in (x, y, c)] == counts

@@ -1,0 +1,408 @@
+"""The decision variable: packed record, side tables, attributes, names, identity."""
+import gc
+import math
+import subprocess
+import sys
+import threading
+
+import pytest
+
+import nuvrel
+
+INF = 1e20
+
+
+def table_sizes():
+    """(lower bounds, upper bounds, thresholds, names) held in the variable side tables."""
+    return nuvrel.var._sidetable_sizes()
+
+
+# --- construction ----------------------------------------------------------------------------
+
+
+def test_fresh_variable_defaults_and_identifier_step():
+    before = table_sizes()
+    x, y = nuvrel.var(), nuvrel.var()
+    assert (x.lb, x.ub, x.threshold, x.vartype) == (0.0, INF, -INF, nuvrel.continuous)
+    assert x.name == "C%d" % hash(x) and str(x) == x.name
+    # Allocation and initialisation each take an identifier.
+    assert hash(y) - hash(x) == 2
+    # A plain variable costs no side-table entry.
+    assert table_sizes() == before
+
+
+def test_positional_arguments_follow_keyword_order():
+    x = nuvrel.var("x", -1.5, 7.5, 2.5, nuvrel.semicontinuous)
+    assert (x.name, x.lb, x.ub, x.threshold, x.vartype) == ("x", -1.5, 7.5, 2.5, 3)
+
+
+@pytest.mark.parametrize(
+    "kwargs, lb, ub",
+    [
+        (dict(lb=1e-7, ub=0), 1e-7, 0.0),  # within the tolerance
+        (dict(lb=5, ub=5), 5.0, 5.0),
+        (dict(vartype=nuvrel.binary, lb=-5, ub=7), 0.0, 1.0),
+        (dict(vartype=nuvrel.binary), 0.0, 1.0),
+        # The binary clamp comes after the feasibility test.
+        (dict(vartype=nuvrel.binary, lb=2, ub=3), 2.0, 1.0),
+        (dict(vartype=nuvrel.integer, lb=-5, ub=7), -5.0, 7.0),
+    ],
+)
+def test_constructor_bounds(kwargs, lb, ub):
+    x = nuvrel.var(**kwargs)
+    assert (x.lb, x.ub) == (lb, ub)
+
+
+@pytest.mark.parametrize(
+    "kwargs, exc, message",
+    [
+        (dict(lb=1, ub=0), nuvrel.ModelError,
+         "Variable has empty feasible set: lower bound > upper bound"),
+        (dict(lb=2e-6, ub=0), nuvrel.ModelError,
+         "Variable has empty feasible set: lower bound > upper bound"),
+        (dict(name=3), nuvrel.ModelError, "Invalid variable name (must be a string)"),
+        (dict(name=None), nuvrel.ModelError, "Invalid variable name (must be a string)"),
+        (dict(vartype=6), nuvrel.ModelError, "Invalid variable type"),
+        (dict(vartype=-1), nuvrel.ModelError, "Invalid variable type"),
+        (dict(lb="zero"), TypeError, ""),
+        (dict(colour=1), TypeError, ""),
+    ],
+)
+def test_constructor_rejects_bad_input_without_leaking(kwargs, exc, message):
+    before = table_sizes()
+    with pytest.raises(exc) as info:
+        # Entries made before the failure must go with the discarded object.
+        nuvrel.var(**{"lb": 0.5, "threshold": 2, **kwargs})
+    assert str(info.value).startswith(message)
+    gc.collect()
+    assert table_sizes() == before
+
+
+def test_bytes_name_accepted():
+    assert nuvrel.var(name=b"raw").name == b"raw"
+
+
+def test_repeated_init_leaves_no_stale_entries():
+    before = table_sizes()
+    x = nuvrel.var(name="a", lb=0.5, ub=2.5, threshold=1)
+    old_id = hash(x)
+    x.__init__()
+    assert hash(x) != old_id
+    assert (x.lb, x.ub, x.threshold, x.name) == (0.0, INF, -INF, "C%d" % hash(x))
+    assert table_sizes() == before
+
+
+# --- bounds: packed codes and the table fallback ----------------------------------------------
+
+
+@pytest.mark.parametrize(
+    "value, readback, in_table",
+    [
+        (0.0, 0.0, False),
+        (-0.0, 0.0, False),
+        (1.0, 1.0, False),
+        (-INF, -INF, False),
+        (-1e30, -INF, False),
+        (0.5, 0.5, True),
+        (-3.0, -3.0, True),
+        (INF, INF, True),  # only minus infinity is packed for a lower bound
+        (float("nan"), float("nan"), True),
+    ],
+)
+def test_lower_bound_codes(value, readback, in_table):
+    before = table_sizes()[0]
+    x = nuvrel.var()
+    x.lb = value
+    assert x.lb == readback or (math.isnan(readback) and math.isnan(x.lb))
+    assert table_sizes()[0] - before == int(in_table)
+    del x
+    assert table_sizes()[0] == before
+
+
+@pytest.mark.parametrize(
+    "value, readback, in_table",
+    [
+        (INF, INF, False),
+        (5e20, INF, False),
+        (0.0, 0.0, False),
+        (1.0, 1.0, False),
+        (2.5, 2.5, True),
+        (-INF, -INF, True),  # only plus infinity is packed for an upper bound
+        (float("nan"), float("nan"), True),
+    ],
+)
+def test_upper_bound_codes(value, readback, in_table):
+    before = table_sizes()[1]
+    x = nuvrel.var()
+    x.ub = value
+    assert x.ub == readback or (math.isnan(readback) and math.isnan(x.ub))
+    assert table_sizes()[1] - before == int(in_table)
+    del x
+    assert table_sizes()[1] == before
+
+
+@pytest.mark.parametrize("attr, slot", [("lb", 0), ("ub", 1)])
+def test_bound_entry_follows_packed_value(attr, slot):
+    before = table_sizes()[slot]
+    x = nuvrel.var(lb=-10, ub=10)
+    for value, expect_entry in [(0.25, True), (0.75, True), (1.0, False), (3.5, True), (0, False)]:
+        setattr(x, attr, value)
+        assert getattr(x, attr) == value
+        assert table_sizes()[slot] - before == int(expect_entry)
+
+
+def test_bounds_set_by_attribute_are_not_checked():
+    x = nuvrel.var(lb=0, ub=1)
+    x.lb = 5
+    assert (x.lb, x.ub) == (5.0, 1.0)
+
+
+def test_bad_attribute_value_raises_and_leaves_variable_unchanged():
+    x = nuvrel.var(lb=0.5, ub=2.5, threshold=1)
+    for attr in ("lb", "ub", "threshold", "vartype"):
+        with pytest.raises(TypeError):
+            setattr(x, attr, "high")
+    with pytest.raises(nuvrel.ModelError, match="Invalid variable type"):
+        x.vartype = 9
+    assert (x.lb, x.ub, x.threshold, x.vartype) == (0.5, 2.5, 1.0, 0)
+
+
+# --- threshold, type ------------------------------------------------------------------------
+
+
+def test_threshold_cannot_be_removed_with_minus_infinity():
+    before = table_sizes()[2]
+    x = nuvrel.var()
+    x.threshold = 3
+    x.threshold = -INF
+    assert x.threshold == 3.0
+    x.threshold = 4
+    assert x.threshold == 4.0 and table_sizes()[2] - before == 1
+    del x
+    assert table_sizes()[2] == before
+
+
+@pytest.mark.parametrize(
+    "name", ["continuous", "binary", "integer", "semicontinuous", "semiinteger", "partiallyinteger"])
+def test_every_type_round_trips_and_keeps_other_fields(name):
+    code = getattr(nuvrel, name)
+    x = nuvrel.var(lb=-2, ub=0.5, threshold=0.25)
+    x.vartype = code
+    assert x.vartype == code
+    assert (x.lb, x.ub, x.threshold) == (-2.0, 0.5, 0.25)
+
+
+# --- names ----------------------------------------------------------------------------------
+
+
+def test_name_accepts_any_object_and_released_on_death():
+    name = object()
+    refs = sys.getrefcount(name)
+    x = nuvrel.var()
+    x.name = name
+    assert sys.getrefcount(name) == refs + 1
+    assert x.name is name
+    x.name = name  # replacing with itself keeps exactly one reference
+    assert sys.getrefcount(name) == refs + 1
+    x.name = "plain"
+    assert sys.getrefcount(name) == refs
+    assert x.name == "plain"
+    x.name = name
+    del x
+    assert sys.getrefcount(name) == refs
+
+
+def test_non_string_name_is_stored_as_is_and_printed_as_text():
+    x = nuvrel.var()
+    x.name = 42
+    assert x.name == 42 and type(x.name) is int
+    assert str(x) == "42"
+
+
+# --- attribute access -----------------------------------------------------------------------
+
+
+def test_attribute_reads():
+    x = nuvrel.var(name="x")
+    assert x.__class__ is nuvrel.var and isinstance(x, nuvrel.var)
+    assert x.__dict__ == dict.fromkeys(["lb", "ub", "threshold", "vartype", "name"])
+    assert x.extractLinear() == ([x], [1.0])
+    assert x.extractQuadratic() == ([], [], [])
+    for probe in ("__array_interface__", "__array_priority__", "__array__", "__array_struct__",
+                  "__array_wrap__", "no_such_attribute"):
+        with pytest.raises(AttributeError):
+            getattr(x, probe)
+
+
+@pytest.mark.parametrize("attr", ["LB", "colour", "__dict__", "extractLinear"])
+def test_unknown_attribute_write(attr):
+    x = nuvrel.var()
+    with pytest.raises(nuvrel.InterfaceError, match="^Incorrect member name of type nuvrel.var$"):
+        setattr(x, attr, 1)
+
+
+@pytest.mark.parametrize("attr", ["lb", "name"])
+def test_attribute_delete_is_refused(attr):
+    x = nuvrel.var(name="x", lb=0.5)
+    with pytest.raises(AttributeError):
+        delattr(x, attr)
+    assert (x.name, x.lb) == ("x", 0.5)
+
+
+# --- identity -------------------------------------------------------------------------------
+
+
+def test_hash_is_identity_in_containers():
+    xs = [nuvrel.var() for _ in range(50)]
+    table = {x: i for i, x in enumerate(xs)}
+    assert len({hash(x) for x in xs}) == 50
+    assert all(table[x] == i for i, x in enumerate(xs))
+    assert all(0 < hash(x) < 2**52 for x in xs)
+
+
+def test_identifiers_unique_across_threads():
+    made = [[] for _ in range(4)]
+
+    def work(out):
+        out.extend(hash(nuvrel.var()) for _ in range(2000))
+
+    threads = [threading.Thread(target=work, args=(m,)) for m in made]
+    for t in threads:
+        t.start()
+    for t in threads:
+        t.join()
+    ids = [i for m in made for i in m]
+    assert len(set(ids)) == len(ids) == 8000
+
+
+# --- lifetime and references ---------------------------------------------------------------
+
+
+def test_side_tables_empty_after_many_variables_die():
+    gc.collect()
+    before = table_sizes()
+    xs = [nuvrel.var(name="v%d" % i, lb=-0.5 * i, ub=0.5 + i, threshold=0.1,
+                     vartype=(0, 2, 3, 4, 5)[i % 5])  # binaries would clamp their bounds
+          for i in range(1, 2001)]
+    grown = table_sizes()
+    assert [g - b for g, b in zip(grown, before)] == [2000, 2000, 2000, 2000]
+    del xs
+    assert table_sizes() == before
+
+
+def test_creating_and_dropping_variables_leaves_no_objects_behind():
+    shared_name = "shared-name"
+    gc.collect()
+    refs = sys.getrefcount(shared_name)
+    objects = len(gc.get_objects())
+    for i in range(20000):
+        x = nuvrel.var(name=shared_name, lb=-1.5, ub=2.5, threshold=0.5)
+        x.name = shared_name
+        x.lb = 0.75
+    del x
+    gc.collect()
+    assert sys.getrefcount(shared_name) == refs
+    assert abs(len(gc.get_objects()) - objects) < 10
+
+
+def test_variable_inside_expression_keeps_its_entries():
+    before = table_sizes()
+    x = nuvrel.var(name="kept", lb=0.5)
+    y = nuvrel.var()
+    e = x + y
+    del x
+    gc.collect()
+    # The expression's term map holds the variable, so its table entries are still there.
+    assert table_sizes()[0] == before[0] + 1 and table_sizes()[3] == before[3] + 1
+    names = sorted(str(v) for v in e.extractLinear()[0])
+    assert "kept" in names
+    del e
+    assert table_sizes() == before
+
+
+# --- term maps, seen through the expressions that hold variables ----------------------------
+
+
+def test_term_maps_order_by_creation_and_release_cancelled_variables():
+    z, x, y = nuvrel.var(), nuvrel.var(), nuvrel.var()
+    refs = [sys.getrefcount(v) for v in (z, x, y)]
+    x_refs = sys.getrefcount(x)
+    e = y + 2 * x
+    e += 3 * z
+    e += x * y
+    e += z * x
+    assert e.extractLinear() == ([z, x, y], [3.0, 2.0, 1.0])
+    # Pairs are stored under the variable created first, whatever the operand order.
+    assert e.extractQuadratic() == ([z, x], [x, y], [1.0, 1.0])
+    e -= 2 * x
+    e -= x * y
+    e -= x * z
+    assert e.extractLinear() == ([z, y], [3.0, 1.0])
+    assert e.extractQuadratic() == ([], [], [])
+    assert sys.getrefcount(x) == x_refs
+    del e
+    assert [sys.getrefcount(v) for v in (z, x, y)] == refs
+
+
+def test_term_maps_keep_nan_coefficients():
+    x, y = nuvrel.var(), nuvrel.var()
+    e = x + y
+    e += float("nan") * x
+    variables, coefficients = e.extractLinear()
+    assert variables == [x, y] and math.isnan(coefficients[0]) and coefficients[1] == 1.0
+
+
+def test_variables_alive_at_interpreter_exit():
+    # The side tables go with the module; variables that outlive them must still die quietly.
+    script = (
+        "import nuvrel\n"
+        "keep = [nuvrel.var(name='n%d' % i, lb=0.5, ub=2.5, threshold=1) for i in range(100)]\n"
+        "d = nuvrel.vars(['a', 'b'], [1, 2], name='x', lb=-3)\n"
+        "class Holder: pass\n"
+        "h = Holder(); h.self = h; h.v = nuvrel.var(name='cycle', lb=0.3)\n"
+        "print('done')\n")
+    proc = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True,
+                          timeout=120)
+    assert (proc.returncode, proc.stdout, proc.stderr) == (0, "done\n", "")
+
+
+# --- the number and comparison slots reach the arithmetic ------------------------------------
+
+
+@pytest.mark.parametrize(
+    "build, kind",
+    [
+        (lambda x, y: x + 0, "same"),
+        (lambda x, y: x * 1, "same"),
+        (lambda x, y: x / 1, "same"),
+        (lambda x, y: x ** 1, "same"),
+        (lambda x, y: x - x, "float"),
+        (lambda x, y: x * 0, "float"),
+        (lambda x, y: -x, "linterm"),
+        (lambda x, y: 3 * x, "linterm"),
+        (lambda x, y: x + x, "linterm"),
+        (lambda x, y: x * y, "quadterm"),
+        (lambda x, y: x ** 2, "quadterm"),
+        (lambda x, y: x + y, "expression"),
+        (lambda x, y: 2 - x, "expression"),
+        (lambda x, y: x <= 3, "constraint"),
+    ],
+)
+def test_operator_slots(build, kind):
+    x, y = nuvrel.var(), nuvrel.var()
+    result = build(x, y)
+    # linterm and quadterm are not published by the module, so kinds are compared by name.
+    if kind == "same":
+        assert result is x
+    else:
+        assert type(result).__name__ == kind
+
+
+def test_division_messages_differ_between_plain_and_in_place():
+    x = nuvrel.var()
+    with pytest.raises(nuvrel.ModelError, match="^Division of variable by zero$"):
+        x / 0
+    y = x
+    with pytest.raises(nuvrel.ModelError, match="^Division by zero$"):
+        y /= 0
+    assert 0 / x == 0.0 and x / x == 1.0

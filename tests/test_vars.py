@@ -1,0 +1,160 @@
+"""nuvrel.vars in its dictionary form: keys, names, attributes and its checks."""
+import gc
+import sys
+
+import pytest
+
+import nuvrel
+
+INF = 1e20
+
+
+def test_keys_are_the_product_in_argument_order():
+    x = nuvrel.vars(["a", "b"], range(3), name="y")
+    assert list(x) == [(i, j) for i in "ab" for j in range(3)]
+    assert all(type(v) is nuvrel.var for v in x.values())
+    assert len({hash(v) for v in x.values()}) == 6
+    assert x["b", 2].name == "y(b,2)"
+
+
+def test_one_index_set_keys_are_the_elements():
+    x = nuvrel.vars(["p", "q"], name="z")
+    assert list(x) == ["p", "q"]
+    assert x["q"].name == "z(q)"
+
+
+def test_integer_argument_stands_for_a_range_among_lists():
+    x = nuvrel.vars(2, ["a"], name="w")
+    assert list(x) == [(0, "a"), (1, "a")]
+    assert x[1, "a"].name == "w(1,a)"
+
+
+@pytest.mark.parametrize(
+    "element, text",
+    [
+        (7, "7"),
+        (-12, "-12"),
+        (True, "1"),
+        (0.5, "0.5"),
+        (1e-7, "1e-07"),
+        (2.0, "2"),
+        ("with blank", "with blank"),  # strings are kept as they are
+        ((1, "a b"), "(1,'ab')"),  # other objects: str() without blanks
+        (frozenset([3]), "frozenset({3})"),
+        (2**70, str(2**70)),
+    ],
+)
+def test_element_text_in_names(element, text):
+    x = nuvrel.vars([element], [0], name="v")
+    assert x[element, 0].name == "v(%s,0)" % text
+
+
+def test_default_names_without_prefix():
+    for kwargs in ({}, {"name": ""}, {"name": None}):
+        x = nuvrel.vars(["a", "b"], **kwargs)
+        assert [v.name for v in x.values()] == ["C%d" % hash(v) for v in x.values()]
+
+
+def test_name_is_cut_at_2500_characters():
+    long_index = "i" * 3000
+    x = nuvrel.vars([long_index], name="n")
+    assert x[long_index].name == ("n(" + long_index)[:2500]
+
+
+def test_bounds_threshold_and_type_are_applied():
+    x = nuvrel.vars(["a", "b"], lb=-3, ub=4.5, threshold=1.5, vartype=nuvrel.semiinteger)
+    for v in x.values():
+        assert (v.lb, v.ub, v.threshold, v.vartype) == (-3.0, 4.5, 1.5, nuvrel.semiinteger)
+    b = nuvrel.vars(["a"], lb=-2, vartype=nuvrel.binary)["a"]
+    assert (b.lb, b.ub) == (0.0, 1.0)
+    plain = nuvrel.vars(["a"])["a"]
+    assert (plain.lb, plain.ub, plain.threshold, plain.vartype) == (0.0, INF, -INF, 0)
+
+
+@pytest.mark.parametrize(
+    "index",
+    [
+        ({"b", "a"}),
+        (iter(["a", "b"])),
+        ((c for c in "ab")),
+        ({"a": 1, "b": 2}),
+        ("ab"),
+    ],
+)
+def test_any_iterable_is_an_index_set(index):
+    x = nuvrel.vars(index, [0])
+    assert sorted(k[0] for k in x) == ["a", "b"]
+
+
+def test_keywords_are_keyword_only():
+    # A positional string is one more index set, not the name prefix.
+    x = nuvrel.vars(["a"], "xy")
+    assert list(x) == [("a", "x"), ("a", "y")]
+
+
+@pytest.mark.parametrize(
+    "args, kwargs, message",
+    [
+        ((["a"],), dict(lb=2, ub=1),
+         "Variables have empty feasible set: lower bound > upper bound"),
+        ((["a"], 2.5), {}, "Invalid index: a call to nuvrel.vars() must have a tuple of lists"),
+        ((["a"], None), {}, "Invalid index: a call to nuvrel.vars() must have a tuple of lists"),
+        ((), {}, "Invalid index: a call to nuvrel.vars() must have a tuple of lists"),
+        ((["a"], 0), {}, "Invalid index: integer argument to nuvrel.vars() must be positive"),
+        ((-3, ["a"]), {}, "Invalid index: integer argument to nuvrel.vars() must be positive"),
+        ((["a"], []), {}, "Invalid index: empty dimension in creation of variables"),
+        ((["a"], ["b", "b"]), {}, "Duplicate entry in vars: <('a', 'b')>. Check arguments for "
+         "duplicate entries in one or more of the lists"),
+        (([1, 1.0],), {}, "Duplicate entry in vars: <1.0>."),
+        (([[1], [2]],), {}, "Bad index tuple in vars()"),
+        ((["a"],), dict(name=5), "Invalid variable name (must be a string)"),
+        ((["a"],), dict(vartype=7), "Invalid variable type"),
+        ((3, 2), {}, "nuvrel.vars() with only integer arguments creates an array"),
+        # Refused before anything is built, not after memory runs out.
+        ((["a"], 10**7, 10**7), {}, "No memory to create variables. Consider restricting"),
+        ((["a"], 2**40, 2**40), {}, "No memory to create variables. Consider restricting"),
+    ],
+)
+def test_errors(args, kwargs, message):
+    gc.collect()
+    before = nuvrel.var._sidetable_sizes()
+    with pytest.raises(nuvrel.ModelError) as info:
+        nuvrel.vars(*args, **{"name": "fail", "threshold": 3, **kwargs})
+    assert str(info.value).startswith(message)
+    gc.collect()
+    # Variables made before a late failure are gone with their names and thresholds.
+    assert nuvrel.var._sidetable_sizes() == before
+
+
+def test_unknown_keyword_is_a_type_error():
+    with pytest.raises(TypeError):
+        nuvrel.vars(["a"], colour="red")
+
+
+def test_unprintable_element_is_refused():
+    class Opaque:
+        def __str__(self):
+            raise ValueError("no text")
+
+    with pytest.raises(nuvrel.ModelError,
+                       match=r"^Element of index tuple in vars\(\) cannot be represented$"):
+        nuvrel.vars([Opaque()], name="o")
+    # Without a prefix the element text is never needed.
+    assert len(nuvrel.vars([Opaque()])) == 1
+
+
+def test_dropping_the_collection_releases_everything():
+    prefix = "released-prefix"
+    index = ["a", "b", "c"]
+    gc.collect()
+    before = nuvrel.var._sidetable_sizes()
+    refs = [sys.getrefcount(o) for o in (prefix, *index)]
+    objects = len(gc.get_objects())
+    for _ in range(200):
+        x = nuvrel.vars(index, range(5), name=prefix, lb=-1.5, ub=2.5, threshold=0.5)
+    assert nuvrel.var._sidetable_sizes()[3] - before[3] == 15
+    del x
+    gc.collect()
+    assert nuvrel.var._sidetable_sizes() == before
+    assert [sys.getrefcount(o) for o in (prefix, *index)] == refs
+    assert abs(len(gc.get_objects()) - objects) < 10
