@@ -1,0 +1,228 @@
+// Gathering the rows of one addConstraint call and flushing them to the library.
+#include "problem/con_batch.h"
+
+#include <cstring>
+
+#include "model/constraint.h"
+#include "model/dispatch.h"
+#include "module/allocator.h"
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/pyref.h"
+
+namespace {
+
+constexpr int kAttrRows = 1124;
+constexpr int64_t kFirstCapacity = 2048;
+constexpr double kInfinity = 1e20;
+
+nvo_MemoryAllocator *const heap = nvo_MemoryAllocator_DefaultHeap;
+
+template <typename T>
+void free_array(T **a) {
+  nvo_MemoryAllocator_Free_Untyped(heap, a);
+}
+
+// One array of a group and its element size.
+struct Member {
+  void *address;  // address of the caller's pointer variable
+  size_t size;
+};
+
+// Grows a group of arrays so that it holds more than needed + 1 entries: from nothing to 2048,
+// then by doubling. On a failed reallocation the arrays keep their old size (those already
+// grown are larger, which is harmless) and -1 is returned without an exception.
+template <size_t N>
+int grow_buffers(int64_t *capacity, int64_t needed, const Member (&arrays)[N]) {
+  if (*capacity > needed + 1) return 0;
+  int64_t cap = *capacity == 0 ? kFirstCapacity : *capacity;
+  while (cap <= needed + 1) cap *= 2;
+  for (const Member &m : arrays)
+    if (nvo_MemoryAllocator_Realloc_Untyped(heap, m.address, static_cast<size_t>(cap) * m.size) !=
+        0)
+      return -1;
+  *capacity = cap;
+  return 0;
+}
+
+// Makes room for one more row with the converted body's counts and name length.
+int make_room(con_batch *b, size_t name_bytes) {
+  const Member rows[] = {{&b->start, sizeof(int64_t)}, {&b->qcount, sizeof(int64_t)},
+                         {&b->rhs, sizeof(double)},    {&b->range, sizeof(double)},
+                         {&b->rowtype, sizeof(char)}};
+  const Member lin[] = {{&b->colind, sizeof(int)}, {&b->coef, sizeof(double)}};
+  const Member quad[] = {
+      {&b->qcol1, sizeof(int)}, {&b->qcol2, sizeof(int)}, {&b->qval, sizeof(double)}};
+  const Member names[] = {{&b->names, sizeof(char)}};
+  if (grow_buffers(&b->row_capacity, b->nrows + 1, rows) != 0) return -1;
+  if (grow_buffers(&b->lin_capacity, b->nlin + static_cast<int64_t>(b->body.lin_col.size()), lin) !=
+      0)
+    return -1;
+  if (grow_buffers(&b->quad_capacity, b->nquad + static_cast<int64_t>(b->body.quad_col1.size()),
+                   quad) != 0)
+    return -1;
+  return grow_buffers(&b->name_capacity, b->namelen + static_cast<int64_t>(name_bytes), names);
+}
+
+// The constraint's name as UTF-8 text (kept alive by *holder).
+const char *constraint_name(PyObject *con, PyRef *holder, Py_ssize_t *len) {
+  PyRef name(get_con_name(reinterpret_cast<constraint_s *>(con)->rec));
+  if (!name) return nullptr;
+  if (!PyUnicode_Check(name.get())) {
+    name = PyRef(PyObject_Str(name.get()));
+    if (!name) return nullptr;
+  }
+  const char *text = PyUnicode_AsUTF8AndSize(name.get(), len);
+  *holder = name;
+  return text;
+}
+
+void append_row(con_batch *b, PyObject *con, const char *name, Py_ssize_t namelen) {
+  const nvo_converted &body = b->body;
+  const int32_t i = b->nrows;
+  if (i == 0) b->start[0] = 0;
+  const size_t nl = body.lin_col.size(), nq = body.quad_col1.size();
+  if (nl > 0) {
+    std::memcpy(b->colind + b->nlin, body.lin_col.data(), nl * sizeof(int));
+    std::memcpy(b->coef + b->nlin, body.lin_coef.data(), nl * sizeof(double));
+  }
+  for (size_t k = 0; k < nq; ++k) {
+    int c1 = body.quad_col1[k], c2 = body.quad_col2[k];
+    b->qcol1[b->nquad + k] = c1;
+    b->qcol2[b->nquad + k] = c2;
+    b->qval[b->nquad + k] = nvo_row_qcoef(c1, c2, body.quad_coef[k]);
+  }
+  b->rhs[i] = -body.constant;
+  b->range[i] = 0.0;
+  getRhsSense(con, &b->rowtype[i], &b->rhs[i], &b->range[i]);
+  b->start[i + 1] = b->start[i] + static_cast<int64_t>(nl);
+  b->qcount[i] = static_cast<int64_t>(nq);
+  std::memcpy(b->names + b->namelen, name, static_cast<size_t>(namelen));
+  b->names[b->namelen + namelen] = '\0';
+  b->namelen += namelen + 1;
+  b->nlin += static_cast<int64_t>(nl);
+  b->nquad += static_cast<int64_t>(nq);
+}
+
+int library_error(problem_s *p) {
+  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+  return -1;
+}
+
+}  // namespace
+
+void con_batch::release() {
+  free_array(&start);
+  free_array(&qcount);
+  free_array(&colind);
+  free_array(&coef);
+  free_array(&qcol1);
+  free_array(&qcol2);
+  free_array(&qval);
+  free_array(&rhs);
+  free_array(&range);
+  free_array(&rowtype);
+  free_array(&names);
+  nrows = 0;
+  nlin = nquad = namelen = 0;
+  row_capacity = lin_capacity = quad_capacity = name_capacity = 0;
+}
+
+void getRhsSense(PyObject *con, char *rowtype, double *rhs, double *range) {
+  const uint64_t word = reinterpret_cast<constraint_s *>(con)->rec;
+  const double lb = get_con_lbound(word), ub = get_con_ubound(word);
+  if (lb > -kInfinity) {
+    if (ub < kInfinity) {
+      if (ub == lb) {
+        *rowtype = 'E';
+        *rhs += lb;
+      } else {
+        *rowtype = 'R';
+        *rhs += ub;
+        *range = ub - lb;
+      }
+    } else {
+      *rowtype = 'G';
+      *rhs += lb;
+    }
+  } else if (ub < kInfinity) {
+    *rowtype = 'L';
+    *rhs += ub;
+  } else {
+    *rowtype = 'N';
+  }
+}
+
+int64_t problem_row_count(problem_s *p) {
+  int rows = 0;
+  if (NVRLgetintattrib(p->prob, kAttrRows, &rows) != 0) return library_error(p);
+  return rows;
+}
+
+int con_batch_check(problem_s *p, PyObject *con) {
+  if (!constraint_check(con)) {
+    PyErr_SetString(nvpy_model_exc, "Invalid constraint");
+    return -1;
+  }
+  if (reinterpret_cast<constraint_s *>(con)->body == nullptr) {
+    PyErr_SetString(nvpy_model_exc, "Stale expression link, cannot add constraint");
+    return -1;
+  }
+  if (rowcolmap_has(p->conmap, con_id(con))) {
+    PyErr_SetString(nvpy_model_exc, "Constraint already added to problem");
+    return -1;
+  }
+  return 0;
+}
+
+int con_batch_queue(con_batch *b, problem_s *p, PyObject *con) {
+  b->body.clear();
+  if (convertExpr(p, reinterpret_cast<constraint_s *>(con)->body, &b->body) != 0) return -1;
+  PyRef name_holder;
+  Py_ssize_t namelen = 0;
+  const char *name = constraint_name(con, &name_holder, &namelen);
+  if (name == nullptr) return -1;
+  if (make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
+    // Send what is queued and start over with empty buffers; only a row that cannot fit
+    // even alone is an error.
+    if (con_batch_flush(b, p) != 0) return -1;
+    if (make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
+      b->release();
+      PyErr_NoMemory();
+      return -1;
+    }
+  }
+  if (b->nrows == 0) {
+    b->first_row = problem_row_count(p);
+    if (b->first_row < 0) return -1;
+  }
+  append_row(b, con, name, namelen);
+  ++b->nrows;
+  return 0;
+}
+
+int con_batch_flush(con_batch *b, problem_s *p) {
+  if (b->nrows == 0) {
+    b->release();
+    return 0;
+  }
+  const int64_t r0 = b->first_row;
+  int rc = 0;
+  if (NVRLaddrows64(p->prob, b->nrows, b->nlin, b->rowtype, b->rhs, b->range, b->start,
+                           b->colind, b->coef) != 0 ||
+             NVRLaddnames(p->prob, 1, b->names, static_cast<int>(r0),
+                          static_cast<int>(r0) + b->nrows - 1) != 0) {
+    rc = library_error(p);
+  } else {
+    int64_t offset = 0;
+    for (int32_t i = 0; i < b->nrows && rc == 0; ++i) {
+      if (b->qcount[i] > 0 &&
+          NVRLaddqmatrix64(p->prob, static_cast<int>(r0) + i, b->qcount[i], b->qcol1 + offset,
+                           b->qcol2 + offset, b->qval + offset) != 0)
+        rc = library_error(p);
+      offset += b->qcount[i];
+    }
+  }
+  b->release();
+  return rc;
+}

@@ -1,0 +1,146 @@
+// The ctrl type. Attribute access on the module-level object reads the module defaults first
+// and then the library defaults kept in its own dictionary; setting stores a module default.
+#include "problem/ctrl.h"
+
+#include "module/env.h"
+#include "module/numpy_api.h"
+#include "module/pyref.h"
+#include "problem/casing.h"
+#include "problem/controls.h"
+#include "problem/problem.h"
+
+PyDoc_STRVAR(ctrl_doc,
+             "Controls of a problem, or (nuvrel.controls) the default controls of new problems.\n"
+             "Read and set them as attributes: nuvrel.controls.miptol = 1e-6.");
+
+PyObject *ctrl_create(PyObject *problem) {
+  PyRef self(PyType_GenericAlloc(&ctrl_type, 0));
+  if (!self) return nullptr;
+  auto *c = reinterpret_cast<ctrl_s *>(self.get());
+  c->problem = problem;
+  if (problem == nullptr) {
+    c->dict = PyDict_New();
+  } else {
+    Py_XINCREF(nvr_py_env.ctrl_table);
+    c->dict = nvr_py_env.ctrl_table;
+  }
+  if (c->dict == nullptr) return nullptr;
+  return self.release();
+}
+
+void ctrl_detach(PyObject *ctrl) { reinterpret_cast<ctrl_s *>(ctrl)->detached = 1; }
+
+static bool ctrl_problem_gone(ctrl_s *c) {
+  if (!c->detached) return false;
+  PyErr_SetString(nvpy_interf_exc, "The problem of these controls no longer exists");
+  return true;
+}
+
+static void ctrl_dealloc(PyObject *self) {
+  Py_CLEAR(reinterpret_cast<ctrl_s *>(self)->dict);
+  Py_TYPE(self)->tp_free(self);
+}
+
+int check_setCtrl(long type, PyObject *value) {
+  switch (type) {
+    case 1:
+      if (PyLong_Check(value) || PyArray_IsScalar(value, Integer)) return 0;
+      PyErr_SetString(nvpy_model_exc, "Cannot set non-integer value to an integer control");
+      return -1;
+    case 2:
+      if (PyFloat_Check(value) || PyLong_Check(value) || PyArray_IsScalar(value, Integer) ||
+          PyArray_IsScalar(value, Floating))
+        return 0;
+      PyErr_SetString(nvpy_model_exc,
+                      "Cannot set non-numerical value to a floating-point control");
+      return -1;
+    case 3:
+      if (PyUnicode_Check(value)) return 0;
+      PyErr_SetString(nvpy_model_exc, "Cannot set non-string value to a string control");
+      return -1;
+    default:
+      PyErr_SetString(nvpy_model_exc, "setControl called with unknown ID");
+      return -1;
+  }
+}
+
+// The module-level object: module defaults first, then the library defaults.
+static PyObject *module_controls_get(ctrl_s *self, PyObject *name) {
+  PyRef value;
+  {
+    EnvLock lock(nvr_py_env.mtx_defaults);
+    value = PyRef::borrow(PyDict_GetItem_LowerCaseKey(nvr_py_env.default_controls, name));
+  }
+  if (!value && !PyErr_Occurred())
+    value = PyRef::borrow(PyDict_GetItem_LowerCaseKey(self->dict, name));
+  if (!value && !PyErr_Occurred()) PyErr_SetString(nvpy_interf_exc, "Incorrect control name");
+  return value.release();
+}
+
+static PyObject *ctrl_attr_get(PyObject *self, PyObject *name) {
+  auto *c = reinterpret_cast<ctrl_s *>(self);
+  if (!PyUnicode_Check(name)) {
+    PyErr_SetString(nvpy_model_exc, "Bad control request");
+    return nullptr;
+  }
+  if (PyUnicode_CompareWithASCIIString(name, "__dict__") == 0) {
+    Py_INCREF(c->dict);
+    return c->dict;
+  }
+  if (PyUnicode_CompareWithASCIIString(name, "__class__") == 0) {
+    Py_INCREF(Py_TYPE(self));
+    return reinterpret_cast<PyObject *>(Py_TYPE(self));
+  }
+  if (c->problem == nullptr) return module_controls_get(c, name);
+  if (ctrl_problem_gone(c)) return nullptr;
+  return problem_getInfo_byname(reinterpret_cast<problem_s *>(c->problem), name, 1);
+}
+
+// Setting a module default: the name must be a control and the value must suit its type.
+static int module_controls_set(PyObject *name, PyObject *value) {
+  PyRef lower(to_lowercase_all_obj(name));
+  if (!lower) return -1;
+  PyRef entry;
+  {
+    EnvLock lock(nvr_py_env.mtx_names);
+    entry = PyRef::borrow(PyDict_GetItemWithError(nvr_py_env.ctrl_table, lower.get()));
+  }
+  if (!entry) {
+    if (!PyErr_Occurred()) PyErr_SetString(nvpy_interf_exc, "Incorrect control name");
+    return -1;
+  }
+  long type = -1;
+  if (PyTuple_Check(entry.get()) && PyTuple_GET_SIZE(entry.get()) >= 2)
+    type = PyLong_AsLong(PyTuple_GET_ITEM(entry.get(), 1));
+  if (type == -1 && PyErr_Occurred()) return -1;
+  if (check_setCtrl(type, value) != 0) return -1;
+  EnvLock lock(nvr_py_env.mtx_defaults);
+  return PyDict_SetItem(nvr_py_env.default_controls, lower.get(), value);
+}
+
+static int ctrl_set(PyObject *self, PyObject *name, PyObject *value) {
+  auto *c = reinterpret_cast<ctrl_s *>(self);
+  if (!PyUnicode_Check(name)) {
+    PyErr_SetString(nvpy_model_exc, "Bad control request");
+    return -1;
+  }
+  if (value == nullptr) {
+    PyErr_SetString(PyExc_AttributeError,
+                    "Controls cannot be deleted; use setdefaultcontrol() for module defaults");
+    return -1;
+  }
+  if (c->problem == nullptr) return module_controls_set(name, value);
+  if (ctrl_problem_gone(c)) return -1;
+  return problem_setControl_byname(reinterpret_cast<problem_s *>(c->problem), name, value);
+}
+
+PyTypeObject ctrl_type = {
+    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .tp_name = "nuvrel.ctrl",
+    .tp_basicsize = sizeof(ctrl_s),
+    .tp_dealloc = ctrl_dealloc,
+    .tp_getattro = ctrl_attr_get,
+    .tp_setattro = ctrl_set,
+    .tp_flags = Py_TPFLAGS_DEFAULT,
+    .tp_doc = ctrl_doc,
+};

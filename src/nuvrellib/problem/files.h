@@ -1,0 +1,10 @@
+// Reading and writing problem files through the library. Reading also creates a var for
+// every column, a constraint for every row and an sos for every set read, so that a problem
+// read from a file can be used with the modelling methods like one built in Python.
+#pragma once
+
+#include <Python.h>
+
+// Methods: read(filename, options="") and write(filename, flags="").
+PyObject *problem_read(PyObject *self, PyObject *args, PyObject *kwargs);
+PyObject *problem_write(PyObject *self, PyObject *args, PyObject *kwargs);

@@ -1,0 +1,17 @@
+// Method families of nuvrel.problem. Each family is a null-terminated PyMethodDef array
+// defined in the file of its methods; the type's method table is assembled from them at
+// import (problem_build_method_table), so new families need only a line here and there.
+#pragma once
+
+#include <Python.h>
+
+extern PyMethodDef problem_methods_lifecycle[];  // problem.cpp: name, copy, reset
+extern PyMethodDef problem_methods_objects[];    // objects.cpp: add/del/get of model objects
+extern PyMethodDef problem_methods_solve[];      // solve.cpp: objective, solve, status
+extern PyMethodDef problem_methods_controls[];   // controls.cpp: controls and attributes
+extern PyMethodDef problem_methods_solution[];   // solution.cpp: solution retrieval
+extern PyMethodDef problem_methods_files[];      // files.cpp: read and write
+
+// Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
+// 0 on success, -1 with an exception set.
+int problem_build_method_table();

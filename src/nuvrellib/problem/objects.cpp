@@ -1,0 +1,224 @@
+// Adding variables and constraints to a problem, and the method table of the objects family.
+#include "problem/objects.h"
+
+#include <string>
+#include <vector>
+
+#include "model/constraint.h"
+#include "model/var.h"
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/pyref.h"
+#include "problem/con_batch.h"
+#include "problem/method_families.h"
+#include "problem/problem.h"
+#include "problem/removal.h"
+#include "problem/walk.h"
+
+namespace {
+
+constexpr int kAttrCols = 1214;
+
+
+bool is_limited_type(char t) { return t == 'S' || t == 'R' || t == 'P'; }
+
+int column_type(long vartype, char *coltype) {
+  switch (vartype) {
+    case VARTYPE_CONTINUOUS: *coltype = 'C'; return 0;
+    case VARTYPE_BINARY: *coltype = 'B'; return 0;
+    case VARTYPE_INTEGER: *coltype = 'I'; return 0;
+    case VARTYPE_SEMICONTINUOUS: *coltype = 'S'; return 0;
+    case VARTYPE_SEMIINTEGER: *coltype = 'R'; return 0;
+    case VARTYPE_PARTIALLYINTEGER: *coltype = 'P'; return 0;
+    default:
+      PyErr_SetString(nvpy_model_exc, "Incorrect variable type passed to addVariable()");
+      return -1;
+  }
+}
+
+// The columns of one addVariable call, gathered for one library call per kind of data.
+struct NewColumns {
+  std::vector<double> lb, ub;
+  std::vector<int> index;
+  std::vector<char> type;
+  std::vector<int> limited;        // columns of type S, R, P
+  std::vector<double> threshold;   // their thresholds
+  std::string names;               // NUL-separated
+};
+
+int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *cols) {
+  if (!var_check(leaf)) {
+    PyErr_SetString(nvpy_model_exc, "Incorrect objects added as variables to problem");
+    return -1;
+  }
+  const uint64_t word = reinterpret_cast<var_s *>(leaf)->rec;
+  if (rowcolmap_has(p->varmap, var_word_id(word))) {
+    PyErr_SetString(nvpy_model_exc, "Variable already added to problem");
+    return -1;
+  }
+  char coltype;
+  if (column_type(get_var_type(word), &coltype) != 0) return -1;
+  const double lb = get_var_lbound(word), ub = get_var_ubound(word);
+  const double threshold = get_var_thold(word);
+  if (is_limited_type(coltype) && !(lb <= threshold && threshold <= ub)) {
+    PyErr_SetString(nvpy_model_exc,
+                    "Incorrect semi-continuous, semi-integer, or partially integer variable; "
+                    "check that its threshold is between its lower and upper bounds");
+    return -1;
+  }
+  PyRef name(get_var_name(word));
+  if (!name) return -1;
+  if (!PyUnicode_Check(name.get())) {
+    PyErr_SetString(nvpy_model_exc, "Invalid variable name (must be a string)");
+    return -1;
+  }
+  Py_ssize_t len = 0;
+  const char *text = PyUnicode_AsUTF8AndSize(name.get(), &len);
+  if (text == nullptr) return -1;
+  if (PyList_Append(p->vars, leaf) != 0) return -1;
+  const int col = first_col + static_cast<int>(cols->index.size());
+  if (rowcolmap_set(p->varmap, var_word_id(word), col) != 0) {
+    PyErr_Clear();
+    PyErr_SetString(nvpy_model_exc, "Could not amend variable map");
+    return -1;
+  }
+  cols->index.push_back(col);
+  cols->type.push_back(coltype);
+  cols->lb.push_back(lb);
+  cols->ub.push_back(ub);
+  if (is_limited_type(coltype)) {
+    cols->limited.push_back(col);
+    cols->threshold.push_back(threshold);
+  }
+  cols->names.append(text, static_cast<size_t>(len));
+  cols->names.push_back('\0');
+  return 0;
+}
+
+int send_columns(problem_s *p, const NewColumns &cols) {
+  const int n = static_cast<int>(cols.index.size());
+  if (n == 0) return 0;
+  const int first = cols.index.front();
+  if (NVRLaddcols64(p->prob, n, 0, nullptr, nullptr, nullptr, nullptr, cols.lb.data(),
+                    cols.ub.data()) != 0 ||
+      NVRLchgcoltype(p->prob, n, cols.index.data(), cols.type.data()) != 0 ||
+      NVRLaddnames(p->prob, 2, cols.names.data(), first, first + n - 1) != 0)
+    return -1;
+  if (!cols.limited.empty() &&
+      NVRLchgglblimit(p->prob, static_cast<int>(cols.limited.size()), cols.limited.data(),
+                      cols.threshold.data()) != 0)
+    return -1;
+  return 0;
+}
+
+// Drops the objects that were appended to list beyond the library's count n (their rows or
+// columns never reached the library), so that a failed call leaves the problem as it was.
+// The pending exception is kept.
+void roll_back(PyObject *list, rowcolmap *map, int64_t n, uint64_t (*id_of)(const PyObject *)) {
+  PyObject *type, *value, *traceback;
+  PyErr_Fetch(&type, &value, &traceback);
+  const Py_ssize_t size = PyList_GET_SIZE(list);
+  for (Py_ssize_t i = static_cast<Py_ssize_t>(n); i < size; ++i)
+    rowcolmap_del(map, id_of(PyList_GET_ITEM(list, i)));
+  if (n < size && PyList_SetSlice(list, static_cast<Py_ssize_t>(n), size, nullptr) != 0)
+    PyErr_Clear();
+  PyErr_Restore(type, value, traceback);
+}
+
+// Columns that a failed addVariable added before a later call failed go again, so that the
+// list and the library agree.
+void remove_new_columns(problem_s *p, int first_col) {
+  int ncols = 0;
+  if (NVRLgetintattrib(p->prob, kAttrCols, &ncols) != 0 || ncols <= first_col) return;
+  std::vector<int> extra;
+  for (int j = first_col; j < ncols; ++j) extra.push_back(j);
+  NVRLdelcols(p->prob, static_cast<int>(extra.size()), extra.data());
+}
+
+uint64_t variable_id(const PyObject *obj) { return var_id(obj); }
+uint64_t constraint_id(const PyObject *obj) { return con_id(obj); }
+
+PyDoc_STRVAR(problem_addVariable_doc,
+             "addVariable(*variables)\n\n"
+             "Adds variables (also in nested lists, tuples, dictionaries or arrays) as new\n"
+             "columns of the problem, in the order given.\n\n"
+             "Example: x = nuvrel.var(ub=10); y = [nuvrel.var() for i in range(5)]\n"
+             "         p.addVariable(x, y)");
+
+PyDoc_STRVAR(problem_addConstraint_doc,
+             "addConstraint(*constraints)\n\n"
+             "Adds constraints (also in nested lists, tuples, dictionaries or arrays) as new\n"
+             "rows of the problem. All constraints of one call reach the solver together.\n\n"
+             "Example: p.addConstraint(x + y <= 4, [x - y >= i for i in range(3)])");
+
+}  // namespace
+
+PyObject *problem_addVariable(PyObject *self, PyObject *args, PyObject *kwargs) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  int first_col = 0;
+  if (NVRLgetintattrib(p->prob, kAttrCols, &first_col) != 0)
+    return setNvrlErrIfNull(self, nullptr);
+  NewColumns cols;
+  if (nvo_walk_args(args, [&](PyObject *leaf) {
+        return collect_variable(p, leaf, first_col, &cols);
+      }) != 0 ||
+      send_columns(p, cols) != 0) {
+    setNvrlErrIfNull(self, nullptr);
+    remove_new_columns(p, first_col);
+    roll_back(p->vars, p->varmap, first_col, variable_id);
+    return nullptr;
+  }
+  Py_RETURN_NONE;
+}
+
+PyObject *problem_addConstraint(PyObject *self, PyObject *args, PyObject *kwargs) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  con_batch batch;
+  int rc = nvo_walk_args(args, [&](PyObject *leaf) {
+    if (con_batch_check(p, leaf) != 0) return -1;
+    if (con_batch_queue(&batch, p, leaf) != 0) return -1;
+    if (PyList_Append(p->cons, leaf) != 0) return -1;
+    if (rowcolmap_set(p->conmap, con_id(leaf), batch.first_row + batch.nrows - 1) != 0) {
+      PyErr_Clear();
+      PyErr_SetString(nvpy_model_exc, "Cannot add constraint to problem");
+      return -1;
+    }
+    return 0;
+  });
+  if (rc != 0 || con_batch_flush(&batch, p) != 0) {
+    // Rows already flushed stay; the rest of the call is undone.
+    int64_t rows = problem_row_count(p);
+    if (rows >= 0) roll_back(p->cons, p->conmap, rows, constraint_id);
+    return nullptr;
+  }
+  Py_RETURN_NONE;
+}
+
+PyMethodDef problem_methods_objects[] = {
+    {"addVariable", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_addVariable)),
+     METH_VARARGS | METH_KEYWORDS, problem_addVariable_doc},
+    {"addConstraint",
+     reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_addConstraint)),
+     METH_VARARGS | METH_KEYWORDS, problem_addConstraint_doc},
+    {"addSOS", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_addSOS)),
+     METH_VARARGS | METH_KEYWORDS, problem_addSOS_doc},
+    {"addIndicator", problem_addIndicator, METH_VARARGS, problem_addIndicator_doc},
+    {"delVariable", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_delVariable)),
+     METH_VARARGS | METH_KEYWORDS, problem_delVariable_doc},
+    {"delConstraint",
+     reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_delConstraint)),
+     METH_VARARGS | METH_KEYWORDS, problem_delConstraint_doc},
+    {"delSOS", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_delSOS)),
+     METH_VARARGS | METH_KEYWORDS, problem_delSOS_doc},
+    {"getVariable", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getVariable)),
+     METH_VARARGS | METH_KEYWORDS, problem_getVariable_doc},
+    {"getConstraint",
+     reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getConstraint)),
+     METH_VARARGS | METH_KEYWORDS, problem_getConstraint_doc},
+    {"getSOS", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getSOS)),
+     METH_VARARGS | METH_KEYWORDS, problem_getSOS_doc},
+    {"getIndex", problem_getIndex, METH_O, problem_getIndex_doc},
+    {nullptr, nullptr, 0, nullptr},
+};

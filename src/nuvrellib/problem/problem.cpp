@@ -1,0 +1,349 @@
+// The problem type nuvrel.problem: allocation, construction, copy, reset, name, destruction,
+// and the assembly of its method table from the method families.
+#include "problem/problem.h"
+
+#include <structmember.h>
+
+#include <cstring>
+#include <vector>
+
+#include "module/allocator.h"
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/output.h"
+#include "module/pyref.h"
+#include "problem/attr.h"
+#include "problem/controls.h"
+#include "problem/ctrl.h"
+#include "problem/declaration.h"
+#include "problem/method_families.h"
+
+namespace {
+
+constexpr int kAttrProbNameLength = 1158;
+constexpr int kCtrlLoadLog = 8035;
+constexpr int kNslpCtrlAutoPresolve = 12415;
+
+inline problem_s *as_problem(PyObject *o) { return reinterpret_cast<problem_s *>(o); }
+
+// Reports the library's error for p unless a more precise exception is pending. Returns -1.
+int library_error(problem_s *p) {
+  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+  return -1;
+}
+
+int create_lists_and_maps(problem_s *p) {
+  p->vars = PyList_New(0);
+  p->cons = PyList_New(0);
+  p->sets = PyList_New(0);
+  p->varmap = rowcolmap_new();
+  p->conmap = rowcolmap_new();
+  p->sosmap = rowcolmap_new();
+  if (!p->vars || !p->cons || !p->sets || !p->varmap || !p->conmap || !p->sosmap) {
+    PyErr_Clear();
+    PyErr_SetString(nvpy_model_exc, "Could not create problem maps");
+    return -1;
+  }
+  return 0;
+}
+
+int create_ctrl_attr(problem_s *p) {
+  p->controls = ctrl_create(reinterpret_cast<PyObject *>(p));
+  if (p->controls == nullptr) return -1;
+  p->attributes = attr_create(reinterpret_cast<PyObject *>(p));
+  return p->attributes == nullptr ? -1 : 0;
+}
+
+// Creates the library handles; the nonlinear one stacked on the optimiser's when the
+// nonlinear solver is available (with its automatic presolve off).
+int create_handles(problem_s *p) {
+  if (NVRLcreateprob(&p->prob) != 0) {
+    p->prob = nullptr;
+    PyErr_SetString(nvpy_solver_exc, "Could not create optimization problem");
+    return -1;
+  }
+  if (nslp_state(-1) == 1) {
+    if (NSLPcreateprob(&p->slpprob, &p->prob) != 0) {
+      p->slpprob = nullptr;
+      return library_error(p);
+    }
+    if (NSLPsetintcontrol(p->slpprob, kNslpCtrlAutoPresolve, 0) != 0) return library_error(p);
+  }
+  return 0;
+}
+
+// Each problem prints its own log lines; the global routine leaves them alone.
+int register_printing(problem_s *p) {
+  if (NVRLaddcbmessage(p->prob, nvr_py_print_prob, nullptr, 1) != 0) return library_error(p);
+  if (p->slpprob != nullptr && NSLPsetcbmessage(p->slpprob, nvr_py_print_probNL, nullptr) != 0)
+    return library_error(p);
+  return 0;
+}
+
+// Loads an empty problem without the log line a load writes, keeping the user's setting.
+int load_empty(problem_s *p, const char *name) {
+  int loadlog = 0;
+  if (NVRLgetintcontrol(p->prob, kCtrlLoadLog, &loadlog) != 0 ||
+      NVRLsetintcontrol(p->prob, kCtrlLoadLog, 0) != 0)
+    return library_error(p);
+  int rc = NVRLloadlp(p->prob, name, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
+                      nullptr, nullptr, nullptr, nullptr, nullptr);
+  if (NVRLsetintcontrol(p->prob, kCtrlLoadLog, loadlog) != 0 || rc != 0) return library_error(p);
+  return 0;
+}
+
+void destroy_handles(problem_s *p) {
+  if (p->slpprob != nullptr) NSLPdestroyprob(p->slpprob);
+  p->slpprob = nullptr;
+  if (p->prob != nullptr) NVRLdestroyprob(p->prob);
+  p->prob = nullptr;
+}
+
+// Replaces the three lists by empty ones and clears the maps.
+int empty_lists_and_maps(problem_s *p) {
+  PyObject *lists[3] = {PyList_New(0), PyList_New(0), PyList_New(0)};
+  if (!lists[0] || !lists[1] || !lists[2]) {
+    for (PyObject *l : lists) Py_XDECREF(l);
+    return -1;
+  }
+  Py_XSETREF(p->vars, lists[0]);
+  Py_XSETREF(p->cons, lists[1]);
+  Py_XSETREF(p->sets, lists[2]);
+  rowcolmap_clear(p->varmap);
+  rowcolmap_clear(p->conmap);
+  rowcolmap_clear(p->sosmap);
+  return 0;
+}
+
+// The ctrl and attr objects only borrow their problem; once it goes they must not reach it.
+void detach_ctrl_attr(problem_s *p) {
+  if (p->controls != nullptr) ctrl_detach(p->controls);
+  if (p->attributes != nullptr) attr_detach(p->attributes);
+}
+
+// ----- Python-visible life cycle ----------------------------------------------------------
+
+int problem_init(PyObject *self, PyObject *args, PyObject *kwargs) {
+  problem_s *p = as_problem(self);
+  static const char *kwlist[] = {"name", "sense", nullptr};
+  const char *name = nullptr;
+  int sense = 1;
+  PyRef empty(PyTuple_New(0));
+  if (!empty || !PyArg_ParseTupleAndKeywords(empty.get(), kwargs, "|$zi",
+                                             const_cast<char **>(kwlist), &name, &sense))
+    return -1;
+  if (sense != 1 && sense != -1) {
+    PyErr_SetString(nvpy_model_exc, "Invalid optimization sense");
+    return -1;
+  }
+  if (p->prob != nullptr) {
+    // __init__ called again on a live problem: start from scratch.
+    PyErr_SetString(nvpy_model_exc, "Problem is already initialized; use reset()");
+    return -1;
+  }
+  if (p->vars == nullptr && create_lists_and_maps(p) != 0) return -1;
+  if (turnNVRLon(0) != 0) return -1;
+  p->reserved_index = -1;
+  p->objtransfer_col = p->objtransfer_row = -1;
+  p->n_nonlin_cons = p->nonlin_obj = 0;
+  if (create_handles(p) != 0) return -1;
+  if (load_empty(p, name != nullptr ? name : "noname") != 0) return -1;
+  if (p->controls == nullptr && create_ctrl_attr(p) != 0) return -1;
+  if (register_printing(p) != 0) return -1;
+  if (problem_apply_defaults(p) != 0) return -1;
+  return problem_add_elements(p, args, sense);
+}
+
+void problem_dealloc(PyObject *self) {
+  problem_s *p = as_problem(self);
+  { EnvLock wait_for_library(nvr_py_env.mtx_lib); }
+  if (p->prob != nullptr) NVRLremovecbmessage(p->prob, nvr_py_print_prob, nullptr);
+  if (p->slpprob != nullptr && NSLPdestroyprob(p->slpprob) != 0) {
+    setNvrlErrIfNull(self, nullptr);
+    PyErr_WriteUnraisable(self);
+    return;
+  }
+  p->slpprob = nullptr;
+  if (p->prob != nullptr && NVRLdestroyprob(p->prob) != 0) {
+    setNvrlErrIfNull(self, nullptr);
+    PyErr_WriteUnraisable(self);
+    return;
+  }
+  p->prob = nullptr;
+  for (PyObject *&list : p->callbacks) Py_CLEAR(list);
+  detach_ctrl_attr(p);
+  Py_CLEAR(p->controls);
+  Py_CLEAR(p->attributes);
+  Py_CLEAR(p->vars);
+  Py_CLEAR(p->cons);
+  Py_CLEAR(p->sets);
+  Py_CLEAR(p->userfuncs);
+  rowcolmap_free(&p->varmap);
+  rowcolmap_free(&p->conmap);
+  rowcolmap_free(&p->sosmap);
+  Py_TYPE(self)->tp_free(self);
+}
+
+PyObject *problem_name_string(problem_s *p) {
+  if (p->prob == nullptr) return nullptr;
+  int size = 0;
+  if (NVRLgetintattrib(p->prob, kAttrProbNameLength, &size) != 0) return nullptr;
+  char *buffer = nullptr;
+  if (nvo_MemoryAllocator_Alloc_Untyped(nvo_MemoryAllocator_DefaultHeap,
+                                        static_cast<size_t>(size > 0 ? size : 1), &buffer) != 0)
+    return PyErr_NoMemory();
+  buffer[0] = '\0';
+  PyObject *result = nullptr;
+  if (NVRLgetprobname(p->prob, buffer) == 0) result = PyUnicode_FromString(buffer);
+  nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &buffer);
+  return result;
+}
+
+PyObject *problem_str(PyObject *self) {
+  if (problem_ready(self) == nullptr) return nullptr;
+  return setNvrlErrIfNull(self, problem_name_string(as_problem(self)));
+}
+
+PyDoc_STRVAR(problem_name_doc,
+             "name()\n\nThe name of the problem.\n\nExample: print(p.name())");
+
+PyObject *problem_name(PyObject *self, PyObject *) {
+  if (problem_ready(self) == nullptr) return nullptr;
+  return setNvrlErrIfNull(self, problem_name_string(as_problem(self)));
+}
+
+PyDoc_STRVAR(problem_copy_doc,
+             "copy()\n\nA new, independent problem with the same model, controls and callbacks.\n"
+             "The copy shares the variable, constraint and set objects with this problem.\n\n"
+             "Example: q = p.copy()");
+
+PyObject *problem_copy(PyObject *self, PyObject *) {
+  problem_s *src = problem_ready(self);
+  if (src == nullptr) return nullptr;
+  PyRef result(reinterpret_cast<PyObject *>(problem_new()));
+  if (!result) return nullptr;
+  problem_s *dst = as_problem(result.get());
+  if (create_handles(dst) != 0 || register_printing(dst) != 0) return nullptr;
+  if (problem_apply_defaults(dst) != 0) return nullptr;
+  if (NVRLcopyprob(dst->prob, src->prob, "") != 0)
+    return setNvrlErrIfNull(result.get(), nullptr);
+  if (dst->slpprob != nullptr && src->slpprob != nullptr &&
+      NSLPcopyprob(dst->slpprob, src->slpprob, "") != 0)
+    return setNvrlErrIfNull(result.get(), nullptr);
+  if (NVRLcopycontrols(dst->prob, src->prob) != 0 ||
+      (dst->slpprob != nullptr && src->slpprob != nullptr &&
+       NSLPcopycontrols(dst->slpprob, src->slpprob) != 0))
+    return setNvrlErrIfNull(result.get(), nullptr);
+  rowcolmap_free(&dst->varmap);
+  rowcolmap_free(&dst->conmap);
+  rowcolmap_free(&dst->sosmap);
+  if (rowcolmap_copy(&dst->varmap, src->varmap) != 0 ||
+      rowcolmap_copy(&dst->conmap, src->conmap) != 0 ||
+      rowcolmap_copy(&dst->sosmap, src->sosmap) != 0)
+    return nullptr;
+  PyObject *pairs[3][2] = {{dst->vars, src->vars}, {dst->cons, src->cons}, {dst->sets, src->sets}};
+  for (auto &pair : pairs)
+    if (PyList_SetSlice(pair[0], 0, 0, pair[1]) != 0) return nullptr;
+  return result.release();
+}
+
+PyDoc_STRVAR(problem_reset_doc,
+             "reset()\n\nEmpties the problem: no variables, constraints, sets or objective; the\n"
+             "module's default controls are applied again. Callbacks are kept.\n\n"
+             "Example: p.reset()");
+
+PyObject *problem_reset(PyObject *self, PyObject *) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  if (empty_lists_and_maps(p) != 0) return nullptr;
+  if (p->prob != nullptr) {
+    NVRLremovecbmessage(p->prob, nvr_py_print_prob, nullptr);
+    destroy_handles(p);
+    if (create_handles(p) != 0 || register_printing(p) != 0) return nullptr;
+    if (NVRLsetprobname(p->prob, "") != 0) return setNvrlErrIfNull(self, nullptr);
+    if (load_empty(p, "") != 0) return nullptr;
+  }
+  // After the handles are new, so that the defaults land on the problem that stays.
+  if (problem_apply_defaults(p) != 0) return nullptr;
+  Py_RETURN_NONE;
+}
+
+PyMemberDef problem_members[] = {
+    {"controls", T_OBJECT_EX, offsetof(problem_s, controls), READONLY, "Problem's controls"},
+    {"attributes", T_OBJECT_EX, offsetof(problem_s, attributes), READONLY,
+     "Problem's attributes"},
+    {nullptr, 0, 0, 0, nullptr},
+};
+
+// The table assembled from the families; it lives as long as the type.
+std::vector<PyMethodDef> assembled_methods;
+
+PyDoc_STRVAR(problem_doc,
+             "problem(*elements, name=None, sense=1)\n\n"
+             "An optimization problem. Positional elements may be variables, constraints,\n"
+             "special ordered sets (also in nested lists, tuples, dictionaries or arrays),\n"
+             "one objective expression and a name string.\n\n"
+             "Example: p = nuvrel.problem(x, y, x + y <= 4, 3*x + 2*y, sense=nuvrel.maximize)");
+
+}  // namespace
+
+PyMethodDef problem_methods_lifecycle[] = {
+    {"name", problem_name, METH_NOARGS, problem_name_doc},
+    {"copy", problem_copy, METH_NOARGS, problem_copy_doc},
+    {"reset", problem_reset, METH_NOARGS, problem_reset_doc},
+    {"getlasterror", NVRL_PY_getlasterror, METH_NOARGS, NVRL_PY_getlasterror_doc},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+problem_s *problem_ready(PyObject *self) {
+  problem_s *p = as_problem(self);
+  if (p->prob == nullptr || p->vars == nullptr) {
+    PyErr_SetString(nvpy_interf_exc, "The problem has not been initialized");
+    return nullptr;
+  }
+  return p;
+}
+
+problem_s *problem_alloc() {
+  PyObject *obj = PyType_GenericAlloc(&problem_type, 0);
+  if (obj == nullptr) return nullptr;
+  problem_s *p = as_problem(obj);
+  p->reserved_index = -1;
+  p->objtransfer_col = -1;
+  p->objtransfer_row = -1;
+  return p;
+}
+
+problem_s *problem_new() {
+  problem_s *p = problem_alloc();
+  if (p == nullptr) return nullptr;
+  if (create_lists_and_maps(p) != 0 || create_ctrl_attr(p) != 0) {
+    Py_DECREF(p);
+    return nullptr;
+  }
+  return p;
+}
+
+int problem_build_method_table() {
+  PyMethodDef *families[] = {problem_methods_lifecycle, problem_methods_objects,
+                             problem_methods_solve,     problem_methods_controls,
+                             problem_methods_solution,  problem_methods_files};
+  assembled_methods.clear();
+  for (PyMethodDef *family : families)
+    for (PyMethodDef *m = family; m->ml_name != nullptr; ++m) assembled_methods.push_back(*m);
+  assembled_methods.push_back({nullptr, nullptr, 0, nullptr});
+  problem_type.tp_methods = assembled_methods.data();
+  return 0;
+}
+
+PyTypeObject problem_type = {
+    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .tp_name = "nuvrel.problem",
+    .tp_basicsize = sizeof(problem_s),
+    .tp_dealloc = problem_dealloc,
+    .tp_str = problem_str,
+    .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE,
+    .tp_doc = problem_doc,
+    .tp_members = problem_members,
+    .tp_init = problem_init,
+};

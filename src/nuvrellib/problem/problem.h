@@ -1,0 +1,54 @@
+// The problem object nuvrel.problem: the library handles, the modelling objects added to the
+// problem with their identifier-to-index maps, its controls and attributes, the callback
+// lists and the counters that tell whether the problem has become nonlinear.
+#pragma once
+
+#include <Python.h>
+
+#include <cstdint>
+
+#include "model/termmaps.h"
+#include "nvrl.h"
+
+// One callback list per callback kind.
+constexpr int NVR_PY_N_CALLBACKS = 40;
+
+struct problem_s {
+  PyObject_HEAD
+  NVRLprob prob;        // null until the problem is initialised
+  NSLPprob slpprob;     // null when the nonlinear solver is not available
+  PyObject *vars;       // list of var, index = column
+  PyObject *cons;       // list of constraint, index = row
+  PyObject *sets;       // list of sos, index = set
+  PyObject *controls;   // ctrl object of this problem
+  PyObject *attributes; // attr object of this problem
+  rowcolmap *varmap;    // variable identifier -> column
+  rowcolmap *conmap;    // constraint identifier -> row
+  rowcolmap *sosmap;    // set identifier -> set index
+  PyObject *callbacks[NVR_PY_N_CALLBACKS];  // list of [problem, callable, data, priority]
+  int32_t reserved_index;   // -1; kept for layout, never read
+  int32_t n_nonlin_cons;    // flushed constraint batches with nonlinear coefficients
+  int32_t nonlin_obj;       // 1 when the objective has a nonlinear part
+  PyObject *userfuncs;      // dict of user functions, created on first use (or null)
+  int32_t objtransfer_col;  // auxiliary objective column of a nonlinear objective, or -1
+  int32_t objtransfer_row;  // its row, or -1
+};
+
+extern PyTypeObject problem_type;
+
+inline bool problem_check(PyObject *obj) { return PyObject_TypeCheck(obj, &problem_type); }
+
+// A fresh object with null handles, -1 auxiliary indices and no lists or maps.
+problem_s *problem_alloc();
+// problem_alloc plus empty lists and maps and the ctrl and attr objects; null with an
+// exception on failure.
+problem_s *problem_new();
+
+// self as a problem whose library problem exists; null with InterfaceError "The problem has
+// not been initialized" for an object made without running __init__.
+problem_s *problem_ready(PyObject *self);
+
+// Routing rule: true when the problem must be handled by the nonlinear solver.
+inline bool problem_is_nonlinear(const problem_s *p) {
+  return p->n_nonlin_cons > 0 || p->nonlin_obj != 0;
+}

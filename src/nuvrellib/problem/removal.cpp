@@ -1,0 +1,258 @@
+// Deleting variables, constraints and sets, reading them back by position, and getIndex.
+#include "problem/removal.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "model/constraint.h"
+#include "model/sos.h"
+#include "model/var.h"
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/numpy_api.h"
+#include "module/pyref.h"
+#include "problem/problem.h"
+
+namespace {
+
+enum ObjectKind { KIND_CONSTRAINT = 0, KIND_VARIABLE = 1, KIND_SET = 2 };
+
+
+int model_error(const char *msg) {
+  PyErr_SetString(nvpy_model_exc, msg);
+  return -1;
+}
+
+PyObject *list_of(problem_s *p, ObjectKind kind) {
+  return kind == KIND_CONSTRAINT ? p->cons : kind == KIND_VARIABLE ? p->vars : p->sets;
+}
+
+rowcolmap *map_of(problem_s *p, ObjectKind kind) {
+  return kind == KIND_CONSTRAINT ? p->conmap : kind == KIND_VARIABLE ? p->varmap : p->sosmap;
+}
+
+// The identifier of obj when it is an object of the given kind.
+bool object_id(PyObject *obj, ObjectKind kind, uint64_t *id) {
+  if (kind == KIND_VARIABLE && var_check(obj)) {
+    *id = var_id(obj);
+    return true;
+  }
+  if (kind == KIND_CONSTRAINT && constraint_check(obj)) {
+    *id = con_id(obj);
+    return true;
+  }
+  if (kind == KIND_SET && sos_check(obj)) {
+    *id = static_cast<uint64_t>(sos_id(obj));
+    return true;
+  }
+  return false;
+}
+
+bool is_integer_index(PyObject *obj) {
+  return (PyLong_Check(obj) && !PyBool_Check(obj)) || PyArray_IsScalar(obj, Integer);
+}
+
+// Position of one item given as an object of the problem, an index or a name; -1 with an
+// exception set when there is none.
+int64_t single_index(problem_s *p, PyObject *item, ObjectKind kind) {
+  int64_t index = -1;
+  uint64_t id;
+  if (object_id(item, kind, &id)) {
+    if (rowcolmap_get(map_of(p, kind), id, &index) != 0) index = -1;
+  } else if (is_integer_index(item)) {
+    index = PyLong_AsLongLong(item);
+    if (index == -1 && PyErr_Occurred()) return -1;
+  } else if (PyUnicode_Check(item)) {
+    const char *name = PyUnicode_AsUTF8(item);
+    if (name == nullptr) return -1;
+    static const int name_types[] = {1, 2, 3};
+    int found = -1;
+    if (NVRLgetindex(p->prob, name_types[kind], name, &found) != 0) found = -1;
+    index = found;
+  } else {
+    PyErr_SetString(nvpy_model_exc,
+                    "Invalid index: must be an object of the problem, an integer or a name");
+    return -1;
+  }
+  if (index < 0 || index >= PyList_GET_SIZE(list_of(p, kind))) {
+    model_error("Index out of bounds");
+    return -1;
+  }
+  return index;
+}
+
+// Reads index/first/last. *single is set when index is one item (not a list).
+// 0, or -1 with an exception set.
+int parse_selection(problem_s *p, ObjectKind kind, PyObject *args, PyObject *kwargs,
+                    const char *range_msg, std::vector<int64_t> *indices, bool *single) {
+  static const char *kwlist[] = {"index", "first", "last", nullptr};
+  PyObject *index = Py_None, *first_obj = Py_None, *last_obj = Py_None;
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "|OOO", const_cast<char **>(kwlist), &index,
+                                   &first_obj, &last_obj))
+    return -1;
+  const bool has_index = index != Py_None;
+  const bool has_first = first_obj != Py_None, has_last = last_obj != Py_None;
+  if (!has_index && !has_first && !has_last)
+    return model_error("At least one parameter must be specified");
+  if (has_index && (has_first || has_last))
+    return model_error(
+        "Parameters 'first' and 'last' cannot be specified if 'index' is also specified");
+  const int64_t size = PyList_GET_SIZE(list_of(p, kind));
+  *single = false;
+  if (!has_index) {
+    long long first = 0, last = size - 1;
+    if (has_first && (first = PyLong_AsLongLong(first_obj)) == -1 && PyErr_Occurred()) return -1;
+    if (has_last && (last = PyLong_AsLongLong(last_obj)) == -1 && PyErr_Occurred()) return -1;
+    if (first < 0 || last < 0)
+      return model_error("Parameters 'first' and 'last' must be both nonnegative when specified");
+    if (first >= size || last >= size) return model_error(range_msg);
+    if (first > last) return model_error("Parameter 'first' must be less than, or equal to, 'last'");
+    for (long long i = first; i <= last; ++i) indices->push_back(i);
+    return 0;
+  }
+  if (PyList_Check(index) || PyTuple_Check(index)) {
+    for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(index); ++i) {
+      int64_t k = single_index(p, PySequence_Fast_GET_ITEM(index, i), kind);
+      if (k < 0) return -1;
+      indices->push_back(k);
+    }
+    return 0;
+  }
+  int64_t k = single_index(p, index, kind);
+  if (k < 0) return -1;
+  indices->push_back(k);
+  *single = true;
+  return 0;
+}
+
+// Removes the sorted, distinct positions from list in one pass.
+int compact_list(PyObject *list, const std::vector<int64_t> &doomed) {
+  if (doomed.size() == 1) return PySequence_DelItem(list, doomed[0]);
+  Py_ssize_t size = PyList_GET_SIZE(list), kept = 0;
+  size_t next = 0;
+  for (Py_ssize_t i = 0; i < size; ++i) {
+    if (next < doomed.size() && doomed[next] == i) {
+      ++next;
+      continue;
+    }
+    if (kept != i) {
+      PyObject *item = PyList_GET_ITEM(list, i);
+      Py_INCREF(item);
+      PyList_SetItem(list, kept, item);  // releases what was there
+    }
+    ++kept;
+  }
+  return PyList_SetSlice(list, kept, size, nullptr);
+}
+
+// Drops the entries of deleted positions and moves every other entry down by the number of
+// deleted positions below it.
+void renumber_map(rowcolmap *map, const std::vector<int64_t> &doomed) {
+  for (auto it = map->begin(); it != map->end();) {
+    auto below = std::lower_bound(doomed.begin(), doomed.end(), it->second);
+    if (below != doomed.end() && *below == it->second) {
+      it = map->erase(it);
+    } else {
+      it->second -= below - doomed.begin();
+      ++it;
+    }
+  }
+}
+
+PyObject *delete_objects(PyObject *self, PyObject *args, PyObject *kwargs, ObjectKind kind) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  std::vector<int64_t> found;
+  bool single;
+  if (parse_selection(p, kind, args, kwargs, "Parameters 'first' or 'last' are out of range",
+                      &found, &single) != 0)
+    return nullptr;
+  std::sort(found.begin(), found.end());
+  found.erase(std::unique(found.begin(), found.end()), found.end());
+  if (found.empty()) Py_RETURN_NONE;
+  std::vector<int> ind(found.begin(), found.end());
+  const int n = static_cast<int>(ind.size());
+  int rc = kind == KIND_CONSTRAINT ? NVRLdelrows(p->prob, n, ind.data())
+           : kind == KIND_VARIABLE ? NVRLdelcols(p->prob, n, ind.data())
+                                   : NVRLdelsets(p->prob, n, ind.data());
+  if (rc != 0) return setNvrlErrIfNull(self, nullptr);
+  if (compact_list(list_of(p, kind), found) != 0) return nullptr;
+  renumber_map(map_of(p, kind), found);
+  Py_RETURN_NONE;
+}
+
+PyObject *get_objects(PyObject *self, PyObject *args, PyObject *kwargs, ObjectKind kind) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  std::vector<int64_t> found;
+  bool single;
+  if (parse_selection(p, kind, args, kwargs, "Parameters 'first' and 'last' are out of range",
+                      &found, &single) != 0)
+    return nullptr;
+  PyObject *list = list_of(p, kind);
+  if (single) return Py_NewRef(PyList_GET_ITEM(list, found[0]));
+  PyRef result(PyList_New(static_cast<Py_ssize_t>(found.size())));
+  if (!result) return nullptr;
+  for (size_t i = 0; i < found.size(); ++i)
+    PyList_SET_ITEM(result.get(), i, Py_NewRef(PyList_GET_ITEM(list, found[i])));
+  return result.release();
+}
+
+}  // namespace
+
+#define SELECTION_DOC(verb, what, example)                                                 \
+  verb "(index=None, first=None, last=None)\n\n" what                                      \
+       " by position: index is one item or a list of items (objects of the problem,\n"     \
+       "integer positions or names); first and last give a range of positions.\n\n"       \
+       "Example: " example
+
+const char problem_delVariable_doc[] =
+    SELECTION_DOC("delVariable", "Deletes variables", "p.delVariable(first=2, last=4)");
+const char problem_delConstraint_doc[] =
+    SELECTION_DOC("delConstraint", "Deletes constraints", "p.delConstraint(index=[c1, c2])");
+const char problem_delSOS_doc[] =
+    SELECTION_DOC("delSOS", "Deletes special ordered sets", "p.delSOS(index=0)");
+const char problem_getVariable_doc[] =
+    SELECTION_DOC("getVariable", "Returns variables", "x = p.getVariable(index=0)");
+const char problem_getConstraint_doc[] =
+    SELECTION_DOC("getConstraint", "Returns constraints", "rows = p.getConstraint(first=0, last=9)");
+const char problem_getSOS_doc[] =
+    SELECTION_DOC("getSOS", "Returns special ordered sets", "s = p.getSOS(index=0)");
+
+PyObject *problem_delVariable(PyObject *self, PyObject *args, PyObject *kwargs) {
+  return delete_objects(self, args, kwargs, KIND_VARIABLE);
+}
+PyObject *problem_delConstraint(PyObject *self, PyObject *args, PyObject *kwargs) {
+  return delete_objects(self, args, kwargs, KIND_CONSTRAINT);
+}
+PyObject *problem_delSOS(PyObject *self, PyObject *args, PyObject *kwargs) {
+  return delete_objects(self, args, kwargs, KIND_SET);
+}
+PyObject *problem_getVariable(PyObject *self, PyObject *args, PyObject *kwargs) {
+  return get_objects(self, args, kwargs, KIND_VARIABLE);
+}
+PyObject *problem_getConstraint(PyObject *self, PyObject *args, PyObject *kwargs) {
+  return get_objects(self, args, kwargs, KIND_CONSTRAINT);
+}
+PyObject *problem_getSOS(PyObject *self, PyObject *args, PyObject *kwargs) {
+  return get_objects(self, args, kwargs, KIND_SET);
+}
+
+const char problem_getIndex_doc[] =
+    "getIndex(obj)\n\nThe position of a variable (column), constraint (row) or set in the\n"
+    "problem.\n\nExample: col = p.getIndex(x)";
+
+PyObject *problem_getIndex(PyObject *self, PyObject *obj) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  for (ObjectKind kind : {KIND_VARIABLE, KIND_CONSTRAINT, KIND_SET}) {
+    uint64_t id;
+    int64_t index;
+    if (object_id(obj, kind, &id)) {
+      if (rowcolmap_get(map_of(p, kind), id, &index) == 0) return PyLong_FromLongLong(index);
+      break;
+    }
+  }
+  PyErr_SetString(nvpy_model_exc, "Incorrect object(s) passed: need variable, constraint, or SOS");
+  return nullptr;
+}

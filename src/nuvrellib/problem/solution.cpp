@@ -1,0 +1,364 @@
+// Reading a solved problem's values back by object: primal values, slacks, duals and reduced
+// costs, for nothing (all values), one object, index or name, or nested structures of them.
+#include "problem/solution.h"
+
+#include "model/constraint.h"
+#include "model/evaluate.h"
+#include "model/sos.h"
+#include "model/termmaps.h"
+#include "model/var.h"
+#include "module/allocator.h"
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/numpy_api.h"
+#include "module/pyref.h"
+#include "problem/solve.h"
+#include "problem/walk.h"
+
+// The nonlinear solver's solution reader, bound weakly: when the library does not provide it,
+// reading a nonlinear solution fails with a message instead of the module failing to load.
+extern "C" int NSLPgetslpsol(NSLPprob slp, double x[], double slack[], double duals[],
+                             double djs[]) __attribute__((weak));
+
+namespace {
+
+constexpr int kAttrRows = 1124;
+constexpr int kAttrCols = 1214;
+constexpr int kNslpAttrRows = 11999;
+constexpr int kNslpAttrCols = 12000;
+constexpr int kNslpAttrStatus = 12044;
+
+// Name types of NVRLgetindex.
+constexpr int kNameRows = 1;
+constexpr int kNameCols = 2;
+
+inline PyObject *as_object(problem_s *p) { return reinterpret_cast<PyObject *>(p); }
+
+// Reports the library's error for p unless a more precise exception is pending. Returns -1.
+int library_error(problem_s *p) {
+  setNvrlErrIfNull(as_object(p), nullptr);
+  return -1;
+}
+
+// Raises SolverError msg unless a more precise exception is pending. Returns -1.
+int solver_error(const char *msg) {
+  if (!PyErr_Occurred()) PyErr_SetString(nvpy_solver_exc, msg);
+  return -1;
+}
+
+// A buffer of doubles from the module allocator, released on every exit path.
+class ValueBuffer {
+ public:
+  ValueBuffer() = default;
+  ValueBuffer(const ValueBuffer &) = delete;
+  ValueBuffer &operator=(const ValueBuffer &) = delete;
+  ~ValueBuffer() { nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &data_); }
+
+  // 0, or -1 with a MemoryError set.
+  int allocate(int n) {
+    // One spare slot keeps the pointer non-null for an empty problem, where null would tell
+    // the library not to fill the array at all.
+    size_t bytes = (static_cast<size_t>(n) + 1) * sizeof(double);
+    if (nvo_MemoryAllocator_Alloc_Untyped(nvo_MemoryAllocator_DefaultHeap, bytes, &data_) != 0) {
+      PyErr_NoMemory();
+      return -1;
+    }
+    return 0;
+  }
+  double *data() const { return data_; }
+
+ private:
+  double *data_ = nullptr;
+};
+
+int nslp_getslpsol(NSLPprob slp, double *x, double *slack, double *duals, double *djs) {
+  if (NSLPgetslpsol == nullptr) {
+    PyErr_SetString(nvpy_solver_exc, "The solver library cannot report nonlinear solutions");
+    return -1;
+  }
+  return NSLPgetslpsol(slp, x, slack, duals, djs);
+}
+
+// --- readers: each fills one array of n doubles -----------------------------------------
+
+using Reader = int (*)(problem_s *p, bool use_nslp, double *values);
+
+int read_slack(problem_s *p, bool use_nslp, double *slack) {
+  if (use_nslp) {
+    if (nslp_getslpsol(p->slpprob, nullptr, slack, nullptr, nullptr) != 0)
+      return solver_error("Could not get constraints' slack");
+    return 0;
+  }
+  int is_mip = problem_is_mip(p);
+  if (is_mip < 0) return -1;
+  int rc = is_mip ? NVRLgetmipsol(p->prob, nullptr, slack)
+                  : NVRLgetlpsol(p->prob, nullptr, slack, nullptr, nullptr);
+  return rc != 0 ? solver_error("Could not get constraints' slack") : 0;
+}
+
+int read_duals(problem_s *p, bool use_nslp, double *duals) {
+  if (use_nslp) {
+    if (nslp_getslpsol(p->slpprob, nullptr, nullptr, duals, nullptr) != 0)
+      return solver_error("Could not get dual solution");
+    return 0;
+  }
+  int is_mip = problem_is_mip(p);
+  if (is_mip < 0) return -1;
+  if (is_mip) return solver_error("Cannot retrieve dual variables in a MIP");
+  if (NVRLgetlpsol(p->prob, nullptr, nullptr, duals, nullptr) != 0)
+    return solver_error("Could not get dual solution");
+  return 0;
+}
+
+int read_rcosts(problem_s *p, bool use_nslp, double *djs) {
+  if (use_nslp) {
+    if (nslp_getslpsol(p->slpprob, nullptr, nullptr, nullptr, djs) != 0)
+      return solver_error("Could not retrieve reduced costs");
+    return 0;
+  }
+  int is_mip = problem_is_mip(p);
+  if (is_mip < 0) return -1;
+  if (is_mip) return solver_error("Cannot retrieve reduced cost in a MIP");
+  if (NVRLgetlpsol(p->prob, nullptr, nullptr, nullptr, djs) != 0)
+    return solver_error("Could not retrieve reduced costs");
+  return 0;
+}
+
+// --- shaping the result -----------------------------------------------------------------
+
+bool is_integer_object(PyObject *obj) {
+  return PyLong_Check(obj) || PyArray_IsScalar(obj, Integer);
+}
+
+// A name or a plain object is one value; lists, tuples, dictionaries, arrays, other
+// sequences and iterators are walked.
+bool is_single(PyObject *obj) {
+  if (PyUnicode_Check(obj) || PyBytes_Check(obj)) return true;
+  return !(PyList_Check(obj) || PyTuple_Check(obj) || PyDict_Check(obj) ||
+           PySequence_Check(obj) || PyIter_Check(obj));
+}
+
+int index_out_of_range() {
+  PyErr_SetString(nvpy_model_exc, "Index out of range");
+  return -1;
+}
+
+// The row (rows true) or column index of one leaf, checked against n. 0 and *index, or -1
+// with an exception set.
+int object_index(PyObject *obj, problem_s *p, bool rows, int n, int64_t *index) {
+  const rowcolmap *map = nullptr;
+  uint64_t id = 0;
+  if (!rows && var_check(obj)) {
+    map = p->varmap;
+    id = var_id(obj);
+  } else if (rows && constraint_check(obj)) {
+    map = p->conmap;
+    id = con_id(obj);
+  } else if (rows && sos_check(obj)) {
+    map = p->sosmap;
+    id = static_cast<uint64_t>(sos_id(obj));
+  }
+  if (map != nullptr) {
+    if (rowcolmap_get(map, id, index) != 0 || *index >= n) return index_out_of_range();
+    return 0;
+  }
+
+  if (PyUnicode_Check(obj) || PyBytes_Check(obj)) {
+    const char *name =
+        PyUnicode_Check(obj) ? PyUnicode_AsUTF8(obj) : PyBytes_AsString(obj);
+    if (name == nullptr) return -1;
+    int found = -1;
+    if (NVRLgetindex(p->prob, rows ? kNameRows : kNameCols, name, &found) != 0 || found >= n)
+      return index_out_of_range();
+    *index = found;
+    return 0;
+  }
+
+  if (is_integer_object(obj)) {
+    PyRef as_int(PyNumber_Index(obj));
+    if (!as_int) return -1;
+    long long value = PyLong_AsLongLong(as_int.get());
+    if (value == -1 && PyErr_Occurred()) {
+      // Too large for any index.
+      PyErr_Clear();
+      return index_out_of_range();
+    }
+    if (value < 0 || value >= n) return index_out_of_range();
+    *index = value;
+    return 0;
+  }
+
+  PyErr_SetString(nvpy_model_exc,
+                  "Incorrect object(s) passed: need index, variable, constraint, or SOS");
+  return -1;
+}
+
+// Shapes n values for args: nothing gives all values as a list, one single object one float,
+// anything else a flat list with one float per leaf in walk order.
+PyObject *problem_getVector(problem_s *p, PyObject *args, int n, const double *values,
+                            bool rows) {
+  Py_ssize_t nargs = PyTuple_GET_SIZE(args);
+  if (nargs == 0) {
+    PyRef list(PyList_New(n));
+    if (!list) return nullptr;
+    for (int i = 0; i < n; ++i) {
+      PyObject *v = PyFloat_FromDouble(values[i]);
+      if (v == nullptr) return nullptr;
+      PyList_SET_ITEM(list.get(), i, v);
+    }
+    return list.release();
+  }
+
+  if (nargs == 1 && is_single(PyTuple_GET_ITEM(args, 0))) {
+    int64_t index = 0;
+    if (object_index(PyTuple_GET_ITEM(args, 0), p, rows, n, &index) != 0) return nullptr;
+    return PyFloat_FromDouble(values[index]);
+  }
+
+  PyRef list(PyList_New(0));
+  if (!list) return nullptr;
+  int rc = nvo_walk_args(args, [&](PyObject *leaf) {
+    int64_t index = 0;
+    if (object_index(leaf, p, rows, n, &index) != 0) return -1;
+    PyRef v(PyFloat_FromDouble(values[index]));
+    if (!v) return -1;
+    return PyList_Append(list.get(), v.get());
+  });
+  return rc == 0 ? list.release() : nullptr;
+}
+
+// Shared body of the four methods: reads the vector with reader and shapes it for args.
+PyObject *problem_getResult(problem_s *p, PyObject *args, bool rows, Reader reader) {
+  int use = use_nslp_solution(p);
+  if (use < 0) return nullptr;
+  int n = 0;
+  if (problem_solution_length(p, use != 0, rows, &n) != 0) return nullptr;
+  ValueBuffer values;
+  if (values.allocate(n) != 0) return nullptr;
+  if (reader(p, use != 0, values.data()) != 0) return nullptr;
+  return problem_getVector(p, args, n, values.data(), rows);
+}
+
+// Every method needs the library problem; an object that was never initialised has none.
+problem_s *initialised(PyObject *self) {
+  problem_s *p = reinterpret_cast<problem_s *>(self);
+  if (p->prob == nullptr) {
+    PyErr_SetString(nvpy_interf_exc, "Problem is not initialized");
+    return nullptr;
+  }
+  return p;
+}
+
+}  // namespace
+
+int use_nslp_solution(problem_s *p) {
+  if (p->slpprob == nullptr || nslp_state(-1) != 1) return 0;
+  if (problem_is_nonlinear(p)) return 1;
+  int status = 0;
+  if (NSLPgetintattrib(p->slpprob, kNslpAttrStatus, &status) != 0) return library_error(p);
+  return status >= 1 && status <= 6 ? 1 : 0;
+}
+
+int problem_solution_length(problem_s *p, bool use_nslp, bool rows, int *n) {
+  int rc = use_nslp ? NSLPgetintattrib(p->slpprob, rows ? kNslpAttrRows : kNslpAttrCols, n)
+                    : NVRLgetintattrib(p->prob, rows ? kAttrRows : kAttrCols, n);
+  return rc != 0 ? library_error(p) : 0;
+}
+
+int problem_spec_getSolution(problem_s *p, bool use_nslp, double *x) {
+  if (use_nslp)
+    return nslp_getslpsol(p->slpprob, x, nullptr, nullptr, nullptr) != 0 ? library_error(p) : 0;
+  int is_mip = problem_is_mip(p);
+  if (is_mip < 0) return -1;
+  int rc = is_mip ? NVRLgetmipsol(p->prob, x, nullptr)
+                  : NVRLgetlpsol(p->prob, x, nullptr, nullptr, nullptr);
+  return rc != 0 ? library_error(p) : 0;
+}
+
+PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) {
+  problem_s *p = initialised(self);
+  if (p == nullptr) return nullptr;
+  static const char *kwlist[] = {"flatten", nullptr};
+  PyObject *flatten_arg = nullptr;
+  PyRef no_positional(PyTuple_New(0));
+  if (!no_positional ||
+      !PyArg_ParseTupleAndKeywords(no_positional.get(), kwargs, "|$O",
+                                   const_cast<char **>(kwlist), &flatten_arg))
+    return nullptr;
+  int flatten = flatten_arg != nullptr ? PyObject_IsTrue(flatten_arg) : 0;
+  if (flatten < 0) return nullptr;
+
+  if (PyTuple_GET_SIZE(args) == 0 || flatten)
+    return setNvrlErrIfNull(self, problem_getResult(p, args, false, problem_spec_getSolution));
+
+  // Objects and structures of them: evaluated at the solution, in the shape given.
+  int use = use_nslp_solution(p);
+  if (use < 0) return nullptr;
+  int length = 0;
+  Py_ssize_t columns = 0;
+  if (problem_solution_length(p, use != 0, false, &length) != 0 ||
+      nvo_eval_problem_columns(p, &columns) != 0)
+    return nullptr;
+  ValueBuffer x;
+  if (x.allocate(columns > length ? static_cast<int>(columns) : length) != 0) return nullptr;
+  if (problem_spec_getSolution(p, use != 0, x.data()) != 0) return nullptr;
+  nvo_eval_context ctx;
+  ctx.problem = p;
+  ctx.values = x.data();
+  ctx.n = columns;
+  return setNvrlErrIfNull(self, scan_args_expressions(args, &ctx, 1));
+}
+
+PyObject *problem_getSlack(PyObject *self, PyObject *args) {
+  problem_s *p = initialised(self);
+  if (p == nullptr) return nullptr;
+  return setNvrlErrIfNull(self, problem_getResult(p, args, true, read_slack));
+}
+
+PyObject *problem_getDual(PyObject *self, PyObject *args) {
+  problem_s *p = initialised(self);
+  if (p == nullptr) return nullptr;
+  return setNvrlErrIfNull(self, problem_getResult(p, args, true, read_duals));
+}
+
+PyObject *problem_getRCost(PyObject *self, PyObject *args) {
+  problem_s *p = initialised(self);
+  if (p == nullptr) return nullptr;
+  return setNvrlErrIfNull(self, problem_getResult(p, args, false, read_rcosts));
+}
+
+PyDoc_STRVAR(problem_getSolution_doc,
+             "getSolution(*args, flatten=False)\n\n"
+             "Values of the last solution. With no argument, a list with one value per\n"
+             "variable. With one variable, index or name, its value. With expressions or\n"
+             "structures of objects (lists, tuples, dictionaries, arrays), their values in the\n"
+             "same shape; flatten=True gives a flat list of the values of the leaves instead.\n\n"
+             "Example: p.getSolution(x), p.getSolution({'a': x, 'b': x + 2*y})");
+
+PyDoc_STRVAR(problem_getSlack_doc,
+             "getSlack(*args)\n\n"
+             "Slacks of the constraints in the last solution: all of them as a list, one value\n"
+             "for one constraint, index or name, or a flat list for a structure of them.\n\n"
+             "Example: p.getSlack(c1), p.getSlack('c1'), p.getSlack([c1, c2])");
+
+PyDoc_STRVAR(problem_getDual_doc,
+             "getDual(*args)\n\n"
+             "Dual values of the constraints in the last LP solution, shaped as for\n"
+             "getSlack. Not available for a problem with integer variables or sets.\n\n"
+             "Example: p.getDual(c1)");
+
+PyDoc_STRVAR(problem_getRCost_doc,
+             "getRCost(*args)\n\n"
+             "Reduced costs of the variables in the last LP solution: all of them as a list,\n"
+             "one value for one variable, index or name, or a flat list for a structure of\n"
+             "them. Not available for a problem with integer variables or sets.\n\n"
+             "Example: p.getRCost(x)");
+
+PyMethodDef problem_methods_solution[] = {
+    {"getSolution", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getSolution)),
+     METH_VARARGS | METH_KEYWORDS, problem_getSolution_doc},
+    {"getSlack", problem_getSlack, METH_VARARGS, problem_getSlack_doc},
+    {"getDual", problem_getDual, METH_VARARGS, problem_getDual_doc},
+    {"getRCost", problem_getRCost, METH_VARARGS, problem_getRCost_doc},
+    {nullptr, nullptr, 0, nullptr},
+};

@@ -1,0 +1,302 @@
+// Objective, solve and the outcome of a solve: setObjective, solve, getProbStatus,
+// getProbStatusString, getObjVal.
+#include "problem/solve.h"
+
+#include <cstring>
+#include <vector>
+
+#include "model/dispatch.h"
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/numpy_api.h"
+#include "module/pyref.h"
+#include "module/sigint.h"
+#include "nonlinear/convert.h"
+#include "problem/walk.h"
+#include "problem/method_families.h"
+
+namespace {
+
+constexpr int kAttrMipEnts = 1032, kAttrSets = 1004, kAttrGenCons = 1327,
+              kAttrIndicators = 1325;
+constexpr int kAttrLpStatus = 1010, kAttrMipStatus = 1011;
+constexpr int kAttrLpObjVal = 2001, kAttrMipObjVal = 2003;
+constexpr int kAttrCols = 1214;
+constexpr int kLpNonconvex = 8;
+constexpr int kNslpCtrlObjSense = 12146;
+
+
+int library_error(problem_s *p) {
+  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+  return -1;
+}
+
+// Nonlinear content cannot be created yet, so a problem that claims it is refused plainly.
+int nonlinear_unavailable() {
+  PyErr_SetString(nvpy_model_exc,
+                  "Nonlinear expressions cannot be passed to the solver in this version");
+  return -1;
+}
+
+// Zeroes the linear objective, its constant and the quadratic objective.
+int clear_objective(problem_s *p) {
+  int ncols = 0;
+  if (NVRLgetintattrib(p->prob, kAttrCols, &ncols) != 0) return library_error(p);
+  const int constant_col = -1;
+  const double zero = 0.0;
+  if (NVRLchgobj(p->prob, 1, &constant_col, &zero) != 0) return library_error(p);
+  if (ncols == 0) return 0;
+  std::vector<int> cols(static_cast<size_t>(ncols));
+  for (int j = 0; j < ncols; ++j) cols[j] = j;
+  std::vector<double> zeros(static_cast<size_t>(ncols), 0.0);
+  if (NVRLchgobj(p->prob, ncols, cols.data(), zeros.data()) != 0) return library_error(p);
+
+  NVRLint64 nq = 0;
+  if (NVRLgetmqobj64(p->prob, nullptr, nullptr, nullptr, 0, &nq, 0, ncols - 1) != 0)
+    return library_error(p);
+  if (nq == 0) return 0;
+  std::vector<NVRLint64> start(static_cast<size_t>(ncols) + 1);
+  std::vector<int> other(static_cast<size_t>(nq));
+  std::vector<double> value(static_cast<size_t>(nq));
+  if (NVRLgetmqobj64(p->prob, start.data(), other.data(), value.data(), nq, &nq, 0,
+                     ncols - 1) != 0)
+    return library_error(p);
+  std::vector<int> col1(static_cast<size_t>(nq)), col2(static_cast<size_t>(nq));
+  for (int j = 0; j < ncols; ++j)
+    for (NVRLint64 k = start[j]; k < start[j + 1]; ++k) {
+      col1[k] = other[k];
+      col2[k] = j;
+    }
+  std::fill(value.begin(), value.end(), 0.0);
+  if (NVRLchgmqobj64(p->prob, nq, col1.data(), col2.data(), value.data()) != 0)
+    return library_error(p);
+  return 0;
+}
+
+int int_attrib(problem_s *p, int id, int *value) {
+  if (NVRLgetintattrib(p->prob, id, value) != 0) return library_error(p);
+  return 0;
+}
+
+// The status number of the last solve, read as getProbStatus does.
+int read_status(problem_s *p, int *is_mip, int *status) {
+  *is_mip = problem_is_mip(p);
+  if (*is_mip < 0) return -1;
+  return int_attrib(p, *is_mip ? kAttrMipStatus : kAttrLpStatus, status);
+}
+
+const char *status_name(int status, bool mip) {
+  static const char *const lp[] = {"lp_unstarted", "lp_optimal",    "lp_infeas",
+                                   "lp_cutoff",    "lp_unfinished", "lp_unbounded",
+                                   "lp_cutoff_in_dual", "lp_unsolved", "lp_nonconvex"};
+  static const char *const mip_names[] = {
+      "mip_not_loaded", "mip_lp_not_optimal", "mip_lp_optimal", "mip_no_sol_found",
+      "mip_solution",   "mip_infeas",         "mip_optimal",    "mip_unbounded",
+      "mip_unknown"};
+  if (status < 0 || status > 8) return mip ? "mip_unknown" : "lp_unknown";
+  return mip ? mip_names[status] : lp[status];
+}
+
+PyDoc_STRVAR(problem_setObjective_doc,
+             "setObjective(objective, sense=nuvrel.minimize)\n\n"
+             "Replaces the objective by a variable or a linear or quadratic expression, to be\n"
+             "minimized (sense=nuvrel.minimize) or maximized (sense=nuvrel.maximize).\n\n"
+             "Example: p.setObjective(3*x + 2*y - x*x, sense=nuvrel.maximize)");
+
+PyObject *problem_setObjective(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kwlist[] = {"objective", "sense", nullptr};
+  PyObject *objective = nullptr;
+  int sense = 1;
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "O|i", const_cast<char **>(kwlist), &objective,
+                                   &sense))
+    return nullptr;
+  problem_s *p = problem_ready(self);
+  if (p == nullptr || problem_setObjective_obj(p, objective, sense) != 0) return nullptr;
+  Py_RETURN_NONE;
+}
+
+PyDoc_STRVAR(problem_solve_doc,
+             "solve(flags=None)\n\n"
+             "Solves the problem with the linear, mixed-integer or quadratic optimizer, as its\n"
+             "content requires. flags is an optional string of solver flags: 'p' primal\n"
+             "simplex, 'd' dual simplex, 'b' barrier. Ctrl-C stops the solve with its best\n"
+             "answer so far.\n\n"
+             "Example: p.solve(); print(p.getProbStatusString(), p.getObjVal())");
+
+PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  static const char *kwlist[] = {"flags", nullptr};
+  PyObject *flags_obj = Py_None;
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "|O", const_cast<char **>(kwlist), &flags_obj))
+    return nullptr;
+  const int is_mip = problem_is_mip(p);
+  if (is_mip < 0) return nullptr;
+  const char *flags = nullptr;
+  if (flags_obj != Py_None) {
+    if (PyUnicode_Check(flags_obj)) {
+      flags = PyUnicode_AsUTF8(flags_obj);
+    } else if (PyBytes_Check(flags_obj)) {
+      flags = PyBytes_AS_STRING(flags_obj);
+    } else {
+      PyErr_SetString(nvpy_interf_exc, "The optional 'flags' parameter should be a string");
+      return nullptr;
+    }
+    if (flags == nullptr) return nullptr;
+  }
+  if (problem_is_nonlinear(p)) {
+    nonlinear_unavailable();
+    return nullptr;
+  }
+  int rc;
+  setSigIntHandler();
+  Py_BEGIN_ALLOW_THREADS
+  rc = is_mip ? NVRLmipoptimize(p->prob, flags) : NVRLlpoptimize(p->prob, flags);
+  Py_END_ALLOW_THREADS
+  resetSigIntHandler();
+  if (PyErr_Occurred()) return nullptr;  // raised by a callback during the solve
+  if (rc == 0) Py_RETURN_NONE;
+  int status = 0;
+  if (int_attrib(p, is_mip ? kAttrMipStatus : kAttrLpStatus, &status) != 0) return nullptr;
+  if (status == kLpNonconvex) {
+    PyErr_SetString(nvpy_solver_exc,
+                    "The problem was determined to be nonconvex, and the optimizer cannot solve "
+                    "it. Call nlpoptimize() to find a solution using SLP");
+    return nullptr;
+  }
+  // Any other failure returns without an exception of its own; the interpreter reports it.
+  return nullptr;
+}
+
+PyDoc_STRVAR(problem_getProbStatus_doc,
+             "getProbStatus()\n\nThe status of the last solve as a number (nuvrel.lp_optimal,\n"
+             "nuvrel.mip_optimal, ...).\n\nExample: if p.getProbStatus() == nuvrel.lp_optimal: ...");
+
+PyObject *problem_getProbStatus(PyObject *self, PyObject *) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  if (problem_is_nonlinear(p)) {
+    nonlinear_unavailable();
+    return nullptr;
+  }
+  int is_mip, status;
+  if (read_status(p, &is_mip, &status) != 0) return nullptr;
+  return PyLong_FromLong(status);
+}
+
+PyDoc_STRVAR(problem_getProbStatusString_doc,
+             "getProbStatusString()\n\nThe status of the last solve as a name ('lp_optimal',\n"
+             "'mip_optimal', ...).\n\nExample: print(p.getProbStatusString())");
+
+PyObject *problem_getProbStatusString(PyObject *self, PyObject *) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  if (problem_is_nonlinear(p)) {
+    nonlinear_unavailable();
+    return nullptr;
+  }
+  int is_mip, status;
+  if (read_status(p, &is_mip, &status) != 0) return nullptr;
+  return PyUnicode_FromString(status_name(status, is_mip != 0));
+}
+
+PyDoc_STRVAR(problem_getObjVal_doc,
+             "getObjVal()\n\nThe objective value of the last solve.\n\n"
+             "Example: print(p.getObjVal())");
+
+PyObject *problem_getObjVal(PyObject *self, PyObject *) {
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  if (problem_is_nonlinear(p)) {
+    nonlinear_unavailable();
+    return nullptr;
+  }
+  const int is_mip = problem_is_mip(p);
+  if (is_mip < 0) return nullptr;
+  double value = 0.0;
+  if (NVRLgetdblattrib(p->prob, is_mip ? kAttrMipObjVal : kAttrLpObjVal, &value) != 0)
+    return setNvrlErrIfNull(self, nullptr);
+  return PyFloat_FromDouble(value);
+}
+
+#define KW_METHOD(f) reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(f))
+
+}  // namespace
+
+int problem_is_mip(problem_s *p) {
+  for (int id : {kAttrMipEnts, kAttrSets, kAttrGenCons, kAttrIndicators}) {
+    int n = 0;
+    if (int_attrib(p, id, &n) != 0) return -1;
+    if (n != 0) return 1;
+  }
+  return 0;
+}
+
+int check_nl_unconstruct(problem_s *p) {
+  if (!problem_is_nonlinear(p) || nslp_state(-1) != 1) return 0;
+  return nonlinear_unavailable();
+}
+
+int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
+  if (sense != 1 && sense != -1) {
+    PyErr_SetString(nvpy_model_exc, "Invalid optimization sense");
+    return -1;
+  }
+  PyRef objective = PyRef::borrow(obj);
+  if (nvo_is_array(obj)) {
+    if (PyArray_SIZE(reinterpret_cast<PyArrayObject *>(obj)) > 1) {
+      PyErr_SetString(nvpy_model_exc,
+                      "Only one objective can be set, passed a sequence or NumPy array");
+      return -1;
+    }
+    objective = PyRef(nvo_array_first_item(obj));
+    if (!objective) return -1;
+  }
+  if (nvo_kind_noraise(objective.get()) < 0) {
+    PyErr_SetString(nvpy_model_exc, "Invalid object set as objective");
+    return -1;
+  }
+  nvo_converted converted;
+  // Converted before anything changes, so that a refused objective leaves the old one.
+  if (convertExpr(p, objective.get(), &converted) != 0) return -1;
+  if (check_nl_unconstruct(p) != 0) return -1;
+  if (clear_objective(p) != 0) return -1;
+
+  if (converted.constant != 0.0) {
+    const int constant_col = -1;
+    const double value = -converted.constant;
+    if (NVRLchgobj(p->prob, 1, &constant_col, &value) != 0) return library_error(p);
+  }
+  const size_t nl = converted.lin_col.size();
+  if (nl > 0) {
+    if (NVRLchgobj(p->prob, static_cast<int>(nl), converted.lin_col.data(),
+                   converted.lin_coef.data()) != 0)
+      return library_error(p);
+  }
+  const size_t nq = converted.quad_col1.size();
+  if (nq > 0) {
+    std::vector<double> q(nq);
+    for (size_t k = 0; k < nq; ++k)
+      q[k] = nvo_obj_qcoef(converted.quad_col1[k], converted.quad_col2[k],
+                           converted.quad_coef[k]);
+    if (NVRLchgmqobj64(p->prob, static_cast<NVRLint64>(nq), converted.quad_col1.data(),
+                       converted.quad_col2.data(), q.data()) != 0)
+      return library_error(p);
+  }
+  if (NVRLchgobjsense(p->prob, sense == 1 ? 1 : -1) != 0) return library_error(p);
+  if (p->slpprob != nullptr && nslp_state(-1) == 1 &&
+      NSLPsetdblcontrol(p->slpprob, kNslpCtrlObjSense, sense == 1 ? 1.0 : -1.0) != 0)
+    return library_error(p);
+  return 0;
+}
+
+PyMethodDef problem_methods_solve[] = {
+    {"setObjective", KW_METHOD(problem_setObjective), METH_VARARGS | METH_KEYWORDS,
+     problem_setObjective_doc},
+    {"solve", KW_METHOD(problem_solve), METH_VARARGS | METH_KEYWORDS, problem_solve_doc},
+    {"getProbStatus", problem_getProbStatus, METH_NOARGS, problem_getProbStatus_doc},
+    {"getProbStatusString", problem_getProbStatusString, METH_NOARGS,
+     problem_getProbStatusString_doc},
+    {"getObjVal", problem_getObjVal, METH_NOARGS, problem_getObjVal_doc},
+    {nullptr, nullptr, 0, nullptr},
+};

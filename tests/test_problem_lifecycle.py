@@ -1,0 +1,200 @@
+"""Problem construction from positional elements, copy, reset, name and module defaults."""
+
+import gc
+
+import numpy as np
+import pytest
+
+
+@pytest.fixture(autouse=True)
+def quiet(nv, output_switch):
+    nv.setOutputEnabled(False)
+
+
+def nested(obj, depth):
+    for _ in range(depth):
+        obj = [obj]
+    return obj
+
+
+def test_constructor_adds_elements_in_order_and_sets_the_objective(nv):
+    x, y = nv.var(ub=4, name="x"), nv.var(ub=3, name="y")
+    c = x + y <= 5
+    p = nv.problem([x, (y,)], {"cap": c}, x + 2 * y, "model", sense=nv.maximize)
+    assert p.name() == "model" and str(p) == "model"
+    assert p.getVariable(first=0) == [x, y]
+    assert p.getConstraint(index=0) is c
+    p.solve()
+    # x + y <= 5 with y <= 3: y = 3, x = 2, objective 8.
+    assert p.getObjVal() == pytest.approx(8)
+
+
+def test_a_variable_given_again_becomes_the_objective(nv):
+    x = nv.var(ub=7)
+    p = nv.problem(x, x, sense=nv.maximize)
+    assert p.attributes.columns == 1
+    p.solve()
+    assert p.getObjVal() == pytest.approx(7)
+
+
+def test_positional_name_wins_over_keyword(nv):
+    assert nv.problem("positional", name="keyword").name() == "positional"
+    assert nv.problem(name="keyword").name() == "keyword"
+    assert nv.problem().name() == "noname"
+
+
+def test_generator_element_is_consumed_by_the_declaration_walk(nv):
+    # The walk that classifies a generator consumes it: only its last item is added.
+    xs = [nv.var() for _ in range(3)]
+    p = nv.problem(v for v in xs)
+    assert p.getVariable(first=0) == [xs[-1]]
+
+
+@pytest.mark.parametrize(
+    "args, kwargs, message",
+    [
+        ((), {"sense": 0}, "Invalid optimization sense"),
+        (("a", "b"), {}, "More than one string passed in problem declaration"),
+        ("two_objectives", {}, "At most one expression can be used as an objective function"),
+        ("objective_in_list", {}, "Incorrect way of defining an objective function"),
+        ((3,), {}, "Erroneous problem declaration; argument contained object"),
+        ("mixed", {}, "Erroneous problem declaration"),
+        ("deep", {}, r"Maximum recursion \(inclusion\) level reached"),
+        ("array", {}, "Only one objective can be set, but a sequence or NumPy array"),
+    ],
+)
+def test_constructor_errors(nv, args, kwargs, message):
+    x, y = nv.var(), nv.var()
+    args = {
+        "two_objectives": (x, y, x + y, x - y),
+        "objective_in_list": (x, [x + y]),
+        "mixed": ([x, x + y <= 1],),
+        "deep": (nested(x, 33),),
+        "array": (x, y, np.array([x + y, x - y], dtype=object)),
+    }.get(args, args)
+    with pytest.raises(nv.ModelError, match=message):
+        nv.problem(*args, **kwargs)
+
+
+def test_nesting_up_to_the_limit_is_walked(nv):
+    x = nv.var()
+    p = nv.problem(nested(x, 32))
+    assert p.getIndex(x) == 0
+
+
+def test_copy_shares_objects_but_not_the_model(nv):
+    x, y = nv.var(ub=2), nv.var(ub=3)
+    c = x + y <= 4
+    p = nv.problem(x, y, c, x + y, sense=nv.maximize, name="orig")
+    p.controls.threads = 1
+    q = p.copy()
+    assert q.getVariable(first=0) == [x, y] and q.getConstraint(index=0) is c
+    assert q.name() == "orig" and q.controls.threads == 1
+    z = nv.var(ub=10)
+    q.addVariable(z)
+    q.setObjective(z, sense=nv.maximize)
+    q.delConstraint(index=c)
+    assert p.attributes.columns == 2 and p.getIndex(c) == 0
+    p.solve()
+    q.solve()
+    assert p.getObjVal() == pytest.approx(4)
+    assert q.getObjVal() == pytest.approx(10)
+    with pytest.raises(nv.ModelError):
+        p.getIndex(z)
+
+
+def test_reset_empties_the_problem_and_keeps_the_object(nv):
+    x = nv.var(ub=1)
+    p = nv.problem(x, x <= 0.5, x, name="before")
+    controls = p.controls
+    p.reset()
+    assert p.name() == ""
+    assert p.attributes.rows == 0 and p.attributes.columns == 0
+    with pytest.raises(nv.ModelError):
+        p.getIndex(x)
+    assert p.controls is controls
+    p.addVariable(x)  # x is no longer in the problem, so it may come back
+    p.setObjective(x, sense=nv.maximize)
+    p.solve()
+    assert p.getObjVal() == pytest.approx(1)
+
+
+def test_controls_object_outliving_its_problem_refuses_access(nv):
+    controls = nv.problem().controls
+    gc.collect()
+    with pytest.raises(nv.InterfaceError, match="no longer exists"):
+        controls.threads
+
+
+def test_module_defaults_apply_to_new_copied_and_reset_problems(run_python):
+    run_python(
+        """
+        import nuvrel as nv
+        nv.setOutputEnabled(False)
+        old = nv.problem()
+        nv.controls.threads = 3
+        nv.controls.MIPTOL = 1e-7
+        assert nv.controls.threads == 3
+        new = nv.problem()
+        assert (new.controls.threads, new.controls.miptol) == (3, 1e-7)
+        assert old.controls.threads == 0
+        old.controls.threads = 2
+        copy = old.copy()
+        assert copy.controls.threads == 2   # the source's controls win in a copy
+        old.reset()
+        assert old.controls.threads == 3
+        nv.setdefaults()
+        fresh = nv.problem()
+        assert fresh.controls.threads == 0
+        """
+    )
+
+
+def test_module_default_with_wrong_type_is_refused(nv):
+    with pytest.raises(nv.ModelError, match="Cannot set non-integer value to an integer control"):
+        nv.controls.threads = "many"
+    with pytest.raises(nv.InterfaceError, match="Incorrect control name"):
+        nv.controls.no_such_control = 1
+
+
+def test_problem_log_lines_are_printed_once(run_python):
+    out = run_python(
+        """
+        import nuvrel as nv
+        x = nv.var(ub=1)
+        p = nv.problem(x, x, name="printed_once")
+        p.solve()
+        """
+    ).stdout
+    lines = [l for l in out.splitlines() if "printed_once" in l]
+    assert lines and len(lines) == len(set(lines))
+
+
+def test_problems_release_every_reference_they_take(nv):
+    import sys
+
+    x, y = nv.var(), nv.var()
+    c, s = x + y <= 1, nv.sos([x, y], [1, 2])
+    before = [sys.getrefcount(o) for o in (x, y, c, s)]
+    for _ in range(20):
+        p = nv.problem(x, y, c, s, x + y)
+        q = p.copy()
+        q.delVariable(index=0)
+        p.getVariable(index=[0, 1])
+        p.reset()
+        del p, q
+    gc.collect()
+    assert [sys.getrefcount(o) for o in (x, y, c, s)] == before
+
+
+@pytest.mark.parametrize(
+    "use",
+    [str, lambda p: p.name(), lambda p: p.copy(), lambda p: p.reset(),
+     lambda p: p.addVariable(), lambda p: p.addConstraint(), lambda p: p.delVariable(index=0),
+     lambda p: p.getIndex(0), lambda p: p.setObjective(1), lambda p: p.solve(),
+     lambda p: p.getProbStatus(), lambda p: p.getControl("threads")],
+)
+def test_a_problem_made_without_init_refuses_use(nv, use):
+    p = nv.problem.__new__(nv.problem)
+    with pytest.raises(nv.InterfaceError, match="The problem has not been initialized"):
+        use(p)

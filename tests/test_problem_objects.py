@@ -1,0 +1,275 @@
+"""Adding, deleting and looking up variables, constraints, sets and indicators: the problem's
+lists and index maps must stay in step with the solver's columns, rows and sets."""
+
+import numpy as np
+import pytest
+
+
+@pytest.fixture(autouse=True)
+def quiet(nv, output_switch):
+    nv.setOutputEnabled(False)
+
+
+def assert_in_step(p, nv):
+    """Every object's index is its list position, and the solver has as many items."""
+    variables = p.getVariable(first=0) if p.attributes.columns else []
+    constraints = p.getConstraint(first=0) if p.attributes.rows else []
+    assert len(variables) == p.attributes.columns
+    assert len(constraints) == p.attributes.rows
+    assert [p.getIndex(v) for v in variables] == list(range(len(variables)))
+    assert [p.getIndex(c) for c in constraints] == list(range(len(constraints)))
+
+
+def test_variables_keep_their_bounds_types_and_names(nv):
+    x = nv.var(lb=-2, ub=5, name="x")
+    b = nv.var(vartype=nv.binary, name="b")
+    n = nv.var(vartype=nv.integer, lb=1, ub=9, name="n")
+    p = nv.problem(x, [b, n], x + b + n, sense=nv.maximize)
+    assert p.attributes.discrete_columns == 2
+    p.solve()
+    assert p.getObjVal() == pytest.approx(15)
+    assert p.getIndex(n) == 2
+
+
+@pytest.mark.parametrize(
+    "make, message",
+    [
+        (lambda nv, x: (x, x), "Variable already added to problem"),
+        (lambda nv, x: (x, 3), "Incorrect objects added as variables to problem"),
+        (lambda nv, x: (nv.var(name=3),), "Invalid variable name \\(must be a string\\)"),
+        (lambda nv, x: (nv.var(vartype=nv.semicontinuous, ub=4, threshold=6),),
+         "check that its threshold is between its lower and upper bounds"),
+        (lambda nv, x: (nv.var(vartype=nv.partiallyinteger, lb=2, ub=4, threshold=1),),
+         "check that its threshold is between its lower and upper bounds"),
+    ],
+)
+def test_addVariable_errors(nv, make, message):
+    x = nv.var()
+    p = nv.problem()
+    with pytest.raises(nv.ModelError, match=message):
+        p.addVariable(*make(nv, x))
+
+
+def test_constraints_of_every_row_type(nv):
+    # Each row pins x or y from one side; the optimum of max x + y - z reads them back.
+    x, y, z, w = nv.var(), nv.var(), nv.var(), nv.var()
+    p = nv.problem(x, y, z, w)
+    free = nv.constraint(body=x + w, lb=-nv.infinity, ub=nv.infinity)
+    p.addConstraint(x <= 3, y + 1 >= 1, y == 2.5, nv.constraint(body=z, lb=1, ub=4), free)
+    p.setObjective(x + y - z, sense=nv.maximize)
+    p.solve()
+    # x <= 3, y = 2.5, z in [1, 4]: 3 + 2.5 - 1; the free row x + w limits nothing.
+    assert p.getObjVal() == pytest.approx(4.5)
+    assert_in_step(p, nv)
+
+
+def test_many_constraints_in_one_call_land_in_order(nv):
+    # More rows than the first buffer size, so the batch buffers grow during the call.
+    n = 5000
+    x = [nv.var(ub=1000) for _ in range(n)]
+    rows = [x[i] <= i % 7 for i in range(n)]
+    p = nv.problem(x)
+    p.addConstraint(rows)
+    assert p.attributes.rows == n
+    assert p.getIndex(rows[4321]) == 4321
+    p.setObjective(nv.Sum(x), sense=nv.maximize)
+    p.solve()
+    assert p.getObjVal() == pytest.approx(sum(i % 7 for i in range(n)))
+
+
+def test_quadratic_parts_reach_the_solver_as_written(nv, tmp_path):
+    # The LP file shows rows as a'x + [x'Qx] and the objective as c'x + [x'Qx] / 2.
+    x, y = nv.var(name="x"), nv.var(name="y")
+    p = nv.problem(x, y, x * x + 2 * x * y + 3 * y * y <= 6, x * x + 3 * x * y + y)
+    assert p.attributes.quadratic_rows == 1
+    p.write(str(tmp_path / "q.lp"), "l")
+    text = " ".join((tmp_path / "q.lp").read_text().split())
+    assert "[ x ^2 + 2 x * y + 3 y ^2 ] <= 6" in text
+    assert "[ 2 x ^2 + 6 x * y ] / 2" in text
+
+
+@pytest.mark.parametrize(
+    "make, message",
+    [
+        (lambda nv, x, y: 3, "Invalid constraint"),
+        (lambda nv, x, y: nv.constraint(body=y, ub=1),
+         "Variable in linear term defining constraint has not been added"),
+        (lambda nv, x, y: x + y <= 1, "Variable in linear part of constraint has not been added"),
+        (lambda nv, x, y: nv.constraint(body=x * y, ub=1),
+         "Variable in quadratic term defining constraint has not"),
+        (lambda nv, x, y: x * y + x <= 1, "Variable in quadratic part of constraint has not"),
+    ],
+)
+def test_addConstraint_errors(nv, make, message):
+    x, y = nv.var(), nv.var()
+    p = nv.problem(x)
+    with pytest.raises(nv.ModelError, match=message):
+        p.addConstraint(x <= 2, make(nv, x, y))
+    assert p.attributes.rows == 0
+
+
+def test_constraint_added_twice_is_refused(nv):
+    x = nv.var()
+    c = x <= 1
+    p = nv.problem(x, c)
+    with pytest.raises(nv.ModelError, match="Constraint already added to problem"):
+        p.addConstraint(c)
+    assert p.attributes.rows == 1
+
+
+@pytest.mark.parametrize("kind", ["variable", "constraint"])
+@pytest.mark.parametrize(
+    "selection, remaining",
+    [
+        ({"index": 2}, [0, 1, 3, 4]),
+        ({"index": [1, 3]}, [0, 2, 4]),
+        ({"index": [3, 1, 3]}, [0, 2, 4]),
+        ({"first": 1, "last": 3}, [0, 4]),
+        ({"first": 3}, [0, 1, 2]),
+        ({"last": 0}, [1, 2, 3, 4]),
+    ],
+)
+def test_deleting_renumbers_lists_and_maps(nv, kind, selection, remaining):
+    x = [nv.var(name=f"x{i}") for i in range(5)]
+    c = [x[i] <= i for i in range(5)]
+    p = nv.problem(x, c)
+    objects = x if kind == "variable" else c
+    if kind == "variable":
+        p.delVariable(**selection)
+    else:
+        p.delConstraint(**selection)
+    assert [p.getIndex(objects[i]) for i in remaining] == list(range(len(remaining)))
+    gone = set(range(5)) - set(remaining)
+    for i in gone:
+        with pytest.raises(nv.ModelError):
+            p.getIndex(objects[i])
+    assert_in_step(p, nv)
+
+
+def test_delete_by_object_and_by_name(nv):
+    x = [nv.var(name=f"x{i}") for i in range(4)]
+    p = nv.problem(x)
+    p.delVariable(index=x[1])
+    p.delVariable(index="x3")
+    assert p.getVariable(first=0) == [x[0], x[2]]
+    assert_in_step(p, nv)
+
+
+@pytest.mark.parametrize(
+    "kwargs, message",
+    [
+        ({}, "At least one parameter must be specified"),
+        ({"index": 0, "first": 0}, "cannot be specified if 'index' is also specified"),
+        ({"first": -1}, "must be both nonnegative when specified"),
+        ({"first": 2, "last": 1}, "Parameter 'first' must be less than, or equal to, 'last'"),
+        ({"index": 9}, "Index out of bounds"),
+        ({"index": "nobody"}, "Index out of bounds"),
+    ],
+)
+@pytest.mark.parametrize("method", ["delVariable", "getVariable"])
+def test_selection_errors(nv, kwargs, message, method):
+    x = [nv.var() for _ in range(3)]
+    p = nv.problem(x)
+    with pytest.raises(nv.ModelError, match=message):
+        getattr(p, method)(**kwargs)
+    assert p.attributes.columns == 3
+
+
+def test_out_of_range_messages_differ_between_delete_and_get(nv):
+    p = nv.problem([nv.var() for _ in range(2)])
+    with pytest.raises(nv.ModelError, match="Parameters 'first' or 'last' are out of range"):
+        p.delVariable(first=0, last=2)
+    with pytest.raises(nv.ModelError, match="Parameters 'first' and 'last' are out of range"):
+        p.getVariable(first=0, last=2)
+
+
+def test_get_returns_objects(nv):
+    x = [nv.var() for _ in range(4)]
+    c = [v >= 1 for v in x]
+    p = nv.problem(x, c)
+    assert p.getVariable(index=2) is x[2]
+    assert p.getVariable(index=[3, 0]) == [x[3], x[0]]
+    assert p.getConstraint(first=1, last=2) == c[1:3]
+    with pytest.raises(nv.ModelError, match="Incorrect object\\(s\\) passed"):
+        p.getIndex(x[0] + 1)
+
+
+def test_sets_are_added_looked_up_and_deleted(nv):
+    x = [nv.var(ub=1) for _ in range(3)]
+    s1, s2 = nv.sos(x[:2], [1, 2], type=1), nv.sos([0, 1, 2], [1, 2, 3], type=2)
+    p = nv.problem(x, s1, s2)
+    assert p.attributes.sets == 2
+    assert (p.getIndex(s1), p.getIndex(s2)) == (0, 1)
+    assert p.getSOS(index=1) is s2
+    p.delSOS(index=0)
+    assert p.getIndex(s2) == 0 and p.attributes.sets == 1
+    with pytest.raises(nv.ModelError, match="SOS already added to problem"):
+        p.addSOS(s2)
+
+
+@pytest.mark.parametrize(
+    "make, message",
+    [
+        (lambda nv, x: x[0], "Object added is not a SOS"),
+        (lambda nv, x: nv.sos([x[0], nv.var()], [1, 2]), "SOS contains variable that was not added"),
+        (lambda nv, x: nv.sos([x[0], "x1"], [1, 2]), "SOS indices must be passed as a list"),
+        (lambda nv, x: nv.sos([x[0], x[1]], [1]), "fewer weights than indices"),
+    ],
+)
+def test_addSOS_errors(nv, make, message):
+    x = [nv.var() for _ in range(2)]
+    p = nv.problem(x)
+    with pytest.raises(nv.ModelError, match=message):
+        p.addSOS(make(nv, x))
+    assert p.attributes.sets == 0
+
+
+@pytest.mark.parametrize(
+    "make, message",
+    [
+        (lambda nv, z, x, y: (z == 1,), "Invalid declaration of indicator constraints.\nThe problem"),
+        (lambda nv, z, x, y: ((z == 1, x <= 1, x >= 0),), "Invalid declaration of indicator"),
+        (lambda nv, z, x, y: ((z == 1, x),), "Invalid declaration of indicator constraints.$"),
+        (lambda nv, z, x, y: (2 * z == 2, x <= 1), "Indicator variable must have coefficient 1"),
+        (lambda nv, z, x, y: (z + x == 1, x <= 1), "there must be exactly one variable"),
+        (lambda nv, z, x, y: (z * z + z == 1, x <= 1), "it cannot contain a quadratic expression"),
+        (lambda nv, z, x, y: (z == 0.5, x <= 1), "must be .* == 0 or .* == 1"),
+        (lambda nv, z, x, y: (y == 1, x <= 1), "Indicator variable has not been added to problem yet"),
+    ],
+)
+def test_addIndicator_errors(nv, make, message):
+    z, x, y = nv.var(vartype=nv.binary), nv.var(), nv.var(vartype=nv.binary)
+    p = nv.problem(z, x)
+    with pytest.raises(nv.ModelError, match=message):
+        p.addIndicator(*make(nv, z, x, y))
+    assert p.attributes.indicators == 0
+
+
+def test_indicator_tuples_each_add_a_row(nv):
+    z = [nv.var(vartype=nv.binary) for _ in range(3)]
+    x = nv.var(ub=10)
+    p = nv.problem(z, x)
+    p.addIndicator(*[(z[i] == 1, x <= i) for i in range(3)])
+    assert p.attributes.indicators == 3 and p.attributes.rows == 3
+    p.addIndicator()
+    assert p.attributes.rows == 3
+
+
+def test_numpy_arrays_of_objects_are_walked(nv):
+    x = np.array([[nv.var() for _ in range(3)] for _ in range(2)], dtype=object)
+    p = nv.problem(x)
+    assert p.attributes.columns == 6
+    assert p.getIndex(x[1, 0]) == 3
+
+
+@pytest.mark.parametrize("method", ["addVariable", "addConstraint"])
+def test_a_failed_call_leaves_the_problem_as_it_was(nv, method):
+    x, y, z = nv.var(), nv.var(), nv.var()
+    p = nv.problem(x)
+    good = [y, z] if method == "addVariable" else [x <= 1, x >= 0]
+    with pytest.raises(nv.ModelError):
+        getattr(p, method)(good, "not a model object")
+    assert_in_step(p, nv)
+    assert p.attributes.columns == 1 and p.attributes.rows == 0
+    getattr(p, method)(good)  # the same objects are accepted afterwards
+    assert_in_step(p, nv)
