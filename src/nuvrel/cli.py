@@ -1,0 +1,183 @@
+"""Command line of nuvrel: read a problem file, solve it, report the outcome.
+
+    python -m nuvrel FILE [--time-limit S] [--gap G] [--threads N] [--solution OUT] [--quiet]
+
+Without FILE it shows the banner and versions of the package and the solver library.
+
+Exit status: 0 when a solution was found (or no FILE was given), 1 when none was
+(infeasible, unbounded, stopped before finding one, or the solve failed), 2 on bad input (bad
+option, missing or unreadable file). The solution file format is described in docs/cli.md.
+"""
+
+import argparse
+import sys
+import time
+
+EXIT_SOLVED = 0
+EXIT_NO_SOLUTION = 1
+EXIT_BAD_INPUT = 2
+
+# Status names (as getProbStatusString gives them) that come with a usable solution.
+SOLVED_STATUSES = frozenset(
+    {"lp_optimal", "mip_optimal", "mip_solution", "nlp_solution", "nlp_globally_optimal"}
+)
+
+
+def _non_negative(kind):
+    def parse(text):
+        try:
+            value = kind(text)
+        except ValueError:
+            raise argparse.ArgumentTypeError(f"not a number: {text!r}") from None
+        if value < 0 or value != value:
+            raise argparse.ArgumentTypeError(f"must not be negative: {text!r}")
+        return value
+
+    parse.__name__ = kind.__name__
+    return parse
+
+
+def build_parser():
+    parser = argparse.ArgumentParser(
+        prog="python -m nuvrel",
+        description="Read an MPS or LP file, solve it (as an LP or a MIP, as the file says) "
+        "and print the status, the objective and the solve time.",
+    )
+    parser.add_argument(
+        "file", metavar="FILE", nargs="?",
+        help="problem file (.mps or .lp); without it, show the package and library in use",
+    )
+    parser.add_argument(
+        "--time-limit", metavar="S", type=_non_negative(float),
+        help="stop after S seconds (0: no limit)",
+    )
+    parser.add_argument(
+        "--gap", metavar="G", type=_non_negative(float),
+        help="relative MIP gap at which the search stops",
+    )
+    parser.add_argument(
+        "--threads", metavar="N", type=_non_negative(int), help="threads to use (0: automatic)"
+    )
+    parser.add_argument(
+        "--solution", metavar="OUT", help="write the solution (one 'name value' line per column)"
+    )
+    parser.add_argument("--quiet", action="store_true", help="do not print the solver log")
+    return parser
+
+
+def _error(message):
+    print(f"nuvrel: error: {message}", file=sys.stderr)
+
+
+def _apply_options(problem, options):
+    if options.time_limit is not None:
+        problem.controls.time_limit = options.time_limit
+    if options.gap is not None:
+        problem.controls.mip_relative_gap = options.gap
+    if options.threads is not None:
+        problem.controls.threads = options.threads
+
+
+def _format_value(value):
+    # The shortest text that reads back as the same double; integral values without ".0",
+    # and no negative zero.
+    text = repr(float(value) + 0.0)
+    return text[:-2] if text.endswith(".0") else text
+
+
+def _describe(problem):
+    attrs = problem.attributes
+    text = f"{attrs.original_rows} rows, {attrs.original_columns} columns"
+    if attrs.discrete_columns:
+        text += f", {attrs.discrete_columns} discrete"
+    if attrs.original_sets:
+        text += f", {attrs.original_sets} sets"
+    return text
+
+
+def write_solution(path, problem, status, objective):
+    """Writes the header and one "name value" line per column."""
+    values = problem.getSolution()
+    variables = problem.getVariable(first=0, last=len(values) - 1) if values else []
+    with open(path, "w", encoding="utf-8") as out:
+        out.write("# nuvrel solution\n")
+        out.write(f"# problem {problem.name()}\n")
+        out.write(f"# status {status}\n")
+        out.write(f"# objective {_format_value(objective)}\n")
+        out.write(f"# columns {len(values)}\n")
+        for var, value in zip(variables, values):
+            out.write(f"{var.name} {_format_value(value)}\n")
+
+
+def show_versions(parser):
+    import nuvrel
+
+    print(nuvrel.getbanner())
+    print(f"nuvrel {nuvrel.__version__}, solver library {nuvrel.getversion()}")
+    print(parser.format_usage(), end="")
+
+
+def run(options):
+    import nuvrel
+
+    if options.quiet:
+        nuvrel.setOutputEnabled(False)
+
+    problem = nuvrel.problem()
+    try:
+        problem.read(options.file)
+    except Exception as exc:  # the library's message names the file and the fault
+        _error(f"cannot read {options.file}: {exc}")
+        return EXIT_BAD_INPUT
+    try:
+        _apply_options(problem, options)
+    except Exception as exc:
+        _error(f"cannot apply the options: {exc}")
+        return EXIT_BAD_INPUT
+
+    started = time.perf_counter()
+    failure = None
+    try:
+        problem.solve()
+    except Exception as exc:
+        failure = exc
+    elapsed = time.perf_counter() - started
+
+    status = problem.getProbStatusString()
+    solved = status in SOLVED_STATUSES
+    print(f"Problem: {problem.name()} ({_describe(problem)})")
+    print(f"Status: {status}")
+    if solved:
+        objective = problem.getObjVal()
+        print(f"Objective: {objective:.12g}")
+    else:
+        print("Objective: none (no solution)")
+    print(f"Solve time: {elapsed:.3f} s")
+    if failure is not None and not solved:
+        message = str(failure) or type(failure).__name__
+        _error(f"the solve failed: {message}")
+
+    if not solved:
+        if options.solution:
+            _error(f"no solution to write to {options.solution}")
+        return EXIT_NO_SOLUTION
+    if options.solution:
+        try:
+            write_solution(options.solution, problem, status, objective)
+        except OSError as exc:
+            _error(f"cannot write the solution: {exc}")
+            return EXIT_BAD_INPUT
+        print(f"Solution written to {options.solution}")
+    return EXIT_SOLVED
+
+
+def main(argv=None):
+    parser = build_parser()
+    try:
+        options = parser.parse_args(argv)
+    except SystemExit as exc:  # argparse reports bad options itself (status 2)
+        return exc.code if isinstance(exc.code, int) else EXIT_BAD_INPUT
+    if options.file is None:
+        show_versions(parser)
+        return EXIT_SOLVED
+    return run(options)

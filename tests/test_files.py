@@ -1,0 +1,273 @@
+"""Reading and writing problem files: the test instances against their known optima, round
+trips through both formats, and the modelling objects rebuilt from a file."""
+
+import csv
+from pathlib import Path
+
+import pytest
+
+import nuvrel as nv
+
+# A clean checkout has the shared test data beside the repository.
+DATA = Path(__file__).resolve().parents[2] / "shared" / "data"
+
+
+@pytest.fixture(autouse=True)
+def _silent(output_switch):
+    nv.setOutputEnabled(False)
+
+
+def _instances():
+    table = DATA / "optima.csv"
+    if not table.exists():
+        return [pytest.param(None, marks=pytest.mark.skip(reason=f"no test data in {DATA}"))]
+    with table.open(newline="") as f:
+        return [pytest.param(row, id=row["file"]) for row in csv.DictReader(f)]
+
+
+EXPECTED_STATUS = {
+    ("lp", "optimal"): {"lp_optimal"},
+    ("qp", "optimal"): {"lp_optimal"},
+    ("mip", "optimal"): {"mip_optimal"},
+    ("lp", "infeasible"): {"lp_infeas"},
+    ("lp", "unbounded"): {"lp_unbounded"},
+    ("mip", "infeasible"): {"mip_infeas"},
+    ("mip", "unbounded"): {"mip_unbounded"},
+}
+
+
+def _solve(problem):
+    try:
+        problem.solve()
+    except SystemError:
+        # A solve that ends without a solution (infeasible, unbounded) reports failure with no
+        # exception of its own; the status tells what happened.
+        pass
+    return problem.getProbStatusString()
+
+
+def _check_outcome(problem, row):
+    status = _solve(problem)
+    assert status in EXPECTED_STATUS[(row["kind"], row["status"])]
+    if row["status"] != "optimal":
+        return None
+    objective = problem.getObjVal()
+    reference = float(row["objective"])
+    if row["kind"] == "mip":
+        assert abs(objective - reference) <= 1e-4 * max(1.0, abs(reference))
+    else:
+        assert objective == pytest.approx(reference, rel=1e-6, abs=1e-9)
+    return objective
+
+
+def _columns(problem):
+    n = problem.attributes.original_columns
+    return problem.getVariable(first=0, last=n - 1) if n else []
+
+
+def _rows(problem):
+    m = problem.attributes.original_rows
+    return problem.getConstraint(first=0, last=m - 1) if m else []
+
+
+def _sets(problem):
+    k = problem.attributes.original_sets
+    return problem.getSOS(first=0, last=k - 1) if k else []
+
+
+def _describe(problem):
+    """Everything the rebuilt objects carry, for comparing two reads of one model."""
+    cols = [(v.name, v.lb, v.ub, v.vartype, v.threshold) for v in _columns(problem)]
+    rows = [(c.name, c.lb, c.ub) for c in _rows(problem)]
+    sets = [(s.name, s.type, [v.name for v in s.indices], list(s.weights)) for s in _sets(problem)]
+    return cols, rows, sets
+
+
+@pytest.mark.parametrize("row", _instances())
+def test_instance_solves_to_its_optimum_and_survives_a_round_trip(row, tmp_path):
+    p = nv.problem()
+    p.read(str(DATA / row["file"]))
+    n, m = p.attributes.original_columns, p.attributes.original_rows
+    assert len(_columns(p)) == n and len(_rows(p)) == m
+    # The rebuilt objects are the problem's own: their indices are their positions.
+    assert all(p.getIndex(v) == j for j, v in enumerate(_columns(p)))
+    assert all(p.getIndex(c) == i for i, c in enumerate(_rows(p)))
+    objective = _check_outcome(p, row)
+    if objective is not None and n:
+        values = p.getSolution()
+        cols = _columns(p)
+        assert p.getSolution(cols[-1]) == values[-1]
+        assert p.getSolution(cols[0].name) == values[0]
+
+    # Written and read back: same model, same outcome. LP files are also written as LP (names
+    # of MPS files need not be valid in the LP format).
+    formats = ["mps", "lp"] if row["file"].endswith(".lp") else ["mps"]
+    for fmt in formats:
+        copy_path = tmp_path / f"copy.{fmt}"
+        p.write(str(copy_path), "l" if fmt == "lp" else "")
+        q = nv.problem()
+        q.read(str(copy_path))
+        assert _describe(q) == _describe(p)
+        again = _check_outcome(q, row)
+        if objective is not None:
+            if row["kind"] == "mip":
+                assert abs(again - objective) <= 1e-4 * max(1.0, abs(objective))
+            else:
+                assert again == pytest.approx(objective, rel=1e-6, abs=1e-9)
+
+
+CRAFTED = """\
+NAME          CRAFTED
+ROWS
+ N  COST
+ L  LIM
+ G  LOW
+ E  BAL
+ L  RNGL
+ G  RNGG
+ E  RNGE
+ N  SPARE
+COLUMNS
+    MARKER                 'MARKER'                 'INTORG'
+    K         COST         1              LIM          1
+    MARKER                 'MARKER'                 'INTEND'
+    A         COST         1              LIM          1
+    A         LOW          1              RNGL         1
+    B         COST         2              BAL          1
+    B         RNGG         1              SPARE        1
+    C         RNGE         1              LOW          1
+    D         LIM          1
+    E         LOW          1
+    F         COST         -1             LIM          1
+    G         COST         -1             LIM          1
+    H         COST         -1             LIM          1
+    S         COST         -1             LIM          1
+RHS
+    RHS       LIM          40             LOW          2
+    RHS       BAL          3              RNGL         10
+    RHS       RNGG         1              RNGE         5
+RANGES
+    RNG       RNGL         4              RNGG         3
+    RNG       RNGE         -2
+BOUNDS
+ UP BND       A            5
+ LO BND       B            -2
+ UP BND       B            7
+ FX BND       C            3.5
+ FR BND       D
+ MI BND       E
+ BV BND       F
+ LI BND       G            1
+ UI BND       G            9
+ LO BND       H            2
+ SC BND       H            8
+ LO BND       S            3
+ SI BND       S            6
+SOS
+ S1 SOS       set1
+    set1      A            1
+    set1      B            2
+ S2 SOS       set2
+    set2      D            1.5
+    set2      E            2.5
+    set2      G            3.5
+ENDATA
+"""
+
+INF = 1e20
+NO_THRESHOLD = -1e20
+CRAFTED_COLUMNS = [
+    ("K", 0.0, INF, nv.integer, NO_THRESHOLD),
+    ("A", 0.0, 5.0, nv.continuous, NO_THRESHOLD),
+    ("B", -2.0, 7.0, nv.continuous, NO_THRESHOLD),
+    ("C", 3.5, 3.5, nv.continuous, NO_THRESHOLD),
+    ("D", -INF, INF, nv.continuous, NO_THRESHOLD),
+    ("E", -INF, INF, nv.continuous, NO_THRESHOLD),
+    ("F", 0.0, 1.0, nv.binary, NO_THRESHOLD),
+    ("G", 1.0, 9.0, nv.integer, NO_THRESHOLD),
+    # Semi-continuous and semi-integer: the lower bound given in the file is the threshold.
+    ("H", 0.0, 8.0, nv.semicontinuous, 2.0),
+    ("S", 0.0, 6.0, nv.semiinteger, 3.0),
+]
+CRAFTED_ROWS = [
+    ("LIM", -INF, 40.0),
+    ("LOW", 2.0, INF),
+    ("BAL", 3.0, 3.0),
+    ("RNGL", 6.0, 10.0),
+    ("RNGG", 1.0, 4.0),
+    ("RNGE", 3.0, 5.0),
+    ("SPARE", -INF, INF),
+]
+CRAFTED_SETS = [("set1", 1, ["A", "B"], [1.0, 2.0]), ("set2", 2, ["D", "E", "G"], [1.5, 2.5, 3.5])]
+
+
+@pytest.fixture
+def crafted(tmp_path):
+    path = tmp_path / "crafted.mps"
+    path.write_text(CRAFTED)
+    return path
+
+
+@pytest.mark.parametrize("write_as", [None, "mps", "lp"])
+def test_rebuilt_objects_carry_names_bounds_and_types(crafted, tmp_path, write_as):
+    p = nv.problem()
+    p.read(str(crafted))
+    if write_as is not None:
+        out = tmp_path / f"out.{write_as}"
+        p.write(str(out), "l" if write_as == "lp" else "")
+        p = nv.problem()
+        p.read(str(out))
+    cols, rows, sets = _describe(p)
+    assert cols == CRAFTED_COLUMNS
+    assert rows == CRAFTED_ROWS
+    assert sets == CRAFTED_SETS
+    assert all(c.body is None for c in _rows(p))
+    # Set members are the problem's own variables, not copies.
+    members = _sets(p)[1].indices
+    assert [p.getIndex(v) for v in members] == [4, 5, 7]
+    assert members[2] is _columns(p)[7]
+
+
+def test_names_beyond_one_block_of_names(tmp_path):
+    # 300 columns and 270 rows: names come from the library in blocks of 256.
+    ncols, nrows = 300, 270
+    lines = ["NAME          MANY", "ROWS", " N  OBJ"]
+    lines += [f" L  row_{i:03d}" for i in range(nrows)]
+    lines.append("COLUMNS")
+    for j in range(ncols):
+        lines.append(f"    col_{j:03d}  OBJ  {j + 1}")
+        lines.append(f"    col_{j:03d}  row_{j % nrows:03d}  1")
+    lines.append("RHS")
+    lines += [f"    RHS  row_{i:03d}  {i + 1}" for i in range(nrows)]
+    lines.append("BOUNDS")
+    lines += [f" UP BND  col_{j:03d}  {j + 2}" for j in range(ncols)]
+    lines.append("ENDATA")
+    path = tmp_path / "many.mps"
+    path.write_text("\n".join(lines) + "\n")
+
+    p = nv.problem()
+    p.read(str(path))
+    cols, rows = _columns(p), _rows(p)
+    assert [v.name for v in cols] == [f"col_{j:03d}" for j in range(ncols)]
+    assert [v.ub for v in cols] == [float(j + 2) for j in range(ncols)]
+    assert [c.name for c in rows] == [f"row_{i:03d}" for i in range(nrows)]
+    assert [c.ub for c in rows] == [float(i + 1) for i in range(nrows)]
+    assert p.getIndex(cols[299]) == 299 and p.getIndex(rows[269]) == 269
+
+
+def test_read_of_a_bad_file_raises_and_leaves_the_problem_unchanged(crafted, tmp_path):
+    broken = tmp_path / "broken.mps"
+    broken.write_text("NAME X\nROWS\n N  OBJ\nCOLUMNS\n    X  NOROW  1\nENDATA\n")
+    p = nv.problem()
+    p.read(str(crafted))
+    before = _describe(p)
+    for path in (tmp_path / "missing.mps", broken):
+        with pytest.raises(nv.SolverError) as info:
+            p.read(str(path))
+        assert path.name in str(info.value)
+        assert _describe(p) == before
+    with pytest.raises(TypeError):
+        p.read(str(broken), options=3)
+    with pytest.raises(TypeError):
+        p.read()
+    assert _describe(p) == before

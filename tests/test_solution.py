@@ -1,0 +1,202 @@
+"""Reading solutions back by object: getSolution, getSlack, getDual, getRCost."""
+
+import numpy as np
+import pytest
+
+import nuvrel as nv
+
+
+@pytest.fixture(autouse=True)
+def _silent(output_switch):
+    nv.setOutputEnabled(False)
+
+
+@pytest.fixture
+def lp():
+    """max 3x + 5y  s.t.  c1: x <= 4,  c2: 2y <= 12,  c3: 3x + 2y <= 18.
+    Optimum x = 2, y = 6 (objective 36), duals (0, 1.5, 1), slacks (2, 0, 0)."""
+    x, y = nv.var(name="x"), nv.var(name="y")
+    c1, c2, c3 = x <= 4, 2 * y <= 12, 3 * x + 2 * y <= 18
+    c1.name, c2.name, c3.name = "c1", "c2", "c3"
+    p = nv.problem(x, y, c1, c2, c3, 3 * x + 5 * y, sense=nv.maximize)
+    p.solve()
+    assert p.getProbStatusString() == "lp_optimal"
+    return p, x, y, (c1, c2, c3)
+
+
+def assert_same_shape(got, expected):
+    assert type(got) is type(expected), (got, expected)
+    if isinstance(expected, dict):
+        assert got.keys() == expected.keys()
+        for key in expected:
+            assert_same_shape(got[key], expected[key])
+    elif isinstance(expected, (list, tuple)):
+        assert len(got) == len(expected)
+        for g, e in zip(got, expected):
+            assert_same_shape(g, e)
+    else:
+        assert got == pytest.approx(expected)
+
+
+@pytest.mark.parametrize(
+    "make_args, kwargs, expected",
+    [
+        (lambda x, y: (), {}, [2.0, 6.0]),
+        (lambda x, y: (x,), {}, 2.0),
+        (lambda x, y: (1,), {}, 6.0),
+        (lambda x, y: (np.int64(1),), {}, 6.0),
+        (lambda x, y: (x + 2 * y,), {}, 14.0),
+        (lambda x, y: ((x, y),), {}, (2.0, 6.0)),
+        (lambda x, y: ({"a": x, "b": 3 * x + 5 * y},), {}, {"a": 2.0, "b": 36.0}),
+        (lambda x, y: ([x, [y, 2 * x]],), {}, [2.0, [6.0, 4.0]]),
+        (lambda x, y: ([x, [y, [x]]],), {"flatten": True}, [2.0, 6.0, 2.0]),
+        (lambda x, y: (x, [y, "x"], 1), {"flatten": True}, [2.0, 6.0, 2.0, 6.0]),
+    ],
+)
+def test_getSolution_keeps_the_shape_of_its_arguments(lp, make_args, kwargs, expected):
+    p, x, y, _ = lp
+    assert_same_shape(p.getSolution(*make_args(x, y), **kwargs), expected)
+
+
+@pytest.mark.parametrize(
+    "method, make_arg, expected",
+    [
+        ("getSlack", lambda c: None, [2.0, 0.0, 0.0]),
+        ("getSlack", lambda c: c[0], 2.0),
+        ("getSlack", lambda c: "c1", 2.0),
+        ("getSlack", lambda c: [c[2], [c[0], "c2"]], [0.0, 2.0, 0.0]),
+        ("getSlack", lambda c: iter([c[0], c[1]]), [2.0, 0.0]),
+        ("getDual", lambda c: None, [0.0, 1.5, 1.0]),
+        ("getDual", lambda c: np.int32(2), 1.0),
+        ("getDual", lambda c: (c[2], c[1]), [1.0, 1.5]),
+        ("getDual", lambda c: {"k": c[2]}, [1.0]),
+    ],
+)
+def test_row_values_by_object_index_and_name(lp, method, make_arg, expected):
+    p, _, _, cons = lp
+    arg = make_arg(cons)
+    got = getattr(p, method)() if arg is None else getattr(p, method)(arg)
+    assert type(got) is type(expected)
+    assert got == pytest.approx(expected)
+
+
+def test_reduced_costs_by_variable_index_and_name(lp):
+    p, x, y, _ = lp
+    assert p.getRCost() == pytest.approx([0.0, 0.0])
+    assert isinstance(p.getRCost(x), float)
+    assert p.getRCost([x, "y", 0]) == pytest.approx([0.0, 0.0, 0.0])
+
+
+@pytest.mark.parametrize(
+    "call, exc, message",
+    [
+        (lambda p, x, c: p.getSlack(3), nv.ModelError, "Index out of range"),
+        (lambda p, x, c: p.getSlack(-1), nv.ModelError, "Index out of range"),
+        (lambda p, x, c: p.getSlack("nope"), nv.ModelError, "Index out of range"),
+        (lambda p, x, c: p.getSolution([x, 2], flatten=True), nv.ModelError, "Index out of range"),
+        (lambda p, x, c: p.getRCost(nv.var()), nv.ModelError, "Index out of range"),
+        (lambda p, x, c: p.getDual(x <= 1), nv.ModelError, "Index out of range"),
+        (lambda p, x, c: p.getSlack(x), nv.ModelError,
+         "Incorrect object(s) passed: need index, variable, constraint, or SOS"),
+        (lambda p, x, c: p.getDual([c[0], None]), nv.ModelError,
+         "Incorrect object(s) passed: need index, variable, constraint, or SOS"),
+        (lambda p, x, c: p.getSolution(2), nv.InterfaceError,
+         "Call to nuvrel.problem.getSolution() contains an out-of-range index"),
+        (lambda p, x, c: p.getSolution(x + nv.var()), nv.ModelError,
+         "Object does not belong to problem or cannot be identified within expression"),
+        (lambda p, x, c: p.getSolution(x, sense=1), TypeError, ""),
+    ],
+)
+def test_bad_arguments_raise(lp, call, exc, message):
+    p, x, _, cons = lp
+    before = p.getSolution()
+    with pytest.raises(exc) as info:
+        call(p, x, cons)
+    assert message in str(info.value)
+    assert p.getSolution() == before
+
+
+def test_deep_nesting_is_refused(lp):
+    p, x, _, cons = lp
+    nested = cons[0]
+    for _ in range(40):
+        nested = [nested]
+    with pytest.raises(nv.ModelError, match="Maximum recursion"):
+        p.getSlack(nested)
+
+
+def _solve_generic_lp(costs, rows, sense):
+    """Builds min/max c'x over x >= 0 with rows (coefficients, kind, rhs); returns the problem,
+    its variables and its constraints."""
+    xs = [nv.var(name=f"x{j}") for j in range(len(costs))]
+    cons = []
+    for coefs, kind, rhs in rows:
+        body = nv.Sum(a * v for a, v in zip(coefs, xs))
+        cons.append({"<=": body <= rhs, ">=": body >= rhs, "==": body == rhs}[kind])
+    p = nv.problem(xs, cons, nv.Sum(c * v for c, v in zip(costs, xs)), sense=sense)
+    p.solve()
+    assert p.getProbStatusString() == "lp_optimal"
+    return p, xs, cons
+
+
+GENERIC_LPS = [
+    # max 3x + 5y, the textbook example of the fixture.
+    ([3, 5], [([1, 0], "<=", 4), ([0, 2], "<=", 12), ([3, 2], "<=", 18)], nv.maximize),
+    # a diet-like minimisation with >= and = rows and a row that is not binding.
+    ([2, 3, 4], [([1, 1, 1], ">=", 10), ([1, -1, 0], "==", 1), ([0, 1, 2], ">=", 6),
+                 ([1, 0, 1], "<=", 50)], nv.minimize),
+    # degenerate corner and a column that stays at zero.
+    ([-1, -2, 1, 0.5], [([1, 1, 1, 1], "<=", 8), ([1, 3, 0, 2], "<=", 12), ([0, 1, 1, 0], ">=", 1),
+                        ([2, 1, 0, 0], "<=", 8)], nv.minimize),
+]
+
+
+@pytest.mark.parametrize("costs, rows, sense", GENERIC_LPS)
+def test_duals_and_reduced_costs_satisfy_lp_duality(costs, rows, sense):
+    p, xs, cons = _solve_generic_lp(costs, rows, sense)
+    x = np.array(p.getSolution())
+    y = np.array(p.getDual())
+    d = np.array(p.getRCost())
+    s = np.array(p.getSlack())
+    a = np.array([r[0] for r in rows], dtype=float)
+    b = np.array([r[2] for r in rows], dtype=float)
+    c = np.array(costs, dtype=float)
+
+    # Dual objective equals primal objective (all columns at bounds 0 / +inf).
+    assert b @ y == pytest.approx(p.getObjVal(), rel=1e-7, abs=1e-7)
+    assert c @ x == pytest.approx(p.getObjVal(), rel=1e-7, abs=1e-7)
+    # Reduced costs are c - A'y, and the slacks rhs - Ax.
+    assert d == pytest.approx(c - a.T @ y, abs=1e-7)
+    assert s == pytest.approx(b - a @ x, abs=1e-7)
+    # Complementary slackness on rows and columns.
+    assert np.abs(s * y).max() < 1e-7
+    assert np.abs(x * d).max() < 1e-7
+    # Dual feasibility: the reduced cost of a column at its lower bound cannot improve.
+    assert np.all(sense * d >= -1e-7)
+    # Per-object reads agree with the full vectors.
+    assert [p.getDual(con) for con in cons] == pytest.approx(list(y))
+    assert [p.getRCost(v) for v in xs] == pytest.approx(list(d))
+
+
+def test_mip_refuses_duals_and_reduced_costs_but_gives_values():
+    x = nv.var(vartype=nv.integer, ub=10, name="x")
+    y = nv.var(name="y", ub=10)
+    row = 2 * x + y <= 7.5
+    p = nv.problem(x, y, row, 3 * x + y, sense=nv.maximize)
+    p.solve()
+    assert p.getProbStatusString() == "mip_optimal"
+    assert p.getSolution(x) == pytest.approx(3.0)
+    assert p.getSolution(y) == pytest.approx(1.5)
+    assert p.getSlack(row) == pytest.approx(0.0, abs=1e-9)
+    with pytest.raises(nv.SolverError, match="Cannot retrieve dual variables in a MIP"):
+        p.getDual()
+    with pytest.raises(nv.SolverError, match="Cannot retrieve reduced cost in a MIP"):
+        p.getRCost(x)
+
+
+def test_empty_problem_gives_empty_vectors():
+    p = nv.problem()
+    p.solve()
+    assert p.getSolution() == [] and p.getSlack() == []
+    with pytest.raises(nv.ModelError, match="Index out of range"):
+        p.getSlack(0)
