@@ -68,7 +68,7 @@ def test_bounds_threshold_and_type_are_applied():
     b = nuvrel.vars(["a"], lb=-2, vartype=nuvrel.binary)["a"]
     assert (b.lb, b.ub) == (0.0, 1.0)
     plain = nuvrel.vars(["a"])["a"]
-    assert (plain.lb, plain.ub, plain.threshold, plain.vartype) == (0.0, INF, -INF, 0)
+    assert (plain.lb, plain.ub, plain.threshold, plain.vartype) == (0.0, INF, 0.0, 0)
 
 
 @pytest.mark.parametrize(

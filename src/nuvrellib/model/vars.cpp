@@ -169,7 +169,7 @@ void restate_memory_error() {
 PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"name", "lb", "ub", "threshold", "vartype", nullptr};
   PyObject *prefix_obj = nullptr;
-  double lb = 0.0, ub = NVR_INFINITY, threshold = -NVR_INFINITY;
+  double lb = 0.0, ub = NVR_INFINITY, threshold = 0.0;  // the documented default of vars(), unlike var()
   long vartype = VARTYPE_CONTINUOUS;
 
   // Every positional argument is an index set, so the keywords are parsed on their own.
