@@ -5,7 +5,8 @@
  * - Every function returns int: 0 on success, non-zero on failure. The failure's text is
  *   available from NVRLgetlasterror (problem calls), NSLPgetlasterror (nonlinear calls),
  *   NVRL_ge_getlasterror (environment calls) or NVRL_bo_getlasterror (branching objects).
- *   A failed call leaves the problem exactly as it was.
+ *   A failed call leaves the problem exactly as it was. Failures of problem calls are not
+ *   logged; failures of environment calls are also sent to the global message handlers.
  * - Indices are 0-based. Ranges (first, last) are inclusive.
  * - "...64" variants take 64-bit start arrays (NVRLint64) so that a matrix may hold more
  *   than 2^31 nonzeros.

@@ -31,7 +31,8 @@ NVRL_EXPORTED int nvrl_problem_s::fail(const char *fmt, ...) {
   lasterror = nvrl::vformat(fmt, ap);
   va_end(ap);
   lasterror_code = 1;
-  logLine(NVRL_MSG_ERROR, lasterror);
+  // Not logged: the caller gets the failure through the return code and the last error, and a
+  // wrapper that turns it into an exception would otherwise show every message twice.
   return 1;
 }
 

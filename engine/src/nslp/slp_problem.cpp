@@ -56,12 +56,12 @@ int nslp_problem_s::fail(const char *fmt, ...) {
   va_start(ap, fmt);
   lasterror = nvrl::vformat(fmt, ap);
   va_end(ap);
-  lasterror_code = 1;
-  logLine(NVRL_MSG_ERROR, lasterror);
+  lasterror_code = 1;  // not logged, as for the optimiser's problems
   return 1;
 }
 
-void nslp_problem_s::log(int msgtype, const char *fmt, ...) {
+// Exported for the engine's tests, which drive the log directly.
+__attribute__((visibility("default"))) void nslp_problem_s::log(int msgtype, const char *fmt, ...) {
   va_list ap;
   va_start(ap, fmt);
   std::string line = nvrl::vformat(fmt, ap);
