@@ -3,7 +3,8 @@
 The native module keeps process-wide state (library start count, module defaults, output
 switch), so tests that change it for good run their code in a fresh interpreter (run_python).
 Internal helpers of the extension that no Python function exposes on its own are reached with
-ctypes through the extension's exported symbols (native).
+ctypes through the extension's exported symbols (native); the solver library itself through
+its C interface (engine).
 """
 
 import ctypes
@@ -28,6 +29,14 @@ def native():
     """The extension as a ctypes library that keeps the interpreter lock during calls and
     raises the Python error a call leaves set."""
     return ctypes.PyDLL(nuvrellib.__file__)
+
+
+@pytest.fixture(scope="session")
+def engine():
+    """The solver library the extension is linked against. Opened by its soname, so that the
+    copy already loaded for the extension is the one reached (ctypes releases the interpreter
+    lock during calls, as the library's own threads run without it)."""
+    return ctypes.CDLL("libnvrl.so")
 
 
 @pytest.fixture

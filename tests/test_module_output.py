@@ -1,9 +1,13 @@
-"""The output switch and the global message handlers."""
+"""The output switch, the printing of the library's messages and the global message
+handlers."""
+
+import ctypes
 
 import numpy as np
 import pytest
 
 BAD_FLAG = "Incorrect argument in setOutputEnabled: should be True or False"
+GLOBAL_PRINT = "_Z12nvr_py_printP13nvrl_object_sPvS1_PKcii"
 
 
 @pytest.mark.parametrize("flag,expected", [
@@ -118,11 +122,54 @@ def test_handlers_receive_library_messages_and_their_errors_surface(run_python):
         except ValueError as e:
             print("surfaced:", e)
         print("later handler skipped:", later == [])
+
+        # A raising handler does not stop a solve: it ends with its answer, then the error
+        # surfaces.
+        nuvrel.removecbmsghandler(None, None)
+        nuvrel.setOutputEnabled(False)
+        nuvrel.addcbmsghandler(fail, None, 0)
+        x = nuvrel.var(ub=1)
+        p = nuvrel.problem(x, -x)
+        try:
+            p.solve()
+        except ValueError as e:
+            print("solve surfaced:", e, p.getSolution(x))
     """)
     out = proc.stdout.splitlines()
     assert out[0].startswith("error: ") and len(out[0]) > len("error: ")
     assert out[1].startswith("('nvrlobject', 'voidstar', ") and out[1].endswith(", 4)")
-    assert out[-2:] == ["surfaced: from the handler", "later handler skipped: True"]
+    assert out[-3:] == ["surfaced: from the handler", "later handler skipped: True",
+                        "solve surfaced: from the handler 1.0"]
+
+
+@pytest.fixture
+def library_problems(nv, engine):
+    """An optimiser problem and the nonlinear problem stacked on it, made in the library."""
+    nv.getversion()  # the library is started
+    prob, slp = ctypes.c_void_p(), ctypes.c_void_p()
+    assert engine.NVRLcreateprob(ctypes.byref(prob)) == 0
+    assert engine.NSLPcreateprob(ctypes.byref(slp), ctypes.byref(prob)) == 0
+    yield {"NVRLprob": prob, "NSLPprob": slp}
+    engine.NSLPdestroyprob(slp)
+    engine.NVRLdestroyprob(prob)
+
+
+@pytest.mark.parametrize("kind", ["NVRLprob", "NSLPprob"])
+def test_global_routine_leaves_problem_lines_to_the_problems(nv, native, library_problems,
+                                                             capsys, output_switch, kind):
+    # Lines of both kinds of problem also reach the problem's own routine: printing them
+    # here as well would show them twice.
+    nv.setOutputEnabled(True)
+    getattr(native, GLOBAL_PRINT)(library_problems[kind], None, None, b"line", 4, 1)
+    assert capsys.readouterr().out == ""
+
+
+def test_global_lines_are_printed_once_after_a_forced_start(nv, engine, capsys, output_switch):
+    nv.setOutputEnabled(True)
+    nv.init()  # a forced start of the running library must not register the printer again
+    capsys.readouterr()
+    assert engine.NVRLgetversion(None) != 0  # reported as an error line of the environment
+    assert capsys.readouterr().out == nv.getlasterror()[1] + "\n"
 
 
 @pytest.mark.parametrize("enabled,expected", [(True, "line one\nafter\n"), (False, "after\n")])

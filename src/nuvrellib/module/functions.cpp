@@ -10,6 +10,30 @@
 #include "nvrl.h"
 #include "problem/casing.h"
 
+namespace {
+
+// None for a library call that returned 0, else null (setNvrlErrIfNull then supplies the
+// library's error).
+PyObject *none_if_ok(int rc) {
+  if (rc != 0) return nullptr;
+  Py_INCREF(Py_None);
+  return Py_None;
+}
+
+// Starts the library and returns the text that get writes into a zeroed buffer of N bytes.
+template <size_t N>
+PyObject *library_text(int (*get)(char *)) {
+  PyObject *result = nullptr;
+  if (turnNVRLon(0) == 0) {
+    char text[N];
+    std::memset(text, 0, sizeof text);
+    if (get(text) == 0) result = PyUnicode_FromString(text);
+  }
+  return setNvrlErrIfNull(nullptr, result);
+}
+
+}  // namespace
+
 const char nuvrelmod_init_doc[] =
     "Purpose:\n"
     "  Starts the solver library now rather than at its first use.\n\n"
@@ -22,12 +46,7 @@ const char nuvrelmod_init_doc[] =
     "  p = nuvrel.problem()\n";
 
 PyObject *nuvrelmod_init(PyObject *self, PyObject *unused) {
-  PyObject *result = nullptr;
-  if (turnNVRLon(1) == 0) {
-    Py_INCREF(Py_None);
-    result = Py_None;
-  }
-  return setNvrlErrIfNull(nullptr, result);
+  return setNvrlErrIfNull(nullptr, none_if_ok(turnNVRLon(1)));
 }
 
 const char nuvrelmod_free_doc[] =
@@ -44,12 +63,7 @@ const char nuvrelmod_free_doc[] =
     "  nuvrel.free()\n";
 
 PyObject *nuvrelmod_free(PyObject *self, PyObject *unused) {
-  PyObject *result = nullptr;
-  if (turnNVRLoff(1) == 0) {
-    Py_INCREF(Py_None);
-    result = Py_None;
-  }
-  return setNvrlErrIfNull(nullptr, result);
+  return setNvrlErrIfNull(nullptr, none_if_ok(turnNVRLoff(1)));
 }
 
 const char nuvrelmod_getversion_doc[] =
@@ -63,13 +77,7 @@ const char nuvrelmod_getversion_doc[] =
     "  print('solver library', nuvrel.getversion())\n";
 
 PyObject *nuvrelmod_getversion(PyObject *self, PyObject *unused) {
-  PyObject *result = nullptr;
-  if (turnNVRLon(0) == 0) {
-    char version[NVRL_MAXVERSIONLEN];
-    std::memset(version, 0, sizeof version);
-    if (NVRLgetversion(version) == 0) result = PyUnicode_FromString(version);
-  }
-  return setNvrlErrIfNull(nullptr, result);
+  return library_text<NVRL_MAXVERSIONLEN>(NVRLgetversion);
 }
 
 const char nuvrelmod_getbanner_doc[] =
@@ -83,13 +91,7 @@ const char nuvrelmod_getbanner_doc[] =
     "  print(nuvrel.getbanner())\n";
 
 PyObject *nuvrelmod_getbanner(PyObject *self, PyObject *unused) {
-  PyObject *result = nullptr;
-  if (turnNVRLon(0) == 0) {
-    char banner[NVRL_MAXBANNERLEN];
-    std::memset(banner, 0, sizeof banner);
-    if (NVRLgetbanner(banner) == 0) result = PyUnicode_FromString(banner);
-  }
-  return setNvrlErrIfNull(nullptr, result);
+  return library_text<NVRL_MAXBANNERLEN>(NVRLgetbanner);
 }
 
 const char nuvrelmod_getcheckedmode_doc[] =
@@ -128,13 +130,9 @@ PyObject *nuvrelmod_setcheckedmode(PyObject *self, PyObject *args, PyObject *kwa
   static const char *kwlist[] = {"checked_mode", nullptr};
   PyObject *flag = nullptr;
   if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kwlist, nullptr, &flag)) return nullptr;
-  PyObject *result = nullptr;
+  if (turnNVRLon(0) != 0) return setNvrlErrIfNull(nullptr, nullptr);
   // Only the object True switches checking on: a deliberate strictness.
-  if (turnNVRLon(0) == 0 && NVRLsetcheckedmode(flag == Py_True ? 1 : 0) == 0) {
-    Py_INCREF(Py_None);
-    result = Py_None;
-  }
-  return setNvrlErrIfNull(nullptr, result);
+  return setNvrlErrIfNull(nullptr, none_if_ok(NVRLsetcheckedmode(flag == Py_True ? 1 : 0)));
 }
 
 const char nuvrelmod_setarchconsistency_doc[] =
@@ -144,7 +142,8 @@ const char nuvrelmod_setarchconsistency_doc[] =
     "Synopsis:\n"
     "  nuvrel.setarchconsistency(ifArchConsistent)\n\n"
     "Arguments:\n"
-    "  ifArchConsistent: None or False to switch it off; any other value switches it on.\n\n"
+    "  ifArchConsistent: None or False to switch it off; any other value, 0 included,\n"
+    "                    switches it on.\n\n"
     "Example:\n"
     "  nuvrel.setarchconsistency(True)\n";
 
@@ -152,13 +151,10 @@ PyObject *nuvrelmod_setarchconsistency(PyObject *self, PyObject *args, PyObject 
   static const char *kwlist[] = {"ifArchConsistent", nullptr};
   PyObject *flag = nullptr;
   if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kwlist, nullptr, &flag)) return nullptr;
-  PyObject *result = nullptr;
-  // A global setting of the library: it needs no start.
-  if (NVRL_ge_setarchconsistency(flag == Py_None || flag == Py_False ? 0 : 1) == 0) {
-    Py_INCREF(Py_None);
-    result = Py_None;
-  }
-  return setNvrlErrIfNull(nullptr, result);
+  // A global setting of the library: it needs no start. Any object but None and False, 0
+  // included, switches it on.
+  int on = flag == Py_None || flag == Py_False ? 0 : 1;
+  return setNvrlErrIfNull(nullptr, none_if_ok(NVRL_ge_setarchconsistency(on)));
 }
 
 const char nuvrelmod_setdefaultcontrol_doc[] =
