@@ -23,7 +23,7 @@ def collect_cycles():
 def names():
     # Created in this order, so identifiers increase x < y < z.
     return {"x": nv.var(name="x"), "y": nv.var(name="y"), "z": nv.var(name="z"),
-            "const2": nv.expression() + 2, "np": np}
+            "const2": nv.expression() + 2, "np": np, "general": nv.expression._general}
 
 
 @pytest.mark.parametrize("source, kind, text", [
@@ -64,14 +64,34 @@ def test_results(names, source, kind, text):
     assert str(result) == text
 
 
-@pytest.mark.parametrize("source", [
-    "(x * y) / (2 * z)", "(x * y) / z", "(x * y) / (y * z)", "(2 * x) / (3 * y)",
-    "(2 * x) / y", "2 / (3 * x)", "(2 * x) / (x * y)", "x / (x * y)", "(2 * x) ** 3",
-    "(2 * x) ** 0.5", "2 ** (3 * x)", "abs(2 * x)", "(2 * x) | (3 * y)", "(x * y) & 1",
+@pytest.mark.parametrize("source, operation", [
+    ("(x * y) / (2 * z)", "quadterm / linterm"),
+    ("(x * y) / z", "quadterm / var"),
+    ("(2 * x) / (3 * y)", "linterm / linterm"),
+    ("(2 * x) / y", "linterm / var"),
+    ("2 / (3 * x)", "2 / linterm"),
+    ("(x * y) / (x * z)", "linterm / var"),  # the shared x cancels: (1*y) / z
+    ("(6 * x * x) / (2 * x * y)", "linterm / var"),
+    ("(6 * y * z) / (2 * x * y)", "linterm / var"),
+    ("(x * y) / (z * z)", "quadterm / quadterm"),
+    ("(6 * x) / (2 * x * y)", "3 / var"),  # x cancels, leaving the number 3
+    ("(6 * y) / (2 * x * y)", "3 / var"),
+    ("(6 * x) / (2 * y * z)", "linterm / quadterm"),
+    ("general('div', x, 4 * x * y)", "0.25 / var"),
+    ("general('div', y, 4 * x * y)", "0.25 / var"),
+    ("x / (x * y)", "var / quadterm"),  # a variable's own division does not cancel
+    ("(2 * x) ** 3", "linterm ** 3"),
+    ("(2 * x) ** 0.5", "linterm ** 0.5"),
+    ("(x * y) ** 2", "quadterm ** 2"),
+    ("2 ** (3 * x)", "2 ** linterm"),
+    ("abs(2 * x)", "abs(linterm)"),
+    ("(2 * x) | (3 * y)", "linterm | linterm"),
+    ("(x * y) & 1", "quadterm & 1"),
 ])
-def test_nonpolynomial_results_are_reported(names, source):
-    with pytest.raises(nv.ModelError, match=NONLINEAR):
+def test_nonpolynomial_results_are_reported(names, source, operation):
+    with pytest.raises(nv.ModelError, match=NONLINEAR) as err:
         eval(source, names)
+    assert str(err.value).startswith("Operation %s " % operation)
 
 
 @pytest.mark.parametrize("source, message", [

@@ -4,6 +4,8 @@ import sys
 
 import pytest
 
+import numpy as np
+
 import nuvrel
 
 INF = 1e20
@@ -42,6 +44,10 @@ def test_integer_argument_stands_for_a_range_among_lists():
         ((1, "a b"), "(1,'ab')"),  # other objects: str() without blanks
         (frozenset([3]), "frozenset({3})"),
         (2**70, str(2**70)),
+        (np.float32(2.0), "2"),  # numpy numbers are numbers
+        (np.float64(0.25), "0.25"),
+        (np.int_(-4), "-4"),
+        (np.intc(5), "5"),
     ],
 )
 def test_element_text_in_names(element, text):
@@ -49,8 +55,9 @@ def test_element_text_in_names(element, text):
     assert x[element, 0].name == "v(%s,0)" % text
 
 
-def test_default_names_without_prefix():
-    for kwargs in ({}, {"name": ""}, {"name": None}):
+def test_prefix_defaults_to_x_and_none_or_empty_keep_default_names():
+    assert [v.name for v in nuvrel.vars(["a", "b"]).values()] == ["x(a)", "x(b)"]
+    for kwargs in ({"name": ""}, {"name": None}):
         x = nuvrel.vars(["a", "b"], **kwargs)
         assert [v.name for v in x.values()] == ["C%d" % hash(v) for v in x.values()]
 
@@ -69,6 +76,8 @@ def test_bounds_threshold_and_type_are_applied():
     assert (b.lb, b.ub) == (0.0, 1.0)
     plain = nuvrel.vars(["a"])["a"]
     assert (plain.lb, plain.ub, plain.threshold, plain.vartype) == (0.0, INF, 0.0, 0)
+    # Type codes are stored unchecked, as for a single variable.
+    assert nuvrel.vars(["a"], vartype=7)["a"].vartype == 7
 
 
 @pytest.mark.parametrize(
@@ -108,7 +117,6 @@ def test_keywords_are_keyword_only():
         (([1, 1.0],), {}, "Duplicate entry in vars: <1.0>."),
         (([[1], [2]],), {}, "Bad index tuple in vars()"),
         ((["a"],), dict(name=5), "Invalid variable name (must be a string)"),
-        ((["a"],), dict(vartype=7), "Invalid variable type"),
         ((3, 2), {}, "nuvrel.vars() with only integer arguments creates an array"),
         # Refused before anything is built, not after memory runs out.
         ((["a"], 10**7, 10**7), {}, "No memory to create variables. Consider restricting"),
@@ -140,7 +148,7 @@ def test_unprintable_element_is_refused():
                        match=r"^Element of index tuple in vars\(\) cannot be represented$"):
         nuvrel.vars([Opaque()], name="o")
     # Without a prefix the element text is never needed.
-    assert len(nuvrel.vars([Opaque()])) == 1
+    assert len(nuvrel.vars([Opaque()], name=None)) == 1
 
 
 def test_dropping_the_collection_releases_everything():

@@ -151,39 +151,48 @@ PyObject *linterm_div(PyObject *a, PyObject *b) {
   return nvo_nonlinear_binary(NVO_OP_DIV, a, b);
 }
 
-PyObject *linterm_pow(PyObject *a, PyObject *b, PyObject *mod) {
-  if (mod != nullptr && mod != Py_None) return nvo_model_error("Invalid operands in exponentiation");
-  if (linterm_check(a)) {
+PyObject *nvo_term_pow(PyObject *a, PyObject *b, PyObject *mod, int term_kind,
+                       nvo_term_number_power number_power) {
+  if (mod != nullptr && mod != Py_None)
+    return nvo_model_error("Invalid operands in exponentiation");
+  if (nvo_kind_noraise(a) == term_kind) {
     if (nvo_is_array(b))
       return nvo_model_error("Cannot obtain a power with a vector as an exponent");
     int kb = nvo_kind_noraise(b);
     if (kb == NVO_KIND_INVALID) return nvo_model_error("Invalid operands in exponentiation");
-    if (kb == NVO_KIND_NUMBER) {
-      double n = nvo_number_value(b);
-      if (n == 0.0) return PyFloat_FromDouble(1.0);
-      if (n == 1.0) return Py_NewRef(a);
-      if (n == 2.0) {
-        double c = as_lin(a)->coef;
-        return quadterm_fill(as_lin(a)->var, as_lin(a)->var, c * c);
-      }
-    }
+    if (kb == NVO_KIND_NUMBER) return number_power(a, b, nvo_number_value(b));
     return nvo_nonlinear_binary(NVO_OP_POW, a, b);
   }
   if (nvo_is_array(a)) return nvo_array_binop(NVO_OP_POW, a, b);
   int ka = nvo_kind_noraise(a);
   if (ka == NVO_KIND_INVALID) return nvo_model_error("Invalid operands in exponentiation");
-  if (ka > NVO_KIND_LINTERM) return nvo_kind_binop(ka, NVO_OP_POW, a, b);
+  if (ka > term_kind) return nvo_kind_binop(ka, NVO_OP_POW, a, b);
   if (ka == NVO_KIND_NUMBER && nvo_number_value(a) == 1.0) return PyFloat_FromDouble(1.0);
   return nvo_nonlinear_binary(NVO_OP_POW, a, b);
 }
 
-static PyObject *logical(int op, PyObject *a, PyObject *b) {
+PyObject *nvo_term_logical(int op, PyObject *a, PyObject *b) {
   if (nvo_is_array(a) || nvo_is_array(b)) return nvo_array_binop(op, a, b);
   return nvo_nonlinear_binary(op, a, b);
 }
 
-PyObject *linterm_or(PyObject *a, PyObject *b) { return logical(NVO_OP_OR, a, b); }
-PyObject *linterm_and(PyObject *a, PyObject *b) { return logical(NVO_OP_AND, a, b); }
+// a*x ** n: 1.0, the term itself, the square a^2*x*x, or a nonlinear power.
+static PyObject *linterm_number_power(PyObject *t, PyObject *exponent, double n) {
+  if (n == 0.0) return PyFloat_FromDouble(1.0);
+  if (n == 1.0) return Py_NewRef(t);
+  if (n == 2.0) {
+    const double c = as_lin(t)->coef;
+    return quadterm_fill(as_lin(t)->var, as_lin(t)->var, c * c);
+  }
+  return nvo_nonlinear_binary(NVO_OP_POW, t, exponent);
+}
+
+PyObject *linterm_pow(PyObject *a, PyObject *b, PyObject *mod) {
+  return nvo_term_pow(a, b, mod, NVO_KIND_LINTERM, linterm_number_power);
+}
+
+PyObject *linterm_or(PyObject *a, PyObject *b) { return nvo_term_logical(NVO_OP_OR, a, b); }
+PyObject *linterm_and(PyObject *a, PyObject *b) { return nvo_term_logical(NVO_OP_AND, a, b); }
 PyObject *linterm_neg(PyObject *t) { return linterm_fill(as_lin(t)->var, -as_lin(t)->coef); }
 PyObject *linterm_abs(PyObject *t) { return nvo_nonlinear_unary(NVO_OP_ABS, t); }
 

@@ -31,6 +31,16 @@ PyObject *linterm_and(PyObject *a, PyObject *b);
 PyObject *linterm_neg(PyObject *t);
 PyObject *linterm_abs(PyObject *t);
 
+// The power operator of a term type whose kind is term_kind. With the term as base and a number
+// exponent n, number_power(term, exponent, n) gives the result; every other exponent of a known
+// kind gives a nonlinear power. With the term as exponent: 1.0 for the base 1, a nonlinear power
+// for any other base of a lower kind, and a base of a higher kind does its own power.
+using nvo_term_number_power = PyObject *(*)(PyObject *term, PyObject *exponent, double n);
+PyObject *nvo_term_pow(PyObject *a, PyObject *b, PyObject *mod, int term_kind,
+                       nvo_term_number_power number_power);
+// a | b or a & b with a term operand: element-wise with an array, otherwise a nonlinear node.
+PyObject *nvo_term_logical(int op, PyObject *a, PyObject *b);
+
 // Appends the text of var's name (str of the name object) to out; false with an exception set.
 bool nvo_append_var_name(std::string &out, PyObject *var);
 // Appends v formatted with the C format fmt ("%g", "%+g", ...).

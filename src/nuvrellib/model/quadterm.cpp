@@ -91,6 +91,20 @@ PyObject *quadterm_mul(PyObject *a, PyObject *b) {
   return nvo_nonlinear_binary(NVO_OP_MUL, a, b);
 }
 
+// The variable left of the pair (p, q) once v is cancelled from it, or NULL if v is in neither.
+static PyObject *cancel_from_pair(PyObject *p, PyObject *q, PyObject *v) {
+  if (v == p) return q;
+  if (v == q) return p;
+  return nullptr;
+}
+
+// The nonlinear division (c*x) / z, for c*x what is left of a dividend after cancelling.
+static PyObject *divide_remainder(PyObject *x, double c, PyObject *z) {
+  PyRef dividend(x != nullptr ? linterm_fill(x, c) : PyFloat_FromDouble(c));
+  if (!dividend) return nullptr;
+  return nvo_nonlinear_binary(NVO_OP_DIV, dividend.get(), z);
+}
+
 // The quadratic term a*x*y divided by b.
 static PyObject *quadterm_divided(PyObject *a, PyObject *b, int kb) {
   quadterm_s *t = as_quad(a);
@@ -104,11 +118,35 @@ static PyObject *quadterm_divided(PyObject *a, PyObject *b, int kb) {
     PyObject *z = kb == NVO_KIND_VAR ? b : reinterpret_cast<linterm_s *>(b)->var;
     double d = kb == NVO_KIND_VAR ? 1.0 : reinterpret_cast<linterm_s *>(b)->coef;
     if (d == 0.0) return nvo_model_error("Division by zero of a bilinear term");
-    if (z == t->var1) return linterm_fill(t->var2, t->coef / d);
-    if (z == t->var2) return linterm_fill(t->var1, t->coef / d);
+    if (PyObject *rest = cancel_from_pair(t->var1, t->var2, z))
+      return linterm_fill(rest, t->coef / d);
   }
-  if (kb == NVO_KIND_QUADTERM && same_pair(a, b))
-    return PyFloat_FromDouble(t->coef / as_quad(b)->coef);
+  if (kb == NVO_KIND_QUADTERM) {
+    quadterm_s *u = as_quad(b);
+    if (same_pair(a, b)) return PyFloat_FromDouble(t->coef / u->coef);
+    // One variable in common: cancel it and divide what is left of each side.
+    for (PyObject *shared : {u->var1, u->var2}) {
+      PyObject *rest = cancel_from_pair(t->var1, t->var2, shared);
+      if (rest == nullptr) continue;
+      PyObject *divisor = shared == u->var1 ? u->var2 : u->var1;
+      return divide_remainder(rest, t->coef / u->coef, divisor);
+    }
+  }
+  if (kb == NVO_KIND_EXPRESSION) return expression_div(a, b);
+  return nvo_nonlinear_binary(NVO_OP_DIV, a, b);
+}
+
+// A variable or linear term a*x divided by the quadratic term b*u*v: x cancels against u or v,
+// leaving the number a/b divided by the other variable.
+static PyObject *divided_by_quadterm(PyObject *a, int ka, PyObject *b) {
+  quadterm_s *u = as_quad(b);
+  PyObject *x = ka == NVO_KIND_VAR ? a : reinterpret_cast<linterm_s *>(a)->var;
+  double coef = ka == NVO_KIND_VAR ? 1.0 : reinterpret_cast<linterm_s *>(a)->coef;
+  if (u->coef == 0.0)
+    return nvo_model_error(ka == NVO_KIND_VAR ? "Division by zero of a variable"
+                                              : "Division by zero of a linear term");
+  if (PyObject *rest = cancel_from_pair(u->var1, u->var2, x))
+    return divide_remainder(nullptr, coef / u->coef, rest);
   return nvo_nonlinear_binary(NVO_OP_DIV, a, b);
 }
 
@@ -119,39 +157,25 @@ PyObject *quadterm_div(PyObject *a, PyObject *b) {
     return nvo_model_error("Invalid operands in division");
   if (ka == NVO_KIND_QUADTERM) return quadterm_divided(a, b, kb);
   if (ka > NVO_KIND_QUADTERM) return nvo_kind_binop(ka, NVO_OP_DIV, a, b);
-  // A number, variable or linear term divided by a quadratic term is not polynomial.
+  if (kb == NVO_KIND_QUADTERM && (ka == NVO_KIND_VAR || ka == NVO_KIND_LINTERM))
+    return divided_by_quadterm(a, ka, b);
+  // A number divided by a quadratic term is not polynomial.
   return nvo_nonlinear_binary(NVO_OP_DIV, a, b);
 }
 
+// a*x*y ** n: 1.0, a copy of the term, or a nonlinear power.
+static PyObject *quadterm_number_power(PyObject *t, PyObject *exponent, double n) {
+  if (n == 0.0) return PyFloat_FromDouble(1.0);
+  if (n == 1.0) return quadterm_copy(t, 1.0);
+  return nvo_nonlinear_binary(NVO_OP_POW, t, exponent);
+}
+
 PyObject *quadterm_pow(PyObject *a, PyObject *b, PyObject *mod) {
-  if (mod != nullptr && mod != Py_None) return nvo_model_error("Invalid operands in exponentiation");
-  if (quadterm_check(a)) {
-    if (nvo_is_array(b))
-      return nvo_model_error("Cannot obtain a power with a vector as an exponent");
-    int kb = nvo_kind_noraise(b);
-    if (kb == NVO_KIND_INVALID) return nvo_model_error("Invalid operands in exponentiation");
-    if (kb == NVO_KIND_NUMBER) {
-      double n = nvo_number_value(b);
-      if (n == 0.0) return PyFloat_FromDouble(1.0);
-      if (n == 1.0) return quadterm_copy(a, 1.0);
-    }
-    return nvo_nonlinear_binary(NVO_OP_POW, a, b);
-  }
-  if (nvo_is_array(a)) return nvo_array_binop(NVO_OP_POW, a, b);
-  int ka = nvo_kind_noraise(a);
-  if (ka == NVO_KIND_INVALID) return nvo_model_error("Invalid operands in exponentiation");
-  if (ka > NVO_KIND_QUADTERM) return nvo_kind_binop(ka, NVO_OP_POW, a, b);
-  if (ka == NVO_KIND_NUMBER && nvo_number_value(a) == 1.0) return PyFloat_FromDouble(1.0);
-  return nvo_nonlinear_binary(NVO_OP_POW, a, b);
+  return nvo_term_pow(a, b, mod, NVO_KIND_QUADTERM, quadterm_number_power);
 }
 
-static PyObject *logical(int op, PyObject *a, PyObject *b) {
-  if (nvo_is_array(a) || nvo_is_array(b)) return nvo_array_binop(op, a, b);
-  return nvo_nonlinear_binary(op, a, b);
-}
-
-PyObject *quadterm_or(PyObject *a, PyObject *b) { return logical(NVO_OP_OR, a, b); }
-PyObject *quadterm_and(PyObject *a, PyObject *b) { return logical(NVO_OP_AND, a, b); }
+PyObject *quadterm_or(PyObject *a, PyObject *b) { return nvo_term_logical(NVO_OP_OR, a, b); }
+PyObject *quadterm_and(PyObject *a, PyObject *b) { return nvo_term_logical(NVO_OP_AND, a, b); }
 PyObject *quadterm_neg(PyObject *t) { return quadterm_copy(t, -1.0); }
 PyObject *quadterm_abs(PyObject *t) { return nvo_nonlinear_unary(NVO_OP_ABS, t); }
 

@@ -47,6 +47,63 @@ bool cursor_step(const Container *c, Cursor **cursor, typename Container::const_
   return true;
 }
 
+// The operations that are the same for every container.
+template <class Container>
+Container *new_container() {
+  auto *c = new (std::nothrow) Container();
+  if (c == nullptr) PyErr_NoMemory();
+  return c;
+}
+
+// For containers that hold no references: a plain copy (NULL for NULL) and a plain delete.
+template <class Container>
+int copy_plain(Container **dst, const Container *src) {
+  if (src == nullptr) {
+    *dst = nullptr;
+    return 0;
+  }
+  try {
+    *dst = new Container(*src);
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+template <class Container>
+void free_plain(Container **c) {
+  if (c == nullptr) return;
+  delete *c;
+  *c = nullptr;
+}
+
+template <class Container>
+Py_ssize_t size_of(const Container *c) {
+  return c ? static_cast<Py_ssize_t>(c->size()) : 0;
+}
+
+template <class Container, class Key>
+int has_key(const Container *c, const Key &key) {
+  return c != nullptr && c->count(key) ? 1 : 0;
+}
+
+// Insert or overwrite.
+template <class Map>
+int store(Map *map, typename Map::key_type key, typename Map::mapped_type value) {
+  try {
+    (*map)[key] = value;
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+template <class Cursor>
+void free_cursor(Cursor **cursor) {
+  delete *cursor;
+  *cursor = nullptr;
+}
+
 }  // namespace
 
 struct linmap_iter : cursor_of<linmap> {};
@@ -56,11 +113,7 @@ struct rowcolmap_iter : cursor_of<rowcolmap> {};
 
 // ===== linmap =============================================================================
 
-linmap *linmap_new() {
-  auto *m = new (std::nothrow) linmap();
-  if (m == nullptr) PyErr_NoMemory();
-  return m;
-}
+linmap *linmap_new() { return new_container<linmap>(); }
 
 int linmap_copy(linmap **dst, const linmap *src) {
   if (src == nullptr) {
@@ -85,9 +138,7 @@ void linmap_free(linmap **map) {
   delete m;
 }
 
-Py_ssize_t linmap_size(const linmap *map) {
-  return map ? static_cast<Py_ssize_t>(map->size()) : 0;
-}
+Py_ssize_t linmap_size(const linmap *map) { return size_of(map); }
 
 int linmap_get(const linmap *map, PyObject *var, double *coef) {
   if (map == nullptr) return -1;
@@ -97,9 +148,7 @@ int linmap_get(const linmap *map, PyObject *var, double *coef) {
   return 0;
 }
 
-int linmap_has(const linmap *map, PyObject *var) {
-  return map != nullptr && map->count(as_var(var)) ? 1 : 0;
-}
+int linmap_has(const linmap *map, PyObject *var) { return has_key(map, as_var(var)); }
 
 int linmap_set(linmap *map, PyObject *var, double coef) {
   auto it = map->find(as_var(var));
@@ -161,18 +210,11 @@ int linmap_next(const linmap *map, PyObject **var, double *coef, linmap_iter **c
   return 1;
 }
 
-void linmap_iter_free(linmap_iter **cursor) {
-  delete *cursor;
-  *cursor = nullptr;
-}
+void linmap_iter_free(linmap_iter **cursor) { free_cursor(cursor); }
 
 // ===== quadmap ============================================================================
 
-quadmap *quadmap_new() {
-  auto *m = new (std::nothrow) quadmap();
-  if (m == nullptr) PyErr_NoMemory();
-  return m;
-}
+quadmap *quadmap_new() { return new_container<quadmap>(); }
 
 void quadmap_free(quadmap **map) {
   if (map == nullptr || *map == nullptr) return;
@@ -297,41 +339,17 @@ int quadmap_next(const quadmap *map, PyObject **var1, linmap **inner, quadmap_it
   return 1;
 }
 
-void quadmap_iter_free(quadmap_iter **cursor) {
-  delete *cursor;
-  *cursor = nullptr;
-}
+void quadmap_iter_free(quadmap_iter **cursor) { free_cursor(cursor); }
 
 // ===== indexset ===========================================================================
 
-indexset *indexset_new() {
-  auto *s = new (std::nothrow) indexset();
-  if (s == nullptr) PyErr_NoMemory();
-  return s;
-}
+indexset *indexset_new() { return new_container<indexset>(); }
 
-int indexset_copy(indexset **dst, const indexset *src) {
-  if (src == nullptr) {
-    *dst = nullptr;
-    return 0;
-  }
-  try {
-    *dst = new indexset(*src);
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
-}
+int indexset_copy(indexset **dst, const indexset *src) { return copy_plain(dst, src); }
 
-void indexset_free(indexset **set) {
-  if (set == nullptr) return;
-  delete *set;
-  *set = nullptr;
-}
+void indexset_free(indexset **set) { free_plain(set); }
 
-Py_ssize_t indexset_size(const indexset *set) {
-  return set ? static_cast<Py_ssize_t>(set->size()) : 0;
-}
+Py_ssize_t indexset_size(const indexset *set) { return size_of(set); }
 
 int indexset_add(indexset *set, int64_t n) {
   try {
@@ -342,10 +360,10 @@ int indexset_add(indexset *set, int64_t n) {
   }
 }
 
-int indexset_has(const indexset *set, int64_t n) { return set != nullptr && set->count(n) ? 1 : 0; }
+int indexset_has(const indexset *set, int64_t n) { return has_key(set, n); }
 
 int indexset_del(indexset *set, int64_t n) {
-  set->erase(n);
+  set->erase(n);  // an absent key is not an error
   return 0;
 }
 
@@ -356,43 +374,19 @@ int indexset_next(const indexset *set, int64_t *n, indexset_iter **cursor) {
   return 1;
 }
 
-void indexset_iter_free(indexset_iter **cursor) {
-  delete *cursor;
-  *cursor = nullptr;
-}
+void indexset_iter_free(indexset_iter **cursor) { free_cursor(cursor); }
 
 // ===== rowcolmap ==========================================================================
 
-rowcolmap *rowcolmap_new() {
-  auto *m = new (std::nothrow) rowcolmap();
-  if (m == nullptr) PyErr_NoMemory();
-  return m;
-}
+rowcolmap *rowcolmap_new() { return new_container<rowcolmap>(); }
 
-int rowcolmap_copy(rowcolmap **dst, const rowcolmap *src) {
-  if (src == nullptr) {
-    *dst = nullptr;
-    return 0;
-  }
-  try {
-    *dst = new rowcolmap(*src);
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
-}
+int rowcolmap_copy(rowcolmap **dst, const rowcolmap *src) { return copy_plain(dst, src); }
 
-void rowcolmap_free(rowcolmap **map) {
-  if (map == nullptr) return;
-  delete *map;
-  *map = nullptr;
-}
+void rowcolmap_free(rowcolmap **map) { free_plain(map); }
 
 void rowcolmap_clear(rowcolmap *map) { map->clear(); }
 
-Py_ssize_t rowcolmap_size(const rowcolmap *map) {
-  return map ? static_cast<Py_ssize_t>(map->size()) : 0;
-}
+Py_ssize_t rowcolmap_size(const rowcolmap *map) { return size_of(map); }
 
 int rowcolmap_get(const rowcolmap *map, uint64_t id, int64_t *index) {
   if (map == nullptr) return -1;
@@ -402,21 +396,12 @@ int rowcolmap_get(const rowcolmap *map, uint64_t id, int64_t *index) {
   return 0;
 }
 
-int rowcolmap_has(const rowcolmap *map, uint64_t id) {
-  return map != nullptr && map->count(id) ? 1 : 0;
-}
+int rowcolmap_has(const rowcolmap *map, uint64_t id) { return has_key(map, id); }
 
-int rowcolmap_set(rowcolmap *map, uint64_t id, int64_t index) {
-  try {
-    (*map)[id] = index;
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
-}
+int rowcolmap_set(rowcolmap *map, uint64_t id, int64_t index) { return store(map, id, index); }
 
 int rowcolmap_del(rowcolmap *map, uint64_t id) {
-  map->erase(id);
+  map->erase(id);  // an absent key is not an error
   return 0;
 }
 
@@ -428,59 +413,33 @@ int rowcolmap_next(const rowcolmap *map, uint64_t *id, int64_t *index, rowcolmap
   return 1;
 }
 
-void rowcolmap_iter_free(rowcolmap_iter **cursor) {
-  delete *cursor;
-  *cursor = nullptr;
-}
+void rowcolmap_iter_free(rowcolmap_iter **cursor) { free_cursor(cursor); }
 
 // ===== boundmap ===========================================================================
 
-boundmap *boundmap_new() {
-  auto *m = new (std::nothrow) boundmap();
-  if (m == nullptr) PyErr_NoMemory();
-  return m;
-}
+boundmap *boundmap_new() { return new_container<boundmap>(); }
 
-void boundmap_free(boundmap **map) {
-  if (map == nullptr) return;
-  delete *map;
-  *map = nullptr;
-}
+void boundmap_free(boundmap **map) { free_plain(map); }
 
-Py_ssize_t boundmap_size(const boundmap *map) {
-  return map ? static_cast<Py_ssize_t>(map->size()) : 0;
-}
+Py_ssize_t boundmap_size(const boundmap *map) { return size_of(map); }
 
 double boundmap_get(const boundmap *map, uint64_t id) {
   auto it = map->find(id);
   return it == map->end() ? 0.0 : it->second;
 }
 
-int boundmap_has(const boundmap *map, uint64_t id) {
-  return map != nullptr && map->count(id) ? 1 : 0;
-}
+int boundmap_has(const boundmap *map, uint64_t id) { return has_key(map, id); }
 
-int boundmap_set(boundmap *map, uint64_t id, double value) {
-  try {
-    (*map)[id] = value;
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
-}
+int boundmap_set(boundmap *map, uint64_t id, double value) { return store(map, id, value); }
 
 int boundmap_del(boundmap *map, uint64_t id) {
-  map->erase(id);
+  map->erase(id);  // an absent key is not an error
   return 0;
 }
 
 // ===== namemap ============================================================================
 
-namemap *namemap_new() {
-  auto *m = new (std::nothrow) namemap();
-  if (m == nullptr) PyErr_NoMemory();
-  return m;
-}
+namemap *namemap_new() { return new_container<namemap>(); }
 
 void namemap_free(namemap **map) {
   if (map == nullptr || *map == nullptr) return;
@@ -490,27 +449,16 @@ void namemap_free(namemap **map) {
   delete m;
 }
 
-Py_ssize_t namemap_size(const namemap *map) {
-  return map ? static_cast<Py_ssize_t>(map->size()) : 0;
-}
+Py_ssize_t namemap_size(const namemap *map) { return size_of(map); }
 
 PyObject *namemap_get(const namemap *map, uint64_t id) {
   auto it = map->find(id);
   return it == map->end() ? nullptr : it->second;
 }
 
-int namemap_has(const namemap *map, uint64_t id) {
-  return map != nullptr && map->count(id) ? 1 : 0;
-}
+int namemap_has(const namemap *map, uint64_t id) { return has_key(map, id); }
 
-int namemap_set(namemap *map, uint64_t id, PyObject *obj) {
-  try {
-    (*map)[id] = obj;
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
-}
+int namemap_set(namemap *map, uint64_t id, PyObject *obj) { return store(map, id, obj); }
 
 int namemap_del(namemap *map, uint64_t id) {
   auto it = map->find(id);

@@ -186,16 +186,6 @@ static PyObject *var_new(PyTypeObject *type, PyObject *args, PyObject *kwargs) {
 
 PyObject *var_base() { return var_new(&var_type, nullptr, nullptr); }
 
-static int check_vartype(long vartype) {
-  if (vartype < VARTYPE_CONTINUOUS || vartype > VARTYPE_PARTIALLYINTEGER) {
-    PyErr_SetString(nvpy_model_exc,
-                    "Invalid variable type: must be one of continuous, binary, integer, "
-                    "semicontinuous, semiinteger, partiallyinteger (0 to 5)");
-    return -1;
-  }
-  return 0;
-}
-
 // Applies bounds, threshold and type to a fresh record, skipping the values that the empty
 // record already stands for.
 static int var_apply(uint64_t *word, double lb, double ub, double threshold, long vartype) {
@@ -244,7 +234,6 @@ static int var_init(PyObject *self, PyObject *args, PyObject *kwargs) {
     PyErr_SetString(nvpy_model_exc, "Variable has empty feasible set: lower bound > upper bound");
     return -1;
   }
-  if (check_vartype(vartype) < 0) return -1;
   var_binary_bounds(vartype, &lb, &ub);
   if (var_apply(word, lb, ub, threshold, vartype) < 0) return -1;
 
@@ -265,13 +254,11 @@ static void var_dealloc(PyObject *self) {
 
 static Py_hash_t var_hash(PyObject *self) { return static_cast<Py_hash_t>(var_id(self)); }
 
-// The name; a name that is not a string (names may be set to any object) is shown through its
-// own str() so that str(x) always yields text.
+// The name object as it is, as the attribute name gives it. A name set to a non-string object
+// comes back unchanged from x.__str__(); the interpreter's str() then refuses it, while the
+// printing of expressions converts names to text itself.
 static PyObject *var_str(PyObject *self) {
-  PyRef name(get_var_name(reinterpret_cast<var_s *>(self)->rec));
-  if (!name) return nullptr;
-  if (PyUnicode_Check(name.get())) return name.release();
-  return PyObject_Str(name.get());
+  return get_var_name(reinterpret_cast<var_s *>(self)->rec);
 }
 
 static bool attr_is(PyObject *name, const char *s) {
@@ -317,6 +304,14 @@ static int attr_double(PyObject *value, double *out) {
   return 0;
 }
 
+// Bounds take the float conversion unchecked: a value that is not a number becomes -1.0, the
+// conversion's error result, and the conversion error is dropped rather than left pending.
+static double bound_value(PyObject *value) {
+  double v = PyFloat_AsDouble(value);
+  if (v == -1.0 && PyErr_Occurred()) PyErr_Clear();
+  return v;
+}
+
 // Attribute writes change only the record and the side tables; a problem that holds the
 // variable is not touched. Bounds are not checked against each other here.
 static int var_setattr(PyObject *self, PyObject *name, PyObject *value) {
@@ -333,14 +328,14 @@ static int var_setattr(PyObject *self, PyObject *name, PyObject *value) {
     return -1;
   }
   double v;
-  if (attr_is(name, "lb")) return attr_double(value, &v) < 0 ? -1 : set_var_lbound(word, v);
-  if (attr_is(name, "ub")) return attr_double(value, &v) < 0 ? -1 : set_var_ubound(word, v);
+  if (attr_is(name, "lb")) return set_var_lbound(word, bound_value(value));
+  if (attr_is(name, "ub")) return set_var_ubound(word, bound_value(value));
   if (attr_is(name, "threshold"))
     return attr_double(value, &v) < 0 ? -1 : set_var_thold(word, v);
   if (attr_is(name, "vartype")) {
     long t = PyLong_AsLong(value);
     if (t == -1 && PyErr_Occurred()) return -1;
-    if (check_vartype(t) < 0) return -1;
+    // The type code is not range-checked here; addVariable refuses codes it cannot map.
     return set_var_type(word, t);
   }
   return set_var_name(word, value);

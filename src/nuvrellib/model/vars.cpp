@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "model/dispatch.h"
 #include "model/var.h"
 #include "module/args.h"
 #include "module/env.h"
@@ -16,6 +17,7 @@
 namespace {
 
 constexpr Py_ssize_t MAX_NAME_LENGTH = 2500;
+constexpr const char *DEFAULT_PREFIX = "x";
 constexpr double BOUND_TOLERANCE = 1e-6;
 
 const char *const MSG_INVALID_INDEX =
@@ -94,12 +96,15 @@ int fill_range(dimension *dim) {
   return dim->elements ? 0 : -1;
 }
 
-// The text of one index element inside a name: integers as "%ld", other numbers as "%g",
-// strings as they are, anything else as its str() without blanks.
+// The text of one index element inside a name: integers (numpy's included) as "%ld", other
+// numbers as "%g", strings as they are, anything else as its str() without blanks.
 int element_text(PyObject *elem, std::string *out) {
-  if (PyLong_Check(elem)) {
+  const bool number = nvo_is_number(elem);
+  if (number && (PyLong_Check(elem) || PyIndex_Check(elem))) {
+    PyRef integer(PyNumber_Index(elem));
+    if (!integer) return -1;
     int overflow = 0;
-    long v = PyLong_AsLongAndOverflow(elem, &overflow);
+    long v = PyLong_AsLongAndOverflow(integer.get(), &overflow);
     if (v == -1 && PyErr_Occurred()) return -1;
     if (!overflow) {
       char buf[32];
@@ -107,9 +112,9 @@ int element_text(PyObject *elem, std::string *out) {
       *out = buf;
       return 0;
     }
-  } else if (PyFloat_Check(elem)) {
+  } else if (number) {
     char buf[64];
-    std::snprintf(buf, sizeof buf, "%g", PyFloat_AS_DOUBLE(elem));
+    std::snprintf(buf, sizeof buf, "%g", nvo_number_value(elem));
     *out = buf;
     return 0;
   }
@@ -169,7 +174,8 @@ void restate_memory_error() {
 PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"name", "lb", "ub", "threshold", "vartype", nullptr};
   PyObject *prefix_obj = nullptr;
-  double lb = 0.0, ub = NVR_INFINITY, threshold = 0.0;  // the documented default of vars(), unlike var()
+  // The threshold defaults to 0 here, unlike var()'s -infinity.
+  double lb = 0.0, ub = NVR_INFINITY, threshold = 0.0;
   long vartype = VARTYPE_CONTINUOUS;
 
   // Every positional argument is an index set, so the keywords are parsed on their own.
@@ -183,13 +189,12 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
     model_error("Variables have empty feasible set: lower bound > upper bound");
     return nullptr;
   }
-  if (vartype < VARTYPE_CONTINUOUS || vartype > VARTYPE_PARTIALLYINTEGER) {
-    model_error("Invalid variable type: must be one of continuous, binary, integer, "
-                "semicontinuous, semiinteger, partiallyinteger (0 to 5)");
-    return nullptr;
-  }
-  std::string prefix;
-  if (prefix_obj != nullptr && prefix_obj != Py_None) {
+  // Names are prefixed with "x" unless the prefix is given as None or "", which keeps the
+  // variables' default names.
+  std::string prefix = DEFAULT_PREFIX;
+  if (prefix_obj == Py_None) {
+    prefix.clear();
+  } else if (prefix_obj != nullptr) {
     if (!PyUnicode_Check(prefix_obj)) {
       model_error("Invalid variable name (must be a string)");
       return nullptr;
