@@ -196,6 +196,8 @@ def test_variable_in_place_division():
     assert y is x
     y /= 2
     assert str(y) == "0.5*" + x.name
+    with pytest.raises(nv.ModelError, match="^Division by zero$"):
+        x /= 0
 
 
 @pytest.mark.parametrize("build, message", [
@@ -214,12 +216,6 @@ def test_variable_operator_errors(build, message):
     with pytest.raises(nv.ModelError) as err:
         build(x)
     assert str(err.value) == message
-
-
-def test_variable_in_place_division_by_zero_message():
-    x = nv.var()
-    with pytest.raises(nv.ModelError, match="^Division by zero$"):
-        x /= 0
 
 
 @pytest.mark.parametrize("scalar", [np.float64(2.0), np.float32(2.0), np.intc(2), np.int_(2),
@@ -245,22 +241,31 @@ def test_classification_codes():
     assert [general("kind", o) for o in (1.5, x, 2 * x, x * x, x + 1)] == [0, 1, 2, 3, 4]
 
 
-def test_none_is_an_empty_accumulator():
+@pytest.mark.parametrize("name", ["add", "iadd", "mul", "imul", "pow", "or", "and",
+                                  # No reciprocal or power of an accumulator that starts empty.
+                                  "idiv", "ipow"])
+def test_none_on_the_left_is_an_empty_accumulator(name):
     x = nv.var(name="n")
+    assert general(name, None, x) is x
     e = x + 1
-    assert general("add", None, x) is x
-    assert general("iadd", None, x) is x
+    r = general(name, None, e)
+    assert r is not e and str(r) == "1 + n"
+
+
+@pytest.mark.parametrize("name", ["add", "sub", "mul", "div", "pow", "or", "and", "iadd",
+                                  "isub", "imul", "idiv", "ipow"])
+def test_none_on_the_right_gives_the_left_operand(name):
+    e = nv.var() + 1
+    assert general(name, e, None) is e
+
+
+def test_none_accumulator_subtraction_and_division():
+    x = nv.var(name="n")
     assert str(general("sub", None, x)) == "-1*n"
-    assert str(general("isub", None, e)) == "-1 - n"
-    assert general("add", e, None) is e
-    assert general("mul", e, None) is e
-    # No reciprocal or power is taken of an accumulator that starts empty.
-    assert general("idiv", None, x) is x
-    assert general("ipow", None, x) is x
+    assert str(general("isub", None, x + 1)) == "-1 - n"
+    # Division alone has no rule for an empty accumulator.
     with pytest.raises(nv.ModelError, match="Invalid operands in division"):
         general("div", None, x)
-    with pytest.raises(nv.ModelError, match="Invalid operands in multiplication"):
-        general("mul", None, x)
 
 
 def test_generic_in_place_amends_expressions():
@@ -338,6 +343,12 @@ class TestArrays:
         keep = e
         e += self.arr
         assert isinstance(e, np.ndarray) and str(keep) == "1 + x"
+
+    @pytest.mark.parametrize("name", ["add", "iadd"])
+    def test_numbers_added_to_an_array_go_on_the_left(self, name):
+        # 0 + x is an expression, while x + 0 would be x itself.
+        r = general(name, np.array([self.x, 2.0], dtype=object), 0)
+        assert type(r[0]).__name__ == "expression" and str(r[0]) == "  x" and r[1] == 2.0
 
     def test_generic_operator_with_array(self):
         r = general("mul", self.x, self.arr)

@@ -80,6 +80,12 @@ def test_product_of_linear_expressions(xyz):
     (lambda x, y, z: (nv.expression() + 1) * x, "var"),
     (lambda x, y, z: (nv.expression() + 2) * (x * y), "quadterm"),
     (lambda x, y, z: (x * y + 2) * (nv.expression() + 3), "expression"),
+    # A zero factor leaves an expression with no parts at all, which counts as a constant.
+    (lambda x, y, z: ((x + 1) * 0) * y, "float"),
+    (lambda x, y, z: ((x * y + 1) * 0) * x, "float"),
+    (lambda x, y, z: general("copy", x * y + 1, 0.0) * (x + 1), "expression"),
+    # Between two expressions only non-empty parts count: x*y cancelled leaves a linear one.
+    (lambda x, y, z: (x * y + x - x * y) * (y + 1), "expression"),
 ])
 def test_product_with_constant_expression_keeps_lowest_kind(xyz, build, kind):
     assert type(build(*xyz)).__name__ == kind
@@ -87,6 +93,8 @@ def test_product_with_constant_expression_keeps_lowest_kind(xyz, build, kind):
 
 @pytest.mark.parametrize("build", [
     lambda x, y, z: (x * y + 1) * x,
+    # Times a variable, a quadratic part that was ever created counts, even when cancelled.
+    lambda x, y, z: (x * y + x - x * y) * z,
     lambda x, y, z: (x + 1) * (y * z),
     lambda x, y, z: (x + 1) ** 3,
     lambda x, y, z: (x + 1) ** 0.5,
@@ -136,6 +144,7 @@ def test_cancellation_removes_entries(xyz):
 def test_scaling_drops_underflowing_coefficients(xyz):
     x, y, _ = xyz
     assert lin_of((1e-200 * x + y) * 1e-200) == {"y": 1e-200}
+    assert quad_of((1e-200 * x * y + y) * 1e-200) == []
     e = 1e-200 * x + y * x + y
     e *= 1e-200
     assert lin_of(e) == {"y": 1e-200} and quad_of(e) == [("x", "y", 1e-200)]
@@ -221,11 +230,19 @@ def test_in_place_special_factors(xyz):
     assert quad_of(g) == [("x", "x", 1.0)]
 
 
+def _iadd(e, other):
+    e += other
+    return e
+
+
 @pytest.mark.parametrize("build, message", [
-    (lambda e: e + "a", "Invalid object in operation: <a>"),
-    (lambda e: "a" - e, "Invalid object in operation: <a>"),
+    # Sums and products name no operand; division and power report the one they rejected.
+    (lambda e: e + "a", "Invalid object in operation"),
+    (lambda e: "a" - e, "Invalid object in operation"),
+    (lambda e: _iadd(e, "a"), "Invalid object in operation"),
+    (lambda e: e * "a", "Invalid object in operation"),
+    (lambda e: None * e, "Invalid object in operation"),
     (lambda e: e / "a", "Invalid object in operation: <a>"),
-    (lambda e: e * "a", "Invalid object in operation: <a>"),
     (lambda e: e ** "a", "Invalid object in operation: <a>"),
     (lambda e: e ** np.array([2.0]), "Cannot obtain a power with a vector as an exponent"),
 ])

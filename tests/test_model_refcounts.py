@@ -58,6 +58,9 @@ OPERATIONS = [
     lambda x, y, z, c: x <= x,
     lambda x, y, z, c: nv.constraint(body=x, lb=c + 1, ub=c, name="bad"),
     lambda x, y, z, c: nv.constraint(constraint=c, name="bad"),
+    lambda x, y, z, c: nv.constraint(None, x, c, name="bad"),
+    lambda x, y, z, c: general("mul", None, x + c),
+    lambda x, y, z, c: (x * y + c) * 0.0 * x,
     lambda x, y, z, c: general("kind", c * x + "a"),
 ]
 

@@ -196,11 +196,8 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
                                  &ub, &sense, &rhs, &name))
     return -1;
   const bool has_lb = lb != LB_UNSET, has_ub = ub != UB_UNSET, has_rhs = rhs != RHS_UNSET;
-  // None stands for an argument left out, as the signature shows.
-  if (source == Py_None) source = nullptr;
-  if (body == Py_None) body = nullptr;
 
-  if (name != nullptr && name != Py_None && set_con_name(&con->rec, name) < 0) return -1;
+  if (name != nullptr && set_con_name(&con->rec, name) < 0) return -1;
   if (lb > ub + BOUND_TOLERANCE) {
     PyErr_SetString(nvpy_model_exc, "Constraint defined infeasible: lower bound > upper bound");
     return -1;
@@ -276,7 +273,6 @@ PyObject *make_constraint(PyObject *a, PyObject *b, int op) {
     int mirrored = op == Py_LE ? Py_GE : op == Py_GE ? Py_LE : Py_EQ;
     return PyObject_RichCompare(b, a, mirrored);
   }
-  if (nvo_is_array(a)) return PyObject_RichCompare(a, b, op);
 
   // The subtraction of the first of these kinds that either operand has.
   static const int order[] = {NVO_KIND_EXPRESSION, NVO_KIND_VAR, NVO_KIND_LINTERM,
@@ -418,14 +414,13 @@ static PyMethodDef constraint_methods[] = {
 };
 
 PyDoc_STRVAR(constraint_doc,
-             "constraint(constraint=None, body=None, lb=-infinity, ub=infinity, sense=None,\n"
-             "           rhs=None, name=None)\n\n"
+             "constraint(constraint, body, lb, ub, sense, rhs, name)\n\n"
              "A constraint lb <= body <= ub. Comparisons of modelling objects make them:\n"
              "  c = 2*x + y <= 4\n"
              "or explicitly, from bounds or from a sense and a right-hand side:\n"
              "  c = nuvrel.constraint(body=2*x + y, ub=4, name='cap')\n"
              "  c = nuvrel.constraint(body=x, sense=nuvrel.geq, rhs=1)\n\n"
-             "Arguments:\n"
+             "Arguments (all optional, usually given by keyword):\n"
              "  constraint  the result of a comparison, taken over as it is\n"
              "  body        a variable, term, expression or nonlinear expression\n"
              "  lb, ub      bounds; +-infinity (1e20) means unbounded\n"

@@ -257,18 +257,10 @@ static PyObject *array_generic(int op, PyObject *a, PyObject *b) {
 }
 
 static PyObject *general_binop(int op, PyObject *a, PyObject *b) {
-  // None is an empty accumulator, so that a summation can start from it.
-  if (a == Py_None) {
-    switch (op) {
-      case NVO_OP_ADD:
-      case NVO_OP_IADD:
-      case NVO_OP_IDIV:
-      case NVO_OP_IPOW: return general_copy(b, 1.0);
-      case NVO_OP_SUB:
-      case NVO_OP_ISUB: return general_copy(b, -1.0);
-      default: break;
-    }
-  }
+  // None is an empty accumulator, so that a summation or product can start from it. Division
+  // has no such rule; in-place division and power take b as it is, not its reciprocal or power.
+  if (a == Py_None && op != NVO_OP_DIV)
+    return general_copy(b, op == NVO_OP_SUB || op == NVO_OP_ISUB ? -1.0 : 1.0);
   if (b == Py_None) return Py_NewRef(a);
   if (nvo_is_array(b)) return array_generic(op, a, b);
   int kind = std::max(nvo_kind_noraise(a), nvo_kind_noraise(b));
@@ -390,29 +382,47 @@ static int two_numbers(PyObject *a, PyObject *b, double *va, double *vb) {
 
 static bool either_array(PyObject *a, PyObject *b) { return nvo_is_array(a) || nvo_is_array(b); }
 
+// Numbers with an array operand: numpy's operators do the work. Sums and products take the
+// operands as (b, a); subtracting or dividing by an array goes through -b or 1.0/b.
+static PyObject *constant_array_op(int op, PyObject *a, PyObject *b) {
+  switch (op) {
+    case NVO_OP_ADD: return PyNumber_Add(b, a);
+    case NVO_OP_MUL: return PyNumber_Multiply(b, a);
+    case NVO_OP_SUB: {
+      if (!nvo_is_array(b)) return PyNumber_Subtract(a, b);
+      PyRef negated(PyNumber_Negative(b));
+      return negated ? PyNumber_Add(negated.get(), a) : nullptr;
+    }
+    case NVO_OP_DIV: return nvo_array_binop(NVO_OP_DIV, a, b);
+    case NVO_OP_OR: return PyNumber_Or(a, b);
+    case NVO_OP_AND: return PyNumber_And(a, b);
+  }
+  return nvo_model_error("Invalid object in operation");
+}
+
 PyObject *constant_add(PyObject *a, PyObject *b) {
-  if (either_array(a, b)) return nvo_array_binop(NVO_OP_ADD, a, b);
+  if (either_array(a, b)) return constant_array_op(NVO_OP_ADD, a, b);
   double x, y;
   if (two_numbers(a, b, &x, &y) < 0) return nullptr;
   return PyFloat_FromDouble(x + y);
 }
 
 PyObject *constant_sub(PyObject *a, PyObject *b) {
-  if (either_array(a, b)) return nvo_array_binop(NVO_OP_SUB, a, b);
+  if (either_array(a, b)) return constant_array_op(NVO_OP_SUB, a, b);
   double x, y;
   if (two_numbers(a, b, &x, &y) < 0) return nullptr;
   return PyFloat_FromDouble(x - y);
 }
 
 PyObject *constant_mul(PyObject *a, PyObject *b) {
-  if (either_array(a, b)) return nvo_array_binop(NVO_OP_MUL, a, b);
+  if (either_array(a, b)) return constant_array_op(NVO_OP_MUL, a, b);
   double x, y;
   if (two_numbers(a, b, &x, &y) < 0) return nullptr;
   return PyFloat_FromDouble(x * y);
 }
 
 PyObject *constant_div(PyObject *a, PyObject *b) {
-  if (either_array(a, b)) return nvo_array_binop(NVO_OP_DIV, a, b);
+  if (either_array(a, b)) return constant_array_op(NVO_OP_DIV, a, b);
   double x, y;
   if (two_numbers(a, b, &x, &y) < 0) return nullptr;
   return PyFloat_FromDouble(x / y);  // a zero divisor follows floating-point rules
@@ -436,14 +446,14 @@ PyObject *constant_neg(PyObject *a) {
 }
 
 PyObject *constant_or(PyObject *a, PyObject *b) {
-  if (either_array(a, b)) return nvo_array_binop(NVO_OP_OR, a, b);
+  if (either_array(a, b)) return constant_array_op(NVO_OP_OR, a, b);
   double x, y;
   if (two_numbers(a, b, &x, &y) < 0) return nullptr;
   return PyFloat_FromDouble(x == 0.0 && y == 0.0 ? 0.0 : 1.0);
 }
 
 PyObject *constant_and(PyObject *a, PyObject *b) {
-  if (either_array(a, b)) return nvo_array_binop(NVO_OP_AND, a, b);
+  if (either_array(a, b)) return constant_array_op(NVO_OP_AND, a, b);
   double x, y;
   if (two_numbers(a, b, &x, &y) < 0) return nullptr;
   return PyFloat_FromDouble(x != 0.0 && y != 0.0 ? 1.0 : 0.0);

@@ -186,6 +186,8 @@ static PyObject *scaled_expression(const expression_s *src, double f) {
 }
 
 PyObject *expression_copy(PyObject *obj, double f) {
+  // A zero factor gives the empty expression whatever obj is: no maps, so it is constant.
+  if (f == 0.0) return expression_base();
   int kind = nvo_kind_noraise(obj);
   if (kind == NVO_KIND_EXPRESSION) return scaled_expression(as_expr(obj), f);
   if (kind == NVO_KIND_NONLIN) {
@@ -194,7 +196,6 @@ PyObject *expression_copy(PyObject *obj, double f) {
   }
   PyRef res(expression_base());
   if (!res) return nullptr;
-  if (f == 0.0) return res.release();
   expression_s *e = as_expr(res.get());
   switch (kind) {
     case NVO_KIND_NUMBER: e->constant = f * nvo_number_value(obj); break;
@@ -304,12 +305,15 @@ static int classify(PyObject *a, PyObject *b, int *ka, int *kb) {
   return *kb < 0 ? -1 : 0;
 }
 
+// Sums and products name no operand when one is of no known kind.
+static PyObject *invalid_operand() { return nvo_model_error("Invalid object in operation"); }
+
 // a + s*b where at least one operand is an expression.
 static PyObject *expression_alg_sum(PyObject *a, PyObject *b, double s) {
   int op = s > 0 ? NVO_OP_ADD : NVO_OP_SUB;
   if (nvo_is_array(a) || nvo_is_array(b)) return nvo_array_binop(op, a, b);
-  int ka, kb;
-  if (classify(a, b, &ka, &kb) < 0) return nullptr;
+  int ka = nvo_kind_noraise(a), kb = nvo_kind_noraise(b);
+  if (ka < 0 || kb < 0) return invalid_operand();
   if (ka == NVO_KIND_NONLIN || kb == NVO_KIND_NONLIN) return nvo_nonlinear_binary(op, a, b);
   // Start from a copy of the expression operand (the larger one) and add the other.
   if (kb == NVO_KIND_EXPRESSION && ka != NVO_KIND_EXPRESSION) {
@@ -340,8 +344,8 @@ static PyObject *expression_incremental_alg_sum(PyObject *a, PyObject *b, double
     if (expression_addToLinTerm(a, t->var, s * t->coef) < 0) return nullptr;
     return Py_NewRef(a);
   }
-  int kb = getExprType(b);
-  if (kb < 0) return nullptr;
+  int kb = nvo_kind_noraise(b);
+  if (kb < 0) return invalid_operand();
   if (kb == NVO_KIND_NONLIN) return nvo_nonlinear_binary(s > 0 ? NVO_OP_ADD : NVO_OP_SUB, a, b);
   if (expression_accumulate(a, b, s) < 0) return nvo_model_error("Error adding expressions");
   return Py_NewRef(a);
@@ -406,7 +410,6 @@ PyObject *expression_mul(PyObject *a, PyObject *b) {
   if (nvo_is_number(a)) return expression_copy(b, nvo_number_value(a));
   if (nvo_is_number(b)) return expression_copy(a, nvo_number_value(b));
   int type;
-  double c;
   if (expression_check(a) && expression_is_const(a))
     return multiply_by_const_expr(b, &type, as_expr(a)->constant);
   if (expression_check(b) && expression_is_const(b))
@@ -432,10 +435,7 @@ PyObject *expression_mul(PyObject *a, PyObject *b) {
   }
   if (ko == NVO_KIND_NONLIN || ko == NVO_KIND_QUADTERM)
     return nvo_nonlinear_binary(NVO_OP_MUL, a, b);
-  (void)c;
-  if (ka < 0) return getExprType(a), nullptr;
-  if (kb < 0) return getExprType(b), nullptr;
-  return nvo_model_error("Invalid object in operation");
+  return invalid_operand();
 }
 
 PyObject *expression_div(PyObject *a, PyObject *b) {
