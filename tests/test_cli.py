@@ -69,10 +69,17 @@ def test_demo_is_solved_with_log_status_and_objective(cli):
 
 def test_solution_file_lists_every_column(cli, tmp_path):
     out = tmp_path / "demo.sol"
-    proc = cli(DEMO, "--quiet", "--solution", out)
+    proc = cli(DEMO, "--quiet", "--solution", out, "--print-solution")
     assert proc.returncode == 0, proc.stderr
     header = [line for line in out.read_text().splitlines() if line.startswith("#")]
     body = [line for line in out.read_text().splitlines() if not line.startswith("#")]
+    # The printed solution follows the report and holds the lines of the file.
+    printed = proc.stdout.splitlines()
+    start = printed.index("Solution:")
+    assert set(_summary("\n".join(printed[:start]))) == {"Problem", "Status", "Objective",
+                                                          "Solve time"}
+    assert printed[start - 1] == f"Solution written to {out}"
+    assert [line.strip() for line in printed[start + 1:]] == body
     assert header[0] == "# nuvrel solution"
     assert "# status mip_optimal" in header and "# objective 331" in header
     values = {name: float(value) for name, value in (line.rsplit(" ", 1) for line in body)}
@@ -90,13 +97,13 @@ def test_no_solution_exits_with_1_and_writes_no_file(cli, tmp_path, name, text, 
     model = tmp_path / name
     model.write_text(text)
     out = tmp_path / "never.sol"
-    proc = cli(model, "--quiet", "--solution", out)
+    proc = cli(model, "--quiet", "--solution", out, "--print-solution")
     assert proc.returncode == 1
     report = _summary(proc.stdout)
     assert report["Status"] == status
     assert report["Objective"].startswith("none")
-    assert not out.exists()
-    assert "no solution" in proc.stderr
+    assert not out.exists() and "Solution:" not in proc.stdout
+    assert "no solution to write" in proc.stderr and "no solution to print" in proc.stderr
 
 
 @pytest.mark.parametrize(

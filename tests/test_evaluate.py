@@ -71,7 +71,6 @@ def test_shapes_are_kept(at_values, xyz):
     assert at_values([]) == [] and at_values(()) == () and at_values({}) == {}
 
 
-
 @pytest.mark.parametrize("array", [
     np.arange(6).reshape(2, 3),
     np.array([[True, False]]),
@@ -116,7 +115,6 @@ def test_variable_missing_from_the_values(entry, xyz):
         entry((x + y,), None, {x: 1.0})
 
 
-
 class Unreadable:
     def __len__(self):
         raise ValueError("no length")
@@ -126,8 +124,8 @@ class Unreadable:
 
 
 @pytest.mark.parametrize("obj, exc, message", [
-    ("x", nv.ModelError, "^Evaluation of object of incorrect type$"),
     (object(), nv.ModelError, "^Evaluation of object of incorrect type$"),
+    ([2.0, nv.var() <= 1], nv.ModelError, "^Evaluation of object of incorrect type$"),
     ([1, {2}], nv.ModelError, "^Evaluation of object of incorrect type$"),
     (Unreadable(), nv.ModelError, "^Cannot evaluate type of sequence$"),
     (np.array(["a"]), nv.InterfaceError, "must be of dtype nuvrel.npvar"),
@@ -138,10 +136,19 @@ def test_bad_objects(at_values, obj, exc, message):
         at_values(obj)
 
 
-def test_constraint_is_not_a_value(at_values, xyz):
-    with pytest.raises(nv.ModelError, match="incorrect type"):
-        at_values([xyz[0], xyz[0] <= 1])
-
+@pytest.mark.parametrize("text, expected", [
+    ("", []),
+    (b"", []),
+    (b"ab", [97.0, 98.0]),       # the items of bytes are numbers
+    ("x", RuntimeError),         # each character is again a one-character string
+    ([1, "ab"], RuntimeError),
+])
+def test_strings_are_sequences_without_a_problem(at_values, text, expected):
+    if expected is RuntimeError:
+        with pytest.raises(RuntimeError, match="^Evaluation of expression exceeded recursion"):
+            at_values(text)
+    else:
+        assert at_values(text) == expected
 
 
 def nested(obj, levels):

@@ -271,3 +271,17 @@ def test_read_of_a_bad_file_raises_and_leaves_the_problem_unchanged(crafted, tmp
     with pytest.raises(TypeError):
         p.read()
     assert _describe(p) == before
+
+
+@pytest.mark.parametrize("flags", ["g", "lg"])
+def test_flag_g_sends_a_linear_problem_to_the_nonlinear_writer(crafted, tmp_path, flags):
+    # This library has no nonlinear writer, so the call must fail rather than fall back to
+    # the optimiser's writer.
+    p = nv.problem()
+    p.read(str(crafted))
+    out = tmp_path / "never.mps"
+    with pytest.raises(nv.SolverError, match="nonlinear solver"):
+        p.write(str(out), flags)
+    assert not out.exists()
+    p.write(str(out), flags.replace("g", ""))
+    assert out.exists()

@@ -19,27 +19,29 @@ def ident(s):
     return int(re.fullmatch(r"sos(\d+)", s.name).group(1))
 
 
-def test_defaults_and_identifiers(xyz):
+def test_defaults_identifiers_and_explicit_fields(xyz):
     a = nv.sos(list(xyz), [1, 2, 3])
     b = nv.sos(list(xyz), [1, 2, 3])
     assert a.type == 1 and str(a) == a.name
     # Allocation and initialisation each take an identifier; the set keeps the second.
     assert ident(b) - ident(a) == 2
-
-
-def test_explicit_type_and_name_positional_and_keyword(xyz):
     pos = nv.sos(list(xyz), [1, 2, 3], 2, "pieces")
     kw = nv.sos(weights=[3, 2, 1], indices=list(xyz), name="kw", type=1)
     assert (pos.type, pos.name, str(pos)) == (2, "pieces", "pieces")
     assert (kw.type, kw.name) == (1, "kw")
 
 
-def test_name_object_is_kept_unchecked(xyz):
-    s = nv.sos(list(xyz), [1, 2, 3], name=42)
-    assert s.name == 42 and str(s) == "42"
+@pytest.mark.parametrize("name", [42, None, ("a", 1)])
+def test_name_object_is_kept_unchecked(xyz, name):
+    # Any given object is the name, None included; str() gives the name object itself, so a
+    # name that is not a string makes str() fail with the interpreter's own TypeError.
+    s = nv.sos(list(xyz), [1, 2, 3], name=name)
+    assert s.name is name
+    with pytest.raises(TypeError, match="non-string"):
+        str(s)
 
 
-@pytest.mark.parametrize("bad_type", [0, 3, -1, 2**70, 1.5, "1"])
+@pytest.mark.parametrize("bad_type", [0, 3, -1, -2**63, 2**70, 1.5, "1", None])
 def test_type_must_be_one_or_two(xyz, bad_type):
     with pytest.raises(nv.ModelError, match="^SOS type must be 1 or 2$"):
         nv.sos(list(xyz), [1, 2, 3], type=bad_type)
@@ -56,7 +58,6 @@ def test_lists_are_required(indices, weights, message):
         nv.sos(indices, weights)
 
 
-
 def test_lists_are_shared_with_the_caller(xyz):
     x, y, z = xyz
     idx, wts = [x, y], [1.0, 2.0]
@@ -68,31 +69,21 @@ def test_lists_are_shared_with_the_caller(xyz):
 
 
 def test_copy_shares_elements_but_not_lists(xyz):
-    src = nv.sos(list(xyz), [1.5, 2.5, 3.5], type=2, name="orig")
+    src = nv.sos(list(xyz), [1.5, 2.5, 3.5, 4.5], type=2)
+    src_id = ident(src)
     c = src.copy()
-    assert c.type == 2
+    assert c.type == 2 and c.name == "sos%d_copy_sos%d" % (src_id, src_id)
+    # A copy of a copy is named after the copy it was made from.
+    assert re.fullmatch(r"sos\d+_copy_" + re.escape(c.name), c.copy().name)
     assert c.indices is not src.indices and c.weights is not src.weights
+    # The copy follows the length of the indices; the elements are the same objects.
+    assert len(c.indices) == len(c.weights) == 3
     assert all(a is b for a, b in zip(c.indices, src.indices))
     assert all(a is b for a, b in zip(c.weights, src.weights))
     src.indices.pop()
     assert len(c.indices) == 3
-
-
-def test_copy_name_uses_source_identifier(xyz):
-    src = nv.sos(list(xyz), [1, 2, 3])
-    src_id = ident(src)
-    c = src.copy()
-    assert c.name == "sos%d_copy_sos%d" % (src_id, src_id)
-    # A copy of a copy is named after the copy it was made from.
-    assert re.fullmatch(r"sos\d+_copy_" + re.escape(c.name), c.copy().name)
-
-
-def test_copy_follows_the_indices_length(xyz):
-    s = nv.sos(list(xyz), [1, 2, 3, 4])
-    assert s.copy().weights == [1, 2, 3]
-    short = nv.sos(list(xyz), [1, 2])
     with pytest.raises(nv.ModelError, match="fewer weights than indices"):
-        short.copy()
+        nv.sos(list(xyz), [1, 2]).copy()
 
 
 def test_uninitialised_set_fails_cleanly():

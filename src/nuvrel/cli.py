@@ -1,6 +1,7 @@
 """Command line of nuvrel: read a problem file, solve it, report the outcome.
 
-    python -m nuvrel FILE [--time-limit S] [--gap G] [--threads N] [--solution OUT] [--quiet]
+    python -m nuvrel FILE [--time-limit S] [--gap G] [--threads N] [--print-solution]
+                          [--solution OUT] [--quiet]
 
 Without FILE it shows the banner and versions of the package and the solver library.
 
@@ -59,6 +60,10 @@ def build_parser():
         "--threads", metavar="N", type=_non_negative(int), help="threads to use (0: automatic)"
     )
     parser.add_argument(
+        "--print-solution", action="store_true",
+        help="print the solution after the report (one 'name value' line per column)",
+    )
+    parser.add_argument(
         "--solution", metavar="OUT", help="write the solution (one 'name value' line per column)"
     )
     parser.add_argument("--quiet", action="store_true", help="do not print the solver log")
@@ -95,18 +100,24 @@ def _describe(problem):
     return text
 
 
-def write_solution(path, problem, status, objective):
-    """Writes the header and one "name value" line per column."""
+def solution_lines(problem):
+    """One "name value" line per column, in column order."""
     values = problem.getSolution()
     variables = problem.getVariable(first=0, last=len(values) - 1) if values else []
+    return [f"{var.name} {_format_value(value)}" for var, value in zip(variables, values)]
+
+
+def write_solution(path, problem, status, objective):
+    """Writes the header and one "name value" line per column."""
+    lines = solution_lines(problem)
     with open(path, "w", encoding="utf-8") as out:
         out.write("# nuvrel solution\n")
         out.write(f"# problem {problem.name()}\n")
         out.write(f"# status {status}\n")
         out.write(f"# objective {_format_value(objective)}\n")
-        out.write(f"# columns {len(values)}\n")
-        for var, value in zip(variables, values):
-            out.write(f"{var.name} {_format_value(value)}\n")
+        out.write(f"# columns {len(lines)}\n")
+        for line in lines:
+            out.write(line + "\n")
 
 
 def show_versions(parser):
@@ -160,6 +171,8 @@ def run(options):
     if not solved:
         if options.solution:
             _error(f"no solution to write to {options.solution}")
+        if options.print_solution:
+            _error("no solution to print")
         return EXIT_NO_SOLUTION
     if options.solution:
         try:
@@ -168,6 +181,10 @@ def run(options):
             _error(f"cannot write the solution: {exc}")
             return EXIT_BAD_INPUT
         print(f"Solution written to {options.solution}")
+    if options.print_solution:
+        print("Solution:")
+        for line in solution_lines(problem):
+            print(f"  {line}")
     return EXIT_SOLVED
 
 

@@ -266,9 +266,9 @@ PyObject *evaluate_structure(PyObject *obj, const nvo_eval_context *ctx, int has
   const bool text = PyUnicode_Check(obj) || PyBytes_Check(obj);
   if (has_problem && is_integer(obj)) return integer_leaf(obj, ctx);
   if (has_problem && text) return name_leaf(obj, ctx);
-  // Strings are never opened as sequences of characters (that could only end in the depth
-  // limit); without a problem they are leaves of the wrong type.
-  if (!text && PySequence_Check(obj)) return sequence_value(obj, ctx, has_problem, depth);
+  // Without a problem a string is a sequence like any other: its characters are walked in
+  // turn, so a non-empty one ends in the depth limit.
+  if (PySequence_Check(obj)) return sequence_value(obj, ctx, has_problem, depth);
   double value;
   if (evaluate_object(obj, ctx, depth, &value) < 0) return nullptr;
   return PyFloat_FromDouble(value);

@@ -27,7 +27,7 @@ int type_error() {
 }
 
 // Reads a set type from an integer object: 1 or 2, else ModelError. Non-integers (floats,
-// strings) and integers too large for a long are refused with the same message.
+// strings, None) and integers too large for a long are refused with the same message.
 int parse_type(PyObject *obj, int *type) {
   if (!PyIndex_Check(obj)) return type_error();
   PyRef index(PyNumber_Index(obj));
@@ -41,7 +41,7 @@ int parse_type(PyObject *obj, int *type) {
     PyErr_Clear();
     return type_error();
   }
-  if (static_cast<unsigned long>(t - 1) > 1UL) return type_error();
+  if (static_cast<unsigned long>(t) - 1UL > 1UL) return type_error();  // no signed overflow
   *type = static_cast<int>(t);
   return 0;
 }
@@ -103,12 +103,12 @@ static int sos_init(PyObject *self, PyObject *args, PyObject *kwargs) {
                                  &type_obj, &name_obj))
     return -1;
 
-  PyRef name = (name_obj != nullptr && name_obj != Py_None) ? PyRef::borrow(name_obj)
-                                                            : PyRef(default_name(id));
+  // Any object given is the name, None included; only an absent name gets the default.
+  PyRef name = name_obj != nullptr ? PyRef::borrow(name_obj) : PyRef(default_name(id));
   if (!name) return -1;
 
   int type = 1;
-  if (type_obj != nullptr && type_obj != Py_None && parse_type(type_obj, &type) < 0) return -1;
+  if (type_obj != nullptr && parse_type(type_obj, &type) < 0) return -1;
   if (check_fields(indices, weights) < 0) return -1;
 
   sos_store(self, id, name.get(), type, indices, weights);
@@ -116,7 +116,7 @@ static int sos_init(PyObject *self, PyObject *args, PyObject *kwargs) {
 }
 
 PyObject *sos_create(PyObject *indices, PyObject *weights, int type, PyObject *name) {
-  if (static_cast<unsigned>(type - 1) > 1U) {
+  if (static_cast<unsigned>(type) - 1U > 1U) {
     type_error();
     return nullptr;
   }
@@ -157,12 +157,17 @@ static void sos_dealloc(PyObject *self) {
 
 // --- printing, attributes, copy -------------------------------------------------------------
 
-// The name object itself (converted only when it is not already a string).
-static PyObject *sos_str(PyObject *self) {
+// An uninitialised set (allocated, never initialised) has no name object yet.
+static PyObject *sos_get_name(PyObject *self, void *) {
   PyObject *name = as_sos(self)->name;
   if (name == nullptr) return default_name(as_sos(self)->id);
-  return PyObject_Str(name);
+  Py_INCREF(name);
+  return name;
 }
+
+// The name object itself, not converted: str() of a set named by a non-string object fails
+// with the interpreter's own TypeError.
+static PyObject *sos_str(PyObject *self) { return sos_get_name(self, nullptr); }
 
 static PyObject *sos_copy(PyObject *self, PyObject *) {
   sos_s *src = as_sos(self);
@@ -193,13 +198,6 @@ static PyObject *sos_copy(PyObject *self, PyObject *) {
   sos_store(copy.get(), as_sos(copy.get())->id, name.get(), src->type, indices.get(),
             weights.get());
   return copy.release();
-}
-
-static PyObject *sos_get_name(PyObject *self, void *) {
-  PyObject *name = as_sos(self)->name;
-  if (name == nullptr) return default_name(as_sos(self)->id);
-  Py_INCREF(name);
-  return name;
 }
 
 static PyObject *sos_get_type(PyObject *self, void *) {
@@ -238,9 +236,10 @@ static PyGetSetDef sos_getset[] = {
 };
 
 PyDoc_STRVAR(sos_doc,
-             "sos(indices, weights, type=1, name=None)\n\n"
-             "A special ordered set of type 1 or 2: a list of variables (indices) and a\n"
-             "parallel list of weights that orders them. The lists are kept, not copied.\n\n"
+             "sos(indices, weights[, type[, name]])\n\n"
+             "A special ordered set of type 1 (the default) or 2: a list of variables\n"
+             "(indices) and a parallel list of weights that orders them. The lists are kept,\n"
+             "not copied. Without a name the set is named sos<identifier>.\n\n"
              "Example: s = nuvrel.sos([x, y, z], [1, 2, 3], type=2, name='pieces')");
 
 PyTypeObject sos_type = [] {

@@ -107,14 +107,11 @@ int for_each_element(PyObject *coll, const element_visitor &visit) {
 }
 
 // The positional arguments as the collection to fold: a single argument is itself the
-// collection (or the one element when it is not a collection); several are the tuple.
+// collection, several are the tuple. A single argument that cannot be walked (Sum(x) for a
+// variable x) fails with the iterator protocol's own TypeError.
 int for_each_argument(PyObject *args, const element_visitor &visit) {
-  if (PyTuple_GET_SIZE(args) == 1) {
-    PyObject *only = PyTuple_GET_ITEM(args, 0);
-    if (nvo_is_array(only) || is_collection(only)) return for_each_element(only, visit);
-    return only == Py_None ? 0 : visit(only);
-  }
-  return for_each_element(args, visit);
+  PyObject *collection = PyTuple_GET_SIZE(args) == 1 ? PyTuple_GET_ITEM(args, 0) : args;
+  return for_each_element(collection, visit);
 }
 
 // A failed combination keeps a ModelError of its own; the type and value errors of numpy's

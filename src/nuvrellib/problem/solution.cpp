@@ -83,45 +83,42 @@ int nslp_getslpsol(NSLPprob slp, double *x, double *slack, double *duals, double
 
 using Reader = int (*)(problem_s *p, bool use_nslp, double *values);
 
-int read_slack(problem_s *p, bool use_nslp, double *slack) {
-  if (use_nslp) {
-    if (nslp_getslpsol(p->slpprob, nullptr, slack, nullptr, nullptr) != 0)
-      return solver_error("Could not get constraints' slack");
-    return 0;
-  }
+// One of the row or column vectors that come with a solution besides the primal values.
+enum class SolutionPart { slack, duals, reduced_costs };
+
+// Reads part into out from the nonlinear solver or from the optimiser's LP or MIP solution.
+// A MIP has slacks but refuses duals and reduced costs with mip_refusal. failure is the
+// message of a failing library read.
+int read_solution_part(problem_s *p, bool use_nslp, SolutionPart part, double *out,
+                       const char *mip_refusal, const char *failure) {
+  double *slack = part == SolutionPart::slack ? out : nullptr;
+  double *duals = part == SolutionPart::duals ? out : nullptr;
+  double *djs = part == SolutionPart::reduced_costs ? out : nullptr;
+  if (use_nslp)
+    return nslp_getslpsol(p->slpprob, nullptr, slack, duals, djs) != 0 ? solver_error(failure) : 0;
   int is_mip = problem_is_mip(p);
   if (is_mip < 0) return -1;
+  if (is_mip && mip_refusal != nullptr) return solver_error(mip_refusal);
   int rc = is_mip ? NVRLgetmipsol(p->prob, nullptr, slack)
-                  : NVRLgetlpsol(p->prob, nullptr, slack, nullptr, nullptr);
-  return rc != 0 ? solver_error("Could not get constraints' slack") : 0;
+                  : NVRLgetlpsol(p->prob, nullptr, slack, duals, djs);
+  return rc != 0 ? solver_error(failure) : 0;
 }
 
-int read_duals(problem_s *p, bool use_nslp, double *duals) {
-  if (use_nslp) {
-    if (nslp_getslpsol(p->slpprob, nullptr, nullptr, duals, nullptr) != 0)
-      return solver_error("Could not get dual solution");
-    return 0;
-  }
-  int is_mip = problem_is_mip(p);
-  if (is_mip < 0) return -1;
-  if (is_mip) return solver_error("Cannot retrieve dual variables in a MIP");
-  if (NVRLgetlpsol(p->prob, nullptr, nullptr, duals, nullptr) != 0)
-    return solver_error("Could not get dual solution");
-  return 0;
+int problem_spec_getSlack(problem_s *p, bool use_nslp, double *slack) {
+  return read_solution_part(p, use_nslp, SolutionPart::slack, slack, nullptr,
+                            "Could not get constraints' slack");
 }
 
-int read_rcosts(problem_s *p, bool use_nslp, double *djs) {
-  if (use_nslp) {
-    if (nslp_getslpsol(p->slpprob, nullptr, nullptr, nullptr, djs) != 0)
-      return solver_error("Could not retrieve reduced costs");
-    return 0;
-  }
-  int is_mip = problem_is_mip(p);
-  if (is_mip < 0) return -1;
-  if (is_mip) return solver_error("Cannot retrieve reduced cost in a MIP");
-  if (NVRLgetlpsol(p->prob, nullptr, nullptr, nullptr, djs) != 0)
-    return solver_error("Could not retrieve reduced costs");
-  return 0;
+int problem_spec_getDual(problem_s *p, bool use_nslp, double *duals) {
+  return read_solution_part(p, use_nslp, SolutionPart::duals, duals,
+                            "Cannot retrieve dual variables in a MIP",
+                            "Could not get dual solution");
+}
+
+int problem_spec_getRCost(problem_s *p, bool use_nslp, double *djs) {
+  return read_solution_part(p, use_nslp, SolutionPart::reduced_costs, djs,
+                            "Cannot retrieve reduced cost in a MIP",
+                            "Could not retrieve reduced costs");
 }
 
 // --- shaping the result -----------------------------------------------------------------
@@ -144,7 +141,7 @@ int index_out_of_range() {
 }
 
 // The row (rows true) or column index of one leaf, checked against n. 0 and *index, or -1
-// with an exception set.
+// with an exception set (none for a negative integer).
 int object_index(PyObject *obj, problem_s *p, bool rows, int n, int64_t *index) {
   const rowcolmap *map = nullptr;
   uint64_t id = 0;
@@ -177,13 +174,13 @@ int object_index(PyObject *obj, problem_s *p, bool rows, int n, int64_t *index) 
   if (is_integer_object(obj)) {
     PyRef as_int(PyNumber_Index(obj));
     if (!as_int) return -1;
-    long long value = PyLong_AsLongLong(as_int.get());
-    if (value == -1 && PyErr_Occurred()) {
-      // Too large for any index.
-      PyErr_Clear();
-      return index_out_of_range();
-    }
-    if (value < 0 || value >= n) return index_out_of_range();
+    int overflow = 0;
+    long long value = PyLong_AsLongLongAndOverflow(as_int.get(), &overflow);
+    if (value == -1 && PyErr_Occurred()) return -1;
+    // Only the upper end is checked. A negative index fails the call with no message of
+    // its own: the method's setNvrlErrIfNull then reports the library's last error.
+    if (overflow > 0 || (overflow == 0 && value >= n)) return index_out_of_range();
+    if (overflow < 0 || value < 0) return -1;
     *index = value;
     return 0;
   }
@@ -312,19 +309,19 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
 PyObject *problem_getSlack(PyObject *self, PyObject *args) {
   problem_s *p = initialised(self);
   if (p == nullptr) return nullptr;
-  return setNvrlErrIfNull(self, problem_getResult(p, args, true, read_slack));
+  return setNvrlErrIfNull(self, problem_getResult(p, args, true, problem_spec_getSlack));
 }
 
 PyObject *problem_getDual(PyObject *self, PyObject *args) {
   problem_s *p = initialised(self);
   if (p == nullptr) return nullptr;
-  return setNvrlErrIfNull(self, problem_getResult(p, args, true, read_duals));
+  return setNvrlErrIfNull(self, problem_getResult(p, args, true, problem_spec_getDual));
 }
 
 PyObject *problem_getRCost(PyObject *self, PyObject *args) {
   problem_s *p = initialised(self);
   if (p == nullptr) return nullptr;
-  return setNvrlErrIfNull(self, problem_getResult(p, args, false, read_rcosts));
+  return setNvrlErrIfNull(self, problem_getResult(p, args, false, problem_spec_getRCost));
 }
 
 PyDoc_STRVAR(problem_getSolution_doc,
