@@ -146,41 +146,63 @@ def test_deleting_renumbers_lists_and_maps(nv, kind, selection, remaining):
     assert_in_step(p, nv)
 
 
-def test_delete_by_object_and_by_name(nv):
+@pytest.mark.parametrize(
+    "item",
+    [
+        lambda x: x[1], lambda x: "x1", lambda x: b"x1", lambda x: 1, lambda x: True,
+        lambda x: np.int32(1), lambda x: np.int64(1),
+        lambda x: 2**32 + 1,  # taken as a 32-bit index, unchecked before the library sees it
+    ],
+    ids=["object", "name", "bytes", "int", "bool", "int32", "int64", "truncated"],
+)
+def test_one_item_may_be_named_in_every_form(nv, item):
     x = [nv.var(name=f"x{i}") for i in range(4)]
     p = nv.problem(x)
-    p.delVariable(index=x[1])
-    p.delVariable(index="x3")
-    assert p.getVariable(first=0) == [x[0], x[2]]
+    assert p.getVariable(index=item(x)) is x[1]
+    p.delVariable(index=item(x))
+    assert p.getVariable(first=0) == [x[0], x[2], x[3]]
     assert_in_step(p, nv)
 
 
 @pytest.mark.parametrize(
-    "kwargs, message",
+    "selection, exc, message",
     [
-        ({}, "At least one parameter must be specified"),
-        ({"index": 0, "first": 0}, "cannot be specified if 'index' is also specified"),
-        ({"first": -1}, "must be both nonnegative when specified"),
-        ({"first": 2, "last": 1}, "Parameter 'first' must be less than, or equal to, 'last'"),
-        ({"index": 9}, "Index out of bounds"),
-        ({"index": "nobody"}, "Index out of bounds"),
+        ({}, "ModelError", "At least one parameter must be specified"),
+        ({"index": 0, "first": 0}, "ModelError",
+         "cannot be specified if 'index' is also specified"),
+        ({"first": -1}, "ModelError", "must be both nonnegative when specified"),
+        ({"first": 2, "last": 1}, "ModelError",
+         "Parameter 'first' must be less than, or equal to, 'last'"),
+        ({"index": 9}, "ModelError", "Index out of bounds"),
+        ({"index": [0, -1]}, "ModelError", "Index out of bounds"),
+        ({"index": "nobody"}, "SolverError", "nobody"),
+        ({"index": lambda nv, c: nv.var(name="stranger")}, "ModelError",
+         "^Variable stranger not in problem$"),
+        ({"index": lambda nv, c: c}, "ModelError", "^Invalid variable object "),
+        ({"index": np.int8(1)}, "ModelError", "^Invalid variable object 1$"),
+        ({"index": 1.0}, "ModelError", "^Invalid variable object 1.0$"),
     ],
 )
 @pytest.mark.parametrize("method", ["delVariable", "getVariable"])
-def test_selection_errors(nv, kwargs, message, method):
+def test_selection_errors(nv, selection, exc, message, method):
     x = [nv.var() for _ in range(3)]
-    p = nv.problem(x)
-    with pytest.raises(nv.ModelError, match=message):
+    c = x[0] <= 1
+    p = nv.problem(x, c)
+    kwargs = {k: v(nv, c) if callable(v) else v for k, v in selection.items()}
+    with pytest.raises(getattr(nv, exc), match=message):
         getattr(p, method)(**kwargs)
     assert p.attributes.columns == 3
 
 
-def test_out_of_range_messages_differ_between_delete_and_get(nv):
-    p = nv.problem([nv.var() for _ in range(2)])
+@pytest.mark.parametrize(
+    "size, selection", [(2, {"first": 0, "last": 2}), (0, {"first": 0}), (0, {"last": 0})]
+)
+def test_out_of_range_messages_differ_between_delete_and_get(nv, size, selection):
+    p = nv.problem([nv.var() for _ in range(size)])
     with pytest.raises(nv.ModelError, match="Parameters 'first' or 'last' are out of range"):
-        p.delVariable(first=0, last=2)
+        p.delVariable(**selection)
     with pytest.raises(nv.ModelError, match="Parameters 'first' and 'last' are out of range"):
-        p.getVariable(first=0, last=2)
+        p.getVariable(**selection)
 
 
 def test_get_returns_objects(nv):
@@ -195,13 +217,15 @@ def test_get_returns_objects(nv):
 
 
 def test_sets_are_added_looked_up_and_deleted(nv):
-    x = [nv.var(ub=1) for _ in range(3)]
-    s1, s2 = nv.sos(x[:2], [1, 2], type=1), nv.sos([0, 1, 2], [1, 2, 3], type=2)
+    x = [nv.var(ub=1, name=f"x{i}") for i in range(3)]
+    # Members may be given by column: Python ints (bools too) and numpy integers of any width.
+    s1, s2 = nv.sos(x[:2], [1, 2], type=1), nv.sos([0, True, np.int8(2)], [1, 2, 3], type=2)
     p = nv.problem(x, s1, s2)
     assert p.attributes.sets == 2
     assert (p.getIndex(s1), p.getIndex(s2)) == (0, 1)
     assert p.getSOS(index=1) is s2
-    p.delSOS(index=0)
+    # A name selects a set by the index of the column of that name.
+    p.delSOS(index="x0")
     assert p.getIndex(s2) == 0 and p.attributes.sets == 1
     with pytest.raises(nv.ModelError, match="SOS already added to problem"):
         p.addSOS(s2)

@@ -1,6 +1,7 @@
 """Models built with the modelling API and solved end to end; every optimum is derived
 independently (by hand in the comments, or from the optima published with the instance)."""
 
+import ctypes
 import os
 
 import numpy as np
@@ -213,6 +214,8 @@ def test_solve_refuses_flags_that_are_not_a_string(nv):
     [
         (lambda nv, x: (x, 0), "ModelError", "Invalid optimization sense"),
         (lambda nv, x: ("x", 1), "ModelError", "Invalid object set as objective"),
+        (lambda nv, x: (np.array([], dtype=object), 1), "ModelError",
+         "Invalid object set as objective"),
         (lambda nv, x: (nv.var() + x, 1), "ModelError",
          "Variable in linear part of constraint has not been added to problem yet"),
     ],
@@ -242,3 +245,29 @@ def test_nonconvex_objective_is_reported(nv):
     p = nv.problem(x, -x * x)
     with pytest.raises(nv.SolverError, match="determined to be nonconvex"):
         p.solve()
+
+
+def nonlinear_counters(p):
+    """The problem's reserved_index, n_nonlin_cons and nonlin_obj fields, in place. They follow
+    the object header, the two library handles, five objects, three maps and 40 callback lists;
+    reserved_index is always -1, which confirms the offset."""
+    offset = object.__basicsize__ + 50 * ctypes.sizeof(ctypes.c_void_p)
+    fields = (ctypes.c_int32 * 3).from_address(id(p) + offset)
+    assert fields[0] == -1
+    return fields
+
+
+@pytest.mark.parametrize("counter", [1, 2], ids=["nonlinear_rows", "nonlinear_objective"])
+def test_a_nonlinear_problem_reports_the_nonlinear_solvers_outcome(nv, counter):
+    x = nv.var(ub=3)
+    p = nv.problem(x, x, sense=nv.maximize)
+    p.solve()
+    assert (p.getProbStatus(), p.getProbStatusString(), p.getObjVal()) == (1, "lp_optimal", 3)
+    fields = nonlinear_counters(p)
+    fields[counter] = 1
+    try:
+        # The nonlinear solver has not run on it: its status 0, named from its own table.
+        assert (p.getProbStatus(), p.getProbStatusString(), p.getObjVal()) == (
+            0, "nlp_unstarted", 0)
+    finally:
+        fields[counter] = 0

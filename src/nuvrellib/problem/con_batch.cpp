@@ -54,7 +54,8 @@ int make_room(con_batch *b, size_t name_bytes) {
   const Member quad[] = {
       {&b->qcol1, sizeof(int)}, {&b->qcol2, sizeof(int)}, {&b->qval, sizeof(double)}};
   const Member names[] = {{&b->names, sizeof(char)}};
-  if (grow_buffers(&b->row_capacity, b->nrows + 1, rows) != 0) return -1;
+  // Room for entry nrows of every row array and for start[nrows + 1].
+  if (grow_buffers(&b->row_capacity, b->nrows, rows) != 0) return -1;
   if (grow_buffers(&b->lin_capacity, b->nlin + static_cast<int64_t>(b->body.lin_col.size()), lin) !=
       0)
     return -1;
@@ -104,11 +105,6 @@ void append_row(con_batch *b, PyObject *con, const char *name, Py_ssize_t namele
   b->nquad += static_cast<int64_t>(nq);
 }
 
-int library_error(problem_s *p) {
-  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-  return -1;
-}
-
 }  // namespace
 
 void con_batch::release() {
@@ -155,7 +151,7 @@ void getRhsSense(PyObject *con, char *rowtype, double *rhs, double *range) {
 
 int64_t problem_row_count(problem_s *p) {
   int rows = 0;
-  if (NVRLgetintattrib(p->prob, kAttrRows, &rows) != 0) return library_error(p);
+  if (NVRLgetintattrib(p->prob, kAttrRows, &rows) != 0) return problem_library_error(p);
   return rows;
 }
 
@@ -212,14 +208,14 @@ int con_batch_flush(con_batch *b, problem_s *p) {
                            b->colind, b->coef) != 0 ||
              NVRLaddnames(p->prob, 1, b->names, static_cast<int>(r0),
                           static_cast<int>(r0) + b->nrows - 1) != 0) {
-    rc = library_error(p);
+    rc = problem_library_error(p);
   } else {
     int64_t offset = 0;
     for (int32_t i = 0; i < b->nrows && rc == 0; ++i) {
       if (b->qcount[i] > 0 &&
           NVRLaddqmatrix64(p->prob, static_cast<int>(r0) + i, b->qcount[i], b->qcol1 + offset,
                            b->qcol2 + offset, b->qval + offset) != 0)
-        rc = library_error(p);
+        rc = problem_library_error(p);
       offset += b->qcount[i];
     }
   }

@@ -290,12 +290,13 @@ PyObject *problem_getInfo_byname(problem_s *p, PyObject *name, int is_control) {
   PyRef entry;
   {
     EnvLock lock(nvr_py_env.mtx_names);
-    entry = PyRef::borrow(lookup(is_control ? nvr_py_env.ctrl_table : nvr_py_env.attr_table,
-                                 name,
-                                 is_control ? "Incorrect control name" : "Incorrect attribute name"));
+    entry = PyRef::borrow(
+        lookup(is_control ? nvr_py_env.ctrl_table : nvr_py_env.attr_table, name,
+               is_control ? "Incorrect control name" : "Incorrect attribute name"));
   }
   if (!entry) return nullptr;
-  return setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), value_of_entry(p, entry.get(), is_control));
+  return setNvrlErrIfNull(reinterpret_cast<PyObject *>(p),
+                          value_of_entry(p, entry.get(), is_control));
 }
 
 int problem_setControl_byname(problem_s *p, PyObject *name, PyObject *value) {

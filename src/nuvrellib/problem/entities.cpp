@@ -26,13 +26,9 @@ int model_error(const char *msg) {
   return -1;
 }
 
-int library_error(problem_s *p) {
-  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-  return -1;
-}
-
+// Python ints (bools count as 0 and 1) and numpy integer scalars of any width.
 bool is_integer_index(PyObject *obj) {
-  return (PyLong_Check(obj) && !PyBool_Check(obj)) || PyArray_IsScalar(obj, Integer);
+  return PyLong_Check(obj) || PyArray_IsScalar(obj, Integer);
 }
 
 // Column of one member of a set: a variable of the problem or a column index.
@@ -75,9 +71,9 @@ int problem_addSOS_single(problem_s *p, PyObject *set) {
   const char settype = sos_settype(set) == 2 ? '2' : '1';
   const NVRLint64 start[2] = {0, n};
   if (NVRLaddsets64(p->prob, 1, n, &settype, start, cols.data(), refval.data()) != 0)
-    return library_error(p);
+    return problem_library_error(p);
   int nsets = 0;
-  if (NVRLgetintattrib(p->prob, kAttrSets, &nsets) != 0) return library_error(p);
+  if (NVRLgetintattrib(p->prob, kAttrSets, &nsets) != 0) return problem_library_error(p);
   if (PyList_Append(p->sets, set) != 0) return -1;
   if (rowcolmap_set(p->sosmap, static_cast<uint64_t>(sos_id(set)), nsets - 1) != 0) return -1;
   return 0;
@@ -172,7 +168,7 @@ int add_indicator_pair(problem_s *p, PyObject *condition, PyObject *enforced) {
   if (rows < 0) return -1;
   const int row = static_cast<int>(rows - 1), col = static_cast<int>(column);
   if (NVRLsetindicators(p->prob, 1, &row, &col, &flag) != 0) {
-    library_error(p);
+    problem_library_error(p);
     NVRLdelrows(p->prob, 1, &row);  // no half-made indicator stays behind
     return -1;
   }

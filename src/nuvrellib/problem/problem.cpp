@@ -26,12 +26,6 @@ constexpr int kNslpCtrlAutoPresolve = 12415;
 
 inline problem_s *as_problem(PyObject *o) { return reinterpret_cast<problem_s *>(o); }
 
-// Reports the library's error for p unless a more precise exception is pending. Returns -1.
-int library_error(problem_s *p) {
-  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-  return -1;
-}
-
 int create_lists_and_maps(problem_s *p) {
   p->vars = PyList_New(0);
   p->cons = PyList_New(0);
@@ -65,18 +59,18 @@ int create_handles(problem_s *p) {
   if (nslp_state(-1) == 1) {
     if (NSLPcreateprob(&p->slpprob, &p->prob) != 0) {
       p->slpprob = nullptr;
-      return library_error(p);
+      return problem_library_error(p);
     }
-    if (NSLPsetintcontrol(p->slpprob, kNslpCtrlAutoPresolve, 0) != 0) return library_error(p);
+    if (NSLPsetintcontrol(p->slpprob, kNslpCtrlAutoPresolve, 0) != 0) return problem_library_error(p);
   }
   return 0;
 }
 
 // Each problem prints its own log lines; the global routine leaves them alone.
 int register_printing(problem_s *p) {
-  if (NVRLaddcbmessage(p->prob, nvr_py_print_prob, nullptr, 1) != 0) return library_error(p);
+  if (NVRLaddcbmessage(p->prob, nvr_py_print_prob, nullptr, 1) != 0) return problem_library_error(p);
   if (p->slpprob != nullptr && NSLPsetcbmessage(p->slpprob, nvr_py_print_probNL, nullptr) != 0)
-    return library_error(p);
+    return problem_library_error(p);
   return 0;
 }
 
@@ -85,10 +79,10 @@ int load_empty(problem_s *p, const char *name) {
   int loadlog = 0;
   if (NVRLgetintcontrol(p->prob, kCtrlLoadLog, &loadlog) != 0 ||
       NVRLsetintcontrol(p->prob, kCtrlLoadLog, 0) != 0)
-    return library_error(p);
+    return problem_library_error(p);
   int rc = NVRLloadlp(p->prob, name, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
                       nullptr, nullptr, nullptr, nullptr, nullptr);
-  if (NVRLsetintcontrol(p->prob, kCtrlLoadLog, loadlog) != 0 || rc != 0) return library_error(p);
+  if (NVRLsetintcontrol(p->prob, kCtrlLoadLog, loadlog) != 0 || rc != 0) return problem_library_error(p);
   return 0;
 }
 
@@ -199,11 +193,6 @@ PyObject *problem_name_string(problem_s *p) {
   return result;
 }
 
-PyObject *problem_str(PyObject *self) {
-  if (problem_ready(self) == nullptr) return nullptr;
-  return setNvrlErrIfNull(self, problem_name_string(as_problem(self)));
-}
-
 PyDoc_STRVAR(problem_name_doc,
              "name()\n\nThe name of the problem.\n\nExample: print(p.name())");
 
@@ -211,6 +200,9 @@ PyObject *problem_name(PyObject *self, PyObject *) {
   if (problem_ready(self) == nullptr) return nullptr;
   return setNvrlErrIfNull(self, problem_name_string(as_problem(self)));
 }
+
+// str(p) is the problem's name.
+PyObject *problem_str(PyObject *self) { return problem_name(self, nullptr); }
 
 PyDoc_STRVAR(problem_copy_doc,
              "copy()\n\nA new, independent problem with the same model, controls and callbacks.\n"
@@ -294,6 +286,11 @@ PyMethodDef problem_methods_lifecycle[] = {
     {"getlasterror", NVRL_PY_getlasterror, METH_NOARGS, NVRL_PY_getlasterror_doc},
     {nullptr, nullptr, 0, nullptr},
 };
+
+int problem_library_error(problem_s *p) {
+  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+  return -1;
+}
 
 problem_s *problem_ready(PyObject *self) {
   problem_s *p = as_problem(self);

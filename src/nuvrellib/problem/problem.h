@@ -48,6 +48,10 @@ problem_s *problem_new();
 // not been initialized" for an object made without running __init__.
 problem_s *problem_ready(PyObject *self);
 
+// Raises the library's last error for p unless a more precise exception is pending.
+// Returns -1, so that failing internal routines can end with it.
+int problem_library_error(problem_s *p);
+
 // Routing rule: true when the problem must be handled by the nonlinear solver.
 inline bool problem_is_nonlinear(const problem_s *p) {
   return p->n_nonlin_cons > 0 || p->nonlin_obj != 0;

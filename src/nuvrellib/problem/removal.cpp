@@ -48,32 +48,68 @@ bool object_id(PyObject *obj, ObjectKind kind, uint64_t *id) {
   return false;
 }
 
-bool is_integer_index(PyObject *obj) {
-  return (PyLong_Check(obj) && !PyBool_Check(obj)) || PyArray_IsScalar(obj, Integer);
+// Python ints (bools included) and numpy's C int and C long scalars; other numpy integer
+// types are not indices.
+bool is_integer_object(PyObject *obj) {
+  return PyLong_Check(obj) || PyArray_IsScalar(obj, Int) || PyArray_IsScalar(obj, Long);
 }
 
-// Position of one item given as an object of the problem, an index or a name; -1 with an
-// exception set when there is none.
-int64_t single_index(problem_s *p, PyObject *item, ObjectKind kind) {
-  int64_t index = -1;
-  uint64_t id;
-  if (object_id(item, kind, &id)) {
-    if (rowcolmap_get(map_of(p, kind), id, &index) != 0) index = -1;
-  } else if (is_integer_index(item)) {
-    index = PyLong_AsLongLong(item);
-    if (index == -1 && PyErr_Occurred()) return -1;
-  } else if (PyUnicode_Check(item)) {
-    const char *name = PyUnicode_AsUTF8(item);
-    if (name == nullptr) return -1;
-    static const int name_types[] = {1, 2, 3};
-    int found = -1;
-    if (NVRLgetindex(p->prob, name_types[kind], name, &found) != 0) found = -1;
-    index = found;
-  } else {
-    PyErr_SetString(nvpy_model_exc,
-                    "Invalid index: must be an object of the problem, an integer or a name");
-    return -1;
+// The type an item must have exactly to be taken as an object of the problem, and the texts
+// for such an object outside the problem and for an item of no usable kind.
+struct KindTexts {
+  PyTypeObject *type;
+  const char *missing, *invalid;
+};
+
+KindTexts texts_of(ObjectKind kind) {
+  switch (kind) {
+    case KIND_CONSTRAINT:
+      return {&constraint_type, "Constraint %S not in problem", "Invalid constraint object %S"};
+    case KIND_VARIABLE:
+      return {&var_type, "Variable %S not in problem", "Invalid variable object %S"};
+    default:
+      return {&sos_type, "SOS %S not in problem", "Invalid SOS object %S"};
   }
+}
+
+// One item given as an integer, a name or an object of the problem, as a 32-bit index.
+// Integers are taken as they are (truncated to 32 bits); names are looked up among the rows
+// for constraints and among the columns otherwise, sets included. 0, or -1 with an exception.
+int item_index(problem_s *p, PyObject *item, ObjectKind kind, int *index) {
+  if (is_integer_object(item)) {
+    long value = PyLong_AsLong(item);
+    if (value == -1 && PyErr_Occurred()) return -1;
+    *index = static_cast<int>(value);
+    return 0;
+  }
+  if (PyUnicode_Check(item) || PyBytes_Check(item)) {
+    const char *name = PyBytes_Check(item) ? PyBytes_AS_STRING(item) : PyUnicode_AsUTF8(item);
+    if (name == nullptr) return -1;
+    if (NVRLgetindex(p->prob, kind == KIND_CONSTRAINT ? 1 : 2, name, index) != 0) {
+      setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+      return -1;
+    }
+    return 0;
+  }
+  const KindTexts texts = texts_of(kind);
+  uint64_t id;
+  if (Py_TYPE(item) == texts.type && object_id(item, kind, &id)) {
+    int64_t position;
+    if (rowcolmap_get(map_of(p, kind), id, &position) != 0) {
+      PyErr_Format(nvpy_model_exc, texts.missing, item);
+      return -1;
+    }
+    *index = static_cast<int>(position);
+    return 0;
+  }
+  PyErr_Format(nvpy_model_exc, texts.invalid, item);
+  return -1;
+}
+
+// Position of one item in the problem's list; -1 with an exception set when there is none.
+int64_t single_index(problem_s *p, PyObject *item, ObjectKind kind) {
+  int index;
+  if (item_index(p, item, kind, &index) != 0) return -1;
   if (index < 0 || index >= PyList_GET_SIZE(list_of(p, kind))) {
     model_error("Index out of bounds");
     return -1;
@@ -103,7 +139,8 @@ int parse_selection(problem_s *p, ObjectKind kind, PyObject *args, PyObject *kwa
     long long first = 0, last = size - 1;
     if (has_first && (first = PyLong_AsLongLong(first_obj)) == -1 && PyErr_Occurred()) return -1;
     if (has_last && (last = PyLong_AsLongLong(last_obj)) == -1 && PyErr_Occurred()) return -1;
-    if (first < 0 || last < 0)
+    // Only given values can be negative; an omitted last on an empty list is out of range.
+    if ((has_first && first < 0) || (has_last && last < 0))
       return model_error("Parameters 'first' and 'last' must be both nonnegative when specified");
     if (first >= size || last >= size) return model_error(range_msg);
     if (first > last) return model_error("Parameter 'first' must be less than, or equal to, 'last'");

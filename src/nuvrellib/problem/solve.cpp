@@ -24,14 +24,10 @@ constexpr int kAttrLpObjVal = 2001, kAttrMipObjVal = 2003;
 constexpr int kAttrCols = 1214;
 constexpr int kLpNonconvex = 8;
 constexpr int kNslpCtrlObjSense = 12146;
+constexpr int kNslpAttrStatus = 12044, kNslpAttrObjVal = 12179;
 
-
-int library_error(problem_s *p) {
-  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-  return -1;
-}
-
-// Nonlinear content cannot be created yet, so a problem that claims it is refused plainly.
+// Nonlinear rows and objectives cannot be built yet, so solving a problem that claims them,
+// or changing its objective, is refused plainly.
 int nonlinear_unavailable() {
   PyErr_SetString(nvpy_model_exc,
                   "Nonlinear expressions cannot be passed to the solver in this version");
@@ -41,26 +37,26 @@ int nonlinear_unavailable() {
 // Zeroes the linear objective, its constant and the quadratic objective.
 int clear_objective(problem_s *p) {
   int ncols = 0;
-  if (NVRLgetintattrib(p->prob, kAttrCols, &ncols) != 0) return library_error(p);
+  if (NVRLgetintattrib(p->prob, kAttrCols, &ncols) != 0) return problem_library_error(p);
   const int constant_col = -1;
   const double zero = 0.0;
-  if (NVRLchgobj(p->prob, 1, &constant_col, &zero) != 0) return library_error(p);
+  if (NVRLchgobj(p->prob, 1, &constant_col, &zero) != 0) return problem_library_error(p);
   if (ncols == 0) return 0;
   std::vector<int> cols(static_cast<size_t>(ncols));
   for (int j = 0; j < ncols; ++j) cols[j] = j;
   std::vector<double> zeros(static_cast<size_t>(ncols), 0.0);
-  if (NVRLchgobj(p->prob, ncols, cols.data(), zeros.data()) != 0) return library_error(p);
+  if (NVRLchgobj(p->prob, ncols, cols.data(), zeros.data()) != 0) return problem_library_error(p);
 
   NVRLint64 nq = 0;
   if (NVRLgetmqobj64(p->prob, nullptr, nullptr, nullptr, 0, &nq, 0, ncols - 1) != 0)
-    return library_error(p);
+    return problem_library_error(p);
   if (nq == 0) return 0;
   std::vector<NVRLint64> start(static_cast<size_t>(ncols) + 1);
   std::vector<int> other(static_cast<size_t>(nq));
   std::vector<double> value(static_cast<size_t>(nq));
   if (NVRLgetmqobj64(p->prob, start.data(), other.data(), value.data(), nq, &nq, 0,
                      ncols - 1) != 0)
-    return library_error(p);
+    return problem_library_error(p);
   std::vector<int> col1(static_cast<size_t>(nq)), col2(static_cast<size_t>(nq));
   for (int j = 0; j < ncols; ++j)
     for (NVRLint64 k = start[j]; k < start[j + 1]; ++k) {
@@ -69,33 +65,53 @@ int clear_objective(problem_s *p) {
     }
   std::fill(value.begin(), value.end(), 0.0);
   if (NVRLchgmqobj64(p->prob, nq, col1.data(), col2.data(), value.data()) != 0)
-    return library_error(p);
+    return problem_library_error(p);
   return 0;
 }
 
 int int_attrib(problem_s *p, int id, int *value) {
-  if (NVRLgetintattrib(p->prob, id, value) != 0) return library_error(p);
+  if (NVRLgetintattrib(p->prob, id, value) != 0) return problem_library_error(p);
   return 0;
 }
 
-// The status number of the last solve, read as getProbStatus does.
-int read_status(problem_s *p, int *is_mip, int *status) {
-  *is_mip = problem_is_mip(p);
-  if (*is_mip < 0) return -1;
-  return int_attrib(p, *is_mip ? kAttrMipStatus : kAttrLpStatus, status);
+// True when the nonlinear solver answers for p: the problem is nonlinear and the solver is
+// there. A nonlinear problem without the solver reports the optimiser's values.
+bool answered_by_nslp(problem_s *p) {
+  return problem_is_nonlinear(p) && nslp_state(-1) == 1 && p->slpprob != nullptr;
 }
 
-const char *status_name(int status, bool mip) {
-  static const char *const lp[] = {"lp_unstarted", "lp_optimal",    "lp_infeas",
-                                   "lp_cutoff",    "lp_unfinished", "lp_unbounded",
-                                   "lp_cutoff_in_dual", "lp_unsolved", "lp_nonconvex"};
-  static const char *const mip_names[] = {
-      "mip_not_loaded", "mip_lp_not_optimal", "mip_lp_optimal", "mip_no_sol_found",
-      "mip_solution",   "mip_infeas",         "mip_optimal",    "mip_unbounded",
-      "mip_unknown"};
-  if (status < 0 || status > 8) return mip ? "mip_unknown" : "lp_unknown";
-  return mip ? mip_names[status] : lp[status];
+// The status number of the last solve, read as getProbStatus does; *mip tells whether the
+// optimiser's MIP status was read.
+int read_status(problem_s *p, int *status, bool *mip) {
+  *mip = false;
+  if (answered_by_nslp(p)) {
+    if (NSLPgetintattrib(p->slpprob, kNslpAttrStatus, status) != 0)
+      return problem_library_error(p);
+    return 0;
+  }
+  const int is_mip = problem_is_mip(p);
+  if (is_mip < 0) return -1;
+  *mip = is_mip != 0;
+  return int_attrib(p, *mip ? kAttrMipStatus : kAttrLpStatus, status);
 }
+
+// The name of a status number; a value outside a table gets the table's last name.
+const char *status_name(int status, const char *const (&table)[10]) {
+  return status >= 0 && status < 9 ? table[status] : table[9];
+}
+
+constexpr const char *kLpStatusNames[10] = {
+    "lp_unstarted", "lp_optimal",        "lp_infeas",   "lp_cutoff",    "lp_unfinished",
+    "lp_unbounded", "lp_cutoff_in_dual", "lp_unsolved", "lp_nonconvex", "lp_unknown"};
+constexpr const char *kMipStatusNames[10] = {
+    "mip_not_loaded", "mip_lp_not_optimal", "mip_lp_optimal", "mip_no_sol_found",
+    "mip_solution",   "mip_infeas",         "mip_optimal",    "mip_unbounded",
+    "mip_unknown",    "mip_unknown"};
+// Value 1 is "nlp_solution" although the module constants also call it nlp_locally_optimal.
+constexpr const char *kNlpStatusNames[10] = {
+    "nlp_unstarted", "nlp_solution", "nlp_globally_optimal", "nlp_locally_infeasible",
+    "nlp_infeasible", "nlp_unbounded", "nlp_unfinished", "nlp_unknown",
+    "nlp_unknown",   "nlp_unknown"};
 
 PyDoc_STRVAR(problem_setObjective_doc,
              "setObjective(objective, sense=nuvrel.minimize)\n\n"
@@ -175,12 +191,9 @@ PyDoc_STRVAR(problem_getProbStatus_doc,
 PyObject *problem_getProbStatus(PyObject *self, PyObject *) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
-  if (problem_is_nonlinear(p)) {
-    nonlinear_unavailable();
-    return nullptr;
-  }
-  int is_mip, status;
-  if (read_status(p, &is_mip, &status) != 0) return nullptr;
+  int status;
+  bool mip;
+  if (read_status(p, &status, &mip) != 0) return nullptr;
   return PyLong_FromLong(status);
 }
 
@@ -191,13 +204,15 @@ PyDoc_STRVAR(problem_getProbStatusString_doc,
 PyObject *problem_getProbStatusString(PyObject *self, PyObject *) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
-  if (problem_is_nonlinear(p)) {
-    nonlinear_unavailable();
-    return nullptr;
-  }
-  int is_mip, status;
-  if (read_status(p, &is_mip, &status) != 0) return nullptr;
-  return PyUnicode_FromString(status_name(status, is_mip != 0));
+  int status;
+  bool mip;
+  if (read_status(p, &status, &mip) != 0) return nullptr;
+  // The table follows the problem's content alone: a nonlinear problem names even an LP or
+  // MIP status number from the nonlinear table.
+  const auto &table = problem_is_nonlinear(p) ? kNlpStatusNames
+                      : mip                   ? kMipStatusNames
+                                              : kLpStatusNames;
+  return PyUnicode_FromString(status_name(status, table));
 }
 
 PyDoc_STRVAR(problem_getObjVal_doc,
@@ -207,13 +222,14 @@ PyDoc_STRVAR(problem_getObjVal_doc,
 PyObject *problem_getObjVal(PyObject *self, PyObject *) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
-  if (problem_is_nonlinear(p)) {
-    nonlinear_unavailable();
-    return nullptr;
+  double value = 0.0;
+  if (answered_by_nslp(p)) {
+    if (NSLPgetdblattrib(p->slpprob, kNslpAttrObjVal, &value) != 0)
+      return setNvrlErrIfNull(self, nullptr);
+    return PyFloat_FromDouble(value);
   }
   const int is_mip = problem_is_mip(p);
   if (is_mip < 0) return nullptr;
-  double value = 0.0;
   if (NVRLgetdblattrib(p->prob, is_mip ? kAttrMipObjVal : kAttrLpObjVal, &value) != 0)
     return setNvrlErrIfNull(self, nullptr);
   return PyFloat_FromDouble(value);
@@ -244,13 +260,17 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   }
   PyRef objective = PyRef::borrow(obj);
   if (nvo_is_array(obj)) {
-    if (PyArray_SIZE(reinterpret_cast<PyArrayObject *>(obj)) > 1) {
+    const npy_intp size = PyArray_SIZE(reinterpret_cast<PyArrayObject *>(obj));
+    if (size > 1) {
       PyErr_SetString(nvpy_model_exc,
                       "Only one objective can be set, passed a sequence or NumPy array");
       return -1;
     }
-    objective = PyRef(nvo_array_first_item(obj));
-    if (!objective) return -1;
+    // An empty array stays what it is and is refused below as no expression.
+    if (size == 1) {
+      objective = PyRef(nvo_array_first_item(obj));
+      if (!objective) return -1;
+    }
   }
   if (nvo_kind_noraise(objective.get()) < 0) {
     PyErr_SetString(nvpy_model_exc, "Invalid object set as objective");
@@ -265,13 +285,13 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   if (converted.constant != 0.0) {
     const int constant_col = -1;
     const double value = -converted.constant;
-    if (NVRLchgobj(p->prob, 1, &constant_col, &value) != 0) return library_error(p);
+    if (NVRLchgobj(p->prob, 1, &constant_col, &value) != 0) return problem_library_error(p);
   }
   const size_t nl = converted.lin_col.size();
   if (nl > 0) {
     if (NVRLchgobj(p->prob, static_cast<int>(nl), converted.lin_col.data(),
                    converted.lin_coef.data()) != 0)
-      return library_error(p);
+      return problem_library_error(p);
   }
   const size_t nq = converted.quad_col1.size();
   if (nq > 0) {
@@ -281,12 +301,12 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
                            converted.quad_coef[k]);
     if (NVRLchgmqobj64(p->prob, static_cast<NVRLint64>(nq), converted.quad_col1.data(),
                        converted.quad_col2.data(), q.data()) != 0)
-      return library_error(p);
+      return problem_library_error(p);
   }
-  if (NVRLchgobjsense(p->prob, sense == 1 ? 1 : -1) != 0) return library_error(p);
+  if (NVRLchgobjsense(p->prob, sense == 1 ? 1 : -1) != 0) return problem_library_error(p);
   if (p->slpprob != nullptr && nslp_state(-1) == 1 &&
       NSLPsetdblcontrol(p->slpprob, kNslpCtrlObjSense, sense == 1 ? 1.0 : -1.0) != 0)
-    return library_error(p);
+    return problem_library_error(p);
   return 0;
 }
 
