@@ -185,3 +185,16 @@ def test_printing_follows_the_output_switch(run_python, enabled, expected):
         print("after")
     """)
     assert proc.stdout == expected
+
+
+def test_handler_entry_removed_before_its_message_arrives_is_left_alone(nv, native):
+    # A message the library had already picked for a handler can reach the wrapper after
+    # another thread removed that handler; its entry (no longer listed) must not be used.
+    calls = []
+    stale = [lambda *args: calls.append(args), None]
+    wrapper = getattr(native, "_Z18wrapper_msghandlerP13nvrl_object_sPvS1_PKcii")
+    wrapper.argtypes = [ctypes.c_void_p, ctypes.py_object, ctypes.c_void_p, ctypes.c_char_p,
+                        ctypes.c_int, ctypes.c_int]
+    wrapper.restype = ctypes.c_int
+    assert wrapper(None, stale, None, b"late line", 9, 1) == 0
+    assert calls == []

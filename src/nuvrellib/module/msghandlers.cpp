@@ -8,6 +8,21 @@
 #include "module/output.h"
 #include "module/pyref.h"
 
+namespace {
+
+// Whether entry is still one of msg_handlers; the caller holds the interpreter lock. Compared
+// by address only: an entry that is no longer listed may already be freed.
+bool is_listed(PyObject *entry) {
+  EnvLock lock(nvr_py_env.mtx_msg);
+  PyObject *list = nvr_py_env.msg_handlers;
+  if (list == nullptr) return false;
+  for (Py_ssize_t i = 0; i < PyList_GET_SIZE(list); ++i)
+    if (PyList_GET_ITEM(list, i) == entry) return true;
+  return false;
+}
+
+}  // namespace
+
 int wrapper_msghandler(NVRLobject obj, void *cbdata, void *thread, const char *msg, int len,
                        int msgtype) {
   PyGILState_STATE gil = PyGILState_Ensure();
@@ -15,6 +30,9 @@ int wrapper_msghandler(NVRLobject obj, void *cbdata, void *thread, const char *m
   auto *entry = static_cast<PyObject *>(cbdata);
   if (PyErr_Occurred()) {
     // An earlier handler raised and nobody has reported it yet: stay quiet until they do.
+  } else if (entry != nullptr && !is_listed(entry)) {
+    // Another thread removed the handler while this message waited for the interpreter lock;
+    // the library had already picked it, but its entry may be freed: do not touch it.
   } else if (entry == nullptr || !PyList_Check(entry) || PyList_GET_SIZE(entry) != 2) {
     PyErr_SetString(nvpy_interf_exc, "Incorrect general environment message handler detected");
     result = -1;
