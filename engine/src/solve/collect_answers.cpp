@@ -139,7 +139,7 @@ void collectRays(nvrl_problem_s *p, void *h, const LoweredModel &L, int ms) {
 void collectAnswers(nvrl_problem_s *p, void *h, const LoweredModel &L, const RunSummary &run) {
   SolveState &s = p->sol;
   const Model &m = p->model;
-  const int ms = Highs_getModelStatus(h);
+  const int ms = run.status_override >= 0 ? run.status_override : Highs_getModelStatus(h);
   // An empty model (no columns) is solved by its constant alone.
   const bool empty = ms == kHighsModelStatusModelEmpty;
   const bool feasible =

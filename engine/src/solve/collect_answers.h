@@ -12,6 +12,8 @@ struct RunSummary {
   bool relaxation = false;       // the continuous relaxation of a problem with global entities
   int improving_solutions = 0;   // MIP solutions reported by HiGHS during the run
   double seconds = 0.0;
+  // A HiGHS model status settled after the run (a verdict HiGHS could not give), or -1.
+  int status_override = -1;
 };
 
 // Fills p->sol from the HiGHS instance after Highs_run.

@@ -7,10 +7,12 @@
 #include "interfaces/highs_c_api.h"
 #include "solve/collect_answers.h"
 #include "solve/convexity.h"
+#include "solve/feasibility_check.h"
 #include "solve/highs_options.h"
 #include "solve/highs_session.h"
 #include "solve/interrupts.h"
 #include "solve/lowered_model.h"
+#include "solve/qp_verdict.h"
 #include "solve/run_callbacks.h"
 #include "solve/scheduler.h"
 
@@ -115,6 +117,16 @@ int optimize(NVRLprob prob, const char *flags, bool mipCall) {
     Highs_setStringOptionValue(h, "presolve", "off");
     ms = runOnce(p, h, ctx, log, mip);
   }
+  HighsInt primal = kHighsSolutionStatusNone;
+  if (mip && ms == kHighsModelStatusOptimal && getIntControl(p, id::kPresolve) &&
+      Highs_getIntInfoValue(h, "primal_solution_status", &primal) == kHighsStatusOk &&
+      primal != kHighsSolutionStatusFeasible) {
+    // HiGHS's MIP presolve occasionally ends "optimal" with a point its postsolve finds
+    // infeasible; without presolve the MIP gets a true verdict.
+    if (log) p->log(NVRL_MSG_INFO, "Solving again without presolve: the optimum found was not feasible");
+    Highs_setStringOptionValue(h, "presolve", "off");
+    ms = runOnce(p, h, ctx, log, mip);
+  }
   if (ms == kHighsModelStatusUnknown && !mip && !quadratic &&
       p->interrupt_reason.load() == 0) {
     // The dual simplex occasionally ends without a verdict on a degenerate infeasible LP; the
@@ -131,13 +143,41 @@ int optimize(NVRLprob prob, const char *flags, bool mipCall) {
   run.mip = mip;
   run.relaxation = !mip && hasGlobalEntities(m);
   run.improving_solutions = ctx.improving_solutions.load();
+  if (quadratic && !mip && ms == kHighsModelStatusOptimal && !qpAnswerHolds(L, h)) {
+    // HiGHS's QP solver said "optimal" at a point that is not: either the QP is unbounded, or
+    // the point is kept as an unfinished answer rather than reported as the optimum.
+    if (qpHasImprovingRay(L, h)) {
+      if (log) p->log(NVRL_MSG_INFO, "The QP has a direction of unbounded improvement");
+      run.status_override = kHighsModelStatusUnbounded;
+    } else {
+      if (log)
+        p->log(NVRL_MSG_WARNING,
+               "HiGHS's QP solver stopped at a point that fails the optimality conditions");
+      run.status_override = kHighsModelStatusUnknown;
+    }
+  } else if (quadratic && !mip && ms == kHighsModelStatusUnbounded && !qpHasImprovingRay(L, h)) {
+    // The converse slip: "unbounded" for a QP that has no direction of improvement.
+    if (log)
+      p->log(NVRL_MSG_WARNING,
+             "HiGHS's QP solver reported an unbounded QP that has no direction of improvement");
+    run.status_override = kHighsModelStatusUnknown;
+  }
+  if (mip && ms == kHighsModelStatusUnboundedOrInfeasible && p->interrupt_reason.load() == 0) {
+    // Even without presolve HiGHS's MIP solver may not tell the two apart.
+    if (log) p->log(NVRL_MSG_INFO, "Checking for a feasible point to tell infeasible from unbounded");
+    const int found = feasiblePoint(L, h);
+    if (found >= 0)
+      run.status_override = found ? kHighsModelStatusUnbounded : kHighsModelStatusInfeasible;
+  }
   run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
   collectAnswers(p, h, L, run);
   if (log) p->logLine(NVRL_MSG_INFO, finalStatusLine(p->sol));
 
-  if (ms == kHighsModelStatusLoadError || ms == kHighsModelStatusModelError ||
-      ms == kHighsModelStatusPresolveError || ms == kHighsModelStatusSolveError ||
-      ms == kHighsModelStatusPostsolveError)
+  // "Not set" after a run: HiGHS gave up without a verdict (its QP solver does so when it
+  // takes a convex QP for non-convex on rounding).
+  if (ms == kHighsModelStatusNotset || ms == kHighsModelStatusLoadError ||
+      ms == kHighsModelStatusModelError || ms == kHighsModelStatusPresolveError ||
+      ms == kHighsModelStatusSolveError || ms == kHighsModelStatusPostsolveError)
     return p->fail("HiGHS failed to solve the problem (model status %d)", ms);
   return 0;
 }
