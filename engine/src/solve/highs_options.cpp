@@ -1,5 +1,6 @@
 #include "solve/highs_options.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 
@@ -68,6 +69,12 @@ void applyControls(void *h, const nvrl_problem_s *p, const SolveFlags &flags, bo
   Highs_setIntOptionValue(h, "simplex_iteration_limit",
                           countLimit(getIntControl(p, id::kLpIterLimit)));
   Highs_setIntOptionValue(h, "ipm_iteration_limit", countLimit(getIntControl(p, id::kBarIterLimit)));
+  // HiGHS's active-set QP solver can cycle forever on some convex QPs; without a user limit a
+  // generous cap turns that into an unfinished solve instead of a hang.
+  const int64_t qpLimit = getIntControl(p, id::kLpIterLimit);
+  const int64_t qpCap =
+      std::max<int64_t>(1000000, 200 * (static_cast<int64_t>(p->model.rows()) + p->model.cols()));
+  Highs_setIntOptionValue(h, "qp_iteration_limit", countLimit(qpLimit > 0 ? qpLimit : qpCap));
 
   Highs_setStringOptionValue(h, "presolve", getIntControl(p, id::kPresolve) ? "choose" : "off");
   Highs_setStringOptionValue(h, "run_crossover", getIntControl(p, id::kCrossover) ? "on" : "off");
