@@ -10,6 +10,7 @@
 #include "model/sos.h"
 #include "model/termmaps.h"
 #include "model/var.h"
+#include "module/alloc_buffer.h"
 #include "module/allocator.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -42,40 +43,7 @@ constexpr int kNameBlock = 256;
 
 inline problem_s *as_problem(PyObject *o) { return reinterpret_cast<problem_s *>(o); }
 
-// Reports the library's error for p unless a more precise exception is pending. Returns -1.
-int library_error(problem_s *p) {
-  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-  return -1;
-}
-
 bool nslp_usable(const problem_s *p) { return p->slpprob != nullptr && nslp_state(-1) == 1; }
-
-// A typed array from the module allocator, released on every exit path.
-template <typename T>
-class Buffer {
- public:
-  Buffer() = default;
-  Buffer(const Buffer &) = delete;
-  Buffer &operator=(const Buffer &) = delete;
-  ~Buffer() { nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &data_); }
-
-  // Room for n items (at least one, so that the pointer is never null). 0, or -1 with a
-  // MemoryError set.
-  int allocate(size_t n) {
-    nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &data_);
-    size_t bytes = (n > 0 ? n : 1) * sizeof(T);
-    if (nvo_MemoryAllocator_Alloc_Untyped(nvo_MemoryAllocator_DefaultHeap, bytes, &data_) != 0) {
-      PyErr_NoMemory();
-      return -1;
-    }
-    return 0;
-  }
-  T *data() const { return data_; }
-  T &operator[](size_t i) const { return data_[i]; }
-
- private:
-  T *data_ = nullptr;
-};
 
 // The names of the rows, columns or sets of a problem, read in blocks as the items are
 // visited in increasing order.
@@ -98,14 +66,14 @@ class NameReader {
     int last = first + kNameBlock - 1;
     if (last > count_ - 1) last = count_ - 1;
     if (names_.allocate(static_cast<size_t>(last - first + 1) * slot_) != 0) return -1;
-    if (NVRLgetnames(p_->prob, type_, names_.data(), first, last) != 0) return library_error(p_);
+    if (NVRLgetnames(p_->prob, type_, names_.data(), first, last) != 0) return problem_library_error(p_);
     next_ = names_.data();
     return 0;
   }
 
   problem_s *p_;
   int type_, count_, slot_;
-  Buffer<char> names_;
+  AllocBuffer<char> names_;
   const char *next_ = nullptr;
 };
 
@@ -120,7 +88,7 @@ int read_counts(problem_s *p, ReadCounts *c) {
       NVRLgetintattrib(p->prob, kAttrRows, &c->rows) != 0 ||
       NVRLgetintattrib(p->prob, kAttrSets, &c->sets) != 0 ||
       NVRLgetintattrib(p->prob, kAttrNameLength, &namelen) != 0)
-    return library_error(p);
+    return problem_library_error(p);
   c->name_slot = 8 * namelen + 1;
   return 0;
 }
@@ -146,8 +114,8 @@ long vartype_of_coltype(char t) {
 // A new list with one var per column of the library problem.
 PyObject *build_vars(problem_s *p, const ReadCounts &c) {
   int n = c.cols;
-  Buffer<double> lb, ub, limit;
-  Buffer<char> types;
+  AllocBuffer<double> lb, ub, limit;
+  AllocBuffer<char> types;
   if (lb.allocate(n) != 0 || ub.allocate(n) != 0 || limit.allocate(n) != 0 ||
       types.allocate(n) != 0)
     return nullptr;
@@ -155,7 +123,7 @@ PyObject *build_vars(problem_s *p, const ReadCounts &c) {
                 NVRLgetub(p->prob, ub.data(), 0, n - 1) != 0 ||
                 NVRLgetcoltype(p->prob, types.data(), 0, n - 1) != 0 ||
                 NVRLgetglblimit(p->prob, limit.data(), 0, n - 1) != 0)) {
-    library_error(p);
+    problem_library_error(p);
     return nullptr;
   }
 
@@ -192,13 +160,13 @@ void row_bounds(char type, double rhs, double range, double *lo, double *up) {
 // A new list with one constraint (no body) per row of the library problem.
 PyObject *build_constraints(problem_s *p, const ReadCounts &c) {
   int n = c.rows;
-  Buffer<double> rhs, range;
-  Buffer<char> types;
+  AllocBuffer<double> rhs, range;
+  AllocBuffer<char> types;
   if (rhs.allocate(n) != 0 || range.allocate(n) != 0 || types.allocate(n) != 0) return nullptr;
   if (n > 0 && (NVRLgetrhs(p->prob, rhs.data(), 0, n - 1) != 0 ||
                 NVRLgetrhsrange(p->prob, range.data(), 0, n - 1) != 0 ||
                 NVRLgetrowtype(p->prob, types.data(), 0, n - 1) != 0)) {
-    library_error(p);
+    problem_library_error(p);
     return nullptr;
   }
 
@@ -230,19 +198,19 @@ PyObject *build_sets(problem_s *p, const ReadCounts &c, PyObject *vars) {
 
   NVRLint64 nelems = 0;
   if (NVRLgetsets64(p->prob, nullptr, nullptr, nullptr, nullptr, 0, &nelems, 0, n - 1) != 0) {
-    library_error(p);
+    problem_library_error(p);
     return nullptr;
   }
-  Buffer<char> settype;
-  Buffer<NVRLint64> start;
-  Buffer<int> colind;
-  Buffer<double> refval;
+  AllocBuffer<char> settype;
+  AllocBuffer<NVRLint64> start;
+  AllocBuffer<int> colind;
+  AllocBuffer<double> refval;
   if (settype.allocate(n) != 0 || start.allocate(n + 1) != 0 || colind.allocate(nelems) != 0 ||
       refval.allocate(nelems) != 0)
     return nullptr;
   if (NVRLgetsets64(p->prob, settype.data(), start.data(), colind.data(), refval.data(), nelems,
                     &nelems, 0, n - 1) != 0) {
-    library_error(p);
+    problem_library_error(p);
     return nullptr;
   }
   start[n] = nelems;
@@ -297,7 +265,7 @@ int read_nonlinear_counts(problem_s *p) {
   int rows = 0, coefs = 0;
   if (NSLPgetintattrib(p->slpprob, kNslpAttrNonlinearRows, &rows) != 0 ||
       NSLPgetintattrib(p->slpprob, kNslpAttrCoefs, &coefs) != 0)
-    return library_error(p);
+    return problem_library_error(p);
   p->n_nonlin_cons = rows + coefs;
   return 0;
 }
@@ -308,7 +276,7 @@ int read_file(problem_s *p, const char *filename, const char *options) {
   if (nslp_usable(p) && NSLPreadprob != nullptr &&
       NSLPreadprob(p->slpprob, filename, options) == 0)
     return 0;
-  return library_error(p);
+  return problem_library_error(p);
 }
 
 bool initialised(problem_s *p) {

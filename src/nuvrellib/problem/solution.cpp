@@ -7,6 +7,7 @@
 #include "model/sos.h"
 #include "model/termmaps.h"
 #include "model/var.h"
+#include "module/alloc_buffer.h"
 #include "module/allocator.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -34,42 +35,11 @@ constexpr int kNameCols = 2;
 
 inline PyObject *as_object(problem_s *p) { return reinterpret_cast<PyObject *>(p); }
 
-// Reports the library's error for p unless a more precise exception is pending. Returns -1.
-int library_error(problem_s *p) {
-  setNvrlErrIfNull(as_object(p), nullptr);
-  return -1;
-}
-
 // Raises SolverError msg unless a more precise exception is pending. Returns -1.
 int solver_error(const char *msg) {
   if (!PyErr_Occurred()) PyErr_SetString(nvpy_solver_exc, msg);
   return -1;
 }
-
-// A buffer of doubles from the module allocator, released on every exit path.
-class ValueBuffer {
- public:
-  ValueBuffer() = default;
-  ValueBuffer(const ValueBuffer &) = delete;
-  ValueBuffer &operator=(const ValueBuffer &) = delete;
-  ~ValueBuffer() { nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &data_); }
-
-  // 0, or -1 with a MemoryError set.
-  int allocate(int n) {
-    // One spare slot keeps the pointer non-null for an empty problem, where null would tell
-    // the library not to fill the array at all.
-    size_t bytes = (static_cast<size_t>(n) + 1) * sizeof(double);
-    if (nvo_MemoryAllocator_Alloc_Untyped(nvo_MemoryAllocator_DefaultHeap, bytes, &data_) != 0) {
-      PyErr_NoMemory();
-      return -1;
-    }
-    return 0;
-  }
-  double *data() const { return data_; }
-
- private:
-  double *data_ = nullptr;
-};
 
 int nslp_getslpsol(NSLPprob slp, double *x, double *slack, double *duals, double *djs) {
   if (NSLPgetslpsol == nullptr) {
@@ -230,7 +200,7 @@ PyObject *problem_getResult(problem_s *p, PyObject *args, bool rows, Reader read
   if (use < 0) return nullptr;
   int n = 0;
   if (problem_solution_length(p, use != 0, rows, &n) != 0) return nullptr;
-  ValueBuffer values;
+  AllocBuffer<double> values;
   if (values.allocate(n) != 0) return nullptr;
   if (reader(p, use != 0, values.data()) != 0) return nullptr;
   return problem_getVector(p, args, n, values.data(), rows);
@@ -252,24 +222,24 @@ int use_nslp_solution(problem_s *p) {
   if (p->slpprob == nullptr || nslp_state(-1) != 1) return 0;
   if (problem_is_nonlinear(p)) return 1;
   int status = 0;
-  if (NSLPgetintattrib(p->slpprob, kNslpAttrStatus, &status) != 0) return library_error(p);
+  if (NSLPgetintattrib(p->slpprob, kNslpAttrStatus, &status) != 0) return problem_library_error(p);
   return status >= 1 && status <= 6 ? 1 : 0;
 }
 
 int problem_solution_length(problem_s *p, bool use_nslp, bool rows, int *n) {
   int rc = use_nslp ? NSLPgetintattrib(p->slpprob, rows ? kNslpAttrRows : kNslpAttrCols, n)
                     : NVRLgetintattrib(p->prob, rows ? kAttrRows : kAttrCols, n);
-  return rc != 0 ? library_error(p) : 0;
+  return rc != 0 ? problem_library_error(p) : 0;
 }
 
 int problem_spec_getSolution(problem_s *p, bool use_nslp, double *x) {
   if (use_nslp)
-    return nslp_getslpsol(p->slpprob, x, nullptr, nullptr, nullptr) != 0 ? library_error(p) : 0;
+    return nslp_getslpsol(p->slpprob, x, nullptr, nullptr, nullptr) != 0 ? problem_library_error(p) : 0;
   int is_mip = problem_is_mip(p);
   if (is_mip < 0) return -1;
   int rc = is_mip ? NVRLgetmipsol(p->prob, x, nullptr)
                   : NVRLgetlpsol(p->prob, x, nullptr, nullptr, nullptr);
-  return rc != 0 ? library_error(p) : 0;
+  return rc != 0 ? problem_library_error(p) : 0;
 }
 
 PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -296,7 +266,7 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
   if (problem_solution_length(p, use != 0, false, &length) != 0 ||
       nvo_eval_problem_columns(p, &columns) != 0)
     return nullptr;
-  ValueBuffer x;
+  AllocBuffer<double> x;
   if (x.allocate(columns > length ? static_cast<int>(columns) : length) != 0) return nullptr;
   if (problem_spec_getSolution(p, use != 0, x.data()) != 0) return nullptr;
   nvo_eval_context ctx;
