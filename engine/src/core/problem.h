@@ -49,7 +49,7 @@ struct RowMatrix {
   int64_t nnz() const { return start.back(); }
 };
 
-// Column-wise view built on demand from RowMatrix (see Model::columnView()).
+// Column-wise view built on demand from RowMatrix (see nvrl::columnView() in lp_data/store.h).
 struct ColMatrix {
   std::vector<int64_t> start{0};
   std::vector<int> row;

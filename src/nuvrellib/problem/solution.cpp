@@ -33,8 +33,6 @@ constexpr int kNslpAttrStatus = 12044;
 constexpr int kNameRows = 1;
 constexpr int kNameCols = 2;
 
-inline PyObject *as_object(problem_s *p) { return reinterpret_cast<PyObject *>(p); }
-
 // Raises SolverError msg unless a more precise exception is pending. Returns -1.
 int solver_error(const char *msg) {
   if (!PyErr_Occurred()) PyErr_SetString(nvpy_solver_exc, msg);
