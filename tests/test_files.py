@@ -39,9 +39,9 @@ EXPECTED_STATUS = {
 def _solve(problem):
     try:
         problem.solve()
-    except SystemError:
-        # A solve that ends without a solution (infeasible, unbounded) reports failure with no
-        # exception of its own; the status tells what happened.
+    except nv.SolverError:
+        # A solve that ends without a solution (infeasible, unbounded) may fail; the status
+        # tells what happened.
         pass
     return problem.getProbStatusString()
 
