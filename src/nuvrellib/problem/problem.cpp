@@ -148,10 +148,11 @@ int problem_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   return problem_add_elements(p, args, sense);
 }
 
-// Reports a failed library call during deallocation, where no exception can be raised. The
-// report names the type: the object itself, with no references left, must not be handed out.
+// Reports a failed destruction, where no exception can be raised. The library records it as
+// a global error (the handle it refused is no problem of its own any more). The report names
+// the type: the object itself, with no references left, must not be handed out.
 void report_unraisable(PyObject *self) {
-  setNvrlErrIfNull(self, nullptr);
+  setNvrlErrIfNull(nullptr, nullptr);
   PyErr_WriteUnraisable(reinterpret_cast<PyObject *>(Py_TYPE(self)));
 }
 
