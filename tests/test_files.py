@@ -2,14 +2,11 @@
 trips through both formats, and the modelling objects rebuilt from a file."""
 
 import csv
-from pathlib import Path
 
 import pytest
+from conftest import SHARED_DATA as DATA
 
 import nuvrel as nv
-
-# A clean checkout has the shared test data beside the repository.
-DATA = Path(__file__).resolve().parents[2] / "shared" / "data"
 
 
 @pytest.fixture(autouse=True)
