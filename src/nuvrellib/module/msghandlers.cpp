@@ -179,6 +179,9 @@ const char nuvrelmod_removecbmsghandler_doc[] =
     "  msghandler: the handler to remove, or None for any handler.\n"
     "  data:       the data it was added with, or None for any data.\n\n"
     "Example:\n"
+    "  def log(obj, data, thread, msg, len, msgtype):\n"
+    "      print(msg)\n"
+    "  nuvrel.addcbmsghandler(log, None, 0)\n"
     "  nuvrel.removecbmsghandler(log, None)\n";
 
 PyObject *nuvrelmod_removecbmsghandler(PyObject *self, PyObject *args, PyObject *kwargs) {

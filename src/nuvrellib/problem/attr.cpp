@@ -10,7 +10,7 @@
 
 PyDoc_STRVAR(attr_doc,
              "Attributes of a problem: read-only results and sizes, read as attributes,\n"
-             "for example p.attributes.cols.");
+             "for example p.attributes.columns.");
 
 PyObject *attr_create(PyObject *problem) {
   PyRef self(PyType_GenericAlloc(&attr_type, 0));

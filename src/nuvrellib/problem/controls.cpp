@@ -127,7 +127,7 @@ PyDoc_STRVAR(problem_getControl_doc,
              "getControl(*names)\n\n"
              "Values of controls: with no argument a dictionary of all controls, with one name\n"
              "its value, with a list or tuple of names a dictionary of those.\n\n"
-             "Example: p.getControl('timelimit'); p.getControl(['miptol', 'threads'])");
+             "Example: p.getControl('time_limit'); p.getControl(['miptol', 'threads'])");
 
 PyObject *problem_getControl(PyObject *self, PyObject *args) {
   problem_s *p = problem_ready(self);
@@ -139,7 +139,7 @@ PyDoc_STRVAR(problem_getAttrib_doc,
              "getAttrib(*names)\n\n"
              "Values of attributes: with no argument a dictionary of all attributes, with one\n"
              "name its value, with a list or tuple of names a dictionary of those.\n\n"
-             "Example: p.getAttrib('cols')");
+             "Example: p.getAttrib('columns')");
 
 PyObject *problem_getAttrib(PyObject *self, PyObject *args) {
   problem_s *p = problem_ready(self);
@@ -150,7 +150,7 @@ PyObject *problem_getAttrib(PyObject *self, PyObject *args) {
 PyDoc_STRVAR(problem_setControl_doc,
              "setControl(name, value) or setControl({name: value, ...})\n\n"
              "Sets one control, or every control of a dictionary.\n\n"
-             "Example: p.setControl('timelimit', 10); p.setControl({'miptol': 1e-6})");
+             "Example: p.setControl('time_limit', 10); p.setControl({'miptol': 1e-6})");
 
 PyObject *problem_setControl(PyObject *self, PyObject *args) {
   problem_s *p = problem_ready(self);
