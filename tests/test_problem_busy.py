@@ -147,7 +147,7 @@ HANDLER_CALLS = ["reset", "read", "delVariable", "delConstraint", "getControl_al
 @pytest.mark.parametrize("label", HANDLER_CALLS)
 def test_calls_from_a_message_handler_during_the_solve(tmp_path, route, label):
     """The handler runs on the solving thread; its refused call surfaces from solve() (the
-    module-level handlers) or is swallowed by the interpreter's stdout writing (printing),
+    module-level handlers) or is reported as unraisable (a stream of the problem's printing),
     and either way the model stays as it was."""
     path = str(tmp_path / "small.lp")
     code = KNAPSACK.replace("TIME_LIMIT", "0.5") + f"""
@@ -155,6 +155,8 @@ path = {path!r}
 nv.problem(nv.var(ub=1), name="small").write(path)
 stmt = {CALLS[label]!r}
 seen = []
+reported = []
+sys.unraisablehook = lambda u: reported.append([u.exc_type.__name__, str(u.exc_value)])
 def call_once():
     if seen:
         return
@@ -185,7 +187,8 @@ except Exception as e:
 if {route!r} == "problem_printing":
     sys.stdout = real
     nv.setOutputEnabled(False)
-print(json.dumps({{"seen": seen, "raised": raised, "cols": p.attributes.columns,
+print(json.dumps({{"seen": seen, "raised": raised, "reported": reported,
+                  "cols": p.attributes.columns,
                   "rows": p.attributes.rows}}))
 """
     out = run_child(code)
@@ -193,6 +196,10 @@ print(json.dumps({{"seen": seen, "raised": raised, "cols": p.attributes.columns,
     assert out["seen"] == [["SolverError", expected]]
     if route == "global_handler":
         assert out["raised"] == ["SolverError", expected]
+        assert out["reported"] == []
+    else:
+        assert out["raised"] == ["returned", ""]
+        assert out["reported"] == [["SolverError", expected]]
     assert (out["cols"], out["rows"]) == (200, 30)
 
 
