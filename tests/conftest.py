@@ -12,11 +12,42 @@ import os
 import subprocess
 import sys
 import textwrap
+from pathlib import Path
 
 import pytest
 
 import nuvrel
 from nuvrel import nuvrellib
+
+
+def _shared_data_dir():
+    """The shared test data: ../shared/data beside the repository root. A linked worktree's
+    root is its main checkout's, found through the worktree's .git file."""
+    root = Path(__file__).resolve().parents[1]
+    roots = [root]
+    git = root / ".git"
+    if git.is_file():
+        gitdir = Path(git.read_text().split("gitdir:", 1)[1].strip())
+        common = gitdir / "commondir"
+        main_git = (gitdir / common.read_text().strip()).resolve() if common.exists() else gitdir
+        roots.append(main_git.parent)
+    for candidate in roots:
+        data = candidate.parent / "shared" / "data"
+        if data.is_dir():
+            return data
+    return roots[-1].parent / "shared" / "data"
+
+
+# For parametrisation at collection time; tests otherwise use the shared_data fixture.
+SHARED_DATA = _shared_data_dir()
+
+
+@pytest.fixture(scope="session")
+def shared_data():
+    """Directory of the shared instances and their optima (optima.csv)."""
+    if not (SHARED_DATA / "optima.csv").exists():
+        pytest.skip(f"no test data in {SHARED_DATA}")
+    return SHARED_DATA
 
 
 @pytest.fixture(scope="session")

@@ -439,11 +439,10 @@ def check_solution(model, p, x):
 
 
 def solve(nv, p):
-    """Solves; a failed solve is reported as the status it leaves (the module raises no
-    exception of its own then)."""
+    """Solves; a failed solve raises SolverError and leaves the status that tells why."""
     try:
         p.solve()
-    except SystemError:
+    except nv.SolverError:
         assert p.getProbStatus() == nv.lp_unsolved
         return False
     return True

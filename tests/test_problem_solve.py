@@ -7,8 +7,6 @@ import os
 import numpy as np
 import pytest
 
-DATA = "/work/shared/data"
-
 
 @pytest.fixture(autouse=True)
 def quiet(nv, output_switch):
@@ -144,10 +142,10 @@ def read_mps(path):
     return rows, cols, rhs, bounds
 
 
-def test_afiro_rebuilt_through_the_modelling_api(nv):
-    rows, cols, rhs, bounds = read_mps(os.path.join(DATA, "afiro.mps"))
+def test_afiro_rebuilt_through_the_modelling_api(nv, shared_data):
+    rows, cols, rhs, bounds = read_mps(os.path.join(shared_data, "afiro.mps"))
     assert not bounds
-    optimum = {l.split(",")[0]: l.strip().split(",")[3] for l in open(os.path.join(DATA, "optima.csv"))}
+    optimum = {l.split(",")[0]: l.strip().split(",")[3] for l in open(os.path.join(shared_data, "optima.csv"))}
     x = {name: nv.var(name=name) for name in cols}
     body = {r: 0 for r in rows}
     for name, entries in cols.items():

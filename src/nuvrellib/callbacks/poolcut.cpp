@@ -1,6 +1,8 @@
 // The poolcut type.
 #include "callbacks/poolcut.h"
 
+#include "module/errors.h"
+
 PyDoc_STRVAR(poolcut_doc, "A handle on a cut in the solver's cut pool.");
 
 static void poolcut_dealloc(PyObject *self) { Py_TYPE(self)->tp_free(self); }
@@ -12,4 +14,5 @@ PyTypeObject poolcut_type = {
     .tp_dealloc = poolcut_dealloc,
     .tp_flags = Py_TPFLAGS_DEFAULT,
     .tp_doc = poolcut_doc,
+    .tp_new = nvo_refuse_new,
 };

@@ -300,6 +300,7 @@ extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject
     PyErr_SetString(PyExc_TypeError, "problem must be a nuvrel.problem or None");
     return nullptr;
   }
+  if (has_problem && problem_ready_for(problem, "evaluate") == nullptr) return nullptr;
   nvo_eval_context ctx;
   ctx.problem = has_problem ? reinterpret_cast<problem_s *>(problem) : nullptr;
   std::vector<double> columns;

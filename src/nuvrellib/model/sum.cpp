@@ -308,4 +308,8 @@ const char nuvrelmod_Dot_doc[] =
     "  out:         optional array of the result's shape that receives the product.\n\n"
     "Example:\n"
     "  A = numpy.array([[1, 2], [3, 4]])\n"
-    "  y = nuvrel.Dot(A, x)      # x an array of two variables\n";
+    "  v = numpy.array([x, y], dtype=object)\n"
+    "  try:\n"
+    "      e = nuvrel.Dot(A, v)      # [x + 2*y, 3*x + 4*y]\n"
+    "  except nuvrel.ModelError as error:  # a build without array products says so\n"
+    "      print(error)\n";

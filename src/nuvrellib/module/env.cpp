@@ -8,7 +8,7 @@ nvr_py_env_t nvr_py_env;
 
 namespace {
 
-pthread_mutex_t *const all_mutexes[] = {
+nvr_mutex *const all_mutexes[] = {
     &nvr_py_env.mtx_var,      &nvr_py_env.mtx_con, &nvr_py_env.mtx_sos, &nvr_py_env.mtx_names,
     &nvr_py_env.mtx_defaults, &nvr_py_env.mtx_msg, &nvr_py_env.mtx_lib, &nvr_py_env.mtx_output,
 };
@@ -27,12 +27,27 @@ void free_boundmap(boundmap *&map) {
 
 }  // namespace
 
+void env_lock_contended(nvr_mutex &m) {
+  // Only a thread whose own state is current holds the interpreter lock.
+  if (PyGILState_GetThisThreadState() != nullptr && PyGILState_Check()) {
+    Py_BEGIN_ALLOW_THREADS
+    pthread_mutex_lock(&m.mtx);
+    Py_END_ALLOW_THREADS
+  } else {
+    pthread_mutex_lock(&m.mtx);
+  }
+}
+
 void init_mutexes() {
-  for (pthread_mutex_t *m : all_mutexes) pthread_mutex_init(m, nullptr);
+  for (nvr_mutex *m : all_mutexes) {
+    pthread_mutex_init(&m->mtx, nullptr);
+    m->owner.store(nullptr);
+    m->depth = 0;
+  }
 }
 
 void destroy_mutexes() {
-  for (pthread_mutex_t *m : all_mutexes) pthread_mutex_destroy(m);
+  for (nvr_mutex *m : all_mutexes) pthread_mutex_destroy(&m->mtx);
 }
 
 int env_create_containers() {

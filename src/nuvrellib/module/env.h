@@ -4,9 +4,19 @@
 #include <Python.h>
 #include <pthread.h>
 
+#include <atomic>
 #include <cstdint>
 
 #include "model/maps.h"
+
+// A mutex of the environment record. It is re-entrant for the thread that holds it: a lock
+// held while the module allocates can meet a finaliser (run by the garbage collector) that
+// takes it again on the same thread. owner is the holding thread's marker, or null.
+struct nvr_mutex {
+  pthread_mutex_t mtx;
+  std::atomic<const void *> owner;
+  int depth;  // read and written by the owner only
+};
 
 struct nvr_py_env_t {
   uint64_t next_var_id;        // variable mutex
@@ -24,22 +34,41 @@ struct nvr_py_env_t {
   boundmap *conlboundmap, *conuboundmap;       // constraint side tables
   namemap *varnamemap, *connamemap;
   PyObject *npvar, *npexpr, *npconstraint;     // array element types (dtype objects)
-  pthread_mutex_t mtx_var, mtx_con, mtx_sos, mtx_names, mtx_defaults, mtx_msg, mtx_lib,
-      mtx_output;
+  nvr_mutex mtx_var, mtx_con, mtx_sos, mtx_names, mtx_defaults, mtx_msg, mtx_lib, mtx_output;
 };
 
 extern nvr_py_env_t nvr_py_env;
 
-// Scoped lock over one of the environment's mutexes.
+// The calling thread's marker for nvr_mutex::owner.
+inline thread_local char env_thread_marker_byte;
+inline const void *env_thread_marker() { return &env_thread_marker_byte; }
+// Waits for m when it is held by another thread, with the interpreter lock released if the
+// caller holds it: the holder may need that lock before it can let go.
+void env_lock_contended(nvr_mutex &m);
+
+// Scoped lock over one of the environment's mutexes; re-entrant on the same thread.
 class EnvLock {
  public:
-  explicit EnvLock(pthread_mutex_t &m) : m_(m) { pthread_mutex_lock(&m_); }
-  ~EnvLock() { pthread_mutex_unlock(&m_); }
+  explicit EnvLock(nvr_mutex &m) : m_(m) {
+    const void *self = env_thread_marker();
+    if (m_.owner.load(std::memory_order_relaxed) == self) {
+      ++m_.depth;
+      return;
+    }
+    if (pthread_mutex_trylock(&m_.mtx) != 0) env_lock_contended(m_);
+    m_.owner.store(self, std::memory_order_relaxed);
+    m_.depth = 1;
+  }
+  ~EnvLock() {
+    if (--m_.depth > 0) return;
+    m_.owner.store(nullptr, std::memory_order_relaxed);
+    pthread_mutex_unlock(&m_.mtx);
+  }
   EnvLock(const EnvLock &) = delete;
   EnvLock &operator=(const EnvLock &) = delete;
 
  private:
-  pthread_mutex_t &m_;
+  nvr_mutex &m_;
 };
 
 // The fourteen type objects. Each is defined in the file of its type.

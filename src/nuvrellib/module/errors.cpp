@@ -86,11 +86,20 @@ const char NVRL_PY_getlasterror_doc[] =
     "Returns the last error message of the solver library for this problem.\n\n"
     "Example: print(p.getlasterror())";
 
+PyObject *nvo_refuse_new(PyTypeObject *type, PyObject *, PyObject *) {
+  return PyErr_Format(PyExc_TypeError, "cannot create '%s' instances", type->tp_name);
+}
+
 PyObject *NVRL_PY_getlasterror(PyObject *self, PyObject *unused) {
   char msg[NVRL_MAXMESSAGELEN];
   std::memset(msg, 0, sizeof msg);
   PyObject *result = nullptr;
-  NVRLprob prob = reinterpret_cast<problem_s *>(self)->prob;
-  if (prob != nullptr && NVRLgetlasterror(prob, msg) == 0) result = PyUnicode_FromString(msg);
+  auto *p = reinterpret_cast<problem_s *>(self);
+  // Without a library problem there is nothing to ask (the fallback message says so); with
+  // one, the usual entry check keeps a running solve's handle out of reach.
+  if (p->prob != nullptr) {
+    if (problem_ready(self) == nullptr) return nullptr;
+    if (NVRLgetlasterror(p->prob, msg) == 0) result = PyUnicode_FromString(msg);
+  }
   return setNvrlErrIfNull(self, result);
 }

@@ -9,6 +9,10 @@
 // environment). A pending exception is never replaced. Returns result.
 PyObject *setNvrlErrIfNull(PyObject *owner, PyObject *result);
 
+// The creation slot of types whose objects only the module makes (from library handles or
+// for a problem): a TypeError, as constructing one would leave it unusable.
+PyObject *nvo_refuse_new(PyTypeObject *type, PyObject *args, PyObject *kwargs);
+
 // Module function getlasterror(): (code, message) of the global environment.
 PyObject *nuvrelmod_getlasterror(PyObject *self, PyObject *unused);
 

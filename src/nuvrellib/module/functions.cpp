@@ -226,4 +226,4 @@ const char nuvrelmod_vars_doc[] =
     "             partiallyinteger.\n\n"
     "Example:\n"
     "  x = nuvrel.vars(['a', 'b'], range(3), name='x', vartype=nuvrel.binary)\n"
-    "  y = nuvrel.vars(4, 5, lb=-1, ub=1)\n";
+    "  y = nuvrel.vars(range(4), range(5), lb=-1, ub=1)\n";

@@ -83,7 +83,8 @@ PyTypeObject *const all_types[] = {
 int ready_types() {
   if (problem_build_method_table() != 0) return -1;
   for (PyTypeObject *type : all_types) {
-    // Types with an allocation routine of their own (fresh identifiers) keep it.
+    // Types with a creation routine of their own keep it: fresh identifiers, or a refusal
+    // for the types whose objects only the module makes.
     if (type->tp_new == nullptr) type->tp_new = PyType_GenericNew;
     if (PyType_Ready(type) < 0) return -1;
   }

@@ -25,9 +25,13 @@ bool is_listed(PyObject *entry) {
 
 int wrapper_msghandler(NVRLobject obj, void *cbdata, void *thread, const char *msg, int len,
                        int msgtype) {
+  // A library worker thread has no Python thread state of its own: the one made for this
+  // message goes with it, and nobody would ever see an exception left on it.
+  const bool own_state = PyGILState_GetThisThreadState() != nullptr;
   PyGILState_STATE gil = PyGILState_Ensure();
   int result = 0;
   auto *entry = static_cast<PyObject *>(cbdata);
+  PyRef handler;  // the handler called, named in a report of its exception
   if (PyErr_Occurred()) {
     // An earlier handler raised and nobody has reported it yet: stay quiet until they do.
   } else if (entry != nullptr && !is_listed(entry)) {
@@ -37,17 +41,22 @@ int wrapper_msghandler(NVRLobject obj, void *cbdata, void *thread, const char *m
     PyErr_SetString(nvpy_interf_exc, "Incorrect general environment message handler detected");
     result = -1;
   } else {
-    PyRef handler = PyRef::borrow(PyList_GET_ITEM(entry, 0));
+    handler = PyRef::borrow(PyList_GET_ITEM(entry, 0));
     PyRef data = PyRef::borrow(PyList_GET_ITEM(entry, 1));
     PyRef pyobj(nvrlobject_create(obj));
     PyRef pythread(voidstar_create(thread));
     if (pyobj && pythread) {
       PyRef args(Py_BuildValue("(OOOsll)", pyobj.get(), data.get(), pythread.get(), msg,
                                static_cast<long>(len), static_cast<long>(msgtype)));
-      // A handler's exception stays pending and surfaces when the library call returns.
+      // A handler's exception stays pending and surfaces when the library call returns
+      // (on the thread that made it).
       if (args) PyRef(PyObject_CallObject(handler.get(), args.get()));
     }
   }
+  if (!own_state && PyErr_Occurred()) {
+    PyErr_WriteUnraisable(handler.get());
+  }
+  handler.reset();
   PyGILState_Release(gil);
   return result;
 }
@@ -170,6 +179,9 @@ const char nuvrelmod_removecbmsghandler_doc[] =
     "  msghandler: the handler to remove, or None for any handler.\n"
     "  data:       the data it was added with, or None for any data.\n\n"
     "Example:\n"
+    "  def log(obj, data, thread, msg, len, msgtype):\n"
+    "      print(msg)\n"
+    "  nuvrel.addcbmsghandler(log, None, 0)\n"
     "  nuvrel.removecbmsghandler(log, None)\n";
 
 PyObject *nuvrelmod_removecbmsghandler(PyObject *self, PyObject *args, PyObject *kwargs) {

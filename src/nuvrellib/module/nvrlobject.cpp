@@ -2,6 +2,8 @@
 // Python object does not own the library object.
 #include "module/opaque.h"
 
+#include "module/errors.h"
+
 PyDoc_STRVAR(nvrlobject_doc,
              "A solver library object (the global environment, a branching object, ...)\n"
              "as passed to message handlers.");
@@ -21,4 +23,5 @@ PyTypeObject nvrlobject_type = {
     .tp_dealloc = nvrlobject_dealloc,
     .tp_flags = Py_TPFLAGS_DEFAULT,
     .tp_doc = nvrlobject_doc,
+    .tp_new = nvo_refuse_new,
 };

@@ -15,11 +15,35 @@ int output_state(int newval) {
   return current;
 }
 
+namespace {
+
+// Writes text to sys.stdout. The interpreter's own formatted writing would silently drop an
+// exception raised by the stream (a user's object may try anything there, even calls on the
+// problem being solved): it is reported as unraisable instead, with any exception that was
+// pending before left as it was.
+void write_stdout(const char *msg) {
+  PyObject *type, *value, *traceback;
+  PyErr_Fetch(&type, &value, &traceback);
+  PyObject *out = PySys_GetObject("stdout");  // borrowed
+  if (out == nullptr || out == Py_None) {
+    PySys_FormatStdout("%s\n", msg);
+  } else {
+    PyObject *line = PyUnicode_FromFormat("%s\n", msg);
+    PyObject *result = line != nullptr ? PyObject_CallMethod(out, "write", "O", line) : nullptr;
+    if (result == nullptr) PyErr_WriteUnraisable(out);
+    Py_XDECREF(result);
+    Py_XDECREF(line);
+  }
+  PyErr_Restore(type, value, traceback);
+}
+
+}  // namespace
+
 int nvr_py_print_general(const char *msg) {
   if (msg == nullptr || !output_state(-1)) return 0;
   // Library worker threads call this without the interpreter lock.
   PyGILState_STATE gil = PyGILState_Ensure();
-  PySys_FormatStdout("%s\n", msg);
+  write_stdout(msg);
   PyGILState_Release(gil);
   return 0;
 }

@@ -2,6 +2,8 @@
 // The object never owns the pointer.
 #include "module/opaque.h"
 
+#include "module/errors.h"
+
 PyDoc_STRVAR(voidstar_doc, "An opaque native pointer handed over by the solver library.");
 
 static void voidstar_dealloc(PyObject *self) { Py_TYPE(self)->tp_free(self); }
@@ -27,4 +29,5 @@ PyTypeObject voidstar_type = {
     .tp_dealloc = voidstar_dealloc,
     .tp_flags = Py_TPFLAGS_DEFAULT,
     .tp_doc = voidstar_doc,
+    .tp_new = nvo_refuse_new,
 };

@@ -1,6 +1,8 @@
 // The nonlin type.
 #include "nonlinear/nonlin.h"
 
+#include "module/errors.h"
+
 PyDoc_STRVAR(nonlin_doc,
              "A nonlinear expression: an operator (sin, exp, power, user function, ...)\n"
              "applied to numbers, variables and expressions.");
@@ -17,4 +19,5 @@ PyTypeObject nonlin_type = {
     .tp_dealloc = nonlin_dealloc,
     .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE,
     .tp_doc = nonlin_doc,
+    .tp_new = nvo_refuse_new,
 };

@@ -1,6 +1,8 @@
 // The attr type: p.attributes.<name> reads an attribute of the problem from the library.
 #include "problem/attr.h"
 
+#include "module/errors.h"
+
 #include "module/env.h"
 #include "module/pyref.h"
 #include "problem/controls.h"
@@ -8,7 +10,7 @@
 
 PyDoc_STRVAR(attr_doc,
              "Attributes of a problem: read-only results and sizes, read as attributes,\n"
-             "for example p.attributes.cols.");
+             "for example p.attributes.columns.");
 
 PyObject *attr_create(PyObject *problem) {
   PyRef self(PyType_GenericAlloc(&attr_type, 0));
@@ -42,7 +44,8 @@ static PyObject *attr_get(PyObject *self, PyObject *name) {
     PyErr_SetString(nvpy_interf_exc, "The problem of these attributes no longer exists");
     return nullptr;
   }
-  return problem_getInfo_byname(reinterpret_cast<problem_s *>(a->problem), name, 0);
+  problem_s *p = problem_ready_for(a->problem, "attributes");
+  return p != nullptr ? problem_getInfo_byname(p, name, 0) : nullptr;
 }
 
 static int attr_set(PyObject *self, PyObject *name, PyObject *value) {
@@ -59,4 +62,5 @@ PyTypeObject attr_type = {
     .tp_setattro = attr_set,
     .tp_flags = Py_TPFLAGS_DEFAULT,
     .tp_doc = attr_doc,
+    .tp_new = nvo_refuse_new,
 };

@@ -77,10 +77,20 @@ PyObject *all_values(problem_s *p, PyObject *table, int is_control) {
 PyObject *problem_getInfo(problem_s *p, PyObject *args, int is_control) {
   const char *unknown = is_control ? "Requested value of an unknown control"
                                    : "Requested value of an unknown attribute";
+  Py_ssize_t nargs = PyTuple_GET_SIZE(args);
+  if (nargs == 0) {
+    // A copy of the table, so that the values are read with no lock held and whatever a
+    // finaliser does to the table meanwhile cannot pull entries from under the loop.
+    PyRef table;
+    {
+      EnvLock lock(nvr_py_env.mtx_names);
+      PyObject *shared = is_control ? nvr_py_env.ctrl_table : nvr_py_env.attr_table;
+      table.reset(shared != nullptr ? PyDict_Copy(shared) : PyDict_New());
+    }
+    return table ? all_values(p, table.get(), is_control) : nullptr;
+  }
   EnvLock lock(nvr_py_env.mtx_names);
   PyObject *table = is_control ? nvr_py_env.ctrl_table : nvr_py_env.attr_table;
-  Py_ssize_t nargs = PyTuple_GET_SIZE(args);
-  if (nargs == 0) return table != nullptr ? all_values(p, table, is_control) : PyDict_New();
 
   PyObject *names = args;
   if (nargs == 1) {
@@ -117,29 +127,34 @@ PyDoc_STRVAR(problem_getControl_doc,
              "getControl(*names)\n\n"
              "Values of controls: with no argument a dictionary of all controls, with one name\n"
              "its value, with a list or tuple of names a dictionary of those.\n\n"
-             "Example: p.getControl('timelimit'); p.getControl(['miptol', 'threads'])");
+             "Example: p.getControl('time_limit'); p.getControl(['miptol', 'threads'])");
 
 PyObject *problem_getControl(PyObject *self, PyObject *args) {
-  return setNvrlErrIfNull(self, problem_getInfo(reinterpret_cast<problem_s *>(self), args, 1));
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  return setNvrlErrIfNull(self, problem_getInfo(p, args, 1));
 }
 
 PyDoc_STRVAR(problem_getAttrib_doc,
              "getAttrib(*names)\n\n"
              "Values of attributes: with no argument a dictionary of all attributes, with one\n"
              "name its value, with a list or tuple of names a dictionary of those.\n\n"
-             "Example: p.getAttrib('cols')");
+             "Example: p.getAttrib('columns')");
 
 PyObject *problem_getAttrib(PyObject *self, PyObject *args) {
-  return setNvrlErrIfNull(self, problem_getInfo(reinterpret_cast<problem_s *>(self), args, 0));
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  return setNvrlErrIfNull(self, problem_getInfo(p, args, 0));
 }
 
 PyDoc_STRVAR(problem_setControl_doc,
              "setControl(name, value) or setControl({name: value, ...})\n\n"
              "Sets one control, or every control of a dictionary.\n\n"
-             "Example: p.setControl('timelimit', 10); p.setControl({'miptol': 1e-6})");
+             "Example: p.setControl('time_limit', 10); p.setControl({'miptol': 1e-6})");
 
 PyObject *problem_setControl(PyObject *self, PyObject *args) {
-  problem_s *p = reinterpret_cast<problem_s *>(self);
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
   Py_ssize_t nargs = PyTuple_GET_SIZE(args);
   if (nargs == 0) {
     PyErr_SetString(nvpy_model_exc,
@@ -265,18 +280,27 @@ int problem_setControl_single(problem_s *p, int id, int type, int kind, PyObject
 }
 
 int problem_apply_defaults(problem_s *p) {
-  EnvLock names(nvr_py_env.mtx_names);
-  EnvLock defaults(nvr_py_env.mtx_defaults);
-  if (nvr_py_env.default_controls == nullptr) return 0;
+  // Setting a control can run Python code (a value's __index__, a finaliser), which may
+  // change the defaults: work on a copy, with no lock held while setting.
+  PyRef defaults;
+  {
+    EnvLock lock(nvr_py_env.mtx_defaults);
+    if (nvr_py_env.default_controls == nullptr) return 0;
+    defaults.reset(PyDict_Copy(nvr_py_env.default_controls));
+  }
+  if (!defaults) return -1;
   PyObject *name, *value;
   Py_ssize_t pos = 0;
-  while (PyDict_Next(nvr_py_env.default_controls, &pos, &name, &value)) {
-    PyObject *entry = nvr_py_env.ctrl_table != nullptr
-                          ? PyDict_GetItem_LowerCaseKey(nvr_py_env.ctrl_table, name)
-                          : nullptr;
-    if (entry == nullptr && PyErr_Occurred()) return -1;
+  while (PyDict_Next(defaults.get(), &pos, &name, &value)) {
+    PyRef entry;
+    {
+      EnvLock lock(nvr_py_env.mtx_names);
+      if (nvr_py_env.ctrl_table != nullptr)
+        entry = PyRef::borrow(PyDict_GetItem_LowerCaseKey(nvr_py_env.ctrl_table, name));
+    }
+    if (!entry && PyErr_Occurred()) return -1;
     int id, type, kind;
-    if (entry == nullptr || parse_entry(entry, &id, &type, &kind) != 0) {
+    if (!entry || parse_entry(entry.get(), &id, &type, &kind) != 0) {
       PyErr_Clear();
       PyErr_SetString(nvpy_interf_exc, "Incorrect control name in initialization");
       return -1;

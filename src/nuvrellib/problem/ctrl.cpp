@@ -2,6 +2,8 @@
 // and then the library defaults kept in its own dictionary; setting stores a module default.
 #include "problem/ctrl.h"
 
+#include "module/errors.h"
+
 #include "module/env.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
@@ -93,7 +95,8 @@ static PyObject *ctrl_attr_get(PyObject *self, PyObject *name) {
   }
   if (c->problem == nullptr) return module_controls_get(c, name);
   if (ctrl_problem_gone(c)) return nullptr;
-  return problem_getInfo_byname(reinterpret_cast<problem_s *>(c->problem), name, 1);
+  problem_s *p = problem_ready_for(c->problem, "controls");
+  return p != nullptr ? problem_getInfo_byname(p, name, 1) : nullptr;
 }
 
 // Setting a module default: the name must be a control and the value must suit its type.
@@ -131,7 +134,8 @@ static int ctrl_set(PyObject *self, PyObject *name, PyObject *value) {
   }
   if (c->problem == nullptr) return module_controls_set(name, value);
   if (ctrl_problem_gone(c)) return -1;
-  return problem_setControl_byname(reinterpret_cast<problem_s *>(c->problem), name, value);
+  problem_s *p = problem_ready_for(c->problem, "controls");
+  return p != nullptr ? problem_setControl_byname(p, name, value) : -1;
 }
 
 PyTypeObject ctrl_type = {
@@ -143,4 +147,5 @@ PyTypeObject ctrl_type = {
     .tp_setattro = ctrl_set,
     .tp_flags = Py_TPFLAGS_DEFAULT,
     .tp_doc = ctrl_doc,
+    .tp_new = nvo_refuse_new,
 };

@@ -198,7 +198,7 @@ const char problem_addIndicator_doc[] =
     "addIndicator(condition, constraint) or addIndicator((condition, constraint), ...)\n\n"
     "Adds constraints that must hold only when a binary variable takes a value: the\n"
     "condition is var == 1 or var == 0.\n\n"
-    "Example: p.addIndicator(z == 1, 2*x + 4*y <= 4)";
+    "Example: p.addVariable(z); p.addIndicator(z == 1, 2*x + 4*y <= 4)";
 
 PyObject *problem_addIndicator(PyObject *self, PyObject *args) {
   problem_s *p = problem_ready(self);

@@ -279,12 +279,6 @@ int read_file(problem_s *p, const char *filename, const char *options) {
   return problem_library_error(p);
 }
 
-bool initialised(problem_s *p) {
-  if (p->prob != nullptr) return true;
-  PyErr_SetString(nvpy_interf_exc, "Problem is not initialized");
-  return false;
-}
-
 }  // namespace
 
 PyObject *problem_read(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -294,8 +288,8 @@ PyObject *problem_read(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s|s", const_cast<char **>(kwlist), &filename,
                                    &options))
     return nullptr;
-  problem_s *p = as_problem(self);
-  if (!initialised(p)) return nullptr;
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
 
   if (read_file(p, filename, options) != 0) return nullptr;
 
@@ -327,8 +321,8 @@ PyObject *problem_write(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s|s", const_cast<char **>(kwlist), &filename,
                                    &flags))
     return nullptr;
-  problem_s *p = as_problem(self);
-  if (!initialised(p)) return nullptr;
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
 
   // The nonlinear solver writes nonlinear problems, and linear ones when asked with 'g'.
   bool by_nslp = problem_is_nonlinear(p) || std::strchr(flags, 'g') != nullptr;

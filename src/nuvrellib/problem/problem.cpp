@@ -148,21 +148,26 @@ int problem_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   return problem_add_elements(p, args, sense);
 }
 
+// Reports a failed destruction, where no exception can be raised. The library records it as
+// a global error (the handle it refused is no problem of its own any more). The report names
+// the type: the object itself, with no references left, must not be handed out.
+void report_unraisable(PyObject *self) {
+  setNvrlErrIfNull(nullptr, nullptr);
+  PyErr_WriteUnraisable(reinterpret_cast<PyObject *>(Py_TYPE(self)));
+}
+
 void problem_dealloc(PyObject *self) {
   problem_s *p = as_problem(self);
+  // Keep a pending exception (deallocation can happen while one propagates) out of the
+  // library error reports below.
+  PyObject *type, *value, *traceback;
+  PyErr_Fetch(&type, &value, &traceback);
   { EnvLock wait_for_library(nvr_py_env.mtx_lib); }
   if (p->prob != nullptr) NVRLremovecbmessage(p->prob, nvr_py_print_prob, nullptr);
-  if (p->slpprob != nullptr && NSLPdestroyprob(p->slpprob) != 0) {
-    setNvrlErrIfNull(self, nullptr);
-    PyErr_WriteUnraisable(self);
-    return;
-  }
+  // A handle the library cannot destroy is lost either way; everything else is released.
+  if (p->slpprob != nullptr && NSLPdestroyprob(p->slpprob) != 0) report_unraisable(self);
   p->slpprob = nullptr;
-  if (p->prob != nullptr && NVRLdestroyprob(p->prob) != 0) {
-    setNvrlErrIfNull(self, nullptr);
-    PyErr_WriteUnraisable(self);
-    return;
-  }
+  if (p->prob != nullptr && NVRLdestroyprob(p->prob) != 0) report_unraisable(self);
   p->prob = nullptr;
   for (PyObject *&list : p->callbacks) Py_CLEAR(list);
   detach_ctrl_attr(p);
@@ -175,6 +180,7 @@ void problem_dealloc(PyObject *self) {
   rowcolmap_free(&p->varmap);
   rowcolmap_free(&p->conmap);
   rowcolmap_free(&p->sosmap);
+  PyErr_Restore(type, value, traceback);
   Py_TYPE(self)->tp_free(self);
 }
 
@@ -292,10 +298,31 @@ int problem_library_error(problem_s *p) {
   return -1;
 }
 
-problem_s *problem_ready(PyObject *self) {
+namespace {
+
+// Handlers (by C function name, as problem_ready passes them) that may run while their
+// problem is being solved, for callbacks of that solve. None yet: every other call would
+// race the library on the problem's handles and lists.
+constexpr const char *kUsableWhileSolving[] = {nullptr};
+
+bool usable_while_solving(const char *method) {
+  for (const char *name : kUsableWhileSolving)
+    if (name != nullptr && method != nullptr && std::strcmp(name, method) == 0) return true;
+  return false;
+}
+
+}  // namespace
+
+problem_s *problem_ready_for(PyObject *self, const char *method) {
   problem_s *p = as_problem(self);
   if (p->prob == nullptr || p->vars == nullptr) {
     PyErr_SetString(nvpy_interf_exc, "The problem has not been initialized");
+    return nullptr;
+  }
+  if (p->solving && !usable_while_solving(method)) {
+    PyErr_SetString(nvpy_solver_exc,
+                    "The problem is being solved; it cannot be changed or read until solve() "
+                    "returns");
     return nullptr;
   }
   return p;

@@ -32,6 +32,7 @@ struct problem_s {
   PyObject *userfuncs;      // dict of user functions, created on first use (or null)
   int32_t objtransfer_col;  // auxiliary objective column of a nonlinear objective, or -1
   int32_t objtransfer_row;  // its row, or -1
+  int32_t solving;          // 1 for the whole of an optimisation call on this problem
 };
 
 extern PyTypeObject problem_type;
@@ -44,9 +45,27 @@ problem_s *problem_alloc();
 // exception on failure.
 problem_s *problem_new();
 
-// self as a problem whose library problem exists; null with InterfaceError "The problem has
-// not been initialized" for an object made without running __init__.
-problem_s *problem_ready(PyObject *self);
+// The entry check of every method and accessor of a problem: self as a problem whose library
+// problem exists and that is not being solved. Null with InterfaceError "The problem has not
+// been initialized" for an object made without running __init__, or with SolverError while
+// an optimisation call on it runs (from any thread, its own callbacks included) unless
+// method is one of those usable during a solve (see problem.cpp). method names the caller;
+// the problem_ready form passes the calling handler's name.
+problem_s *problem_ready_for(PyObject *self, const char *method);
+#define problem_ready(self) problem_ready_for((self), __func__)
+
+// Marks p as being solved for the scope of an optimisation call; the caller has checked
+// problem_ready and holds the interpreter lock at both ends.
+class ProblemSolving {
+ public:
+  explicit ProblemSolving(problem_s *p) : p_(p) { p_->solving = 1; }
+  ~ProblemSolving() { p_->solving = 0; }
+  ProblemSolving(const ProblemSolving &) = delete;
+  ProblemSolving &operator=(const ProblemSolving &) = delete;
+
+ private:
+  problem_s *p_;
+};
 
 // Raises the library's last error for p unless a more precise exception is pending.
 // Returns -1, so that failing internal routines can end with it.

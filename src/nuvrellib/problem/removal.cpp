@@ -248,13 +248,13 @@ const char problem_delVariable_doc[] =
 const char problem_delConstraint_doc[] =
     SELECTION_DOC("delConstraint", "Deletes constraints", "p.delConstraint(index=[c1, c2])");
 const char problem_delSOS_doc[] =
-    SELECTION_DOC("delSOS", "Deletes special ordered sets", "p.delSOS(index=0)");
+    SELECTION_DOC("delSOS", "Deletes special ordered sets", "p.addSOS(nuvrel.sos([x1, x2], [1, 2])); p.delSOS(index=0)");
 const char problem_getVariable_doc[] =
     SELECTION_DOC("getVariable", "Returns variables", "x = p.getVariable(index=0)");
 const char problem_getConstraint_doc[] =
-    SELECTION_DOC("getConstraint", "Returns constraints", "rows = p.getConstraint(first=0, last=9)");
+    SELECTION_DOC("getConstraint", "Returns constraints", "rows = p.getConstraint(first=0, last=1)");
 const char problem_getSOS_doc[] =
-    SELECTION_DOC("getSOS", "Returns special ordered sets", "s = p.getSOS(index=0)");
+    SELECTION_DOC("getSOS", "Returns special ordered sets", "p.addSOS(nuvrel.sos([x1, x2], [1, 2])); s = p.getSOS(index=0)");
 
 PyObject *problem_delVariable(PyObject *self, PyObject *args, PyObject *kwargs) {
   return delete_objects(self, args, kwargs, KIND_VARIABLE);

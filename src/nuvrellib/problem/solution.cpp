@@ -204,16 +204,6 @@ PyObject *problem_getResult(problem_s *p, PyObject *args, bool rows, Reader read
   return problem_getVector(p, args, n, values.data(), rows);
 }
 
-// Every method needs the library problem; an object that was never initialised has none.
-problem_s *initialised(PyObject *self) {
-  problem_s *p = reinterpret_cast<problem_s *>(self);
-  if (p->prob == nullptr) {
-    PyErr_SetString(nvpy_interf_exc, "Problem is not initialized");
-    return nullptr;
-  }
-  return p;
-}
-
 }  // namespace
 
 int use_nslp_solution(problem_s *p) {
@@ -241,7 +231,7 @@ int problem_spec_getSolution(problem_s *p, bool use_nslp, double *x) {
 }
 
 PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) {
-  problem_s *p = initialised(self);
+  problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   static const char *kwlist[] = {"flatten", nullptr};
   PyObject *flatten_arg = nullptr;
@@ -275,19 +265,19 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
 }
 
 PyObject *problem_getSlack(PyObject *self, PyObject *args) {
-  problem_s *p = initialised(self);
+  problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   return setNvrlErrIfNull(self, problem_getResult(p, args, true, problem_spec_getSlack));
 }
 
 PyObject *problem_getDual(PyObject *self, PyObject *args) {
-  problem_s *p = initialised(self);
+  problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   return setNvrlErrIfNull(self, problem_getResult(p, args, true, problem_spec_getDual));
 }
 
 PyObject *problem_getRCost(PyObject *self, PyObject *args) {
-  problem_s *p = initialised(self);
+  problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   return setNvrlErrIfNull(self, problem_getResult(p, args, false, problem_spec_getRCost));
 }

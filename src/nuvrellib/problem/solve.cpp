@@ -140,8 +140,12 @@ PyDoc_STRVAR(problem_solve_doc,
              "Example: p.solve(); print(p.getProbStatusString(), p.getObjVal())");
 
 PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
-  problem_s *p = problem_ready(self);
-  if (p == nullptr) return nullptr;
+  problem_s *p = reinterpret_cast<problem_s *>(self);
+  if (p->solving) {
+    PyErr_SetString(nvpy_solver_exc, "The problem is already being solved");
+    return nullptr;
+  }
+  if (problem_ready(self) == nullptr) return nullptr;
   static const char *kwlist[] = {"flags", nullptr};
   PyObject *flags_obj = Py_None;
   if (!PyArg_ParseTupleAndKeywords(args, kwargs, "|O", const_cast<char **>(kwlist), &flags_obj))
@@ -165,11 +169,16 @@ PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
     return nullptr;
   }
   int rc;
-  setSigIntHandler();
-  Py_BEGIN_ALLOW_THREADS
-  rc = is_mip ? NVRLmipoptimize(p->prob, flags) : NVRLlpoptimize(p->prob, flags);
-  Py_END_ALLOW_THREADS
-  resetSigIntHandler();
+  {
+    // Other threads run while the library solves, and so do message handlers on this one:
+    // none of them may reach the problem until the library is done with it.
+    ProblemSolving solving(p);
+    setSigIntHandler();
+    Py_BEGIN_ALLOW_THREADS
+    rc = is_mip ? NVRLmipoptimize(p->prob, flags) : NVRLlpoptimize(p->prob, flags);
+    Py_END_ALLOW_THREADS
+    resetSigIntHandler();
+  }
   if (PyErr_Occurred()) return nullptr;  // raised by a callback during the solve
   if (rc == 0) Py_RETURN_NONE;
   int status = 0;
@@ -180,8 +189,7 @@ PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
                     "it. Call nlpoptimize() to find a solution using SLP");
     return nullptr;
   }
-  // Any other failure returns without an exception of its own; the interpreter reports it.
-  return nullptr;
+  return setNvrlErrIfNull(self, nullptr);
 }
 
 PyDoc_STRVAR(problem_getProbStatus_doc,

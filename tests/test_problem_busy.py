@@ -1,0 +1,233 @@
+"""A problem being solved cannot be reached: not from another thread while solve() has released
+the interpreter lock, and not from a message handler of that solve. Calls are refused with
+SolverError, a second solve too, and the solve's answers are those of the unchanged model.
+
+The faulty code crashed or corrupted the heap here, so every solve runs in a child interpreter.
+"""
+
+import json
+import os
+import subprocess
+import sys
+import textwrap
+
+import pytest
+
+BUSY = "The problem is being solved; it cannot be changed or read until solve() returns"
+ALREADY = "The problem is already being solved"
+
+# A multi-dimensional knapsack that HiGHS cannot close within the time limit, so that the
+# solve stays busy long enough; the answers afterwards are checked against this model.
+KNAPSACK = """
+import json, random, sys, threading, time
+import nuvrel as nv
+nv.setOutputEnabled(False)
+rng = random.Random(7)
+n, m = 200, 30
+x = [nv.var(vartype=nv.binary) for _ in range(n)]
+W = [[rng.randint(20, 80) for _ in range(n)] for _ in range(m)]
+cap = [sum(w) // 2 for w in W]
+profit = [rng.randint(10, 100) for _ in range(n)]
+rows = [nv.Sum(wj * xj for wj, xj in zip(w, x)) <= c for w, c in zip(W, cap)]
+p = nv.problem(x, rows, nv.Sum(pj * xj for pj, xj in zip(profit, x)), sense=nv.maximize)
+p.controls.mip_relative_gap = 0.0
+p.controls.time_limit = TIME_LIMIT
+
+def model_intact():
+    # Same sizes, and the answer is a solution of the model as it was built.
+    sol = p.getSolution()
+    assert (p.attributes.columns, p.attributes.rows) == (n, m), (p.attributes.columns, p.attributes.rows)
+    assert len(sol) == n
+    for w, c in zip(W, cap):
+        assert sum(wj * v for wj, v in zip(w, sol)) <= c + 1e-6
+    value = sum(pj * v for pj, v in zip(profit, sol))
+    assert abs(value - p.getObjVal()) < 1e-6 * max(1.0, value), (value, p.getObjVal())
+    assert p.getProbStatusString() in ("mip_solution", "mip_optimal")
+    return True
+"""
+
+# Each call reaches the problem in a different way; label -> statement with p, x, rows, path.
+CALLS = {
+    "reset": "p.reset()",
+    "reset_through_type": "nv.problem.reset(p)",
+    "read": "p.read(path)",
+    "write": "p.write(path + '.busy.lp')",
+    "delVariable": "p.delVariable(x[0])",
+    "delConstraint": "p.delConstraint(rows[0])",
+    "addVariable": "p.addVariable(nv.var())",
+    "addConstraint": "p.addConstraint(x[0] + x[1] <= 1)",
+    "addSOS": "p.addSOS(nv.sos([x[0], x[1]], [1, 2]))",
+    "setObjective": "p.setObjective(x[0])",
+    "copy": "p.copy()",
+    "name": "p.name()",
+    "str": "str(p)",
+    "getControl_all": "p.getControl()",
+    "getControl": "p.getControl('time_limit')",
+    "setControl": "p.setControl('time_limit', 5.0)",
+    "getAttrib": "p.getAttrib('columns')",
+    "controls_get": "p.controls.time_limit",
+    "controls_set": "setattr(p.controls, 'time_limit', 5.0)",
+    "attributes_get": "p.attributes.columns",
+    "getSolution": "p.getSolution()",
+    "getSlack": "p.getSlack()",
+    "getObjVal": "p.getObjVal()",
+    "getProbStatus": "p.getProbStatus()",
+    "getProbStatusString": "p.getProbStatusString()",
+    "getIndex": "p.getIndex(x[0])",
+    "getVariable": "p.getVariable(0)",
+    "getlasterror": "p.getlasterror()",
+    "solve": "p.solve()",
+}
+
+
+def run_child(code, timeout=120):
+    env = dict(os.environ)
+    env["PYTHONPATH"] = os.pathsep.join(p for p in sys.path if p)
+    proc = subprocess.run([sys.executable, "-c", textwrap.dedent(code)], capture_output=True,
+                          text=True, env=env, timeout=timeout)
+    assert proc.returncode == 0, f"child failed ({proc.returncode}):\n{proc.stdout}\n{proc.stderr}"
+    return json.loads(proc.stdout.strip().splitlines()[-1])
+
+
+@pytest.fixture(scope="module")
+def from_other_thread(tmp_path_factory):
+    """One solve in a thread while the main thread makes every call of CALLS."""
+    path = str(tmp_path_factory.mktemp("busy") / "small.lp")
+    code = KNAPSACK.replace("TIME_LIMIT", "1.5") + f"""
+path = {path!r}
+q = nv.problem(nv.var(ub=1), name="small")
+q.write(path)
+calls = {CALLS!r}
+errors = []
+th = threading.Thread(target=lambda: errors.append(None) if p.solve() is None else None)
+th.start()
+# Wait until the solve has marked the problem.
+deadline = time.time() + 10
+while True:
+    try:
+        p.getProbStatus()
+    except nv.SolverError:
+        break
+    if not th.is_alive() or time.time() > deadline:
+        print(json.dumps({{"never_busy": True}}))
+        sys.exit(0)
+outcome = {{}}
+for label, stmt in calls.items():
+    try:
+        exec(stmt)
+        outcome[label] = ["returned", "", th.is_alive()]
+    except Exception as e:
+        outcome[label] = [type(e).__name__, str(e), th.is_alive()]
+th.join()
+outcome["solve_returned"] = errors == [None]
+outcome["intact"] = model_intact()
+print(json.dumps(outcome))
+"""
+    return run_child(code)
+
+
+@pytest.mark.parametrize("label", sorted(CALLS))
+def test_calls_from_another_thread_are_refused_while_solving(from_other_thread, label):
+    assert "never_busy" not in from_other_thread
+    kind, message, still_solving = from_other_thread[label]
+    assert still_solving, "the solve ended before the call could be checked"
+    assert kind == "SolverError"
+    assert message == (ALREADY if label == "solve" else BUSY)
+
+
+def test_solve_ends_normally_with_the_unchanged_model(from_other_thread):
+    assert from_other_thread["solve_returned"]
+    assert from_other_thread["intact"]
+
+
+HANDLER_CALLS = ["reset", "read", "delVariable", "delConstraint", "getControl_all", "solve"]
+
+
+@pytest.mark.parametrize("route", ["global_handler", "problem_printing"])
+@pytest.mark.parametrize("label", HANDLER_CALLS)
+def test_calls_from_a_message_handler_during_the_solve(tmp_path, route, label):
+    """The handler runs on the solving thread; its refused call surfaces from solve() (the
+    module-level handlers) or is reported as unraisable (a stream of the problem's printing),
+    and either way the model stays as it was."""
+    path = str(tmp_path / "small.lp")
+    code = KNAPSACK.replace("TIME_LIMIT", "0.5") + f"""
+path = {path!r}
+nv.problem(nv.var(ub=1), name="small").write(path)
+stmt = {CALLS[label]!r}
+seen = []
+reported = []
+sys.unraisablehook = lambda u: reported.append([u.exc_type.__name__, str(u.exc_value)])
+def call_once():
+    if seen:
+        return
+    try:
+        exec(stmt)
+        seen.append(["returned", ""])
+    except Exception as e:
+        seen.append([type(e).__name__, str(e)])
+        raise
+
+if {route!r} == "global_handler":
+    nv.addcbmsghandler(lambda *args: call_once(), None, 0)
+else:
+    class Out:
+        def write(self, text):
+            call_once()
+            return len(text)
+        def flush(self):
+            pass
+    real = sys.stdout
+    nv.setOutputEnabled(True)
+    sys.stdout = Out()
+try:
+    p.solve()
+    raised = ["returned", ""]
+except Exception as e:
+    raised = [type(e).__name__, str(e)]
+if {route!r} == "problem_printing":
+    sys.stdout = real
+    nv.setOutputEnabled(False)
+print(json.dumps({{"seen": seen, "raised": raised, "reported": reported,
+                  "cols": p.attributes.columns,
+                  "rows": p.attributes.rows}}))
+"""
+    out = run_child(code)
+    expected = ALREADY if label == "solve" else BUSY
+    assert out["seen"] == [["SolverError", expected]]
+    if route == "global_handler":
+        assert out["raised"] == ["SolverError", expected]
+        assert out["reported"] == []
+    else:
+        assert out["raised"] == ["returned", ""]
+        assert out["reported"] == [["SolverError", expected]]
+    assert (out["cols"], out["rows"]) == (200, 30)
+
+
+def test_two_threads_solving_one_problem(run_python):
+    out = run_python(KNAPSACK.replace("TIME_LIMIT", "1.0") + """
+results = []
+def solve():
+    try:
+        p.solve()
+        results.append("returned")
+    except Exception as e:
+        results.append(f"{type(e).__name__}: {e}")
+threads = [threading.Thread(target=solve) for _ in range(2)]
+for t in threads:
+    t.start()
+for t in threads:
+    t.join()
+print(sorted(results))
+print(model_intact())
+""").stdout.splitlines()
+    assert out[0] == str(sorted(["returned", "SolverError: " + ALREADY]))
+    assert out[1] == "True"
+
+
+@pytest.mark.parametrize("mip", [False, True])
+def test_failed_solve_raises_solver_error_with_the_library_message(nv, mip):
+    x = nv.var(ub=1, vartype=nv.integer if mip else nv.continuous)
+    p = nv.problem(x, x)
+    with pytest.raises(nv.SolverError, match="^Unknown optimisation flag 'z'") as info:
+        p.solve("z")
+    assert str(info.value) == p.getlasterror()
