@@ -133,6 +133,111 @@ typedef struct {
 #define NVRL_GENCONS_OR 3
 #define NVRL_GENCONS_ABS 4
 
+/* ===== Control and attribute ids ======================================================= */
+/* Generated from the engine's registry, which also generates docs/controls.md (meanings,
+ * defaults and ranges); an engine test fails when this block and the registry differ. Do not
+ * edit it by hand: run the engine tests with NVRL_UPDATE_DOCS=1 to rewrite it.
+ * Optimiser ids (NVRL_...) go to the NVRL...control and NVRL...attrib functions, nonlinear
+ * ids (NSLP_...) to the NSLP... ones; the comment after each id is its type. */
+/* BEGIN ids generated from the registry */
+/* Optimiser controls (NVRLget/set...control) */
+#define NVRL_CTRL_MPS_RHS_NAME 6001 /* string */
+#define NVRL_CTRL_MPS_BOUND_NAME 6002 /* string */
+#define NVRL_CTRL_MPS_RANGE_NAME 6003 /* string */
+#define NVRL_CTRL_TIME_LIMIT 7001 /* double */
+#define NVRL_CTRL_MIP_RELATIVE_GAP 7002 /* double */
+#define NVRL_CTRL_MIP_ABSOLUTE_GAP 7003 /* double */
+#define NVRL_CTRL_FEASIBILITY_TOLERANCE 7004 /* double */
+#define NVRL_CTRL_OPTIMALITY_TOLERANCE 7005 /* double */
+#define NVRL_CTRL_MIPTOL 7006 /* double */
+#define NVRL_CTRL_CUTOFF 7007 /* double */
+#define NVRL_CTRL_BARRIER_TOLERANCE 7008 /* double */
+#define NVRL_CTRL_NODE_LIMIT 8001 /* int64 */
+#define NVRL_CTRL_SOLUTION_LIMIT 8002 /* int */
+#define NVRL_CTRL_THREADS 8003 /* int */
+#define NVRL_CTRL_PRESOLVE 8004 /* int */
+#define NVRL_CTRL_LP_ALGORITHM 8005 /* int */
+#define NVRL_CTRL_LOG_LEVEL 8006 /* int */
+#define NVRL_CTRL_LP_ITERATION_LIMIT 8007 /* int64 */
+#define NVRL_CTRL_BARRIER_ITERATION_LIMIT 8008 /* int */
+#define NVRL_CTRL_CROSSOVER 8009 /* int */
+#define NVRL_CTRL_LOAD_LOG 8035 /* int */
+#define NVRL_CTRL_RANDOM_SEED 22013 /* int */
+/* Optimiser attributes (NVRLget...attrib) */
+#define NVRL_ATTR_ROWS 1001 /* int */
+#define NVRL_ATTR_ELEMENTS 1002 /* int64 */
+#define NVRL_ATTR_OBJECTIVE_QUADRATIC_ELEMENTS 1003 /* int64 */
+#define NVRL_ATTR_SETS 1004 /* int */
+#define NVRL_ATTR_QUADRATIC_ROWS 1005 /* int */
+#define NVRL_ATTR_LP_STATUS 1010 /* int */
+#define NVRL_ATTR_MIP_STATUS 1011 /* int */
+#define NVRL_ATTR_COLUMNS 1018 /* int */
+#define NVRL_ATTR_SPARE_ROWS 1019 /* int */
+#define NVRL_ATTR_STOP_STATUS 1020 /* int */
+#define NVRL_ATTR_SIMPLEX_ITERATIONS 1021 /* int64 */
+#define NVRL_ATTR_BARRIER_ITERATIONS 1022 /* int64 */
+#define NVRL_ATTR_NODES 1023 /* int64 */
+#define NVRL_ATTR_MIP_SOLUTIONS 1025 /* int */
+#define NVRL_ATTR_SOLUTION_AVAILABLE 1026 /* int */
+#define NVRL_ATTR_NAME_LENGTH 1028 /* int */
+#define NVRL_ATTR_HAS_DUAL_RAY 1030 /* int */
+#define NVRL_ATTR_HAS_PRIMAL_RAY 1031 /* int */
+#define NVRL_ATTR_DISCRETE_COLUMNS 1032 /* int */
+#define NVRL_ATTR_ORIGINAL_ROWS 1124 /* int */
+#define NVRL_ATTR_PROBLEM_NAME_LENGTH 1158 /* int */
+#define NVRL_ATTR_ORIGINAL_SETS 1194 /* int */
+#define NVRL_ATTR_ORIGINAL_COLUMNS 1214 /* int */
+#define NVRL_ATTR_INDICATORS 1325 /* int */
+#define NVRL_ATTR_GENERAL_CONSTRAINTS 1327 /* int */
+#define NVRL_ATTR_PWL_CONSTRAINTS 1328 /* int */
+#define NVRL_ATTR_LP_OBJECTIVE 2001 /* double */
+#define NVRL_ATTR_BEST_BOUND 2002 /* double */
+#define NVRL_ATTR_MIP_OBJECTIVE 2003 /* double */
+#define NVRL_ATTR_MIP_GAP 2004 /* double */
+#define NVRL_ATTR_SOLVE_TIME 2005 /* double */
+#define NVRL_ATTR_OBJECTIVE_CONSTANT 2006 /* double */
+#define NVRL_ATTR_OBJECTIVE_SENSE 2008 /* double */
+#define NVRL_ATTR_MAX_PRIMAL_INFEASIBILITY 2009 /* double */
+#define NVRL_ATTR_MAX_DUAL_INFEASIBILITY 2010 /* double */
+#define NVRL_ATTR_VERSION 3001 /* string */
+/* Nonlinear solver controls (NSLPget/set...control) */
+#define NSLP_CTRL_ITERATION_LIMIT 12100 /* int */
+#define NSLP_CTRL_TIME_LIMIT 12103 /* double */
+#define NSLP_CTRL_LOG_LEVEL 12104 /* int */
+#define NSLP_CTRL_STEP_TOLERANCE 12110 /* double */
+#define NSLP_CTRL_OBJECTIVE_ABSOLUTE_TOLERANCE 12111 /* double */
+#define NSLP_CTRL_OBJECTIVE_RELATIVE_TOLERANCE 12112 /* double */
+#define NSLP_CTRL_FEASIBILITY_TOLERANCE 12113 /* double */
+#define NSLP_CTRL_INITIAL_STEP_BOUND 12120 /* double */
+#define NSLP_CTRL_MIN_STEP_BOUND 12121 /* double */
+#define NSLP_CTRL_MAX_STEP_BOUND 12122 /* double */
+#define NSLP_CTRL_STEP_EXPAND 12123 /* double */
+#define NSLP_CTRL_STEP_SHRINK 12124 /* double */
+#define NSLP_CTRL_PENALTY 12130 /* double */
+#define NSLP_CTRL_PENALTY_GROWTH 12131 /* double */
+#define NSLP_CTRL_PENALTY_MAX 12132 /* double */
+#define NSLP_CTRL_DERIVATIVE_STEP 12140 /* double */
+#define NSLP_CTRL_OBJECTIVE_SENSE 12146 /* double */
+#define NSLP_CTRL_AUTO_PRESOLVE 12415 /* int */
+#define NSLP_CTRL_POSTSOLVE 12416 /* int */
+/* Nonlinear solver attributes (NSLPget...attrib) */
+#define NSLP_ATTR_ROWS 11999 /* int */
+#define NSLP_ATTR_COLUMNS 12000 /* int */
+#define NSLP_ATTR_CONSTANT_COLUMN 12013 /* int */
+#define NSLP_ATTR_COEFFICIENTS 12016 /* int */
+#define NSLP_ATTR_NONLINEAR_ROWS 12026 /* int */
+#define NSLP_ATTR_STATUS 12044 /* int */
+#define NSLP_ATTR_STATE 12062 /* int */
+#define NSLP_ATTR_ITERATIONS 12101 /* int */
+#define NSLP_ATTR_STOP_STATUS 12102 /* int */
+#define NSLP_ATTR_OBJECTIVE 12179 /* double */
+#define NSLP_ATTR_INTERRUPT_REASON 12180 /* int */
+/* Nonlinear solver, interior-point list (NSLPget/set...control) */
+#define NSLP_CTRL_IPM_SUBPROBLEMS 12900 /* int */
+#define NSLP_CTRL_IPM_TOLERANCE 12901 /* double */
+#define NSLP_CTRL_IPM_ITERATION_LIMIT 12902 /* int */
+/* END ids generated from the registry */
+
 /* Callback signatures. */
 typedef int (*NVRLgemsghandler)(NVRLobject obj, void *data, void *thread, const char *msg,
                                 int len, int msgtype);
