@@ -45,16 +45,20 @@ extern "C" {
 typedef int64_t NVRLint64;
 
 /* Opaque handles. Every engine object begins with a common header, so any handle may be
- * passed where an NVRLobject is expected (see NVRLgetobjecttypename). */
+ * passed where an NVRLobject is expected (see NVRLgetobjecttypename). Handles are created
+ * and destroyed only by the library's create/destroy calls; the caller owns what it creates
+ * and must destroy it exactly once. */
 typedef struct nvrl_object_s *NVRLobject;
 typedef struct nvrl_problem_s *NVRLprob;
 typedef struct nslp_problem_s *NSLPprob;
 
+/* ===== Limits and codes ================================================================ */
+
 #define NVRL_INFINITY 1.0e20
-#define NVRL_MAXBANNERLEN 512
-#define NVRL_MAXVERSIONLEN 32
-#define NVRL_MAXMESSAGELEN 512
-#define NVRL_MAXNAMELEN 1024 /* longest row, column, set or problem name */
+#define NVRL_MAXBANNERLEN 512  /* bytes of the buffer NVRLgetbanner writes, terminator included */
+#define NVRL_MAXVERSIONLEN 32  /* bytes of the buffer NVRLgetversion writes, terminator included */
+#define NVRL_MAXMESSAGELEN 512 /* bytes of the last-error buffers, terminator included */
+#define NVRL_MAXNAMELEN 1024   /* longest row, column, set or problem name */
 
 /* Return code of NSLPinit when the nonlinear solver is not available. */
 #define NSLP_NOT_AVAILABLE 279
@@ -77,7 +81,7 @@ typedef struct nslp_problem_s *NSLPprob;
 #define NVRL_CAFLAG_DOUBLE 0x2
 #define NVRL_CAFLAG_STRING 0x4
 #define NVRL_CAFLAG_CONTROL 0x20
-/* Flags reported by NSLPcontrolcode. */
+/* Flags reported by NSLPcontrolcode and set in the nonlinear solver's lists. */
 #define NSLP_CCFLAG_INT 0x1
 #define NSLP_CCFLAG_DOUBLE 0x2
 #define NSLP_CCFLAG_STRING 0x4
@@ -89,10 +93,10 @@ typedef struct {
   const char *name; /* lower case */
   int id;
   int type;  /* NVRL_TYPE_... ; -1 ends the list */
-  int flags; /* NVRL_CAFLAG_... */
+  int flags; /* NVRL_CAFLAG_... or NSLP_CCFLAG_... */
 } NVRLcaentry;
 
-/* Status codes. */
+/* Values of the lp_status attribute (NVRL_ATTR_LP_STATUS). */
 #define NVRL_LP_UNSTARTED 0
 #define NVRL_LP_OPTIMAL 1
 #define NVRL_LP_INFEAS 2
@@ -103,6 +107,7 @@ typedef struct {
 #define NVRL_LP_UNSOLVED 7
 #define NVRL_LP_NONCONVEX 8
 
+/* Values of the mip_status attribute (NVRL_ATTR_MIP_STATUS). */
 #define NVRL_MIP_NOT_LOADED 0
 #define NVRL_MIP_LP_NOT_OPTIMAL 1
 #define NVRL_MIP_LP_OPTIMAL 2
@@ -112,6 +117,8 @@ typedef struct {
 #define NVRL_MIP_OPTIMAL 6
 #define NVRL_MIP_UNBOUNDED 7
 
+/* Values of the stop_status attributes (NVRL_ATTR_STOP_STATUS, NSLP_ATTR_STOP_STATUS); a
+ * reason passed to NVRLinterrupt or NSLPinterrupt is reported as given. */
 #define NVRL_STOP_NONE 0
 #define NVRL_STOP_TIMELIMIT 1
 #define NVRL_STOP_CTRLC 2
@@ -121,98 +128,292 @@ typedef struct {
 #define NVRL_STOP_SOLLIMIT 6
 #define NVRL_STOP_USER 9
 
+/* Basis statuses of rows and columns (NVRLgetbasis, NVRLloadbasis). */
 #define NVRL_BASIS_NONBASIC_LOWER 0
 #define NVRL_BASIS_BASIC 1
 #define NVRL_BASIS_NONBASIC_UPPER 2
 #define NVRL_BASIS_SUPERBASIC 3
 
-/* General constraint types. */
+/* General constraint types (NVRLaddgencons64). */
 #define NVRL_GENCONS_MAX 0
 #define NVRL_GENCONS_MIN 1
 #define NVRL_GENCONS_AND 2
 #define NVRL_GENCONS_OR 3
 #define NVRL_GENCONS_ABS 4
 
-/* Callback signatures. */
+/* ===== Control and attribute ids ======================================================= */
+/* Generated from the engine's registry, which also generates docs/controls.md (meanings,
+ * defaults and ranges); an engine test fails when this block and the registry differ. Do not
+ * edit it by hand: run the engine tests with NVRL_UPDATE_DOCS=1 to rewrite it.
+ * Optimiser ids (NVRL_...) go to the NVRL...control and NVRL...attrib functions, nonlinear
+ * ids (NSLP_...) to the NSLP... ones; the comment after each id is its type. */
+/* BEGIN ids generated from the registry */
+/* Optimiser controls (NVRLget/set...control) */
+#define NVRL_CTRL_MPS_RHS_NAME 6001 /* string */
+#define NVRL_CTRL_MPS_BOUND_NAME 6002 /* string */
+#define NVRL_CTRL_MPS_RANGE_NAME 6003 /* string */
+#define NVRL_CTRL_TIME_LIMIT 7001 /* double */
+#define NVRL_CTRL_MIP_RELATIVE_GAP 7002 /* double */
+#define NVRL_CTRL_MIP_ABSOLUTE_GAP 7003 /* double */
+#define NVRL_CTRL_FEASIBILITY_TOLERANCE 7004 /* double */
+#define NVRL_CTRL_OPTIMALITY_TOLERANCE 7005 /* double */
+#define NVRL_CTRL_MIPTOL 7006 /* double */
+#define NVRL_CTRL_CUTOFF 7007 /* double */
+#define NVRL_CTRL_BARRIER_TOLERANCE 7008 /* double */
+#define NVRL_CTRL_NODE_LIMIT 8001 /* int64 */
+#define NVRL_CTRL_SOLUTION_LIMIT 8002 /* int */
+#define NVRL_CTRL_THREADS 8003 /* int */
+#define NVRL_CTRL_PRESOLVE 8004 /* int */
+#define NVRL_CTRL_LP_ALGORITHM 8005 /* int */
+#define NVRL_CTRL_LOG_LEVEL 8006 /* int */
+#define NVRL_CTRL_LP_ITERATION_LIMIT 8007 /* int64 */
+#define NVRL_CTRL_BARRIER_ITERATION_LIMIT 8008 /* int */
+#define NVRL_CTRL_CROSSOVER 8009 /* int */
+#define NVRL_CTRL_LOAD_LOG 8035 /* int */
+#define NVRL_CTRL_RANDOM_SEED 22013 /* int */
+/* Optimiser attributes (NVRLget...attrib) */
+#define NVRL_ATTR_ROWS 1001 /* int */
+#define NVRL_ATTR_ELEMENTS 1002 /* int64 */
+#define NVRL_ATTR_OBJECTIVE_QUADRATIC_ELEMENTS 1003 /* int64 */
+#define NVRL_ATTR_SETS 1004 /* int */
+#define NVRL_ATTR_QUADRATIC_ROWS 1005 /* int */
+#define NVRL_ATTR_LP_STATUS 1010 /* int */
+#define NVRL_ATTR_MIP_STATUS 1011 /* int */
+#define NVRL_ATTR_COLUMNS 1018 /* int */
+#define NVRL_ATTR_SPARE_ROWS 1019 /* int */
+#define NVRL_ATTR_STOP_STATUS 1020 /* int */
+#define NVRL_ATTR_SIMPLEX_ITERATIONS 1021 /* int64 */
+#define NVRL_ATTR_BARRIER_ITERATIONS 1022 /* int64 */
+#define NVRL_ATTR_NODES 1023 /* int64 */
+#define NVRL_ATTR_MIP_SOLUTIONS 1025 /* int */
+#define NVRL_ATTR_SOLUTION_AVAILABLE 1026 /* int */
+#define NVRL_ATTR_NAME_LENGTH 1028 /* int */
+#define NVRL_ATTR_HAS_DUAL_RAY 1030 /* int */
+#define NVRL_ATTR_HAS_PRIMAL_RAY 1031 /* int */
+#define NVRL_ATTR_DISCRETE_COLUMNS 1032 /* int */
+#define NVRL_ATTR_ORIGINAL_ROWS 1124 /* int */
+#define NVRL_ATTR_PROBLEM_NAME_LENGTH 1158 /* int */
+#define NVRL_ATTR_ORIGINAL_SETS 1194 /* int */
+#define NVRL_ATTR_ORIGINAL_COLUMNS 1214 /* int */
+#define NVRL_ATTR_INDICATORS 1325 /* int */
+#define NVRL_ATTR_GENERAL_CONSTRAINTS 1327 /* int */
+#define NVRL_ATTR_PWL_CONSTRAINTS 1328 /* int */
+#define NVRL_ATTR_LP_OBJECTIVE 2001 /* double */
+#define NVRL_ATTR_BEST_BOUND 2002 /* double */
+#define NVRL_ATTR_MIP_OBJECTIVE 2003 /* double */
+#define NVRL_ATTR_MIP_GAP 2004 /* double */
+#define NVRL_ATTR_SOLVE_TIME 2005 /* double */
+#define NVRL_ATTR_OBJECTIVE_CONSTANT 2006 /* double */
+#define NVRL_ATTR_OBJECTIVE_SENSE 2008 /* double */
+#define NVRL_ATTR_MAX_PRIMAL_INFEASIBILITY 2009 /* double */
+#define NVRL_ATTR_MAX_DUAL_INFEASIBILITY 2010 /* double */
+#define NVRL_ATTR_VERSION 3001 /* string */
+/* Nonlinear solver controls (NSLPget/set...control) */
+#define NSLP_CTRL_ITERATION_LIMIT 12100 /* int */
+#define NSLP_CTRL_TIME_LIMIT 12103 /* double */
+#define NSLP_CTRL_LOG_LEVEL 12104 /* int */
+#define NSLP_CTRL_STEP_TOLERANCE 12110 /* double */
+#define NSLP_CTRL_OBJECTIVE_ABSOLUTE_TOLERANCE 12111 /* double */
+#define NSLP_CTRL_OBJECTIVE_RELATIVE_TOLERANCE 12112 /* double */
+#define NSLP_CTRL_FEASIBILITY_TOLERANCE 12113 /* double */
+#define NSLP_CTRL_INITIAL_STEP_BOUND 12120 /* double */
+#define NSLP_CTRL_MIN_STEP_BOUND 12121 /* double */
+#define NSLP_CTRL_MAX_STEP_BOUND 12122 /* double */
+#define NSLP_CTRL_STEP_EXPAND 12123 /* double */
+#define NSLP_CTRL_STEP_SHRINK 12124 /* double */
+#define NSLP_CTRL_PENALTY 12130 /* double */
+#define NSLP_CTRL_PENALTY_GROWTH 12131 /* double */
+#define NSLP_CTRL_PENALTY_MAX 12132 /* double */
+#define NSLP_CTRL_DERIVATIVE_STEP 12140 /* double */
+#define NSLP_CTRL_OBJECTIVE_SENSE 12146 /* double */
+#define NSLP_CTRL_AUTO_PRESOLVE 12415 /* int */
+#define NSLP_CTRL_POSTSOLVE 12416 /* int */
+/* Nonlinear solver attributes (NSLPget...attrib) */
+#define NSLP_ATTR_ROWS 11999 /* int */
+#define NSLP_ATTR_COLUMNS 12000 /* int */
+#define NSLP_ATTR_CONSTANT_COLUMN 12013 /* int */
+#define NSLP_ATTR_COEFFICIENTS 12016 /* int */
+#define NSLP_ATTR_NONLINEAR_ROWS 12026 /* int */
+#define NSLP_ATTR_STATUS 12044 /* int */
+#define NSLP_ATTR_STATE 12062 /* int */
+#define NSLP_ATTR_ITERATIONS 12101 /* int */
+#define NSLP_ATTR_STOP_STATUS 12102 /* int */
+#define NSLP_ATTR_OBJECTIVE 12179 /* double */
+#define NSLP_ATTR_INTERRUPT_REASON 12180 /* int */
+/* Nonlinear solver, interior-point list (NSLPget/set...control) */
+#define NSLP_CTRL_IPM_SUBPROBLEMS 12900 /* int */
+#define NSLP_CTRL_IPM_TOLERANCE 12901 /* double */
+#define NSLP_CTRL_IPM_ITERATION_LIMIT 12902 /* int */
+/* END ids generated from the registry */
+
+/* ===== Callback signatures ============================================================= */
+
+/* A global message handler (NVRL_ge_addcbmsghandler). obj is the object that wrote the line
+ * (a problem, a nonlinear problem, or the environment object for the library's own lines),
+ * thread is always null, msg is the line without a newline (len bytes, NUL-terminated, valid
+ * only during the call) and msgtype is NVRL_MSG_... . The return value is ignored. */
 typedef int (*NVRLgemsghandler)(NVRLobject obj, void *data, void *thread, const char *msg,
                                 int len, int msgtype);
+/* A problem's message callback (NVRLaddcbmessage); msg as for NVRLgemsghandler. */
 typedef void (*NVRLmsgcb)(NVRLprob prob, void *data, const char *msg, int len, int msgtype);
+/* A nonlinear problem's message callback (NSLPsetcbmessage); msg as for NVRLgemsghandler. */
 typedef void (*NSLPmsgcb)(NSLPprob prob, void *data, const char *msg, int len, int msgtype);
 
 /* ===== Environment ===================================================================== */
+/* Library-wide state. Failures here are recorded as the global last error
+ * (NVRL_ge_getlasterror) and sent to the global message handlers as NVRL_MSG_ERROR lines;
+ * a failed call changes nothing. */
 
-/* Starts the library (counted; each NVRLinit needs one NVRLfree). path is unused, may be null. */
+/* Starts the library. Starts are counted: each successful NVRLinit needs one NVRLfree.
+ * path is ignored and may be null. Never fails. */
 NVRL_API int NVRLinit(const char *path);
-/* Releases one start of the library. */
+/* Releases one start of the library; the last release also releases every start of the
+ * nonlinear solver. Problems that still exist then accept only NVRLdestroyprob,
+ * NVRLgetlasterror and NVRLremovecbmessage.
+ * Fails when the library is not started. */
 NVRL_API int NVRLfree(void);
-/* Writes the version ("major.minor.patch") into version (NVRL_MAXVERSIONLEN bytes). */
+/* Writes the library version, "major.minor.patch", into version, which must hold
+ * NVRL_MAXVERSIONLEN bytes. Works without NVRLinit. Fails when version is null. */
 NVRL_API int NVRLgetversion(char *version);
-/* Writes the banner line into banner (NVRL_MAXBANNERLEN bytes). */
+/* Writes a one-line banner (library and HiGHS versions) into banner, which must hold
+ * NVRL_MAXBANNERLEN bytes; a longer line is cut. Works without NVRLinit. Fails when banner
+ * is null. */
 NVRL_API int NVRLgetbanner(char *banner);
-/* Checked mode validates every argument (on by default). */
+/* Reads the checked-mode switch (1 on, 0 off; on by default) into *checked. Fails when
+ * checked is null. */
 NVRL_API int NVRLgetcheckedmode(int *checked);
+/* Sets the checked-mode switch: any non-zero value turns it on. The library validates every
+ * argument whatever the switch says. Never fails. */
 NVRL_API int NVRLsetcheckedmode(int checked);
-/* Asks for results that are identical across machine architectures (fixed thread count and
- * deterministic algorithms). */
+/* Asks (non-zero) for results that are identical across machine architectures: solves that
+ * leave the threads control at 0 (automatic) then run on one thread. Never fails. */
 NVRL_API int NVRL_ge_setarchconsistency(int consistent);
+/* Reads the switch of NVRL_ge_setarchconsistency (1 or 0) into *consistent. Fails when
+ * consistent is null. */
 NVRL_API int NVRL_ge_getarchconsistency(int *consistent);
-/* Last error of the global environment: code, message (at most maxbytes including the
- * terminator) and the full message length in *nbytes (any pointer may be null). */
+/* The last error of the global environment (failed environment calls and failed handle
+ * checks of any call): its code into *code (0 when there has been none), its message into
+ * msg, cut to maxbytes bytes including the terminator (nothing is written when maxbytes is
+ * 0), and the bytes the whole message needs, terminator included, into *nbytes. code, msg
+ * and nbytes may each be null. Reading does not clear the error. Works without NVRLinit.
+ * Fails only when msg is given with a negative maxbytes (and then writes nothing, but the
+ * failure becomes the new last error). */
 NVRL_API int NVRL_ge_getlasterror(int *code, char *msg, int maxbytes, int *nbytes);
-/* Global message handlers receive every log line of every object; higher priority first. */
+/* Adds a global message handler, which receives every log line of every object, called
+ * without the library's lock held (it may call the library, and remove itself). Handlers run
+ * in decreasing priority, equal priorities in the order they were added; the same handler
+ * and data may be added more than once. data is passed back untouched and stays the
+ * caller's. Fails when handler is null. */
 NVRL_API int NVRL_ge_addcbmsghandler(NVRLgemsghandler handler, void *data, int priority);
-/* Removes the handlers matching (handler, data); a null handler matches any handler and a
- * null data any data. */
+/* Removes every handler matching (handler, data); a null handler matches any handler and a
+ * null data any data, so (null, null) removes all. Removing nothing is not an error. Never
+ * fails. */
 NVRL_API int NVRL_ge_removecbmsghandler(NVRLgemsghandler handler, void *data);
-/* Type name of an engine object: "NVRLprob", "NSLPprob", "NVRLenv", "NVRLbranchobj". */
+/* Points *name at the type name of a live engine object: "NVRLprob", "NSLPprob", "NVRLenv"
+ * or "NVRLbranchobj" (a static string, not to be freed). Fails when obj or name is null or
+ * obj is not a live object. */
 NVRL_API int NVRLgetobjecttypename(NVRLobject obj, const char **name);
 
-/* Starts the nonlinear solver (counted); NSLP_NOT_AVAILABLE when it is not available. */
+/* Starts the nonlinear solver (counted like NVRLinit; each success needs one NSLPfree).
+ * path is ignored and may be null. Fails when the library is not started. */
 NVRL_API int NSLPinit(const char *path);
+/* Releases one start of the nonlinear solver. Fails when it is not started. */
 NVRL_API int NSLPfree(void);
 
 /* ===== Problems ======================================================================== */
+/* Every call below that takes an NVRLprob first checks the handle: a null, destroyed or
+ * foreign handle, or a library that is not started, fails with the global last error set.
+ * Other failures are recorded on the problem (NVRLgetlasterror) and not logged. A failed
+ * call changes nothing. Any call that changes the model discards the answers of the last
+ * solve (solution, basis, rays and statuses). */
 
+/* Creates an empty problem (no rows or columns, minimising, default controls) and stores
+ * its handle in *prob; the caller owns it and releases it with NVRLdestroyprob.
+ * Fails when prob is null or the library is not started. */
 NVRL_API int NVRLcreateprob(NVRLprob *prob);
+/* Destroys a problem and everything it holds. Works after NVRLfree too. A nonlinear problem
+ * stacked on it is not destroyed, but then accepts only NSLPdestroyprob and
+ * NSLPgetlasterror. Fails when prob is null or not a live problem. */
 NVRL_API int NVRLdestroyprob(NVRLprob prob);
-/* Replaces dest's model with a copy of src's (controls are not copied; see
- * NVRLcopycontrols). name may be null or empty to keep src's name. */
+/* Replaces dest's model with a copy of src's: rows, columns, matrix, quadratic parts,
+ * entities, sets, indicators, general and piecewise-linear constraints, names, the objective
+ * sense and the problem name. Controls, callbacks and the answers of solves are not copied
+ * (see NVRLcopycontrols). name, when neither null nor empty, becomes dest's name.
+ * Fails when either handle is invalid or name is longer than NVRL_MAXNAMELEN. */
 NVRL_API int NVRLcopyprob(NVRLprob dest, NVRLprob src, const char *name);
+/* Sets the problem's name (copied). Fails when name is null or longer than
+ * NVRL_MAXNAMELEN characters. */
 NVRL_API int NVRLsetprobname(NVRLprob prob, const char *name);
-/* name must hold attribute 1158 (probnamelength) bytes. */
+/* Writes the problem's name into name, which must hold as many bytes as the attribute
+ * NVRL_ATTR_PROBLEM_NAME_LENGTH gives (terminator included; never more than
+ * NVRL_MAXNAMELEN + 1). Fails when name is null. */
 NVRL_API int NVRLgetprobname(NVRLprob prob, char *name);
-/* The problem's last error message; msg must hold NVRL_MAXMESSAGELEN bytes. */
+/* Writes the message of the problem's most recent failure into msg, which must hold
+ * NVRL_MAXMESSAGELEN bytes (a longer message is cut); an empty string when there has been
+ * none. Successful calls leave the message in place, except NVRLlpoptimize and
+ * NVRLmipoptimize, which clear it when they start. Works after NVRLfree. Fails when prob is
+ * not a live problem or msg is null (both recorded as the global last error only). */
 NVRL_API int NVRLgetlasterror(NVRLprob prob, char *msg);
 
-/* Per-problem message callbacks, called for each log line of the problem. */
+/* Adds a message callback, called with every log line of this problem (before the global
+ * handlers). Callbacks run in decreasing priority, equal priorities in the order they were
+ * added; a callback may remove itself or others. data stays the caller's.
+ * Fails when cb is null. */
 NVRL_API int NVRLaddcbmessage(NVRLprob prob, NVRLmsgcb cb, void *data, int priority);
-/* Removes matching callbacks; a null cb removes all, a null data matches any data. */
+/* Removes every callback matching (cb, data); a null cb matches any callback and a null data
+ * any data. Removing nothing is not an error. Works after NVRLfree. */
 NVRL_API int NVRLremovecbmessage(NVRLprob prob, NVRLmsgcb cb, void *data);
 
-/* ----- Loading a whole problem (replaces the current model; the objective sense stays) ----- */
-/* Column-wise matrix: column j has entries start[j] .. start[j]+collen[j]-1, or
- * start[j] .. start[j+1]-1 when collen is null (start then has ncols+1 entries).
- * range may be null (no ranges); lb/ub null mean 0 and +infinity. */
+/* ----- Loading a whole problem ----- */
+/* The load calls replace the whole model (names, entities, sets, indicators and general and
+ * piecewise-linear constraints included) by the one given; the objective sense and the
+ * controls stay. The new model is built and checked on the side, so a failed load leaves the
+ * old model in place. Arguments shared by all of them:
+ *   name      the problem's new name; null keeps the current one. At most NVRL_MAXNAMELEN.
+ *   ncols, nrows  counts, >= 0.
+ *   rowtype   nrows row types (required when nrows > 0); rhs: nrows values, null means 0.
+ *   range     nrows ranges, read for 'R' rows only (must be >= 0); may be null when no row
+ *             is 'R'.
+ *   obj, lb, ub  ncols values each; null means 0, 0 and +infinity. obj values must be
+ *             finite; bounds, rhs and ranges must not be NaN, and at or beyond
+ *             +/-NVRL_INFINITY they are infinite.
+ *   start, collen, rowind, rowcoef  the matrix column-wise: column j has the entries
+ *             start[j] .. start[j]+collen[j]-1 of rowind/rowcoef, or start[j] .. start[j+1]-1
+ *             when collen is null (start then has ncols+1 entries). start null: no matrix
+ *             entries (collen must then be null). Starts must not decrease, lengths must not
+ *             be negative, row indices must be valid, values finite; repeated (row, column)
+ *             entries are summed.
+ * Fails, changing nothing, when any of these is violated or memory runs out. */
+
+/* Loads an LP with 32-bit column starts. */
 NVRL_API int NVRLloadlp(NVRLprob prob, const char *name, int ncols, int nrows,
                         const char rowtype[], const double rhs[], const double range[],
                         const double obj[], const int start[], const int collen[],
                         const int rowind[], const double rowcoef[], const double lb[],
                         const double ub[]);
+/* Loads an LP with 64-bit column starts. */
 NVRL_API int NVRLloadlp64(NVRLprob prob, const char *name, int ncols, int nrows,
                           const char rowtype[], const double rhs[], const double range[],
                           const double obj[], const NVRLint64 start[], const int collen[],
                           const int rowind[], const double rowcoef[], const double lb[],
                           const double ub[]);
-/* Adds a quadratic objective given by nqcoefs triplets (objqcol1, objqcol2, objqcoef). */
+/* Loads a QP: an LP plus a quadratic objective of nobjqcoefs triplets (objqcol1[k],
+ * objqcol2[k], objqcoef[k]) as the Conventions describe; repeated pairs add up. The arrays
+ * may be null when nobjqcoefs is 0. Fails also on an invalid column index or a value that is
+ * not finite. */
 NVRL_API int NVRLloadqp64(NVRLprob prob, const char *name, int ncols, int nrows,
                           const char rowtype[], const double rhs[], const double range[],
                           const double obj[], const NVRLint64 start[], const int collen[],
                           const int rowind[], const double rowcoef[], const double lb[],
                           const double ub[], NVRLint64 nobjqcoefs, const int objqcol1[],
                           const int objqcol2[], const double objqcoef[]);
-/* Adds global entities: nentities typed columns (coltype, entind, limit may be null) and
- * nsets special ordered sets (settype '1' or '2', setstart with nsets+1 entries, setind,
- * refval). */
+/* Loads an LP with global entities: nentities columns entind[k] get the type coltype[k]
+ * ('I', 'B', 'S', 'R', 'P'; 'B' narrows the bounds into [0, 1]) and, for 'S', 'R' and 'P',
+ * the limit limit[k] (limit null: 0); and nsets special ordered sets, set k of type
+ * settype[k] ('1' or '2') with members setind[setstart[k] .. setstart[k+1]-1] and reference
+ * values refval[...] (setstart has nsets+1 entries). The entity arrays may be null when
+ * nentities is 0, the set arrays when nsets is 0. Fails also when a column gets two types or
+ * an index, type or set layout is invalid. */
 NVRL_API int NVRLloadglobal64(NVRLprob prob, const char *name, int ncols, int nrows,
                               const char rowtype[], const double rhs[], const double range[],
                               const double obj[], const NVRLint64 start[], const int collen[],
@@ -221,6 +422,7 @@ NVRL_API int NVRLloadglobal64(NVRLprob prob, const char *name, int ncols, int nr
                               const char coltype[], const int entind[], const double limit[],
                               const char settype[], const NVRLint64 setstart[],
                               const int setind[], const double refval[]);
+/* NVRLloadglobal64 with the quadratic objective of NVRLloadqp64. */
 NVRL_API int NVRLloadqglobal64(NVRLprob prob, const char *name, int ncols, int nrows,
                                const char rowtype[], const double rhs[], const double range[],
                                const double obj[], const NVRLint64 start[], const int collen[],
@@ -231,8 +433,10 @@ NVRL_API int NVRLloadqglobal64(NVRLprob prob, const char *name, int ncols, int n
                                const double limit[], const char settype[],
                                const NVRLint64 setstart[], const int setind[],
                                const double refval[]);
-/* Quadratic rows: nqrows rows qrowind[k], row k having nrowqcoefs[k] triplets taken in order
- * from (rowqcol1, rowqcol2, rowqcoef). */
+/* NVRLloadqp64 plus quadratic rows: nqrows rows qrowind[k] (each listed once), row k taking
+ * the next nrowqcoefs[k] triplets, in order, of (rowqcol1, rowqcol2, rowqcoef) with the
+ * meaning the Conventions give for quadratic rows. Fails also on an invalid or repeated row,
+ * a negative count, an invalid column or a value that is not finite. */
 NVRL_API int NVRLloadqcqp64(NVRLprob prob, const char *name, int ncols, int nrows,
                             const char rowtype[], const double rhs[], const double range[],
                             const double obj[], const NVRLint64 start[], const int collen[],
@@ -241,6 +445,7 @@ NVRL_API int NVRLloadqcqp64(NVRLprob prob, const char *name, int ncols, int nrow
                             const int objqcol2[], const double objqcoef[], int nqrows,
                             const int qrowind[], const NVRLint64 nrowqcoefs[],
                             const int rowqcol1[], const int rowqcol2[], const double rowqcoef[]);
+/* NVRLloadqcqp64 with the global entities and sets of NVRLloadglobal64. */
 NVRL_API int NVRLloadqcqpglobal64(NVRLprob prob, const char *name, int ncols, int nrows,
                                   const char rowtype[], const double rhs[], const double range[],
                                   const double obj[], const NVRLint64 start[],
@@ -256,255 +461,503 @@ NVRL_API int NVRLloadqcqpglobal64(NVRLprob prob, const char *name, int ncols, in
                                   const NVRLint64 setstart[], const int setind[],
                                   const double refval[]);
 
-/* ----- Adding and deleting ----- */
-/* Row-wise entries: row i has start[i] .. start[i+1]-1 (start has nrows+1 entries; may be
- * null when ncoefs is 0). range may be null. The last row always ends at ncoefs, so start[nrows]
- * is never read (the same holds for the starts of NVRLaddcols64, NVRLaddsets64,
- * NVRLaddgencons64 and NVRLaddpwlcons64). Repeated (row, column) entries are summed. */
+/* ----- Adding and deleting rows and columns ----- */
+/* Appends nrows rows. rowtype and rhs hold nrows entries (null only when nrows is 0); range
+ * is read for 'R' rows only and may be null when there are none. Row-wise entries: row i has
+ * the entries start[i] .. start[i+1]-1 of colind/rowcoef, the last row ending at ncoefs, so
+ * start[nrows] is never read (the same holds for the starts of NVRLaddcols64,
+ * NVRLaddsets64, NVRLaddgencons64 and NVRLaddpwlcons64); start, colind and rowcoef may be
+ * null when ncoefs is 0. Repeated (row, column) entries are summed. New rows are unnamed.
+ * Fails on a negative count, a null array that is needed, an invalid row type, a NaN rhs or
+ * range, a negative range, decreasing starts, an invalid column index, a coefficient that
+ * is not finite, or more than 2^31-1 rows in all. */
 NVRL_API int NVRLaddrows64(NVRLprob prob, int nrows, NVRLint64 ncoefs, const char rowtype[],
                            const double rhs[], const double range[], const NVRLint64 start[],
                            const int colind[], const double rowcoef[]);
-/* Column-wise entries: column j has start[j] .. start[j+1]-1 (start may be null when ncoefs
- * is 0). New columns are continuous. obj, lb, ub may be null (0, 0, +infinity). */
+/* Appends ncols continuous, unnamed columns. Column-wise entries: column j has the entries
+ * start[j] .. start[j+1]-1 of rowind/rowcoef, the last ending at ncoefs (start may be null
+ * when ncoefs is 0). objcoef, lb and ub hold ncols values or are null (0, 0, +infinity).
+ * Fails on a negative count, an objective value that is not finite, a NaN bound, decreasing
+ * starts, an invalid row index, a coefficient that is not finite, or more than 2^31-1
+ * columns in all. */
 NVRL_API int NVRLaddcols64(NVRLprob prob, int ncols, NVRLint64 ncoefs, const double objcoef[],
                            const NVRLint64 start[], const int rowind[], const double rowcoef[],
                            const double lb[], const double ub[]);
-/* Deletes rows or columns; later indices shift down. Duplicates are an error. */
+/* Deletes the nrows rows rowind[] (in any order) with their quadratic parts, indicators and
+ * names; later rows move down. rowind may be null when nrows is 0. Fails on a negative
+ * count, an invalid index or an index listed twice. */
 NVRL_API int NVRLdelrows(NVRLprob prob, int nrows, const int rowind[]);
+/* Deletes the ncols columns colind[] (in any order) with their matrix and quadratic entries
+ * and names; later columns move down. Special ordered sets lose the deleted members but
+ * stay. Fails on a negative count, an invalid or repeated index, or when a deleted column is
+ * used by an indicator, a general or a piecewise-linear constraint (delete those first). */
 NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]);
 
-/* ----- Names (type 1 rows, 2 columns, 3 sets) ----- */
-/* names holds last-first+1 NUL-terminated names one after another. */
+/* ----- Names ----- */
+/* type selects the items: 1 rows, 2 columns, 3 sets; any other value fails. Items without a
+ * name read as default names, 1-based: "R1", "C1", "S1". first..last must lie inside the
+ * existing items (so a call on a kind with no items fails). */
+
+/* Names items first..last: names holds last-first+1 NUL-terminated names one after another
+ * (copied). An empty name removes the item's name. Fails on a null names, a name longer
+ * than NVRL_MAXNAMELEN, or a name given twice or already used by another item of the
+ * kind. */
 NVRL_API int NVRLaddnames(NVRLprob prob, int type, const char names[], int first, int last);
-/* Writes last-first+1 NUL-terminated names one after another into names, which must hold
- * (last-first+1) * (8 * attribute 1028 + 1) bytes. Unnamed items read as default names
- * ("R1", "C1", "S1": 1-based). */
+/* Writes the names of items first..last, NUL-terminated one after another, into names,
+ * which must hold (last-first+1) * (8 * NVRL_ATTR_NAME_LENGTH + 1) bytes (NVRLgetnamelist
+ * tells the exact size). Fails when names is null. */
 NVRL_API int NVRLgetnames(NVRLprob prob, int type, char names[], int first, int last);
-/* As NVRLgetnames with an explicit buffer size; with a null buffer only *nbytes (the bytes
- * needed) is set. */
+/* As NVRLgetnames with the buffer's size: *nbytes (when not null) receives the bytes the
+ * names need; names, when not null, receives them and must then hold maxbytes >= that many
+ * bytes. Fails when names and nbytes are both null, when maxbytes is too small (after
+ * setting *nbytes; names is not written) or when the names need more than 2^31-1 bytes. */
 NVRL_API int NVRLgetnamelist(NVRLprob prob, int type, char names[], int maxbytes, int *nbytes,
                              int first, int last);
-/* Index of the row, column or set of the given name (a user name before another item's
- * default name); fails when there is none. */
+/* Stores in *index the index of the row, column or set named name (given names are found
+ * before default names of other items). Fails when name or index is null or no item has the
+ * name. */
 NVRL_API int NVRLgetindex(NVRLprob prob, int type, const char *name, int *index);
+/* NVRLaddnames for sets (type 3). */
 NVRL_API int NVRLaddsetnames(NVRLprob prob, const char names[], int first, int last);
 
 /* ----- Changes ----- */
-/* colind -1 addresses the objective constant (value v sets the constant to -v). */
+/* Each call below checks all its entries before applying any; entries are then applied in
+ * order, so a repeated index keeps the last value. Arrays of n entries may be null when n is
+ * 0; a negative n fails. */
+
+/* Sets objective coefficients objcoef[k] of columns colind[k]; colind -1 addresses the
+ * objective constant (value v sets the constant to -v). Fails on an invalid column or a
+ * value that is not finite. */
 NVRL_API int NVRLchgobj(NVRLprob prob, int ncols, const int colind[], const double objcoef[]);
-/* 1 minimise, -1 maximise. */
+/* Sets the objective sense: 1 minimise, -1 maximise. Fails on any other value. */
 NVRL_API int NVRLchgobjsense(NVRLprob prob, int objsense);
+/* Sets bounds of columns colind[k]: bndtype[k] 'U' upper, 'L' lower, 'B' both, to
+ * bndval[k] (at or beyond +/-NVRL_INFINITY: infinite). A lower bound above the upper one is
+ * accepted here and makes the problem infeasible. Fails on an invalid column, a bound type
+ * other than 'U', 'L', 'B', a null bndtype or a NaN value. */
 NVRL_API int NVRLchgbounds(NVRLprob prob, int nbounds, const int colind[], const char bndtype[],
                            const double bndval[]);
+/* Sets the right-hand sides of rows rowind[k] (a range row keeps its range below the new
+ * rhs). Fails on an invalid row or a NaN value. */
 NVRL_API int NVRLchgrhs(NVRLprob prob, int nrows, const int rowind[], const double rhs[]);
-/* Sets the range of rows; a row of type 'L' or 'G' becomes 'R' (a negative range is an error).
- * 'G' and 'E' rows keep their rhs as the lower end (rhs becomes rhs+range); 'N' rows fail. */
+/* Sets the range of rows rowind[k] and makes them range rows ('R', rhs-range <= row <= rhs).
+ * 'L' and 'R' rows keep their rhs as the upper end; 'G' and 'E' rows keep theirs as the lower
+ * end (rhs becomes rhs+range). Fails on an invalid row, a NaN or negative range, or a free
+ * ('N') row. */
 NVRL_API int NVRLchgrhsrange(NVRLprob prob, int nrows, const int rowind[], const double rng[]);
+/* Sets the types of rows rowind[k] ('L', 'G', 'E', 'R', 'N'). A row that stops being a
+ * range row loses its range; one that becomes 'R' gets range 0 until NVRLchgrhsrange. Fails
+ * on an invalid row or type. */
 NVRL_API int NVRLchgrowtype(NVRLprob prob, int nrows, const int rowind[], const char rowtype[]);
-/* Making a column binary ('B') narrows its bounds into [0, 1]. */
+/* Sets the types of columns colind[k] ('C', 'I', 'B', 'S', 'R', 'P'). Making a column binary
+ * narrows its bounds into [0, 1]. Fails on an invalid column or type. */
 NVRL_API int NVRLchgcoltype(NVRLprob prob, int ncols, const int colind[], const char coltype[]);
-/* Limits of semi-continuous, semi-integer and partially integer columns. */
+/* Sets the limits of semi-continuous, semi-integer and partially integer columns. Fails on
+ * an invalid column, a column of another type, or a value that is not finite. */
 NVRL_API int NVRLchgglblimit(NVRLprob prob, int ncols, const int colind[], const double limit[]);
-/* A zero coefficient deletes the entry. */
+/* Sets the matrix coefficient of (row, col) to coef; 0 deletes the entry. Fails on an
+ * invalid row or column or a value that is not finite. */
 NVRL_API int NVRLchgcoef(NVRLprob prob, int row, int col, double coef);
+/* NVRLchgcoef for ncoefs entries (rowind[k], colind[k], rowcoef[k]); a repeated (row,
+ * column) keeps the last value. */
 NVRL_API int NVRLchgmcoef(NVRLprob prob, int ncoefs, const int rowind[], const int colind[],
                           const double rowcoef[]);
+/* NVRLchgmcoef with a 64-bit count. */
 NVRL_API int NVRLchgmcoef64(NVRLprob prob, NVRLint64 ncoefs, const int rowind[],
                             const int colind[], const double rowcoef[]);
 
 /* ----- Quadratic objective and quadratic rows ----- */
+/* Values mean what the Conventions say (objective: 1/2 x'Qx; rows: x'Qx). A pair (i, j) and
+ * (j, i) address the same entry. The get calls below lay the upper triangle out column-wise:
+ * for each column j of first..last, the entries (i, j) with i <= j, i ascending. */
+
+/* Sets the quadratic objective entry (objqcol1, objqcol2) to objqcoef; 0 deletes it. Fails
+ * on an invalid column or a value that is not finite. */
 NVRL_API int NVRLchgqobj(NVRLprob prob, int objqcol1, int objqcol2, double objqcoef);
+/* NVRLchgqobj for ncoefs entries (arrays may be null when ncoefs is 0); a repeated pair keeps
+ * the last value. Nothing changes unless every entry is valid. */
 NVRL_API int NVRLchgmqobj(NVRLprob prob, int ncoefs, const int objqcol1[], const int objqcol2[],
                           const double objqcoef[]);
+/* NVRLchgmqobj with a 64-bit count. */
 NVRL_API int NVRLchgmqobj64(NVRLprob prob, NVRLint64 ncoefs, const int objqcol1[],
                             const int objqcol2[], const double objqcoef[]);
-/* Upper triangle of Q for columns first..last, column-wise: for column j (>= each entry's
- * column, entries with col2 >= col1), start[j-first] .. start[j-first+1]-1. With null arrays
- * only *ncoefs (the total) is set; otherwise at most maxcoefs entries are written and
- * *ncoefs is the total. */
+/* Reads the quadratic objective's upper triangle for columns first..last: start receives
+ * last-first+2 entries (column j's entries are start[j-first] .. start[j-first+1]-1),
+ * colind the row index i of each entry and objqcoef its value. *ncoefs receives the total
+ * number of entries. With colind and objqcoef both null only start and *ncoefs are set;
+ * otherwise at most maxcoefs entries are written (starts capped accordingly). Any output may
+ * be null. Fails on an invalid range, a negative maxcoefs when writing entries, or when the
+ * total does not fit the 32-bit starts (use NVRLgetmqobj64). */
 NVRL_API int NVRLgetmqobj(NVRLprob prob, int start[], int colind[], double objqcoef[],
                           int maxcoefs, int *ncoefs, int first, int last);
+/* NVRLgetmqobj with 64-bit starts and counts. */
 NVRL_API int NVRLgetmqobj64(NVRLprob prob, NVRLint64 start[], int colind[], double objqcoef[],
                             NVRLint64 maxcoefs, NVRLint64 *ncoefs, int first, int last);
-/* Adds triplets to the quadratic part of a row (entries add up with existing ones). */
+/* Adds ncoefs triplets to the quadratic part of row (which need not have one yet); they add
+ * up with existing entries and with each other. Fails on an invalid row or column, a
+ * negative count, a null array when ncoefs > 0 or a value that is not finite. */
 NVRL_API int NVRLaddqmatrix64(NVRLprob prob, int row, NVRLint64 ncoefs, const int rowqcol1[],
                               const int rowqcol2[], const double rowqcoef[]);
+/* Sets entry (rowqcol1, rowqcol2) of row's quadratic part to rowqcoef; 0 deletes it. Fails on
+ * an invalid row or column or a value that is not finite. */
 NVRL_API int NVRLchgqrowcoeff(NVRLprob prob, int row, int rowqcol1, int rowqcol2,
                               double rowqcoef);
+/* Removes the quadratic part of row (none is not an error). Fails on an invalid row. */
 NVRL_API int NVRLdelqmatrix(NVRLprob prob, int row);
-/* Quadratic part of a row as in NVRLgetmqobj (upper triangle, columns first..last). */
+/* Reads row's quadratic part for columns first..last, laid out as NVRLgetmqobj does. Fails
+ * on an invalid row, and as NVRLgetmqobj. */
 NVRL_API int NVRLgetqrowqmatrix(NVRLprob prob, int row, int start[], int colind[],
                                 double rowqcoef[], int maxcoefs, int *ncoefs, int first,
                                 int last);
-/* All triplets of a row's quadratic part (col1 <= col2). Null arrays: only *ncoefs. */
+/* Reads all entries of row's quadratic part as triplets with rowqcol1 <= rowqcol2: the count
+ * into *ncoefs, and, for each array that is not null, *ncoefs values (there is no size
+ * argument: ask for the count first). Fails on an invalid row or a null ncoefs. */
 NVRL_API int NVRLgetqrowqmatrixtriplets(NVRLprob prob, int row, int *ncoefs, int rowqcol1[],
                                         int rowqcol2[], double rowqcoef[]);
+/* Reads entry (rowqcol1, rowqcol2) of row's quadratic part into *rowqcoef (0 when absent).
+ * Fails on an invalid row or column or a null rowqcoef. */
 NVRL_API int NVRLgetqrowcoeff(NVRLprob prob, int row, int rowqcol1, int rowqcol2,
                               double *rowqcoef);
-/* Rows with quadratic parts; qrowind may be null to count only. */
+/* Counts the rows with a quadratic part into *nrows and, when qrowind is not null, writes
+ * their indices (ascending; qrowind must hold *nrows entries). Fails when nrows is null. */
 NVRL_API int NVRLgetqrows(NVRLprob prob, int *nrows, int qrowind[]);
 
 /* ----- Special ordered sets ----- */
-/* settype '1' or '2'; set k has members start[k] .. start[k+1]-1. */
+/* Appends nsets sets: set k has type settype[k] ('1' or '2') and the members colind[start[k]
+ * .. start[k+1]-1] with reference values refval[...], the last set ending at nelems. Fails on
+ * a negative count, a null array that is needed, a set type other than '1' and '2', an
+ * invalid column, a column or reference value repeated within a set, a reference value that
+ * is not finite, decreasing starts, or more than 2^31-1 sets in all. */
 NVRL_API int NVRLaddsets64(NVRLprob prob, int nsets, NVRLint64 nelems, const char settype[],
                            const NVRLint64 start[], const int colind[], const double refval[]);
+/* Deletes the nsets sets sets[] with their names; later sets move down. Fails on a negative
+ * count, an invalid index or an index listed twice. */
 NVRL_API int NVRLdelsets(NVRLprob prob, int nsets, const int sets[]);
-/* Sets first..last in the same layout; null arrays count only (*nelems). */
+/* Reads sets first..last in NVRLaddsets64's layout: settype (last-first+1 entries), start
+ * (last-first+2 entries), colind and refval; *nelems receives the total number of members.
+ * With colind and refval both null only the types, starts and *nelems are set; otherwise at
+ * most maxelems members are written (starts capped accordingly). Any output may be null.
+ * Fails on an invalid range or a negative maxelems when writing members. */
 NVRL_API int NVRLgetsets64(NVRLprob prob, char settype[], NVRLint64 start[], int colind[],
                            double refval[], NVRLint64 maxelems, NVRLint64 *nelems, int first,
                            int last);
 
 /* ----- Indicator constraints ----- */
-/* complement: 0 removes the indicator, 1 the row holds when the column is 1, -1 when it is 0.
- * The column must be binary at solve time. */
+/* Makes rows rowind[k] indicator rows: complement[k] 1 means the row must hold when column
+ * colind[k] is 1, -1 when it is 0; 0 removes the indicator (colind[k] is then not read).
+ * The column must be binary when the problem is solved. Fails on a negative count, a null
+ * array when nrows > 0, an invalid row or column, or a complement other than -1, 0, 1. */
 NVRL_API int NVRLsetindicators(NVRLprob prob, int nrows, const int rowind[], const int colind[],
                                const int complement[]);
-/* For rows first..last: the indicator column (-1 when none) and complement (0 when none). */
+/* For rows first..last: the indicator column (-1 when none) into colind and the complement
+ * (0 when none) into complement, last-first+1 entries each; either may be null. Fails on an
+ * invalid range. */
 NVRL_API int NVRLgetindicators(NVRLprob prob, int colind[], int complement[], int first,
                                int last);
-/* Turns the rows first..last back into ordinary rows. */
+/* Turns the rows first..last back into ordinary rows. Fails on an invalid range. */
 NVRL_API int NVRLdelindicators(NVRLprob prob, int first, int last);
 
 /* ----- General and piecewise-linear constraints ----- */
-/* Constraint k: resultant[k] = type[k]( columns colind[colstart[k]..colstart[k+1]-1],
- * values val[valstart[k]..valstart[k+1]-1] ) for max/min (values are constants in the
- * max/min), and/or (binary columns), abs (exactly one column, no values). colstart and
- * valstart have ncons+1 entries; valstart and val may be null. */
+/* Appends ncons general constraints. Constraint k: resultant[k] = contype[k]( the columns
+ * colind[colstart[k] .. colstart[k+1]-1] and the constants val[valstart[k] ..
+ * valstart[k+1]-1] ), contype NVRL_GENCONS_...: max/min take at least one column or value;
+ * and/or take at least one column (binary when solved) and no values; abs takes exactly
+ * one column and no values. The last constraint ends at ncols (nvals). valstart and val
+ * may be null when nvals is 0. Fails on a negative count, an invalid type, column or layout,
+ * a shape the type does not allow, a resultant used as its own argument, or a value that is
+ * not finite. */
 NVRL_API int NVRLaddgencons64(NVRLprob prob, int ncons, NVRLint64 ncols, NVRLint64 nvals,
                               const int contype[], const int resultant[],
                               const NVRLint64 colstart[], const int colind[],
                               const NVRLint64 valstart[], const double val[]);
-/* Null output arrays count only. Sizes *ncols and *nvals are totals over first..last. */
+/* Reads general constraints first..last in NVRLaddgencons64's layout: contype and resultant
+ * (last-first+1 entries), colstart and valstart (last-first+2 entries), colind (at most
+ * maxcols entries written) and val (at most maxvals); *ncols and *nvals receive the totals.
+ * Any output may be null; a null colind (val) means only counts for it. Fails on an invalid
+ * range or a negative maxcols (maxvals) when colind (val) is given. */
 NVRL_API int NVRLgetgencons64(NVRLprob prob, int contype[], int resultant[],
                               NVRLint64 colstart[], int colind[], NVRLint64 maxcols,
                               NVRLint64 *ncols, NVRLint64 valstart[], double val[],
                               NVRLint64 maxvals, NVRLint64 *nvals, int first, int last);
+/* Deletes the ncons general constraints conind[]; later ones move down. Fails on a negative
+ * count, an invalid index or an index listed twice. */
 NVRL_API int NVRLdelgencons(NVRLprob prob, int ncons, const int conind[]);
-/* Constraint k: resultant[k] = f(colind[k]) with f piecewise linear through the points
- * (xval, yval)[start[k]..start[k+1]-1], x non-decreasing (a repeated x is a jump). */
+/* Appends npwls piecewise-linear constraints. Constraint k: resultant[k] = f(colind[k]) with
+ * f piecewise linear through the points (xval, yval)[start[k] .. start[k+1]-1] (the last
+ * ending at npoints), at least 2 points, x non-decreasing (two equal x make a jump; three are
+ * an error). Fails on a negative count, an invalid column or layout, a column used as both
+ * argument and resultant, too few or unordered points, or a value that is not finite. */
 NVRL_API int NVRLaddpwlcons64(NVRLprob prob, int npwls, NVRLint64 npoints, const int colind[],
                               const int resultant[], const NVRLint64 start[],
                               const double xval[], const double yval[]);
+/* Reads piecewise-linear constraints first..last in NVRLaddpwlcons64's layout: colind and
+ * resultant (last-first+1 entries), start (last-first+2), and at most maxpoints points into
+ * xval and yval; *npoints receives the total. Any output may be null; with xval and yval both
+ * null only counts are set. Fails on an invalid range or a negative maxpoints when writing
+ * points. */
 NVRL_API int NVRLgetpwlcons64(NVRLprob prob, int colind[], int resultant[], NVRLint64 start[],
                               double xval[], double yval[], NVRLint64 maxpoints,
                               NVRLint64 *npoints, int first, int last);
+/* Deletes the npwls piecewise-linear constraints pwlind[]; later ones move down. Fails on a
+ * negative count, an invalid index or an index listed twice. */
 NVRL_API int NVRLdelpwlcons(NVRLprob prob, int npwls, const int pwlind[]);
 
-/* ----- Queries (first..last inclusive) ----- */
+/* ----- Queries ----- */
+/* first..last (inclusive) must lie inside the existing rows or columns, so a query on a
+ * problem without any fails. Output arrays receive last-first+1 entries. */
+
+/* Lower bounds of columns first..last (infinite bounds read as -/+NVRL_INFINITY). Fails on
+ * an invalid range or a null lb. */
 NVRL_API int NVRLgetlb(NVRLprob prob, double lb[], int first, int last);
+/* Upper bounds of columns first..last. Fails on an invalid range or a null ub. */
 NVRL_API int NVRLgetub(NVRLprob prob, double ub[], int first, int last);
+/* Objective coefficients of columns first..last. Fails on an invalid range or a null obj. */
 NVRL_API int NVRLgetobj(NVRLprob prob, double obj[], int first, int last);
+/* Right-hand sides of rows first..last. Fails on an invalid range or a null rhs. */
 NVRL_API int NVRLgetrhs(NVRLprob prob, double rhs[], int first, int last);
+/* Ranges of rows first..last (0 for rows that are not range rows). Fails on an invalid range
+ * or a null rng. */
 NVRL_API int NVRLgetrhsrange(NVRLprob prob, double rng[], int first, int last);
+/* Types of rows first..last (not NUL-terminated). Fails on an invalid range or a null
+ * rowtype. */
 NVRL_API int NVRLgetrowtype(NVRLprob prob, char rowtype[], int first, int last);
+/* Types of columns first..last (not NUL-terminated). Fails on an invalid range or a null
+ * coltype. */
 NVRL_API int NVRLgetcoltype(NVRLprob prob, char coltype[], int first, int last);
-/* Limits of columns first..last (0 for columns without one). */
+/* Limits of columns first..last (0 for columns without one). Fails on an invalid range or a
+ * null limit. */
 NVRL_API int NVRLgetglblimit(NVRLprob prob, double limit[], int first, int last);
-/* Rows first..last: start has last-first+2 entries. With null colind/rowcoef only *ncoefs
- * (the total) is set; otherwise at most maxcoefs entries are written. */
+/* Matrix rows first..last: start receives last-first+2 entries (row i's entries are
+ * start[i-first] .. start[i-first+1]-1), colind the column indices and rowcoef the values;
+ * *ncoefs receives the total. With colind and rowcoef both null only start and *ncoefs are
+ * set; otherwise at most maxcoefs entries are written (starts capped
+ * accordingly). Any output may be null. Fails on an invalid range or a negative maxcoefs
+ * when writing entries. */
 NVRL_API int NVRLgetrows64(NVRLprob prob, NVRLint64 start[], int colind[], double rowcoef[],
                            NVRLint64 maxcoefs, NVRLint64 *ncoefs, int first, int last);
+/* Matrix columns first..last, laid out as NVRLgetrows64 (row indices ascending within a
+ * column). Fails as NVRLgetrows64 does. */
 NVRL_API int NVRLgetcols64(NVRLprob prob, NVRLint64 start[], int rowind[], double colcoef[],
                            NVRLint64 maxcoefs, NVRLint64 *ncoefs, int first, int last);
+/* The matrix coefficient of (row, col) into *coef (0 when there is no entry). Fails on an
+ * invalid row or column or a null coef. */
 NVRL_API int NVRLgetcoef(NVRLprob prob, int row, int col, double *coef);
 
 /* ===== Controls and attributes ======================================================== */
+/* Ids are the NVRL_CTRL_... and NVRL_ATTR_... constants above (docs/controls.md gives
+ * meanings, defaults and ranges). Every call fails, changing nothing, on an unknown id, an
+ * id of the nonlinear solver, a control passed as an attribute or the other way round, an
+ * id of another type (int and int64 ids are both "integral"), or a null value pointer. Values
+ * are per problem. */
+
+/* Reads an integral attribute as a 32-bit value. Fails also when the value does not fit in
+ * 32 bits (use NVRLgetintattrib64). */
 NVRL_API int NVRLgetintattrib(NVRLprob prob, int attrib, int *value);
+/* Reads an integral attribute. */
 NVRL_API int NVRLgetintattrib64(NVRLprob prob, int attrib, NVRLint64 *value);
+/* Reads a double attribute. */
 NVRL_API int NVRLgetdblattrib(NVRLprob prob, int attrib, double *value);
-/* value must hold NVRL_MAXNAMELEN bytes. */
+/* Reads a string attribute into value, which must hold NVRL_MAXNAMELEN bytes. */
 NVRL_API int NVRLgetstrattrib(NVRLprob prob, int attrib, char *value);
+/* Reads an integral control as a 32-bit value. Fails also when the value does not fit in 32
+ * bits (use NVRLgetintcontrol64). */
 NVRL_API int NVRLgetintcontrol(NVRLprob prob, int control, int *value);
+/* Reads an integral control. */
 NVRL_API int NVRLgetintcontrol64(NVRLprob prob, int control, NVRLint64 *value);
+/* Sets an integral control. Fails also when value is outside the control's range. */
 NVRL_API int NVRLsetintcontrol(NVRLprob prob, int control, int value);
+/* NVRLsetintcontrol with a 64-bit value. */
 NVRL_API int NVRLsetintcontrol64(NVRLprob prob, int control, NVRLint64 value);
+/* Reads a double control. */
 NVRL_API int NVRLgetdblcontrol(NVRLprob prob, int control, double *value);
+/* Sets a double control. Fails also when value is NaN or outside the control's range. */
 NVRL_API int NVRLsetdblcontrol(NVRLprob prob, int control, double value);
-/* value must hold NVRL_MAXNAMELEN bytes. */
+/* Reads a string control into value, which must hold NVRL_MAXNAMELEN bytes. */
 NVRL_API int NVRLgetstrcontrol(NVRLprob prob, int control, char *value);
+/* Sets a string control (copied). Fails also when value is null or NVRL_MAXNAMELEN
+ * characters or longer. */
 NVRL_API int NVRLsetstrcontrol(NVRLprob prob, int control, const char *value);
-/* The optimiser's controls and attributes; the list is static and ends with type -1. */
+/* Points *list at the optimiser's controls and attributes, ascending by id and ending with
+ * an entry of type -1. The list is static: the library owns it and it never changes. Fails
+ * when list is null. */
 NVRL_API int NVRLgetcalist_c(NVRLprob prob, const NVRLcaentry **list);
-/* Looks a control or attribute of the optimiser up by name (any case). */
+/* Looks up a control or attribute of the optimiser by name (any case): its id into *id,
+ * its NVRL_TYPE_... into *type and 1 for a control, 0 for an attribute into *iscontrol
+ * (each may be null). Fails when name is null or names no optimiser entry. */
 NVRL_API int NVRLgetcontrolinfo(NVRLprob prob, const char *name, int *id, int *type,
                                 int *iscontrol);
+/* Sets every control of the problem back to its default. */
 NVRL_API int NVRLsetdefaults(NVRLprob prob);
+/* Copies every control of src to dest. Fails when either handle is invalid. */
 NVRL_API int NVRLcopycontrols(NVRLprob dest, NVRLprob src);
-/* Writes every control that differs from its default to the message callbacks. */
+/* Writes "name = value" for every control that differs from its default as NVRL_MSG_INFO
+ * lines to the problem's message callbacks and the global handlers. */
 NVRL_API int NVRLdumpcontrols(NVRLprob prob);
 
 /* ===== Files =========================================================================== */
-/* Reads an MPS (".mps", free or fixed) or LP (".lp") file; a name without extension tries
- * .mps then .lp. flags: "l" forces LP format, "m" forces MPS. */
+
+/* Reads a problem from an MPS (free or fixed) or LP file, replacing the whole model, its
+ * objective sense included (controls stay); the model changes only when the whole file was
+ * read. flags: "l" forces LP format, "m" MPS; otherwise a ".lp" extension (any case) means
+ * LP and anything else MPS. A name that does not exist and has no extension tries ".mps", then ".lp". A missing problem
+ * name becomes the file's name without directories and extension. Fails on a null or empty
+ * filename, an unknown flag, a file that cannot be opened or read (the message names the
+ * line of a syntax error), or memory running out. */
 NVRL_API int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags);
-/* Writes the problem: "l" LP format, otherwise MPS (free format; "x" hex values not
- * supported). A name without extension gets ".mps" or ".lp". */
+/* Writes the problem to filename: flags "l" LP format, otherwise free MPS ("m" or none; the
+ * last of several flags wins). A name without extension gets ".lp" or ".mps". Fails on a
+ * null or empty filename, the flag "x" (hexadecimal values are not supported) or another
+ * unknown flag, a model the format cannot hold, or a file that cannot be written (a
+ * partly written file may then remain). The problem is not changed. */
 NVRL_API int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags);
 
 /* ===== Optimisation ==================================================================== */
-/* flags: "" default (dual simplex), "p" primal simplex, "d" dual simplex, "b" interior point,
- * "n" network (treated as dual simplex); the maximise sense follows NVRLchgobjsense. */
+/* Answers of a solve stay until the next solve or model change. Solves that stop early or
+ * prove infeasibility or unboundedness still succeed; their outcome is in the lp_status,
+ * mip_status, stop_status and solution_available attributes. */
+
+/* Solves the continuous problem: the LP, or the convex QP, with integrality and other global
+ * entities relaxed. flags choose the LP algorithm: "p" primal simplex, "d" dual simplex, "b"
+ * barrier, "n" network (solved by the dual simplex); null or "" leave the choice to the
+ * lp_algorithm control; blanks are ignored; the last letter wins. The objective sense is the
+ * problem's (NVRLchgobjsense). Clears the problem's last error when it starts. Fails on an
+ * unknown flag, quadratic rows (a job for the nonlinear solver), a non-convex quadratic
+ * objective (lp_status then reads NVRL_LP_NONCONVEX and the previous answers are gone), or
+ * when HiGHS gives no verdict. */
 NVRL_API int NVRLlpoptimize(NVRLprob prob, const char *flags);
-/* Solves the MIP (or the LP/QP when there are no global entities). Same flags for the LP
- * relaxation. */
+/* Solves the MIP, with the same flags for its LP relaxations; a problem without global
+ * entities is solved as by NVRLlpoptimize. Fails as NVRLlpoptimize does, and also on a
+ * quadratic objective together with global entities (not supported yet). */
 NVRL_API int NVRLmipoptimize(NVRLprob prob, const char *flags);
-/* Asks a running solve to stop at the next safe point with the given stop reason. */
+/* Asks a running solve of prob to stop at the next safe point; reason (> 0, e.g.
+ * NVRL_STOP_USER) becomes its stop_status. May be called from another thread or a callback.
+ * Fails when reason <= 0. */
 NVRL_API int NVRLinterrupt(NVRLprob prob, int reason);
 
-/* Answers of the last solve in the user's rows and columns; any pointer may be null. */
+/* Copies the last solve's answers in the user's rows and columns: x and djs (reduced costs)
+ * receive cols entries, slack (rhs - activity) and duals rows entries; each may be null.
+ * Fails when x or slack is asked for and there is no solution, or duals or djs are asked for
+ * and there is no dual solution (after a MIP solve, or when the LP solve found none). */
 NVRL_API int NVRLgetlpsol(NVRLprob prob, double x[], double slack[], double duals[],
                           double djs[]);
+/* Copies the last solve's solution: x (cols entries) and slack (rows entries); each may be
+ * null. Fails when one is asked for and there is no solution. */
 NVRL_API int NVRLgetmipsol(NVRLprob prob, double x[], double slack[]);
-/* One column value and/or one row's slack; pass -1 to skip either. */
+/* One column's value and reduced cost (col >= 0) and/or one row's slack and dual (row >= 0);
+ * -1 skips the column or row, and each output pointer may be null. Fails on an index below
+ * -1 or beyond the last, or when an answer that is asked for is not available. */
 NVRL_API int NVRLgetlpsolval(NVRLprob prob, int col, int row, double *x, double *slack,
                              double *dual, double *dj);
+/* NVRLgetlpsolval for the solution values only (x of col, slack of row). */
 NVRL_API int NVRLgetmipsolval(NVRLprob prob, int col, int row, double *x, double *slack);
-/* Basis status per row and column (NVRL_BASIS_...); either pointer may be null. */
+/* Copies the last basis: rowstat (rows entries) and colstat (cols entries) of
+ * NVRL_BASIS_...; either may be null. Fails when there is no basis (none left by the last
+ * solve and none loaded since). */
 NVRL_API int NVRLgetbasis(NVRLprob prob, int rowstat[], int colstat[]);
+/* Loads a basis (rowstat: rows entries, colstat: cols entries of NVRL_BASIS_..., both
+ * copied) as the start of the next LP solve; NVRLgetbasis returns it until then. Fails when
+ * either array is null or holds a status other than 0..3. */
 NVRL_API int NVRLloadbasis(NVRLprob prob, const int rowstat[], const int colstat[]);
+/* One row's (row >= 0) and/or one column's (col >= 0) basis status; -1 skips either, and each
+ * output pointer may be null. Fails on an index below -1 or beyond the last, or when there
+ * is no basis. */
 NVRL_API int NVRLgetbasisval(NVRLprob prob, int row, int col, int *rowstat, int *colstat);
-/* Loads a starting point for the next LP solve; any pointer may be null. */
+/* Loads a starting point for the next LP solve: x and djs cols entries, slack and duals rows
+ * entries, each copied, each may be null. Values are not checked. *status (when not null)
+ * is set to 0. */
 NVRL_API int NVRLloadlpsol(NVRLprob prob, const double x[], const double slack[],
                            const double duals[], const double djs[], int *status);
-/* Infeasible columns and rows of the current solution (primal: x, slack; dual: duals, djs).
- * Counts go to the n... pointers; index arrays may be null to count only. */
+/* Infeasibilities of the current solution: counts of primal-infeasible columns (*npv) and
+ * rows (*nps) and of dual-infeasible rows (*nds) and columns (*ndv), and, for each index
+ * array that is not null, the indices (mx, mslack, mdual, mdj: as many as the counts, so ask
+ * for the counts first). Any pointer may be null. Fails when there is no solution. */
 NVRL_API int NVRLgetinfeas(NVRLprob prob, int *npv, int *nps, int *nds, int *ndv, int mx[],
                            int mslack[], int mdual[], int mdj[]);
+/* NVRLgetinfeas for the scaled problem; the library does not scale, so the answers are the
+ * same. */
 NVRL_API int NVRLgetscaledinfeas(NVRLprob prob, int *npv, int *nps, int *nds, int *ndv,
                                  int mx[], int mslack[], int mdual[], int mdj[]);
-/* Column (index in 0..cols-1) that proves unboundedness, or -1. */
+/* The column (0..cols-1) along which the last LP solve found the problem unbounded, or -1,
+ * into *seq. Fails when seq is null. */
 NVRL_API int NVRLgetunbvec(NVRLprob prob, int *seq);
-/* Rays of an unbounded (primal) or infeasible (dual) LP; *has tells whether one exists,
- * and the ray is written only when has is 1 and the array is not null. */
+/* Whether the last LP solve left a primal ray proving unboundedness (1 or 0) into *has, and
+ * the ray (cols entries) into ray when there is one and ray is not null; either may be
+ * null. */
 NVRL_API int NVRLgetprimalray(NVRLprob prob, double ray[], int *has);
+/* As NVRLgetprimalray for a dual ray proving infeasibility (rows entries). */
 NVRL_API int NVRLgetdualray(NVRLprob prob, double ray[], int *has);
 
 /* ===== Nonlinear solver ================================================================ */
-/* Creates the nonlinear problem stacked on prob (which it shares and does not own). */
+/* Nonlinear problems are stacked on an optimiser problem. Every call below that takes an
+ * NSLPprob checks the handle: a null, destroyed or foreign handle, or a nonlinear solver that
+ * is not started (NSLPinit), fails with the global last error set; so does a nonlinear problem
+ * whose optimiser problem has been destroyed (recorded on the nonlinear problem). Other
+ * failures are recorded on the nonlinear problem (NSLPgetlasterror). A failed call changes
+ * nothing. */
+
+/* Creates a nonlinear problem on the optimiser problem *prob, which it uses but does not
+ * own, and stores its handle in *slp; the caller owns it and releases it with
+ * NSLPdestroyprob before destroying *prob. Fails when slp or prob is null, the nonlinear
+ * solver is not started or *prob is not a valid problem. */
 NVRL_API int NSLPcreateprob(NSLPprob *slp, NVRLprob *prob);
+/* Destroys a nonlinear problem (not its optimiser problem). Works after NSLPfree. Fails when
+ * slp is null or not a live nonlinear problem. */
 NVRL_API int NSLPdestroyprob(NSLPprob slp);
-/* Copies src's nonlinear data into dest (whose underlying problem should already hold a
- * copy of src's). name is unused. */
+/* Copies src's nonlinear data and state into dest (whose optimiser problem should already
+ * hold a copy of src's: see NVRLcopyprob). Controls are not copied. name is ignored.
+ * Fails when either handle is invalid. */
 NVRL_API int NSLPcopyprob(NSLPprob dest, NSLPprob src, const char *name);
+/* Copies every control of src to dest. Fails when either handle is invalid. */
 NVRL_API int NSLPcopycontrols(NSLPprob dest, NSLPprob src);
-/* Sets (replaces) the message callback; null cb removes it. */
+/* Sets (replaces) the problem's one message callback; a null cb removes it. data stays the
+ * caller's. */
 NVRL_API int NSLPsetcbmessage(NSLPprob slp, NSLPmsgcb cb, void *data);
+/* The nonlinear problem's last failure: its code into *code (0 when there has been none)
+ * and its message into msg, which must hold NVRL_MAXMESSAGELEN bytes (a longer message is
+ * cut); code and msg may each be null. Works after NSLPfree. Fails when slp is null or not a
+ * live nonlinear problem (recorded as the global last error). */
 NVRL_API int NSLPgetlasterror(NSLPprob slp, int *code, char *msg);
+/* The typed get/set calls below take the NSLP_CTRL_... and NSLP_ATTR_... ids, from both the
+ * nonlinear solver's list and its interior-point list, and fail, changing nothing, on an
+ * unknown id, an optimiser id, a control passed as an attribute or the other way round, an id
+ * of another type, or a null value pointer. */
+
+/* Reads an integral attribute. Fails also when the value does not fit in 32 bits. */
 NVRL_API int NSLPgetintattrib(NSLPprob slp, int attrib, int *value);
+/* Reads a double attribute. */
 NVRL_API int NSLPgetdblattrib(NSLPprob slp, int attrib, double *value);
+/* Reads a string attribute into value (NVRL_MAXNAMELEN bytes). The nonlinear solver has no
+ * string attributes today, so every call fails. */
 NVRL_API int NSLPgetstrattrib(NSLPprob slp, int attrib, char *value);
+/* Reads an integral control. Fails also when the value does not fit in 32 bits. */
 NVRL_API int NSLPgetintcontrol(NSLPprob slp, int control, int *value);
+/* Sets an integral control. Fails also when value is outside the control's range. */
 NVRL_API int NSLPsetintcontrol(NSLPprob slp, int control, int value);
+/* Reads a double control. */
 NVRL_API int NSLPgetdblcontrol(NSLPprob slp, int control, double *value);
+/* Sets a double control. Fails also when value is NaN or outside the control's range
+ * (NSLP_CTRL_OBJECTIVE_SENSE accepts only 1 and -1). */
 NVRL_API int NSLPsetdblcontrol(NSLPprob slp, int control, double value);
+/* Reads a string control into value (NVRL_MAXNAMELEN bytes). The nonlinear solver has no
+ * string controls today, so every call fails. */
 NVRL_API int NSLPgetstrcontrol(NSLPprob slp, int control, char *value);
+/* Sets a string control (copied). The nonlinear solver has no string controls today, so
+ * every call fails. */
 NVRL_API int NSLPsetstrcontrol(NSLPprob slp, int control, const char *value);
-/* The nonlinear solver's own list and its interior-point local solver's list. */
+/* Points *list at the nonlinear solver's own controls and attributes (flags NSLP_CCFLAG_...),
+ * ascending by id and ending with an entry of type -1; static and owned by the library.
+ * Fails when list is null. */
 NVRL_API int NSLPgetcalist(NSLPprob slp, const NVRLcaentry **list);
+/* As NSLPgetcalist for the list of the interior-point solver of the LP subproblems. */
 NVRL_API int NSLPgetIPMcalist(NSLPprob slp, const NVRLcaentry **list);
-/* Id and NSLP_CCFLAG_... flags of a nonlinear control or attribute by name (any case). */
+/* Looks up a nonlinear control or attribute (of either list) by name, any case: its id into
+ * *id and its NSLP_CCFLAG_... flags into *flags (each may be null). Fails when name is null
+ * or names no nonlinear entry. */
 NVRL_API int NSLPcontrolcode(NSLPprob slp, const char *name, int *id, int *flags);
+/* Sets every control of the nonlinear problem back to its default. */
 NVRL_API int NSLPsetdefaults(NSLPprob slp);
+/* Asks a running nonlinear solve to stop; reason (> 0) is kept as the
+ * NSLP_ATTR_INTERRUPT_REASON attribute. Fails when reason <= 0. */
 NVRL_API int NSLPinterrupt(NSLPprob slp, int reason);
 
 #ifdef __cplusplus

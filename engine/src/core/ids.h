@@ -1,112 +1,115 @@
-// Numbers of the controls and attributes that the engine's own code refers to. The registry
-// (core/registry.cpp) holds the full table with names, types, defaults, bounds and docs.
+// Short names for the control and attribute ids that the engine's own code refers to. The
+// numbers live only in the registry table (core/registry.cpp); nvrl.h publishes them as
+// constants generated from that table, and these names are aliases of those constants.
 #pragma once
+
+#include "nvrl.h"
 
 namespace nvrl::id {
 
 // ---- optimiser integer attributes ----
-constexpr int kRows = 1001;
-constexpr int kSets = 1004;
-constexpr int kCols = 1018;
-constexpr int kSpareRows = 1019;
-constexpr int kNamelength = 1028;          // longest name, in units of 8 characters
-constexpr int kMipEnts = 1032;             // columns of type I, B, S, R, P
-constexpr int kLpStatus = 1010;
-constexpr int kMipStatus = 1011;
-constexpr int kOriginalRows = 1124;
-constexpr int kProbNameLength = 1158;      // room for the problem name, terminator included
-constexpr int kOriginalSets = 1194;
-constexpr int kOriginalCols = 1214;
-constexpr int kIndicators = 1325;
-constexpr int kGenConsAndPwl = 1327;       // general plus piecewise-linear constraints
-constexpr int kPwlCons = 1328;
-constexpr int kElems = 1002;               // matrix nonzeros
-constexpr int kQElems = 1003;              // quadratic objective entries (upper triangle)
-constexpr int kQConstraints = 1005;        // rows with a quadratic part
-constexpr int kStopStatus = 1020;          // NVRL_STOP_...
-constexpr int kSimplexIter = 1021;
-constexpr int kBarIter = 1022;
-constexpr int kNodes = 1023;
-constexpr int kSolutions = 1025;           // MIP solutions found
-constexpr int kSolStatus = 1026;           // 1 when a primal solution is available
-constexpr int kHasDualRay = 1030;
-constexpr int kHasPrimalRay = 1031;
-constexpr int kObjSenseAttr = 2008;        // double: 1 minimise, -1 maximise
+constexpr int kRows = NVRL_ATTR_ROWS;
+constexpr int kSets = NVRL_ATTR_SETS;
+constexpr int kCols = NVRL_ATTR_COLUMNS;
+constexpr int kSpareRows = NVRL_ATTR_SPARE_ROWS;
+constexpr int kNamelength = NVRL_ATTR_NAME_LENGTH;          // longest name, in units of 8 characters
+constexpr int kMipEnts = NVRL_ATTR_DISCRETE_COLUMNS;             // columns of type I, B, S, R, P
+constexpr int kLpStatus = NVRL_ATTR_LP_STATUS;
+constexpr int kMipStatus = NVRL_ATTR_MIP_STATUS;
+constexpr int kOriginalRows = NVRL_ATTR_ORIGINAL_ROWS;
+constexpr int kProbNameLength = NVRL_ATTR_PROBLEM_NAME_LENGTH;      // room for the problem name, terminator included
+constexpr int kOriginalSets = NVRL_ATTR_ORIGINAL_SETS;
+constexpr int kOriginalCols = NVRL_ATTR_ORIGINAL_COLUMNS;
+constexpr int kIndicators = NVRL_ATTR_INDICATORS;
+constexpr int kGenConsAndPwl = NVRL_ATTR_GENERAL_CONSTRAINTS;       // general plus piecewise-linear constraints
+constexpr int kPwlCons = NVRL_ATTR_PWL_CONSTRAINTS;
+constexpr int kElems = NVRL_ATTR_ELEMENTS;               // matrix nonzeros
+constexpr int kQElems = NVRL_ATTR_OBJECTIVE_QUADRATIC_ELEMENTS;              // quadratic objective entries (upper triangle)
+constexpr int kQConstraints = NVRL_ATTR_QUADRATIC_ROWS;        // rows with a quadratic part
+constexpr int kStopStatus = NVRL_ATTR_STOP_STATUS;          // NVRL_STOP_...
+constexpr int kSimplexIter = NVRL_ATTR_SIMPLEX_ITERATIONS;
+constexpr int kBarIter = NVRL_ATTR_BARRIER_ITERATIONS;
+constexpr int kNodes = NVRL_ATTR_NODES;
+constexpr int kSolutions = NVRL_ATTR_MIP_SOLUTIONS;           // MIP solutions found
+constexpr int kSolStatus = NVRL_ATTR_SOLUTION_AVAILABLE;           // 1 when a primal solution is available
+constexpr int kHasDualRay = NVRL_ATTR_HAS_DUAL_RAY;
+constexpr int kHasPrimalRay = NVRL_ATTR_HAS_PRIMAL_RAY;
+constexpr int kObjSenseAttr = NVRL_ATTR_OBJECTIVE_SENSE;        // double: 1 minimise, -1 maximise
 
 // ---- optimiser double attributes ----
-constexpr int kLpObjVal = 2001;
-constexpr int kBestBound = 2002;
-constexpr int kMipObjVal = 2003;
-constexpr int kMipRelGapAttr = 2004;
-constexpr int kSolveTime = 2005;
-constexpr int kObjConstant = 2006;
-constexpr int kMaxPrimalInfeas = 2009;
-constexpr int kMaxDualInfeas = 2010;
+constexpr int kLpObjVal = NVRL_ATTR_LP_OBJECTIVE;
+constexpr int kBestBound = NVRL_ATTR_BEST_BOUND;
+constexpr int kMipObjVal = NVRL_ATTR_MIP_OBJECTIVE;
+constexpr int kMipRelGapAttr = NVRL_ATTR_MIP_GAP;
+constexpr int kSolveTime = NVRL_ATTR_SOLVE_TIME;
+constexpr int kObjConstant = NVRL_ATTR_OBJECTIVE_CONSTANT;
+constexpr int kMaxPrimalInfeas = NVRL_ATTR_MAX_PRIMAL_INFEASIBILITY;
+constexpr int kMaxDualInfeas = NVRL_ATTR_MAX_DUAL_INFEASIBILITY;
 
 // ---- optimiser string attributes ----
-constexpr int kVersionAttr = 3001;           // the library version, "major.minor.patch"
+constexpr int kVersionAttr = NVRL_ATTR_VERSION;           // the library version, "major.minor.patch"
 
 // ---- optimiser string controls ----
-constexpr int kMpsRhsName = 6001;          // RHS set to read from an MPS file ("" the first)
-constexpr int kMpsBoundName = 6002;        // BOUNDS set to read ("" the first)
-constexpr int kMpsRangeName = 6003;        // RANGES set to read ("" the first)
+constexpr int kMpsRhsName = NVRL_CTRL_MPS_RHS_NAME;          // RHS set to read from an MPS file ("" the first)
+constexpr int kMpsBoundName = NVRL_CTRL_MPS_BOUND_NAME;        // BOUNDS set to read ("" the first)
+constexpr int kMpsRangeName = NVRL_CTRL_MPS_RANGE_NAME;        // RANGES set to read ("" the first)
 
 // ---- optimiser controls ----
-constexpr int kTimeLimit = 7001;           // double, seconds; <= 0 or >= 1e20: none
-constexpr int kMipRelGap = 7002;           // double
-constexpr int kMipAbsGap = 7003;           // double
-constexpr int kFeasTol = 7004;             // double, primal feasibility
-constexpr int kOptTol = 7005;              // double, dual feasibility
-constexpr int kMipTol = 7006;              // double, integrality
-constexpr int kCutoff = 7007;              // double, objective cutoff (in the objective's sense)
-constexpr int kBarrierTol = 7008;          // double
-constexpr int kNodeLimit = 8001;           // int64, <= 0: none
-constexpr int kSolutionLimit = 8002;       // int, <= 0: none
-constexpr int kThreads = 8003;             // int, 0 automatic
-constexpr int kPresolve = 8004;            // int, 0 off, 1 on
-constexpr int kLpAlgorithm = 8005;         // int, 1 automatic, 2 dual, 3 primal, 4 barrier
-constexpr int kLogLevel = 8006;            // int, 0 silent, 1 normal, 2 verbose
-constexpr int kLpIterLimit = 8007;         // int64, <= 0: none
-constexpr int kBarIterLimit = 8008;        // int, <= 0: none
-constexpr int kCrossover = 8009;           // int, 0 off, 1 on
-constexpr int kLoadLog = 8035;             // int, loading writes a log line
-constexpr int kRandomSeed = 22013;         // int
+constexpr int kTimeLimit = NVRL_CTRL_TIME_LIMIT;           // double, seconds; <= 0 or >= 1e20: none
+constexpr int kMipRelGap = NVRL_CTRL_MIP_RELATIVE_GAP;           // double
+constexpr int kMipAbsGap = NVRL_CTRL_MIP_ABSOLUTE_GAP;           // double
+constexpr int kFeasTol = NVRL_CTRL_FEASIBILITY_TOLERANCE;             // double, primal feasibility
+constexpr int kOptTol = NVRL_CTRL_OPTIMALITY_TOLERANCE;              // double, dual feasibility
+constexpr int kMipTol = NVRL_CTRL_MIPTOL;              // double, integrality
+constexpr int kCutoff = NVRL_CTRL_CUTOFF;              // double, objective cutoff (in the objective's sense)
+constexpr int kBarrierTol = NVRL_CTRL_BARRIER_TOLERANCE;          // double
+constexpr int kNodeLimit = NVRL_CTRL_NODE_LIMIT;           // int64, <= 0: none
+constexpr int kSolutionLimit = NVRL_CTRL_SOLUTION_LIMIT;       // int, <= 0: none
+constexpr int kThreads = NVRL_CTRL_THREADS;             // int, 0 automatic
+constexpr int kPresolve = NVRL_CTRL_PRESOLVE;            // int, 0 off, 1 on
+constexpr int kLpAlgorithm = NVRL_CTRL_LP_ALGORITHM;         // int, 1 automatic, 2 dual, 3 primal, 4 barrier
+constexpr int kLogLevel = NVRL_CTRL_LOG_LEVEL;            // int, 0 silent, 1 normal, 2 verbose
+constexpr int kLpIterLimit = NVRL_CTRL_LP_ITERATION_LIMIT;         // int64, <= 0: none
+constexpr int kBarIterLimit = NVRL_CTRL_BARRIER_ITERATION_LIMIT;        // int, <= 0: none
+constexpr int kCrossover = NVRL_CTRL_CROSSOVER;           // int, 0 off, 1 on
+constexpr int kLoadLog = NVRL_CTRL_LOAD_LOG;             // int, loading writes a log line
+constexpr int kRandomSeed = NVRL_CTRL_RANDOM_SEED;         // int
 
 // ---- nonlinear solver ----
-constexpr int kSlpRows = 11999;
-constexpr int kSlpCols = 12000;
-constexpr int kSlpConstantCol = 12013;
-constexpr int kSlpCoefs = 12016;
-constexpr int kSlpNonlinearRows = 12026;
-constexpr int kSlpNlpStatus = 12044;
-constexpr int kSlpStateBits = 12062;       // bit 0 constructed, bit 29 presolved
-constexpr int kSlpObjSense = 12146;        // double control, 1 minimise, -1 maximise
-constexpr int kSlpObjVal = 12179;          // double attribute
-constexpr int kSlpAutoPresolve = 12415;    // int control
-constexpr int kSlpPostsolve = 12416;       // int control "nslp_postsolve"
-constexpr int kSlpIterLimit = 12100;       // int control
-constexpr int kSlpIterations = 12101;      // int attribute
-constexpr int kSlpStopStatus = 12102;      // int attribute, NVRL_STOP_...
-constexpr int kSlpTimeLimit = 12103;       // double control, seconds, 0 none
-constexpr int kSlpLogLevel = 12104;        // int control, 0 silent, 1 normal, 2 verbose
-constexpr int kSlpStepTol = 12110;         // double control, relative step (closure) tolerance
-constexpr int kSlpObjAbsTol = 12111;       // double control
-constexpr int kSlpObjRelTol = 12112;       // double control
-constexpr int kSlpFeasTol = 12113;         // double control, row violation
-constexpr int kSlpInitialStep = 12120;     // double control, initial step bound
-constexpr int kSlpMinStep = 12121;         // double control
-constexpr int kSlpMaxStep = 12122;         // double control
-constexpr int kSlpStepExpand = 12123;      // double control, factor after a good step
-constexpr int kSlpStepShrink = 12124;      // double control, factor after a rejected step
-constexpr int kSlpPenalty = 12130;         // double control, initial infeasibility penalty
-constexpr int kSlpPenaltyGrowth = 12131;   // double control
-constexpr int kSlpPenaltyMax = 12132;      // double control
-constexpr int kSlpDerivStep = 12140;       // double control, relative finite-difference step
-constexpr int kSlpInterruptReason = 12180; // int attribute: last NSLPinterrupt reason, 0 none
+constexpr int kSlpRows = NSLP_ATTR_ROWS;
+constexpr int kSlpCols = NSLP_ATTR_COLUMNS;
+constexpr int kSlpConstantCol = NSLP_ATTR_CONSTANT_COLUMN;
+constexpr int kSlpCoefs = NSLP_ATTR_COEFFICIENTS;
+constexpr int kSlpNonlinearRows = NSLP_ATTR_NONLINEAR_ROWS;
+constexpr int kSlpNlpStatus = NSLP_ATTR_STATUS;
+constexpr int kSlpStateBits = NSLP_ATTR_STATE;       // bit 0 constructed, bit 29 presolved
+constexpr int kSlpObjSense = NSLP_CTRL_OBJECTIVE_SENSE;        // double control, 1 minimise, -1 maximise
+constexpr int kSlpObjVal = NSLP_ATTR_OBJECTIVE;          // double attribute
+constexpr int kSlpAutoPresolve = NSLP_CTRL_AUTO_PRESOLVE;    // int control
+constexpr int kSlpPostsolve = NSLP_CTRL_POSTSOLVE;       // int control "nslp_postsolve"
+constexpr int kSlpIterLimit = NSLP_CTRL_ITERATION_LIMIT;       // int control
+constexpr int kSlpIterations = NSLP_ATTR_ITERATIONS;      // int attribute
+constexpr int kSlpStopStatus = NSLP_ATTR_STOP_STATUS;      // int attribute, NVRL_STOP_...
+constexpr int kSlpTimeLimit = NSLP_CTRL_TIME_LIMIT;       // double control, seconds, 0 none
+constexpr int kSlpLogLevel = NSLP_CTRL_LOG_LEVEL;        // int control, 0 silent, 1 normal, 2 verbose
+constexpr int kSlpStepTol = NSLP_CTRL_STEP_TOLERANCE;         // double control, relative step (closure) tolerance
+constexpr int kSlpObjAbsTol = NSLP_CTRL_OBJECTIVE_ABSOLUTE_TOLERANCE;       // double control
+constexpr int kSlpObjRelTol = NSLP_CTRL_OBJECTIVE_RELATIVE_TOLERANCE;       // double control
+constexpr int kSlpFeasTol = NSLP_CTRL_FEASIBILITY_TOLERANCE;         // double control, row violation
+constexpr int kSlpInitialStep = NSLP_CTRL_INITIAL_STEP_BOUND;     // double control, initial step bound
+constexpr int kSlpMinStep = NSLP_CTRL_MIN_STEP_BOUND;         // double control
+constexpr int kSlpMaxStep = NSLP_CTRL_MAX_STEP_BOUND;         // double control
+constexpr int kSlpStepExpand = NSLP_CTRL_STEP_EXPAND;      // double control, factor after a good step
+constexpr int kSlpStepShrink = NSLP_CTRL_STEP_SHRINK;      // double control, factor after a rejected step
+constexpr int kSlpPenalty = NSLP_CTRL_PENALTY;         // double control, initial infeasibility penalty
+constexpr int kSlpPenaltyGrowth = NSLP_CTRL_PENALTY_GROWTH;   // double control
+constexpr int kSlpPenaltyMax = NSLP_CTRL_PENALTY_MAX;      // double control
+constexpr int kSlpDerivStep = NSLP_CTRL_DERIVATIVE_STEP;       // double control, relative finite-difference step
+constexpr int kSlpInterruptReason = NSLP_ATTR_INTERRUPT_REASON; // int attribute: last NSLPinterrupt reason, 0 none
 
 // ---- nonlinear solver: interior-point list (settings of the LP subproblems' barrier) ----
-constexpr int kSlpIpmUse = 12900;          // int control, 1 solve subproblems by barrier
-constexpr int kSlpIpmTol = 12901;          // double control
-constexpr int kSlpIpmIterLimit = 12902;    // int control, 0 none
+constexpr int kSlpIpmUse = NSLP_CTRL_IPM_SUBPROBLEMS;          // int control, 1 solve subproblems by barrier
+constexpr int kSlpIpmTol = NSLP_CTRL_IPM_TOLERANCE;          // double control
+constexpr int kSlpIpmIterLimit = NSLP_CTRL_IPM_ITERATION_LIMIT;    // int control, 0 none
 
 }  // namespace nvrl::id

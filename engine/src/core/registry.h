@@ -62,4 +62,13 @@ NVRL_INTERNAL_API std::string checkStrValue(const ParamInfo &p, const char *v);
 // The Markdown table of every control and attribute, as kept in docs/controls.md.
 NVRL_INTERNAL_API std::string controlsMarkdown();
 
+// The name nvrl.h publishes for an entry's id: NVRL_ or NSLP_ (by owner), ATTR_ or CTRL_, then
+// the entry's name in upper case without its "nslp_" prefix (nslp_iteration_limit becomes
+// NSLP_CTRL_ITERATION_LIMIT).
+NVRL_INTERNAL_API std::string publishedIdName(const ParamInfo &p);
+// The #define lines of every id, as kept in nvrl.h between kIdsBegin and kIdsEnd.
+NVRL_INTERNAL_API std::string idDefines();
+inline constexpr const char *kIdsBegin = "/* BEGIN ids generated from the registry */\n";
+inline constexpr const char *kIdsEnd = "/* END ids generated from the registry */\n";
+
 }  // namespace nvrl

@@ -1,5 +1,7 @@
-// Renders the registry as the Markdown reference kept in docs/controls.md.
+// Renders the registry as the Markdown reference kept in docs/controls.md and as the id
+// constants kept in nvrl.h.
 #include <algorithm>
+#include <cctype>
 #include <vector>
 
 #include "core/registry.h"
@@ -51,7 +53,42 @@ void section(std::string &out, const char *title, ParamOwner owner, bool control
   }
 }
 
+void idSection(std::string &out, const char *title, ParamOwner owner, bool controls) {
+  std::vector<const ParamInfo *> rows;
+  for (const ParamInfo &p : paramTable())
+    if (p.owner == owner && p.isControl() == controls) rows.push_back(&p);
+  if (rows.empty()) return;
+  std::sort(rows.begin(), rows.end(),
+            [](const ParamInfo *a, const ParamInfo *b) { return a->id < b->id; });
+  out += format("/* %s */\n", title);
+  for (const ParamInfo *p : rows)
+    out += format("#define %s %d /* %s */\n", publishedIdName(*p).c_str(), p->id,
+                  typeName(p->type));
+}
+
 }  // namespace
+
+std::string publishedIdName(const ParamInfo &p) {
+  std::string name = p.name;
+  if (p.isNonlinear() && name.rfind("nslp_", 0) == 0) name.erase(0, 5);
+  for (char &c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return std::string(p.isNonlinear() ? "NSLP_" : "NVRL_") + (p.isControl() ? "CTRL_" : "ATTR_") +
+         name;
+}
+
+std::string idDefines() {
+  std::string out;
+  idSection(out, "Optimiser controls (NVRLget/set...control)", ParamOwner::Optimiser, true);
+  idSection(out, "Optimiser attributes (NVRLget...attrib)", ParamOwner::Optimiser, false);
+  idSection(out, "Nonlinear solver controls (NSLPget/set...control)", ParamOwner::Nonlinear,
+            true);
+  idSection(out, "Nonlinear solver attributes (NSLPget...attrib)", ParamOwner::Nonlinear, false);
+  idSection(out, "Nonlinear solver, interior-point list (NSLPget/set...control)",
+            ParamOwner::NonlinearIpm, true);
+  idSection(out, "Nonlinear solver, interior-point list attributes", ParamOwner::NonlinearIpm,
+            false);
+  return out;
+}
 
 std::string controlsMarkdown() {
   std::string out =
@@ -63,9 +100,14 @@ std::string controlsMarkdown() {
       "case by `NVRLgetcontrolinfo` and `NSLPcontrolcode`. Integer entries of type int64 are also\n"
       "readable through the 32-bit functions while their value fits in 32 bits.\n"
       "\n"
-      "This file is generated from the engine's registry (`engine/src/core/registry.cpp`) and a\n"
-      "test fails when the two differ. To regenerate it, run the engine tests with\n"
-      "`NVRL_UPDATE_DOCS=1 nvrl_tests --gtest_filter=ControlsDoc.*`.\n";
+      "`nvrl.h` publishes every id as a constant: `NVRL_CTRL_` or `NVRL_ATTR_` (optimiser),\n"
+      "`NSLP_CTRL_` or `NSLP_ATTR_` (nonlinear solver), then the name in upper case without its\n"
+      "`nslp_` prefix; for example `NVRL_CTRL_TIME_LIMIT` and `NSLP_CTRL_ITERATION_LIMIT`.\n"
+      "\n"
+      "This file and the constants of `nvrl.h` are generated from the engine's registry\n"
+      "(`engine/src/core/registry.cpp`), and tests fail when they differ from it. To regenerate\n"
+      "both, run the engine tests with\n"
+      "`NVRL_UPDATE_DOCS=1 nvrl_tests --gtest_filter='ControlsDoc.*:HeaderIds.*'`.\n";
   out += "\n## Optimiser (NVRLprob, `NVRLgetcalist_c`)\n";
   section(out, "Controls", ParamOwner::Optimiser, true);
   section(out, "Attributes", ParamOwner::Optimiser, false);
