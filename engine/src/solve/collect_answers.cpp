@@ -5,8 +5,8 @@
 #include <cstdio>
 
 #include "core/ids.h"
-#include "solve/highs_options.h"
 #include "interfaces/highs_c_api.h"
+#include "solve/highs_options.h"
 
 namespace nvrl {
 
@@ -207,11 +207,13 @@ void collectAnswers(nvrl_problem_s *p, void *h, const LoweredModel &L, const Run
   } else {
     // A problem without global entities may reach here through the MIP call as well; there
     // an optimum beyond the cutoff means no solution meets it.
-    s.mipstatus = s.lpstatus == NVRL_LP_OPTIMAL                                ? NVRL_MIP_OPTIMAL
-                  : s.lpstatus == NVRL_LP_INFEAS || s.lpstatus == NVRL_LP_CUTOFF ? NVRL_MIP_INFEAS
-                  : s.lpstatus == NVRL_LP_UNBOUNDED                             ? NVRL_MIP_UNBOUNDED
-                  : feasible                                                    ? NVRL_MIP_SOLUTION
-                                                      : NVRL_MIP_NO_SOL_FOUND;
+    switch (s.lpstatus) {
+      case NVRL_LP_OPTIMAL: s.mipstatus = NVRL_MIP_OPTIMAL; break;
+      case NVRL_LP_INFEAS:
+      case NVRL_LP_CUTOFF: s.mipstatus = NVRL_MIP_INFEAS; break;
+      case NVRL_LP_UNBOUNDED: s.mipstatus = NVRL_MIP_UNBOUNDED; break;
+      default: s.mipstatus = feasible ? NVRL_MIP_SOLUTION : NVRL_MIP_NO_SOL_FOUND; break;
+    }
     s.mipobjval = obj;
     s.solutions = feasible ? 1 : 0;
   }
@@ -245,7 +247,7 @@ std::string finalStatusLine(const SolveState &s) {
   static const char *const stops[] = {"",          "time limit", "interrupted", "node limit",
                                       "iteration limit", "gap reached", "solution limit"};
   // A run that ended early without a limit or an interrupt ended for want of a verdict.
-  const char *stop = s.stopstatus == NVRL_STOP_NONE                  ? "no verdict from HiGHS"
+  const char *stop = s.stopstatus == NVRL_STOP_NONE            ? "no verdict from HiGHS"
                      : s.stopstatus > 0 && s.stopstatus <= 6 ? stops[s.stopstatus]
                                                              : "stopped by the user";
   if (s.was_mip) {
