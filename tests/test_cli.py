@@ -114,6 +114,10 @@ def test_no_solution_exits_with_1_and_writes_no_file(cli, tmp_path, name, text, 
         (["{demo}", "--threads", "two"], "--threads"),
         (["{demo}", "--gap", "-0.1"], "--gap"),
         (["{demo}", "--time-limit", "soon"], "--time-limit"),
+        (["{demo}", "--time-limit", "NaN"], "--time-limit: not a number: 'NaN'"),
+        (["{demo}", "--time-limit", "-1"], "--time-limit: must not be negative: '-1'"),
+        (["{demo}", "--time-limit", "-inf"], "--time-limit: must not be negative: '-inf'"),
+        (["{demo}", "--gap", "inf"], "--gap: must be finite: 'inf'"),
         (["{demo}", "--fast"], "--fast"),
         (["{demo}", "--quiet", "--solution", "{tmp}/no/such/dir.sol"], "dir.sol"),
     ],
@@ -124,6 +128,13 @@ def test_bad_input_exits_with_2_and_says_why(cli, tmp_path, args, complaint):
     assert proc.returncode == 2
     assert complaint in proc.stderr
     assert "Traceback" not in proc.stderr
+
+
+@pytest.mark.parametrize("spelling", ["inf", "+inf", "Infinity", "INF"])
+def test_an_infinite_time_limit_means_no_limit(cli, spelling):
+    proc = cli(DEMO, "--quiet", "--time-limit", spelling)
+    assert proc.returncode == 0, proc.stderr
+    assert _summary(proc.stdout)["Status"] == "mip_optimal"
 
 
 def test_without_a_file_shows_the_versions(cli, nv):

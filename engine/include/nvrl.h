@@ -11,6 +11,13 @@
  * - "...64" variants take 64-bit start arrays (NVRLint64) so that a matrix may hold more
  *   than 2^31 nonzeros.
  * - Infinite bounds are +/-1e20 (NVRL_INFINITY) or beyond.
+ * - Coefficients are numbers: objective coefficients (linear and quadratic, and the
+ *   objective constant) and matrix coefficients (linear and quadratic rows) must be below
+ *   NVRL_INFINITY in absolute value. NaN, infinite values and values at or beyond 1e20 are
+ *   refused by every call that takes them (loading, adding rows or columns, changing the
+ *   objective or the matrix) with a message naming the argument and index, and by
+ *   NVRLreadprob with one naming the row and column. NaN right-hand sides, ranges and bounds
+ *   are refused as well.
  * - Row types: 'L' (<=), 'G' (>=), 'E' (=), 'R' (range: rhs-range <= row <= rhs), 'N' (free).
  * - Column types: 'C' continuous, 'I' integer, 'B' binary, 'S' semi-continuous,
  *   'R' semi-integer, 'P' partially integer. 'S', 'R' and 'P' carry a limit (threshold):

@@ -329,8 +329,8 @@ TEST_F(Controls, AttributesFollowTheStore) {
   m.rownames[1] += "r";
   EXPECT_EQ(2, attr(kNamelength));
 
-  // The largest violation of a primal solution, over bounds and rows.
-  prob_->sol.have_primal = true;
+  // The largest violation of the last solve's point, over bounds and rows.
+  prob_->sol.have_point = true;
   prob_->sol.x = {0, 1, 1, 0, 0, 0, 1.25};
   prob_->sol.slack = {0.5, -0.125, 0.0};  // row 1 ('L') is violated by 0.125
   double worst = -1;

@@ -60,7 +60,7 @@ class RoundTrip : public iotest::FileTest {
     int mi = col("mi", 'C', -kInf, -2, 1e-300);
     int f = col("f", 'C', 2.5, 2.5, 0);
     col("empty", 'C', 0, kInf, 0);
-    int i2 = col("i2", 'I', 0, kInf, 6.02214076e23);
+    int i2 = col("i2", 'I', 0, kInf, 6.02214076e19);
     if (with_partial_integer) col("p", 'P', 0, 10, 1, 4);
 
     row("c1", 'L', 10, {{x, 1}, {y, 1}, {n, 1}, {mi, 1}});

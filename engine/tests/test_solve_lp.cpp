@@ -1,6 +1,7 @@
 // Linear solves through the store: answers, sign conventions, statuses, rays, warm starts and
 // bases.
 #include <cmath>
+#include <vector>
 
 #include "test_solve_support.h"
 
@@ -255,6 +256,67 @@ TEST_F(WarmStart, LoadedBasisRestartsAtTheOptimum) {
   NVRLdestroyprob(third);
   NVRLdestroyprob(other);
 }
+
+// A solution is a point HiGHS calls feasible; any other point it leaves is no answer: no
+// solution, objective 0, though the infeasibility queries still see it.
+TEST_F(LpSolve, InfeasibleLpReportsNoSolutionOrObjective) {
+  x = col(0, 1e20, 1);
+  row('G', 5, {});  // 0 >= 5
+  model().objconst = 7;
+  prob->modelChanged();
+  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
+  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_INFEAS);
+  EXPECT_EQ(intAttr(nvrl::id::kSolStatus), 0);
+  EXPECT_EQ(dblAttr(kLpObjVal), 0.0);
+  double v = -1, sl = -1;
+  EXPECT_NE(NVRLgetlpsol(prob, &v, nullptr, nullptr, nullptr), 0);
+  EXPECT_NE(NVRLgetlpsolval(prob, 0, 0, &v, &sl, nullptr, nullptr), 0);
+  int npv = -1, nps = -1;
+  int bad[1] = {-1};
+  ASSERT_EQ(NVRLgetinfeas(prob, &npv, &nps, nullptr, nullptr, nullptr, bad, nullptr, nullptr), 0)
+      << lastError();
+  EXPECT_EQ(nps, 1);
+  EXPECT_EQ(bad[0], 0);
+}
+
+// Stopped early without presolve, the dual simplex leaves a basic point that is not yet
+// primal feasible; it must not be offered as a solution.
+class StoppedLp : public SolveTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(StoppedLp, OffersOnlyAFeasiblePoint) {
+  const bool mipCall = GetParam();
+  // Transportation: 12 sources, 12 sinks; from x = 0 every demand row is violated, and the
+  // dual simplex needs more than 5 iterations to meet all 12.
+  const int n = 12;
+  std::vector<int> xs(n * n);
+  for (int k = 0; k < n * n; ++k) xs[k] = col(0, 1e20, 1 + (k * 7919) % 13);
+  for (int i = 0; i < n; ++i) {
+    std::vector<std::pair<int, double>> e;
+    for (int j = 0; j < n; ++j) e.push_back({xs[i * n + j], 1});
+    row('L', 20, e);
+  }
+  for (int j = 0; j < n; ++j) {
+    std::vector<std::pair<int, double>> e;
+    for (int i = 0; i < n; ++i) e.push_back({xs[i * n + j], 1});
+    row('G', 10 + j % 5, e);
+  }
+  NVRLsetintcontrol(prob, nvrl::id::kPresolve, 0);
+  NVRLsetintcontrol64(prob, nvrl::id::kLpIterLimit, 5);
+  ASSERT_EQ(mipCall ? NVRLmipoptimize(prob, "d") : NVRLlpoptimize(prob, "d"), 0) << lastError();
+  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_UNFINISHED);
+  EXPECT_EQ(intAttr(nvrl::id::kStopStatus), NVRL_STOP_ITERLIMIT);
+  ASSERT_GT(dblAttr(nvrl::id::kMaxPrimalInfeas), 1e-3);  // the point HiGHS left is infeasible
+  EXPECT_EQ(intAttr(nvrl::id::kSolStatus), 0);
+  EXPECT_EQ(dblAttr(kLpObjVal), 0.0);
+  EXPECT_EQ(dblAttr(nvrl::id::kMipObjVal), 0.0);
+  EXPECT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_NO_SOL_FOUND);
+  std::vector<double> v(model().cols());
+  EXPECT_NE(NVRLgetlpsol(prob, v.data(), nullptr, nullptr, nullptr), 0);
+  EXPECT_NE(NVRLgetmipsol(prob, v.data(), nullptr), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Solve, StoppedLp, ::testing::Bool(),
+                         [](const auto &info) { return info.param ? "mip_call" : "lp_call"; });
 
 }  // namespace
 }  // namespace solvetest

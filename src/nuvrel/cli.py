@@ -3,6 +3,8 @@
     python -m nuvrel FILE [--time-limit S] [--gap G] [--threads N] [--print-solution]
                           [--solution OUT] [--quiet]
 
+A time limit of 0 or inf means none.
+
 Without FILE it shows the banner and versions of the package and the solver library.
 
 Exit status: 0 when a solution was found (or no FILE was given), 1 when none was
@@ -11,6 +13,7 @@ option, missing or unreadable file). The solution file format is described in do
 """
 
 import argparse
+import math
 import sys
 import time
 
@@ -24,18 +27,49 @@ SOLVED_STATUSES = frozenset(
 )
 
 
-def _non_negative(kind):
+def _non_negative(kind, infinity_means=None):
+    """A parser of non-negative numbers of `kind`. +inf (spelled inf, +inf, infinity in any
+    case) gives `infinity_means`, and is refused when that is None; NaN is refused."""
+
     def parse(text):
         try:
             value = kind(text)
         except ValueError:
             raise argparse.ArgumentTypeError(f"not a number: {text!r}") from None
-        if value < 0 or value != value:
+        if value != value:
+            raise argparse.ArgumentTypeError(f"not a number: {text!r}")
+        if value < 0:
             raise argparse.ArgumentTypeError(f"must not be negative: {text!r}")
+        if value == math.inf:
+            if infinity_means is None:
+                raise argparse.ArgumentTypeError(f"must be finite: {text!r}")
+            return infinity_means
         return value
 
     parse.__name__ = kind.__name__
     return parse
+
+
+# Options whose value may look like an option itself ("-1", "-inf"): such a value is joined
+# to its option so that argparse reports it as a bad value rather than a missing one.
+_NUMERIC_OPTIONS = ("--time-limit", "--gap", "--threads")
+
+
+def _join_numeric_values(argv):
+    out = []
+    args = iter(argv)
+    for arg in args:
+        if arg in _NUMERIC_OPTIONS:
+            value = next(args, None)
+            if value is not None and value.startswith("-"):
+                out.append(f"{arg}={value}")
+                continue
+            out.append(arg)
+            if value is not None:
+                out.append(value)
+            continue
+        out.append(arg)
+    return out
 
 
 def build_parser():
@@ -49,8 +83,8 @@ def build_parser():
         help="problem file (.mps or .lp); without it, show the package and library in use",
     )
     parser.add_argument(
-        "--time-limit", metavar="S", type=_non_negative(float),
-        help="stop after S seconds (0: no limit)",
+        "--time-limit", metavar="S", type=_non_negative(float, infinity_means=0.0),
+        help="stop after S seconds (0 or inf: no limit)",
     )
     parser.add_argument(
         "--gap", metavar="G", type=_non_negative(float),
@@ -190,8 +224,10 @@ def run(options):
 
 def main(argv=None):
     parser = build_parser()
+    if argv is None:
+        argv = sys.argv[1:]
     try:
-        options = parser.parse_args(argv)
+        options = parser.parse_args(_join_numeric_values(argv))
     except SystemExit as exc:  # argparse reports bad options itself (status 2)
         return exc.code if isinstance(exc.code, int) else EXIT_BAD_INPUT
     if options.file is None:

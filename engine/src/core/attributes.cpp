@@ -37,7 +37,7 @@ int64_t nameLengthUnits(const Model &m) {
 }
 
 double maxPrimalInfeasibility(const Model &m, const SolveState &s) {
-  if (!s.have_primal) return 0.0;
+  if (!s.have_point) return 0.0;
   double worst = 0.0;
   for (int j = 0; j < m.cols() && j < static_cast<int>(s.x.size()); ++j) {
     if (!isInfLo(m.lb[j])) worst = std::max(worst, m.lb[j] - s.x[j]);
@@ -59,7 +59,7 @@ double maxPrimalInfeasibility(const Model &m, const SolveState &s) {
 // Reduced costs of the wrong sign for the column's position (c - A'y convention, so that a
 // minimising optimum has nonnegative reduced costs at lower bounds).
 double maxDualInfeasibility(const Model &m, const SolveState &s, double feastol) {
-  if (!s.have_dual || !s.have_primal) return 0.0;
+  if (!s.have_dual || !s.have_point) return 0.0;
   double worst = 0.0;
   int n = std::min({m.cols(), static_cast<int>(s.x.size()), static_cast<int>(s.djs.size())});
   for (int j = 0; j < n; ++j) {

@@ -118,7 +118,11 @@ struct SolveState {
   int lpstatus = NVRL_LP_UNSTARTED;
   int mipstatus = NVRL_MIP_NOT_LOADED;
   int stopstatus = NVRL_STOP_NONE;
-  bool have_primal = false, have_dual = false, have_basis = false;
+  // have_primal: a solution, that is a point HiGHS reports primal feasible (and within the
+  // cutoff); have_point: x and slack hold a point of HiGHS's, feasible or not, which only the
+  // infeasibility queries read.
+  bool have_primal = false, have_point = false, have_dual = false, have_basis = false;
+  bool cut_off = false;  // the solve ended because nothing meets the cutoff
   bool was_mip = false;
   double lpobjval = 0.0, mipobjval = 0.0, bestbound = 0.0, mipgap = 0.0;
   int64_t simplex_iter = 0, barrier_iter = 0, nodes = 0;

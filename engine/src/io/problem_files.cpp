@@ -14,6 +14,7 @@
 #include "io/mps_reader.h"
 #include "io/mps_writer.h"
 #include "io/text_input.h"
+#include "lp_data/check.h"
 
 namespace {
 
@@ -99,6 +100,9 @@ int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags) {
     nvrl::Model model = format == 'l' ? nvrl::io::readLp(lines, stem(path))
                                       : nvrl::io::readMps(lines, stem(path));
     if (model.name.size() > NVRL_MAXNAMELEN) model.name.resize(NVRL_MAXNAMELEN);
+    // The argument checks of the other entry points do not see a file's numbers.
+    const std::string bad = nvrl::coefficientProblem(model);
+    if (!bad.empty()) return p->fail("%s: %s", path.c_str(), bad.c_str());
     p->model = std::move(model);
   } catch (const nvrl::io::ParseError &e) {
     if (e.line > 0) return p->fail("%s:%d: %s", path.c_str(), e.line, e.what());

@@ -64,7 +64,7 @@ NVRL_API int NVRLaddcols64(NVRLprob prob, int ncols, NVRLint64 ncoefs, const dou
     nvrl::Model &m = p->model;
     if (!c.count(ncols, "ncols") || !c.room(m.cols(), ncols, "columns")) return c.code();
     for (int j = 0; j < ncols; ++j) {
-      if (objcoef && !c.finite(objcoef[j], "objcoef", j)) return c.code();
+      if (objcoef && !c.coefficient(objcoef[j], "objcoef", j)) return c.code();
       if (lb && !c.notNaN(lb[j], "lb", j)) return c.code();
       if (ub && !c.notNaN(ub[j], "ub", j)) return c.code();
     }

@@ -35,7 +35,7 @@ NVRL_API int NVRLchgobj(NVRLprob prob, int ncols, const int colind[], const doub
                   for (int k = 0; k < ncols; ++k) {
                     // -1 addresses the objective constant.
                     if (colind[k] != -1 && !c.col(colind[k], "colind", k)) return c.code();
-                    if (!c.finite(objcoef[k], "objcoef", k)) return c.code();
+                    if (!c.coefficient(objcoef[k], "objcoef", k)) return c.code();
                   }
                   for (int k = 0; k < ncols; ++k) {
                     if (colind[k] == -1)

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "lp_data/store.h"
+
 namespace nvrl {
 
 namespace {
@@ -79,9 +81,18 @@ bool Check::finite(double v, const char *arg, int64_t at) {
   return false;
 }
 
+bool Check::coefficient(double v, const char *arg, int64_t at) {
+  if (!finite(v, arg, at)) return false;
+  if (std::fabs(v) < kInf) return true;
+  fail("%s = %g is at or beyond the infinity constant 1e20; objective and matrix coefficients "
+       "must be smaller in absolute value",
+       argName(arg, at).c_str(), v);
+  return false;
+}
+
 bool Check::notNaN(double v, const char *arg, int64_t at) {
   if (!std::isnan(v)) return true;
-  fail("%s is NaN", argName(arg, at).c_str());
+  fail("%s is NaN; a number is required", argName(arg, at).c_str());
   return false;
 }
 
@@ -156,6 +167,50 @@ bool Check::deletion(const int *idx, int n, const char *narg, const char *arg, i
     seen[idx[k]] = 1;
   }
   return true;
+}
+
+namespace {
+
+std::string tooLarge(const std::string &what, double v) {
+  char buf[64];
+  std::snprintf(buf, sizeof buf, " is %g", v);
+  return what + buf +
+         ": objective and matrix coefficients at or beyond the infinity constant 1e20 (or "
+         "NaN) are refused";
+}
+
+std::string quoted(const Model &m, int kind, int index) {
+  return "'" + itemName(m, kind, index) + "'";
+}
+
+}  // namespace
+
+std::string coefficientProblem(const Model &m) {
+  auto bad = [](double v) { return !(std::fabs(v) < kInf); };
+  if (bad(m.objconst)) return tooLarge("the objective constant", m.objconst);
+  for (int j = 0; j < m.cols(); ++j)
+    if (bad(m.obj[j]))
+      return tooLarge("the objective coefficient of column " + quoted(m, kNameCols, j), m.obj[j]);
+  for (const auto &[key, v] : m.qobj)
+    if (bad(v))
+      return tooLarge("the quadratic objective coefficient of columns " +
+                          quoted(m, kNameCols, key.first) + " and " +
+                          quoted(m, kNameCols, key.second),
+                      v);
+  for (int i = 0; i < m.rows(); ++i)
+    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k)
+      if (bad(m.A.val[k]))
+        return tooLarge("the coefficient of column " + quoted(m, kNameCols, m.A.col[k]) +
+                            " in row " + quoted(m, kNameRows, i),
+                        m.A.val[k]);
+  for (const auto &[row, q] : m.qrows)
+    for (const auto &[key, v] : q)
+      if (bad(v))
+        return tooLarge("the quadratic coefficient of columns " + quoted(m, kNameCols, key.first) +
+                            " and " + quoted(m, kNameCols, key.second) + " in row " +
+                            quoted(m, kNameRows, row),
+                        v);
+  return {};
 }
 
 }  // namespace nvrl

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <new>
 #include <stdexcept>
+#include <string>
 
 #include "core/problem.h"
 
@@ -29,6 +30,9 @@ class Check {
   bool col(int64_t i, const char *arg, int64_t at = -1);
   bool set(int64_t i, const char *arg, int64_t at = -1);
   bool finite(double v, const char *arg, int64_t at = -1);      // not NaN, not +-inf
+  // An objective or matrix coefficient: a number below the infinity constant 1e20 in
+  // absolute value (HiGHS takes larger ones for infinite and the answer would be meaningless).
+  bool coefficient(double v, const char *arg, int64_t at = -1);
   bool notNaN(double v, const char *arg, int64_t at = -1);
   bool rowType(char t, const char *arg, int64_t at);
   bool colType(char t, const char *arg, int64_t at);
@@ -49,6 +53,11 @@ class Check {
   nvrl_problem_s *p_;
   const char *fn_;
 };
+
+// The first objective or matrix coefficient of a whole model that `Check::coefficient` would
+// refuse, described with the names of its row and column; empty when there is none. Used on
+// models read from files, which do not pass through the argument checks.
+std::string coefficientProblem(const Model &m);
 
 // Runs an API body; out-of-memory and other exceptions become errors instead of crossing the
 // C boundary.

@@ -106,7 +106,7 @@ int changeCoefs(NVRLprob prob, const char *fn, int64_t n, const int rowind[], co
     for (int64_t k = 0; k < n; ++k) {
       const int64_t at = a.scalar ? -1 : k;
       if (!c.row(rowind[k], a.row, at) || !c.col(colind[k], a.col, at) ||
-          !c.finite(rowcoef[k], a.val, at))
+          !c.coefficient(rowcoef[k], a.val, at))
         return c.code();
     }
     if (n == 0) return 0;

@@ -64,7 +64,7 @@ bool checkRows(Check &c, const LoadInput &in) {
 
 bool checkCols(Check &c, const LoadInput &in) {
   for (int j = 0; j < in.ncols; ++j) {
-    if (in.obj && !c.finite(in.obj[j], "obj", j)) return false;
+    if (in.obj && !c.coefficient(in.obj[j], "obj", j)) return false;
     if (in.lb && !c.notNaN(in.lb[j], "lb", j)) return false;
     if (in.ub && !c.notNaN(in.ub[j], "ub", j)) return false;
   }

@@ -89,7 +89,7 @@ bool checkTriplets(Check &c, int64_t n, const int *c1, const int *c2, const doub
              ncols);
       return false;
     }
-    if (!c.finite(v[k], valarg, k)) return false;
+    if (!c.coefficient(v[k], valarg, k)) return false;
   }
   return true;
 }

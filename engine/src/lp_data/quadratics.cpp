@@ -31,7 +31,7 @@ int changeObjective(NVRLprob prob, const char *fn, int64_t n, const int c1[], co
     for (int64_t k = 0; k < n; ++k) {
       const int64_t at = scalar ? -1 : k;
       if (!c.col(c1[k], "objqcol1", at) || !c.col(c2[k], "objqcol2", at) ||
-          !c.finite(v[k], "objqcoef", at))
+          !c.coefficient(v[k], "objqcoef", at))
         return c.code();
     }
     if (n == 0) return 0;
@@ -151,7 +151,7 @@ NVRL_API int NVRLchgqrowcoeff(NVRLprob prob, int row, int rowqcol1, int rowqcol2
   return nvrl::guarded(c, [&]() -> int {
     nvrl::Model &m = p->model;
     if (!c.row(row, "row") || !c.col(rowqcol1, "rowqcol1") || !c.col(rowqcol2, "rowqcol2") ||
-        !c.finite(rowqcoef, "rowqcoef"))
+        !c.coefficient(rowqcoef, "rowqcoef"))
       return c.code();
     nvrl::QMatrix &q = m.qrows[row];
     setEntry(q, rowqcol1, rowqcol2, rowqcoef);

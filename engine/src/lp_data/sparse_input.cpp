@@ -42,7 +42,7 @@ bool checkSegmentEntries(Check &c, const Segments &s, int limit, const char *idx
                static_cast<long long>(e), i, what, limit, what);
         return false;
       }
-      if (!c.finite(s.val[e], valarg, e)) return false;
+      if (!c.coefficient(s.val[e], valarg, e)) return false;
     }
   }
   return true;

@@ -1,10 +1,12 @@
 #include "solve/collect_answers.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
 #include "core/ids.h"
 #include "interfaces/highs_c_api.h"
+#include "solve/highs_options.h"
 
 namespace nvrl {
 
@@ -142,8 +144,7 @@ void collectAnswers(nvrl_problem_s *p, void *h, const LoweredModel &L, const Run
   const int ms = run.status_override >= 0 ? run.status_override : Highs_getModelStatus(h);
   // An empty model (no columns) is solved by its constant alone.
   const bool empty = ms == kHighsModelStatusModelEmpty;
-  const bool feasible =
-      empty || infoInt(h, "primal_solution_status") == kHighsSolutionStatusFeasible;
+  const int primalStatus = infoInt(h, "primal_solution_status");
   s.was_mip = run.mip;
   s.solvetime = run.seconds;
   // A MIP whose entities all reduced to plain bounds reaches HiGHS as an LP.
@@ -153,55 +154,71 @@ void collectAnswers(nvrl_problem_s *p, void *h, const LoweredModel &L, const Run
   s.barrier_iter = infoInt(h, "ipm_iteration_count");
   s.nodes = branched ? infoInt64(h, "mip_node_count") : 0;
 
-  // A run that stopped early may still hold a (best) solution; an infeasible or unbounded
-  // one may hold an infeasible point, which is kept for the infeasibility queries.
+  // Only a point HiGHS calls primal feasible is a solution. Any other point it leaves (an
+  // infeasible LP's, a stopped dual simplex's) is kept for the infeasibility queries alone.
   std::vector<double> colv(L.cols()), cold(L.cols()), rowv(L.rows()), rowd(L.rows());
-  const bool anyPrimal = feasible || infoInt(h, "primal_solution_status") != kHighsSolutionStatusNone;
-  if (anyPrimal && L.cols() + L.rows() > 0)
+  const bool anyPoint = empty || primalStatus != kHighsSolutionStatusNone;
+  if (anyPoint && L.cols() + L.rows() > 0)
     Highs_getSolution(h, colv.data(), cold.data(), rowv.data(), rowd.data());
-  if (anyPrimal) {
-    s.have_primal = true;
+  if (anyPoint) {
+    s.have_point = true;
     s.x.assign(colv.begin(), colv.begin() + L.user_cols);
     computeSlacks(m, s.x, s.slack);
   }
   // The objective from the user's own data: HiGHS leaves out the constant of an empty model.
-  const double obj = anyPrimal ? objectiveValue(m, s.x) : Highs_getObjectiveValue(h);
+  const double pointObj = anyPoint ? objectiveValue(m, s.x) : 0.0;
+  // A point beyond the cutoff is not a solution the user wants, whatever HiGHS made of it
+  // (its MIP search may return one).
+  double cutoff = 0.0;
+  const bool hasCutoff = cutoffInForce(p, cutoff);
+  const bool pointFeasible = empty || primalStatus == kHighsSolutionStatusFeasible;
+  const bool beyondCutoff =
+      pointFeasible && hasCutoff && !meetsCutoff(pointObj, cutoff, m.objsense);
+  const bool feasible = pointFeasible && !beyondCutoff;
+  s.have_primal = feasible;
+  const double obj = feasible ? pointObj : 0.0;
 
   if (run.mip) {
     s.mipstatus = mipStatus(ms, feasible);
+    // A finished search whose best point misses the cutoff proves that no solution meets it;
+    // "optimal" without any usable point is no verdict.
+    if ((ms == kHighsModelStatusOptimal || ms == kHighsModelStatusModelEmpty) && !feasible)
+      s.mipstatus = beyondCutoff ? NVRL_MIP_INFEAS : NVRL_MIP_NO_SOL_FOUND;
+    s.cut_off = hasCutoff && s.mipstatus == NVRL_MIP_INFEAS;
     s.lpstatus = lpStatus(ms);
     s.stopstatus = stopReason(p, ms, s.nodes);
-    s.solutions = run.improving_solutions;
-    if (feasible && s.solutions == 0) s.solutions = 1;
-    s.mipobjval = feasible ? obj : 0.0;
+    s.solutions = feasible ? std::max(run.improving_solutions, 1) : 0;
+    s.mipobjval = obj;
     s.bestbound = branched ? infoDouble(h, "mip_dual_bound") : obj;
     s.mipgap = !feasible ? INFINITY : branched ? infoDouble(h, "mip_gap") : 0.0;
     s.lpobjval = s.mipobjval;
-    if (!feasible) s.have_primal = false;
     return;
   }
 
   s.lpstatus = lpStatus(ms);
   s.stopstatus = stopReason(p, ms, 0);
-  s.lpobjval = obj;
-  const double cutoff = getDblControl(p, id::kCutoff);
-  if (s.lpstatus == NVRL_LP_OPTIMAL && std::fabs(cutoff) < 1e20 &&
-      (m.objsense >= 0 ? obj > cutoff : obj < cutoff))
+  if (beyondCutoff && (ms == kHighsModelStatusOptimal || ms == kHighsModelStatusModelEmpty))
     s.lpstatus = NVRL_LP_CUTOFF;  // the optimum is worse than the cutoff
+  s.cut_off = s.lpstatus == NVRL_LP_CUTOFF;
+  s.lpobjval = obj;
   if (run.relaxation) {
     // Only the relaxation of a MIP was solved: the MIP itself has no answer yet.
     s.mipstatus = s.lpstatus == NVRL_LP_OPTIMAL ? NVRL_MIP_LP_OPTIMAL : NVRL_MIP_LP_NOT_OPTIMAL;
   } else {
-    // A problem without global entities may reach here through the MIP call as well.
-    s.mipstatus = s.lpstatus == NVRL_LP_OPTIMAL      ? NVRL_MIP_OPTIMAL
-                  : s.lpstatus == NVRL_LP_INFEAS     ? NVRL_MIP_INFEAS
-                  : s.lpstatus == NVRL_LP_UNBOUNDED  ? NVRL_MIP_UNBOUNDED
-                  : feasible                         ? NVRL_MIP_SOLUTION
-                                                     : NVRL_MIP_NO_SOL_FOUND;
+    // A problem without global entities may reach here through the MIP call as well; there
+    // an optimum beyond the cutoff means no solution meets it.
+    switch (s.lpstatus) {
+      case NVRL_LP_OPTIMAL: s.mipstatus = NVRL_MIP_OPTIMAL; break;
+      case NVRL_LP_INFEAS:
+      case NVRL_LP_CUTOFF: s.mipstatus = NVRL_MIP_INFEAS; break;
+      case NVRL_LP_UNBOUNDED: s.mipstatus = NVRL_MIP_UNBOUNDED; break;
+      default: s.mipstatus = feasible ? NVRL_MIP_SOLUTION : NVRL_MIP_NO_SOL_FOUND; break;
+    }
     s.mipobjval = obj;
     s.solutions = feasible ? 1 : 0;
   }
-  s.bestbound = s.lpstatus == NVRL_LP_OPTIMAL ? obj : 0.0;
+  // The optimum bounds the objective; after a cutoff verdict it is the proof.
+  s.bestbound = s.lpstatus == NVRL_LP_OPTIMAL || s.lpstatus == NVRL_LP_CUTOFF ? pointObj : 0.0;
 
   if (infoInt(h, "dual_solution_status") != kHighsSolutionStatusNone) {
     s.have_dual = true;
@@ -229,14 +246,20 @@ std::string finalStatusLine(const SolveState &s) {
   char buf[256];
   static const char *const stops[] = {"",          "time limit", "interrupted", "node limit",
                                       "iteration limit", "gap reached", "solution limit"};
-  const char *stop = s.stopstatus >= 0 && s.stopstatus <= 6 ? stops[s.stopstatus] : "stopped by the user";
+  // A run that ended early without a limit or an interrupt ended for want of a verdict.
+  const char *stop = s.stopstatus == NVRL_STOP_NONE            ? "no verdict from HiGHS"
+                     : s.stopstatus > 0 && s.stopstatus <= 6 ? stops[s.stopstatus]
+                                                             : "stopped by the user";
   if (s.was_mip) {
     switch (s.mipstatus) {
       case NVRL_MIP_OPTIMAL:
         std::snprintf(buf, sizeof buf, "Optimal solution found: objective %.10g, best bound %.10g",
                       s.mipobjval, s.bestbound);
         break;
-      case NVRL_MIP_INFEAS: std::snprintf(buf, sizeof buf, "Problem is infeasible"); break;
+      case NVRL_MIP_INFEAS:
+        std::snprintf(buf, sizeof buf,
+                      s.cut_off ? "No solution meets the cutoff" : "Problem is infeasible");
+        break;
       case NVRL_MIP_UNBOUNDED: std::snprintf(buf, sizeof buf, "Problem is unbounded"); break;
       case NVRL_MIP_SOLUTION:
         std::snprintf(buf, sizeof buf,
@@ -255,7 +278,10 @@ std::string finalStatusLine(const SolveState &s) {
       break;
     case NVRL_LP_INFEAS: std::snprintf(buf, sizeof buf, "Problem is infeasible"); break;
     case NVRL_LP_UNBOUNDED: std::snprintf(buf, sizeof buf, "Problem is unbounded"); break;
-    case NVRL_LP_CUTOFF: std::snprintf(buf, sizeof buf, "Objective worse than the cutoff"); break;
+    case NVRL_LP_CUTOFF:
+      std::snprintf(buf, sizeof buf, "No solution meets the cutoff: the optimum is %.10g",
+                    s.bestbound);
+      break;
     case NVRL_LP_UNFINISHED: std::snprintf(buf, sizeof buf, "Solve stopped (%s)", stop); break;
     default: std::snprintf(buf, sizeof buf, "Problem could not be solved"); break;
   }

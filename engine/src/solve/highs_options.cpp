@@ -37,7 +37,20 @@ int countLimit(int64_t v) {
 
 bool finite(double v) { return std::fabs(v) < 1e20; }
 
+// Rounding allowed when an objective value is compared with the cutoff.
+double cutoffTolerance(double cutoff) { return std::max(1e-6, 1e-9 * std::fabs(cutoff)); }
+
 }  // namespace
+
+bool cutoffInForce(const nvrl_problem_s *p, double &cutoff) {
+  cutoff = getDblControl(p, id::kCutoff);
+  return finite(cutoff);
+}
+
+bool meetsCutoff(double objective, double cutoff, int objsense) {
+  const double tol = cutoffTolerance(cutoff);
+  return objsense >= 0 ? objective <= cutoff + tol : objective >= cutoff - tol;
+}
 
 void applyControls(void *h, const nvrl_problem_s *p, const SolveFlags &flags, bool mip,
                    bool quadratic) {
@@ -57,11 +70,19 @@ void applyControls(void *h, const nvrl_problem_s *p, const SolveFlags &flags, bo
   Highs_setDoubleOptionValue(h, "mip_feasibility_tolerance", getDblControl(p, id::kMipTol));
   Highs_setDoubleOptionValue(h, "ipm_optimality_tolerance", getDblControl(p, id::kBarrierTol));
 
-  const double cutoff = getDblControl(p, id::kCutoff);
-  // HiGHS reads the bound on the objective in its minimisation form (-objective when
-  // maximising); the LP verdict against the cutoff is drawn from the answer instead.
-  const double sense = p->model.objsense >= 0 ? 1.0 : -1.0;
-  Highs_setDoubleOptionValue(h, "objective_bound", finite(cutoff) ? sense * cutoff : INFINITY);
+  // A MIP search prunes with the cutoff. HiGHS reads the bound in its minimisation form
+  // (-objective when maximising) and prunes at it, so it gets the tolerance that lets a
+  // solution exactly at the cutoff through. HiGHS may still return a solution beyond the
+  // bound; the answer is checked against the cutoff afterwards (collectAnswers), which is
+  // also how LPs and QPs get their verdict: the dual simplex's early stop at the bound would
+  // leave no verifiable answer.
+  double cutoff = 0.0;
+  double bound = INFINITY;
+  if (mip && cutoffInForce(p, cutoff)) {
+    const double sense = p->model.objsense >= 0 ? 1.0 : -1.0;
+    bound = sense * cutoff + cutoffTolerance(cutoff);
+  }
+  Highs_setDoubleOptionValue(h, "objective_bound", bound);
 
   Highs_setIntOptionValue(h, "mip_max_nodes", countLimit(getIntControl(p, id::kNodeLimit)));
   Highs_setIntOptionValue(h, "mip_max_improving_sols",

@@ -1,6 +1,7 @@
 #include "solve/highs_session.h"
 
 #include <cmath>
+#include <cstdio>
 
 #include "interfaces/highs_c_api.h"
 
@@ -28,6 +29,18 @@ bool HighsSession::passWholeModel(const LoweredModel &L, std::string &err) {
       L.hasHessian() ? L.q_value.data() : nullptr, mip ? L.integrality.data() : nullptr);
   if (status == kHighsStatusError) {
     err = "HiGHS rejected the model";
+    // The usual cause: a matrix coefficient beyond HiGHS's limit, which is below the
+    // infinity constant that bounds what the store accepts.
+    double limit = 0.0, largest = 0.0;
+    Highs_getDoubleOptionValue(highs_, "large_matrix_value", &limit);
+    for (double v : L.a_value) largest = std::fmax(largest, std::fabs(v));
+    if (limit > 0.0 && largest >= limit) {
+      char buf[160];
+      std::snprintf(buf, sizeof buf,
+                    ": a matrix coefficient of %g is at or beyond its limit of %g", largest,
+                    limit);
+      err += buf;
+    }
     return false;
   }
   last_changes_ = -1;

@@ -22,7 +22,7 @@ void findInfeasibilities(const nvrl_problem_s *p, Infeasibilities &out) {
   const double ftol = nvrl::getDblControl(p, nvrl::id::kFeasTol);
   const double otol = nvrl::getDblControl(p, nvrl::id::kOptTol);
   const double sense = m.objsense >= 0 ? 1.0 : -1.0;
-  if (s.have_primal) {
+  if (s.have_point) {
     for (int j = 0; j < m.cols(); ++j) {
       const double v = s.x[j];
       if ((!nvrl::isInfLo(m.lb[j]) && v < m.lb[j] - ftol) ||
@@ -42,7 +42,7 @@ void findInfeasibilities(const nvrl_problem_s *p, Infeasibilities &out) {
       if (bad) out.rows.push_back(i);
     }
   }
-  if (s.have_dual && s.have_primal) {
+  if (s.have_dual && s.have_point) {
     for (int j = 0; j < m.cols(); ++j) {
       const double d = sense * s.djs[j], v = s.x[j];
       const bool belowUp = nvrl::isInfUp(m.ub[j]) || v < m.ub[j] - ftol;
@@ -65,7 +65,7 @@ int report(NVRLprob prob, int *npv, int *nps, int *nds, int *ndv, int mx[], int 
            int mdual[], int mdj[]) {
   nvrl_problem_s *p = checkProblem(prob);
   if (!p) return 1;
-  if (!p->sol.have_primal) return p->fail("No solution is available");
+  if (!p->sol.have_point) return p->fail("The last solve left no point to check");
   Infeasibilities inf;
   findInfeasibilities(p, inf);
   if (npv) *npv = static_cast<int>(inf.cols.size());

@@ -1,6 +1,7 @@
 // Gathering the rows of one addConstraint call and flushing them to the library.
 #include "problem/con_batch.h"
 
+#include <cmath>
 #include <cstring>
 
 #include "model/constraint.h"
@@ -127,6 +128,13 @@ void con_batch::release() {
 void getRhsSense(PyObject *con, char *rowtype, double *rhs, double *range) {
   const uint64_t word = reinterpret_cast<constraint_s *>(con)->rec;
   const double lb = get_con_lbound(word), ub = get_con_ubound(word);
+  if (std::isnan(lb) || std::isnan(ub)) {
+    // NaN fails every comparison below and would make a free row; passed on as the row's
+    // right-hand side, it is refused by the library like a NaN coefficient.
+    *rowtype = 'E';
+    *rhs = std::nan("");
+    return;
+  }
   if (lb > -kInfinity) {
     if (ub < kInfinity) {
       if (ub == lb) {

@@ -1,0 +1,219 @@
+"""Answers that used to be wrong without any error: the cutoff, NaN right-hand sides, points
+that are not solutions, and objective coefficients beyond the infinity constant."""
+
+import math
+import random
+
+import pytest
+
+
+@pytest.fixture(autouse=True)
+def quiet(nv, output_switch):
+    nv.setOutputEnabled(False)
+
+
+def knapsack(seed, n=30):
+    """Weights, values, capacity and the optimum by dynamic programming."""
+    rng = random.Random(seed)
+    w = [rng.randint(10, 60) for _ in range(n)]
+    v = [rng.randint(10, 90) for _ in range(n)]
+    cap = sum(w) // 3
+    best = [0] * (cap + 1)
+    for wi, vi in zip(w, v):
+        for c in range(cap, wi - 1, -1):
+            best[c] = max(best[c], best[c - wi] + vi)
+    return w, v, cap, best[cap]
+
+
+def knapsack_problem(nv, seed, sense, integer=True):
+    """Maximises the value, or minimises its negation; returns the problem, the optimum of
+    the MIP and the objective."""
+    w, v, cap, best = knapsack(seed)
+    p = nv.problem()
+    kind = nv.binary if integer else nv.continuous
+    x = [nv.var(vartype=kind, ub=1) for _ in w]
+    p.addVariable(x)
+    p.addConstraint(nv.Sum(wi * xi for wi, xi in zip(w, x)) <= cap)
+    sign = 1 if sense == nv.maximize else -1
+    objective = nv.Sum(sign * vi * xi for vi, xi in zip(v, x))
+    p.setObjective(objective, sense=sense)
+    return p, sign * best, objective
+
+
+def better(nv, sense, value, by):
+    """`value` moved `by` units in the direction the objective improves."""
+    return value + by if sense == nv.maximize else value - by
+
+
+@pytest.mark.parametrize("seed", [7, 8])
+@pytest.mark.parametrize("sense_name", ["maximize", "minimize"])
+def test_cutoff_keeps_only_solutions_that_meet_it(nv, seed, sense_name):
+    sense = getattr(nv, sense_name)
+    p, optimum, objective = knapsack_problem(nv, seed, sense)
+    # Above, at and below the optimum, re-solving the same problem each time; a cutoff
+    # above the optimum after one below must not keep the earlier answer.
+    for by in [50, 1, 0, -0.5, -30, 0.5, 0, 1e21]:
+        p.controls.cutoff = better(nv, sense, optimum, by) if by < 1e20 else by
+        p.solve()
+        meets = by <= 0 or by >= 1e20  # 1e20 and beyond: no cutoff
+        where = f"cutoff {p.controls.cutoff} for optimum {optimum}"
+        assert p.attributes.stop_status == 0, where
+        if meets:
+            assert p.getProbStatusString() == "mip_optimal", where
+            assert p.getObjVal() == pytest.approx(optimum), where
+            assert p.attributes.solution_available == 1, where
+            assert p.getSolution(objective) == pytest.approx(optimum), where
+        else:
+            assert p.getProbStatusString() == "mip_infeas", where
+            assert p.getObjVal() == 0.0, where
+            assert p.attributes.solution_available == 0, where
+            assert p.attributes.mip_solutions == 0, where
+            with pytest.raises(nv.SolverError):
+                p.getSolution()
+
+
+@pytest.mark.parametrize("sense_name", ["maximize", "minimize"])
+def test_lp_optimum_beyond_the_cutoff_is_no_solution(nv, sense_name):
+    sense = getattr(nv, sense_name)
+    p, _, _ = knapsack_problem(nv, 3, sense, integer=False)
+    p.solve()
+    lp_optimum = p.getObjVal()
+    p.controls.cutoff = better(nv, sense, lp_optimum, 0.01)
+    p.solve()
+    assert p.getProbStatusString() == "lp_cutoff"
+    assert p.attributes.solution_available == 0
+    assert p.getObjVal() == 0.0
+    assert p.attributes.best_bound == pytest.approx(lp_optimum)
+    with pytest.raises(nv.SolverError):
+        p.getSolution()
+    p.controls.cutoff = lp_optimum
+    p.solve()
+    assert p.getProbStatusString() == "lp_optimal"
+    assert p.getObjVal() == pytest.approx(lp_optimum)
+
+
+NAN = math.nan
+
+
+@pytest.mark.parametrize(
+    "make",
+    [
+        lambda nv, x, y: x + y <= NAN,
+        lambda nv, x, y: x + y >= NAN,
+        lambda nv, x, y: x + y == NAN,
+        lambda nv, x, y: nv.constraint(body=x, lb=NAN),
+        lambda nv, x, y: nv.constraint(body=x, ub=NAN),
+        lambda nv, x, y: nv.constraint(body=x + y, lb=NAN, ub=4),
+        lambda nv, x, y: nv.constraint(body=x + y, lb=1, ub=NAN),
+        lambda nv, x, y: nv.constraint(body=x + 2 * y, sense=nv.leq, rhs=NAN),
+    ],
+    ids=["le", "ge", "eq", "lb", "ub", "range_lb", "range_ub", "sense_rhs"],
+)
+def test_nan_right_hand_side_is_refused_and_changes_nothing(nv, make):
+    p = nv.problem()
+    x, y = nv.var(), nv.var()
+    p.addVariable(x, y)
+    kept = x - y >= -1
+    p.addConstraint(kept)
+    good, bad = x + y <= 3, make(nv, x, y)
+    with pytest.raises(nv.SolverError, match=r"NVRLaddrows64: rhs\[1\] is NaN"):
+        p.addConstraint(good, bad)
+    assert p.attributes.rows == 1
+    assert p.getConstraint(index=0) is kept
+    p.addConstraint(good)  # neither was left behind as added
+    assert p.getIndex(good) == 1
+    with pytest.raises(nv.SolverError, match="is NaN"):
+        p.addConstraint(bad)
+
+
+def test_nan_in_an_indicator_constraint_is_refused(nv):
+    p = nv.problem()
+    b, x = nv.var(vartype=nv.binary), nv.var()
+    p.addVariable(b, x)
+    with pytest.raises(nv.SolverError, match="is NaN"):
+        p.addIndicator(b == 1, x <= NAN)
+    assert p.attributes.rows == 0 and p.attributes.indicators == 0
+
+
+def transportation(nv, n=12):
+    """From x = 0 every demand row is violated: a stopped dual simplex has no feasible point."""
+    p = nv.problem()
+    x = [[nv.var() for _ in range(n)] for _ in range(n)]
+    p.addVariable(x)
+    p.addConstraint([nv.Sum(row) <= 20 for row in x])
+    p.addConstraint([nv.Sum(x[i][j] for i in range(n)) >= 10 + j % 5 for j in range(n)])
+    p.setObjective(nv.Sum((1 + (i * n + j) * 7919 % 13) * x[i][j]
+                          for i in range(n) for j in range(n)))
+    return p
+
+
+def expect_no_solution(nv, p):
+    assert p.attributes.solution_available == 0
+    assert p.getObjVal() == 0.0
+    with pytest.raises(nv.SolverError, match="No .*solution is available"):
+        p.getSolution()
+    with pytest.raises(nv.SolverError):
+        p.getSlack()
+
+
+def test_lp_stopped_at_an_infeasible_point_has_no_solution(nv):
+    p = transportation(nv)
+    p.controls.presolve = 0
+    p.controls.lp_iteration_limit = 5
+    p.solve("d")
+    assert p.getProbStatusString() == "lp_unfinished"
+    assert p.attributes.stop_status == nv.stop_iterlimit
+    assert p.attributes.max_primal_infeasibility > 1e-3
+    expect_no_solution(nv, p)
+    p.controls.lp_iteration_limit = 0  # the full solve has one again
+    p.solve()
+    assert p.getProbStatusString() == "lp_optimal"
+    assert p.attributes.solution_available == 1 and p.getObjVal() > 0
+
+
+def test_infeasible_lp_reports_no_objective(nv):
+    p = nv.problem()
+    x = nv.var()
+    p.addVariable(x)
+    p.addConstraint(nv.constraint(body=0 * x, lb=5))  # 0 >= 5
+    p.setObjective(x + 1)
+    p.solve()
+    assert p.getProbStatusString() == "lp_infeas"
+    expect_no_solution(nv, p)
+
+
+def test_mip_stopped_before_a_solution_has_none(nv):
+    rng = random.Random(3)
+    p = nv.problem()
+    x = [nv.var(vartype=nv.binary) for _ in range(40)]
+    p.addVariable(x)
+    for _ in range(4):
+        a = [rng.randint(1, 100) for _ in x]
+        p.addConstraint(nv.Sum(ai * xi for ai, xi in zip(a, x)) == sum(a) // 2)
+    p.setObjective(nv.Sum(x))
+    p.controls.node_limit = 1
+    p.solve()
+    assert p.getProbStatusString() == "mip_no_sol_found"
+    expect_no_solution(nv, p)
+
+
+@pytest.mark.parametrize("value", [1e30, -1e20, math.inf])
+def test_objective_coefficients_beyond_infinity_are_refused(nv, value):
+    p = nv.problem()
+    x, y = nv.var(ub=10), nv.var(ub=10)
+    p.addVariable(x, y)
+    p.addConstraint(x + y >= 1)
+    with pytest.raises(nv.SolverError, match=r"NVRLchgobj: objcoef\[0\] .*(beyond|infinite)"):
+        p.setObjective(value * x + y)
+    with pytest.raises(nv.SolverError, match=r"rowcoef\[0\] .*(beyond|infinite)"):
+        p.addConstraint(value * x + y <= 4)
+    assert p.attributes.rows == 1
+
+
+def test_a_file_with_a_huge_objective_coefficient_is_not_read(nv, tmp_path):
+    path = tmp_path / "huge.lp"
+    path.write_text("max\n obj: 1e30 x + y\nst\n c: x + y <= 1\nend\n")
+    p = nv.problem()
+    with pytest.raises(nv.SolverError, match="objective coefficient of column 'x' is 1e\\+30"):
+        p.read(str(path))
+    assert p.attributes.columns == 0
