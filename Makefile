@@ -7,7 +7,7 @@ STAMP   := $(VENV)/.deps-stamp
 SUDO    := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 JOBS    ?= $(shell nproc)
 
-.PHONY: demo test build deps system-deps test-engine test-python bench clean
+.PHONY: demo test build deps system-deps test-engine test-python bench sanitize clean
 
 demo: build
 	$(PY) -m nuvrel examples/demo.mps
@@ -38,6 +38,10 @@ system-deps:
 	@if [ ! -f /usr/include/gtest/gtest.h ]; then \
 	    $(SUDO) apt-get update -qq && $(SUDO) apt-get install -y -qq libgtest-dev; \
 	fi
+
+# The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer (build/asan).
+sanitize: deps
+	tools/sanitize.sh
 
 bench: build
 	for b in benchmarks/*.py; do $(PY) $$b || exit 1; done

@@ -2,6 +2,7 @@
 on success and on every error path."""
 
 import gc
+import os
 import sys
 
 import numpy as np
@@ -114,7 +115,8 @@ def test_a_million_expressions_leave_no_trace():
     del e, q, k
     assert sys.getrefcount(x) == x_refs and sys.getrefcount(c) == c_refs
     assert object_count() - objects < 100
-    assert rss_bytes() - rss < 4 << 20
+    if "libasan" not in os.environ.get("LD_PRELOAD", ""):   # the sanitizer holds freed memory back
+        assert rss_bytes() - rss < 4 << 20
 
 
 def test_large_expression_is_released_entirely():

@@ -203,8 +203,12 @@ def test_objective_coefficients_beyond_infinity_are_refused(nv, value):
     x, y = nv.var(ub=10), nv.var(ub=10)
     p.addVariable(x, y)
     p.addConstraint(x + y >= 1)
-    with pytest.raises(nv.SolverError, match=r"NVRLchgobj: objcoef\[0\] .*(beyond|infinite)"):
-        p.setObjective(value * x + y)
+    p.setObjective(2 * x + y)
+    for objective in (value * x + y, x + value * x * y, value + x):
+        with pytest.raises(nv.SolverError, match="infinity constant 1e20; the objective is left"):
+            p.setObjective(objective)
+    p.solve()   # the refused objectives left the old one in place
+    assert p.getObjVal() == pytest.approx(1.0)
     with pytest.raises(nv.SolverError, match=r"rowcoef\[0\] .*(beyond|infinite)"):
         p.addConstraint(value * x + y <= 4)
     assert p.attributes.rows == 1

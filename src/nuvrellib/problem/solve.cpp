@@ -2,6 +2,7 @@
 // getProbStatusString, getObjVal.
 #include "problem/solve.h"
 
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -67,6 +68,22 @@ int clear_objective(problem_s *p) {
   if (NVRLchgmqobj64(p->prob, nq, col1.data(), col2.data(), value.data()) != 0)
     return problem_library_error(p);
   return 0;
+}
+
+// The library's rule for objective coefficients (finite, below its infinity), checked before
+// anything changes. 0, or -1 with SolverError set.
+int objective_out_of_range(const nvo_converted &c) {
+  auto bad = [](double v) { return !(std::fabs(v) < NVRL_INFINITY); };
+  double value = c.constant;
+  bool found = bad(value);
+  for (size_t k = 0; !found && k < c.lin_coef.size(); ++k) found = bad(value = c.lin_coef[k]);
+  for (size_t k = 0; !found && k < c.quad_coef.size(); ++k) found = bad(value = c.quad_coef[k]);
+  if (!found) return 0;
+  PyErr_Format(nvpy_solver_exc,
+               "Objective coefficient %g is not a finite number below the infinity constant "
+               "1e20; the objective is left as it was",
+               value);
+  return -1;
 }
 
 int int_attrib(problem_s *p, int id, int *value) {
@@ -287,6 +304,8 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   nvo_converted converted;
   // Converted before anything changes, so that a refused objective leaves the old one.
   if (convertExpr(p, objective.get(), &converted) != 0) return -1;
+  // The library refuses such coefficients, but only after the old objective has been cleared.
+  if (objective_out_of_range(converted) != 0) return -1;
   if (check_nl_unconstruct(p) != 0) return -1;
   if (clear_objective(p) != 0) return -1;
 
