@@ -105,10 +105,11 @@ struct RowMarker {
   std::vector<uint32_t> stamp;
   uint32_t current = 0;
   void prepare(int ncols) {
-    if (pos.size() < static_cast<size_t>(ncols)) {
-      pos.resize(ncols);
-      stamp.resize(ncols, 0);
-    }
+    // Each sized on its own: when memory runs out between the two, the next call must still
+    // see the short one.
+    const size_t n = static_cast<size_t>(ncols);
+    if (pos.size() < n) pos.resize(n);
+    if (stamp.size() < n) stamp.resize(n, 0);
   }
   void nextRow() {
     if (++current == 0) {  // wrapped: old stamps could collide
