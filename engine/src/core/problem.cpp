@@ -107,8 +107,9 @@ namespace {
 
 // Calls allowed on a problem while it is being solved; every other call that takes the
 // problem (or a nonlinear problem on top of it) is refused at once. To allow another call,
-// add its line here. FromSolvingThread means from the solve's own callbacks (which run on the
-// thread that started the solve); FromAnyThread also from other threads.
+// add its line here (and to the list in docs/solving.md). SolvingThread: from the solve's own
+// callbacks, which run on the thread that started the solve; AnyThread: from other threads
+// too.
 enum class AllowedFrom { SolvingThread, AnyThread };
 struct Allowance {
   const char *fn;
@@ -188,9 +189,7 @@ nvrl_problem_s *checkProblem(NVRLprob prob, const char *fn) {
   return p;
 }
 
-}  // namespace nvrl
-
-namespace nvrl {
+// The exception barrier's recording (core/entry.h).
 
 void describeCurrentException(char *buf, size_t size) noexcept {
   try {
