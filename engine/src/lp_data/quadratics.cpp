@@ -11,13 +11,19 @@ using nvrl::Check;
 
 namespace {
 
-// Sets q(i,j) to v (in either order); a zero removes the entry.
-void setEntry(nvrl::QMatrix &q, int i, int j, double v) {
-  auto key = std::minmax(i, j);
-  if (v == 0.0)
-    q.erase({key.first, key.second});
-  else
-    q[{key.first, key.second}] = v;
+// Adds (add) or sets entries of a row's quadratic part; a row left without entries has none.
+// Everything that allocates comes before the first change.
+int changeRowQ(nvrl_problem_s *p, int row, int64_t n, const int c1[], const int c2[],
+               const double v[], bool add) {
+  nvrl::Model &m = p->model;
+  static const nvrl::QMatrix kEmpty;
+  auto it = m.qrows.find(row);
+  nvrl::QEntries entries(it == m.qrows.end() ? kEmpty : it->second, n, c1, c2, v, add);
+  if (it == m.qrows.end()) it = m.qrows.try_emplace(row).first;
+  entries.applyTo(it->second);
+  if (it->second.empty()) m.qrows.erase(it);
+  nvrl::commitChange(p, true);
+  return 0;
 }
 
 int changeObjective(NVRLprob prob, const char *fn, int64_t n, const int c1[], const int c2[],
@@ -35,7 +41,8 @@ int changeObjective(NVRLprob prob, const char *fn, int64_t n, const int c1[], co
       return c.code();
   }
   if (n == 0) return 0;
-  for (int64_t k = 0; k < n; ++k) setEntry(p->model.qobj, c1[k], c2[k], v[k]);
+  nvrl::QEntries entries(p->model.qobj, n, c1, c2, v, false);
+  entries.applyTo(p->model.qobj);
   nvrl::commitChange(p, true);
   return 0;
 }
@@ -129,11 +136,7 @@ NVRL_API int NVRLaddqmatrix64(NVRLprob prob, int row, NVRLint64 ncoefs, const in
                            "rowqcoef", m.cols()))
     return c.code();
   if (ncoefs == 0) return 0;
-  nvrl::QMatrix &q = m.qrows[row];
-  nvrl::addTriplets(q, ncoefs, rowqcol1, rowqcol2, rowqcoef);
-  if (q.empty()) m.qrows.erase(row);
-  nvrl::commitChange(p, true);
-  return 0;
+  return changeRowQ(p, row, ncoefs, rowqcol1, rowqcol2, rowqcoef, true);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLchgqrowcoeff(NVRLprob prob, int row, int rowqcol1, int rowqcol2,
@@ -141,15 +144,10 @@ NVRL_API int NVRLchgqrowcoeff(NVRLprob prob, int row, int rowqcol1, int rowqcol2
   nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLchgqrowcoeff");
-  nvrl::Model &m = p->model;
   if (!c.row(row, "row") || !c.col(rowqcol1, "rowqcol1") || !c.col(rowqcol2, "rowqcol2") ||
       !c.finite(rowqcoef, "rowqcoef"))
     return c.code();
-  nvrl::QMatrix &q = m.qrows[row];
-  setEntry(q, rowqcol1, rowqcol2, rowqcoef);
-  if (q.empty()) m.qrows.erase(row);
-  nvrl::commitChange(p, true);
-  return 0;
+  return changeRowQ(p, row, 1, &rowqcol1, &rowqcol2, &rowqcoef, false);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLdelqmatrix(NVRLprob prob, int row) NVRL_TRY {
