@@ -1,5 +1,6 @@
 // Adding and deleting rows and columns: appended data, repeated entries, and deletions that
 // shift every structure referring to rows and columns.
+#include <chrono>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -71,6 +72,27 @@ TEST_F(StoreTest, AddedColumnsReachExistingRows) {
   ASSERT_EQ(NVRLgetcoef(prob, 2, 4, &v), 0);
   EXPECT_EQ(v, 2);
   EXPECT_EQ(intAttr(prob, nvrl::id::kElems), 9);
+}
+
+// Building a model one row and one column at a time is the common case: it must take time
+// in proportion to the model (tens of milliseconds here), not to its square (many seconds).
+TEST_F(StoreTest, AddingOneRowOrColumnAtATimeStaysCheap) {
+  constexpr int kCount = 30000;
+  const auto t0 = std::chrono::steady_clock::now();
+  const double zero[] = {0.0}, one[] = {1.0};
+  const NVRLint64 start[] = {0};
+  for (int j = 0; j < kCount; ++j)
+    ASSERT_EQ(NVRLaddcols64(prob, 1, 0, one, start, nullptr, nullptr, zero, one), 0);
+  const char rowtype[] = {'L'};
+  for (int i = 0; i < kCount; ++i) {
+    const int col[] = {i};
+    ASSERT_EQ(NVRLaddrows64(prob, 1, 1, rowtype, one, nullptr, start, col, one), 0);
+  }
+  const double secs =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+  EXPECT_LT(secs, 2.0);
+  EXPECT_EQ(intAttr(prob, nvrl::id::kRows), kCount);
+  EXPECT_EQ(rows(prob, kCount - 1, kCount - 1).idx, std::vector<int>{kCount - 1});
 }
 
 TEST_F(StoreTest, AddColumnsWithoutCoefficients) {

@@ -6,6 +6,7 @@
 // Problem::modelChanged() so that cached views and answers are dropped.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <map>
@@ -34,6 +35,15 @@ struct nvrl_object_s {
 };
 
 namespace nvrl {
+
+// Makes room for `more` further entries before anything is appended, so that the appends
+// cannot fail half way. Capacity at least doubles: reserving the exact size on every call
+// would copy the whole vector each time rows or columns are added one by one.
+template <class Vec>
+void reserveMore(Vec &v, size_t more) {
+  const size_t need = v.size() + more;
+  if (need > v.capacity()) v.reserve(std::max(need, 2 * v.capacity()));
+}
 
 constexpr double kInf = 1e20;
 inline bool isInfUp(double v) { return v >= kInf; }

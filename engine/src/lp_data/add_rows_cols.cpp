@@ -33,13 +33,12 @@ NVRL_API int NVRLaddrows64(NVRLprob prob, int nrows, NVRLint64 ncoefs, const cha
     return c.code();
   if (nrows == 0) return 0;
 
-  const size_t total = static_cast<size_t>(m.rows()) + nrows;
-  m.rowtype.reserve(total);
-  m.rhs.reserve(total);
-  m.range.reserve(total);
-  m.indcol.reserve(total);
-  m.indcomp.reserve(total);
-  m.rownames.reserve(total);
+  nvrl::reserveMore(m.rowtype, nrows);
+  nvrl::reserveMore(m.rhs, nrows);
+  nvrl::reserveMore(m.range, nrows);
+  nvrl::reserveMore(m.indcol, nrows);
+  nvrl::reserveMore(m.indcomp, nrows);
+  nvrl::reserveMore(m.rownames, nrows);
   nvrl::appendRows(m.A, rows, m.cols());
   for (int i = 0; i < nrows; ++i) {
     m.rowtype.push_back(rowtype[i]);
@@ -74,13 +73,12 @@ NVRL_API int NVRLaddcols64(NVRLprob prob, int ncols, NVRLint64 ncoefs, const dou
   if (ncols == 0) return 0;
 
   const int first = m.cols();
-  const size_t total = static_cast<size_t>(first) + ncols;
-  m.obj.reserve(total);
-  m.lb.reserve(total);
-  m.ub.reserve(total);
-  m.coltype.reserve(total);
-  m.limit.reserve(total);
-  m.colnames.reserve(total);
+  nvrl::reserveMore(m.obj, ncols);
+  nvrl::reserveMore(m.lb, ncols);
+  nvrl::reserveMore(m.ub, ncols);
+  nvrl::reserveMore(m.coltype, ncols);
+  nvrl::reserveMore(m.limit, ncols);
+  nvrl::reserveMore(m.colnames, ncols);
   nvrl::appendColumns(m.A, cols, first);
   for (int j = 0; j < ncols; ++j) {
     m.obj.push_back(objcoef ? objcoef[j] : 0.0);

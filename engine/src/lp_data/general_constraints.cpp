@@ -84,7 +84,7 @@ NVRL_API int NVRLaddgencons64(NVRLprob prob, int ncons, NVRLint64 ncols, NVRLint
       if (!c.finite(val[e], "val", e)) return c.code();
   }
   if (ncons == 0) return 0;
-  m.gencons.reserve(m.gencons.size() + ncons);
+  nvrl::reserveMore(m.gencons, ncons);
   for (int k = 0; k < ncons; ++k) {
     nvrl::GeneralConstraint g;
     g.type = contype[k];

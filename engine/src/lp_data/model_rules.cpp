@@ -53,8 +53,8 @@ bool checkSets(Check &c, int nsets, const char *settype, const int64_t *begin,
 
 void appendSets(Model &m, int nsets, const char *settype, const int64_t *begin,
                 const int64_t *end, const int *colind, const double *refval) {
-  m.sets.reserve(m.sets.size() + nsets);
-  m.setnames.reserve(m.setnames.size() + nsets);
+  reserveMore(m.sets, nsets);
+  reserveMore(m.setnames, nsets);
   for (int k = 0; k < nsets; ++k) {
     SpecialOrderedSet s;
     s.type = settype[k];

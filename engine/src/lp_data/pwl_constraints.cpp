@@ -53,7 +53,7 @@ NVRL_API int NVRLaddpwlcons64(NVRLprob prob, int npwls, NVRLint64 npoints, const
     }
   }
   if (npwls == 0) return 0;
-  m.pwlcons.reserve(m.pwlcons.size() + npwls);
+  nvrl::reserveMore(m.pwlcons, npwls);
   for (int k = 0; k < npwls; ++k) {
     nvrl::PwlConstraint g;
     g.col = colind[k];

@@ -129,9 +129,9 @@ void appendRows(RowMatrix &A, const Segments &rows, int ncols) {
   thread_local RowMarker marker;
   marker.prepare(ncols);
   // Reserve first: once memory is secured nothing below can fail half way.
-  A.col.reserve(A.col.size() + rows.entries());
-  A.val.reserve(A.val.size() + rows.entries());
-  A.start.reserve(A.start.size() + rows.size());
+  reserveMore(A.col, rows.entries());
+  reserveMore(A.val, rows.entries());
+  reserveMore(A.start, rows.size());
   for (int64_t k = 0; k < rows.size(); ++k) {
     marker.nextRow();
     const size_t row_begin = A.col.size();
