@@ -28,7 +28,8 @@ int change(NVRLprob prob, const char *fn, int n, const char *narg, const void *i
 
 extern "C" {
 
-NVRL_API int NVRLchgobj(NVRLprob prob, int ncols, const int colind[], const double objcoef[]) NVRL_TRY {
+NVRL_API int NVRLchgobj(NVRLprob prob, int ncols, const int colind[],
+                        const double objcoef[]) NVRL_TRY {
   return change(prob, "NVRLchgobj", ncols, "ncols", colind, "colind", objcoef, "objcoef",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < ncols; ++k) {
@@ -91,7 +92,8 @@ NVRL_API int NVRLchgrhs(NVRLprob prob, int nrows, const int rowind[], const doub
                 });
 } NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgrhsrange(NVRLprob prob, int nrows, const int rowind[], const double rng[]) NVRL_TRY {
+NVRL_API int NVRLchgrhsrange(NVRLprob prob, int nrows, const int rowind[],
+                             const double rng[]) NVRL_TRY {
   return change(prob, "NVRLchgrhsrange", nrows, "nrows", rowind, "rowind", rng, "rng",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < nrows; ++k) {
@@ -117,7 +119,8 @@ NVRL_API int NVRLchgrhsrange(NVRLprob prob, int nrows, const int rowind[], const
                 });
 } NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgrowtype(NVRLprob prob, int nrows, const int rowind[], const char rowtype[]) NVRL_TRY {
+NVRL_API int NVRLchgrowtype(NVRLprob prob, int nrows, const int rowind[],
+                            const char rowtype[]) NVRL_TRY {
   return change(prob, "NVRLchgrowtype", nrows, "nrows", rowind, "rowind", rowtype, "rowtype",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < nrows; ++k)
@@ -134,7 +137,8 @@ NVRL_API int NVRLchgrowtype(NVRLprob prob, int nrows, const int rowind[], const 
                 });
 } NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgcoltype(NVRLprob prob, int ncols, const int colind[], const char coltype[]) NVRL_TRY {
+NVRL_API int NVRLchgcoltype(NVRLprob prob, int ncols, const int colind[],
+                            const char coltype[]) NVRL_TRY {
   return change(prob, "NVRLchgcoltype", ncols, "ncols", colind, "colind", coltype, "coltype",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < ncols; ++k)
@@ -146,7 +150,8 @@ NVRL_API int NVRLchgcoltype(NVRLprob prob, int ncols, const int colind[], const 
                 });
 } NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgglblimit(NVRLprob prob, int ncols, const int colind[], const double limit[]) NVRL_TRY {
+NVRL_API int NVRLchgglblimit(NVRLprob prob, int ncols, const int colind[],
+                             const double limit[]) NVRL_TRY {
   return change(prob, "NVRLchgglblimit", ncols, "ncols", colind, "colind", limit, "limit",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < ncols; ++k) {

@@ -382,7 +382,8 @@ NVRL_API int NVRLloadqcqp64(NVRLprob prob, const char *name, int ncols, int nrow
                             const double ub[], NVRLint64 nobjqcoefs, const int objqcol1[],
                             const int objqcol2[], const double objqcoef[], int nqrows,
                             const int qrowind[], const NVRLint64 nrowqcoefs[],
-                            const int rowqcol1[], const int rowqcol2[], const double rowqcoef[]) NVRL_TRY {
+                            const int rowqcol1[], const int rowqcol2[],
+                            const double rowqcoef[]) NVRL_TRY {
   LoadInput in =
       lpInput(name, ncols, nrows, rowtype, rhs, range, obj, start, collen, rowind, rowcoef, lb, ub);
   withObjective(in, nobjqcoefs, objqcol1, objqcol2, objqcoef);

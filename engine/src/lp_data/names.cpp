@@ -103,7 +103,8 @@ int addNames(const char *fn, NVRLprob prob, int type, const char names[], int fi
 
 extern "C" {
 
-NVRL_API int NVRLaddnames(NVRLprob prob, int type, const char names[], int first, int last) NVRL_TRY {
+NVRL_API int NVRLaddnames(NVRLprob prob, int type, const char names[], int first,
+                          int last) NVRL_TRY {
   return addNames("NVRLaddnames", prob, type, names, first, last);
 } NVRL_CATCH(prob)
 

@@ -14,7 +14,8 @@ using nvrl::Check;
 extern "C" {
 
 NVRL_API int NVRLaddsets64(NVRLprob prob, int nsets, NVRLint64 nelems, const char settype[],
-                           const NVRLint64 start[], const int colind[], const double refval[]) NVRL_TRY {
+                           const NVRLint64 start[], const int colind[],
+                           const double refval[]) NVRL_TRY {
   nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLaddsets64");
