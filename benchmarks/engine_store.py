@@ -3,6 +3,8 @@
 
 Loads a 1,000,000-nonzero matrix with one NVRLloadlp64 call, then adds 100,000 rows holding
 another 1,000,000 nonzeros with one NVRLaddrows64 call, and prints the seconds each call took.
+Then builds a model one column and one row per call (50,000 of each), the way modelling
+layers add objects: the total must grow with the model, not with its square.
 
 The library is found through the environment variable NVRL_LIB (a path to libnvrl.so, for
 example build/e2/engine/libnvrl.so) or else beside the installed package nuvrel.
@@ -103,6 +105,37 @@ def main():
         sys.exit(f"unexpected sizes after the calls: {counts}, expected {expected}")
     print(f"model now: {counts['rows']} rows, {counts['columns']} columns, "
           f"{counts['nonzeros']} nonzeros")
+    single_adds(lib)
+
+
+SINGLE = 50_000
+
+
+def single_adds(lib):
+    prob = ctypes.c_void_p()
+    if lib.NVRLinit(None) != 0 or lib.NVRLcreateprob(ctypes.byref(prob)) != 0:
+        sys.exit("could not create a problem")
+    one, zero = ctypes.c_double(1.0), ctypes.c_double(0.0)
+    start = ctypes.c_int64(0)
+    t0 = time.perf_counter()
+    for _ in range(SINGLE):
+        if lib.NVRLaddcols64(prob, 1, ctypes.c_int64(0), ctypes.byref(one), ctypes.byref(start),
+                             None, None, ctypes.byref(zero), ctypes.byref(one)) != 0:
+            sys.exit("NVRLaddcols64 failed")
+    cols_seconds = time.perf_counter() - t0
+    rowtype, col = ctypes.c_char(b"L"), ctypes.c_int(0)
+    t0 = time.perf_counter()
+    for i in range(SINGLE):
+        col.value = i
+        if lib.NVRLaddrows64(prob, 1, ctypes.c_int64(1), ctypes.byref(rowtype), ctypes.byref(one),
+                             None, ctypes.byref(start), ctypes.byref(col),
+                             ctypes.byref(one)) != 0:
+            sys.exit("NVRLaddrows64 failed")
+    rows_seconds = time.perf_counter() - t0
+    lib.NVRLdestroyprob(prob)
+    lib.NVRLfree()
+    print(f"{SINGLE} single-column NVRLaddcols64 calls: {cols_seconds:.3f} s; "
+          f"{SINGLE} single-row NVRLaddrows64 calls: {rows_seconds:.3f} s")
 
 
 if __name__ == "__main__":

@@ -33,6 +33,17 @@
  * - Quadratic rows: a'x + x'Qx with Q symmetric. A triplet (i, j, v) with i != j sets
  *   Q(i,j) = Q(j,i) = v (the term 2v*x_i*x_j); (i, i, v) is the term v*x_i^2.
  * - Control and attribute ids are listed in docs/controls.md.
+ * - Threads: problems are independent and may be used on different threads at once; one
+ *   problem is used by one thread at a time. While a problem is being solved, every call that
+ *   takes it (or a nonlinear problem on top of it) fails at once, changing nothing, with the
+ *   last error "<function>: the problem is being solved; it cannot be changed or read until
+ *   the solve returns". Exceptions: NVRLinterrupt, NSLPinterrupt, NVRLgetlasterror and
+ *   NSLPgetlasterror from any thread, and NVRLaddcbmessage and NVRLremovecbmessage from the
+ *   solve's own message callbacks. A second solve, NVRLdestroyprob and NVRLcopyprob to or from
+ *   a problem being solved are refused too.
+ * - Out of memory and other unexpected failures inside the library make a call fail with the
+ *   last error "<function>: out of memory" or "<function>: internal error: ..."; the problem
+ *   is left as it was.
  */
 #ifndef NVRL_H
 #define NVRL_H

@@ -73,6 +73,24 @@ TEST_F(StoreTest, AddedColumnsReachExistingRows) {
   EXPECT_EQ(intAttr(prob, nvrl::id::kElems), 9);
 }
 
+// Building a model one row and one column at a time is the common case (its speed is in
+// benchmarks/engine_store.py): many small appends keep every row and column in place.
+TEST_F(StoreTest, AddingOneRowOrColumnAtATime) {
+  constexpr int kCount = 3000;
+  const double zero[] = {0.0}, one[] = {1.0};
+  const NVRLint64 start[] = {0};
+  for (int j = 0; j < kCount; ++j)
+    ASSERT_EQ(NVRLaddcols64(prob, 1, 0, one, start, nullptr, nullptr, zero, one), 0);
+  const char rowtype[] = {'L'};
+  for (int i = 0; i < kCount; ++i) {
+    const int col[] = {i};
+    ASSERT_EQ(NVRLaddrows64(prob, 1, 1, rowtype, one, nullptr, start, col, one), 0);
+  }
+  EXPECT_EQ(intAttr(prob, nvrl::id::kRows), kCount);
+  EXPECT_EQ(rows(prob, kCount - 1, kCount - 1).idx, std::vector<int>{kCount - 1});
+  EXPECT_EQ(rows(prob, 1234, 1234).idx, std::vector<int>{1234});
+}
+
 TEST_F(StoreTest, AddColumnsWithoutCoefficients) {
   ASSERT_EQ(NVRLaddcols64(prob, 3, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0)
       << lastError(prob);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/control_values.h"
+#include "core/entry.h"
 #include "core/environment.h"
 #include "core/ids.h"
 #include "core/text.h"
@@ -140,7 +141,7 @@ bool strAttribute(const nvrl_problem_s *, int attrib, std::string &v) {
 
 nvrl_problem_s *prepare(NVRLprob prob, const char *fn, int attrib, Access access,
                         const void *ptr) {
-  nvrl_problem_s *p = checkProblem(prob);
+  nvrl_problem_s *p = checkProblem(prob, fn);
   if (!p) return nullptr;
   if (!ptr) {
     p->fail("%s: null value pointer", fn);
@@ -166,7 +167,7 @@ using namespace nvrl;
 
 extern "C" {
 
-NVRL_API int NVRLgetintattrib(NVRLprob prob, int attrib, int *value) {
+NVRL_API int NVRLgetintattrib(NVRLprob prob, int attrib, int *value) NVRL_TRY {
   nvrl_problem_s *p = prepare(prob, "NVRLgetintattrib", attrib, Access::Integral, value);
   if (!p) return 1;
   int64_t v;
@@ -176,33 +177,33 @@ NVRL_API int NVRLgetintattrib(NVRLprob prob, int attrib, int *value) {
                    attrib, static_cast<long long>(v));
   *value = static_cast<int>(v);
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetintattrib64(NVRLprob prob, int attrib, NVRLint64 *value) {
+NVRL_API int NVRLgetintattrib64(NVRLprob prob, int attrib, NVRLint64 *value) NVRL_TRY {
   nvrl_problem_s *p = prepare(prob, "NVRLgetintattrib64", attrib, Access::Integral, value);
   if (!p) return 1;
   int64_t v;
   if (!intAttribute(p, attrib, v)) return missing(p, "NVRLgetintattrib64", attrib);
   *value = v;
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetdblattrib(NVRLprob prob, int attrib, double *value) {
+NVRL_API int NVRLgetdblattrib(NVRLprob prob, int attrib, double *value) NVRL_TRY {
   nvrl_problem_s *p = prepare(prob, "NVRLgetdblattrib", attrib, Access::Double, value);
   if (!p) return 1;
   double v;
   if (!dblAttribute(p, attrib, v)) return missing(p, "NVRLgetdblattrib", attrib);
   *value = v;
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetstrattrib(NVRLprob prob, int attrib, char *value) {
+NVRL_API int NVRLgetstrattrib(NVRLprob prob, int attrib, char *value) NVRL_TRY {
   nvrl_problem_s *p = prepare(prob, "NVRLgetstrattrib", attrib, Access::String, value);
   if (!p) return 1;
   std::string v;
   if (!strAttribute(p, attrib, v)) return missing(p, "NVRLgetstrattrib", attrib);
   copyText(value, NVRL_MAXNAMELEN, v.c_str());
   return 0;
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

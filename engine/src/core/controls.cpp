@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "core/control_values.h"
+#include "core/entry.h"
 #include "core/environment.h"
 #include "core/text.h"
 
@@ -37,7 +38,7 @@ namespace {
 // Checks the handle and resolves the id; on failure the error is recorded on the problem.
 nvrl_problem_s *prepare(NVRLprob prob, const char *fn, int id, Access access, const void *ptr,
                         const ParamInfo **info) {
-  nvrl_problem_s *p = checkProblem(prob);
+  nvrl_problem_s *p = checkProblem(prob, fn);
   if (!p) return nullptr;
   if (!ptr) {
     p->fail("%s: null value pointer", fn);
@@ -65,7 +66,7 @@ int setInt(NVRLprob prob, const char *fn, int id, int64_t value) {
 
 extern "C" {
 
-NVRL_API int NVRLgetintcontrol(NVRLprob prob, int control, int *value) {
+NVRL_API int NVRLgetintcontrol(NVRLprob prob, int control, int *value) NVRL_TRY {
   const ParamInfo *info;
   nvrl_problem_s *p = prepare(prob, "NVRLgetintcontrol", control, Access::Integral, value, &info);
   if (!p) return 1;
@@ -75,34 +76,34 @@ NVRL_API int NVRLgetintcontrol(NVRLprob prob, int control, int *value) {
                    control, info->name, static_cast<long long>(v));
   *value = static_cast<int>(v);
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetintcontrol64(NVRLprob prob, int control, NVRLint64 *value) {
+NVRL_API int NVRLgetintcontrol64(NVRLprob prob, int control, NVRLint64 *value) NVRL_TRY {
   const ParamInfo *info;
   nvrl_problem_s *p =
       prepare(prob, "NVRLgetintcontrol64", control, Access::Integral, value, &info);
   if (!p) return 1;
   *value = intValue(p->controls, *info);
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLsetintcontrol(NVRLprob prob, int control, int value) {
+NVRL_API int NVRLsetintcontrol(NVRLprob prob, int control, int value) NVRL_TRY {
   return setInt(prob, "NVRLsetintcontrol", control, value);
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLsetintcontrol64(NVRLprob prob, int control, NVRLint64 value) {
+NVRL_API int NVRLsetintcontrol64(NVRLprob prob, int control, NVRLint64 value) NVRL_TRY {
   return setInt(prob, "NVRLsetintcontrol64", control, value);
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetdblcontrol(NVRLprob prob, int control, double *value) {
+NVRL_API int NVRLgetdblcontrol(NVRLprob prob, int control, double *value) NVRL_TRY {
   const ParamInfo *info;
   nvrl_problem_s *p = prepare(prob, "NVRLgetdblcontrol", control, Access::Double, value, &info);
   if (!p) return 1;
   *value = dblValue(p->controls, *info);
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLsetdblcontrol(NVRLprob prob, int control, double value) {
+NVRL_API int NVRLsetdblcontrol(NVRLprob prob, int control, double value) NVRL_TRY {
   const ParamInfo *info;
   nvrl_problem_s *p = prepare(prob, "NVRLsetdblcontrol", control, Access::Double, &value, &info);
   if (!p) return 1;
@@ -110,17 +111,17 @@ NVRL_API int NVRLsetdblcontrol(NVRLprob prob, int control, double value) {
   if (!setDblValue(p->controls, *info, value, "NVRLsetdblcontrol", err))
     return p->fail("%s", err.c_str());
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetstrcontrol(NVRLprob prob, int control, char *value) {
+NVRL_API int NVRLgetstrcontrol(NVRLprob prob, int control, char *value) NVRL_TRY {
   const ParamInfo *info;
   nvrl_problem_s *p = prepare(prob, "NVRLgetstrcontrol", control, Access::String, value, &info);
   if (!p) return 1;
   copyText(value, NVRL_MAXNAMELEN, strValue(p->controls, *info).c_str());
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLsetstrcontrol(NVRLprob prob, int control, const char *value) {
+NVRL_API int NVRLsetstrcontrol(NVRLprob prob, int control, const char *value) NVRL_TRY {
   const ParamInfo *info;
   nvrl_problem_s *p = prepare(prob, "NVRLsetstrcontrol", control, Access::String, value, &info);
   if (!p) return 1;
@@ -128,19 +129,19 @@ NVRL_API int NVRLsetstrcontrol(NVRLprob prob, int control, const char *value) {
   if (!setStrValue(p->controls, *info, value, "NVRLsetstrcontrol", err))
     return p->fail("%s", err.c_str());
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetcalist_c(NVRLprob prob, const NVRLcaentry **list) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLgetcalist_c(NVRLprob prob, const NVRLcaentry **list) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   if (!list) return p->fail("NVRLgetcalist_c: null output pointer");
   *list = caList(ParamOwner::Optimiser);
   return 0;
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetcontrolinfo(NVRLprob prob, const char *name, int *id, int *type,
-                                int *iscontrol) {
-  nvrl_problem_s *p = checkProblem(prob);
+                                int *iscontrol) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   if (!name) return p->fail("NVRLgetcontrolinfo: null name");
   const ParamInfo *info = findParamByName(name);
@@ -151,26 +152,29 @@ NVRL_API int NVRLgetcontrolinfo(NVRLprob prob, const char *name, int *id, int *t
   if (type) *type = static_cast<int>(info->type);
   if (iscontrol) *iscontrol = info->isControl() ? 1 : 0;
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLsetdefaults(NVRLprob prob) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLsetdefaults(NVRLprob prob) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   p->controls = ControlValues();
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLcopycontrols(NVRLprob dest, NVRLprob src) {
-  nvrl_problem_s *d = checkProblem(dest);
+NVRL_API int NVRLcopycontrols(NVRLprob dest, NVRLprob src) NVRL_TRY {
+  nvrl_problem_s *d = checkProblem(dest, __func__);
   if (!d) return 1;
-  nvrl_problem_s *s = checkProblem(src);
+  nvrl_problem_s *s = checkProblem(src, __func__);
   if (!s) return d->fail("NVRLcopycontrols: invalid source problem");
-  if (d != s) d->controls = s->controls;
+  if (d != s) {
+    ControlValues copy = s->controls;  // aside first: a failed copy changes nothing
+    d->controls = std::move(copy);
+  }
   return 0;
-}
+} NVRL_CATCH(dest)
 
-NVRL_API int NVRLdumpcontrols(NVRLprob prob) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLdumpcontrols(NVRLprob prob) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   for (const ParamInfo &info : paramTable()) {
     if (info.owner != ParamOwner::Optimiser || !info.isControl()) continue;
@@ -178,6 +182,6 @@ NVRL_API int NVRLdumpcontrols(NVRLprob prob) {
       p->log(NVRL_MSG_INFO, "%s = %s", info.name, valueText(p->controls, info).c_str());
   }
   return 0;
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

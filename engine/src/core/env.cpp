@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/entry.h"
 #include "core/environment.h"
 #include "core/text.h"
 #include "interfaces/highs_c_api.h"
@@ -90,14 +91,14 @@ using nvrl::failGlobal;
 
 extern "C" {
 
-NVRL_API int NVRLinit(const char *path) {
+NVRL_API int NVRLinit(const char *path) NVRL_TRY {
   (void)path;  // nothing to locate: the library needs no data files
   std::lock_guard<std::mutex> lock(env().mu);
   ++env().startcount;
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRLfree(void) {
+NVRL_API int NVRLfree(void) NVRL_TRY {
   {
     std::lock_guard<std::mutex> lock(env().mu);
     if (env().startcount > 0) {
@@ -106,15 +107,15 @@ NVRL_API int NVRLfree(void) {
     }
   }
   return failGlobal(1, "NVRLfree: the library is not started");
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRLgetversion(char *version) {
+NVRL_API int NVRLgetversion(char *version) NVRL_TRY {
   if (!version) return failGlobal(1, "NVRLgetversion: null output buffer");
   copyText(version, NVRL_MAXVERSIONLEN, kLibraryVersion);
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRLgetbanner(char *banner) {
+NVRL_API int NVRLgetbanner(char *banner) NVRL_TRY {
   if (!banner) return failGlobal(1, "NVRLgetbanner: null output buffer");
   const char *hv = Highs_version();
   if (hv && hv[0] == 'v') ++hv;
@@ -122,35 +123,35 @@ NVRL_API int NVRLgetbanner(char *banner) {
                      (hv ? hv : "unknown") + ")";
   copyText(banner, NVRL_MAXBANNERLEN, line.c_str());
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRLgetcheckedmode(int *checked) {
+NVRL_API int NVRLgetcheckedmode(int *checked) NVRL_TRY {
   if (!checked) return failGlobal(1, "NVRLgetcheckedmode: null output pointer");
   std::lock_guard<std::mutex> lock(env().mu);
   *checked = env().checkedmode;
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRLsetcheckedmode(int checked) {
+NVRL_API int NVRLsetcheckedmode(int checked) NVRL_TRY {
   std::lock_guard<std::mutex> lock(env().mu);
   env().checkedmode = checked ? 1 : 0;
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRL_ge_setarchconsistency(int consistent) {
+NVRL_API int NVRL_ge_setarchconsistency(int consistent) NVRL_TRY {
   std::lock_guard<std::mutex> lock(env().mu);
   env().archconsistent = consistent ? 1 : 0;
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRL_ge_getarchconsistency(int *consistent) {
+NVRL_API int NVRL_ge_getarchconsistency(int *consistent) NVRL_TRY {
   if (!consistent) return failGlobal(1, "NVRL_ge_getarchconsistency: null output pointer");
   std::lock_guard<std::mutex> lock(env().mu);
   *consistent = env().archconsistent;
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRL_ge_getlasterror(int *code, char *msg, int maxbytes, int *nbytes) {
+NVRL_API int NVRL_ge_getlasterror(int *code, char *msg, int maxbytes, int *nbytes) NVRL_TRY {
   std::string text;
   int c;
   {
@@ -164,9 +165,9 @@ NVRL_API int NVRL_ge_getlasterror(int *code, char *msg, int maxbytes, int *nbyte
   if (nbytes) *nbytes = static_cast<int>(text.size()) + 1;
   if (msg && maxbytes > 0) copyText(msg, static_cast<size_t>(maxbytes), text.c_str());
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRLgetobjecttypename(NVRLobject obj, const char **name) {
+NVRL_API int NVRLgetobjecttypename(NVRLobject obj, const char **name) NVRL_TRY {
   if (!obj) return failGlobal(1, "NVRLgetobjecttypename: null object handle");
   if (!name) return failGlobal(1, "NVRLgetobjecttypename: null output pointer");
   if (!nvrl::isLiveObject(obj))
@@ -178,9 +179,9 @@ NVRL_API int NVRLgetobjecttypename(NVRLobject obj, const char **name) {
     case nvrl::ObjectKind::BranchObject: *name = "NVRLbranchobj"; return 0;
   }
   return failGlobal(1, "NVRLgetobjecttypename: unknown object kind");
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NSLPinit(const char *path) {
+NVRL_API int NSLPinit(const char *path) NVRL_TRY {
   (void)path;
   {
     std::lock_guard<std::mutex> lock(env().mu);
@@ -190,9 +191,9 @@ NVRL_API int NSLPinit(const char *path) {
     }
   }
   return failGlobal(1, "NSLPinit: the library is not started (call NVRLinit first)");
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NSLPfree(void) {
+NVRL_API int NSLPfree(void) NVRL_TRY {
   {
     std::lock_guard<std::mutex> lock(env().mu);
     if (env().slpstartcount > 0) {
@@ -201,6 +202,6 @@ NVRL_API int NSLPfree(void) {
     }
   }
   return failGlobal(1, "NSLPfree: the nonlinear solver is not started");
-}
+} NVRL_CATCH(nullptr)
 
 }  // extern "C"

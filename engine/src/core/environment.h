@@ -41,6 +41,10 @@ Environment &env();
 void registerObject(const nvrl_object_s *obj);
 void unregisterObject(const nvrl_object_s *obj);
 bool isLiveObject(const nvrl_object_s *obj);
+// A live optimiser problem (checked before the pointer is dereferenced).
+inline bool isLiveProblem(const nvrl_problem_s *p) {
+  return p && isLiveObject(p) && p->kind == ObjectKind::Problem;
+}
 // Both checks under one lock, for the per-call handle validation.
 bool isLiveAndStarted(const nvrl_object_s *obj);
 
@@ -57,6 +61,7 @@ NVRLobject environmentObject();
 
 // Validates a problem handle without requiring a started library (for the calls that must
 // keep working after the library has been released: destroy, last error, callback removal).
-nvrl_problem_s *checkProblemHandle(NVRLprob prob);
+// Refuses a problem being solved as checkProblem() does.
+nvrl_problem_s *checkProblemHandle(NVRLprob prob, const char *fn);
 
 }  // namespace nvrl

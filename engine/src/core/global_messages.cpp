@@ -3,6 +3,7 @@
 // library, including removing themselves or others.
 #include <algorithm>
 
+#include "core/entry.h"
 #include "core/environment.h"
 
 namespace nvrl {
@@ -32,7 +33,7 @@ using nvrl::env;
 
 extern "C" {
 
-NVRL_API int NVRL_ge_addcbmsghandler(NVRLgemsghandler handler, void *data, int priority) {
+NVRL_API int NVRL_ge_addcbmsghandler(NVRLgemsghandler handler, void *data, int priority) NVRL_TRY {
   if (!handler) return nvrl::failGlobal(1, "NVRL_ge_addcbmsghandler: null handler");
   std::lock_guard<std::mutex> lock(env().mu);
   auto &hs = env().handlers;
@@ -41,9 +42,9 @@ NVRL_API int NVRL_ge_addcbmsghandler(NVRLgemsghandler handler, void *data, int p
                           [&](const nvrl::GlobalHandler &g) { return g.priority < priority; });
   hs.insert(pos, nvrl::GlobalHandler{handler, data, priority, env().next_serial++});
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NVRL_ge_removecbmsghandler(NVRLgemsghandler handler, void *data) {
+NVRL_API int NVRL_ge_removecbmsghandler(NVRLgemsghandler handler, void *data) NVRL_TRY {
   std::lock_guard<std::mutex> lock(env().mu);
   auto &hs = env().handlers;
   hs.erase(std::remove_if(hs.begin(), hs.end(),
@@ -52,6 +53,6 @@ NVRL_API int NVRL_ge_removecbmsghandler(NVRLgemsghandler handler, void *data) {
                           }),
            hs.end());
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
 }  // extern "C"

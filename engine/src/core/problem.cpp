@@ -4,7 +4,11 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <exception>
+#include <new>
 
+#include "core/entry.h"
 #include "core/environment.h"
 #include "core/text.h"
 #include "lp_data/store.h"
@@ -28,11 +32,36 @@ NVRL_EXPORTED nvrl_problem_s::~nvrl_problem_s() {
 NVRL_EXPORTED int nvrl_problem_s::fail(const char *fmt, ...) {
   va_list ap;
   va_start(ap, fmt);
-  lasterror = nvrl::vformat(fmt, ap);
+  std::string msg = nvrl::vformat(fmt, ap);
   va_end(ap);
+  std::lock_guard<std::mutex> lock(errmu);
+  lasterror.swap(msg);
   lasterror_code = 1;
   // Not logged: the caller gets the failure through the return code and the last error, and a
   // wrapper that turns it into an exception would otherwise show every message twice.
+  return 1;
+}
+
+NVRL_EXPORTED void nvrl_problem_s::clearError() {
+  std::lock_guard<std::mutex> lock(errmu);
+  lasterror_code = 0;
+  lasterror.clear();
+}
+
+int nvrl_problem_s::failException(const char *fn) noexcept {
+  char what[512];
+  nvrl::describeCurrentException(what, sizeof what);
+  char line[768];
+  std::snprintf(line, sizeof line, "%s: %s", fn, what);
+  std::lock_guard<std::mutex> lock(errmu);
+  lasterror_code = 1;
+  // assign() reuses the string's storage when it is large enough; when memory is too short
+  // even for the message, the code alone tells the failure.
+  lasterror.clear();
+  try {
+    lasterror.assign(line);
+  } catch (...) {
+  }
   return 1;
 }
 
@@ -65,9 +94,75 @@ NVRL_EXPORTED void nvrl_problem_s::logLine(int msgtype, const std::string &line)
   nvrl::dispatchGlobal(this, msgtype, line.c_str(), static_cast<int>(line.size()));
 }
 
+void nvrl_problem_s::logAfterCommit(int msgtype, const std::string &line) noexcept {
+  try {
+    logLine(msgtype, line);
+  } catch (...) {
+  }
+}
+
 namespace nvrl {
 
-nvrl_problem_s *checkProblemHandle(NVRLprob prob) {
+namespace {
+
+// Calls allowed on a problem while it is being solved; every other call that takes the
+// problem (or a nonlinear problem on top of it) is refused at once. To allow another call,
+// add its line here (and to the list in docs/solving.md). SolvingThread: from the solve's own
+// callbacks, which run on the thread that started the solve; AnyThread: from other threads
+// too.
+enum class AllowedFrom { SolvingThread, AnyThread };
+struct Allowance {
+  const char *fn;
+  AllowedFrom from;
+};
+constexpr Allowance kAllowedWhileSolving[] = {
+    {"NVRLinterrupt", AllowedFrom::AnyThread},
+    {"NVRLgetlasterror", AllowedFrom::AnyThread},
+    {"NVRLaddcbmessage", AllowedFrom::SolvingThread},
+    {"NVRLremovecbmessage", AllowedFrom::SolvingThread},
+    {"NSLPinterrupt", AllowedFrom::AnyThread},
+    {"NSLPgetlasterror", AllowedFrom::AnyThread},
+};
+
+// Its address identifies the calling thread.
+thread_local char t_thread_token;
+
+int refuse(nvrl_problem_s *p, const char *fn) { return p->fail(NVRL_SOLVING_REFUSAL, fn); }
+
+}  // namespace
+
+bool allowedNow(const nvrl_problem_s *p, const char *fn) {
+  const void *solver = p->solving_thread.load(std::memory_order_acquire);
+  if (!solver) return true;
+  for (const Allowance &a : kAllowedWhileSolving)
+    if (std::strcmp(a.fn, fn) == 0)
+      return a.from == AllowedFrom::AnyThread || solver == &t_thread_token;
+  return false;
+}
+
+bool refusedWhileSolving(nvrl_problem_s *p, const char *fn) {
+  if (allowedNow(p, fn)) return false;
+  refuse(p, fn);
+  return true;
+}
+
+SolveMarker::SolveMarker(nvrl_problem_s *p, const char *fn) : p_(p) {
+  const void *idle = nullptr;
+  acquired_ = p->solving_thread.compare_exchange_strong(idle, &t_thread_token,
+                                                        std::memory_order_acq_rel);
+  if (!acquired_) refuse(p, fn);
+}
+
+SolveMarker::~SolveMarker() {
+  if (!acquired_) return;
+  if (!finished_) {
+    p_->highs.reset();
+    p_->sol.clear();
+  }
+  p_->solving_thread.store(nullptr, std::memory_order_release);
+}
+
+nvrl_problem_s *checkProblemHandle(NVRLprob prob, const char *fn) {
   if (!prob) {
     failGlobal(1, "Null problem handle");
     return nullptr;
@@ -76,21 +171,55 @@ nvrl_problem_s *checkProblemHandle(NVRLprob prob) {
     failGlobal(1, "Invalid or destroyed problem handle");
     return nullptr;
   }
-  return prob;
+  return refusedWhileSolving(prob, fn) ? nullptr : prob;
 }
 
-nvrl_problem_s *checkProblem(NVRLprob prob) {
+nvrl_problem_s *checkProblem(NVRLprob prob, const char *fn) {
   // Fast path: one lock, and the pointer is dereferenced only once it is known to be live.
-  if (prob && isLiveAndStarted(prob) && prob->kind == ObjectKind::Problem) return prob;
-  nvrl_problem_s *p = checkProblemHandle(prob);
+  if (prob && isLiveAndStarted(prob) && prob->kind == ObjectKind::Problem)
+    return prob->busy() && refusedWhileSolving(prob, fn) ? nullptr : prob;
+  nvrl_problem_s *p = checkProblemHandle(prob, fn);
   if (p && !libraryStarted()) {
     // Recorded on the problem too, so that NVRLgetlasterror explains the failure.
-    p->lasterror = "The library is not started (NVRLinit has not been called or was released)";
-    p->lasterror_code = 1;
-    failGlobal(1, "%s", p->lasterror.c_str());
+    const char *msg = "The library is not started (NVRLinit has not been called or was released)";
+    p->fail("%s", msg);
+    failGlobal(1, "%s", msg);
     return nullptr;
   }
   return p;
+}
+
+// The exception barrier's recording (core/entry.h).
+
+void describeCurrentException(char *buf, size_t size) noexcept {
+  try {
+    throw;
+  } catch (const std::bad_alloc &) {
+    std::snprintf(buf, size, "out of memory");
+  } catch (const EngineError &e) {
+    std::snprintf(buf, size, "%s", e.what());
+  } catch (const std::exception &e) {
+    std::snprintf(buf, size, "internal error: %s", e.what());
+  } catch (...) {
+    std::snprintf(buf, size, "internal error: unknown exception");
+  }
+}
+
+int entryFailed(const char *fn, NVRLprob prob) noexcept {
+  // The handle is trusted only once it is known to be a live problem.
+  if (prob && isLiveObject(prob) && prob->kind == ObjectKind::Problem)
+    return prob->failException(fn);
+  return entryFailed(fn, nullptr);
+}
+
+int entryFailed(const char *fn, std::nullptr_t) noexcept {
+  char what[512];
+  describeCurrentException(what, sizeof what);
+  try {
+    failGlobal(1, "%s: %s", fn, what);
+  } catch (...) {
+  }
+  return 1;
 }
 
 }  // namespace nvrl

@@ -6,6 +6,7 @@
 // Problem::modelChanged() so that cached views and answers are dropped.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <map>
@@ -34,6 +35,15 @@ struct nvrl_object_s {
 };
 
 namespace nvrl {
+
+// Makes room for `more` further entries before anything is appended, so that the appends
+// cannot fail half way. Capacity at least doubles: reserving the exact size on every call
+// would copy the whole vector each time rows or columns are added one by one.
+template <class Vec>
+void reserveMore(Vec &v, size_t more) {
+  const size_t need = v.size() + more;
+  if (need > v.capacity()) v.reserve(std::max(need, 2 * v.capacity()));
+}
 
 constexpr double kInf = 1e20;
 inline bool isInfUp(double v) { return v >= kInf; }
@@ -162,29 +172,77 @@ struct nvrl_problem_s : nvrl_object_s {
   nvrl::ControlValues controls;
   std::vector<nvrl::MessageCallback> msgcbs;  // sorted by priority, highest first
 
-  int lasterror_code = 0;
+  // Written by fail() and clearError() and read by NVRLgetlasterror under errmu: a call
+  // refused because of a running solve records its error from another thread. Success paths
+  // never touch them.
+  std::mutex errmu;
+  std::atomic<int> lasterror_code{0};
   std::string lasterror;
 
   // Set by NVRLinterrupt or the SIGINT handler; the running solve polls it.
   std::atomic<int> interrupt_reason{0};
+  // Non-null while a solve runs: identifies the solving thread (see SolveMarker).
+  std::atomic<const void *> solving_thread{nullptr};
   std::unique_ptr<nvrl::HighsSession> highs;  // created lazily by the solver
   // Incremented by modelChanged(); the solver compares it with what it last lowered.
   uint64_t version = 0;
 
   // Records an error (message formatted printf-style) and returns its non-zero code.
   int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));
-  void clearError() { lasterror_code = 0; lasterror.clear(); }
+  void clearError();
+  // Records "fn: message" for an exception that reached an entry point; never throws.
+  int failException(const char *fn) noexcept;
+  bool busy() const { return solving_thread.load(std::memory_order_acquire) != nullptr; }
   // Drops answers and cached views after any change to the model.
   void modelChanged();
   // Sends one log line to the problem's callbacks and the global handlers.
   void log(int msgtype, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
   void logLine(int msgtype, const std::string &line);
+  // For a line logged after a change has been committed: a call that has changed the problem
+  // must not fail, so a line that cannot be delivered for want of memory is dropped.
+  void logAfterCommit(int msgtype, const std::string &line) noexcept;
 };
 
 namespace nvrl {
 
-// Validates a handle; on failure records a global error and returns null.
-nvrl_problem_s *checkProblem(NVRLprob prob);
+// Validates a handle for the entry point fn; on failure records a global error and returns
+// null. A problem that is being solved is refused (recorded on the problem, null returned)
+// unless fn is allowed during a solve (the allowance table in core/problem.cpp).
+nvrl_problem_s *checkProblem(NVRLprob prob, const char *fn);
+
+// Whether fn may run on p now: p is not being solved, or the allowance table lets fn run
+// from the calling thread during the solve.
+bool allowedNow(const nvrl_problem_s *p, const char *fn);
+
+// The message of a call refused during a solve (printf format taking the function's name).
+#define NVRL_SOLVING_REFUSAL \
+  "%s: the problem is being solved; it cannot be changed or read until the solve returns"
+
+// Refuses fn on p when p is being solved and fn is not allowed from the calling thread:
+// records the error on p and returns true. For handles checked by other means.
+bool refusedWhileSolving(nvrl_problem_s *p, const char *fn);
+
+// Marks a problem as being solved for the lifetime of the marker, recording the calling
+// thread as the solving thread. Every solver (linear, mixed-integer, nonlinear) takes one
+// before it touches the problem; a problem already being solved is not marked again and
+// the refusal is recorded on it (check acquired()).
+class SolveMarker {
+ public:
+  SolveMarker(nvrl_problem_s *p, const char *fn);
+  ~SolveMarker();
+  SolveMarker(const SolveMarker &) = delete;
+  SolveMarker &operator=(const SolveMarker &) = delete;
+  bool acquired() const { return acquired_; }
+  // The solve ran to its end (with or without a verdict). A marker destroyed without this
+  // is unwinding an exception: the HiGHS session and the answers of the interrupted solve are
+  // dropped, so the next solve starts from a fresh HiGHS instance.
+  void finished() { finished_ = true; }
+
+ private:
+  nvrl_problem_s *p_;
+  bool acquired_ = false;
+  bool finished_ = false;
+};
 
 // Global error (environment calls and invalid handles).
 int failGlobal(int code, const char *fmt, ...) __attribute__((format(printf, 2, 3)));

@@ -3,11 +3,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <new>
-#include <sstream>
+#include <memory>
 #include <string>
 
+#include "core/entry.h"
 #include "core/problem.h"
 #include "io/lp_reader.h"
 #include "io/lp_writer.h"
@@ -50,20 +49,28 @@ bool fileExists(const std::string &path) {
   return true;
 }
 
+struct FileCloser {
+  void operator()(std::FILE *f) const { std::fclose(f); }
+};
+
+// Plain stdio rather than a stream: a stream swallows running out of memory and would hand
+// back part of the file as if it were all of it.
 bool readWholeFile(const std::string &path, std::string &content) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return false;
-  std::ostringstream buffer;
-  buffer << in.rdbuf();
-  if (in.bad()) return false;
-  content = std::move(buffer).str();
+  std::unique_ptr<std::FILE, FileCloser> f(std::fopen(path.c_str(), "rb"));
+  if (!f) return false;
+  std::string text;
+  char chunk[1 << 16];
+  size_t got;
+  while ((got = std::fread(chunk, 1, sizeof chunk, f.get())) > 0) text.append(chunk, got);
+  if (std::ferror(f.get())) return false;
+  content = std::move(text);
   return true;
 }
 
 }  // namespace
 
-int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   if (!filename || !*filename) return p->fail("NVRLreadprob: no file name given");
   char format = 0;  // 'l' LP, 'm' MPS, 0 from the file name
@@ -107,15 +114,13 @@ int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags) {
   } catch (const nvrl::io::ParseError &e) {
     if (e.line > 0) return p->fail("%s:%d: %s", path.c_str(), e.line, e.what());
     return p->fail("%s: %s", path.c_str(), e.what());
-  } catch (const std::bad_alloc &) {
-    return p->fail("%s: not enough memory to read the problem", path.c_str());
   }
   p->modelChanged();
   return 0;
-}
+} NVRL_CATCH(prob)
 
-int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   if (!filename || !*filename) return p->fail("NVRLwriteprob: no file name given");
   bool lp = false;
@@ -132,8 +137,6 @@ int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags) {
     text = lp ? nvrl::io::writeLp(p->model) : nvrl::io::writeMps(p->model);
   } catch (const nvrl::io::WriteError &e) {
     return p->fail("Cannot write '%s': %s", path.c_str(), e.what());
-  } catch (const std::bad_alloc &) {
-    return p->fail("Cannot write '%s': not enough memory", path.c_str());
   }
   std::FILE *f = std::fopen(path.c_str(), "wb");
   if (!f) return p->fail("Cannot open '%s' for writing: %s", path.c_str(), std::strerror(errno));
@@ -142,4 +145,4 @@ int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags) {
   ok = (std::fclose(f) == 0) && ok;
   if (!ok) return p->fail("Cannot write '%s': %s", path.c_str(), std::strerror(err));
   return 0;
-}
+} NVRL_CATCH(prob)

@@ -1,5 +1,6 @@
 // Changes to objective, bounds, right-hand sides, ranges and types. Each call checks all its
 // entries first; entries are then applied in order, so a repeated index keeps the last value.
+#include "core/entry.h"
 #include "lp_data/check.h"
 #include "lp_data/model_rules.h"
 #include "lp_data/store_cache.h"
@@ -12,24 +13,23 @@ namespace {
 template <class Body>
 int change(NVRLprob prob, const char *fn, int n, const char *narg, const void *idx,
            const char *idxarg, const void *vals, const char *valarg, Body &&body) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+  nvrl_problem_s *p = nvrl::checkProblem(prob, fn);
   if (!p) return 1;
   Check c(p, fn);
-  return nvrl::guarded(c, [&]() -> int {
-    if (!c.count(n, narg) || !c.array(idx, n, idxarg) || !c.array(vals, n, valarg))
-      return c.code();
-    if (n == 0) return 0;
-    const int rc = body(c, p->model);
-    if (rc == 0) nvrl::commitChange(p, true);
-    return rc;
-  });
+  if (!c.count(n, narg) || !c.array(idx, n, idxarg) || !c.array(vals, n, valarg))
+    return c.code();
+  if (n == 0) return 0;
+  const int rc = body(c, p->model);
+  if (rc == 0) nvrl::commitChange(p, true);
+  return rc;
 }
 
 }  // namespace
 
 extern "C" {
 
-NVRL_API int NVRLchgobj(NVRLprob prob, int ncols, const int colind[], const double objcoef[]) {
+NVRL_API int NVRLchgobj(NVRLprob prob, int ncols, const int colind[],
+                        const double objcoef[]) NVRL_TRY {
   return change(prob, "NVRLchgobj", ncols, "ncols", colind, "colind", objcoef, "objcoef",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < ncols; ++k) {
@@ -45,10 +45,10 @@ NVRL_API int NVRLchgobj(NVRLprob prob, int ncols, const int colind[], const doub
                   }
                   return 0;
                 });
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgobjsense(NVRLprob prob, int objsense) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+NVRL_API int NVRLchgobjsense(NVRLprob prob, int objsense) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLchgobjsense");
   if (objsense != 1 && objsense != -1)
@@ -58,10 +58,10 @@ NVRL_API int NVRLchgobjsense(NVRLprob prob, int objsense) {
     nvrl::commitChange(p, true);
   }
   return 0;
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLchgbounds(NVRLprob prob, int nbounds, const int colind[], const char bndtype[],
-                           const double bndval[]) {
+                           const double bndval[]) NVRL_TRY {
   return change(prob, "NVRLchgbounds", nbounds, "nbounds", colind, "colind", bndval, "bndval",
                 [&](Check &c, nvrl::Model &m) -> int {
                   if (!c.given(bndtype, "bndtype")) return c.code();
@@ -79,9 +79,9 @@ NVRL_API int NVRLchgbounds(NVRLprob prob, int nbounds, const int colind[], const
                   }
                   return 0;
                 });
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgrhs(NVRLprob prob, int nrows, const int rowind[], const double rhs[]) {
+NVRL_API int NVRLchgrhs(NVRLprob prob, int nrows, const int rowind[], const double rhs[]) NVRL_TRY {
   return change(prob, "NVRLchgrhs", nrows, "nrows", rowind, "rowind", rhs, "rhs",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < nrows; ++k)
@@ -90,9 +90,10 @@ NVRL_API int NVRLchgrhs(NVRLprob prob, int nrows, const int rowind[], const doub
                   for (int k = 0; k < nrows; ++k) m.rhs[rowind[k]] = nvrl::normInf(rhs[k]);
                   return 0;
                 });
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgrhsrange(NVRLprob prob, int nrows, const int rowind[], const double rng[]) {
+NVRL_API int NVRLchgrhsrange(NVRLprob prob, int nrows, const int rowind[],
+                             const double rng[]) NVRL_TRY {
   return change(prob, "NVRLchgrhsrange", nrows, "nrows", rowind, "rowind", rng, "rng",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < nrows; ++k) {
@@ -116,9 +117,10 @@ NVRL_API int NVRLchgrhsrange(NVRLprob prob, int nrows, const int rowind[], const
                   }
                   return 0;
                 });
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgrowtype(NVRLprob prob, int nrows, const int rowind[], const char rowtype[]) {
+NVRL_API int NVRLchgrowtype(NVRLprob prob, int nrows, const int rowind[],
+                            const char rowtype[]) NVRL_TRY {
   return change(prob, "NVRLchgrowtype", nrows, "nrows", rowind, "rowind", rowtype, "rowtype",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < nrows; ++k)
@@ -133,9 +135,10 @@ NVRL_API int NVRLchgrowtype(NVRLprob prob, int nrows, const int rowind[], const 
                   }
                   return 0;
                 });
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgcoltype(NVRLprob prob, int ncols, const int colind[], const char coltype[]) {
+NVRL_API int NVRLchgcoltype(NVRLprob prob, int ncols, const int colind[],
+                            const char coltype[]) NVRL_TRY {
   return change(prob, "NVRLchgcoltype", ncols, "ncols", colind, "colind", coltype, "coltype",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < ncols; ++k)
@@ -145,9 +148,10 @@ NVRL_API int NVRLchgcoltype(NVRLprob prob, int ncols, const int colind[], const 
                     nvrl::applyColType(m, colind[k], coltype[k], m.limit[colind[k]]);
                   return 0;
                 });
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLchgglblimit(NVRLprob prob, int ncols, const int colind[], const double limit[]) {
+NVRL_API int NVRLchgglblimit(NVRLprob prob, int ncols, const int colind[],
+                             const double limit[]) NVRL_TRY {
   return change(prob, "NVRLchgglblimit", ncols, "ncols", colind, "colind", limit, "limit",
                 [&](Check &c, nvrl::Model &m) -> int {
                   for (int k = 0; k < ncols; ++k) {
@@ -162,6 +166,6 @@ NVRL_API int NVRLchgglblimit(NVRLprob prob, int ncols, const int colind[], const
                   for (int k = 0; k < ncols; ++k) m.limit[colind[k]] = limit[k];
                   return 0;
                 });
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

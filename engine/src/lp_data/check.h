@@ -4,8 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <new>
-#include <stdexcept>
 #include <string>
 
 #include "core/problem.h"
@@ -18,7 +16,10 @@ class Check {
 
   // Records "fn: message" and returns the error code.
   int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));
-  int code() const { return p_->lasterror_code ? p_->lasterror_code : 1; }
+  int code() const {
+    const int c = p_->lasterror_code;
+    return c ? c : 1;
+  }
   const char *fn() const { return fn_; }
 
   bool count(int64_t n, const char *arg);                       // n >= 0
@@ -58,18 +59,5 @@ class Check {
 // refuse, described with the names of its row and column; empty when there is none. Used on
 // models read from files, which do not pass through the argument checks.
 std::string coefficientProblem(const Model &m);
-
-// Runs an API body; out-of-memory and other exceptions become errors instead of crossing the
-// C boundary.
-template <class Body>
-int guarded(Check &c, Body &&body) {
-  try {
-    return body();
-  } catch (const std::bad_alloc &) {
-    return c.fail("out of memory");
-  } catch (const std::exception &e) {
-    return c.fail("internal error: %s", e.what());
-  }
-}
 
 }  // namespace nvrl

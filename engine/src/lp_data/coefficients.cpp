@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "core/entry.h"
 #include "lp_data/check.h"
 #include "lp_data/store_cache.h"
 
@@ -96,44 +97,42 @@ constexpr ArgNames kArrayArgs{"rowind", "colind", "rowcoef", false};
 
 int changeCoefs(NVRLprob prob, const char *fn, int64_t n, const int rowind[], const int colind[],
                 const double rowcoef[], const ArgNames &a = kArrayArgs) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+  nvrl_problem_s *p = nvrl::checkProblem(prob, fn);
   if (!p) return 1;
   Check c(p, fn);
-  return nvrl::guarded(c, [&]() -> int {
-    if (!c.count(n, "ncoefs") || !c.array(rowind, n, "rowind") || !c.array(colind, n, "colind") ||
-        !c.array(rowcoef, n, "rowcoef"))
+  if (!c.count(n, "ncoefs") || !c.array(rowind, n, "rowind") || !c.array(colind, n, "colind") ||
+      !c.array(rowcoef, n, "rowcoef"))
+    return c.code();
+  for (int64_t k = 0; k < n; ++k) {
+    const int64_t at = a.scalar ? -1 : k;
+    if (!c.row(rowind[k], a.row, at) || !c.col(colind[k], a.col, at) ||
+        !c.coefficient(rowcoef[k], a.val, at))
       return c.code();
-    for (int64_t k = 0; k < n; ++k) {
-      const int64_t at = a.scalar ? -1 : k;
-      if (!c.row(rowind[k], a.row, at) || !c.col(colind[k], a.col, at) ||
-          !c.coefficient(rowcoef[k], a.val, at))
-        return c.code();
-    }
-    if (n == 0) return 0;
-    std::vector<Change> ch(n);
-    for (int64_t k = 0; k < n; ++k) ch[k] = Change{rowind[k], colind[k], rowcoef[k], -1};
-    applyChanges(p->model.A, ch);
-    nvrl::commitChange(p, true);
-    return 0;
-  });
+  }
+  if (n == 0) return 0;
+  std::vector<Change> ch(n);
+  for (int64_t k = 0; k < n; ++k) ch[k] = Change{rowind[k], colind[k], rowcoef[k], -1};
+  applyChanges(p->model.A, ch);
+  nvrl::commitChange(p, true);
+  return 0;
 }
 
 }  // namespace
 
 extern "C" {
 
-NVRL_API int NVRLchgcoef(NVRLprob prob, int row, int col, double coef) {
+NVRL_API int NVRLchgcoef(NVRLprob prob, int row, int col, double coef) NVRL_TRY {
   return changeCoefs(prob, "NVRLchgcoef", 1, &row, &col, &coef, {"row", "col", "coef", true});
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLchgmcoef(NVRLprob prob, int ncoefs, const int rowind[], const int colind[],
-                          const double rowcoef[]) {
+                          const double rowcoef[]) NVRL_TRY {
   return changeCoefs(prob, "NVRLchgmcoef", ncoefs, rowind, colind, rowcoef);
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLchgmcoef64(NVRLprob prob, NVRLint64 ncoefs, const int rowind[],
-                            const int colind[], const double rowcoef[]) {
+                            const int colind[], const double rowcoef[]) NVRL_TRY {
   return changeCoefs(prob, "NVRLchgmcoef64", ncoefs, rowind, colind, rowcoef);
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

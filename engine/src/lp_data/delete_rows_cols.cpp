@@ -1,4 +1,5 @@
 // Deleting rows and columns: one compaction pass over every structure that refers to them.
+#include "core/entry.h"
 #include "lp_data/check.h"
 #include "lp_data/renumber.h"
 #include "lp_data/store_cache.h"
@@ -94,79 +95,86 @@ bool checkColumnUses(Check &c, const nvrl::Model &m, const std::vector<int> &map
 
 extern "C" {
 
-NVRL_API int NVRLdelrows(NVRLprob prob, int nrows, const int rowind[]) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+NVRL_API int NVRLdelrows(NVRLprob prob, int nrows, const int rowind[]) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLdelrows");
-  return nvrl::guarded(c, [&]() -> int {
-    nvrl::Model &m = p->model;
-    if (!c.deletion(rowind, nrows, "nrows", "rowind", m.rows(), "row")) return c.code();
-    if (nrows == 0) return 0;
-    const std::vector<int> map = nvrl::renumbering(m.rows(), rowind, nrows);
-    std::map<int, nvrl::QMatrix> qrows;
-    for (auto &[r, q] : m.qrows)
-      if (map[r] >= 0) qrows.emplace_hint(qrows.end(), map[r], std::move(q));
-    m.qrows = std::move(qrows);
-    compactMatrix(m.A, &map, nullptr);
-    nvrl::compactByMap(m.rowtype, map);
-    nvrl::compactByMap(m.rhs, map);
-    nvrl::compactByMap(m.range, map);
-    nvrl::compactByMap(m.indcol, map);  // an indicator goes with its row
-    nvrl::compactByMap(m.indcomp, map);
-    nvrl::compactByMap(m.rownames, map);
-    nvrl::commitChange(p, false);
-    return 0;
-  });
-}
+  nvrl::Model &m = p->model;
+  if (!c.deletion(rowind, nrows, "nrows", "rowind", m.rows(), "row")) return c.code();
+  if (nrows == 0) return 0;
+  const std::vector<int> map = nvrl::renumbering(m.rows(), rowind, nrows);
+  // Nothing below allocates: quadratic rows move as nodes under their new numbers, and the
+  // compactions only shrink.
+  std::map<int, nvrl::QMatrix> qrows;
+  for (auto it = m.qrows.begin(); it != m.qrows.end();) {
+    auto node = m.qrows.extract(it++);
+    if (map[node.key()] < 0) continue;
+    node.key() = map[node.key()];
+    qrows.insert(qrows.end(), std::move(node));
+  }
+  m.qrows = std::move(qrows);
+  compactMatrix(m.A, &map, nullptr);
+  nvrl::compactByMap(m.rowtype, map);
+  nvrl::compactByMap(m.rhs, map);
+  nvrl::compactByMap(m.range, map);
+  nvrl::compactByMap(m.indcol, map);  // an indicator goes with its row
+  nvrl::compactByMap(m.indcomp, map);
+  nvrl::compactByMap(m.rownames, map);
+  nvrl::commitChange(p, false);
+  return 0;
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLdelcols");
-  return nvrl::guarded(c, [&]() -> int {
-    nvrl::Model &m = p->model;
-    if (!c.deletion(colind, ncols, "ncols", "colind", m.cols(), "column")) return c.code();
-    if (ncols == 0) return 0;
-    const std::vector<int> map = nvrl::renumbering(m.cols(), colind, ncols);
-    if (!checkColumnUses(c, m, map)) return c.code();
+  nvrl::Model &m = p->model;
+  if (!c.deletion(colind, ncols, "ncols", "colind", m.cols(), "column")) return c.code();
+  if (ncols == 0) return 0;
+  const std::vector<int> map = nvrl::renumbering(m.cols(), colind, ncols);
+  if (!checkColumnUses(c, m, map)) return c.code();
+  // The renumbered quadratic parts are built before anything changes: from here on nothing
+  // allocates.
+  nvrl::QMatrix qobj = nvrl::renumberQ(m.qobj, map);
+  std::map<int, nvrl::QMatrix> qrows;
+  for (const auto &[r, q] : m.qrows) {
+    nvrl::QMatrix renumbered = nvrl::renumberQ(q, map);
+    if (!renumbered.empty()) qrows.emplace_hint(qrows.end(), r, std::move(renumbered));
+  }
 
-    compactMatrix(m.A, nullptr, &map);
-    nvrl::compactByMap(m.obj, map);
-    nvrl::compactByMap(m.lb, map);
-    nvrl::compactByMap(m.ub, map);
-    nvrl::compactByMap(m.coltype, map);
-    nvrl::compactByMap(m.limit, map);
-    nvrl::compactByMap(m.colnames, map);
-    m.qobj = nvrl::renumberQ(m.qobj, map);
-    for (auto it = m.qrows.begin(); it != m.qrows.end();) {
-      it->second = nvrl::renumberQ(it->second, map);
-      it = it->second.empty() ? m.qrows.erase(it) : std::next(it);
+  compactMatrix(m.A, nullptr, &map);
+  nvrl::compactByMap(m.obj, map);
+  nvrl::compactByMap(m.lb, map);
+  nvrl::compactByMap(m.ub, map);
+  nvrl::compactByMap(m.coltype, map);
+  nvrl::compactByMap(m.limit, map);
+  nvrl::compactByMap(m.colnames, map);
+  m.qobj = std::move(qobj);
+  m.qrows = std::move(qrows);
+  // Sets lose deleted members but stay, so set indices do not move.
+  for (auto &s : m.sets) {
+    size_t w = 0;
+    for (size_t k = 0; k < s.cols.size(); ++k) {
+      if (map[s.cols[k]] < 0) continue;
+      s.cols[w] = map[s.cols[k]];
+      s.refs[w] = s.refs[k];
+      ++w;
     }
-    // Sets lose deleted members but stay, so set indices do not move.
-    for (auto &s : m.sets) {
-      size_t w = 0;
-      for (size_t k = 0; k < s.cols.size(); ++k) {
-        if (map[s.cols[k]] < 0) continue;
-        s.cols[w] = map[s.cols[k]];
-        s.refs[w] = s.refs[k];
-        ++w;
-      }
-      s.cols.resize(w);
-      s.refs.resize(w);
-    }
-    for (int r = 0; r < m.rows(); ++r)
-      if (m.indcomp[r] != 0) m.indcol[r] = map[m.indcol[r]];
-    for (auto &g : m.gencons) {
-      g.resultant = map[g.resultant];
-      for (int &j : g.cols) j = map[j];
-    }
-    for (auto &g : m.pwlcons) {
-      g.col = map[g.col];
-      g.resultant = map[g.resultant];
-    }
-    nvrl::commitChange(p, false);
-    return 0;
-  });
-}
+    s.cols.resize(w);
+    s.refs.resize(w);
+  }
+  for (int r = 0; r < m.rows(); ++r)
+    if (m.indcomp[r] != 0) m.indcol[r] = map[m.indcol[r]];
+  for (auto &g : m.gencons) {
+    g.resultant = map[g.resultant];
+    for (int &j : g.cols) j = map[j];
+  }
+  for (auto &g : m.pwlcons) {
+    g.col = map[g.col];
+    g.resultant = map[g.resultant];
+  }
+  nvrl::commitChange(p, false);
+  return 0;
+} NVRL_CATCH(prob)
 
 }  // extern "C"

@@ -1,4 +1,5 @@
 // Indicator constraints: a row that must hold only when its binary column takes a value.
+#include "core/entry.h"
 #include "lp_data/check.h"
 #include "lp_data/store_cache.h"
 
@@ -7,39 +8,37 @@ using nvrl::Check;
 extern "C" {
 
 NVRL_API int NVRLsetindicators(NVRLprob prob, int nrows, const int rowind[], const int colind[],
-                               const int complement[]) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+                               const int complement[]) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLsetindicators");
-  return nvrl::guarded(c, [&]() -> int {
-    nvrl::Model &m = p->model;
-    if (!c.count(nrows, "nrows") || !c.array(rowind, nrows, "rowind") ||
-        !c.array(colind, nrows, "colind") || !c.array(complement, nrows, "complement"))
-      return c.code();
-    for (int k = 0; k < nrows; ++k) {
-      if (!c.row(rowind[k], "rowind", k)) return c.code();
-      const int comp = complement[k];
-      if (comp != 0 && comp != 1 && comp != -1)
-        return c.fail("complement[%d] = %d must be 1 (row holds when the column is 1), -1 (when "
-                      "it is 0) or 0 (no indicator)",
-                      k, comp);
-      // The column only matters when an indicator is set.
-      if (comp != 0 && !c.col(colind[k], "colind", k)) return c.code();
-    }
-    if (nrows == 0) return 0;
-    for (int k = 0; k < nrows; ++k) {
-      const int r = rowind[k];
-      m.indcomp[r] = complement[k];
-      m.indcol[r] = complement[k] != 0 ? colind[k] : -1;
-    }
-    nvrl::commitChange(p, true);
-    return 0;
-  });
-}
+  nvrl::Model &m = p->model;
+  if (!c.count(nrows, "nrows") || !c.array(rowind, nrows, "rowind") ||
+      !c.array(colind, nrows, "colind") || !c.array(complement, nrows, "complement"))
+    return c.code();
+  for (int k = 0; k < nrows; ++k) {
+    if (!c.row(rowind[k], "rowind", k)) return c.code();
+    const int comp = complement[k];
+    if (comp != 0 && comp != 1 && comp != -1)
+      return c.fail("complement[%d] = %d must be 1 (row holds when the column is 1), -1 (when "
+                    "it is 0) or 0 (no indicator)",
+                    k, comp);
+    // The column only matters when an indicator is set.
+    if (comp != 0 && !c.col(colind[k], "colind", k)) return c.code();
+  }
+  if (nrows == 0) return 0;
+  for (int k = 0; k < nrows; ++k) {
+    const int r = rowind[k];
+    m.indcomp[r] = complement[k];
+    m.indcol[r] = complement[k] != 0 ? colind[k] : -1;
+  }
+  nvrl::commitChange(p, true);
+  return 0;
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetindicators(NVRLprob prob, int colind[], int complement[], int first,
-                               int last) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+                               int last) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLgetindicators");
   const nvrl::Model &m = p->model;
@@ -49,10 +48,10 @@ NVRL_API int NVRLgetindicators(NVRLprob prob, int colind[], int complement[], in
     if (complement) complement[r - first] = m.indcomp[r];
   }
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLdelindicators(NVRLprob prob, int first, int last) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+NVRL_API int NVRLdelindicators(NVRLprob prob, int first, int last) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLdelindicators");
   nvrl::Model &m = p->model;
@@ -65,6 +64,6 @@ NVRL_API int NVRLdelindicators(NVRLprob prob, int first, int last) {
   }
   if (changed) nvrl::commitChange(p, true);
   return 0;
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

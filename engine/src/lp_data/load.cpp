@@ -4,7 +4,9 @@
 #include <utility>
 #include <vector>
 
+#include "core/entry.h"
 #include "core/ids.h"
+#include "core/text.h"
 #include "lp_data/check.h"
 #include "lp_data/model_rules.h"
 #include "lp_data/sparse_input.h"
@@ -183,70 +185,69 @@ bool checkLoadSets(Check &c, const LoadInput &in, std::vector<int64_t> &begin,
 }
 
 int load(NVRLprob prob, const char *fn, const LoadInput &in) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+  nvrl_problem_s *p = nvrl::checkProblem(prob, fn);
   if (!p) return 1;
   Check c(p, fn);
-  return nvrl::guarded(c, [&]() -> int {
-    if (!c.count(in.ncols, "ncols") || !c.count(in.nrows, "nrows")) return c.code();
-    if (in.name && std::strlen(in.name) > NVRL_MAXNAMELEN)
-      return c.fail("name is longer than %d characters", NVRL_MAXNAMELEN);
-    if (!checkRows(c, in) || !checkCols(c, in)) return c.code();
-    nvrl::Segments cols;
-    if (!matrixSegments(c, in, cols)) return c.code();
-    if (!nvrl::checkTriplets(c, in.nobjq, in.objq1, in.objq2, in.objqv, "objqcol1", "objqcol2",
-                             "objqcoef", in.ncols))
-      return c.code();
-    int64_t nrowq = 0;
-    if (!checkQuadraticRows(c, in, nrowq) || !checkEntities(c, in)) return c.code();
-    std::vector<int64_t> set_begin, set_end;
-    if (!checkLoadSets(c, in, set_begin, set_end)) return c.code();
+  if (!c.count(in.ncols, "ncols") || !c.count(in.nrows, "nrows")) return c.code();
+  if (in.name && std::strlen(in.name) > NVRL_MAXNAMELEN)
+    return c.fail("name is longer than %d characters", NVRL_MAXNAMELEN);
+  if (!checkRows(c, in) || !checkCols(c, in)) return c.code();
+  nvrl::Segments cols;
+  if (!matrixSegments(c, in, cols)) return c.code();
+  if (!nvrl::checkTriplets(c, in.nobjq, in.objq1, in.objq2, in.objqv, "objqcol1", "objqcol2",
+                           "objqcoef", in.ncols))
+    return c.code();
+  int64_t nrowq = 0;
+  if (!checkQuadraticRows(c, in, nrowq) || !checkEntities(c, in)) return c.code();
+  std::vector<int64_t> set_begin, set_end;
+  if (!checkLoadSets(c, in, set_begin, set_end)) return c.code();
 
-    nvrl::Model m;
-    m.name = in.name ? in.name : p->model.name;
-    m.objsense = p->model.objsense;  // the sense belongs to the problem, not to the data
-    m.obj.resize(in.ncols, 0.0);
-    m.lb.resize(in.ncols, 0.0);
-    m.ub.resize(in.ncols, nvrl::kInf);
-    m.coltype.assign(in.ncols, 'C');
-    m.limit.assign(in.ncols, 0.0);
-    for (int j = 0; j < in.ncols; ++j) {
-      if (in.obj) m.obj[j] = in.obj[j];
-      if (in.lb) m.lb[j] = nvrl::normInf(in.lb[j]);
-      if (in.ub) m.ub[j] = nvrl::normInf(in.ub[j]);
-    }
-    m.rowtype.assign(in.rowtype, in.rowtype + in.nrows);
-    m.rhs.assign(in.nrows, 0.0);
-    m.range.assign(in.nrows, 0.0);
-    for (int i = 0; i < in.nrows; ++i) {
-      if (in.rhs) m.rhs[i] = nvrl::normInf(in.rhs[i]);
-      if (in.rowtype[i] == 'R') m.range[i] = nvrl::normInf(in.range[i]);
-    }
-    m.A = nvrl::rowsFromColumns(cols, in.nrows);
-    nvrl::addTriplets(m.qobj, in.nobjq, in.objq1, in.objq2, in.objqv);
-    int64_t at = 0;
-    for (int k = 0; k < in.nqrows; ++k) {
-      nvrl::QMatrix q;
-      nvrl::addTriplets(q, in.nrowq[k], in.rowq1 + at, in.rowq2 + at, in.rowqv + at);
-      at += in.nrowq[k];
-      if (!q.empty()) m.qrows[in.qrowind[k]] = std::move(q);
-    }
-    for (int k = 0; k < in.nentities; ++k)
-      nvrl::applyColType(m, in.entind[k], in.coltype[k], in.limit ? in.limit[k] : 0.0);
-    nvrl::appendSets(m, in.nsets, in.settype, set_begin.data(), set_end.data(), in.setind,
-                     in.refval);
-    m.indcol.assign(in.nrows, -1);
-    m.indcomp.assign(in.nrows, 0);
-    m.rownames.resize(in.nrows);
-    m.colnames.resize(in.ncols);
+  nvrl::Model m;
+  m.name = in.name ? in.name : p->model.name;
+  m.objsense = p->model.objsense;  // the sense belongs to the problem, not to the data
+  m.obj.resize(in.ncols, 0.0);
+  m.lb.resize(in.ncols, 0.0);
+  m.ub.resize(in.ncols, nvrl::kInf);
+  m.coltype.assign(in.ncols, 'C');
+  m.limit.assign(in.ncols, 0.0);
+  for (int j = 0; j < in.ncols; ++j) {
+    if (in.obj) m.obj[j] = in.obj[j];
+    if (in.lb) m.lb[j] = nvrl::normInf(in.lb[j]);
+    if (in.ub) m.ub[j] = nvrl::normInf(in.ub[j]);
+  }
+  m.rowtype.assign(in.rowtype, in.rowtype + in.nrows);
+  m.rhs.assign(in.nrows, 0.0);
+  m.range.assign(in.nrows, 0.0);
+  for (int i = 0; i < in.nrows; ++i) {
+    if (in.rhs) m.rhs[i] = nvrl::normInf(in.rhs[i]);
+    if (in.rowtype[i] == 'R') m.range[i] = nvrl::normInf(in.range[i]);
+  }
+  m.A = nvrl::rowsFromColumns(cols, in.nrows);
+  nvrl::addTriplets(m.qobj, in.nobjq, in.objq1, in.objq2, in.objqv);
+  int64_t at = 0;
+  for (int k = 0; k < in.nqrows; ++k) {
+    nvrl::QMatrix q;
+    nvrl::addTriplets(q, in.nrowq[k], in.rowq1 + at, in.rowq2 + at, in.rowqv + at);
+    at += in.nrowq[k];
+    if (!q.empty()) m.qrows[in.qrowind[k]] = std::move(q);
+  }
+  for (int k = 0; k < in.nentities; ++k)
+    nvrl::applyColType(m, in.entind[k], in.coltype[k], in.limit ? in.limit[k] : 0.0);
+  nvrl::appendSets(m, in.nsets, in.settype, set_begin.data(), set_end.data(), in.setind,
+                   in.refval);
+  m.indcol.assign(in.nrows, -1);
+  m.indcomp.assign(in.nrows, 0);
+  m.rownames.resize(in.nrows);
+  m.colnames.resize(in.ncols);
 
-    p->model = std::move(m);
-    nvrl::commitChange(p, false);
-    if (nvrl::getIntControl(p, nvrl::id::kLoadLog))
-      p->log(NVRL_MSG_INFO, "Problem '%s' loaded: %d rows, %d columns, %lld nonzeros",
-             p->model.name.c_str(), in.nrows, in.ncols,
-             static_cast<long long>(p->model.A.nnz()));
-    return 0;
-  });
+  std::string loaded;  // formatted before the commit, which nothing may follow that can fail
+  if (nvrl::getIntControl(p, nvrl::id::kLoadLog))
+    loaded = nvrl::format("Problem '%s' loaded: %d rows, %d columns, %lld nonzeros",
+                          m.name.c_str(), in.nrows, in.ncols, static_cast<long long>(m.A.nnz()));
+  p->model = std::move(m);
+  nvrl::commitChange(p, false);
+  if (!loaded.empty()) p->logAfterCommit(NVRL_MSG_INFO, loaded);
+  return 0;
 }
 
 LoadInput lpInput(const char *name, int ncols, int nrows, const char rowtype[],
@@ -311,7 +312,7 @@ NVRL_API int NVRLloadlp(NVRLprob prob, const char *name, int ncols, int nrows,
                         const char rowtype[], const double rhs[], const double range[],
                         const double obj[], const int start[], const int collen[],
                         const int rowind[], const double rowcoef[], const double lb[],
-                        const double ub[]) {
+                        const double ub[]) NVRL_TRY {
   // Widen the starts; their count depends on collen (ncols, or ncols+1 without it).
   std::vector<NVRLint64> start64;
   if (start && ncols > 0) start64.assign(start, start + ncols + (collen ? 0 : 1));
@@ -319,29 +320,29 @@ NVRL_API int NVRLloadlp(NVRLprob prob, const char *name, int ncols, int nrows,
                          start64.empty() ? nullptr : start64.data(), collen, rowind, rowcoef, lb,
                          ub);
   return load(prob, "NVRLloadlp", in);
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLloadlp64(NVRLprob prob, const char *name, int ncols, int nrows,
                           const char rowtype[], const double rhs[], const double range[],
                           const double obj[], const NVRLint64 start[], const int collen[],
                           const int rowind[], const double rowcoef[], const double lb[],
-                          const double ub[]) {
+                          const double ub[]) NVRL_TRY {
   LoadInput in =
       lpInput(name, ncols, nrows, rowtype, rhs, range, obj, start, collen, rowind, rowcoef, lb, ub);
   return load(prob, "NVRLloadlp64", in);
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLloadqp64(NVRLprob prob, const char *name, int ncols, int nrows,
                           const char rowtype[], const double rhs[], const double range[],
                           const double obj[], const NVRLint64 start[], const int collen[],
                           const int rowind[], const double rowcoef[], const double lb[],
                           const double ub[], NVRLint64 nobjqcoefs, const int objqcol1[],
-                          const int objqcol2[], const double objqcoef[]) {
+                          const int objqcol2[], const double objqcoef[]) NVRL_TRY {
   LoadInput in =
       lpInput(name, ncols, nrows, rowtype, rhs, range, obj, start, collen, rowind, rowcoef, lb, ub);
   withObjective(in, nobjqcoefs, objqcol1, objqcol2, objqcoef);
   return load(prob, "NVRLloadqp64", in);
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLloadglobal64(NVRLprob prob, const char *name, int ncols, int nrows,
                               const char rowtype[], const double rhs[], const double range[],
@@ -350,12 +351,12 @@ NVRL_API int NVRLloadglobal64(NVRLprob prob, const char *name, int ncols, int nr
                               const double ub[], int nentities, int nsets,
                               const char coltype[], const int entind[], const double limit[],
                               const char settype[], const NVRLint64 setstart[],
-                              const int setind[], const double refval[]) {
+                              const int setind[], const double refval[]) NVRL_TRY {
   LoadInput in =
       lpInput(name, ncols, nrows, rowtype, rhs, range, obj, start, collen, rowind, rowcoef, lb, ub);
   withEntities(in, nentities, nsets, coltype, entind, limit, settype, setstart, setind, refval);
   return load(prob, "NVRLloadglobal64", in);
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLloadqglobal64(NVRLprob prob, const char *name, int ncols, int nrows,
                                const char rowtype[], const double rhs[], const double range[],
@@ -366,13 +367,13 @@ NVRL_API int NVRLloadqglobal64(NVRLprob prob, const char *name, int ncols, int n
                                int nsets, const char coltype[], const int entind[],
                                const double limit[], const char settype[],
                                const NVRLint64 setstart[], const int setind[],
-                               const double refval[]) {
+                               const double refval[]) NVRL_TRY {
   LoadInput in =
       lpInput(name, ncols, nrows, rowtype, rhs, range, obj, start, collen, rowind, rowcoef, lb, ub);
   withObjective(in, nobjqcoefs, objqcol1, objqcol2, objqcoef);
   withEntities(in, nentities, nsets, coltype, entind, limit, settype, setstart, setind, refval);
   return load(prob, "NVRLloadqglobal64", in);
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLloadqcqp64(NVRLprob prob, const char *name, int ncols, int nrows,
                             const char rowtype[], const double rhs[], const double range[],
@@ -381,13 +382,14 @@ NVRL_API int NVRLloadqcqp64(NVRLprob prob, const char *name, int ncols, int nrow
                             const double ub[], NVRLint64 nobjqcoefs, const int objqcol1[],
                             const int objqcol2[], const double objqcoef[], int nqrows,
                             const int qrowind[], const NVRLint64 nrowqcoefs[],
-                            const int rowqcol1[], const int rowqcol2[], const double rowqcoef[]) {
+                            const int rowqcol1[], const int rowqcol2[],
+                            const double rowqcoef[]) NVRL_TRY {
   LoadInput in =
       lpInput(name, ncols, nrows, rowtype, rhs, range, obj, start, collen, rowind, rowcoef, lb, ub);
   withObjective(in, nobjqcoefs, objqcol1, objqcol2, objqcoef);
   withQuadraticRows(in, nqrows, qrowind, nrowqcoefs, rowqcol1, rowqcol2, rowqcoef);
   return load(prob, "NVRLloadqcqp64", in);
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLloadqcqpglobal64(NVRLprob prob, const char *name, int ncols, int nrows,
                                   const char rowtype[], const double rhs[], const double range[],
@@ -402,13 +404,13 @@ NVRL_API int NVRLloadqcqpglobal64(NVRLprob prob, const char *name, int ncols, in
                                   const char coltype[], const int entind[],
                                   const double limit[], const char settype[],
                                   const NVRLint64 setstart[], const int setind[],
-                                  const double refval[]) {
+                                  const double refval[]) NVRL_TRY {
   LoadInput in =
       lpInput(name, ncols, nrows, rowtype, rhs, range, obj, start, collen, rowind, rowcoef, lb, ub);
   withObjective(in, nobjqcoefs, objqcol1, objqcol2, objqcoef);
   withQuadraticRows(in, nqrows, qrowind, nrowqcoefs, rowqcol1, rowqcol2, rowqcoef);
   withEntities(in, nentities, nsets, coltype, entind, limit, settype, setstart, setind, refval);
   return load(prob, "NVRLloadqcqpglobal64", in);
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

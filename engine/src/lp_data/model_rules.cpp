@@ -53,8 +53,8 @@ bool checkSets(Check &c, int nsets, const char *settype, const int64_t *begin,
 
 void appendSets(Model &m, int nsets, const char *settype, const int64_t *begin,
                 const int64_t *end, const int *colind, const double *refval) {
-  m.sets.reserve(m.sets.size() + nsets);
-  m.setnames.reserve(m.setnames.size() + nsets);
+  reserveMore(m.sets, nsets);
+  reserveMore(m.setnames, nsets);
   for (int k = 0; k < nsets; ++k) {
     SpecialOrderedSet s;
     s.type = settype[k];
@@ -74,6 +74,32 @@ void addTriplets(QMatrix &q, int64_t n, const int *c1, const int *c2, const doub
       it->second += v[k];
       if (it->second == 0.0) q.erase(it);
     }
+  }
+}
+
+QEntries::QEntries(const QMatrix &q, int64_t n, const int *c1, const int *c2, const double *v,
+                   bool add)
+    : n_(n), c1_(c1), c2_(c2), v_(v), add_(add) {
+  for (int64_t k = 0; k < n; ++k) {
+    if (add && v[k] == 0.0) continue;
+    auto key = std::minmax(c1[k], c2[k]);
+    if (!q.count({key.first, key.second})) fresh_.try_emplace({key.first, key.second}, 0.0);
+  }
+}
+
+void QEntries::applyTo(QMatrix &q) noexcept {
+  // Every key is present from here on (new ones at 0), so nothing below allocates.
+  while (!fresh_.empty()) q.insert(fresh_.extract(fresh_.begin()));
+  for (int64_t k = 0; k < n_; ++k) {
+    if (add_ && v_[k] == 0.0) continue;
+    auto key = std::minmax(c1_[k], c2_[k]);
+    double &entry = q.find({key.first, key.second})->second;
+    entry = add_ ? entry + v_[k] : v_[k];
+  }
+  for (int64_t k = 0; k < n_; ++k) {
+    auto key = std::minmax(c1_[k], c2_[k]);
+    auto it = q.find({key.first, key.second});
+    if (it != q.end() && it->second == 0.0) q.erase(it);
   }
 }
 

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "core/entry.h"
 #include "lp_data/check.h"
 #include "lp_data/store.h"
 #include "lp_data/store_cache.h"
@@ -47,128 +48,126 @@ bool checkNameRange(Check &c, const nvrl::Model &m, int type, int first, int las
 }
 
 int addNames(const char *fn, NVRLprob prob, int type, const char names[], int first, int last) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+  nvrl_problem_s *p = nvrl::checkProblem(prob, fn);
   if (!p) return 1;
   Check c(p, fn);
-  return nvrl::guarded(c, [&]() -> int {
-    nvrl::Model &m = p->model;
-    if (!checkType(c, type) || !checkNameRange(c, m, type, first, last) ||
-        !c.given(names, "names"))
-      return c.code();
-    const int n = last - first + 1;
-    std::vector<std::string_view> given(n);
-    const char *s = names;
-    for (int k = 0; k < n; ++k) {
-      const size_t len = std::strlen(s);
-      if (len > NVRL_MAXNAMELEN)
-        return c.fail("the name of %s %d is %zu characters long; at most %d are allowed",
-                      kindWord(type), first + k, len, NVRL_MAXNAMELEN);
-      given[k] = std::string_view(s, len);
-      s += len + 1;
-    }
-    // A name may be used by one item of a kind only; items being renamed here give theirs up.
-    auto &index = nvrl::nameIndex(p, type);
-    std::unordered_map<std::string_view, int> in_call;
-    for (int k = 0; k < n; ++k) {
-      if (given[k].empty()) continue;
-      auto [it, fresh] = in_call.emplace(given[k], first + k);
-      if (!fresh)
-        return c.fail("name '%s' is given to both %s %d and %s %d", shown(given[k]).c_str(),
-                      kindWord(type), it->second, kindWord(type), first + k);
-      auto owner = index.find(std::string(given[k]));
-      if (owner != index.end() && (owner->second < first || owner->second > last))
-        return c.fail("name '%s' of %s %d is already the name of %s %d",
-                      shown(given[k]).c_str(), kindWord(type), first + k, kindWord(type),
-                      owner->second);
-    }
-    auto &stored = namesOf(m, type);
-    for (int k = 0; k < n; ++k) {
-      std::string &old = stored[first + k];
-      if (!old.empty()) index.erase(old);
-    }
-    for (int k = 0; k < n; ++k) {
-      stored[first + k].assign(given[k]);
-      if (!given[k].empty()) index[stored[first + k]] = first + k;
-    }
-    nvrl::commitChange(p, true);
-    return 0;
-  });
+  nvrl::Model &m = p->model;
+  if (!checkType(c, type) || !checkNameRange(c, m, type, first, last) ||
+      !c.given(names, "names"))
+    return c.code();
+  const int n = last - first + 1;
+  std::vector<std::string_view> given(n);
+  const char *s = names;
+  for (int k = 0; k < n; ++k) {
+    const size_t len = std::strlen(s);
+    if (len > NVRL_MAXNAMELEN)
+      return c.fail("the name of %s %d is %zu characters long; at most %d are allowed",
+                    kindWord(type), first + k, len, NVRL_MAXNAMELEN);
+    given[k] = std::string_view(s, len);
+    s += len + 1;
+  }
+  // A name may be used by one item of a kind only; items being renamed here give theirs up.
+  auto &index = nvrl::nameIndex(p, type);
+  std::unordered_map<std::string_view, int> in_call;
+  for (int k = 0; k < n; ++k) {
+    if (given[k].empty()) continue;
+    auto [it, fresh] = in_call.emplace(given[k], first + k);
+    if (!fresh)
+      return c.fail("name '%s' is given to both %s %d and %s %d", shown(given[k]).c_str(),
+                    kindWord(type), it->second, kindWord(type), first + k);
+    auto owner = index.find(std::string(given[k]));
+    if (owner != index.end() && (owner->second < first || owner->second > last))
+      return c.fail("name '%s' of %s %d is already the name of %s %d",
+                    shown(given[k]).c_str(), kindWord(type), first + k, kindWord(type),
+                    owner->second);
+  }
+  // The new names and their index entries are made aside, and room is made in the index,
+  // before anything changes; then they are swapped and spliced in without allocating.
+  std::vector<std::string> fresh_names(given.begin(), given.end());
+  std::unordered_map<std::string, int> fresh_index;
+  fresh_index.reserve(in_call.size());
+  for (const auto &[name, item] : in_call) fresh_index.emplace(name, item);
+  index.reserve(index.size() + fresh_index.size());
+  auto &stored = namesOf(m, type);
+  for (int k = 0; k < n; ++k) {
+    std::string &old = stored[first + k];
+    if (!old.empty()) index.erase(old);
+  }
+  for (int k = 0; k < n; ++k) stored[first + k].swap(fresh_names[k]);
+  index.merge(fresh_index);
+  nvrl::commitChange(p, true);
+  return 0;
 }
 
 }  // namespace
 
 extern "C" {
 
-NVRL_API int NVRLaddnames(NVRLprob prob, int type, const char names[], int first, int last) {
+NVRL_API int NVRLaddnames(NVRLprob prob, int type, const char names[], int first,
+                          int last) NVRL_TRY {
   return addNames("NVRLaddnames", prob, type, names, first, last);
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLaddsetnames(NVRLprob prob, const char names[], int first, int last) {
+NVRL_API int NVRLaddsetnames(NVRLprob prob, const char names[], int first, int last) NVRL_TRY {
   return addNames("NVRLaddsetnames", prob, nvrl::kNameSets, names, first, last);
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetnamelist(NVRLprob prob, int type, char names[], int maxbytes, int *nbytes,
-                             int first, int last) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+                             int first, int last) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLgetnamelist");
-  return nvrl::guarded(c, [&]() -> int {
-    const nvrl::Model &m = p->model;
-    if (!checkType(c, type) || !checkNameRange(c, m, type, first, last)) return c.code();
-    if (!names && !nbytes) return c.fail("names and nbytes must not both be null");
-    int64_t need = 0;
-    for (int i = first; i <= last; ++i) {
-      const std::string &n = namesOf(m, type)[i];
-      need += static_cast<int64_t>(n.empty() ? nvrl::defaultName(type, i).size() : n.size()) + 1;
-    }
-    if (need > INT32_MAX) return c.fail("the names need %lld bytes, more than an int can count",
-                                        static_cast<long long>(need));
-    if (nbytes) *nbytes = static_cast<int>(need);
-    if (!names) return 0;
-    if (maxbytes < need)
-      return c.fail("maxbytes = %d is too small: the names need %lld bytes", maxbytes,
-                    static_cast<long long>(need));
-    char *w = names;
-    for (int i = first; i <= last; ++i) {
-      const std::string n = nvrl::itemName(m, type, i);
-      std::memcpy(w, n.c_str(), n.size() + 1);
-      w += n.size() + 1;
-    }
-    return 0;
-  });
-}
+  const nvrl::Model &m = p->model;
+  if (!checkType(c, type) || !checkNameRange(c, m, type, first, last)) return c.code();
+  if (!names && !nbytes) return c.fail("names and nbytes must not both be null");
+  int64_t need = 0;
+  for (int i = first; i <= last; ++i) {
+    const std::string &n = namesOf(m, type)[i];
+    need += static_cast<int64_t>(n.empty() ? nvrl::defaultName(type, i).size() : n.size()) + 1;
+  }
+  if (need > INT32_MAX) return c.fail("the names need %lld bytes, more than an int can count",
+                                      static_cast<long long>(need));
+  if (nbytes) *nbytes = static_cast<int>(need);
+  if (!names) return 0;
+  if (maxbytes < need)
+    return c.fail("maxbytes = %d is too small: the names need %lld bytes", maxbytes,
+                  static_cast<long long>(need));
+  char *w = names;
+  for (int i = first; i <= last; ++i) {
+    const std::string n = nvrl::itemName(m, type, i);
+    std::memcpy(w, n.c_str(), n.size() + 1);
+    w += n.size() + 1;
+  }
+  return 0;
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetnames(NVRLprob prob, int type, char names[], int first, int last) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+NVRL_API int NVRLgetnames(NVRLprob prob, int type, char names[], int first, int last) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLgetnames");
-  return nvrl::guarded(c, [&]() -> int {
-    const nvrl::Model &m = p->model;
-    if (!checkType(c, type) || !checkNameRange(c, m, type, first, last) ||
-        !c.given(names, "names"))
-      return c.code();
-    char *w = names;
-    for (int i = first; i <= last; ++i) {
-      const std::string n = nvrl::itemName(m, type, i);
-      std::memcpy(w, n.c_str(), n.size() + 1);
-      w += n.size() + 1;
-    }
-    return 0;
-  });
-}
+  const nvrl::Model &m = p->model;
+  if (!checkType(c, type) || !checkNameRange(c, m, type, first, last) ||
+      !c.given(names, "names"))
+    return c.code();
+  char *w = names;
+  for (int i = first; i <= last; ++i) {
+    const std::string n = nvrl::itemName(m, type, i);
+    std::memcpy(w, n.c_str(), n.size() + 1);
+    w += n.size() + 1;
+  }
+  return 0;
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetindex(NVRLprob prob, int type, const char *name, int *index) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+NVRL_API int NVRLgetindex(NVRLprob prob, int type, const char *name, int *index) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLgetindex");
-  return nvrl::guarded(c, [&]() -> int {
-    if (!checkType(c, type) || !c.given(name, "name") || !c.given(index, "index"))
-      return c.code();
-    const int i = nvrl::findName(p, type, name);
-    if (i < 0) return c.fail("there is no %s named '%s'", kindWord(type), shown(name).c_str());
-    *index = i;
-    return 0;
-  });
-}
+  if (!checkType(c, type) || !c.given(name, "name") || !c.given(index, "index"))
+    return c.code();
+  const int i = nvrl::findName(p, type, name);
+  if (i < 0) return c.fail("there is no %s named '%s'", kindWord(type), shown(name).c_str());
+  *index = i;
+  return 0;
+} NVRL_CATCH(prob)
 
 }  // extern "C"

@@ -105,10 +105,11 @@ struct RowMarker {
   std::vector<uint32_t> stamp;
   uint32_t current = 0;
   void prepare(int ncols) {
-    if (pos.size() < static_cast<size_t>(ncols)) {
-      pos.resize(ncols);
-      stamp.resize(ncols, 0);
-    }
+    // Each sized on its own: when memory runs out between the two, the next call must still
+    // see the short one.
+    const size_t n = static_cast<size_t>(ncols);
+    if (pos.size() < n) pos.resize(n);
+    if (stamp.size() < n) stamp.resize(n, 0);
   }
   void nextRow() {
     if (++current == 0) {  // wrapped: old stamps could collide
@@ -128,9 +129,9 @@ void appendRows(RowMatrix &A, const Segments &rows, int ncols) {
   thread_local RowMarker marker;
   marker.prepare(ncols);
   // Reserve first: once memory is secured nothing below can fail half way.
-  A.col.reserve(A.col.size() + rows.entries());
-  A.val.reserve(A.val.size() + rows.entries());
-  A.start.reserve(A.start.size() + rows.size());
+  reserveMore(A.col, rows.entries());
+  reserveMore(A.val, rows.entries());
+  reserveMore(A.start, rows.size());
   for (int64_t k = 0; k < rows.size(); ++k) {
     marker.nextRow();
     const size_t row_begin = A.col.size();

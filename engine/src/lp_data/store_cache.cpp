@@ -51,12 +51,20 @@ void dropStoreCache(const nvrl_problem_s *p) {
   t.caches.erase(p);
 }
 
-void commitChange(nvrl_problem_s *p, bool names_kept) {
-  StoreCache &c = storeCache(p);
-  bool names_valid = c.names_version == p->version;
+void commitChange(nvrl_problem_s *p, bool names_kept) noexcept {
+  // Looked up, not created: this runs after the model has changed and must not fail. A
+  // problem without a cache has no name index to keep.
+  StoreCache *c = nullptr;
+  {
+    CacheTable &t = table();
+    std::lock_guard<std::mutex> lock(t.mu);
+    auto it = t.caches.find(p);
+    if (it != t.caches.end()) c = it->second.get();
+  }
+  const bool names_valid = c && c->names_version == p->version;
   p->modelChanged();
   ensureUniqueVersion(p);
-  c.names_version = names_valid && names_kept ? p->version : StoreCache::kStale;
+  if (c) c->names_version = names_valid && names_kept ? p->version : StoreCache::kStale;
 }
 
 }  // namespace nvrl

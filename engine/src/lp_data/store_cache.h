@@ -36,7 +36,8 @@ std::unordered_map<std::string, int> &nameIndex(nvrl_problem_s *p, int kind);
 void ensureUniqueVersion(nvrl_problem_s *p);
 
 // Records a change of the model. names_kept tells that the caller kept the name index in step
-// with its change (or did not touch names), so the index survives the version bump.
-void commitChange(nvrl_problem_s *p, bool names_kept);
+// with its change (or did not touch names), so the index survives the version bump. Never
+// fails, so callers can make it their last step after a change that cannot fail either.
+void commitChange(nvrl_problem_s *p, bool names_kept) noexcept;
 
 }  // namespace nvrl

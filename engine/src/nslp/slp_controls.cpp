@@ -3,6 +3,7 @@
 #include <climits>
 
 #include "core/control_values.h"
+#include "core/entry.h"
 #include "core/environment.h"
 #include "core/ids.h"
 #include "core/text.h"
@@ -14,7 +15,7 @@ namespace {
 
 nslp_problem_s *prepare(NSLPprob slp, const char *fn, int id, Access access, bool control,
                         const void *ptr, const ParamInfo **info) {
-  nslp_problem_s *s = checkSlpProblem(slp);
+  nslp_problem_s *s = checkSlpProblem(slp, fn);
   if (!s) return nullptr;
   if (!ptr) {
     s->fail("%s: null value pointer", fn);
@@ -60,7 +61,7 @@ int missing(nslp_problem_s *s, const char *fn, int attrib) {
 
 extern "C" {
 
-NVRL_API int NSLPgetintattrib(NSLPprob slp, int attrib, int *value) {
+NVRL_API int NSLPgetintattrib(NSLPprob slp, int attrib, int *value) NVRL_TRY {
   const ParamInfo *info;
   nslp_problem_s *s =
       prepare(slp, "NSLPgetintattrib", attrib, Access::Integral, false, value, &info);
@@ -72,9 +73,9 @@ NVRL_API int NSLPgetintattrib(NSLPprob slp, int attrib, int *value) {
                    static_cast<long long>(v));
   *value = static_cast<int>(v);
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPgetdblattrib(NSLPprob slp, int attrib, double *value) {
+NVRL_API int NSLPgetdblattrib(NSLPprob slp, int attrib, double *value) NVRL_TRY {
   const ParamInfo *info;
   nslp_problem_s *s =
       prepare(slp, "NSLPgetdblattrib", attrib, Access::Double, false, value, &info);
@@ -83,18 +84,18 @@ NVRL_API int NSLPgetdblattrib(NSLPprob slp, int attrib, double *value) {
   if (!dblAttribute(s, attrib, v)) return missing(s, "NSLPgetdblattrib", attrib);
   *value = v;
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPgetstrattrib(NSLPprob slp, int attrib, char *value) {
+NVRL_API int NSLPgetstrattrib(NSLPprob slp, int attrib, char *value) NVRL_TRY {
   const ParamInfo *info;
   nslp_problem_s *s =
       prepare(slp, "NSLPgetstrattrib", attrib, Access::String, false, value, &info);
   if (!s) return 1;
   // The nonlinear solver has no string attributes: resolveParam has already refused the id.
   return missing(s, "NSLPgetstrattrib", attrib);
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPgetintcontrol(NSLPprob slp, int control, int *value) {
+NVRL_API int NSLPgetintcontrol(NSLPprob slp, int control, int *value) NVRL_TRY {
   const ParamInfo *info;
   nslp_problem_s *s =
       prepare(slp, "NSLPgetintcontrol", control, Access::Integral, true, value, &info);
@@ -105,9 +106,9 @@ NVRL_API int NSLPgetintcontrol(NSLPprob slp, int control, int *value) {
                    static_cast<long long>(v));
   *value = static_cast<int>(v);
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPsetintcontrol(NSLPprob slp, int control, int value) {
+NVRL_API int NSLPsetintcontrol(NSLPprob slp, int control, int value) NVRL_TRY {
   const ParamInfo *info;
   nslp_problem_s *s =
       prepare(slp, "NSLPsetintcontrol", control, Access::Integral, true, &value, &info);
@@ -116,18 +117,18 @@ NVRL_API int NSLPsetintcontrol(NSLPprob slp, int control, int value) {
   if (!setIntValue(s->controls, *info, value, "NSLPsetintcontrol", err))
     return s->fail("%s", err.c_str());
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPgetdblcontrol(NSLPprob slp, int control, double *value) {
+NVRL_API int NSLPgetdblcontrol(NSLPprob slp, int control, double *value) NVRL_TRY {
   const ParamInfo *info;
   nslp_problem_s *s =
       prepare(slp, "NSLPgetdblcontrol", control, Access::Double, true, value, &info);
   if (!s) return 1;
   *value = dblValue(s->controls, *info);
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPsetdblcontrol(NSLPprob slp, int control, double value) {
+NVRL_API int NSLPsetdblcontrol(NSLPprob slp, int control, double value) NVRL_TRY {
   const ParamInfo *info;
   nslp_problem_s *s =
       prepare(slp, "NSLPsetdblcontrol", control, Access::Double, true, &value, &info);
@@ -136,18 +137,18 @@ NVRL_API int NSLPsetdblcontrol(NSLPprob slp, int control, double value) {
   if (!setDblValue(s->controls, *info, value, "NSLPsetdblcontrol", err))
     return s->fail("%s", err.c_str());
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPgetstrcontrol(NSLPprob slp, int control, char *value) {
+NVRL_API int NSLPgetstrcontrol(NSLPprob slp, int control, char *value) NVRL_TRY {
   const ParamInfo *info;
   nslp_problem_s *s =
       prepare(slp, "NSLPgetstrcontrol", control, Access::String, true, value, &info);
   if (!s) return 1;
   copyText(value, NVRL_MAXNAMELEN, strValue(s->controls, *info).c_str());
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPsetstrcontrol(NSLPprob slp, int control, const char *value) {
+NVRL_API int NSLPsetstrcontrol(NSLPprob slp, int control, const char *value) NVRL_TRY {
   const ParamInfo *info;
   nslp_problem_s *s =
       prepare(slp, "NSLPsetstrcontrol", control, Access::String, true, value, &info);
@@ -156,26 +157,26 @@ NVRL_API int NSLPsetstrcontrol(NSLPprob slp, int control, const char *value) {
   if (!setStrValue(s->controls, *info, value, "NSLPsetstrcontrol", err))
     return s->fail("%s", err.c_str());
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPgetcalist(NSLPprob slp, const NVRLcaentry **list) {
-  nslp_problem_s *s = checkSlpProblem(slp);
+NVRL_API int NSLPgetcalist(NSLPprob slp, const NVRLcaentry **list) NVRL_TRY {
+  nslp_problem_s *s = checkSlpProblem(slp, __func__);
   if (!s) return 1;
   if (!list) return s->fail("NSLPgetcalist: null output pointer");
   *list = caList(ParamOwner::Nonlinear);
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPgetIPMcalist(NSLPprob slp, const NVRLcaentry **list) {
-  nslp_problem_s *s = checkSlpProblem(slp);
+NVRL_API int NSLPgetIPMcalist(NSLPprob slp, const NVRLcaentry **list) NVRL_TRY {
+  nslp_problem_s *s = checkSlpProblem(slp, __func__);
   if (!s) return 1;
   if (!list) return s->fail("NSLPgetIPMcalist: null output pointer");
   *list = caList(ParamOwner::NonlinearIpm);
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPcontrolcode(NSLPprob slp, const char *name, int *id, int *flags) {
-  nslp_problem_s *s = checkSlpProblem(slp);
+NVRL_API int NSLPcontrolcode(NSLPprob slp, const char *name, int *id, int *flags) NVRL_TRY {
+  nslp_problem_s *s = checkSlpProblem(slp, __func__);
   if (!s) return 1;
   if (!name) return s->fail("NSLPcontrolcode: null name");
   const ParamInfo *info = findParamByName(name);
@@ -189,13 +190,13 @@ NVRL_API int NSLPcontrolcode(NSLPprob slp, const char *name, int *id, int *flags
   if (id) *id = info->id;
   if (flags) *flags = f;
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPsetdefaults(NSLPprob slp) {
-  nslp_problem_s *s = checkSlpProblem(slp);
+NVRL_API int NSLPsetdefaults(NSLPprob slp) NVRL_TRY {
+  nslp_problem_s *s = checkSlpProblem(slp, __func__);
   if (!s) return 1;
   s->controls = ControlValues();
   return 0;
-}
+} NVRL_CATCH(slp)
 
 }  // extern "C"

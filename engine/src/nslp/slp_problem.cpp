@@ -2,9 +2,11 @@
 #include "nslp/slp_problem.h"
 
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <set>
 
+#include "core/entry.h"
 #include "core/environment.h"
 #include "core/text.h"
 
@@ -16,7 +18,7 @@ int SlpData::nonlinearRows() const {
   return static_cast<int>(rows.size());
 }
 
-nslp_problem_s *checkSlpProblem(NSLPprob slp) {
+nslp_problem_s *checkSlpProblem(NSLPprob slp, const char *fn) {
   if (!slp) {
     failGlobal(1, "Null nonlinear problem handle");
     return nullptr;
@@ -26,14 +28,19 @@ nslp_problem_s *checkSlpProblem(NSLPprob slp) {
     return nullptr;
   }
   if (!slpStarted()) {
-    slp->lasterror =
+    const char *msg =
         "The nonlinear solver is not started (NSLPinit has not been called or was released)";
-    slp->lasterror_code = 1;
-    failGlobal(1, "%s", slp->lasterror.c_str());
+    slp->fail("%s", msg);
+    failGlobal(1, "%s", msg);
     return nullptr;
   }
   if (!isLiveObject(slp->prob)) {
     slp->fail("The optimiser problem beneath this nonlinear problem has been destroyed");
+    return nullptr;
+  }
+  // The nonlinear problem shares the optimiser problem's model and solve marker.
+  if (!allowedNow(slp->prob, fn)) {
+    slp->fail(NVRL_SOLVING_REFUSAL, fn);
     return nullptr;
   }
   return slp;
@@ -54,11 +61,38 @@ nslp_problem_s::~nslp_problem_s() {
 int nslp_problem_s::fail(const char *fmt, ...) {
   va_list ap;
   va_start(ap, fmt);
-  lasterror = nvrl::vformat(fmt, ap);
+  std::string msg = nvrl::vformat(fmt, ap);
   va_end(ap);
+  std::lock_guard<std::mutex> lock(errmu);
+  lasterror.swap(msg);
   lasterror_code = 1;  // not logged, as for the optimiser's problems
   return 1;
 }
+
+int nslp_problem_s::failException(const char *fn) noexcept {
+  char what[512];
+  nvrl::describeCurrentException(what, sizeof what);
+  char line[768];
+  std::snprintf(line, sizeof line, "%s: %s", fn, what);
+  std::lock_guard<std::mutex> lock(errmu);
+  lasterror_code = 1;
+  lasterror.clear();
+  try {
+    lasterror.assign(line);  // reuses the string's storage when it is large enough
+  } catch (...) {
+  }
+  return 1;
+}
+
+namespace nvrl {
+
+int entryFailed(const char *fn, NSLPprob slp) noexcept {
+  if (slp && isLiveObject(slp) && slp->kind == ObjectKind::SlpProblem)
+    return slp->failException(fn);
+  return entryFailed(fn, nullptr);
+}
+
+}  // namespace nvrl
 
 // Exported for the engine's tests, which drive the log directly.
 __attribute__((visibility("default"))) void nslp_problem_s::log(int msgtype, const char *fmt, ...) {
@@ -82,72 +116,79 @@ using nvrl::failGlobal;
 
 extern "C" {
 
-NVRL_API int NSLPcreateprob(NSLPprob *slp, NVRLprob *prob) {
+NVRL_API int NSLPcreateprob(NSLPprob *slp, NVRLprob *prob) NVRL_TRY {
   if (!slp) return failGlobal(1, "NSLPcreateprob: null output pointer");
   if (!prob) return failGlobal(1, "NSLPcreateprob: null problem pointer");
   if (!nvrl::slpStarted())
     return failGlobal(1,
                       "NSLPcreateprob: the nonlinear solver is not started (call NSLPinit first)");
-  nvrl_problem_s *p = nvrl::checkProblem(*prob);
+  nvrl_problem_s *p = nvrl::checkProblem(*prob, __func__);
   if (!p) return 1;
   *slp = new nslp_problem_s(p);
   return 0;
-}
+} NVRL_CATCH(nullptr)
 
-NVRL_API int NSLPdestroyprob(NSLPprob slp) {
+NVRL_API int NSLPdestroyprob(NSLPprob slp) NVRL_TRY {
   // Like NVRLdestroyprob, this must work after the solver has been released.
   if (!slp) return failGlobal(1, "Null nonlinear problem handle");
   if (!nvrl::isLiveObject(slp) || slp->kind != nvrl::ObjectKind::SlpProblem)
     return failGlobal(1, "Invalid or destroyed nonlinear problem handle");
+  if (nvrl::isLiveObject(slp->prob) && !nvrl::allowedNow(slp->prob, __func__))
+    return slp->fail(NVRL_SOLVING_REFUSAL, __func__);
   delete slp;
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPcopyprob(NSLPprob dest, NSLPprob src, const char *name) {
+NVRL_API int NSLPcopyprob(NSLPprob dest, NSLPprob src, const char *name) NVRL_TRY {
   (void)name;
-  nslp_problem_s *d = checkSlpProblem(dest);
+  nslp_problem_s *d = checkSlpProblem(dest, __func__);
   if (!d) return 1;
-  nslp_problem_s *s = checkSlpProblem(src);
+  nslp_problem_s *s = checkSlpProblem(src, __func__);
   if (!s) return d->fail("NSLPcopyprob: invalid source nonlinear problem");
   if (d == s) return 0;
-  d->data = s->data;
+  nvrl::SlpData copy = s->data;  // aside first: a failed copy changes nothing
+  d->data = std::move(copy);
   d->state = s->state;
   return 0;
-}
+} NVRL_CATCH(dest)
 
-NVRL_API int NSLPcopycontrols(NSLPprob dest, NSLPprob src) {
-  nslp_problem_s *d = checkSlpProblem(dest);
+NVRL_API int NSLPcopycontrols(NSLPprob dest, NSLPprob src) NVRL_TRY {
+  nslp_problem_s *d = checkSlpProblem(dest, __func__);
   if (!d) return 1;
-  nslp_problem_s *s = checkSlpProblem(src);
+  nslp_problem_s *s = checkSlpProblem(src, __func__);
   if (!s) return d->fail("NSLPcopycontrols: invalid source nonlinear problem");
-  if (d != s) d->controls = s->controls;
+  if (d != s) {
+    nvrl::ControlValues copy = s->controls;
+    d->controls = std::move(copy);
+  }
   return 0;
-}
+} NVRL_CATCH(dest)
 
-NVRL_API int NSLPsetcbmessage(NSLPprob slp, NSLPmsgcb cb, void *data) {
-  nslp_problem_s *s = checkSlpProblem(slp);
+NVRL_API int NSLPsetcbmessage(NSLPprob slp, NSLPmsgcb cb, void *data) NVRL_TRY {
+  nslp_problem_s *s = checkSlpProblem(slp, __func__);
   if (!s) return 1;
   s->msgcb = cb;
   s->msgdata = cb ? data : nullptr;
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPgetlasterror(NSLPprob slp, int *code, char *msg) {
+NVRL_API int NSLPgetlasterror(NSLPprob slp, int *code, char *msg) NVRL_TRY {
   if (!slp) return failGlobal(1, "Null nonlinear problem handle");
   if (!nvrl::isLiveObject(slp) || slp->kind != nvrl::ObjectKind::SlpProblem)
     return failGlobal(1, "Invalid or destroyed nonlinear problem handle");
+  std::lock_guard<std::mutex> lock(slp->errmu);
   if (code) *code = slp->lasterror_code;
   if (msg) nvrl::copyText(msg, NVRL_MAXMESSAGELEN, slp->lasterror.c_str());
   return 0;
-}
+} NVRL_CATCH(slp)
 
-NVRL_API int NSLPinterrupt(NSLPprob slp, int reason) {
-  nslp_problem_s *s = checkSlpProblem(slp);
+NVRL_API int NSLPinterrupt(NSLPprob slp, int reason) NVRL_TRY {
+  nslp_problem_s *s = checkSlpProblem(slp, __func__);
   if (!s) return 1;
   if (reason <= 0)
     return s->fail("NSLPinterrupt: reason %d is not a stop code (must be > 0)", reason);
   s->interrupt_reason.store(reason);
   return 0;
-}
+} NVRL_CATCH(slp)
 
 }  // extern "C"

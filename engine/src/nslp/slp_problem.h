@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -60,7 +61,9 @@ struct nslp_problem_s : nvrl_object_s {
   NSLPmsgcb msgcb = nullptr;
   void *msgdata = nullptr;
 
-  int lasterror_code = 0;
+  // Guarded by errmu, as the optimiser problem's last error is.
+  std::mutex errmu;
+  std::atomic<int> lasterror_code{0};
   std::string lasterror;
 
   // Set by NSLPinterrupt; the running nonlinear solve polls it at iteration boundaries.
@@ -70,6 +73,7 @@ struct nslp_problem_s : nvrl_object_s {
   nvrl::SlpState state;
 
   int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+  int failException(const char *fn) noexcept;
   void log(int msgtype, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
   void logLine(int msgtype, const std::string &line);
 };
@@ -77,7 +81,8 @@ struct nslp_problem_s : nvrl_object_s {
 namespace nvrl {
 
 // Validates a nonlinear handle and the problem beneath it (records a global error and returns
-// null when either is invalid or the nonlinear solver is not started).
-nslp_problem_s *checkSlpProblem(NSLPprob slp);
+// null when either is invalid or the nonlinear solver is not started), and refuses fn while
+// the problem beneath is being solved, as checkProblem() does.
+nslp_problem_s *checkSlpProblem(NSLPprob slp, const char *fn);
 
 }  // namespace nvrl

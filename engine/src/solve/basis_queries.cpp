@@ -2,6 +2,7 @@
 // the next solve.
 #include <algorithm>
 
+#include "core/entry.h"
 #include "core/problem.h"
 #include "solve/highs_session.h"
 
@@ -24,17 +25,17 @@ nvrl::HighsSession &session(nvrl_problem_s *p) {
 
 extern "C" {
 
-NVRL_API int NVRLgetbasis(NVRLprob prob, int rowstat[], int colstat[]) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLgetbasis(NVRLprob prob, int rowstat[], int colstat[]) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   if (!p->sol.have_basis) return p->fail("No basis is available");
   if (rowstat) std::copy(p->sol.rowstat.begin(), p->sol.rowstat.end(), rowstat);
   if (colstat) std::copy(p->sol.colstat.begin(), p->sol.colstat.end(), colstat);
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetbasisval(NVRLprob prob, int row, int col, int *rowstat, int *colstat) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLgetbasisval(NVRLprob prob, int row, int col, int *rowstat, int *colstat) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   if (row < -1 || row >= p->model.rows()) return p->fail("Row index %d is out of range", row);
   if (col < -1 || col >= p->model.cols()) return p->fail("Column index %d is out of range", col);
@@ -42,10 +43,10 @@ NVRL_API int NVRLgetbasisval(NVRLprob prob, int row, int col, int *rowstat, int 
   if (row >= 0 && rowstat) *rowstat = p->sol.rowstat[row];
   if (col >= 0 && colstat) *colstat = p->sol.colstat[col];
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLloadbasis(NVRLprob prob, const int rowstat[], const int colstat[]) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLloadbasis(NVRLprob prob, const int rowstat[], const int colstat[]) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   const int nr = p->model.rows(), nc = p->model.cols();
   if (!rowstat || !colstat) return p->fail("Loading a basis needs both row and column statuses");
@@ -58,11 +59,11 @@ NVRL_API int NVRLloadbasis(NVRLprob prob, const int rowstat[], const int colstat
   p->sol.colstat = std::move(cols);
   p->sol.have_basis = true;
   return 0;
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLloadlpsol(NVRLprob prob, const double x[], const double slack[],
-                           const double duals[], const double djs[], int *status) {
-  nvrl_problem_s *p = checkProblem(prob);
+                           const double duals[], const double djs[], int *status) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   const nvrl::Model &m = p->model;
   std::vector<double> xs, act, ys, ds;
@@ -76,6 +77,6 @@ NVRL_API int NVRLloadlpsol(NVRLprob prob, const double x[], const double slack[]
   session(p).setPendingSolution(std::move(xs), std::move(act), std::move(ys), std::move(ds));
   if (status) *status = 0;
   return 0;
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

@@ -3,12 +3,13 @@
 #include <vector>
 
 #include "interfaces/highs_c_api.h"
+#include "solve/highs_session.h"
 
 namespace nvrl {
 
 int feasiblePoint(const LoweredModel &L, void *like) {
-  void *h = Highs_create();
-  if (!h) return -1;
+  HighsInstance instance(createHighs());
+  void *h = instance.get();
   Highs_setBoolOptionValue(h, "output_flag", 0);
   // The same thread count as the caller's instance, so HiGHS's shared scheduler is not
   // restarted under a solve in progress.
@@ -35,7 +36,6 @@ int feasiblePoint(const LoweredModel &L, void *like) {
     else if (Highs_getModelStatus(h) == kHighsModelStatusInfeasible)
       found = 0;
   }
-  Highs_destroy(h);
   return found;
 }
 

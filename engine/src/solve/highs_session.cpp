@@ -3,11 +3,20 @@
 #include <cmath>
 #include <cstdio>
 
+#include "core/entry.h"
 #include "interfaces/highs_c_api.h"
 
 namespace nvrl {
 
-HighsSession::HighsSession() : highs_(Highs_create()) {
+void *createHighs() {
+  void *h = Highs_create();
+  if (!h) throw EngineError("HiGHS could not create a solver instance (out of memory)");
+  return h;
+}
+
+void HighsDeleter::operator()(void *h) const noexcept { Highs_destroy(h); }
+
+HighsSession::HighsSession() : highs_(createHighs()) {
   // The engine never prints; each run routes HiGHS's log through its callback.
   Highs_setBoolOptionValue(highs_, "log_to_console", false);
   Highs_setBoolOptionValue(highs_, "output_flag", false);

@@ -3,12 +3,22 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "solve/lowered_model.h"
 
 namespace nvrl {
+
+// A new HiGHS instance; throws EngineError when HiGHS cannot create one.
+void *createHighs();
+
+// Owns a HiGHS instance for a scope, so that it goes away on every path out.
+struct HighsDeleter {
+  void operator()(void *h) const noexcept;
+};
+using HighsInstance = std::unique_ptr<void, HighsDeleter>;
 
 class HighsSession {
  public:

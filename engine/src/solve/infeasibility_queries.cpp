@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/entry.h"
 #include "core/ids.h"
 #include "core/problem.h"
 
@@ -61,9 +62,9 @@ void findInfeasibilities(const nvrl_problem_s *p, Infeasibilities &out) {
   }
 }
 
-int report(NVRLprob prob, int *npv, int *nps, int *nds, int *ndv, int mx[], int mslack[],
-           int mdual[], int mdj[]) {
-  nvrl_problem_s *p = checkProblem(prob);
+int report(NVRLprob prob, const char *fn, int *npv, int *nps, int *nds, int *ndv, int mx[],
+           int mslack[], int mdual[], int mdj[]) {
+  nvrl_problem_s *p = checkProblem(prob, fn);
   if (!p) return 1;
   if (!p->sol.have_point) return p->fail("The last solve left no point to check");
   Infeasibilities inf;
@@ -84,39 +85,39 @@ int report(NVRLprob prob, int *npv, int *nps, int *nds, int *ndv, int mx[], int 
 extern "C" {
 
 NVRL_API int NVRLgetinfeas(NVRLprob prob, int *npv, int *nps, int *nds, int *ndv, int mx[],
-                           int mslack[], int mdual[], int mdj[]) {
-  return report(prob, npv, nps, nds, ndv, mx, mslack, mdual, mdj);
-}
+                           int mslack[], int mdual[], int mdj[]) NVRL_TRY {
+  return report(prob, __func__, npv, nps, nds, ndv, mx, mslack, mdual, mdj);
+} NVRL_CATCH(prob)
 
 // The engine hands HiGHS unscaled data and reads unscaled answers back, so the scaled view
 // is the same as the unscaled one.
 NVRL_API int NVRLgetscaledinfeas(NVRLprob prob, int *npv, int *nps, int *nds, int *ndv,
-                                 int mx[], int mslack[], int mdual[], int mdj[]) {
-  return report(prob, npv, nps, nds, ndv, mx, mslack, mdual, mdj);
-}
+                                 int mx[], int mslack[], int mdual[], int mdj[]) NVRL_TRY {
+  return report(prob, __func__, npv, nps, nds, ndv, mx, mslack, mdual, mdj);
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetunbvec(NVRLprob prob, int *seq) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLgetunbvec(NVRLprob prob, int *seq) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   if (!seq) return p->fail("Null pointer for the unbounded column");
   *seq = p->sol.unbounded_col;
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetprimalray(NVRLprob prob, double ray[], int *has) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLgetprimalray(NVRLprob prob, double ray[], int *has) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   if (has) *has = p->sol.has_primal_ray ? 1 : 0;
   if (ray && p->sol.has_primal_ray) std::copy(p->sol.primal_ray.begin(), p->sol.primal_ray.end(), ray);
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetdualray(NVRLprob prob, double ray[], int *has) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLgetdualray(NVRLprob prob, double ray[], int *has) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   if (has) *has = p->sol.has_dual_ray ? 1 : 0;
   if (ray && p->sol.has_dual_ray) std::copy(p->sol.dual_ray.begin(), p->sol.dual_ray.end(), ray);
   return 0;
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <string>
 
+#include "core/entry.h"
 #include "core/environment.h"
 #include "core/ids.h"
 #include "interfaces/highs_c_api.h"
@@ -54,9 +55,7 @@ int runOnce(nvrl_problem_s *p, void *h, RunContext &ctx, bool log, bool mip) {
   return Highs_getModelStatus(h);
 }
 
-int optimize(NVRLprob prob, const char *flags, bool mipCall) {
-  nvrl_problem_s *p = checkProblem(prob);
-  if (!p) return 1;
+int solve(nvrl_problem_s *p, const char *flags, bool mipCall) {
   p->clearError();
   SolveFlags sf;
   std::string err;
@@ -182,6 +181,18 @@ int optimize(NVRLprob prob, const char *flags, bool mipCall) {
   return 0;
 }
 
+// The problem is marked as being solved throughout; when the solve throws, the marker drops
+// the HiGHS session and the answers on the way out.
+int optimize(NVRLprob prob, const char *fn, const char *flags, bool mipCall) {
+  nvrl_problem_s *p = checkProblem(prob, fn);
+  if (!p) return 1;
+  SolveMarker solving(p, fn);
+  if (!solving.acquired()) return 1;
+  const int rc = solve(p, flags, mipCall);
+  solving.finished();
+  return rc;
+}
+
 }  // namespace
 
 }  // namespace nvrl
@@ -190,16 +201,20 @@ using nvrl::optimize;
 
 extern "C" {
 
-NVRL_API int NVRLlpoptimize(NVRLprob prob, const char *flags) { return optimize(prob, flags, false); }
+NVRL_API int NVRLlpoptimize(NVRLprob prob, const char *flags) NVRL_TRY {
+  return optimize(prob, __func__, flags, false);
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLmipoptimize(NVRLprob prob, const char *flags) { return optimize(prob, flags, true); }
+NVRL_API int NVRLmipoptimize(NVRLprob prob, const char *flags) NVRL_TRY {
+  return optimize(prob, __func__, flags, true);
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLinterrupt(NVRLprob prob, int reason) {
-  nvrl_problem_s *p = nvrl::checkProblem(prob);
+NVRL_API int NVRLinterrupt(NVRLprob prob, int reason) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   if (reason <= 0) return p->fail("Invalid stop reason %d: it must be positive", reason);
   p->interrupt_reason.store(reason);
   return 0;
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "interfaces/highs_c_api.h"
+#include "solve/highs_session.h"
 
 namespace nvrl {
 
@@ -119,8 +120,8 @@ bool qpHasImprovingRay(const LoweredModel &L, void *like) {
   }
   if (scale == 0.0) return false;
 
-  void *h = Highs_create();
-  if (!h) return false;
+  HighsInstance instance(createHighs());
+  void *h = instance.get();
   Highs_setBoolOptionValue(h, "output_flag", 0);
   HighsInt threads = 0;
   Highs_getIntOptionValue(like, "threads", &threads);
@@ -133,7 +134,6 @@ bool qpHasImprovingRay(const LoweredModel &L, void *like) {
   if (status != kHighsStatusError && Highs_run(h) != kHighsStatusError &&
       Highs_getModelStatus(h) == kHighsModelStatusOptimal)
     improving = Highs_getObjectiveValue(h) < -kImprovement * scale;
-  Highs_destroy(h);
   return improving;
 }
 

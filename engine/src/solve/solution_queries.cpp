@@ -1,6 +1,7 @@
 // Answers of the last solve: primal values, slacks, duals and reduced costs.
 #include <algorithm>
 
+#include "core/entry.h"
 #include "core/problem.h"
 
 using nvrl::checkProblem;
@@ -17,8 +18,8 @@ void copyOut(const std::vector<T> &from, T *to) {
 extern "C" {
 
 NVRL_API int NVRLgetlpsol(NVRLprob prob, double x[], double slack[], double duals[],
-                          double djs[]) {
-  nvrl_problem_s *p = checkProblem(prob);
+                          double djs[]) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   const nvrl::SolveState &s = p->sol;
   if ((x || slack) && !s.have_primal) return p->fail("No solution is available");
@@ -30,21 +31,21 @@ NVRL_API int NVRLgetlpsol(NVRLprob prob, double x[], double slack[], double dual
   copyOut(s.duals, duals);
   copyOut(s.djs, djs);
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetmipsol(NVRLprob prob, double x[], double slack[]) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLgetmipsol(NVRLprob prob, double x[], double slack[]) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   const nvrl::SolveState &s = p->sol;
   if ((x || slack) && !s.have_primal) return p->fail("No integer solution is available");
   copyOut(s.x, x);
   copyOut(s.slack, slack);
   return 0;
-}
+} NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetlpsolval(NVRLprob prob, int col, int row, double *x, double *slack,
-                             double *dual, double *dj) {
-  nvrl_problem_s *p = checkProblem(prob);
+                             double *dual, double *dj) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   const nvrl::SolveState &s = p->sol;
   if (col < -1 || col >= p->model.cols()) return p->fail("Column index %d is out of range", col);
@@ -62,10 +63,10 @@ NVRL_API int NVRLgetlpsolval(NVRLprob prob, int col, int row, double *x, double 
     if (dual) *dual = s.duals[row];
   }
   return 0;
-}
+} NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetmipsolval(NVRLprob prob, int col, int row, double *x, double *slack) {
-  nvrl_problem_s *p = checkProblem(prob);
+NVRL_API int NVRLgetmipsolval(NVRLprob prob, int col, int row, double *x, double *slack) NVRL_TRY {
+  nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   const nvrl::SolveState &s = p->sol;
   if (col < -1 || col >= p->model.cols()) return p->fail("Column index %d is out of range", col);
@@ -75,6 +76,6 @@ NVRL_API int NVRLgetmipsolval(NVRLprob prob, int col, int row, double *x, double
   if (col >= 0 && x) *x = s.x[col];
   if (row >= 0 && slack) *slack = s.slack[row];
   return 0;
-}
+} NVRL_CATCH(prob)
 
 }  // extern "C"

@@ -1,0 +1,401 @@
+// Out of memory at every allocation of a call: the global allocation functions of this test
+// binary fail the N-th allocation on the injecting thread while an injection is active, and
+// each call is swept over N = 1, 2, ... until it gets through without a failure. Every failed
+// run must return an error saying "out of memory" and leave the model exactly as it was;
+// afterwards the problem works normally. Built as its own binary, since it replaces the
+// allocation functions of the whole process.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "test_store_support.h"
+
+namespace {
+
+thread_local bool t_injecting = false;
+thread_local long t_countdown = 0;
+thread_local bool t_triggered = false;
+thread_local long t_allocations = 0;  // made under the injection
+
+bool failThisAllocation() {
+  if (!t_injecting || t_triggered) return false;
+  ++t_allocations;
+  if (--t_countdown > 0) return false;
+  t_triggered = true;
+  return true;
+}
+
+void *allocate(std::size_t n, std::size_t align, bool nothrow) {
+  if (failThisAllocation()) {
+    if (nothrow) return nullptr;
+    throw std::bad_alloc();
+  }
+  if (n == 0) n = 1;
+  void *p = align > alignof(std::max_align_t)
+                ? std::aligned_alloc(align, (n + align - 1) / align * align)
+                : std::malloc(n);
+  if (!p && !nothrow) throw std::bad_alloc();
+  return p;
+}
+
+// Fails the n-th allocation made on this thread while alive (n >= 1).
+class Injection {
+ public:
+  explicit Injection(long n) {
+    t_countdown = n;
+    t_triggered = false;
+    t_allocations = 0;
+    t_injecting = true;
+  }
+  ~Injection() { t_injecting = false; }
+  bool triggered() const { return t_triggered; }
+  long allocations() const { return t_allocations; }
+};
+
+}  // namespace
+
+void *operator new(std::size_t n) { return allocate(n, 0, false); }
+void *operator new[](std::size_t n) { return allocate(n, 0, false); }
+void *operator new(std::size_t n, const std::nothrow_t &) noexcept {
+  return allocate(n, 0, true);
+}
+void *operator new[](std::size_t n, const std::nothrow_t &) noexcept {
+  return allocate(n, 0, true);
+}
+void *operator new(std::size_t n, std::align_val_t a) {
+  return allocate(n, static_cast<std::size_t>(a), false);
+}
+void *operator new[](std::size_t n, std::align_val_t a) {
+  return allocate(n, static_cast<std::size_t>(a), false);
+}
+void *operator new(std::size_t n, std::align_val_t a, const std::nothrow_t &) noexcept {
+  return allocate(n, static_cast<std::size_t>(a), true);
+}
+void *operator new[](std::size_t n, std::align_val_t a, const std::nothrow_t &) noexcept {
+  return allocate(n, static_cast<std::size_t>(a), true);
+}
+void operator delete(void *p) noexcept { std::free(p); }
+void operator delete[](void *p) noexcept { std::free(p); }
+void operator delete(void *p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void *p, std::size_t) noexcept { std::free(p); }
+void operator delete(void *p, const std::nothrow_t &) noexcept { std::free(p); }
+void operator delete[](void *p, const std::nothrow_t &) noexcept { std::free(p); }
+void operator delete(void *p, std::align_val_t) noexcept { std::free(p); }
+void operator delete[](void *p, std::align_val_t) noexcept { std::free(p); }
+void operator delete(void *p, std::size_t, std::align_val_t) noexcept { std::free(p); }
+void operator delete[](void *p, std::size_t, std::align_val_t) noexcept { std::free(p); }
+void operator delete(void *p, std::align_val_t, const std::nothrow_t &) noexcept { std::free(p); }
+void operator delete[](void *p, std::align_val_t, const std::nothrow_t &) noexcept {
+  std::free(p);
+}
+
+namespace storetest {
+namespace {
+
+std::string globalError() {
+  char msg[NVRL_MAXMESSAGELEN + 1] = {};
+  NVRL_ge_getlasterror(nullptr, msg, sizeof msg, nullptr);
+  return msg;
+}
+
+bool saysOutOfMemory(const std::string &msg, const char *fn) {
+  return msg.find(fn) != std::string::npos && msg.find("out of memory") != std::string::npos;
+}
+
+// max x + y  s.t.  x + 2y <= 4,  3x + y <= 6,  x, y >= 0: optimum 2.8 at (1.6, 1.2); with x
+// and y integer the optimum is 2.
+void loadSmallLp(NVRLprob p) {
+  const char rowtype[] = {'L', 'L'};
+  const double rhs[] = {4, 6}, obj[] = {1, 1}, lb[] = {0, 0}, ub[] = {1e20, 1e20};
+  const int start[] = {0, 2, 4}, rowind[] = {0, 1, 0, 1};
+  const double coef[] = {1, 3, 2, 1};
+  ASSERT_EQ(NVRLloadlp(p, "small", 2, 2, rowtype, rhs, nullptr, obj, start, nullptr, rowind,
+                       coef, lb, ub),
+            0)
+      << lastError(p);
+  ASSERT_EQ(NVRLchgobjsense(p, -1), 0);
+  ASSERT_EQ(NVRLsetintcontrol(p, nvrl::id::kLogLevel, 0), 0);
+  ASSERT_EQ(NVRLsetintcontrol(p, nvrl::id::kThreads, 1), 0);
+}
+
+void makeIntegral(NVRLprob p) {
+  const int cols[] = {0, 1};
+  const char types[] = {'I', 'I'};
+  ASSERT_EQ(NVRLchgcoltype(p, 2, cols, types), 0);
+}
+
+std::string g_mps, g_lp, g_written;
+
+// One entry point under test: `prepare` builds the problem the call starts from (outside
+// any injection), `call` is what runs with allocations failing, `after` checks a problem
+// that has been through a failed run still works.
+class AllocFailure;
+struct Case {
+  const char *label;
+  const char *fn;  // the entry point named in the message
+  std::function<void(AllocFailure &)> prepare;
+  std::function<int(AllocFailure &)> call;
+  std::function<void(AllocFailure &)> after;
+  long ends = 400;  // see allocationsToFail()
+};
+
+class AllocFailure : public StoreTest, public ::testing::WithParamInterface<Case> {
+ protected:
+  static void SetUpTestSuite() {
+    ASSERT_EQ(NVRLinit(nullptr), 0);
+    NVRLprob p = nullptr;
+    ASSERT_EQ(NVRLcreateprob(&p), 0);
+    loadSmallLp(p);
+    makeIntegral(p);
+    g_mps = ::testing::TempDir() + "alloc_small.mps";
+    g_lp = ::testing::TempDir() + "alloc_small.lp";
+    g_written = ::testing::TempDir() + "alloc_written.lp";
+    ASSERT_EQ(NVRLwriteprob(p, g_mps.c_str(), ""), 0);
+    ASSERT_EQ(NVRLwriteprob(p, g_lp.c_str(), "l"), 0);
+    NVRLdestroyprob(p);
+    NVRLfree();
+  }
+  static void TearDownTestSuite() {
+    std::remove(g_mps.c_str());
+    std::remove(g_lp.c_str());
+    std::remove(g_written.c_str());
+  }
+
+  void TearDown() override {
+    if (other) NVRLdestroyprob(other);
+    StoreTest::TearDown();
+  }
+
+ public:
+  using StoreTest::prob;
+  void rich() { buildRichModel(); }
+  NVRLprob other = nullptr;
+};
+
+// The allocations to fail: all of them for a call that makes a few hundred; for a solve,
+// which makes thousands inside HiGHS, all of the engine's own before and after the run and a
+// sample of those in between.
+std::vector<long> allocationsToFail(long total, long kEnds) {
+  const long kSamples = kEnds / 4;
+  std::vector<long> ns;
+  if (total <= 2 * kEnds + kSamples) {
+    for (long n = 1; n <= total; ++n) ns.push_back(n);
+    return ns;
+  }
+  for (long n = 1; n <= kEnds; ++n) ns.push_back(n);
+  for (long k = 1; k < kSamples; ++k) ns.push_back(kEnds + k * (total - 2 * kEnds) / kSamples);
+  for (long n = total - kEnds + 1; n <= total; ++n) ns.push_back(n);
+  return ns;
+}
+
+TEST_P(AllocFailure, EveryFailedAllocationLeavesTheProblemAsItWas) {
+  const Case &c = GetParam();
+  auto fresh = [&] {
+    NVRLdestroyprob(prob);
+    ASSERT_EQ(NVRLcreateprob(&prob), 0);
+    ASSERT_NO_FATAL_FAILURE(c.prepare(*this));
+  };
+  // A clean run first, counting the allocations.
+  ASSERT_NO_FATAL_FAILURE(fresh());
+  long total;
+  {
+    Injection count(LONG_MAX);
+    ASSERT_EQ(c.call(*this), 0) << lastError(prob);
+    total = count.allocations();
+  }
+  ASSERT_GT(total, 0);
+
+  long failures = 0;
+  for (long n : allocationsToFail(total, c.ends)) {
+    ASSERT_NO_FATAL_FAILURE(fresh());
+    const Snapshot before = snapshot(prob);
+    int rc;
+    bool triggered;
+    {
+      Injection inject(n);
+      rc = c.call(*this);
+      triggered = inject.triggered();
+    }
+    if (!triggered || rc == 0) continue;  // a solve's count varies; HiGHS absorbs some failures
+    ++failures;
+    // Creation calls have no problem to record the failure on.
+    const bool global = std::string(c.fn).find("createprob") != std::string::npos;
+    const std::string msg = global ? globalError() : lastError(prob);
+    ASSERT_TRUE(saysOutOfMemory(msg, c.fn)) << "allocation " << n << ": " << msg;
+    ASSERT_TRUE(snapshot(prob) == before) << "allocation " << n << " changed the model";
+    if (c.after) ASSERT_NO_FATAL_FAILURE(c.after(*this)) << "after allocation " << n;
+  }
+  EXPECT_GT(failures, 0);
+  // And a normal call on a fresh problem still succeeds.
+  ASSERT_NO_FATAL_FAILURE(fresh());
+  EXPECT_EQ(c.call(*this), 0) << lastError(prob);
+  if (c.after) c.after(*this);
+}
+
+// The problem still solves to the right optimum.
+void solvesRight(AllocFailure &t, bool mip, double expected) {
+  NVRLprob p = t.prob;
+  ASSERT_EQ(mip ? NVRLmipoptimize(p, "") : NVRLlpoptimize(p, ""), 0) << lastError(p);
+  double obj = 0;
+  ASSERT_EQ(NVRLgetdblattrib(p, mip ? nvrl::id::kMipObjVal : nvrl::id::kLpObjVal, &obj), 0);
+  EXPECT_NEAR(obj, expected, 1e-7);
+}
+
+void rich(AllocFailure &t) { t.rich(); }
+
+// The rich model with a fifth column that nothing but the matrix and the quadratic objective
+// use, so that it can be deleted.
+void richPlusColumn(AllocFailure &t) {
+  rich(t);
+  const NVRLint64 start[] = {0, 2};
+  const int rowind[] = {0, 2};
+  const double coef[] = {7, 8}, obj[] = {1}, lb[] = {0}, ub[] = {3};
+  ASSERT_EQ(NVRLaddcols64(t.prob, 1, 2, obj, start, rowind, coef, lb, ub), 0);
+  ASSERT_EQ(NVRLchgqobj(t.prob, 0, 4, 0.5), 0);
+  ASSERT_EQ(NVRLchgqobj(t.prob, 4, 4, 1.0), 0);
+}
+
+void small(AllocFailure &t) { loadSmallLp(t.prob); }
+
+std::vector<Case> cases() {
+  const auto lpAfter = [](AllocFailure &t) { solvesRight(t, false, 2.8); };
+  return {
+      {"createprob", "NVRLcreateprob", rich,
+       [](AllocFailure &) {
+         NVRLprob q = nullptr;
+         const int rc = NVRLcreateprob(&q);
+         if (rc == 0) NVRLdestroyprob(q);
+         return rc;
+       },
+       nullptr},
+      {"copyprob", "NVRLcopyprob",
+       [](AllocFailure &t) {
+         rich(t);
+         if (!t.other) {
+           ASSERT_EQ(NVRLcreateprob(&t.other), 0);
+           loadSmallLp(t.other);
+         }
+       },
+       [](AllocFailure &t) { return NVRLcopyprob(t.prob, t.other, "copied"); }, nullptr},
+      {"loadlp64", "NVRLloadlp64", rich,
+       [](AllocFailure &t) {
+         const char rowtype[] = {'L', 'R'};
+         const double rhs[] = {4, 6}, range[] = {0, 2}, obj[] = {1, 1}, lb[] = {0, 0},
+                      ub[] = {5, 5};
+         const NVRLint64 start[] = {0, 2, 4};
+         const int rowind[] = {0, 1, 0, 1};
+         const double coef[] = {1, 3, 2, 1};
+         return NVRLloadlp64(t.prob, "loaded", 2, 2, rowtype, rhs, range, obj, start, nullptr,
+                             rowind, coef, lb, ub);
+       },
+       nullptr},
+      {"addrows64", "NVRLaddrows64", rich,
+       [](AllocFailure &t) {
+         const char rowtype[] = {'G', 'R'};
+         const double rhs[] = {1, 9}, range[] = {0, 3};
+         const NVRLint64 start[] = {0, 2, 3};
+         const int colind[] = {0, 3, 1};
+         const double coef[] = {1, 2, 3};
+         return NVRLaddrows64(t.prob, 2, 3, rowtype, rhs, range, start, colind, coef);
+       },
+       nullptr},
+      {"addcols64", "NVRLaddcols64", rich,
+       [](AllocFailure &t) {
+         const NVRLint64 start[] = {0, 2, 3};
+         const int rowind[] = {0, 2, 1};
+         const double coef[] = {1, 2, 3}, obj[] = {4, 5}, lb[] = {0, -1}, ub[] = {1, 1};
+         return NVRLaddcols64(t.prob, 2, 3, obj, start, rowind, coef, lb, ub);
+       },
+       nullptr},
+      {"delrows", "NVRLdelrows", rich,
+       [](AllocFailure &t) {
+         const int rows[] = {2, 0};
+         return NVRLdelrows(t.prob, 2, rows);
+       },
+       nullptr},
+      {"delcols", "NVRLdelcols", richPlusColumn,
+       [](AllocFailure &t) {
+         const int cols[] = {4};
+         return NVRLdelcols(t.prob, 1, cols);
+       },
+       nullptr},
+      {"chgcoef", "NVRLchgcoef", rich,
+       [](AllocFailure &t) { return NVRLchgcoef(t.prob, 1, 0, 9.0); }, nullptr},
+      {"chgmqobj", "NVRLchgmqobj",
+       rich,
+       [](AllocFailure &t) {
+         const int c1[] = {0, 2, 3, 1}, c2[] = {1, 2, 1, 3};
+         const double v[] = {0, 4, 5, 6};  // drops (0,1), adds three entries
+         return NVRLchgmqobj(t.prob, 4, c1, c2, v);
+       },
+       nullptr},
+      {"addqmatrix", "NVRLaddqmatrix64", rich,
+       [](AllocFailure &t) {
+         const int c1[] = {0, 2, 0}, c2[] = {1, 3, 1};
+         const double v[] = {1, 2, 3};
+         return NVRLaddqmatrix64(t.prob, 2, 3, c1, c2, v);  // row 2 has no quadratic part yet
+       },
+       nullptr},
+      {"addnames", "NVRLaddnames", rich,
+       [](AllocFailure &t) { return NVRLaddnames(t.prob, 1, "first\0cap\0third", 0, 2); },
+       nullptr},
+      {"readprob_mps", "NVRLreadprob", rich,
+       [](AllocFailure &t) { return NVRLreadprob(t.prob, g_mps.c_str(), ""); }, nullptr},
+      {"readprob_lp", "NVRLreadprob", rich,
+       [](AllocFailure &t) { return NVRLreadprob(t.prob, g_lp.c_str(), ""); }, nullptr},
+      {"writeprob", "NVRLwriteprob", small,
+       [](AllocFailure &t) { return NVRLwriteprob(t.prob, g_written.c_str(), "l"); },
+       nullptr},
+      {"loadbasis", "NVRLloadbasis", small,
+       [](AllocFailure &t) {
+         const int rowstat[] = {0, 0}, colstat[] = {1, 1};
+         return NVRLloadbasis(t.prob, rowstat, colstat);
+       },
+       lpAfter},
+      {"loadlpsol", "NVRLloadlpsol", small,
+       [](AllocFailure &t) {
+         const double x[] = {1, 1}, slack[] = {1, 2};
+         int status = -1;
+         return NVRLloadlpsol(t.prob, x, slack, nullptr, nullptr, &status);
+       },
+       lpAfter},
+      {"lpoptimize", "NVRLlpoptimize", small,
+       [](AllocFailure &t) { return NVRLlpoptimize(t.prob, ""); }, lpAfter},
+      {"mipoptimize", "NVRLmipoptimize",
+       [](AllocFailure &t) {
+         small(t);
+         makeIntegral(t.prob);
+       },
+       [](AllocFailure &t) { return NVRLmipoptimize(t.prob, ""); },
+       [](AllocFailure &t) { solvesRight(t, true, 2.0); },
+       80},  // a MIP solve takes long enough to sample more thinly
+      {"nslp_createprob", "NSLPcreateprob",
+       [](AllocFailure &t) {
+         small(t);
+         ASSERT_EQ(NSLPinit(nullptr), 0);
+       },
+       [](AllocFailure &t) {
+         NSLPprob slp = nullptr;
+         const int rc = NSLPcreateprob(&slp, &t.prob);
+         t_injecting = false;  // the clean-up is not under test
+         if (rc == 0) NSLPdestroyprob(slp);
+         NSLPfree();
+         return rc;
+       },
+       nullptr},
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(EntryPoints, AllocFailure, ::testing::ValuesIn(cases()),
+                         [](const ::testing::TestParamInfo<Case> &info) {
+                           return std::string(info.param.label);
+                         });
+
+}  // namespace
+}  // namespace storetest

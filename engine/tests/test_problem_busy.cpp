@@ -1,0 +1,285 @@
+// A problem being solved refuses calls that would change or read it, from other threads and
+// from the solve's own callbacks, except the few that are safe; afterwards everything works.
+// Uses the public interface only.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "core/ids.h"
+#include "nvrl.h"
+
+namespace {
+
+using nvrl::id::kCols;
+using nvrl::id::kLogLevel;
+using nvrl::id::kMipStatus;
+using nvrl::id::kRows;
+using nvrl::id::kStopStatus;
+
+std::string lastError(NVRLprob prob) {
+  char msg[NVRL_MAXMESSAGELEN + 1] = {};
+  NVRLgetlasterror(prob, msg);
+  return msg;
+}
+
+std::string refusal(const char *fn) {
+  return std::string(fn) +
+         ": the problem is being solved; it cannot be changed or read until the solve returns";
+}
+
+int intAttr(NVRLprob prob, int id) {
+  int v = -1;
+  EXPECT_EQ(NVRLgetintattrib(prob, id, &v), 0) << lastError(prob);
+  return v;
+}
+
+class BusyProblem : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(NVRLinit(nullptr), 0);
+    ASSERT_EQ(NVRLcreateprob(&prob), 0);
+    ASSERT_EQ(NVRLcreateprob(&other), 0);
+    ASSERT_EQ(NVRLsetintcontrol(prob, kLogLevel, 0), 0);
+    buildMarketSplit();
+  }
+  void TearDown() override {
+    if (solver.joinable()) {
+      NVRLinterrupt(prob, NVRL_STOP_USER);
+      solver.join();
+    }
+    if (prob) NVRLdestroyprob(prob);
+    NVRLdestroyprob(other);
+    NVRLfree();
+  }
+
+  // A market-split instance: 4 equality rows over 30 binaries plus a pair of deviation
+  // columns per row, minimising the deviation. Branch and bound runs far longer than the
+  // tests, which interrupt it.
+  void buildMarketSplit() {
+    const int m = 4, n = 30, ncols = n + 2 * m;
+    uint64_t seed = 12345;
+    auto next = [&]() {
+      seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+      return static_cast<int>((seed >> 33) % 100);
+    };
+    std::vector<double> obj(ncols, 0.0), lb(ncols, 0.0), ub(ncols, 1.0), rhs(m, 0.0);
+    std::vector<int> start, rowind;
+    std::vector<double> coef;
+    std::vector<std::vector<int>> a(m, std::vector<int>(n));
+    for (auto &r : a)
+      for (int &v : r) v = next();
+    for (int j = 0; j < n; ++j) {
+      start.push_back(static_cast<int>(rowind.size()));
+      for (int i = 0; i < m; ++i) rowind.push_back(i), coef.push_back(a[i][j]);
+    }
+    for (int i = 0; i < m; ++i) {
+      int sum = 0;
+      for (int v : a[i]) sum += v;
+      rhs[i] = sum / 2;
+      for (double sign : {1.0, -1.0}) {
+        const int j = static_cast<int>(start.size());
+        start.push_back(static_cast<int>(rowind.size()));
+        rowind.push_back(i), coef.push_back(sign);
+        obj[j] = 1, ub[j] = NVRL_INFINITY;
+      }
+    }
+    start.push_back(static_cast<int>(rowind.size()));
+    const std::vector<char> rowtype(m, 'E');
+    ASSERT_EQ(NVRLloadlp(prob, "split", ncols, m, rowtype.data(), rhs.data(), nullptr,
+                         obj.data(), start.data(), nullptr, rowind.data(), coef.data(),
+                         lb.data(), ub.data()),
+              0)
+        << lastError(prob);
+    std::vector<int> bin(n);
+    for (int j = 0; j < n; ++j) bin[j] = j;
+    const std::vector<char> types(n, 'B');
+    ASSERT_EQ(NVRLchgcoltype(prob, n, bin.data(), types.data()), 0);
+  }
+
+  // Starts the MIP solve on its own thread and waits until it runs: a query from this thread
+  // is refused once the problem is marked as being solved.
+  void startSolve() {
+    started = std::chrono::steady_clock::now();
+    solver = std::thread([this] { solve_rc = NVRLmipoptimize(prob, ""); });
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    int v = 0;
+    while (NVRLgetintattrib(prob, kRows, &v) == 0) {
+      ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the solve was never refused";
+      std::this_thread::yield();
+    }
+  }
+
+  // Stops the solve and checks that it ended as an interrupted solve with a solution that
+  // satisfies the rows. The solve gets half a second first, so that it has found one.
+  void stopSolve() {
+    std::this_thread::sleep_until(started + std::chrono::milliseconds(500));
+    ASSERT_EQ(NVRLinterrupt(prob, NVRL_STOP_USER), 0) << lastError(prob);
+    solver.join();
+    ASSERT_EQ(solve_rc, 0) << lastError(prob);
+    EXPECT_EQ(intAttr(prob, kStopStatus), NVRL_STOP_USER);
+    EXPECT_EQ(intAttr(prob, kMipStatus), NVRL_MIP_SOLUTION);
+    std::vector<double> slack(4);
+    ASSERT_EQ(NVRLgetmipsol(prob, nullptr, slack.data()), 0) << lastError(prob);
+    for (double s : slack) EXPECT_NEAR(s, 0.0, 1e-6);
+  }
+
+  NVRLprob prob = nullptr, other = nullptr;
+  std::thread solver;
+  std::chrono::steady_clock::time_point started;
+  std::atomic<int> solve_rc{-1};
+};
+
+// A call that takes the busy problem; error_on_other: the refusal is recorded on the other
+// problem (the destination of a copy).
+struct Call {
+  const char *fn;
+  std::function<int(NVRLprob busy, NVRLprob other)> run;
+  bool error_on_other = false;
+};
+
+std::vector<Call> callsOnABusyProblem(const std::string &file) {
+  static const int first[] = {0};
+  static const char rowtype[] = {'L'};
+  static const double one[] = {1.0}, zero[] = {0.0};
+  static const int start[] = {0, 1}, rowind[] = {0};
+  return {
+      {"NVRLgetintattrib",
+       [](NVRLprob p, NVRLprob) {
+         int v = 0;
+         return NVRLgetintattrib(p, kCols, &v);
+       }},
+      {"NVRLgetmipsol",
+       [](NVRLprob p, NVRLprob) {
+         double x[64];
+         return NVRLgetmipsol(p, x, nullptr);
+       }},
+      {"NVRLdelrows", [](NVRLprob p, NVRLprob) { return NVRLdelrows(p, 1, first); }},
+      {"NVRLdelcols", [](NVRLprob p, NVRLprob) { return NVRLdelcols(p, 1, first); }},
+      {"NVRLchgcoef", [](NVRLprob p, NVRLprob) { return NVRLchgcoef(p, 0, 0, 7.0); }},
+      {"NVRLreadprob",
+       [file](NVRLprob p, NVRLprob) { return NVRLreadprob(p, file.c_str(), ""); }},
+      {"NVRLloadlp",
+       [](NVRLprob p, NVRLprob) {
+         return NVRLloadlp(p, "small", 1, 1, rowtype, one, nullptr, one, start, nullptr,
+                           rowind, one, zero, one);
+       }},
+      {"NVRLsetintcontrol",
+       [](NVRLprob p, NVRLprob) { return NVRLsetintcontrol(p, nvrl::id::kPresolve, 0); }},
+      {"NVRLaddcbmessage",  // allowed from the solve's own callbacks only
+       [](NVRLprob p, NVRLprob) {
+         return NVRLaddcbmessage(p, [](NVRLprob, void *, const char *, int, int) {}, nullptr,
+                                 0);
+       }},
+      {"NVRLlpoptimize", [](NVRLprob p, NVRLprob) { return NVRLlpoptimize(p, ""); }},
+      {"NVRLmipoptimize", [](NVRLprob p, NVRLprob) { return NVRLmipoptimize(p, ""); }},
+      {"NVRLcopyprob", [](NVRLprob p, NVRLprob o) { return NVRLcopyprob(p, o, "into"); }},
+      {"NVRLcopyprob", [](NVRLprob p, NVRLprob o) { return NVRLcopyprob(o, p, "from"); },
+       true},
+      {"NVRLdestroyprob", [](NVRLprob p, NVRLprob) { return NVRLdestroyprob(p); }},
+  };
+}
+
+TEST_F(BusyProblem, CallsFromAnotherThreadAreRefusedUntilTheSolveReturns) {
+  const std::string file = ::testing::TempDir() + "busy_small.lp";
+  ASSERT_EQ(NVRLwriteprob(prob, file.c_str(), "l"), 0) << lastError(prob);
+  ASSERT_EQ(NVRLcopyprob(other, prob, "twin"), 0);
+  const int rows = intAttr(prob, kRows), cols = intAttr(prob, kCols);
+
+  ASSERT_NO_FATAL_FAILURE(startSolve());
+  for (const Call &call : callsOnABusyProblem(file)) {
+    SCOPED_TRACE(call.fn);
+    EXPECT_NE(call.run(prob, other), 0);
+    EXPECT_EQ(lastError(call.error_on_other ? other : prob), refusal(call.fn));
+  }
+  // The calls that are safe during a solve still work from here.
+  char msg[NVRL_MAXMESSAGELEN + 1];
+  EXPECT_EQ(NVRLgetlasterror(prob, msg), 0);
+  stopSolve();
+
+  // Nothing was changed behind the solve's back.
+  EXPECT_EQ(intAttr(prob, kRows), rows);
+  EXPECT_EQ(intAttr(prob, kCols), cols);
+  // Once the solve has returned, the same calls succeed (destroying the problem last).
+  for (const Call &call : callsOnABusyProblem(file)) {
+    SCOPED_TRACE(call.fn);
+    EXPECT_EQ(call.run(prob, other), 0) << lastError(prob);
+  }
+  prob = nullptr;  // destroyed by the last call
+  std::remove(file.c_str());
+}
+
+TEST_F(BusyProblem, NonlinearHandlesOfABusyProblemAreRefused) {
+  if (NSLPinit(nullptr) != 0) GTEST_SKIP() << "the nonlinear solver is not available";
+  NSLPprob slp = nullptr;
+  ASSERT_EQ(NSLPcreateprob(&slp, &prob), 0);
+  ASSERT_NO_FATAL_FAILURE(startSolve());
+  NSLPprob second = nullptr;
+  EXPECT_NE(NSLPcreateprob(&second, &prob), 0);
+  EXPECT_NE(NSLPdestroyprob(slp), 0);
+  char msg[NVRL_MAXMESSAGELEN + 1] = {};
+  int code = 0;
+  EXPECT_EQ(NSLPgetlasterror(slp, &code, msg), 0);
+  EXPECT_EQ(std::string(msg), refusal("NSLPdestroyprob"));
+  stopSolve();
+  EXPECT_EQ(NSLPdestroyprob(slp), 0);
+  NSLPfree();
+}
+
+// Runs inside the solve, on the solving thread.
+struct CallbackProbe {
+  std::atomic<int> lines{0};
+  int delrows_rc = -1, addcb_rc = -1, removecb_rc = -1, remove_self_rc = -1, optimize_rc = -1;
+  int interrupt_rc = -1;
+  std::string delrows_error, optimize_error;
+
+  static void quiet(NVRLprob, void *, const char *, int, int) {}
+
+  static void onMessage(NVRLprob prob, void *data, const char *, int, int) {
+    auto *self = static_cast<CallbackProbe *>(data);
+    // Let the solve get going (our banner and size lines come first).
+    if (++self->lines != 8) return;
+    const int row0[] = {0};
+    self->delrows_rc = NVRLdelrows(prob, 1, row0);
+    self->delrows_error = lastError(prob);
+    self->optimize_rc = NVRLlpoptimize(prob, "");
+    self->optimize_error = lastError(prob);
+    self->addcb_rc = NVRLaddcbmessage(prob, quiet, nullptr, 5);
+    self->removecb_rc = NVRLremovecbmessage(prob, quiet, nullptr);
+    self->interrupt_rc = NVRLinterrupt(prob, NVRL_STOP_USER);
+    self->remove_self_rc = NVRLremovecbmessage(prob, onMessage, data);
+  }
+};
+
+TEST_F(BusyProblem, TheSolvesOwnCallbacksMayOnlyManageCallbacksAndInterrupt) {
+  ASSERT_EQ(NVRLsetintcontrol(prob, kLogLevel, 1), 0);
+  CallbackProbe probe;
+  ASSERT_EQ(NVRLaddcbmessage(prob, CallbackProbe::onMessage, &probe, 0), 0);
+  const auto t0 = std::chrono::steady_clock::now();
+  ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError(prob);
+  EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count(), 10.0);
+
+  ASSERT_GE(probe.lines.load(), 8);
+  EXPECT_NE(probe.delrows_rc, 0);
+  EXPECT_EQ(probe.delrows_error, refusal("NVRLdelrows"));
+  EXPECT_NE(probe.optimize_rc, 0);
+  EXPECT_EQ(probe.optimize_error, refusal("NVRLlpoptimize"));
+  EXPECT_EQ(probe.addcb_rc, 0);
+  EXPECT_EQ(probe.removecb_rc, 0);
+  EXPECT_EQ(probe.interrupt_rc, 0);
+  EXPECT_EQ(probe.remove_self_rc, 0);
+  // The callback removed itself: no more lines after the one it handled.
+  EXPECT_EQ(probe.lines.load(), 8);
+  EXPECT_EQ(intAttr(prob, kStopStatus), NVRL_STOP_USER);
+  EXPECT_EQ(intAttr(prob, kRows), 4);
+  // And the problem can be changed again.
+  const int row0[] = {0};
+  EXPECT_EQ(NVRLdelrows(prob, 1, row0), 0) << lastError(prob);
+}
+
+}  // namespace
