@@ -159,22 +159,19 @@ void getRhsSense(PyObject *con, char *rowtype, double *rhs, double *range) {
 
 int64_t problem_row_count(problem_s *p) {
   int rows = 0;
-  if (NVRLgetintattrib(p->prob, kAttrRows, &rows) != 0) return problem_library_error(p);
+  if (NVRLgetintattrib(p->prob, kAttrRows, &rows) != 0) return nvo_library_error(p);
   return rows;
 }
 
 int con_batch_check(problem_s *p, PyObject *con) {
   if (!constraint_check(con)) {
-    PyErr_SetString(nvpy_model_exc, "Invalid constraint");
-    return -1;
+    return nvo_model_error("Invalid constraint");
   }
   if (reinterpret_cast<constraint_s *>(con)->body == nullptr) {
-    PyErr_SetString(nvpy_model_exc, "Stale expression link, cannot add constraint");
-    return -1;
+    return nvo_model_error("Stale expression link, cannot add constraint");
   }
   if (rowcolmap_has(p->conmap, con_id(con))) {
-    PyErr_SetString(nvpy_model_exc, "Constraint already added to problem");
-    return -1;
+    return nvo_model_error("Constraint already added to problem");
   }
   return 0;
 }
@@ -216,14 +213,14 @@ int con_batch_flush(con_batch *b, problem_s *p) {
                            b->colind, b->coef) != 0 ||
              NVRLaddnames(p->prob, 1, b->names, static_cast<int>(r0),
                           static_cast<int>(r0) + b->nrows - 1) != 0) {
-    rc = problem_library_error(p);
+    rc = nvo_library_error(p);
   } else {
     int64_t offset = 0;
     for (int32_t i = 0; i < b->nrows && rc == 0; ++i) {
       if (b->qcount[i] > 0 &&
           NVRLaddqmatrix64(p->prob, static_cast<int>(r0) + i, b->qcount[i], b->qcol1 + offset,
                            b->qcol2 + offset, b->qval + offset) != 0)
-        rc = problem_library_error(p);
+        rc = nvo_library_error(p);
       offset += b->qcount[i];
     }
   }

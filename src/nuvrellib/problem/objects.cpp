@@ -8,6 +8,7 @@
 #include "model/var.h"
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/methods.h"
 #include "module/pyref.h"
 #include "problem/con_batch.h"
 #include "problem/method_families.h"
@@ -31,8 +32,7 @@ int column_type(long vartype, char *coltype) {
     case VARTYPE_SEMIINTEGER: *coltype = 'R'; return 0;
     case VARTYPE_PARTIALLYINTEGER: *coltype = 'P'; return 0;
     default:
-      PyErr_SetString(nvpy_model_exc, "Incorrect variable type passed to addVariable()");
-      return -1;
+      return nvo_model_error("Incorrect variable type passed to addVariable()");
   }
 }
 
@@ -48,29 +48,25 @@ struct NewColumns {
 
 int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *cols) {
   if (!var_check(leaf)) {
-    PyErr_SetString(nvpy_model_exc, "Incorrect objects added as variables to problem");
-    return -1;
+    return nvo_model_error("Incorrect objects added as variables to problem");
   }
   const uint64_t word = reinterpret_cast<var_s *>(leaf)->rec;
   if (rowcolmap_has(p->varmap, var_word_id(word))) {
-    PyErr_SetString(nvpy_model_exc, "Variable already added to problem");
-    return -1;
+    return nvo_model_error("Variable already added to problem");
   }
   char coltype;
   if (column_type(get_var_type(word), &coltype) != 0) return -1;
   const double lb = get_var_lbound(word), ub = get_var_ubound(word);
   const double threshold = get_var_thold(word);
   if (is_limited_type(coltype) && !(lb <= threshold && threshold <= ub)) {
-    PyErr_SetString(nvpy_model_exc,
-                    "Incorrect semi-continuous, semi-integer, or partially integer variable; "
-                    "check that its threshold is between its lower and upper bounds");
-    return -1;
+    return nvo_model_error("Incorrect semi-continuous, semi-integer, or partially integer "
+                           "variable; check that its threshold is between its lower and upper "
+                           "bounds");
   }
   PyRef name(get_var_name(word));
   if (!name) return -1;
   if (!PyUnicode_Check(name.get())) {
-    PyErr_SetString(nvpy_model_exc, "Invalid variable name (must be a string)");
-    return -1;
+    return nvo_model_error("Invalid variable name (must be a string)");
   }
   Py_ssize_t len = 0;
   const char *text = PyUnicode_AsUTF8AndSize(name.get(), &len);
@@ -79,8 +75,7 @@ int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *co
   const int col = first_col + static_cast<int>(cols->index.size());
   if (rowcolmap_set(p->varmap, var_word_id(word), col) != 0) {
     PyErr_Clear();
-    PyErr_SetString(nvpy_model_exc, "Could not amend variable map");
-    return -1;
+    return nvo_model_error("Could not amend variable map");
   }
   cols->index.push_back(col);
   cols->type.push_back(coltype);
@@ -176,14 +171,13 @@ PyObject *problem_addConstraint(PyObject *self, PyObject *args, PyObject *kwargs
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   con_batch batch;
-  int rc = nvo_walk_args(args, [&](PyObject *leaf) {
+  int rc = nvo_walk_args(args, [&](PyObject *leaf) -> int {
     if (con_batch_check(p, leaf) != 0) return -1;
     if (con_batch_queue(&batch, p, leaf) != 0) return -1;
     if (PyList_Append(p->cons, leaf) != 0) return -1;
     if (rowcolmap_set(p->conmap, con_id(leaf), batch.first_row + batch.nrows - 1) != 0) {
       PyErr_Clear();
-      PyErr_SetString(nvpy_model_exc, "Cannot add constraint to problem");
-      return -1;
+      return nvo_model_error("Cannot add constraint to problem");
     }
     return 0;
   });
@@ -197,28 +191,22 @@ PyObject *problem_addConstraint(PyObject *self, PyObject *args, PyObject *kwargs
 }
 
 PyMethodDef problem_methods_objects[] = {
-    {"addVariable", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_addVariable)),
+    {"addVariable", NVO_KW_METHOD(problem_addVariable),
      METH_VARARGS | METH_KEYWORDS, problem_addVariable_doc},
-    {"addConstraint",
-     reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_addConstraint)),
+    {"addConstraint", NVO_KW_METHOD(problem_addConstraint),
      METH_VARARGS | METH_KEYWORDS, problem_addConstraint_doc},
-    {"addSOS", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_addSOS)),
-     METH_VARARGS | METH_KEYWORDS, problem_addSOS_doc},
+    {"addSOS", NVO_KW_METHOD(problem_addSOS), METH_VARARGS | METH_KEYWORDS, problem_addSOS_doc},
     {"addIndicator", problem_addIndicator, METH_VARARGS, problem_addIndicator_doc},
-    {"delVariable", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_delVariable)),
+    {"delVariable", NVO_KW_METHOD(problem_delVariable),
      METH_VARARGS | METH_KEYWORDS, problem_delVariable_doc},
-    {"delConstraint",
-     reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_delConstraint)),
+    {"delConstraint", NVO_KW_METHOD(problem_delConstraint),
      METH_VARARGS | METH_KEYWORDS, problem_delConstraint_doc},
-    {"delSOS", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_delSOS)),
-     METH_VARARGS | METH_KEYWORDS, problem_delSOS_doc},
-    {"getVariable", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getVariable)),
+    {"delSOS", NVO_KW_METHOD(problem_delSOS), METH_VARARGS | METH_KEYWORDS, problem_delSOS_doc},
+    {"getVariable", NVO_KW_METHOD(problem_getVariable),
      METH_VARARGS | METH_KEYWORDS, problem_getVariable_doc},
-    {"getConstraint",
-     reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getConstraint)),
+    {"getConstraint", NVO_KW_METHOD(problem_getConstraint),
      METH_VARARGS | METH_KEYWORDS, problem_getConstraint_doc},
-    {"getSOS", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getSOS)),
-     METH_VARARGS | METH_KEYWORDS, problem_getSOS_doc},
+    {"getSOS", NVO_KW_METHOD(problem_getSOS), METH_VARARGS | METH_KEYWORDS, problem_getSOS_doc},
     {"getIndex", problem_getIndex, METH_O, problem_getIndex_doc},
     {nullptr, nullptr, 0, nullptr},
 };
