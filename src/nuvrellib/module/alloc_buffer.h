@@ -56,6 +56,12 @@ class AllocBuffer {
     return 0;
   }
 
+  // Frees the array; the buffer is empty again.
+  void reset() {
+    nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &data_);
+    size_ = 0;
+  }
+
   T *data() const { return data_; }
   size_t size() const { return size_; }
   T &operator[](size_t i) const { return data_[i]; }
