@@ -98,11 +98,11 @@ int send_columns(problem_s *p, const NewColumns &cols) {
                     cols.ub.data()) != 0 ||
       NVRLchgcoltype(p->prob, n, cols.index.data(), cols.type.data()) != 0 ||
       NVRLaddnames(p->prob, 2, cols.names.data(), first, first + n - 1) != 0)
-    return -1;
+    return nvo_library_error(p);
   if (!cols.limited.empty() &&
       NVRLchgglblimit(p->prob, static_cast<int>(cols.limited.size()), cols.limited.data(),
                       cols.threshold.data()) != 0)
-    return -1;
+    return nvo_library_error(p);
   return 0;
 }
 
@@ -159,7 +159,6 @@ PyObject *problem_addVariable(PyObject *self, PyObject *args, PyObject *kwargs) 
         return collect_variable(p, leaf, first_col, &cols);
       }) != 0 ||
       send_columns(p, cols) != 0) {
-    setNvrlErrIfNull(self, nullptr);
     remove_new_columns(p, first_col);
     roll_back(p->vars, p->varmap, first_col, variable_id);
     return nullptr;
