@@ -1,11 +1,11 @@
 // Adding variables and constraints to a problem, and the method table of the objects family.
 #include "problem/objects.h"
 
-#include <string>
 #include <vector>
 
 #include "model/constraint.h"
 #include "model/var.h"
+#include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/methods.h"
@@ -38,12 +38,12 @@ int column_type(long vartype, char *coltype) {
 
 // The columns of one addVariable call, gathered for one library call per kind of data.
 struct NewColumns {
-  std::vector<double> lb, ub;
-  std::vector<int> index;
-  std::vector<char> type;
-  std::vector<int> limited;        // columns of type S, R, P
-  std::vector<double> threshold;   // their thresholds
-  std::string names;               // NUL-separated
+  AllocBuffer<double> lb, ub;
+  AllocBuffer<int> index;
+  AllocBuffer<char> type;
+  AllocBuffer<int> limited;        // columns of type S, R, P
+  AllocBuffer<double> threshold;   // their thresholds
+  AllocBuffer<char> names;         // NUL-separated
 };
 
 int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *cols) {
@@ -77,23 +77,19 @@ int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *co
     PyErr_Clear();
     return nvo_model_error("Could not amend variable map");
   }
-  cols->index.push_back(col);
-  cols->type.push_back(coltype);
-  cols->lb.push_back(lb);
-  cols->ub.push_back(ub);
-  if (is_limited_type(coltype)) {
-    cols->limited.push_back(col);
-    cols->threshold.push_back(threshold);
-  }
-  cols->names.append(text, static_cast<size_t>(len));
-  cols->names.push_back('\0');
-  return 0;
+  if (cols->index.push_back(col) != 0 || cols->type.push_back(coltype) != 0 ||
+      cols->lb.push_back(lb) != 0 || cols->ub.push_back(ub) != 0)
+    return -1;
+  if (is_limited_type(coltype) &&
+      (cols->limited.push_back(col) != 0 || cols->threshold.push_back(threshold) != 0))
+    return -1;
+  return cols->names.append(text, static_cast<size_t>(len) + 1);
 }
 
 int send_columns(problem_s *p, const NewColumns &cols) {
   const int n = static_cast<int>(cols.index.size());
   if (n == 0) return 0;
-  const int first = cols.index.front();
+  const int first = cols.index[0];
   if (NVRLaddcols64(p->prob, n, 0, nullptr, nullptr, nullptr, nullptr, cols.lb.data(),
                     cols.ub.data()) != 0 ||
       NVRLchgcoltype(p->prob, n, cols.index.data(), cols.type.data()) != 0 ||
