@@ -8,6 +8,7 @@
 #include "model/termmaps.h"
 #include "module/args.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
 
@@ -173,8 +174,7 @@ static void constraint_dealloc(PyObject *self) {
 static PyObject *first_array_element(PyObject *obj) {
   auto *arr = reinterpret_cast<PyArrayObject *>(obj);
   if (PyArray_SIZE(arr) < 1) {
-    PyErr_SetString(nvpy_model_exc, "Invalid expression passed as body of constraint");
-    return nullptr;
+    return nvo_model_error("Invalid expression passed as body of constraint");
   }
   return PyArray_GETITEM(arr, static_cast<const char *>(PyArray_DATA(arr)));
 }
@@ -199,8 +199,7 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
 
   if (name != nullptr && set_con_name(&con->rec, name) < 0) return -1;
   if (lb > ub + BOUND_TOLERANCE) {
-    PyErr_SetString(nvpy_model_exc, "Constraint defined infeasible: lower bound > upper bound");
-    return -1;
+    return nvo_model_error("Constraint defined infeasible: lower bound > upper bound");
   }
   if (has_lb && set_con_lbound(&con->rec, lb) < 0) return -1;
   if (has_ub && set_con_ubound(&con->rec, ub) < 0) return -1;
@@ -214,17 +213,14 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
       the_body = PyRef::borrow(body);
     }
     if (nvo_kind_noraise(the_body.get()) < 0) {
-      PyErr_SetString(nvpy_model_exc, "Invalid expression passed as body of constraint");
-      return -1;
+      return nvo_model_error("Invalid expression passed as body of constraint");
     }
   }
 
   if (source != nullptr) {
     if (Py_TYPE(source) != &constraint_type) {
-      PyErr_SetString(nvpy_model_exc,
-                      "Attempt to generate an empty constraint failed. Consider using "
-                      "nuvrel.constraint(body=..., sense=..., rhs=...) instead.");
-      return -1;
+      return nvo_model_error("Attempt to generate an empty constraint failed. Consider using "
+                             "nuvrel.constraint(body=..., sense=..., rhs=...) instead.");
     }
     constraint_s *src = as_con(source);
     if (set_con_lbound(&con->rec, get_con_lbound(src->rec)) < 0 ||
@@ -236,14 +232,11 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   }
 
   if (!the_body || !(has_lb || has_ub || sense != 0)) {
-    PyErr_SetString(nvpy_model_exc,
-                    "Arguments required for nuvrel.constraint(): constraint OR {body, lb and/or "
-                    "ub} OR {body,sense,rhs}.");
-    return -1;
+    return nvo_model_error("Arguments required for nuvrel.constraint(): constraint OR {body, lb "
+                           "and/or ub} OR {body,sense,rhs}.");
   }
   if (has_rhs && (has_lb || has_ub)) {
-    PyErr_SetString(nvpy_model_exc, "Cannot create constraint by specifying both rhs AND lb/ub.");
-    return -1;
+    return nvo_model_error("Cannot create constraint by specifying both rhs AND lb/ub.");
   }
   con->body = the_body.release();
   if (has_rhs) {

@@ -12,41 +12,13 @@
 #include "model/quadterm.h"
 #include "model/var.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
 
 // --- classification ------------------------------------------------------------------------
 
 int nvo_is_array(PyObject *obj) { return PyArray_API != nullptr && PyArray_Check(obj); }
-
-int nvo_is_number(PyObject *obj) {
-  if (PyFloat_Check(obj) || PyLong_Check(obj)) return 1;
-  if (PyArray_API == nullptr) return 0;
-  return PyArray_IsScalar(obj, Float) || PyArray_IsScalar(obj, Double) ||
-         PyArray_IsScalar(obj, Int) || PyArray_IsScalar(obj, Long);
-}
-
-double nvo_number_value(PyObject *obj) {
-  if (PyFloat_Check(obj)) return PyFloat_AS_DOUBLE(obj);
-  if (PyLong_Check(obj)) {
-    double v = PyLong_AsDouble(obj);
-    if (v == -1.0 && PyErr_Occurred()) {
-      // An integer beyond the double range counts as infinite.
-      PyErr_Clear();
-      int overflow = 0;
-      PyLong_AsLongLongAndOverflow(obj, &overflow);
-      PyErr_Clear();
-      return overflow < 0 ? -HUGE_VAL : HUGE_VAL;
-    }
-    return v;
-  }
-  double v = PyFloat_AsDouble(obj);
-  if (v == -1.0 && PyErr_Occurred()) {
-    PyErr_Clear();
-    return NAN;
-  }
-  return v;
-}
 
 int nvo_kind_noraise(PyObject *obj) {
   PyTypeObject *t = Py_TYPE(obj);
@@ -65,11 +37,6 @@ int getExprType(PyObject *obj) {
   if (kind == NVO_KIND_INVALID)
     PyErr_Format(nvpy_model_exc, "Invalid object in operation: <%S>", obj);
   return kind;
-}
-
-PyObject *nvo_model_error(const char *msg) {
-  if (!PyErr_Occurred()) PyErr_SetString(nvpy_model_exc, msg);
-  return nullptr;
 }
 
 // --- numpy arrays and nonlinear results ----------------------------------------------------
@@ -114,8 +81,7 @@ PyObject *nvo_array_binop(int op, PyObject *a, PyObject *b) {
       return PyObject_CallMethodOneArg(b, interned[op], a);
     }
   }
-  PyErr_SetString(nvpy_model_exc, "Invalid object in operation");
-  return nullptr;
+  return nvo_model_error("Invalid object in operation");
 }
 
 static void describe_operand(PyObject *obj, char *buf, size_t len) {
@@ -231,8 +197,7 @@ PyObject *nvo_kind_binop(int kind, int op, PyObject *a, PyObject *b) {
   }
   if (kind == NVO_KIND_VAR && (p == NVO_OP_OR || p == NVO_OP_AND))
     return nvo_nonlinear_binary(op, a, b);
-  PyErr_SetString(nvpy_model_exc, "Invalid object in operation");
-  return nullptr;
+  return nvo_model_error("Invalid object in operation");
 }
 
 // --- generic operators ---------------------------------------------------------------------
@@ -431,8 +396,7 @@ PyObject *constant_div(PyObject *a, PyObject *b) {
 PyObject *constant_pow(PyObject *a, PyObject *b) {
   if (nvo_is_array(a)) return nvo_array_binop(NVO_OP_POW, a, b);
   if (nvo_is_array(b)) {
-    PyErr_SetString(nvpy_model_exc, "Cannot obtain a power with a vector as an exponent");
-    return nullptr;
+    return nvo_model_error("Cannot obtain a power with a vector as an exponent");
   }
   double x, y;
   if (two_numbers(a, b, &x, &y) < 0) return nullptr;
@@ -574,8 +538,7 @@ PyObject *var_pow(PyObject *a, PyObject *b, PyObject *mod) {
   if (modulus_refused(mod)) return nullptr;
   if (var_check(a)) {
     if (nvo_is_array(b)) {
-      PyErr_SetString(nvpy_model_exc, "Cannot obtain a power with a vector as an exponent");
-      return nullptr;
+      return nvo_model_error("Cannot obtain a power with a vector as an exponent");
     }
     int kb = nvo_kind_noraise(b);
     if (kb == NVO_KIND_NUMBER) {

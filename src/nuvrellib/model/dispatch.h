@@ -15,6 +15,9 @@
 
 #include <Python.h>
 
+#include "module/errors.h"
+#include "module/scalars.h"
+
 // Operand kinds, ordered from the lowest to the highest.
 enum nvo_expr_kind {
   NVO_KIND_INVALID = -1,
@@ -31,10 +34,6 @@ int getExprType(PyObject *obj);
 // Kind without raising: -1 for anything that is not a modelling object or number.
 int nvo_kind_noraise(PyObject *obj);
 
-// 1 for a Python float or int (or subclass) or a numpy float32, float64, intc or int_ scalar.
-int nvo_is_number(PyObject *obj);
-// The value of an object for which nvo_is_number is true.
-double nvo_number_value(PyObject *obj);
 // 1 for a numpy array (ndarray or subclass).
 int nvo_is_array(PyObject *obj);
 
@@ -117,9 +116,6 @@ PyObject *nvo_array_binop(int op, PyObject *a, PyObject *b);
 PyObject *nvo_nonlinear_binary(int op, PyObject *a, PyObject *b);
 PyObject *nvo_nonlinear_unary(int op, PyObject *a);
 
-// Sets ModelError with msg and returns NULL, unless an exception is already pending (the
-// more precise message is kept).
-PyObject *nvo_model_error(const char *msg);
 
 // Python-callable entry to the generic operators, for diagnostics and tests:
 // _general(name, a[, b]) with name one of add, sub, mul, div, pow, or, and, iadd, isub, imul,

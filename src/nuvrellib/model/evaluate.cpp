@@ -14,6 +14,7 @@
 #include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 
 namespace {
 
@@ -23,10 +24,6 @@ constexpr int kNslpAttrCols = 12000;  // nonlinear solver: columns it sees
 constexpr const char kNotIdentified[] =
     "Object does not belong to problem or cannot be identified within expression";
 
-int not_identified() {
-  PyErr_SetString(nvpy_model_exc, kNotIdentified);
-  return -1;
-}
 
 // The value of a variable in the context: 0 and *value, or -1 with ModelError.
 int variable_value(PyObject *var, const nvo_eval_context *ctx, double *value) {
@@ -43,7 +40,7 @@ int variable_value(PyObject *var, const nvo_eval_context *ctx, double *value) {
   int64_t col;
   if (ctx->problem == nullptr || ctx->problem->varmap == nullptr ||
       rowcolmap_get(ctx->problem->varmap, var_id(var), &col) != 0 || col < 0 || col >= ctx->n)
-    return not_identified();
+    return nvo_model_error(kNotIdentified);
   *value = ctx->values[col];
   return 0;
 }
@@ -74,10 +71,6 @@ int expression_value(const expression_s *e, const nvo_eval_context *ctx, double 
   }
   *value = sum;
   return 0;
-}
-
-bool is_integer(PyObject *obj) {
-  return PyLong_Check(obj) || (PyArray_API != nullptr && PyArray_IsScalar(obj, Integer));
 }
 
 PyObject *column_value(const nvo_eval_context *ctx, long long col) {
@@ -132,9 +125,7 @@ PyObject *array_value(PyObject *obj, const nvo_eval_context *ctx, int depth) {
   PyRef result(PyArray_SimpleNew(PyArray_NDIM(arr), PyArray_DIMS(arr), NPY_DOUBLE));
   if (!result) {
     PyErr_Clear();
-    PyErr_SetString(nvpy_model_exc,
-                    "Could not initialize result of the evaluation of a NumPy array");
-    return nullptr;
+    return nvo_model_error("Could not initialize result of the evaluation of a NumPy array");
   }
   // The fresh result is C-contiguous, so the source's elements in C order fill it in turn.
   auto *out = static_cast<double *>(PyArray_DATA(reinterpret_cast<PyArrayObject *>(result.get())));
@@ -183,8 +174,7 @@ PyObject *sequence_value(PyObject *obj, const nvo_eval_context *ctx, int has_pro
   const Py_ssize_t n = PySequence_Size(obj);
   if (n < 0) {
     PyErr_Clear();
-    PyErr_SetString(nvpy_model_exc, "Cannot evaluate type of sequence");
-    return nullptr;
+    return nvo_model_error("Cannot evaluate type of sequence");
   }
   PyRef result(PyList_New(n));
   if (!result) return nullptr;
@@ -192,8 +182,7 @@ PyObject *sequence_value(PyObject *obj, const nvo_eval_context *ctx, int has_pro
     PyRef item(PySequence_GetItem(obj, i));
     if (!item) {
       PyErr_Clear();
-      PyErr_SetString(nvpy_model_exc, "Cannot evaluate type of sequence");
-      return nullptr;
+      return nvo_model_error("Cannot evaluate type of sequence");
     }
     PyObject *v = evaluate_structure(item.get(), ctx, has_problem, depth - 1);
     if (v == nullptr) return nullptr;
@@ -210,8 +199,7 @@ int nvo_eval_problem_columns(problem_s *p, Py_ssize_t *n) {
   const int rc = nslp ? NSLPgetintattrib(p->slpprob, kNslpAttrCols, &cols)
                       : NVRLgetintattrib(p->prob, kAttrCols, &cols);
   if (rc != 0) {
-    setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-    return -1;
+    return nvo_library_error(reinterpret_cast<PyObject *>(p));
   }
   *n = cols;
   return 0;
@@ -245,12 +233,9 @@ int evaluate_object(PyObject *obj, const nvo_eval_context *ctx, int depth, doubl
       // Nonlinear nodes are evaluated operand by operand (at depth - 1) once the operator
       // table of the nonlinear layer is in place.
       (void)depth;
-      PyErr_SetString(nvpy_model_exc,
-                      "Evaluation of nonlinear expressions is not available in this build");
-      return -1;
+      return nvo_model_error("Evaluation of nonlinear expressions is not available in this build");
     default:
-      PyErr_SetString(nvpy_model_exc, "Evaluation of object of incorrect type");
-      return -1;
+      return nvo_model_error("Evaluation of object of incorrect type");
   }
 }
 
@@ -264,7 +249,7 @@ PyObject *evaluate_structure(PyObject *obj, const nvo_eval_context *ctx, int has
   if (PyDict_Check(obj)) return dict_value(obj, ctx, has_problem, depth);
   if (nvo_is_array(obj)) return array_value(obj, ctx, depth);
   const bool text = PyUnicode_Check(obj) || PyBytes_Check(obj);
-  if (has_problem && is_integer(obj)) return integer_leaf(obj, ctx);
+  if (has_problem && nvo_is_integer(obj)) return integer_leaf(obj, ctx);
   if (has_problem && text) return name_leaf(obj, ctx);
   // Without a problem a string is a sequence like any other: its characters are walked in
   // turn, so a non-empty one ends in the depth limit.

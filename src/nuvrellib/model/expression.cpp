@@ -12,6 +12,7 @@
 #include "model/quadterm.h"
 #include "model/var.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/pyref.h"
 
 static inline expression_s *as_expr(PyObject *o) { return reinterpret_cast<expression_s *>(o); }
@@ -62,7 +63,7 @@ int expression_setLinTerm(PyObject *expr, PyObject *var, double coef) {
   expression_s *e = as_expr(expr);
   if (e->lin == nullptr && coef == 0.0) return 0;
   if (ensure_lin(e) < 0 || linmap_set(e->lin, var, coef) < 0)
-    return nvo_model_error("Error amending expression"), -1;
+    return nvo_model_error("Error amending expression");
   return 0;
 }
 
@@ -70,18 +71,18 @@ int expression_addToLinTerm(PyObject *expr, PyObject *var, double coef) {
   if (coef == 0.0) return 0;
   expression_s *e = as_expr(expr);
   if (ensure_lin(e) < 0 || linmap_add(e->lin, var, coef) < 0)
-    return nvo_model_error("Error amending linear expression"), -1;
+    return nvo_model_error("Error amending linear expression");
   return 0;
 }
 
 int expression_setQuadTerm(PyObject *expr, PyObject *x, PyObject *y, double coef) {
   expression_s *e = as_expr(expr);
   if (var_id(y) < var_id(x)) std::swap(x, y);
-  if (ensure_quad(e) < 0) return nvo_model_error("Cannot amend quadratic expression"), -1;
+  if (ensure_quad(e) < 0) return nvo_model_error("Cannot amend quadratic expression");
   if (indexset_add(e->qvars, static_cast<int64_t>(var_id(x))) < 0 ||
       indexset_add(e->qvars, static_cast<int64_t>(var_id(y))) < 0 ||
       quadmap_add(e->quad, x, y, coef) < 0)
-    return nvo_model_error("Error setting quadratic expression"), -1;
+    return nvo_model_error("Error setting quadratic expression");
   return 0;
 }
 
@@ -92,7 +93,7 @@ int expression_addToQuadTerm(PyObject *expr, PyObject *x, PyObject *y, double co
   if (ensure_quad(e) < 0 || indexset_add(e->qvars, static_cast<int64_t>(var_id(x))) < 0 ||
       indexset_add(e->qvars, static_cast<int64_t>(var_id(y))) < 0 ||
       quadmap_add(e->quad, x, y, coef) < 0)
-    return nvo_model_error("Cannot amend quadratic expression"), -1;
+    return nvo_model_error("Cannot amend quadratic expression");
   return 0;
 }
 
@@ -142,7 +143,7 @@ int expression_accumulate(PyObject *expr, PyObject *obj, double f) {
         return expression_accumulate(expr, copy.get(), f);
       }
       if (accumulate_expression(e, as_expr(obj), f) < 0)
-        return nvo_model_error("Error adding expressions"), -1;
+        return nvo_model_error("Error adding expressions");
       return 0;
     }
     case NVO_KIND_NONLIN:
@@ -463,7 +464,7 @@ static int scale_in_place(expression_s *e, double c) {
     }
     for (const var_s *v : vanished)
       if (linmap_del(e->lin, as_obj(v)) < 0)
-        return nvo_model_error("Could not modify linear part in multiplication"), -1;
+        return nvo_model_error("Could not modify linear part in multiplication");
   }
   if (e->quad != nullptr) {
     std::vector<std::pair<const var_s *, const var_s *>> vanished;
@@ -474,7 +475,7 @@ static int scale_in_place(expression_s *e, double c) {
       }
     for (const auto &[v1, v2] : vanished)
       if (quadmap_del(e->quad, as_obj(v1), as_obj(v2)) < 0)
-        return nvo_model_error("Could not modify quadratic part in multiplication"), -1;
+        return nvo_model_error("Could not modify quadratic part in multiplication");
   }
   return 0;
 }

@@ -10,6 +10,7 @@
 #include "model/quadterm.h"
 #include "model/var.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/pyref.h"
 
 static inline linterm_s *as_lin(PyObject *o) { return reinterpret_cast<linterm_s *>(o); }
@@ -43,8 +44,7 @@ PyObject *linterm_fill(PyObject *var, double c) {
 
 PyObject *linterm_copy(PyObject *t, double f) {
   if (!linterm_check(t)) {
-    PyErr_SetString(nvpy_model_exc, "Linterm copy using an invalid object");
-    return nullptr;
+    return nvo_model_error("Linterm copy using an invalid object");
   }
   return linterm_fill(as_lin(t)->var, f * as_lin(t)->coef);
 }

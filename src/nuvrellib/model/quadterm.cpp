@@ -9,6 +9,7 @@
 #include "model/linterm.h"
 #include "model/var.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/pyref.h"
 
 static inline quadterm_s *as_quad(PyObject *o) { return reinterpret_cast<quadterm_s *>(o); }

@@ -6,7 +6,9 @@
 
 #include "module/args.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 
 namespace {
 
@@ -22,14 +24,13 @@ PyObject *default_name(int64_t id) {
 }
 
 int type_error() {
-  PyErr_SetString(nvpy_model_exc, "SOS type must be 1 or 2");
-  return -1;
+  return nvo_model_error("SOS type must be 1 or 2");
 }
 
 // Reads a set type from an integer object: 1 or 2, else ModelError. Non-integers (floats,
 // strings, None) and integers too large for a long are refused with the same message.
 int parse_type(PyObject *obj, int *type) {
-  if (!PyIndex_Check(obj)) return type_error();
+  if (!nvo_is_integer(obj)) return type_error();
   PyRef index(PyNumber_Index(obj));
   if (!index) {
     PyErr_Clear();
@@ -68,12 +69,10 @@ void sos_store(PyObject *self, int64_t id, PyObject *name, int type, PyObject *i
 int check_fields(PyObject *indices, PyObject *weights) {
   // The weights are tested first, so a call with both wrong reports the weights.
   if (!PyList_Check(weights)) {
-    PyErr_SetString(nvpy_model_exc, "SOS weights must be passed as a list");
-    return -1;
+    return nvo_model_error("SOS weights must be passed as a list");
   }
   if (!PyList_Check(indices)) {
-    PyErr_SetString(nvpy_model_exc, "SOS indices must be passed as a list");
-    return -1;
+    return nvo_model_error("SOS indices must be passed as a list");
   }
   return 0;
 }
@@ -172,13 +171,11 @@ static PyObject *sos_str(PyObject *self) { return sos_get_name(self, nullptr); }
 static PyObject *sos_copy(PyObject *self, PyObject *) {
   sos_s *src = as_sos(self);
   if (src->indices == nullptr || src->weights == nullptr) {
-    PyErr_SetString(nvpy_model_exc, "Cannot copy SOS: it has no indices or weights");
-    return nullptr;
+    return nvo_model_error("Cannot copy SOS: it has no indices or weights");
   }
   const Py_ssize_t n = PyList_GET_SIZE(src->indices);
   if (PyList_GET_SIZE(src->weights) < n) {
-    PyErr_SetString(nvpy_model_exc, "Cannot copy SOS: fewer weights than indices");
-    return nullptr;
+    return nvo_model_error("Cannot copy SOS: fewer weights than indices");
   }
   PyRef indices(PyList_New(n)), weights(PyList_New(n));
   if (!indices || !weights) return nullptr;

@@ -11,6 +11,7 @@
 #include "model/expression.h"
 #include "module/args.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
 
@@ -98,8 +99,7 @@ int for_each_element(PyObject *coll, const element_visitor &visit) {
     const Py_ssize_t n = PySequence_Size(coll);
     if (n < 0) {
       PyErr_Clear();
-      PyErr_SetString(nvpy_model_exc, kInvalidSequence);
-      return -1;
+      return nvo_model_error(kInvalidSequence);
     }
     return walk_indexed(coll, n, visit);
   }
@@ -119,8 +119,7 @@ int for_each_argument(PyObject *args, const element_visitor &visit) {
 // the original kept as its cause.
 int combine_failed() {
   if (!PyErr_Occurred()) {
-    PyErr_SetString(nvpy_model_exc, kIncorrectObjects);
-    return -1;
+    return nvo_model_error(kIncorrectObjects);
   }
   if (!PyErr_ExceptionMatches(PyExc_TypeError) && !PyErr_ExceptionMatches(PyExc_ValueError))
     return -1;
@@ -157,8 +156,7 @@ class Folder {
       return rc;
     }
     if (!is_value(elem)) {
-      PyErr_SetString(nvpy_model_exc, kInvalidObject);
-      return -1;
+      return nvo_model_error(kInvalidObject);
     }
     if (!acc_) {
       acc_ = PyRef(general_copy(elem, 1.0));
@@ -193,15 +191,12 @@ class Folder {
 // out is given only for the last step. Products of arrays come with the array integration.
 PyObject *dot_step(PyObject *acc, PyObject *factor, PyObject *) {
   if (acc == nullptr && !nvo_is_array(factor)) {
-    PyErr_SetString(nvpy_model_exc, "Dot product should only be on NumPy arrays");
-    return nullptr;
+    return nvo_model_error("Dot product should only be on NumPy arrays");
   }
   if (acc != nullptr && (!nvo_is_array(acc) || !nvo_is_array(factor))) {
-    PyErr_SetString(nvpy_model_exc, "Dot product can only occur between NumPy arrays");
-    return nullptr;
+    return nvo_model_error("Dot product can only occur between NumPy arrays");
   }
-  PyErr_SetString(nvpy_model_exc, "Dot products of NumPy arrays are not available in this build");
-  return nullptr;
+  return nvo_model_error("Dot products of NumPy arrays are not available in this build");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "model/termmaps.h"
 #include "module/args.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/pyref.h"
 
 namespace {
@@ -231,16 +232,14 @@ static int var_init(PyObject *self, PyObject *args, PyObject *kwargs) {
     return -1;
 
   if (lb > ub + BOUND_TOLERANCE) {
-    PyErr_SetString(nvpy_model_exc, "Variable has empty feasible set: lower bound > upper bound");
-    return -1;
+    return nvo_model_error("Variable has empty feasible set: lower bound > upper bound");
   }
   var_binary_bounds(vartype, &lb, &ub);
   if (var_apply(word, lb, ub, threshold, vartype) < 0) return -1;
 
   if (name != nullptr) {
     if (!PyUnicode_Check(name) && !PyBytes_Check(name)) {
-      PyErr_SetString(nvpy_model_exc, "Invalid variable name (must be a string)");
-      return -1;
+      return nvo_model_error("Invalid variable name (must be a string)");
     }
     if (set_var_name(word, name) < 0) return -1;
   }
@@ -383,23 +382,21 @@ static PyMethodDef var_methods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-static PyNumberMethods var_as_number = [] {
-  PyNumberMethods n{};
-  n.nb_add = var_add;
-  n.nb_subtract = var_sub;
-  n.nb_multiply = var_mul;
-  n.nb_true_divide = var_div;
-  n.nb_power = var_pow;
-  n.nb_negative = var_neg;
-  n.nb_positive = general_pos;
-  n.nb_absolute = var_abs;
-  n.nb_inplace_add = var_iadd;
-  n.nb_inplace_subtract = var_isub;
-  n.nb_inplace_multiply = var_imul;
-  n.nb_inplace_true_divide = var_idiv;
-  n.nb_inplace_power = var_ipow;
-  return n;
-}();
+static PyNumberMethods var_as_number = {
+    .nb_add = var_add,
+    .nb_subtract = var_sub,
+    .nb_multiply = var_mul,
+    .nb_power = var_pow,
+    .nb_negative = var_neg,
+    .nb_positive = general_pos,
+    .nb_absolute = var_abs,
+    .nb_inplace_add = var_iadd,
+    .nb_inplace_subtract = var_isub,
+    .nb_inplace_multiply = var_imul,
+    .nb_inplace_power = var_ipow,
+    .nb_true_divide = var_div,
+    .nb_inplace_true_divide = var_idiv,
+};
 
 PyDoc_STRVAR(var_doc,
              "var(name='', lb=0, ub=infinity, threshold=-infinity, vartype=continuous)\n\n"
@@ -415,23 +412,22 @@ PyDoc_STRVAR(var_doc,
              "Example:\n"
              "  x = nuvrel.var(lb=0, ub=10, name='x', vartype=nuvrel.integer)");
 
-PyTypeObject var_type = [] {
-  PyTypeObject t{PyVarObject_HEAD_INIT(nullptr, 0)};
-  t.tp_name = "nuvrel.var";
-  t.tp_basicsize = sizeof(var_s);
-  t.tp_dealloc = var_dealloc;
-  t.tp_as_number = &var_as_number;
-  t.tp_hash = var_hash;
-  t.tp_str = var_str;
-  t.tp_getattro = var_getattr;
-  t.tp_setattro = var_setattr;
-  t.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE;
-  t.tp_doc = var_doc;
-  t.tp_richcompare = var_richcompare;
-  t.tp_methods = var_methods;
-  t.tp_init = var_init;
-  t.tp_alloc = PyType_GenericAlloc;
-  t.tp_new = var_new;
-  t.tp_free = PyObject_Del;
-  return t;
-}();
+PyTypeObject var_type = {
+    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .tp_name = "nuvrel.var",
+    .tp_basicsize = sizeof(var_s),
+    .tp_dealloc = var_dealloc,
+    .tp_as_number = &var_as_number,
+    .tp_hash = var_hash,
+    .tp_str = var_str,
+    .tp_getattro = var_getattr,
+    .tp_setattro = var_setattr,
+    .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE,
+    .tp_doc = var_doc,
+    .tp_richcompare = var_richcompare,
+    .tp_methods = var_methods,
+    .tp_init = var_init,
+    .tp_alloc = PyType_GenericAlloc,
+    .tp_new = var_new,
+    .tp_free = PyObject_Del,
+};

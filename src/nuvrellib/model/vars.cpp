@@ -12,7 +12,9 @@
 #include "model/var.h"
 #include "module/args.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 
 namespace {
 
@@ -51,25 +53,13 @@ struct dimension {
   std::vector<std::string> texts;  // parallel to elements (only filled when names are made)
 };
 
-int model_error(const char *msg) {
-  PyErr_SetString(nvpy_model_exc, msg);
-  return -1;
-}
-
-// An integer index argument k (standing for range(k)); not iterables that happen to convert.
-bool is_integer_index(PyObject *arg) {
-  if (PyLong_Check(arg)) return true;
-  return PyIndex_Check(arg) && !PyFloat_Check(arg) && Py_TYPE(arg)->tp_iter == nullptr &&
-         !PySequence_Check(arg);
-}
-
 // Reads one positional argument as a non-empty index set. An integer k keeps only its count
 // (huge values saturate and are refused by the size checks before anything is built).
 int read_dimension(PyObject *arg, dimension *dim) {
-  if (is_integer_index(arg)) {
+  if (nvo_is_integer(arg)) {
     Py_ssize_t k = PyNumber_AsSsize_t(arg, nullptr);
     if (k == -1 && PyErr_Occurred()) return -1;
-    if (k < 1) return model_error(MSG_NOT_POSITIVE);
+    if (k < 1) return nvo_model_error(MSG_NOT_POSITIVE);
     dim->count = k;
     return 0;
   }
@@ -77,12 +67,12 @@ int read_dimension(PyObject *arg, dimension *dim) {
   if (!it) {
     if (!PyErr_ExceptionMatches(PyExc_TypeError)) return -1;
     PyErr_Clear();
-    return model_error(MSG_INVALID_INDEX);
+    return nvo_model_error(MSG_INVALID_INDEX);
   }
   dim->elements = PyRef(PySequence_List(it.get()));
   if (!dim->elements) return -1;
   dim->count = PyList_GET_SIZE(dim->elements.get());
-  if (dim->count == 0) return model_error(MSG_EMPTY);
+  if (dim->count == 0) return nvo_model_error(MSG_EMPTY);
   return 0;
 }
 
@@ -100,7 +90,7 @@ int fill_range(dimension *dim) {
 // numbers as "%g", strings as they are, anything else as its str() without blanks.
 int element_text(PyObject *elem, std::string *out) {
   const bool number = nvo_is_number(elem);
-  if (number && (PyLong_Check(elem) || PyIndex_Check(elem))) {
+  if (number && nvo_is_integer(elem)) {
     PyRef integer(PyNumber_Index(elem));
     if (!integer) return -1;
     int overflow = 0;
@@ -122,7 +112,7 @@ int element_text(PyObject *elem, std::string *out) {
   const char *utf8 = text ? PyUnicode_AsUTF8(text.get()) : nullptr;
   if (utf8 == nullptr) {
     PyErr_Clear();
-    return model_error("Element of index tuple in vars() cannot be represented");
+    return nvo_model_error("Element of index tuple in vars() cannot be represented");
   }
   out->assign(utf8);
   if (!PyUnicode_Check(elem)) std::erase(*out, ' ');
@@ -186,7 +176,7 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
     return nullptr;
 
   if (lb > ub + BOUND_TOLERANCE) {
-    model_error("Variables have empty feasible set: lower bound > upper bound");
+    nvo_model_error("Variables have empty feasible set: lower bound > upper bound");
     return nullptr;
   }
   // Names are prefixed with "x" unless the prefix is given as None or "", which keeps the
@@ -196,7 +186,7 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
     prefix.clear();
   } else if (prefix_obj != nullptr) {
     if (!PyUnicode_Check(prefix_obj)) {
-      model_error("Invalid variable name (must be a string)");
+      nvo_model_error("Invalid variable name (must be a string)");
       return nullptr;
     }
     const char *utf8 = PyUnicode_AsUTF8(prefix_obj);
@@ -207,12 +197,12 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
 
   const Py_ssize_t ndims = PyTuple_GET_SIZE(args);
   if (ndims == 0) {
-    model_error(MSG_INVALID_INDEX);
+    nvo_model_error(MSG_INVALID_INDEX);
     return nullptr;
   }
   bool all_integers = true;
   for (Py_ssize_t d = 0; d < ndims; ++d)
-    all_integers = all_integers && is_integer_index(PyTuple_GET_ITEM(args, d));
+    all_integers = all_integers && nvo_is_integer(PyTuple_GET_ITEM(args, d));
 
   std::vector<dimension> dims(static_cast<size_t>(ndims));
   Py_ssize_t total = 1;
@@ -221,21 +211,21 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
     if (read_dimension(PyTuple_GET_ITEM(args, d), &dim) < 0) return nullptr;
     const Py_ssize_t n = dim.count;
     if (total > PY_SSIZE_T_MAX / n) {
-      model_error(MSG_TOO_MANY);
+      nvo_model_error(MSG_TOO_MANY);
       return nullptr;
     }
     total *= n;
   }
   if (all_integers) {
     // The array form needs the array element type of variables, which is not registered yet.
-    model_error("nuvrel.vars() with only integer arguments creates an array of variables, "
+    nvo_model_error("nuvrel.vars() with only integer arguments creates an array of variables, "
                 "which is not available in this build; pass lists or ranges to get a "
                 "dictionary of variables");
     return nullptr;
   }
   var_binary_bounds(vartype, &lb, &ub);
   if (exceeds_memory(total)) {
-    model_error(MSG_TOO_MANY);
+    nvo_model_error(MSG_TOO_MANY);
     return nullptr;
   }
   for (dimension &dim : dims) {
@@ -268,7 +258,7 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
       // An element that cannot be hashed cannot form a key.
       if (PyErr_ExceptionMatches(PyExc_TypeError)) {
         PyErr_Clear();
-        model_error("Bad index tuple in vars()");
+        nvo_model_error("Bad index tuple in vars()");
       }
       return nullptr;
     }

@@ -58,6 +58,16 @@ PyObject *setNvrlErrIfNull(PyObject *owner, PyObject *result) {
   return nullptr;
 }
 
+nvo_failure nvo_model_error(const char *msg) {
+  if (!PyErr_Occurred()) PyErr_SetString(nvpy_model_exc, msg);
+  return {};
+}
+
+nvo_failure nvo_library_error(PyObject *owner) {
+  setNvrlErrIfNull(owner, nullptr);
+  return {};
+}
+
 const char nuvrelmod_getlasterror_doc[] =
     "Purpose:\n"
     "  Returns the last error of the solver library's global environment.\n\n"

@@ -3,6 +3,27 @@
 
 #include <Python.h>
 
+// The one way to fail with an exception: nvo_model_error for a modelling error,
+// nvo_library_error for a failed library call, each called where the failure is found. The
+// value they return is the failure value of either convention, so an error exit is one line:
+// `return nvo_model_error("...");` in a function returning an object (null) or a status (-1).
+struct nvo_failure {
+  operator PyObject *() const { return nullptr; }
+  operator int() const { return -1; }
+};
+
+// Raises ModelError msg, unless an exception is already pending: that one is nearer the cause
+// and is kept.
+nvo_failure nvo_model_error(const char *msg);
+
+// Raises the library's last error for owner (a problem, a branching object, or null for the
+// global environment), as setNvrlErrIfNull does for a null result.
+nvo_failure nvo_library_error(PyObject *owner);
+template <typename Owner>
+nvo_failure nvo_library_error(Owner *owner) {
+  return nvo_library_error(reinterpret_cast<PyObject *>(owner));
+}
+
 // Called on every result just before a Python-visible function returns it. A non-null
 // result is returned unchanged; a null one without a pending exception gets one carrying the
 // library's last error for owner (a problem, a branching object, or null for the global

@@ -7,6 +7,7 @@
 
 #include "module/args.h"
 #include "module/env.h"
+#include "module/scalars.h"
 #include "nvrl.h"
 #include "problem/casing.h"
 
@@ -131,8 +132,8 @@ PyObject *nuvrelmod_setcheckedmode(PyObject *self, PyObject *args, PyObject *kwa
   PyObject *flag = nullptr;
   if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kwlist, nullptr, &flag)) return nullptr;
   if (turnNVRLon(0) != 0) return setNvrlErrIfNull(nullptr, nullptr);
-  // Only the object True switches checking on: a deliberate strictness.
-  return setNvrlErrIfNull(nullptr, none_if_ok(NVRLsetcheckedmode(flag == Py_True ? 1 : 0)));
+  return setNvrlErrIfNull(nullptr,
+                          none_if_ok(NVRLsetcheckedmode(nvo_flag_is_true(flag) ? 1 : 0)));
 }
 
 const char nuvrelmod_setarchconsistency_doc[] =
@@ -151,9 +152,8 @@ PyObject *nuvrelmod_setarchconsistency(PyObject *self, PyObject *args, PyObject 
   static const char *kwlist[] = {"ifArchConsistent", nullptr};
   PyObject *flag = nullptr;
   if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kwlist, nullptr, &flag)) return nullptr;
-  // A global setting of the library: it needs no start. Any object but None and False, 0
-  // included, switches it on.
-  int on = flag == Py_None || flag == Py_False ? 0 : 1;
+  // A global setting of the library: it needs no start.
+  int on = nvo_flag_not_off(flag) ? 1 : 0;
   return setNvrlErrIfNull(nullptr, none_if_ok(NVRL_ge_setarchconsistency(on)));
 }
 

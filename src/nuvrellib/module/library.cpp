@@ -68,13 +68,11 @@ int turnNVRLoff(int force) {
   if (bump_refcount(-1) != 0 && !force) return 0;
 
   if (nslp_state(-1) != 0 && NSLPfree() != 0) {
-    setNvrlErrIfNull(nullptr, nullptr);
-    return -1;
+    return nvo_library_error(nullptr);
   }
   NVRL_ge_removecbmsghandler(nvr_py_print, nullptr);
   if (NVRLfree() != 0) {
-    setNvrlErrIfNull(nullptr, nullptr);
-    return -1;
+    return nvo_library_error(nullptr);
   }
   return 0;
 }

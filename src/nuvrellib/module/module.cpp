@@ -8,6 +8,7 @@
 #include "module/env.h"
 #include "module/env_setup.h"
 #include "module/functions.h"
+#include "module/methods.h"
 #include "model/sum.h"
 #include "model/var.h"
 #include "nvrl.h"
@@ -25,31 +26,29 @@ constexpr int kInterpreterApiVersion = 1013;
 // Set once import has completed, so that teardown releases only what import made.
 bool module_ready = false;
 
-#define KW_FUNCTION(f) reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(f))
-
 PyMethodDef nuvrel_methods[] = {
     {"Sum", nuvrelmod_Sum, METH_VARARGS, nuvrelmod_Sum_doc},
     {"Prod", nuvrelmod_Prod, METH_VARARGS, nuvrelmod_Prod_doc},
-    {"Dot", KW_FUNCTION(nuvrelmod_Dot), METH_VARARGS | METH_KEYWORDS, nuvrelmod_Dot_doc},
+    {"Dot", NVO_KW_METHOD(nuvrelmod_Dot), METH_VARARGS | METH_KEYWORDS, nuvrelmod_Dot_doc},
     // sin, cos, tan, asin, acos, atan, exp, log, log10, abs, sqrt, sign, erf, erfc; max, min;
     // user: the nonlinear functions go here, in this order.
     {"getlasterror", nuvrelmod_getlasterror, METH_NOARGS, nuvrelmod_getlasterror_doc},
     {"getversion", nuvrelmod_getversion, METH_NOARGS, nuvrelmod_getversion_doc},
     {"getcheckedmode", nuvrelmod_getcheckedmode, METH_NOARGS, nuvrelmod_getcheckedmode_doc},
-    {"setcheckedmode", KW_FUNCTION(nuvrelmod_setcheckedmode), METH_VARARGS | METH_KEYWORDS,
+    {"setcheckedmode", NVO_KW_METHOD(nuvrelmod_setcheckedmode), METH_VARARGS | METH_KEYWORDS,
      nuvrelmod_setcheckedmode_doc},
-    {"setdefaultcontrol", KW_FUNCTION(nuvrelmod_setdefaultcontrol),
+    {"setdefaultcontrol", NVO_KW_METHOD(nuvrelmod_setdefaultcontrol),
      METH_VARARGS | METH_KEYWORDS, nuvrelmod_setdefaultcontrol_doc},
     {"setdefaults", nuvrelmod_setdefaults, METH_NOARGS, nuvrelmod_setdefaults_doc},
-    {"addcbmsghandler", KW_FUNCTION(nuvrelmod_addcbmsghandler), METH_VARARGS | METH_KEYWORDS,
+    {"addcbmsghandler", NVO_KW_METHOD(nuvrelmod_addcbmsghandler), METH_VARARGS | METH_KEYWORDS,
      nuvrelmod_addcbmsghandler_doc},
-    {"removecbmsghandler", KW_FUNCTION(nuvrelmod_removecbmsghandler),
+    {"removecbmsghandler", NVO_KW_METHOD(nuvrelmod_removecbmsghandler),
      METH_VARARGS | METH_KEYWORDS, nuvrelmod_removecbmsghandler_doc},
     {"getbanner", nuvrelmod_getbanner, METH_NOARGS, nuvrelmod_getbanner_doc},
     {"init", nuvrelmod_init, METH_NOARGS, nuvrelmod_init_doc},
     {"free", nuvrelmod_free, METH_NOARGS, nuvrelmod_free_doc},
-    {"vars", KW_FUNCTION(nuvrelmod_vars), METH_VARARGS | METH_KEYWORDS, nuvrelmod_vars_doc},
-    {"setarchconsistency", KW_FUNCTION(nuvrelmod_setarchconsistency),
+    {"vars", NVO_KW_METHOD(nuvrelmod_vars), METH_VARARGS | METH_KEYWORDS, nuvrelmod_vars_doc},
+    {"setarchconsistency", NVO_KW_METHOD(nuvrelmod_setarchconsistency),
      METH_VARARGS | METH_KEYWORDS, nuvrelmod_setarchconsistency_doc},
     // evaluate; pwl; and, or: the evaluation and nonlinear functions go here, in this order.
     {"getOutputEnabled", nuvrelmod_getOutputEnabled, METH_NOARGS,
@@ -61,16 +60,13 @@ PyMethodDef nuvrel_methods[] = {
 void nuvrelmod_freeModule(void *module);
 
 PyModuleDef nuvrel_module = {
-    PyModuleDef_HEAD_INIT,
-    "nuvrellib",
-    "Creates, solves, queries and handles optimization problems with the nuvrel solver "
-    "library.",
-    -1,
-    nuvrel_methods,
-    nullptr,
-    nullptr,
-    nullptr,
-    nuvrelmod_freeModule,
+    .m_base = PyModuleDef_HEAD_INIT,
+    .m_name = "nuvrellib",
+    .m_doc = "Creates, solves, queries and handles optimization problems with the nuvrel "
+             "solver library.",
+    .m_size = -1,
+    .m_methods = nuvrel_methods,
+    .m_free = nuvrelmod_freeModule,
 };
 
 // In the order they are made ready at import.

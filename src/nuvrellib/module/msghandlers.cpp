@@ -100,8 +100,7 @@ int remove_msghandlers(PyObject *handler, PyObject *data) {
         (data != Py_None && PyList_GET_ITEM(entry, 1) != data))
       continue;
     if (NVRL_ge_removecbmsghandler(wrapper_msghandler, entry) != 0) {
-      setNvrlErrIfNull(nullptr, nullptr);
-      return -1;
+      return nvo_library_error(nullptr);
     }
     forget_entry(entry);
     found = true;

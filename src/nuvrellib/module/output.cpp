@@ -6,7 +6,7 @@
 
 #include "module/functions.h"
 #include "module/env.h"
-#include "module/numpy_api.h"
+#include "module/scalars.h"
 
 int output_state(int newval) {
   EnvLock lock(nvr_py_env.mtx_output);
@@ -79,7 +79,7 @@ const char nuvrelmod_setOutputEnabled_doc[] =
     "  nuvrel.setOutputEnabled(False)\n";
 
 PyObject *nuvrelmod_setOutputEnabled(PyObject *self, PyObject *flag) {
-  if (PyLong_Check(flag) || PyArray_IsScalar(flag, Integer) || PyArray_IsScalar(flag, Bool)) {
+  if (nvo_is_flag(flag)) {
     int on = PyObject_IsTrue(flag);
     if (on < 0) return nullptr;
     output_state(on ? 1 : 0);

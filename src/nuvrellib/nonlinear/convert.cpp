@@ -8,6 +8,7 @@
 #include "model/termmaps.h"
 #include "model/var.h"
 #include "module/env.h"
+#include "module/errors.h"
 
 namespace {
 
@@ -26,10 +27,7 @@ constexpr Messages kRowMessages = {
 // Column of var in p, or -1 with ModelError msg.
 int column_of(const problem_s *p, PyObject *var, const char *msg) {
   int64_t col;
-  if (rowcolmap_get(p->varmap, var_id(var), &col) != 0) {
-    PyErr_SetString(nvpy_model_exc, msg);
-    return -1;
-  }
+  if (rowcolmap_get(p->varmap, var_id(var), &col) != 0) return nvo_model_error(msg);
   return static_cast<int>(col);
 }
 
@@ -101,11 +99,9 @@ int convertExpr(problem_s *p, PyObject *body, nvo_converted *out) {
     case NVO_KIND_EXPRESSION:
       return convert_expression(p, reinterpret_cast<expression_s *>(body), m, out);
     case NVO_KIND_NONLIN:
-      PyErr_SetString(nvpy_model_exc,
-                      "Nonlinear expressions cannot be passed to the solver in this version");
-      return -1;
+      return nvo_model_error(
+          "Nonlinear expressions cannot be passed to the solver in this version");
     default:
-      PyErr_SetString(nvpy_model_exc, "Cannot convert expression");
-      return -1;
+      return nvo_model_error("Cannot convert expression");
   }
 }

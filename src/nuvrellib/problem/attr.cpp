@@ -34,8 +34,7 @@ static void attr_dealloc(PyObject *self) {
 static PyObject *attr_get(PyObject *self, PyObject *name) {
   auto *a = reinterpret_cast<attr_s *>(self);
   if (!PyUnicode_Check(name)) {
-    PyErr_SetString(nvpy_model_exc, "Bad attribute request");
-    return nullptr;
+    return nvo_model_error("Bad attribute request");
   }
   if (PyUnicode_CompareWithASCIIString(name, "__dict__") == 0) return Py_NewRef(a->dict);
   if (PyUnicode_CompareWithASCIIString(name, "__class__") == 0)

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/pyref.h"
 
 namespace {
@@ -15,8 +16,7 @@ constexpr size_t kMaxNameLength = 1024;
 int to_lowercase_all(const char *name, std::string *out) {
   size_t len = std::strlen(name);
   if (len > kMaxNameLength) {
-    PyErr_SetString(nvpy_model_exc, "Control or attribute name is too long");
-    return -1;
+    return nvo_model_error("Control or attribute name is too long");
   }
   bool has_lower = false, has_upper = false, has_other = false;
   for (size_t i = 0; i < len; ++i) {
@@ -29,9 +29,7 @@ int to_lowercase_all(const char *name, std::string *out) {
       has_other = true;
   }
   if (has_other || (has_lower && has_upper)) {
-    PyErr_SetString(nvpy_model_exc,
-                    "Control or attribute is neither all-lower nor all-upper case");
-    return -1;
+    return nvo_model_error("Control or attribute is neither all-lower nor all-upper case");
   }
   out->assign(name, len);
   if (has_upper)

@@ -6,7 +6,7 @@
 
 #include "model/constraint.h"
 #include "model/dispatch.h"
-#include "module/allocator.h"
+#include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/pyref.h"
@@ -17,53 +17,32 @@ constexpr int kAttrRows = 1124;
 constexpr int64_t kFirstCapacity = 2048;
 constexpr double kInfinity = 1e20;
 
-nvo_MemoryAllocator *const heap = nvo_MemoryAllocator_DefaultHeap;
-
-template <typename T>
-void free_array(T **a) {
-  nvo_MemoryAllocator_Free_Untyped(heap, a);
-}
-
-// One array of a group and its element size.
-struct Member {
-  void *address;  // address of the caller's pointer variable
-  size_t size;
-};
-
 // Grows a group of arrays so that it holds more than needed + 1 entries: from nothing to 2048,
 // then by doubling. On a failed reallocation the arrays keep their old size (those already
-// grown are larger, which is harmless) and -1 is returned without an exception.
-template <size_t N>
-int grow_buffers(int64_t *capacity, int64_t needed, const Member (&arrays)[N]) {
+// grown are larger, which is harmless) and -1 is returned with a MemoryError set.
+template <typename... Buffers>
+int grow_buffers(int64_t *capacity, int64_t needed, Buffers &...arrays) {
   if (*capacity > needed + 1) return 0;
   int64_t cap = *capacity == 0 ? kFirstCapacity : *capacity;
   while (cap <= needed + 1) cap *= 2;
-  for (const Member &m : arrays)
-    if (nvo_MemoryAllocator_Realloc_Untyped(heap, m.address, static_cast<size_t>(cap) * m.size) !=
-        0)
-      return -1;
+  if (((arrays.resize(static_cast<size_t>(cap)) != 0) || ...)) return -1;
   *capacity = cap;
   return 0;
 }
 
 // Makes room for one more row with the converted body's counts and name length.
 int make_room(con_batch *b, size_t name_bytes) {
-  const Member rows[] = {{&b->start, sizeof(int64_t)}, {&b->qcount, sizeof(int64_t)},
-                         {&b->rhs, sizeof(double)},    {&b->range, sizeof(double)},
-                         {&b->rowtype, sizeof(char)}};
-  const Member lin[] = {{&b->colind, sizeof(int)}, {&b->coef, sizeof(double)}};
-  const Member quad[] = {
-      {&b->qcol1, sizeof(int)}, {&b->qcol2, sizeof(int)}, {&b->qval, sizeof(double)}};
-  const Member names[] = {{&b->names, sizeof(char)}};
   // Room for entry nrows of every row array and for start[nrows + 1].
-  if (grow_buffers(&b->row_capacity, b->nrows, rows) != 0) return -1;
-  if (grow_buffers(&b->lin_capacity, b->nlin + static_cast<int64_t>(b->body.lin_col.size()), lin) !=
-      0)
+  if (grow_buffers(&b->row_capacity, b->nrows, b->start, b->qcount, b->rhs, b->range,
+                   b->rowtype) != 0)
+    return -1;
+  if (grow_buffers(&b->lin_capacity, b->nlin + static_cast<int64_t>(b->body.lin_col.size()),
+                   b->colind, b->coef) != 0)
     return -1;
   if (grow_buffers(&b->quad_capacity, b->nquad + static_cast<int64_t>(b->body.quad_col1.size()),
-                   quad) != 0)
+                   b->qcol1, b->qcol2, b->qval) != 0)
     return -1;
-  return grow_buffers(&b->name_capacity, b->namelen + static_cast<int64_t>(name_bytes), names);
+  return grow_buffers(&b->name_capacity, b->namelen + static_cast<int64_t>(name_bytes), b->names);
 }
 
 // The constraint's name as UTF-8 text (kept alive by *holder).
@@ -85,8 +64,8 @@ void append_row(con_batch *b, PyObject *con, const char *name, Py_ssize_t namele
   if (i == 0) b->start[0] = 0;
   const size_t nl = body.lin_col.size(), nq = body.quad_col1.size();
   if (nl > 0) {
-    std::memcpy(b->colind + b->nlin, body.lin_col.data(), nl * sizeof(int));
-    std::memcpy(b->coef + b->nlin, body.lin_coef.data(), nl * sizeof(double));
+    std::memcpy(b->colind.data() + b->nlin, body.lin_col.data(), nl * sizeof(int));
+    std::memcpy(b->coef.data() + b->nlin, body.lin_coef.data(), nl * sizeof(double));
   }
   for (size_t k = 0; k < nq; ++k) {
     int c1 = body.quad_col1[k], c2 = body.quad_col2[k];
@@ -99,7 +78,7 @@ void append_row(con_batch *b, PyObject *con, const char *name, Py_ssize_t namele
   getRhsSense(con, &b->rowtype[i], &b->rhs[i], &b->range[i]);
   b->start[i + 1] = b->start[i] + static_cast<int64_t>(nl);
   b->qcount[i] = static_cast<int64_t>(nq);
-  std::memcpy(b->names + b->namelen, name, static_cast<size_t>(namelen));
+  std::memcpy(b->names.data() + b->namelen, name, static_cast<size_t>(namelen));
   b->names[b->namelen + namelen] = '\0';
   b->namelen += namelen + 1;
   b->nlin += static_cast<int64_t>(nl);
@@ -109,17 +88,17 @@ void append_row(con_batch *b, PyObject *con, const char *name, Py_ssize_t namele
 }  // namespace
 
 void con_batch::release() {
-  free_array(&start);
-  free_array(&qcount);
-  free_array(&colind);
-  free_array(&coef);
-  free_array(&qcol1);
-  free_array(&qcol2);
-  free_array(&qval);
-  free_array(&rhs);
-  free_array(&range);
-  free_array(&rowtype);
-  free_array(&names);
+  start.reset();
+  qcount.reset();
+  colind.reset();
+  coef.reset();
+  qcol1.reset();
+  qcol2.reset();
+  qval.reset();
+  rhs.reset();
+  range.reset();
+  rowtype.reset();
+  names.reset();
   nrows = 0;
   nlin = nquad = namelen = 0;
   row_capacity = lin_capacity = quad_capacity = name_capacity = 0;
@@ -159,22 +138,19 @@ void getRhsSense(PyObject *con, char *rowtype, double *rhs, double *range) {
 
 int64_t problem_row_count(problem_s *p) {
   int rows = 0;
-  if (NVRLgetintattrib(p->prob, kAttrRows, &rows) != 0) return problem_library_error(p);
+  if (NVRLgetintattrib(p->prob, kAttrRows, &rows) != 0) return nvo_library_error(p);
   return rows;
 }
 
 int con_batch_check(problem_s *p, PyObject *con) {
   if (!constraint_check(con)) {
-    PyErr_SetString(nvpy_model_exc, "Invalid constraint");
-    return -1;
+    return nvo_model_error("Invalid constraint");
   }
   if (reinterpret_cast<constraint_s *>(con)->body == nullptr) {
-    PyErr_SetString(nvpy_model_exc, "Stale expression link, cannot add constraint");
-    return -1;
+    return nvo_model_error("Stale expression link, cannot add constraint");
   }
   if (rowcolmap_has(p->conmap, con_id(con))) {
-    PyErr_SetString(nvpy_model_exc, "Constraint already added to problem");
-    return -1;
+    return nvo_model_error("Constraint already added to problem");
   }
   return 0;
 }
@@ -189,10 +165,10 @@ int con_batch_queue(con_batch *b, problem_s *p, PyObject *con) {
   if (make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
     // Send what is queued and start over with empty buffers; only a row that cannot fit
     // even alone is an error.
+    PyErr_Clear();
     if (con_batch_flush(b, p) != 0) return -1;
     if (make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
       b->release();
-      PyErr_NoMemory();
       return -1;
     }
   }
@@ -212,18 +188,19 @@ int con_batch_flush(con_batch *b, problem_s *p) {
   }
   const int64_t r0 = b->first_row;
   int rc = 0;
-  if (NVRLaddrows64(p->prob, b->nrows, b->nlin, b->rowtype, b->rhs, b->range, b->start,
-                           b->colind, b->coef) != 0 ||
-             NVRLaddnames(p->prob, 1, b->names, static_cast<int>(r0),
-                          static_cast<int>(r0) + b->nrows - 1) != 0) {
-    rc = problem_library_error(p);
+  if (NVRLaddrows64(p->prob, b->nrows, b->nlin, b->rowtype.data(), b->rhs.data(),
+                    b->range.data(), b->start.data(), b->colind.data(), b->coef.data()) != 0 ||
+      NVRLaddnames(p->prob, 1, b->names.data(), static_cast<int>(r0),
+                   static_cast<int>(r0) + b->nrows - 1) != 0) {
+    rc = nvo_library_error(p);
   } else {
     int64_t offset = 0;
     for (int32_t i = 0; i < b->nrows && rc == 0; ++i) {
       if (b->qcount[i] > 0 &&
-          NVRLaddqmatrix64(p->prob, static_cast<int>(r0) + i, b->qcount[i], b->qcol1 + offset,
-                           b->qcol2 + offset, b->qval + offset) != 0)
-        rc = problem_library_error(p);
+          NVRLaddqmatrix64(p->prob, static_cast<int>(r0) + i, b->qcount[i],
+                           b->qcol1.data() + offset, b->qcol2.data() + offset,
+                           b->qval.data() + offset) != 0)
+        rc = nvo_library_error(p);
       offset += b->qcount[i];
     }
   }

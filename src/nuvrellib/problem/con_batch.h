@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "module/alloc_buffer.h"
 #include "nonlinear/convert.h"
 #include "problem/problem.h"
 
@@ -14,21 +15,20 @@ struct con_batch {
   int64_t first_row = 0;  // the problem's row count when the first queued row came in
   int64_t nlin = 0, nquad = 0, namelen = 0;
   int64_t row_capacity = 0, lin_capacity = 0, quad_capacity = 0, name_capacity = 0;
-  int64_t *start = nullptr;   // nrows + 1 row starts into colind/coef
-  int64_t *qcount = nullptr;  // quadratic triplets per row
-  int *colind = nullptr;
-  double *coef = nullptr;
-  int *qcol1 = nullptr, *qcol2 = nullptr;
-  double *qval = nullptr;
-  double *rhs = nullptr, *range = nullptr;
-  char *rowtype = nullptr;
-  char *names = nullptr;
+  AllocBuffer<int64_t> start;   // nrows + 1 row starts into colind/coef
+  AllocBuffer<int64_t> qcount;  // quadratic triplets per row
+  AllocBuffer<int> colind;
+  AllocBuffer<double> coef;
+  AllocBuffer<int> qcol1, qcol2;
+  AllocBuffer<double> qval;
+  AllocBuffer<double> rhs, range;
+  AllocBuffer<char> rowtype;
+  AllocBuffer<char> names;
   nvo_converted body;  // scratch space for converting one body
 
   con_batch() = default;
   con_batch(const con_batch &) = delete;
   con_batch &operator=(const con_batch &) = delete;
-  ~con_batch() { release(); }
   // Frees every array and empties the batch.
   void release();
 };

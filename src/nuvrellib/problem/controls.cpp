@@ -157,14 +157,11 @@ PyObject *problem_setControl(PyObject *self, PyObject *args) {
   if (p == nullptr) return nullptr;
   Py_ssize_t nargs = PyTuple_GET_SIZE(args);
   if (nargs == 0) {
-    PyErr_SetString(nvpy_model_exc,
-                    "setControl requires at least one argument of type dictionary or two "
-                    "elements: parameter, value");
-    return nullptr;
+    return nvo_model_error("setControl requires at least one argument of type dictionary or two "
+                           "elements: parameter, value");
   }
   if (nargs > 2) {
-    PyErr_SetString(nvpy_model_exc, "setControl: arguments mismatch");
-    return nullptr;
+    return nvo_model_error("setControl: arguments mismatch");
   }
   if (nargs == 2) {
     if (problem_setControl_byname(p, PyTuple_GET_ITEM(args, 0), PyTuple_GET_ITEM(args, 1)) != 0)
@@ -173,8 +170,7 @@ PyObject *problem_setControl(PyObject *self, PyObject *args) {
   }
   PyObject *dict = PyTuple_GET_ITEM(args, 0);
   if (!PyDict_Check(dict)) {
-    PyErr_SetString(nvpy_model_exc, "Single argument to setControl must be a dictionary");
-    return nullptr;
+    return nvo_model_error("Single argument to setControl must be a dictionary");
   }
   PyObject *name, *value;
   Py_ssize_t pos = 0;
@@ -256,8 +252,7 @@ int problem_setControl_single(problem_s *p, int id, int type, int kind, PyObject
       rc = NVRLsetintcontrol64(p->prob, id, v);
     } else {
       if (v < INT32_MIN || v > INT32_MAX) {
-        PyErr_SetString(nvpy_model_exc, "Control value is out of the range of integers");
-        return -1;
+        return nvo_model_error("Control value is out of the range of integers");
       }
       rc = NSLPsetintcontrol(p->slpprob, id, static_cast<int>(v));
     }
@@ -273,8 +268,7 @@ int problem_setControl_single(problem_s *p, int id, int type, int kind, PyObject
                                     : NSLPsetstrcontrol(p->slpprob, id, v);
   }
   if (rc != 0) {
-    setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-    return -1;
+    return nvo_library_error(reinterpret_cast<PyObject *>(p));
   }
   return 0;
 }
@@ -325,8 +319,7 @@ PyObject *problem_getInfo_byname(problem_s *p, PyObject *name, int is_control) {
 
 int problem_setControl_byname(problem_s *p, PyObject *name, PyObject *value) {
   if (!PyUnicode_Check(name)) {
-    PyErr_SetString(nvpy_model_exc, "Bad control request");
-    return -1;
+    return nvo_model_error("Bad control request");
   }
   PyRef entry;
   {

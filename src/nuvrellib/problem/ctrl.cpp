@@ -5,8 +5,8 @@
 #include "module/errors.h"
 
 #include "module/env.h"
-#include "module/numpy_api.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 #include "problem/casing.h"
 #include "problem/controls.h"
 #include "problem/problem.h"
@@ -46,23 +46,16 @@ static void ctrl_dealloc(PyObject *self) {
 int check_setCtrl(long type, PyObject *value) {
   switch (type) {
     case 1:
-      if (PyLong_Check(value) || PyArray_IsScalar(value, Integer)) return 0;
-      PyErr_SetString(nvpy_model_exc, "Cannot set non-integer value to an integer control");
-      return -1;
+      if (nvo_is_integer(value)) return 0;
+      return nvo_model_error("Cannot set non-integer value to an integer control");
     case 2:
-      if (PyFloat_Check(value) || PyLong_Check(value) || PyArray_IsScalar(value, Integer) ||
-          PyArray_IsScalar(value, Floating))
-        return 0;
-      PyErr_SetString(nvpy_model_exc,
-                      "Cannot set non-numerical value to a floating-point control");
-      return -1;
+      if (nvo_is_real_scalar(value)) return 0;
+      return nvo_model_error("Cannot set non-numerical value to a floating-point control");
     case 3:
       if (PyUnicode_Check(value)) return 0;
-      PyErr_SetString(nvpy_model_exc, "Cannot set non-string value to a string control");
-      return -1;
+      return nvo_model_error("Cannot set non-string value to a string control");
     default:
-      PyErr_SetString(nvpy_model_exc, "setControl called with unknown ID");
-      return -1;
+      return nvo_model_error("setControl called with unknown ID");
   }
 }
 
@@ -82,8 +75,7 @@ static PyObject *module_controls_get(ctrl_s *self, PyObject *name) {
 static PyObject *ctrl_attr_get(PyObject *self, PyObject *name) {
   auto *c = reinterpret_cast<ctrl_s *>(self);
   if (!PyUnicode_Check(name)) {
-    PyErr_SetString(nvpy_model_exc, "Bad control request");
-    return nullptr;
+    return nvo_model_error("Bad control request");
   }
   if (PyUnicode_CompareWithASCIIString(name, "__dict__") == 0) {
     Py_INCREF(c->dict);
@@ -124,8 +116,7 @@ static int module_controls_set(PyObject *name, PyObject *value) {
 static int ctrl_set(PyObject *self, PyObject *name, PyObject *value) {
   auto *c = reinterpret_cast<ctrl_s *>(self);
   if (!PyUnicode_Check(name)) {
-    PyErr_SetString(nvpy_model_exc, "Bad control request");
-    return -1;
+    return nvo_model_error("Bad control request");
   }
   if (value == nullptr) {
     PyErr_SetString(PyExc_AttributeError,

@@ -51,10 +51,7 @@ int classify_element(PyObject *element, LeafKind *kind, PyRef *last_leaf) {
     *last_leaf = PyRef::borrow(leaf);
     return 0;
   });
-  if (rc != 0) {
-    if (!PyErr_Occurred()) PyErr_SetString(nvpy_model_exc, "Error declaring problem");
-    return -1;
-  }
+  if (rc != 0) return nvo_model_error("Error declaring problem");
   return first ? 1 : 0;
 }
 
@@ -67,24 +64,18 @@ int set_objective_element(problem_s *p, PyObject *element, bool *have_objective,
   PyRef obj = PyRef::borrow(element);
   if (nvo_is_array(element)) {
     if (PyArray_SIZE(reinterpret_cast<PyArrayObject *>(element)) > 1) {
-      PyErr_SetString(nvpy_model_exc,
-                      "Only one objective can be set, but a sequence or NumPy array of "
-                      "expressions was passed");
-      return -1;
+      return nvo_model_error("Only one objective can be set, but a sequence or NumPy array of "
+                             "expressions was passed");
     }
     obj = PyRef(nvo_array_first_item(element));
     if (!obj) return -1;
   }
   if (!is_objective_object(obj.get())) {
-    PyErr_SetString(nvpy_model_exc,
-                    "Incorrect way of defining an objective function (it should not be in an "
-                    "aggregate structure)");
-    return -1;
+    return nvo_model_error("Incorrect way of defining an objective function (it should not be in "
+                           "an aggregate structure)");
   }
   if (*have_objective) {
-    PyErr_SetString(nvpy_model_exc,
-                    "At most one expression can be used as an objective function");
-    return -1;
+    return nvo_model_error("At most one expression can be used as an objective function");
   }
   *have_objective = true;
   return problem_setObjective_obj(p, obj.get(), sense);
@@ -110,16 +101,14 @@ int problem_add_elements(problem_s *p, PyObject *elements, int sense) {
     PyObject *element = PyTuple_GET_ITEM(elements, i);
     if (PyUnicode_Check(element) || PyBytes_Check(element)) {
       if (have_name) {
-        PyErr_SetString(nvpy_model_exc, "More than one string passed in problem declaration");
-        return -1;
+        return nvo_model_error("More than one string passed in problem declaration");
       }
       have_name = true;
       const char *name =
           PyBytes_Check(element) ? PyBytes_AS_STRING(element) : PyUnicode_AsUTF8(element);
       if (name == nullptr) return -1;
       if (NVRLsetprobname(p->prob, name) != 0) {
-        setNvrlErrIfNull(self, nullptr);
-        return -1;
+        return nvo_library_error(self);
       }
       continue;
     }

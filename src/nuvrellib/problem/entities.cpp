@@ -1,16 +1,16 @@
 // Adding special ordered sets and indicator constraints to a problem.
 #include <string>
-#include <vector>
 
 #include "model/constraint.h"
 #include "model/dispatch.h"
 #include "model/expression.h"
 #include "model/sos.h"
 #include "model/var.h"
+#include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
-#include "module/numpy_api.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 #include "problem/con_batch.h"
 #include "problem/objects.h"
 #include "problem/problem.h"
@@ -21,48 +21,40 @@ namespace {
 constexpr int kAttrSets = 1194;
 
 
-int model_error(const char *msg) {
-  PyErr_SetString(nvpy_model_exc, msg);
-  return -1;
-}
-
-// Python ints (bools count as 0 and 1) and numpy integer scalars of any width.
-bool is_integer_index(PyObject *obj) {
-  return PyLong_Check(obj) || PyArray_IsScalar(obj, Integer);
-}
-
 // Column of one member of a set: a variable of the problem or a column index.
 int set_member_column(problem_s *p, PyObject *item, int *col) {
   if (var_check(item)) {
     int64_t c;
     if (rowcolmap_get(p->varmap, var_id(item), &c) != 0)
-      return model_error("SOS contains variable that was not added to the problem");
+      return nvo_model_error("SOS contains variable that was not added to the problem");
     *col = static_cast<int>(c);
     return 0;
   }
-  if (is_integer_index(item)) {
+  if (nvo_is_integer(item)) {
     long long c = PyLong_AsLongLong(item);
     if (c == -1 && PyErr_Occurred()) return -1;
     *col = static_cast<int>(c);
     return 0;
   }
-  return model_error("SOS indices must be passed as a list");
+  return nvo_model_error("SOS indices must be passed as a list");
 }
 
 int problem_addSOS_single(problem_s *p, PyObject *set) {
-  if (!sos_check(set)) return model_error("Object added is not a SOS");
+  if (!sos_check(set)) return nvo_model_error("Object added is not a SOS");
   if (rowcolmap_has(p->sosmap, static_cast<uint64_t>(sos_id(set))))
-    return model_error("SOS already added to problem");
+    return nvo_model_error("SOS already added to problem");
   PyObject *indices = sos_indices(set), *weights = sos_weights(set);
   if (indices == nullptr || !PyList_Check(indices))
-    return model_error("SOS indices must be passed as a list");
+    return nvo_model_error("SOS indices must be passed as a list");
   if (weights == nullptr || !PyList_Check(weights))
-    return model_error("SOS weights must be passed as a list");
+    return nvo_model_error("SOS weights must be passed as a list");
   const Py_ssize_t n = PyList_GET_SIZE(indices);
   if (PyList_GET_SIZE(weights) < n)
-    return model_error("SOS has fewer weights than indices");
-  std::vector<int> cols(static_cast<size_t>(n));
-  std::vector<double> refval(static_cast<size_t>(n));
+    return nvo_model_error("SOS has fewer weights than indices");
+  AllocBuffer<int> cols;
+  AllocBuffer<double> refval;
+  if (cols.allocate(static_cast<size_t>(n)) != 0 || refval.allocate(static_cast<size_t>(n)) != 0)
+    return -1;
   for (Py_ssize_t i = 0; i < n; ++i) {
     if (set_member_column(p, PyList_GET_ITEM(indices, i), &cols[i]) != 0) return -1;
     refval[i] = PyFloat_AsDouble(PyList_GET_ITEM(weights, i));
@@ -71,9 +63,9 @@ int problem_addSOS_single(problem_s *p, PyObject *set) {
   const char settype = sos_settype(set) == 2 ? '2' : '1';
   const NVRLint64 start[2] = {0, n};
   if (NVRLaddsets64(p->prob, 1, n, &settype, start, cols.data(), refval.data()) != 0)
-    return problem_library_error(p);
+    return nvo_library_error(p);
   int nsets = 0;
-  if (NVRLgetintattrib(p->prob, kAttrSets, &nsets) != 0) return problem_library_error(p);
+  if (NVRLgetintattrib(p->prob, kAttrSets, &nsets) != 0) return nvo_library_error(p);
   if (PyList_Append(p->sets, set) != 0) return -1;
   if (rowcolmap_set(p->sosmap, static_cast<uint64_t>(sos_id(set)), nsets - 1) != 0) return -1;
   return 0;
@@ -100,17 +92,17 @@ int condition_variable(PyObject *body, PyObject **var, double *coef) {
     return 0;
   }
   if (kind != NVO_KIND_EXPRESSION)
-    return model_error(
+    return nvo_model_error(
         "Invalid indicator expression. Must be var==0 or var==1, where var is a binary "
         "variable");
   auto *e = reinterpret_cast<expression_s *>(body);
   if (e->constant != 0.0)
-    return model_error("Invalid condition for indicator constraints: must be a variable");
+    return nvo_model_error("Invalid condition for indicator constraints: must be a variable");
   if (e->lin == nullptr || linmap_size(e->lin) != 1)
-    return model_error(
+    return nvo_model_error(
         "Invalid condition for indicator constraints: there must be exactly one variable");
   if (e->quad != nullptr && quadmap_size(e->quad) > 0)
-    return model_error(
+    return nvo_model_error(
         "Invalid condition for indicator constraints: it cannot contain a quadratic "
         "expression");
   const auto &entry = *e->lin->begin();
@@ -120,7 +112,7 @@ int condition_variable(PyObject *body, PyObject **var, double *coef) {
 }
 
 int condition_flag(PyObject *condition, PyObject *var, double coef, int *flag) {
-  if (coef != 1.0) return model_error("Indicator variable must have coefficient 1");
+  if (coef != 1.0) return nvo_model_error("Indicator variable must have coefficient 1");
   const uint64_t word = reinterpret_cast<constraint_s *>(condition)->rec;
   const double lb = get_con_lbound(word), ub = get_con_ubound(word);
   if (lb == 0.0 && ub == 0.0) {
@@ -143,21 +135,21 @@ int add_indicator_pair(problem_s *p, PyObject *condition, PyObject *enforced) {
   PyObject *body = reinterpret_cast<constraint_s *>(enforced)->body;
   int kind = body != nullptr ? nvo_kind_noraise(body) : -1;
   if (kind == NVO_KIND_NONLIN)
-    return model_error("Nonlinear indicator constraints are not allowed");
-  if (kind < 0) return model_error("Invalid constraint assigned to indicator");
+    return nvo_model_error("Nonlinear indicator constraints are not allowed");
+  if (kind < 0) return nvo_model_error("Invalid constraint assigned to indicator");
 
   PyObject *cond_body = reinterpret_cast<constraint_s *>(condition)->body;
   PyObject *var = nullptr;
   double coef = 0.0;
   if (cond_body == nullptr || condition_variable(cond_body, &var, &coef) != 0) {
     if (!PyErr_Occurred())
-      model_error("Invalid indicator expression. Must be var==0 or var==1, where var is a "
+      nvo_model_error("Invalid indicator expression. Must be var==0 or var==1, where var is a "
                   "binary variable");
     return -1;
   }
   int64_t column;
   if (rowcolmap_get(p->varmap, var_id(var), &column) != 0)
-    return model_error("Indicator variable has not been added to problem yet");
+    return nvo_model_error("Indicator variable has not been added to problem yet");
   int flag = 0;
   if (condition_flag(condition, var, coef, &flag) != 0) return -1;
 
@@ -168,13 +160,13 @@ int add_indicator_pair(problem_s *p, PyObject *condition, PyObject *enforced) {
   if (rows < 0) return -1;
   const int row = static_cast<int>(rows - 1), col = static_cast<int>(column);
   if (NVRLsetindicators(p->prob, 1, &row, &col, &flag) != 0) {
-    problem_library_error(p);
+    nvo_library_error(p);
     NVRLdelrows(p->prob, 1, &row);  // no half-made indicator stays behind
     return -1;
   }
   if (PyList_Append(p->cons, enforced) != 0) return -1;
   if (rowcolmap_set(p->conmap, con_id(enforced), rows - 1) != 0)
-    return model_error("Cannot add constraint to problem");
+    return nvo_model_error("Cannot add constraint to problem");
   return 0;
 }
 
@@ -214,12 +206,12 @@ PyObject *problem_addIndicator(PyObject *self, PyObject *args) {
   for (Py_ssize_t i = 0; i < n; ++i) {
     PyObject *pair = PyTuple_GET_ITEM(args, i);
     if (!PyTuple_Check(pair) || PyTuple_GET_SIZE(pair) != 2) {
-      model_error(kIndicatorUsage);
+      nvo_model_error(kIndicatorUsage);
       return nullptr;
     }
     if (!constraint_check(PyTuple_GET_ITEM(pair, 0)) ||
         !constraint_check(PyTuple_GET_ITEM(pair, 1))) {
-      model_error("Invalid declaration of indicator constraints.");
+      nvo_model_error("Invalid declaration of indicator constraints.");
       return nullptr;
     }
   }

@@ -14,6 +14,7 @@
 #include "module/allocator.h"
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/methods.h"
 #include "module/pyref.h"
 #include "problem/problem.h"
 
@@ -66,7 +67,8 @@ class NameReader {
     int last = first + kNameBlock - 1;
     if (last > count_ - 1) last = count_ - 1;
     if (names_.allocate(static_cast<size_t>(last - first + 1) * slot_) != 0) return -1;
-    if (NVRLgetnames(p_->prob, type_, names_.data(), first, last) != 0) return problem_library_error(p_);
+    if (NVRLgetnames(p_->prob, type_, names_.data(), first, last) != 0)
+      return nvo_library_error(p_);
     next_ = names_.data();
     return 0;
   }
@@ -88,7 +90,7 @@ int read_counts(problem_s *p, ReadCounts *c) {
       NVRLgetintattrib(p->prob, kAttrRows, &c->rows) != 0 ||
       NVRLgetintattrib(p->prob, kAttrSets, &c->sets) != 0 ||
       NVRLgetintattrib(p->prob, kAttrNameLength, &namelen) != 0)
-    return problem_library_error(p);
+    return nvo_library_error(p);
   c->name_slot = 8 * namelen + 1;
   return 0;
 }
@@ -96,8 +98,7 @@ int read_counts(problem_s *p, ReadCounts *c) {
 // Replaces a pending failure of object creation (not of the library) with msg.
 PyObject *creation_failed(const char *msg) {
   PyErr_Clear();
-  PyErr_SetString(nvpy_model_exc, msg);
-  return nullptr;
+  return nvo_model_error(msg);
 }
 
 long vartype_of_coltype(char t) {
@@ -123,7 +124,7 @@ PyObject *build_vars(problem_s *p, const ReadCounts &c) {
                 NVRLgetub(p->prob, ub.data(), 0, n - 1) != 0 ||
                 NVRLgetcoltype(p->prob, types.data(), 0, n - 1) != 0 ||
                 NVRLgetglblimit(p->prob, limit.data(), 0, n - 1) != 0)) {
-    problem_library_error(p);
+    nvo_library_error(p);
     return nullptr;
   }
 
@@ -166,7 +167,7 @@ PyObject *build_constraints(problem_s *p, const ReadCounts &c) {
   if (n > 0 && (NVRLgetrhs(p->prob, rhs.data(), 0, n - 1) != 0 ||
                 NVRLgetrhsrange(p->prob, range.data(), 0, n - 1) != 0 ||
                 NVRLgetrowtype(p->prob, types.data(), 0, n - 1) != 0)) {
-    problem_library_error(p);
+    nvo_library_error(p);
     return nullptr;
   }
 
@@ -198,7 +199,7 @@ PyObject *build_sets(problem_s *p, const ReadCounts &c, PyObject *vars) {
 
   NVRLint64 nelems = 0;
   if (NVRLgetsets64(p->prob, nullptr, nullptr, nullptr, nullptr, 0, &nelems, 0, n - 1) != 0) {
-    problem_library_error(p);
+    nvo_library_error(p);
     return nullptr;
   }
   AllocBuffer<char> settype;
@@ -210,7 +211,7 @@ PyObject *build_sets(problem_s *p, const ReadCounts &c, PyObject *vars) {
     return nullptr;
   if (NVRLgetsets64(p->prob, settype.data(), start.data(), colind.data(), refval.data(), nelems,
                     &nelems, 0, n - 1) != 0) {
-    problem_library_error(p);
+    nvo_library_error(p);
     return nullptr;
   }
   start[n] = nelems;
@@ -265,7 +266,7 @@ int read_nonlinear_counts(problem_s *p) {
   int rows = 0, coefs = 0;
   if (NSLPgetintattrib(p->slpprob, kNslpAttrNonlinearRows, &rows) != 0 ||
       NSLPgetintattrib(p->slpprob, kNslpAttrCoefs, &coefs) != 0)
-    return problem_library_error(p);
+    return nvo_library_error(p);
   p->n_nonlin_cons = rows + coefs;
   return 0;
 }
@@ -276,7 +277,7 @@ int read_file(problem_s *p, const char *filename, const char *options) {
   if (nslp_usable(p) && NSLPreadprob != nullptr &&
       NSLPreadprob(p->slpprob, filename, options) == 0)
     return 0;
-  return problem_library_error(p);
+  return nvo_library_error(p);
 }
 
 }  // namespace
@@ -352,9 +353,7 @@ PyDoc_STRVAR(problem_write_doc,
              "Example: p.write('model.lp', 'l')");
 
 PyMethodDef problem_methods_files[] = {
-    {"read", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_read)),
-     METH_VARARGS | METH_KEYWORDS, problem_read_doc},
-    {"write", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_write)),
-     METH_VARARGS | METH_KEYWORDS, problem_write_doc},
+    {"read", NVO_KW_METHOD(problem_read), METH_VARARGS | METH_KEYWORDS, problem_read_doc},
+    {"write", NVO_KW_METHOD(problem_write), METH_VARARGS | METH_KEYWORDS, problem_write_doc},
     {nullptr, nullptr, 0, nullptr},
 };

@@ -1,13 +1,14 @@
 // Adding variables and constraints to a problem, and the method table of the objects family.
 #include "problem/objects.h"
 
-#include <string>
 #include <vector>
 
 #include "model/constraint.h"
 #include "model/var.h"
+#include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/methods.h"
 #include "module/pyref.h"
 #include "problem/con_batch.h"
 #include "problem/method_families.h"
@@ -31,46 +32,41 @@ int column_type(long vartype, char *coltype) {
     case VARTYPE_SEMIINTEGER: *coltype = 'R'; return 0;
     case VARTYPE_PARTIALLYINTEGER: *coltype = 'P'; return 0;
     default:
-      PyErr_SetString(nvpy_model_exc, "Incorrect variable type passed to addVariable()");
-      return -1;
+      return nvo_model_error("Incorrect variable type passed to addVariable()");
   }
 }
 
 // The columns of one addVariable call, gathered for one library call per kind of data.
 struct NewColumns {
-  std::vector<double> lb, ub;
-  std::vector<int> index;
-  std::vector<char> type;
-  std::vector<int> limited;        // columns of type S, R, P
-  std::vector<double> threshold;   // their thresholds
-  std::string names;               // NUL-separated
+  AllocBuffer<double> lb, ub;
+  AllocBuffer<int> index;
+  AllocBuffer<char> type;
+  AllocBuffer<int> limited;        // columns of type S, R, P
+  AllocBuffer<double> threshold;   // their thresholds
+  AllocBuffer<char> names;         // NUL-separated
 };
 
 int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *cols) {
   if (!var_check(leaf)) {
-    PyErr_SetString(nvpy_model_exc, "Incorrect objects added as variables to problem");
-    return -1;
+    return nvo_model_error("Incorrect objects added as variables to problem");
   }
   const uint64_t word = reinterpret_cast<var_s *>(leaf)->rec;
   if (rowcolmap_has(p->varmap, var_word_id(word))) {
-    PyErr_SetString(nvpy_model_exc, "Variable already added to problem");
-    return -1;
+    return nvo_model_error("Variable already added to problem");
   }
   char coltype;
   if (column_type(get_var_type(word), &coltype) != 0) return -1;
   const double lb = get_var_lbound(word), ub = get_var_ubound(word);
   const double threshold = get_var_thold(word);
   if (is_limited_type(coltype) && !(lb <= threshold && threshold <= ub)) {
-    PyErr_SetString(nvpy_model_exc,
-                    "Incorrect semi-continuous, semi-integer, or partially integer variable; "
-                    "check that its threshold is between its lower and upper bounds");
-    return -1;
+    return nvo_model_error("Incorrect semi-continuous, semi-integer, or partially integer "
+                           "variable; check that its threshold is between its lower and upper "
+                           "bounds");
   }
   PyRef name(get_var_name(word));
   if (!name) return -1;
   if (!PyUnicode_Check(name.get())) {
-    PyErr_SetString(nvpy_model_exc, "Invalid variable name (must be a string)");
-    return -1;
+    return nvo_model_error("Invalid variable name (must be a string)");
   }
   Py_ssize_t len = 0;
   const char *text = PyUnicode_AsUTF8AndSize(name.get(), &len);
@@ -79,35 +75,30 @@ int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *co
   const int col = first_col + static_cast<int>(cols->index.size());
   if (rowcolmap_set(p->varmap, var_word_id(word), col) != 0) {
     PyErr_Clear();
-    PyErr_SetString(nvpy_model_exc, "Could not amend variable map");
+    return nvo_model_error("Could not amend variable map");
+  }
+  if (cols->index.push_back(col) != 0 || cols->type.push_back(coltype) != 0 ||
+      cols->lb.push_back(lb) != 0 || cols->ub.push_back(ub) != 0)
     return -1;
-  }
-  cols->index.push_back(col);
-  cols->type.push_back(coltype);
-  cols->lb.push_back(lb);
-  cols->ub.push_back(ub);
-  if (is_limited_type(coltype)) {
-    cols->limited.push_back(col);
-    cols->threshold.push_back(threshold);
-  }
-  cols->names.append(text, static_cast<size_t>(len));
-  cols->names.push_back('\0');
-  return 0;
+  if (is_limited_type(coltype) &&
+      (cols->limited.push_back(col) != 0 || cols->threshold.push_back(threshold) != 0))
+    return -1;
+  return cols->names.append(text, static_cast<size_t>(len) + 1);
 }
 
 int send_columns(problem_s *p, const NewColumns &cols) {
   const int n = static_cast<int>(cols.index.size());
   if (n == 0) return 0;
-  const int first = cols.index.front();
+  const int first = cols.index[0];
   if (NVRLaddcols64(p->prob, n, 0, nullptr, nullptr, nullptr, nullptr, cols.lb.data(),
                     cols.ub.data()) != 0 ||
       NVRLchgcoltype(p->prob, n, cols.index.data(), cols.type.data()) != 0 ||
       NVRLaddnames(p->prob, 2, cols.names.data(), first, first + n - 1) != 0)
-    return -1;
+    return nvo_library_error(p);
   if (!cols.limited.empty() &&
       NVRLchgglblimit(p->prob, static_cast<int>(cols.limited.size()), cols.limited.data(),
                       cols.threshold.data()) != 0)
-    return -1;
+    return nvo_library_error(p);
   return 0;
 }
 
@@ -164,7 +155,6 @@ PyObject *problem_addVariable(PyObject *self, PyObject *args, PyObject *kwargs) 
         return collect_variable(p, leaf, first_col, &cols);
       }) != 0 ||
       send_columns(p, cols) != 0) {
-    setNvrlErrIfNull(self, nullptr);
     remove_new_columns(p, first_col);
     roll_back(p->vars, p->varmap, first_col, variable_id);
     return nullptr;
@@ -176,14 +166,13 @@ PyObject *problem_addConstraint(PyObject *self, PyObject *args, PyObject *kwargs
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   con_batch batch;
-  int rc = nvo_walk_args(args, [&](PyObject *leaf) {
+  int rc = nvo_walk_args(args, [&](PyObject *leaf) -> int {
     if (con_batch_check(p, leaf) != 0) return -1;
     if (con_batch_queue(&batch, p, leaf) != 0) return -1;
     if (PyList_Append(p->cons, leaf) != 0) return -1;
     if (rowcolmap_set(p->conmap, con_id(leaf), batch.first_row + batch.nrows - 1) != 0) {
       PyErr_Clear();
-      PyErr_SetString(nvpy_model_exc, "Cannot add constraint to problem");
-      return -1;
+      return nvo_model_error("Cannot add constraint to problem");
     }
     return 0;
   });
@@ -197,28 +186,22 @@ PyObject *problem_addConstraint(PyObject *self, PyObject *args, PyObject *kwargs
 }
 
 PyMethodDef problem_methods_objects[] = {
-    {"addVariable", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_addVariable)),
+    {"addVariable", NVO_KW_METHOD(problem_addVariable),
      METH_VARARGS | METH_KEYWORDS, problem_addVariable_doc},
-    {"addConstraint",
-     reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_addConstraint)),
+    {"addConstraint", NVO_KW_METHOD(problem_addConstraint),
      METH_VARARGS | METH_KEYWORDS, problem_addConstraint_doc},
-    {"addSOS", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_addSOS)),
-     METH_VARARGS | METH_KEYWORDS, problem_addSOS_doc},
+    {"addSOS", NVO_KW_METHOD(problem_addSOS), METH_VARARGS | METH_KEYWORDS, problem_addSOS_doc},
     {"addIndicator", problem_addIndicator, METH_VARARGS, problem_addIndicator_doc},
-    {"delVariable", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_delVariable)),
+    {"delVariable", NVO_KW_METHOD(problem_delVariable),
      METH_VARARGS | METH_KEYWORDS, problem_delVariable_doc},
-    {"delConstraint",
-     reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_delConstraint)),
+    {"delConstraint", NVO_KW_METHOD(problem_delConstraint),
      METH_VARARGS | METH_KEYWORDS, problem_delConstraint_doc},
-    {"delSOS", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_delSOS)),
-     METH_VARARGS | METH_KEYWORDS, problem_delSOS_doc},
-    {"getVariable", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getVariable)),
+    {"delSOS", NVO_KW_METHOD(problem_delSOS), METH_VARARGS | METH_KEYWORDS, problem_delSOS_doc},
+    {"getVariable", NVO_KW_METHOD(problem_getVariable),
      METH_VARARGS | METH_KEYWORDS, problem_getVariable_doc},
-    {"getConstraint",
-     reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getConstraint)),
+    {"getConstraint", NVO_KW_METHOD(problem_getConstraint),
      METH_VARARGS | METH_KEYWORDS, problem_getConstraint_doc},
-    {"getSOS", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getSOS)),
-     METH_VARARGS | METH_KEYWORDS, problem_getSOS_doc},
+    {"getSOS", NVO_KW_METHOD(problem_getSOS), METH_VARARGS | METH_KEYWORDS, problem_getSOS_doc},
     {"getIndex", problem_getIndex, METH_O, problem_getIndex_doc},
     {nullptr, nullptr, 0, nullptr},
 };

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-#include "module/allocator.h"
+#include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/output.h"
@@ -35,8 +35,7 @@ int create_lists_and_maps(problem_s *p) {
   p->sosmap = rowcolmap_new();
   if (!p->vars || !p->cons || !p->sets || !p->varmap || !p->conmap || !p->sosmap) {
     PyErr_Clear();
-    PyErr_SetString(nvpy_model_exc, "Could not create problem maps");
-    return -1;
+    return nvo_model_error("Could not create problem maps");
   }
   return 0;
 }
@@ -59,18 +58,18 @@ int create_handles(problem_s *p) {
   if (nslp_state(-1) == 1) {
     if (NSLPcreateprob(&p->slpprob, &p->prob) != 0) {
       p->slpprob = nullptr;
-      return problem_library_error(p);
+      return nvo_library_error(p);
     }
-    if (NSLPsetintcontrol(p->slpprob, kNslpCtrlAutoPresolve, 0) != 0) return problem_library_error(p);
+    if (NSLPsetintcontrol(p->slpprob, kNslpCtrlAutoPresolve, 0) != 0) return nvo_library_error(p);
   }
   return 0;
 }
 
 // Each problem prints its own log lines; the global routine leaves them alone.
 int register_printing(problem_s *p) {
-  if (NVRLaddcbmessage(p->prob, nvr_py_print_prob, nullptr, 1) != 0) return problem_library_error(p);
+  if (NVRLaddcbmessage(p->prob, nvr_py_print_prob, nullptr, 1) != 0) return nvo_library_error(p);
   if (p->slpprob != nullptr && NSLPsetcbmessage(p->slpprob, nvr_py_print_probNL, nullptr) != 0)
-    return problem_library_error(p);
+    return nvo_library_error(p);
   return 0;
 }
 
@@ -79,10 +78,11 @@ int load_empty(problem_s *p, const char *name) {
   int loadlog = 0;
   if (NVRLgetintcontrol(p->prob, kCtrlLoadLog, &loadlog) != 0 ||
       NVRLsetintcontrol(p->prob, kCtrlLoadLog, 0) != 0)
-    return problem_library_error(p);
+    return nvo_library_error(p);
   int rc = NVRLloadlp(p->prob, name, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
                       nullptr, nullptr, nullptr, nullptr, nullptr);
-  if (NVRLsetintcontrol(p->prob, kCtrlLoadLog, loadlog) != 0 || rc != 0) return problem_library_error(p);
+  if (NVRLsetintcontrol(p->prob, kCtrlLoadLog, loadlog) != 0 || rc != 0)
+    return nvo_library_error(p);
   return 0;
 }
 
@@ -127,13 +127,11 @@ int problem_init(PyObject *self, PyObject *args, PyObject *kwargs) {
                                              const_cast<char **>(kwlist), &name, &sense))
     return -1;
   if (sense != 1 && sense != -1) {
-    PyErr_SetString(nvpy_model_exc, "Invalid optimization sense");
-    return -1;
+    return nvo_model_error("Invalid optimization sense");
   }
   if (p->prob != nullptr) {
     // __init__ called again on a live problem: start from scratch.
-    PyErr_SetString(nvpy_model_exc, "Problem is already initialized; use reset()");
-    return -1;
+    return nvo_model_error("Problem is already initialized; use reset()");
   }
   if (p->vars == nullptr && create_lists_and_maps(p) != 0) return -1;
   if (turnNVRLon(0) != 0) return -1;
@@ -185,18 +183,14 @@ void problem_dealloc(PyObject *self) {
 }
 
 PyObject *problem_name_string(problem_s *p) {
-  if (p->prob == nullptr) return nullptr;
   int size = 0;
-  if (NVRLgetintattrib(p->prob, kAttrProbNameLength, &size) != 0) return nullptr;
-  char *buffer = nullptr;
-  if (nvo_MemoryAllocator_Alloc_Untyped(nvo_MemoryAllocator_DefaultHeap,
-                                        static_cast<size_t>(size > 0 ? size : 1), &buffer) != 0)
-    return PyErr_NoMemory();
+  if (p->prob == nullptr || NVRLgetintattrib(p->prob, kAttrProbNameLength, &size) != 0)
+    return nvo_library_error(p);
+  AllocBuffer<char> buffer;
+  if (buffer.allocate(static_cast<size_t>(size > 0 ? size : 1)) != 0) return nullptr;
   buffer[0] = '\0';
-  PyObject *result = nullptr;
-  if (NVRLgetprobname(p->prob, buffer) == 0) result = PyUnicode_FromString(buffer);
-  nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &buffer);
-  return result;
+  if (NVRLgetprobname(p->prob, buffer.data()) != 0) return nvo_library_error(p);
+  return PyUnicode_FromString(buffer.data());
 }
 
 PyDoc_STRVAR(problem_name_doc,
@@ -292,11 +286,6 @@ PyMethodDef problem_methods_lifecycle[] = {
     {"getlasterror", NVRL_PY_getlasterror, METH_NOARGS, NVRL_PY_getlasterror_doc},
     {nullptr, nullptr, 0, nullptr},
 };
-
-int problem_library_error(problem_s *p) {
-  setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-  return -1;
-}
 
 namespace {
 

@@ -67,10 +67,6 @@ class ProblemSolving {
   problem_s *p_;
 };
 
-// Raises the library's last error for p unless a more precise exception is pending.
-// Returns -1, so that failing internal routines can end with it.
-int problem_library_error(problem_s *p);
-
 // Routing rule: true when the problem must be handled by the nonlinear solver.
 inline bool problem_is_nonlinear(const problem_s *p) {
   return p->n_nonlin_cons > 0 || p->nonlin_obj != 0;

@@ -7,21 +7,17 @@
 #include "model/constraint.h"
 #include "model/sos.h"
 #include "model/var.h"
+#include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
-#include "module/numpy_api.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 #include "problem/problem.h"
 
 namespace {
 
 enum ObjectKind { KIND_CONSTRAINT = 0, KIND_VARIABLE = 1, KIND_SET = 2 };
 
-
-int model_error(const char *msg) {
-  PyErr_SetString(nvpy_model_exc, msg);
-  return -1;
-}
 
 PyObject *list_of(problem_s *p, ObjectKind kind) {
   return kind == KIND_CONSTRAINT ? p->cons : kind == KIND_VARIABLE ? p->vars : p->sets;
@@ -48,12 +44,6 @@ bool object_id(PyObject *obj, ObjectKind kind, uint64_t *id) {
   return false;
 }
 
-// Python ints (bools included) and numpy's C int and C long scalars; other numpy integer
-// types are not indices.
-bool is_integer_object(PyObject *obj) {
-  return PyLong_Check(obj) || PyArray_IsScalar(obj, Int) || PyArray_IsScalar(obj, Long);
-}
-
 // The type an item must have exactly to be taken as an object of the problem, and the texts
 // for such an object outside the problem and for an item of no usable kind.
 struct KindTexts {
@@ -76,7 +66,7 @@ KindTexts texts_of(ObjectKind kind) {
 // Integers are taken as they are (truncated to 32 bits); names are looked up among the rows
 // for constraints and among the columns otherwise, sets included. 0, or -1 with an exception.
 int item_index(problem_s *p, PyObject *item, ObjectKind kind, int *index) {
-  if (is_integer_object(item)) {
+  if (nvo_is_int_or_long(item)) {
     long value = PyLong_AsLong(item);
     if (value == -1 && PyErr_Occurred()) return -1;
     *index = static_cast<int>(value);
@@ -86,8 +76,7 @@ int item_index(problem_s *p, PyObject *item, ObjectKind kind, int *index) {
     const char *name = PyBytes_Check(item) ? PyBytes_AS_STRING(item) : PyUnicode_AsUTF8(item);
     if (name == nullptr) return -1;
     if (NVRLgetindex(p->prob, kind == KIND_CONSTRAINT ? 1 : 2, name, index) != 0) {
-      setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-      return -1;
+      return nvo_library_error(reinterpret_cast<PyObject *>(p));
     }
     return 0;
   }
@@ -111,7 +100,7 @@ int64_t single_index(problem_s *p, PyObject *item, ObjectKind kind) {
   int index;
   if (item_index(p, item, kind, &index) != 0) return -1;
   if (index < 0 || index >= PyList_GET_SIZE(list_of(p, kind))) {
-    model_error("Index out of bounds");
+    nvo_model_error("Index out of bounds");
     return -1;
   }
   return index;
@@ -129,9 +118,9 @@ int parse_selection(problem_s *p, ObjectKind kind, PyObject *args, PyObject *kwa
   const bool has_index = index != Py_None;
   const bool has_first = first_obj != Py_None, has_last = last_obj != Py_None;
   if (!has_index && !has_first && !has_last)
-    return model_error("At least one parameter must be specified");
+    return nvo_model_error("At least one parameter must be specified");
   if (has_index && (has_first || has_last))
-    return model_error(
+    return nvo_model_error(
         "Parameters 'first' and 'last' cannot be specified if 'index' is also specified");
   const int64_t size = PyList_GET_SIZE(list_of(p, kind));
   *single = false;
@@ -141,9 +130,11 @@ int parse_selection(problem_s *p, ObjectKind kind, PyObject *args, PyObject *kwa
     if (has_last && (last = PyLong_AsLongLong(last_obj)) == -1 && PyErr_Occurred()) return -1;
     // Only given values can be negative; an omitted last on an empty list is out of range.
     if ((has_first && first < 0) || (has_last && last < 0))
-      return model_error("Parameters 'first' and 'last' must be both nonnegative when specified");
-    if (first >= size || last >= size) return model_error(range_msg);
-    if (first > last) return model_error("Parameter 'first' must be less than, or equal to, 'last'");
+      return nvo_model_error(
+          "Parameters 'first' and 'last' must be both nonnegative when specified");
+    if (first >= size || last >= size) return nvo_model_error(range_msg);
+    if (first > last)
+      return nvo_model_error("Parameter 'first' must be less than, or equal to, 'last'");
     for (long long i = first; i <= last; ++i) indices->push_back(i);
     return 0;
   }
@@ -207,7 +198,9 @@ PyObject *delete_objects(PyObject *self, PyObject *args, PyObject *kwargs, Objec
   std::sort(found.begin(), found.end());
   found.erase(std::unique(found.begin(), found.end()), found.end());
   if (found.empty()) Py_RETURN_NONE;
-  std::vector<int> ind(found.begin(), found.end());
+  AllocBuffer<int> ind;
+  if (ind.allocate(found.size()) != 0) return nullptr;
+  std::copy(found.begin(), found.end(), ind.begin());
   const int n = static_cast<int>(ind.size());
   int rc = kind == KIND_CONSTRAINT ? NVRLdelrows(p->prob, n, ind.data())
            : kind == KIND_VARIABLE ? NVRLdelcols(p->prob, n, ind.data())
@@ -290,6 +283,5 @@ PyObject *problem_getIndex(PyObject *self, PyObject *obj) {
       break;
     }
   }
-  PyErr_SetString(nvpy_model_exc, "Incorrect object(s) passed: need variable, constraint, or SOS");
-  return nullptr;
+  return nvo_model_error("Incorrect object(s) passed: need variable, constraint, or SOS");
 }

@@ -11,8 +11,9 @@
 #include "module/allocator.h"
 #include "module/env.h"
 #include "module/errors.h"
-#include "module/numpy_api.h"
+#include "module/methods.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 #include "problem/solve.h"
 #include "problem/walk.h"
 
@@ -91,10 +92,6 @@ int problem_spec_getRCost(problem_s *p, bool use_nslp, double *djs) {
 
 // --- shaping the result -----------------------------------------------------------------
 
-bool is_integer_object(PyObject *obj) {
-  return PyLong_Check(obj) || PyArray_IsScalar(obj, Integer);
-}
-
 // A name or a plain object is one value; lists, tuples, dictionaries, arrays, other
 // sequences and iterators are walked.
 bool is_single(PyObject *obj) {
@@ -104,8 +101,7 @@ bool is_single(PyObject *obj) {
 }
 
 int index_out_of_range() {
-  PyErr_SetString(nvpy_model_exc, "Index out of range");
-  return -1;
+  return nvo_model_error("Index out of range");
 }
 
 // The row (rows true) or column index of one leaf, checked against n. 0 and *index, or -1
@@ -139,7 +135,7 @@ int object_index(PyObject *obj, problem_s *p, bool rows, int n, int64_t *index) 
     return 0;
   }
 
-  if (is_integer_object(obj)) {
+  if (nvo_is_integer(obj)) {
     PyRef as_int(PyNumber_Index(obj));
     if (!as_int) return -1;
     int overflow = 0;
@@ -153,9 +149,7 @@ int object_index(PyObject *obj, problem_s *p, bool rows, int n, int64_t *index) 
     return 0;
   }
 
-  PyErr_SetString(nvpy_model_exc,
-                  "Incorrect object(s) passed: need index, variable, constraint, or SOS");
-  return -1;
+  return nvo_model_error("Incorrect object(s) passed: need index, variable, constraint, or SOS");
 }
 
 // Shapes n values for args: nothing gives all values as a list, one single object one float,
@@ -210,24 +204,24 @@ int use_nslp_solution(problem_s *p) {
   if (p->slpprob == nullptr || nslp_state(-1) != 1) return 0;
   if (problem_is_nonlinear(p)) return 1;
   int status = 0;
-  if (NSLPgetintattrib(p->slpprob, kNslpAttrStatus, &status) != 0) return problem_library_error(p);
+  if (NSLPgetintattrib(p->slpprob, kNslpAttrStatus, &status) != 0) return nvo_library_error(p);
   return status >= 1 && status <= 6 ? 1 : 0;
 }
 
 int problem_solution_length(problem_s *p, bool use_nslp, bool rows, int *n) {
   int rc = use_nslp ? NSLPgetintattrib(p->slpprob, rows ? kNslpAttrRows : kNslpAttrCols, n)
                     : NVRLgetintattrib(p->prob, rows ? kAttrRows : kAttrCols, n);
-  return rc != 0 ? problem_library_error(p) : 0;
+  return rc != 0 ? nvo_library_error(p) : 0;
 }
 
 int problem_spec_getSolution(problem_s *p, bool use_nslp, double *x) {
   if (use_nslp)
-    return nslp_getslpsol(p->slpprob, x, nullptr, nullptr, nullptr) != 0 ? problem_library_error(p) : 0;
+    return nslp_getslpsol(p->slpprob, x, nullptr, nullptr, nullptr) != 0 ? nvo_library_error(p) : 0;
   int is_mip = problem_is_mip(p);
   if (is_mip < 0) return -1;
   int rc = is_mip ? NVRLgetmipsol(p->prob, x, nullptr)
                   : NVRLgetlpsol(p->prob, x, nullptr, nullptr, nullptr);
-  return rc != 0 ? problem_library_error(p) : 0;
+  return rc != 0 ? nvo_library_error(p) : 0;
 }
 
 PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -240,7 +234,7 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
       !PyArg_ParseTupleAndKeywords(no_positional.get(), kwargs, "|$O",
                                    const_cast<char **>(kwlist), &flatten_arg))
     return nullptr;
-  int flatten = flatten_arg != nullptr ? PyObject_IsTrue(flatten_arg) : 0;
+  int flatten = nvo_flag_truth(flatten_arg);
   if (flatten < 0) return nullptr;
 
   if (PyTuple_GET_SIZE(args) == 0 || flatten)
@@ -310,7 +304,7 @@ PyDoc_STRVAR(problem_getRCost_doc,
              "Example: p.getRCost(x)");
 
 PyMethodDef problem_methods_solution[] = {
-    {"getSolution", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(problem_getSolution)),
+    {"getSolution", NVO_KW_METHOD(problem_getSolution),
      METH_VARARGS | METH_KEYWORDS, problem_getSolution_doc},
     {"getSlack", problem_getSlack, METH_VARARGS, problem_getSlack_doc},
     {"getDual", problem_getDual, METH_VARARGS, problem_getDual_doc},

@@ -4,11 +4,13 @@
 
 #include <cmath>
 #include <cstring>
-#include <vector>
+#include <algorithm>
 
 #include "model/dispatch.h"
+#include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/methods.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
 #include "module/sigint.h"
@@ -30,35 +32,39 @@ constexpr int kNslpAttrStatus = 12044, kNslpAttrObjVal = 12179;
 // Nonlinear rows and objectives cannot be built yet, so solving a problem that claims them,
 // or changing its objective, is refused plainly.
 int nonlinear_unavailable() {
-  PyErr_SetString(nvpy_model_exc,
-                  "Nonlinear expressions cannot be passed to the solver in this version");
-  return -1;
+  return nvo_model_error("Nonlinear expressions cannot be passed to the solver in this version");
 }
 
 // Zeroes the linear objective, its constant and the quadratic objective.
 int clear_objective(problem_s *p) {
   int ncols = 0;
-  if (NVRLgetintattrib(p->prob, kAttrCols, &ncols) != 0) return problem_library_error(p);
+  if (NVRLgetintattrib(p->prob, kAttrCols, &ncols) != 0) return nvo_library_error(p);
   const int constant_col = -1;
   const double zero = 0.0;
-  if (NVRLchgobj(p->prob, 1, &constant_col, &zero) != 0) return problem_library_error(p);
+  if (NVRLchgobj(p->prob, 1, &constant_col, &zero) != 0) return nvo_library_error(p);
   if (ncols == 0) return 0;
-  std::vector<int> cols(static_cast<size_t>(ncols));
+  AllocBuffer<int> cols;
+  AllocBuffer<double> zeros;
+  if (cols.allocate(static_cast<size_t>(ncols)) != 0 ||
+      zeros.allocate(static_cast<size_t>(ncols), 0.0) != 0)
+    return -1;
   for (int j = 0; j < ncols; ++j) cols[j] = j;
-  std::vector<double> zeros(static_cast<size_t>(ncols), 0.0);
-  if (NVRLchgobj(p->prob, ncols, cols.data(), zeros.data()) != 0) return problem_library_error(p);
+  if (NVRLchgobj(p->prob, ncols, cols.data(), zeros.data()) != 0) return nvo_library_error(p);
 
   NVRLint64 nq = 0;
   if (NVRLgetmqobj64(p->prob, nullptr, nullptr, nullptr, 0, &nq, 0, ncols - 1) != 0)
-    return problem_library_error(p);
+    return nvo_library_error(p);
   if (nq == 0) return 0;
-  std::vector<NVRLint64> start(static_cast<size_t>(ncols) + 1);
-  std::vector<int> other(static_cast<size_t>(nq));
-  std::vector<double> value(static_cast<size_t>(nq));
+  AllocBuffer<NVRLint64> start;
+  AllocBuffer<int> other, col1, col2;
+  AllocBuffer<double> value;
+  if (start.allocate(static_cast<size_t>(ncols) + 1) != 0 ||
+      other.allocate(static_cast<size_t>(nq)) != 0 || col1.allocate(static_cast<size_t>(nq)) != 0 ||
+      col2.allocate(static_cast<size_t>(nq)) != 0 || value.allocate(static_cast<size_t>(nq)) != 0)
+    return -1;
   if (NVRLgetmqobj64(p->prob, start.data(), other.data(), value.data(), nq, &nq, 0,
                      ncols - 1) != 0)
-    return problem_library_error(p);
-  std::vector<int> col1(static_cast<size_t>(nq)), col2(static_cast<size_t>(nq));
+    return nvo_library_error(p);
   for (int j = 0; j < ncols; ++j)
     for (NVRLint64 k = start[j]; k < start[j + 1]; ++k) {
       col1[k] = other[k];
@@ -66,7 +72,7 @@ int clear_objective(problem_s *p) {
     }
   std::fill(value.begin(), value.end(), 0.0);
   if (NVRLchgmqobj64(p->prob, nq, col1.data(), col2.data(), value.data()) != 0)
-    return problem_library_error(p);
+    return nvo_library_error(p);
   return 0;
 }
 
@@ -87,7 +93,7 @@ int objective_out_of_range(const nvo_converted &c) {
 }
 
 int int_attrib(problem_s *p, int id, int *value) {
-  if (NVRLgetintattrib(p->prob, id, value) != 0) return problem_library_error(p);
+  if (NVRLgetintattrib(p->prob, id, value) != 0) return nvo_library_error(p);
   return 0;
 }
 
@@ -103,7 +109,7 @@ int read_status(problem_s *p, int *status, bool *mip) {
   *mip = false;
   if (answered_by_nslp(p)) {
     if (NSLPgetintattrib(p->slpprob, kNslpAttrStatus, status) != 0)
-      return problem_library_error(p);
+      return nvo_library_error(p);
     return 0;
   }
   const int is_mip = problem_is_mip(p);
@@ -260,8 +266,6 @@ PyObject *problem_getObjVal(PyObject *self, PyObject *) {
   return PyFloat_FromDouble(value);
 }
 
-#define KW_METHOD(f) reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(f))
-
 }  // namespace
 
 int problem_is_mip(problem_s *p) {
@@ -280,16 +284,13 @@ int check_nl_unconstruct(problem_s *p) {
 
 int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   if (sense != 1 && sense != -1) {
-    PyErr_SetString(nvpy_model_exc, "Invalid optimization sense");
-    return -1;
+    return nvo_model_error("Invalid optimization sense");
   }
   PyRef objective = PyRef::borrow(obj);
   if (nvo_is_array(obj)) {
     const npy_intp size = PyArray_SIZE(reinterpret_cast<PyArrayObject *>(obj));
     if (size > 1) {
-      PyErr_SetString(nvpy_model_exc,
-                      "Only one objective can be set, passed a sequence or NumPy array");
-      return -1;
+      return nvo_model_error("Only one objective can be set, passed a sequence or NumPy array");
     }
     // An empty array stays what it is and is refused below as no expression.
     if (size == 1) {
@@ -298,8 +299,7 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
     }
   }
   if (nvo_kind_noraise(objective.get()) < 0) {
-    PyErr_SetString(nvpy_model_exc, "Invalid object set as objective");
-    return -1;
+    return nvo_model_error("Invalid object set as objective");
   }
   nvo_converted converted;
   // Converted before anything changes, so that a refused objective leaves the old one.
@@ -312,35 +312,36 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   if (converted.constant != 0.0) {
     const int constant_col = -1;
     const double value = -converted.constant;
-    if (NVRLchgobj(p->prob, 1, &constant_col, &value) != 0) return problem_library_error(p);
+    if (NVRLchgobj(p->prob, 1, &constant_col, &value) != 0) return nvo_library_error(p);
   }
   const size_t nl = converted.lin_col.size();
   if (nl > 0) {
     if (NVRLchgobj(p->prob, static_cast<int>(nl), converted.lin_col.data(),
                    converted.lin_coef.data()) != 0)
-      return problem_library_error(p);
+      return nvo_library_error(p);
   }
   const size_t nq = converted.quad_col1.size();
   if (nq > 0) {
-    std::vector<double> q(nq);
+    AllocBuffer<double> q;
+    if (q.allocate(nq) != 0) return -1;
     for (size_t k = 0; k < nq; ++k)
       q[k] = nvo_obj_qcoef(converted.quad_col1[k], converted.quad_col2[k],
                            converted.quad_coef[k]);
     if (NVRLchgmqobj64(p->prob, static_cast<NVRLint64>(nq), converted.quad_col1.data(),
                        converted.quad_col2.data(), q.data()) != 0)
-      return problem_library_error(p);
+      return nvo_library_error(p);
   }
-  if (NVRLchgobjsense(p->prob, sense == 1 ? 1 : -1) != 0) return problem_library_error(p);
+  if (NVRLchgobjsense(p->prob, sense == 1 ? 1 : -1) != 0) return nvo_library_error(p);
   if (p->slpprob != nullptr && nslp_state(-1) == 1 &&
       NSLPsetdblcontrol(p->slpprob, kNslpCtrlObjSense, sense == 1 ? 1.0 : -1.0) != 0)
-    return problem_library_error(p);
+    return nvo_library_error(p);
   return 0;
 }
 
 PyMethodDef problem_methods_solve[] = {
-    {"setObjective", KW_METHOD(problem_setObjective), METH_VARARGS | METH_KEYWORDS,
+    {"setObjective", NVO_KW_METHOD(problem_setObjective), METH_VARARGS | METH_KEYWORDS,
      problem_setObjective_doc},
-    {"solve", KW_METHOD(problem_solve), METH_VARARGS | METH_KEYWORDS, problem_solve_doc},
+    {"solve", NVO_KW_METHOD(problem_solve), METH_VARARGS | METH_KEYWORDS, problem_solve_doc},
     {"getProbStatus", problem_getProbStatus, METH_NOARGS, problem_getProbStatus_doc},
     {"getProbStatusString", problem_getProbStatusString, METH_NOARGS,
      problem_getProbStatusString_doc},

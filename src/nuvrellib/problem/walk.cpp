@@ -6,6 +6,7 @@
 #include "model/sos.h"
 #include "model/var.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/pyref.h"
 
 namespace {
@@ -35,8 +36,7 @@ int walk_iterable(PyObject *iterable, const nvo_leaf_visitor &visit, int depth) 
 int walk_level(PyObject *obj, const nvo_leaf_visitor &visit, int depth) {
   if (is_leaf(obj)) return visit(obj);
   if (depth >= NVO_MAX_WALK_DEPTH) {
-    PyErr_SetString(nvpy_model_exc, "Maximum recursion (inclusion) level reached");
-    return -1;
+    return nvo_model_error("Maximum recursion (inclusion) level reached");
   }
   if (PyList_Check(obj) || PyTuple_Check(obj)) {
     // Index access: the visitor may not change the sequence, and this avoids an iterator.
