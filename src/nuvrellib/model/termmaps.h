@@ -24,8 +24,8 @@
 #include <map>
 #include <set>
 
-#include "model/maps.h"
 #include "model/var.h"
+#include "module/env.h"
 
 using linmap = std::map<const var_s *, double, less_variable_t>;
 using quadmap = std::map<const var_s *, linmap *, less_variable_t>;

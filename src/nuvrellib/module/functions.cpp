@@ -8,7 +8,7 @@
 #include "module/args.h"
 #include "module/env.h"
 #include "nvrl.h"
-#include "problem/casing.h"
+#include "module/casing.h"
 
 namespace {
 

@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr int kAttrRows = 1124;
 constexpr int64_t kFirstCapacity = 2048;
 constexpr double kInfinity = 1e20;
 
@@ -159,7 +158,7 @@ void getRhsSense(PyObject *con, char *rowtype, double *rhs, double *range) {
 
 int64_t problem_row_count(problem_s *p) {
   int rows = 0;
-  if (NVRLgetintattrib(p->prob, kAttrRows, &rows) != 0) return problem_library_error(p);
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_ROWS, &rows) != 0) return problem_library_error(p);
   return rows;
 }
 
@@ -181,7 +180,7 @@ int con_batch_check(problem_s *p, PyObject *con) {
 
 int con_batch_queue(con_batch *b, problem_s *p, PyObject *con) {
   b->body.clear();
-  if (convertExpr(p, reinterpret_cast<constraint_s *>(con)->body, &b->body) != 0) return -1;
+  if (convertExpr(p->varmap, reinterpret_cast<constraint_s *>(con)->body, &b->body) != 0) return -1;
   PyRef name_holder;
   Py_ssize_t namelen = 0;
   const char *name = constraint_name(con, &name_holder, &namelen);

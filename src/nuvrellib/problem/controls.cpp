@@ -9,7 +9,7 @@
 #include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
-#include "problem/casing.h"
+#include "module/casing.h"
 #include "problem/ctrl.h"
 #include "problem/method_families.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 // Reported as -1 by getControl()/getAttrib() without being read: the random seed and the
 // nonlinear solver's constant column.
-constexpr int kUnreadIds[] = {22013, 12013};
+constexpr int kUnreadIds[] = {NVRL_CTRL_RANDOM_SEED, NSLP_ATTR_CONSTANT_COLUMN};
 
 PyObject *nonlinear_missing() {
   PyErr_SetString(nvpy_interf_exc, "The nonlinear solver is not available for this problem");

@@ -7,7 +7,7 @@
 #include "module/env.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
-#include "problem/casing.h"
+#include "module/casing.h"
 #include "problem/controls.h"
 #include "problem/problem.h"
 

@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr int kAttrCols = 1214;
 
 
 bool is_limited_type(char t) { return t == 'S' || t == 'R' || t == 'P'; }
@@ -129,7 +128,7 @@ void roll_back(PyObject *list, rowcolmap *map, int64_t n, uint64_t (*id_of)(cons
 // list and the library agree.
 void remove_new_columns(problem_s *p, int first_col) {
   int ncols = 0;
-  if (NVRLgetintattrib(p->prob, kAttrCols, &ncols) != 0 || ncols <= first_col) return;
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &ncols) != 0 || ncols <= first_col) return;
   std::vector<int> extra;
   for (int j = first_col; j < ncols; ++j) extra.push_back(j);
   NVRLdelcols(p->prob, static_cast<int>(extra.size()), extra.data());
@@ -157,7 +156,7 @@ PyObject *problem_addVariable(PyObject *self, PyObject *args, PyObject *kwargs) 
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   int first_col = 0;
-  if (NVRLgetintattrib(p->prob, kAttrCols, &first_col) != 0)
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &first_col) != 0)
     return setNvrlErrIfNull(self, nullptr);
   NewColumns cols;
   if (nvo_walk_args(args, [&](PyObject *leaf) {

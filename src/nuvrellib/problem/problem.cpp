@@ -20,9 +20,6 @@
 
 namespace {
 
-constexpr int kAttrProbNameLength = 1158;
-constexpr int kCtrlLoadLog = 8035;
-constexpr int kNslpCtrlAutoPresolve = 12415;
 
 inline problem_s *as_problem(PyObject *o) { return reinterpret_cast<problem_s *>(o); }
 
@@ -61,7 +58,7 @@ int create_handles(problem_s *p) {
       p->slpprob = nullptr;
       return problem_library_error(p);
     }
-    if (NSLPsetintcontrol(p->slpprob, kNslpCtrlAutoPresolve, 0) != 0) return problem_library_error(p);
+    if (NSLPsetintcontrol(p->slpprob, NSLP_CTRL_AUTO_PRESOLVE, 0) != 0) return problem_library_error(p);
   }
   return 0;
 }
@@ -77,12 +74,12 @@ int register_printing(problem_s *p) {
 // Loads an empty problem without the log line a load writes, keeping the user's setting.
 int load_empty(problem_s *p, const char *name) {
   int loadlog = 0;
-  if (NVRLgetintcontrol(p->prob, kCtrlLoadLog, &loadlog) != 0 ||
-      NVRLsetintcontrol(p->prob, kCtrlLoadLog, 0) != 0)
+  if (NVRLgetintcontrol(p->prob, NVRL_CTRL_LOAD_LOG, &loadlog) != 0 ||
+      NVRLsetintcontrol(p->prob, NVRL_CTRL_LOAD_LOG, 0) != 0)
     return problem_library_error(p);
   int rc = NVRLloadlp(p->prob, name, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
                       nullptr, nullptr, nullptr, nullptr, nullptr);
-  if (NVRLsetintcontrol(p->prob, kCtrlLoadLog, loadlog) != 0 || rc != 0) return problem_library_error(p);
+  if (NVRLsetintcontrol(p->prob, NVRL_CTRL_LOAD_LOG, loadlog) != 0 || rc != 0) return problem_library_error(p);
   return 0;
 }
 
@@ -187,7 +184,7 @@ void problem_dealloc(PyObject *self) {
 PyObject *problem_name_string(problem_s *p) {
   if (p->prob == nullptr) return nullptr;
   int size = 0;
-  if (NVRLgetintattrib(p->prob, kAttrProbNameLength, &size) != 0) return nullptr;
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_PROBLEM_NAME_LENGTH, &size) != 0) return nullptr;
   char *buffer = nullptr;
   if (nvo_MemoryAllocator_Alloc_Untyped(nvo_MemoryAllocator_DefaultHeap,
                                         static_cast<size_t>(size > 0 ? size : 1), &buffer) != 0)
@@ -283,7 +280,38 @@ PyDoc_STRVAR(problem_doc,
              "one objective expression and a name string.\n\n"
              "Example: p = nuvrel.problem(x, y, x + y <= 4, 3*x + 2*y, sense=nuvrel.maximize)");
 
+const char NVRL_PY_getlasterror_doc[] =
+    "Returns the last error message of the solver library for this problem.\n\n"
+    "Example: print(p.getlasterror())";
+
+PyObject *NVRL_PY_getlasterror(PyObject *self, PyObject *unused) {
+  char msg[NVRL_MAXMESSAGELEN];
+  std::memset(msg, 0, sizeof msg);
+  PyObject *result = nullptr;
+  auto *p = reinterpret_cast<problem_s *>(self);
+  // Without a library problem there is nothing to ask (the fallback message says so); with
+  // one, the usual entry check keeps a running solve's handle out of reach.
+  if (p->prob != nullptr) {
+    if (problem_ready(self) == nullptr) return nullptr;
+    if (NVRLgetlasterror(p->prob, msg) == 0) result = PyUnicode_FromString(msg);
+  }
+  return setNvrlErrIfNull(self, result);
+}
+
+// The optimiser's message first, the nonlinear solver's when the optimiser has none.
+int problem_last_error(PyObject *owner, int *code, char *msg, int capacity) {
+  if (!problem_check(owner)) return 0;
+  problem_s *p = as_problem(owner);
+  if (p->prob != nullptr) NVRLgetlasterror(p->prob, msg);
+  if (msg[0] == '\0' && p->slpprob != nullptr && nslp_state(-1) == 1)
+    NSLPgetlasterror(p->slpprob, code, msg);
+  return 1;
+}
+
 }  // namespace
+
+const nvo_error_source problem_error_source = {
+    problem_last_error, "Unidentified error associated with optimization problem"};
 
 PyMethodDef problem_methods_lifecycle[] = {
     {"name", problem_name, METH_NOARGS, problem_name_doc},

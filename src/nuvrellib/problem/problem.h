@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "model/termmaps.h"
+#include "module/errors.h"
 #include "nvrl.h"
 
 // One callback list per callback kind.
@@ -70,6 +71,9 @@ class ProblemSolving {
 // Raises the library's last error for p unless a more precise exception is pending.
 // Returns -1, so that failing internal routines can end with it.
 int problem_library_error(problem_s *p);
+
+// How setNvrlErrIfNull reports a problem's error; registered at import.
+extern const nvo_error_source problem_error_source;
 
 // Routing rule: true when the problem must be handled by the nonlinear solver.
 inline bool problem_is_nonlinear(const problem_s *p) {

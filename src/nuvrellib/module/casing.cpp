@@ -1,5 +1,5 @@
 // Case rule for control and attribute names.
-#include "problem/casing.h"
+#include "module/casing.h"
 
 #include <cstring>
 

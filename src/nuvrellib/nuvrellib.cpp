@@ -1,4 +1,6 @@
-// The module nuvrellib: its method table, import (PyInit_nuvrellib) and teardown.
+// The module nuvrellib: its method table, import (PyInit_nuvrellib) and teardown. This is the
+// one file above every layer: it assembles their types and functions and hands the lower
+// layers what they need from the higher ones (error sources, the name-table filler).
 #include <Python.h>
 
 #include <utility>
@@ -8,12 +10,15 @@
 #include "module/env.h"
 #include "module/env_setup.h"
 #include "module/functions.h"
+#include "callbacks/branchobj.h"
 #include "model/sum.h"
 #include "model/var.h"
+#include "module/errors.h"
 #include "nvrl.h"
 #include "problem/ctrl.h"
 #include "problem/method_families.h"
 #include "problem/nametables.h"
+#include "problem/problem.h"
 
 PyObject *nvpy_model_exc = nullptr;
 PyObject *nvpy_interf_exc = nullptr;
@@ -162,6 +167,11 @@ int seed_startup_defaults() {
 
 int build_module(PyObject *module) {
   if (env_create_containers() != 0) return -1;
+  nvr_py_env.controls = ctrl_create(nullptr);
+  if (nvr_py_env.controls == nullptr) return -1;
+  nvo_fill_name_tables = ctrl_attr_fill_typeobj;
+  nvo_register_error_source(&problem_error_source);
+  nvo_register_error_source(&branchobj_error_source);
   if (ctrl_attr_fill_typeobj(0) != 0) return -1;
   if (create_exceptions() != 0) return -1;
   if (add_types_and_exceptions(module) != 0) return -1;
