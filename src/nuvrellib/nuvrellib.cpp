@@ -10,6 +10,7 @@
 #include "module/env.h"
 #include "module/env_setup.h"
 #include "module/functions.h"
+#include "module/pyref.h"
 #include "callbacks/branchobj.h"
 #include "model/sum.h"
 #include "model/var.h"
@@ -97,12 +98,7 @@ int ready_types() {
 }
 
 int add_object(PyObject *module, const char *name, PyObject *obj) {
-  Py_INCREF(obj);
-  if (PyModule_AddObject(module, name, obj) != 0) {
-    Py_DECREF(obj);
-    return -1;
-  }
-  return 0;
+  return PyModule_AddObjectRef(module, name, obj) != 0 ? -1 : 0;
 }
 
 int add_types_and_exceptions(PyObject *module) {
@@ -153,15 +149,14 @@ int add_element_types(PyObject *module) {
 
 // New problems get nonlinear postsolve switched on unless the user removes this default.
 int seed_startup_defaults() {
-  PyObject *one = PyLong_FromLong(1);
-  if (one == nullptr) return -1;
+  PyRef one(PyLong_FromLong(1));
+  if (!one) return -1;
   int rc = PyDict_SetItemString(reinterpret_cast<ctrl_s *>(nvr_py_env.controls)->dict,
-                                "nslp_postsolve", one);
+                                "nslp_postsolve", one.get());
   if (rc == 0) {
     EnvLock lock(nvr_py_env.mtx_defaults);
-    rc = PyDict_SetItemString(nvr_py_env.default_controls, "nslp_postsolve", one);
+    rc = PyDict_SetItemString(nvr_py_env.default_controls, "nslp_postsolve", one.get());
   }
-  Py_DECREF(one);
   return rc;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "module/pyref.h"
 #include "nvrl.h"
 
 namespace {
@@ -127,14 +128,9 @@ const constant_row constant_table[] = {
 
 int nvo_add_constants(PyObject *module) {
   for (const constant_row *row = constant_table; row->name != nullptr; ++row) {
-    PyObject *value = row->kind == 0
-                          ? PyLong_FromLong(static_cast<long>(std::floor(row->value)))
-                          : PyFloat_FromDouble(row->value);
-    if (value == nullptr) return -1;
-    if (PyModule_AddObject(module, row->name, value) != 0) {
-      Py_DECREF(value);
-      return -1;
-    }
+    PyRef value(row->kind == 0 ? PyLong_FromLong(static_cast<long>(std::floor(row->value)))
+                               : PyFloat_FromDouble(row->value));
+    if (!value || PyModule_AddObjectRef(module, row->name, value.get()) != 0) return -1;
   }
   return 0;
 }

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "model/constraint.h"
 #include "model/dispatch.h"
@@ -66,7 +67,7 @@ int make_room(con_batch *b, size_t name_bytes) {
 }
 
 // The constraint's name as UTF-8 text (kept alive by *holder).
-const char *constraint_name(PyObject *con, PyRef *holder, Py_ssize_t *len) {
+const char *constraint_name(PyObject *con, PyRef<> *holder, Py_ssize_t *len) {
   PyRef name(get_con_name(reinterpret_cast<constraint_s *>(con)->rec));
   if (!name) return nullptr;
   if (!PyUnicode_Check(name.get())) {
@@ -74,7 +75,7 @@ const char *constraint_name(PyObject *con, PyRef *holder, Py_ssize_t *len) {
     if (!name) return nullptr;
   }
   const char *text = PyUnicode_AsUTF8AndSize(name.get(), len);
-  *holder = name;
+  *holder = std::move(name);
   return text;
 }
 

@@ -296,7 +296,7 @@ int problem_apply_defaults(problem_s *p) {
     {
       EnvLock lock(nvr_py_env.mtx_names);
       if (nvr_py_env.ctrl_table != nullptr)
-        entry = PyRef::borrow(PyDict_GetItem_LowerCaseKey(nvr_py_env.ctrl_table, name));
+        entry = PyRef<>::borrow(PyDict_GetItem_LowerCaseKey(nvr_py_env.ctrl_table, name));
     }
     if (!entry && PyErr_Occurred()) return -1;
     int id, type, kind;
@@ -314,7 +314,7 @@ PyObject *problem_getInfo_byname(problem_s *p, PyObject *name, int is_control) {
   PyRef entry;
   {
     EnvLock lock(nvr_py_env.mtx_names);
-    entry = PyRef::borrow(
+    entry = PyRef<>::borrow(
         lookup(is_control ? nvr_py_env.ctrl_table : nvr_py_env.attr_table, name,
                is_control ? "Incorrect control name" : "Incorrect attribute name"));
   }
@@ -331,7 +331,7 @@ int problem_setControl_byname(problem_s *p, PyObject *name, PyObject *value) {
   PyRef entry;
   {
     EnvLock lock(nvr_py_env.mtx_names);
-    entry = PyRef::borrow(lookup(nvr_py_env.ctrl_table, name, "Incorrect control name"));
+    entry = PyRef<>::borrow(lookup(nvr_py_env.ctrl_table, name, "Incorrect control name"));
   }
   if (!entry) return -1;
   int id, type, kind;

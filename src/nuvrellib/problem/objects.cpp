@@ -114,14 +114,12 @@ int send_columns(problem_s *p, const NewColumns &cols) {
 // columns never reached the library), so that a failed call leaves the problem as it was.
 // The pending exception is kept.
 void roll_back(PyObject *list, rowcolmap *map, int64_t n, uint64_t (*id_of)(const PyObject *)) {
-  PyObject *type, *value, *traceback;
-  PyErr_Fetch(&type, &value, &traceback);
+  PendingError pending;
   const Py_ssize_t size = PyList_GET_SIZE(list);
   for (Py_ssize_t i = static_cast<Py_ssize_t>(n); i < size; ++i)
     rowcolmap_del(map, id_of(PyList_GET_ITEM(list, i)));
   if (n < size && PyList_SetSlice(list, static_cast<Py_ssize_t>(n), size, nullptr) != 0)
     PyErr_Clear();
-  PyErr_Restore(type, value, traceback);
 }
 
 // Columns that a failed addVariable added before a later call failed go again, so that the

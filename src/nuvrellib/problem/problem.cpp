@@ -92,14 +92,11 @@ void destroy_handles(problem_s *p) {
 
 // Replaces the three lists by empty ones and clears the maps.
 int empty_lists_and_maps(problem_s *p) {
-  PyObject *lists[3] = {PyList_New(0), PyList_New(0), PyList_New(0)};
-  if (!lists[0] || !lists[1] || !lists[2]) {
-    for (PyObject *l : lists) Py_XDECREF(l);
-    return -1;
-  }
-  Py_XSETREF(p->vars, lists[0]);
-  Py_XSETREF(p->cons, lists[1]);
-  Py_XSETREF(p->sets, lists[2]);
+  PyRef vars(PyList_New(0)), cons(PyList_New(0)), sets(PyList_New(0));
+  if (!vars || !cons || !sets) return -1;
+  Py_XSETREF(p->vars, vars.release());
+  Py_XSETREF(p->cons, cons.release());
+  Py_XSETREF(p->sets, sets.release());
   rowcolmap_clear(p->varmap);
   rowcolmap_clear(p->conmap);
   rowcolmap_clear(p->sosmap);
@@ -157,8 +154,7 @@ void problem_dealloc(PyObject *self) {
   problem_s *p = as_problem(self);
   // Keep a pending exception (deallocation can happen while one propagates) out of the
   // library error reports below.
-  PyObject *type, *value, *traceback;
-  PyErr_Fetch(&type, &value, &traceback);
+  PendingError pending;
   { EnvLock wait_for_library(nvr_py_env.mtx_lib); }
   if (p->prob != nullptr) NVRLremovecbmessage(p->prob, nvr_py_print_prob, nullptr);
   // A handle the library cannot destroy is lost either way; everything else is released.
@@ -177,7 +173,7 @@ void problem_dealloc(PyObject *self) {
   rowcolmap_free(&p->varmap);
   rowcolmap_free(&p->conmap);
   rowcolmap_free(&p->sosmap);
-  PyErr_Restore(type, value, traceback);
+  pending.restore();
   Py_TYPE(self)->tp_free(self);
 }
 
@@ -367,13 +363,10 @@ problem_s *problem_alloc() {
 }
 
 problem_s *problem_new() {
-  problem_s *p = problem_alloc();
-  if (p == nullptr) return nullptr;
-  if (create_lists_and_maps(p) != 0 || create_ctrl_attr(p) != 0) {
-    Py_DECREF(p);
-    return nullptr;
-  }
-  return p;
+  PyRef<problem_s> p(problem_alloc());
+  if (!p) return nullptr;
+  if (create_lists_and_maps(p.get()) != 0 || create_ctrl_attr(p.get()) != 0) return nullptr;
+  return p.release();
 }
 
 int problem_build_method_table() {

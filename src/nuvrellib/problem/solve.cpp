@@ -258,7 +258,7 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
     PyErr_SetString(nvpy_model_exc, "Invalid optimization sense");
     return -1;
   }
-  PyRef objective = PyRef::borrow(obj);
+  PyRef<> objective = PyRef<>::borrow(obj);
   if (nvo_is_array(obj)) {
     const npy_intp size = PyArray_SIZE(reinterpret_cast<PyArrayObject *>(obj));
     if (size > 1) {
