@@ -159,7 +159,8 @@ void getRhsSense(PyObject *con, char *rowtype, double *rhs, double *range) {
 
 int64_t problem_row_count(problem_s *p) {
   int rows = 0;
-  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_ROWS, &rows) != 0) return problem_library_error(p);
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_ROWS, &rows) != 0)
+    return problem_library_error(p);
   return rows;
 }
 

@@ -126,7 +126,8 @@ void roll_back(PyObject *list, rowcolmap *map, int64_t n, uint64_t (*id_of)(cons
 // list and the library agree.
 void remove_new_columns(problem_s *p, int first_col) {
   int ncols = 0;
-  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &ncols) != 0 || ncols <= first_col) return;
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &ncols) != 0 || ncols <= first_col)
+    return;
   std::vector<int> extra;
   for (int j = first_col; j < ncols; ++j) extra.push_back(j);
   NVRLdelcols(p->prob, static_cast<int>(extra.size()), extra.data());

@@ -58,7 +58,8 @@ int create_handles(problem_s *p) {
       p->slpprob = nullptr;
       return problem_library_error(p);
     }
-    if (NSLPsetintcontrol(p->slpprob, NSLP_CTRL_AUTO_PRESOLVE, 0) != 0) return problem_library_error(p);
+    if (NSLPsetintcontrol(p->slpprob, NSLP_CTRL_AUTO_PRESOLVE, 0) != 0)
+      return problem_library_error(p);
   }
   return 0;
 }
@@ -79,7 +80,8 @@ int load_empty(problem_s *p, const char *name) {
     return problem_library_error(p);
   int rc = NVRLloadlp(p->prob, name, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
                       nullptr, nullptr, nullptr, nullptr, nullptr);
-  if (NVRLsetintcontrol(p->prob, NVRL_CTRL_LOAD_LOG, loadlog) != 0 || rc != 0) return problem_library_error(p);
+  if (NVRLsetintcontrol(p->prob, NVRL_CTRL_LOAD_LOG, loadlog) != 0 || rc != 0)
+    return problem_library_error(p);
   return 0;
 }
 

@@ -211,7 +211,8 @@ int use_nslp_solution(problem_s *p) {
 
 int problem_solution_length(problem_s *p, bool use_nslp, bool rows, int *n) {
   int rc = use_nslp ? NSLPgetintattrib(p->slpprob, rows ? NSLP_ATTR_ROWS : NSLP_ATTR_COLUMNS, n)
-                    : NVRLgetintattrib(p->prob, rows ? NVRL_ATTR_ORIGINAL_ROWS : NVRL_ATTR_ORIGINAL_COLUMNS, n);
+                    : NVRLgetintattrib(p->prob,
+                                       rows ? NVRL_ATTR_ORIGINAL_ROWS : NVRL_ATTR_ORIGINAL_COLUMNS, n);
   return rc != 0 ? problem_library_error(p) : 0;
 }
 

@@ -29,7 +29,8 @@ int nonlinear_unavailable() {
 // Zeroes the linear objective, its constant and the quadratic objective.
 int clear_objective(problem_s *p) {
   int ncols = 0;
-  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &ncols) != 0) return problem_library_error(p);
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &ncols) != 0)
+    return problem_library_error(p);
   const int constant_col = -1;
   const double zero = 0.0;
   if (NVRLchgobj(p->prob, 1, &constant_col, &zero) != 0) return problem_library_error(p);
@@ -174,7 +175,8 @@ PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (PyErr_Occurred()) return nullptr;  // raised by a callback during the solve
   if (rc == 0) Py_RETURN_NONE;
   int status = 0;
-  if (int_attrib(p, is_mip ? NVRL_ATTR_MIP_STATUS : NVRL_ATTR_LP_STATUS, &status) != 0) return nullptr;
+  if (int_attrib(p, is_mip ? NVRL_ATTR_MIP_STATUS : NVRL_ATTR_LP_STATUS, &status) != 0)
+    return nullptr;
   if (status == NVRL_LP_NONCONVEX) {
     PyErr_SetString(nvpy_solver_exc,
                     "The problem was determined to be nonconvex, and the optimizer cannot solve "
@@ -230,7 +232,8 @@ PyObject *problem_getObjVal(PyObject *self, PyObject *) {
   }
   const int is_mip = problem_is_mip(p);
   if (is_mip < 0) return nullptr;
-  if (NVRLgetdblattrib(p->prob, is_mip ? NVRL_ATTR_MIP_OBJECTIVE : NVRL_ATTR_LP_OBJECTIVE, &value) != 0)
+  if (NVRLgetdblattrib(p->prob, is_mip ? NVRL_ATTR_MIP_OBJECTIVE : NVRL_ATTR_LP_OBJECTIVE,
+                       &value) != 0)
     return setNvrlErrIfNull(self, nullptr);
   return PyFloat_FromDouble(value);
 }
@@ -240,7 +243,8 @@ PyObject *problem_getObjVal(PyObject *self, PyObject *) {
 }  // namespace
 
 int problem_is_mip(problem_s *p) {
-  for (int id : {NVRL_ATTR_DISCRETE_COLUMNS, NVRL_ATTR_SETS, NVRL_ATTR_GENERAL_CONSTRAINTS, NVRL_ATTR_INDICATORS}) {
+  for (int id : {NVRL_ATTR_DISCRETE_COLUMNS, NVRL_ATTR_SETS, NVRL_ATTR_GENERAL_CONSTRAINTS,
+                 NVRL_ATTR_INDICATORS}) {
     int n = 0;
     if (int_attrib(p, id, &n) != 0) return -1;
     if (n != 0) return 1;
