@@ -1,5 +1,5 @@
 """The shared argument helpers of the extension: the two-list keyword parser, the
-missing-argument messages, the allocator, string conversion and the SIGINT guard. They are
+missing-argument messages, the allocator and the SIGINT guard. They are
 called through the extension's exported symbols with ctypes."""
 
 import ctypes
@@ -12,8 +12,6 @@ import pytest
 PARSE = "_Z25nvo_ParseTupleAndKeywordsP7_objectS0_PKcPS2_S3_z"
 MISSING_RANGE = "_Z26nvo_PyErr_MissingArgsRangePPKcii"
 MISSING = "_Z21nvo_PyErr_MissingArgsPPKcz"
-STRLEN = "_Z8pyStrLenP7_object"
-STRTOSTR = "_Z10pyStrToStrP7_objectPPcPS0_"
 ALLOC = "_Z33nvo_MemoryAllocator_Alloc_UntypedP19nvo_MemoryAllocatormPv"
 REALLOC = "_Z35nvo_MemoryAllocator_Realloc_UntypedP19nvo_MemoryAllocatorPvm"
 FREE = "_Z32nvo_MemoryAllocator_Free_UntypedP19nvo_MemoryAllocatorPv"
@@ -101,35 +99,6 @@ def test_missing_arguments_chosen(native, nv, indices, message):
         getattr(native, MISSING)(kwlist("a", "b", "c", "d"), *[ctypes.c_int(i) for i in indices],
                                  ctypes.c_int(-1))
     assert str(info.value) == message
-
-
-@pytest.mark.parametrize("obj,length", [
-    ("abc", 3), ("h\u00e9llo", 6), ("", 0), (b"bytes\x00x", 7), ("\udc80", -1), (12, -1),
-])
-def test_pyStrLen(native, obj, length):
-    fn = getattr(native, STRLEN)
-    fn.restype = ctypes.c_ssize_t
-    assert fn(ctypes.py_object(obj)) == length
-
-
-@pytest.mark.parametrize("obj,text", [("h\u00e9llo", "h\u00e9llo".encode()), (b"raw", b"raw"),
-                                      (3.5, None)])
-def test_pyStrToStr_copies_into_the_callers_buffer(native, obj, text):
-    fn = getattr(native, STRTOSTR)
-    fn.restype = ctypes.c_void_p
-    buf = ctypes.c_void_p(None)
-    temp = ctypes.c_void_p(None)
-    result = fn(ctypes.py_object(obj), ctypes.byref(buf), ctypes.byref(temp))
-    try:
-        if text is None:
-            assert result is None and buf.value is None
-        else:
-            assert result == buf.value and ctypes.string_at(result) == text
-            assert temp.value is None
-    finally:
-        getattr(native, FREE)(ctypes.c_void_p.in_dll(native, "nvo_MemoryAllocator_DefaultHeap"),
-                              ctypes.byref(buf))
-    assert buf.value is None
 
 
 def test_default_heap_operations(native):

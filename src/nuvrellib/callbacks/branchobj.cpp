@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "module/errors.h"
+
 PyDoc_STRVAR(branchobj_doc,
              "A branching object: a set of branches that the solver explores at a node.\n"
              "Branching objects are handed to and returned by branching callbacks.");
@@ -16,6 +18,19 @@ int branchobj_lasterror(PyObject *self, int *code, char *msg, int capacity) {
   if (capacity > 0) msg[0] = '\0';
   return 0;
 }
+
+namespace {
+
+int branchobj_error(PyObject *owner, int *code, char *msg, int capacity) {
+  if (!branchobj_check(owner)) return 0;
+  branchobj_lasterror(owner, code, msg, capacity);
+  return 1;
+}
+
+}  // namespace
+
+const nvo_error_source branchobj_error_source = {
+    branchobj_error, "Unidentified error associated with a branching object"};
 
 PyTypeObject branchobj_type = {
     .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)

@@ -210,7 +210,7 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
       the_body = PyRef(first_array_element(body));
       if (!the_body) return -1;
     } else {
-      the_body = PyRef::borrow(body);
+      the_body = PyRef<>::borrow(body);
     }
     if (nvo_kind_noraise(the_body.get()) < 0) {
       return nvo_model_error("Invalid expression passed as body of constraint");
@@ -251,7 +251,7 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
 // --- comparisons ----------------------------------------------------------------------------
 
 PyObject *make_constraint(PyObject *a, PyObject *b, int op) {
-  PyRef left = PyRef::borrow(a);
+  PyRef<> left = PyRef<>::borrow(a);
   if (nvo_is_number(a) && nvo_is_number(b)) {
     // Keeps the difference below an expression rather than a float.
     left = PyRef(expression_base());

@@ -245,16 +245,6 @@ PyObject *general_imul(PyObject *a, PyObject *b) { return general_binop(NVO_OP_I
 PyObject *general_idiv(PyObject *a, PyObject *b) { return general_binop(NVO_OP_IDIV, a, b); }
 PyObject *general_ipow(PyObject *a, PyObject *b) { return general_binop(NVO_OP_IPOW, a, b); }
 
-PyObject *general_pow_slot(PyObject *a, PyObject *b, PyObject *mod) {
-  if (modulus_refused(mod)) return nullptr;
-  return general_pow(a, b);
-}
-
-PyObject *general_ipow_slot(PyObject *a, PyObject *b, PyObject *mod) {
-  if (modulus_refused(mod)) return nullptr;
-  return general_ipow(a, b);
-}
-
 PyObject *general_neg(PyObject *a) {
   switch (nvo_kind_noraise(a)) {
     case NVO_KIND_VAR: return var_neg(a);

@@ -43,8 +43,6 @@ PyObject *general_sub(PyObject *a, PyObject *b);
 PyObject *general_mul(PyObject *a, PyObject *b);
 PyObject *general_div(PyObject *a, PyObject *b);
 PyObject *general_pow(PyObject *a, PyObject *b);
-// Three-argument form for the nb_power slot; a modulus other than None is refused.
-PyObject *general_pow_slot(PyObject *a, PyObject *b, PyObject *mod);
 PyObject *general_or(PyObject *a, PyObject *b);
 PyObject *general_and(PyObject *a, PyObject *b);
 PyObject *general_iadd(PyObject *a, PyObject *b);
@@ -52,7 +50,6 @@ PyObject *general_isub(PyObject *a, PyObject *b);
 PyObject *general_imul(PyObject *a, PyObject *b);
 PyObject *general_idiv(PyObject *a, PyObject *b);
 PyObject *general_ipow(PyObject *a, PyObject *b);
-PyObject *general_ipow_slot(PyObject *a, PyObject *b, PyObject *mod);
 
 // Unary operators.
 PyObject *general_neg(PyObject *a);

@@ -103,7 +103,7 @@ static int sos_init(PyObject *self, PyObject *args, PyObject *kwargs) {
     return -1;
 
   // Any object given is the name, None included; only an absent name gets the default.
-  PyRef name = name_obj != nullptr ? PyRef::borrow(name_obj) : PyRef(default_name(id));
+  PyRef<> name = name_obj != nullptr ? PyRef<>::borrow(name_obj) : PyRef<>(default_name(id));
   if (!name) return -1;
 
   int type = 1;
@@ -123,7 +123,7 @@ PyObject *sos_create(PyObject *indices, PyObject *weights, int type, PyObject *n
   PyRef self(sos_new(&sos_type, nullptr, nullptr));
   if (!self) return nullptr;
   const int64_t id = as_sos(self.get())->id;
-  PyRef name_ref = name != nullptr ? PyRef::borrow(name) : PyRef(default_name(id));
+  PyRef<> name_ref = name != nullptr ? PyRef<>::borrow(name) : PyRef<>(default_name(id));
   if (!name_ref) return nullptr;
   sos_store(self.get(), id, name_ref.get(), type, indices, weights);
   return self.release();

@@ -25,9 +25,6 @@ inline bool sos_check(PyObject *obj) { return PyObject_TypeCheck(obj, &sos_type)
 // allocated but never initialised).
 inline int64_t sos_id(const PyObject *obj) { return reinterpret_cast<const sos_s *>(obj)->id; }
 inline int sos_settype(const PyObject *obj) { return reinterpret_cast<const sos_s *>(obj)->type; }
-inline PyObject *sos_name(const PyObject *obj) {
-  return reinterpret_cast<const sos_s *>(obj)->name;
-}
 inline PyObject *sos_indices(const PyObject *obj) {
   return reinterpret_cast<const sos_s *>(obj)->indices;
 }

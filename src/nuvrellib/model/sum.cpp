@@ -87,8 +87,7 @@ int for_each_element(PyObject *coll, const element_visitor &visit) {
     // Indexing (not a snapshot): a list that changes during the walk is read as it is then.
     for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(coll); ++i) {
       PyObject *item = PySequence_Fast_GET_ITEM(coll, i);
-      Py_INCREF(item);
-      PyRef hold(item);
+      PyRef hold = PyRef<>::borrow(item);
       if (visit(item) < 0) return -1;
     }
     return 0;
@@ -123,18 +122,10 @@ int combine_failed() {
   }
   if (!PyErr_ExceptionMatches(PyExc_TypeError) && !PyErr_ExceptionMatches(PyExc_ValueError))
     return -1;
-  PyObject *type, *cause, *tb;
-  PyErr_Fetch(&type, &cause, &tb);
-  PyErr_NormalizeException(&type, &cause, &tb);
-  if (tb != nullptr) PyException_SetTraceback(cause, tb);
-  Py_XDECREF(type);
-  Py_XDECREF(tb);
+  PyObject *cause = PendingError().take_value();
   PyErr_SetString(nvpy_model_exc, kIncorrectObjects);
-  PyObject *etype, *exc, *etb;
-  PyErr_Fetch(&etype, &exc, &etb);
-  PyErr_NormalizeException(&etype, &exc, &etb);
-  PyException_SetCause(exc, cause);  // takes the reference to cause
-  PyErr_Restore(etype, exc, etb);
+  PendingError raised;
+  PyException_SetCause(raised.value(), cause);  // takes the reference to cause
   return -1;
 }
 
@@ -180,11 +171,11 @@ class Folder {
   }
 
   // The accumulated object (null when nothing was folded).
-  PyRef result() { return std::move(acc_); }
+  PyRef<> result() { return std::move(acc_); }
 
  private:
   step_fn inplace_step_, plain_step_;
-  PyRef acc_;
+  PyRef<> acc_;
 };
 
 // The array product of the accumulator and the next factor (acc null for the first factor);
@@ -222,7 +213,8 @@ PyObject *nuvrelmod_Prod(PyObject *, PyObject *args) {
   Folder fold(general_imul, general_mul);
   if (for_each_argument(args, [&fold](PyObject *e) { return fold.add(e); }) < 0) return nullptr;
   PyRef acc = fold.result();
-  // An empty product is 0.0, not 1.0: kept deliberately.
+  // A product of nothing is 0.0, as a sum of nothing is: a product built over an empty
+  // selection then adds no term to a model instead of a constant 1.
   if (!acc) return PyFloat_FromDouble(0.0);
   return acc.release();
 }

@@ -22,31 +22,6 @@ int no_memory() {
   return -1;
 }
 
-// Heap cursor over any of the containers: one iterator, positioned at the next entry.
-template <class Container>
-struct cursor_of {
-  typename Container::const_iterator it;
-};
-
-// Positions a new cursor at the start, or reports the end (freeing the cursor).
-template <class Container, class Cursor>
-bool cursor_step(const Container *c, Cursor **cursor, typename Container::const_iterator *out) {
-  if (*cursor == nullptr) {
-    if (c == nullptr) return false;
-    *cursor = new (std::nothrow) Cursor;
-    if (*cursor == nullptr) return false;
-    (*cursor)->it = c->begin();
-  }
-  if ((*cursor)->it == c->end()) {
-    delete *cursor;
-    *cursor = nullptr;
-    return false;
-  }
-  *out = (*cursor)->it;
-  ++(*cursor)->it;
-  return true;
-}
-
 // The operations that are the same for every container.
 template <class Container>
 Container *new_container() {
@@ -98,18 +73,7 @@ int store(Map *map, typename Map::key_type key, typename Map::mapped_type value)
   }
 }
 
-template <class Cursor>
-void free_cursor(Cursor **cursor) {
-  delete *cursor;
-  *cursor = nullptr;
-}
-
 }  // namespace
-
-struct linmap_iter : cursor_of<linmap> {};
-struct quadmap_iter : cursor_of<quadmap> {};
-struct indexset_iter : cursor_of<indexset> {};
-struct rowcolmap_iter : cursor_of<rowcolmap> {};
 
 // ===== linmap =============================================================================
 
@@ -139,16 +103,6 @@ void linmap_free(linmap **map) {
 }
 
 Py_ssize_t linmap_size(const linmap *map) { return size_of(map); }
-
-int linmap_get(const linmap *map, PyObject *var, double *coef) {
-  if (map == nullptr) return -1;
-  auto it = map->find(as_var(var));
-  if (it == map->end()) return -1;
-  *coef = it->second;
-  return 0;
-}
-
-int linmap_has(const linmap *map, PyObject *var) { return has_key(map, as_var(var)); }
 
 int linmap_set(linmap *map, PyObject *var, double coef) {
   auto it = map->find(as_var(var));
@@ -202,16 +156,6 @@ int linmap_del(linmap *map, PyObject *var) {
   return 0;
 }
 
-int linmap_next(const linmap *map, PyObject **var, double *coef, linmap_iter **cursor) {
-  linmap::const_iterator it;
-  if (!cursor_step(map, cursor, &it)) return 0;
-  *var = as_obj(it->first);
-  *coef = it->second;
-  return 1;
-}
-
-void linmap_iter_free(linmap_iter **cursor) { free_cursor(cursor); }
-
 // ===== quadmap ============================================================================
 
 quadmap *quadmap_new() { return new_container<quadmap>(); }
@@ -260,33 +204,6 @@ Py_ssize_t quadmap_size(const quadmap *map) {
   return n;
 }
 
-int quadmap_get(const quadmap *map, PyObject *var1, linmap **inner) {
-  if (map == nullptr) return -1;
-  auto it = map->find(as_var(var1));
-  if (it == map->end()) return -1;
-  *inner = it->second;
-  return 0;
-}
-
-int quadmap_set(quadmap *map, PyObject *var1, linmap *inner) {
-  auto it = map->find(as_var(var1));
-  if (it != map->end()) {
-    if (it->second != inner) {
-      linmap *old = it->second;
-      it->second = inner;
-      linmap_free(&old);
-    }
-    return 0;
-  }
-  try {
-    map->emplace(as_var(var1), inner);
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
-  Py_INCREF(var1);
-  return 0;
-}
-
 int quadmap_add(quadmap *map, PyObject *var1, PyObject *var2, double coef) {
   if (coef == 0.0) return 0;
   auto it = map->lower_bound(as_var(var1));
@@ -331,16 +248,6 @@ int quadmap_del(quadmap *map, PyObject *var1, PyObject *var2) {
   return 0;
 }
 
-int quadmap_next(const quadmap *map, PyObject **var1, linmap **inner, quadmap_iter **cursor) {
-  quadmap::const_iterator it;
-  if (!cursor_step(map, cursor, &it)) return 0;
-  *var1 = as_obj(it->first);
-  *inner = it->second;
-  return 1;
-}
-
-void quadmap_iter_free(quadmap_iter **cursor) { free_cursor(cursor); }
-
 // ===== indexset ===========================================================================
 
 indexset *indexset_new() { return new_container<indexset>(); }
@@ -348,8 +255,6 @@ indexset *indexset_new() { return new_container<indexset>(); }
 int indexset_copy(indexset **dst, const indexset *src) { return copy_plain(dst, src); }
 
 void indexset_free(indexset **set) { free_plain(set); }
-
-Py_ssize_t indexset_size(const indexset *set) { return size_of(set); }
 
 int indexset_add(indexset *set, int64_t n) {
   try {
@@ -360,22 +265,6 @@ int indexset_add(indexset *set, int64_t n) {
   }
 }
 
-int indexset_has(const indexset *set, int64_t n) { return has_key(set, n); }
-
-int indexset_del(indexset *set, int64_t n) {
-  set->erase(n);  // an absent key is not an error
-  return 0;
-}
-
-int indexset_next(const indexset *set, int64_t *n, indexset_iter **cursor) {
-  indexset::const_iterator it;
-  if (!cursor_step(set, cursor, &it)) return 0;
-  *n = *it;
-  return 1;
-}
-
-void indexset_iter_free(indexset_iter **cursor) { free_cursor(cursor); }
-
 // ===== rowcolmap ==========================================================================
 
 rowcolmap *rowcolmap_new() { return new_container<rowcolmap>(); }
@@ -385,8 +274,6 @@ int rowcolmap_copy(rowcolmap **dst, const rowcolmap *src) { return copy_plain(ds
 void rowcolmap_free(rowcolmap **map) { free_plain(map); }
 
 void rowcolmap_clear(rowcolmap *map) { map->clear(); }
-
-Py_ssize_t rowcolmap_size(const rowcolmap *map) { return size_of(map); }
 
 int rowcolmap_get(const rowcolmap *map, uint64_t id, int64_t *index) {
   if (map == nullptr) return -1;
@@ -405,21 +292,9 @@ int rowcolmap_del(rowcolmap *map, uint64_t id) {
   return 0;
 }
 
-int rowcolmap_next(const rowcolmap *map, uint64_t *id, int64_t *index, rowcolmap_iter **cursor) {
-  rowcolmap::const_iterator it;
-  if (!cursor_step(map, cursor, &it)) return 0;
-  *id = it->first;
-  *index = it->second;
-  return 1;
-}
-
-void rowcolmap_iter_free(rowcolmap_iter **cursor) { free_cursor(cursor); }
-
 // ===== boundmap ===========================================================================
 
 boundmap *boundmap_new() { return new_container<boundmap>(); }
-
-void boundmap_free(boundmap **map) { free_plain(map); }
 
 Py_ssize_t boundmap_size(const boundmap *map) { return size_of(map); }
 
@@ -427,8 +302,6 @@ double boundmap_get(const boundmap *map, uint64_t id) {
   auto it = map->find(id);
   return it == map->end() ? 0.0 : it->second;
 }
-
-int boundmap_has(const boundmap *map, uint64_t id) { return has_key(map, id); }
 
 int boundmap_set(boundmap *map, uint64_t id, double value) { return store(map, id, value); }
 
@@ -439,24 +312,12 @@ int boundmap_del(boundmap *map, uint64_t id) {
 
 // ===== namemap ============================================================================
 
-namemap *namemap_new() { return new_container<namemap>(); }
-
-void namemap_free(namemap **map) {
-  if (map == nullptr || *map == nullptr) return;
-  namemap *m = *map;
-  *map = nullptr;
-  for (auto &[id, obj] : *m) Py_XDECREF(obj);
-  delete m;
-}
-
 Py_ssize_t namemap_size(const namemap *map) { return size_of(map); }
 
 PyObject *namemap_get(const namemap *map, uint64_t id) {
   auto it = map->find(id);
   return it == map->end() ? nullptr : it->second;
 }
-
-int namemap_has(const namemap *map, uint64_t id) { return has_key(map, id); }
 
 int namemap_set(namemap *map, uint64_t id, PyObject *obj) { return store(map, id, obj); }
 

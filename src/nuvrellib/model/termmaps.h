@@ -12,10 +12,8 @@
 // quadmap never holds an empty inner linmap.
 //
 // Results: 0 for success unless stated otherwise; -1 with a MemoryError set if the tree cannot
-// allocate a node. Iteration: a cursor handle starts as NULL; each _next call returns 1 and
-// the current entry, or 0 at the end (the cursor is then freed and reset to NULL). A loop left
-// early must call the matching _iter_free. Entries must not be erased while a cursor is live.
-// All containers rely on the interpreter lock; none is locked.
+// allocate a node. Callers iterate over the containers directly (they are standard maps and
+// sets). All containers rely on the interpreter lock; none is locked.
 #pragma once
 
 #include <Python.h>
@@ -24,18 +22,13 @@
 #include <map>
 #include <set>
 
-#include "model/maps.h"
 #include "model/var.h"
+#include "module/env.h"
 
 using linmap = std::map<const var_s *, double, less_variable_t>;
 using quadmap = std::map<const var_s *, linmap *, less_variable_t>;
 using indexset = std::set<int64_t>;
 using rowcolmap = std::map<uint64_t, int64_t>;
-
-struct linmap_iter;
-struct quadmap_iter;
-struct indexset_iter;
-struct rowcolmap_iter;
 
 // --- linmap (keys are var objects, passed as PyObject*) -----------------------------------
 
@@ -45,17 +38,11 @@ int linmap_copy(linmap **dst, const linmap *src);
 // Releases every key, frees the map and sets *map to NULL; a NULL map is allowed.
 void linmap_free(linmap **map);
 Py_ssize_t linmap_size(const linmap *map);
-// 0 and *coef if present; -1 if absent (coef untouched).
-int linmap_get(const linmap *map, PyObject *var, double *coef);
-int linmap_has(const linmap *map, PyObject *var);
 // Overwrites; a zero coef erases the entry (releasing the variable) or does nothing if absent.
 int linmap_set(linmap *map, PyObject *var, double coef);
 // Accumulates; a zero coef does nothing, and a sum of exactly 0 erases the entry.
 int linmap_add(linmap *map, PyObject *var, double coef);
 int linmap_del(linmap *map, PyObject *var);
-// *var is borrowed from the map.
-int linmap_next(const linmap *map, PyObject **var, double *coef, linmap_iter **cursor);
-void linmap_iter_free(linmap_iter **cursor);
 
 // --- quadmap --------------------------------------------------------------------------------
 
@@ -65,28 +52,15 @@ int quadmap_copy(quadmap **dst, const quadmap *src);
 void quadmap_free(quadmap **map);
 // Number of stored pairs (sum of the inner sizes).
 Py_ssize_t quadmap_size(const quadmap *map);
-// 0 and the inner map of var1 (borrowed), or -1 if absent.
-int quadmap_get(const quadmap *map, PyObject *var1, linmap **inner);
-// Makes inner (non-empty; ownership passes to the map) the inner map of var1, freeing a
-// previous different one; var1 gets a reference when it is new.
-int quadmap_set(quadmap *map, PyObject *var1, linmap *inner);
 int quadmap_add(quadmap *map, PyObject *var1, PyObject *var2, double coef);
 int quadmap_del(quadmap *map, PyObject *var1, PyObject *var2);
-// Iterates over first variables; *var1 and *inner are borrowed.
-int quadmap_next(const quadmap *map, PyObject **var1, linmap **inner, quadmap_iter **cursor);
-void quadmap_iter_free(quadmap_iter **cursor);
 
 // --- indexset -------------------------------------------------------------------------------
 
 indexset *indexset_new();
 int indexset_copy(indexset **dst, const indexset *src);
 void indexset_free(indexset **set);
-Py_ssize_t indexset_size(const indexset *set);
 int indexset_add(indexset *set, int64_t n);
-int indexset_has(const indexset *set, int64_t n);
-int indexset_del(indexset *set, int64_t n);
-int indexset_next(const indexset *set, int64_t *n, indexset_iter **cursor);
-void indexset_iter_free(indexset_iter **cursor);
 
 // --- rowcolmap ------------------------------------------------------------------------------
 
@@ -94,35 +68,26 @@ rowcolmap *rowcolmap_new();
 int rowcolmap_copy(rowcolmap **dst, const rowcolmap *src);
 void rowcolmap_free(rowcolmap **map);
 void rowcolmap_clear(rowcolmap *map);
-Py_ssize_t rowcolmap_size(const rowcolmap *map);
 // 0 and *index if present, -1 if absent.
 int rowcolmap_get(const rowcolmap *map, uint64_t id, int64_t *index);
 int rowcolmap_has(const rowcolmap *map, uint64_t id);
 int rowcolmap_set(rowcolmap *map, uint64_t id, int64_t index);
 int rowcolmap_del(rowcolmap *map, uint64_t id);
-int rowcolmap_next(const rowcolmap *map, uint64_t *id, int64_t *index, rowcolmap_iter **cursor);
-void rowcolmap_iter_free(rowcolmap_iter **cursor);
 
 // --- boundmap -------------------------------------------------------------------------------
 
 boundmap *boundmap_new();
-void boundmap_free(boundmap **map);
 Py_ssize_t boundmap_size(const boundmap *map);
 // The key must be present (callers check the record's entry flag); an absent key gives 0.0.
 double boundmap_get(const boundmap *map, uint64_t id);
-int boundmap_has(const boundmap *map, uint64_t id);
 int boundmap_set(boundmap *map, uint64_t id, double value);
 int boundmap_del(boundmap *map, uint64_t id);
 
 // --- namemap --------------------------------------------------------------------------------
 
-namemap *namemap_new();
-// Releases every stored name, frees the map and sets *map to NULL.
-void namemap_free(namemap **map);
 Py_ssize_t namemap_size(const namemap *map);
 // The stored object, borrowed; NULL if absent.
 PyObject *namemap_get(const namemap *map, uint64_t id);
-int namemap_has(const namemap *map, uint64_t id);
 // Takes over the caller's reference; the caller releases any previous name first.
 int namemap_set(namemap *map, uint64_t id, PyObject *obj);
 // Erases the entry and releases its object.

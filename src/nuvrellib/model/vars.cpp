@@ -48,7 +48,7 @@ bool exceeds_memory(Py_ssize_t total) {
 
 // One index set: its elements and the text each contributes to the variable names.
 struct dimension {
-  PyRef elements;                  // list (for an integer argument made only once sizes pass)
+  PyRef<> elements;                  // list (for an integer argument made only once sizes pass)
   Py_ssize_t count = 0;            // number of elements
   std::vector<std::string> texts;  // parallel to elements (only filled when names are made)
 };
@@ -108,7 +108,7 @@ int element_text(PyObject *elem, std::string *out) {
     *out = buf;
     return 0;
   }
-  PyRef text(PyUnicode_Check(elem) ? PyRef::borrow(elem) : PyRef(PyObject_Str(elem)));
+  PyRef<> text(PyUnicode_Check(elem) ? PyRef<>::borrow(elem) : PyRef<>(PyObject_Str(elem)));
   const char *utf8 = text ? PyUnicode_AsUTF8(text.get()) : nullptr;
   if (utf8 == nullptr) {
     PyErr_Clear();

@@ -3,6 +3,9 @@
 
 #include <cmath>
 
+#include "module/pyref.h"
+#include "nvrl.h"
+
 namespace {
 
 struct constant_row {
@@ -40,24 +43,24 @@ const constant_row constant_table[] = {
     {"basis_nonbasic_upper", 0, 2},
     {"basis_superbasic", 0, 3},
     // LP status
-    {"lp_unstarted", 0, 0},
-    {"lp_optimal", 0, 1},
-    {"lp_infeas", 0, 2},
-    {"lp_cutoff", 0, 3},
-    {"lp_unfinished", 0, 4},
-    {"lp_unbounded", 0, 5},
-    {"lp_cutoff_in_dual", 0, 6},
-    {"lp_unsolved", 0, 7},
-    {"lp_nonconvex", 0, 8},
+    {"lp_unstarted", 0, NVRL_LP_UNSTARTED},
+    {"lp_optimal", 0, NVRL_LP_OPTIMAL},
+    {"lp_infeas", 0, NVRL_LP_INFEAS},
+    {"lp_cutoff", 0, NVRL_LP_CUTOFF},
+    {"lp_unfinished", 0, NVRL_LP_UNFINISHED},
+    {"lp_unbounded", 0, NVRL_LP_UNBOUNDED},
+    {"lp_cutoff_in_dual", 0, NVRL_LP_CUTOFF_IN_DUAL},
+    {"lp_unsolved", 0, NVRL_LP_UNSOLVED},
+    {"lp_nonconvex", 0, NVRL_LP_NONCONVEX},
     // MIP status
-    {"mip_not_loaded", 0, 0},
-    {"mip_lp_not_optimal", 0, 1},
-    {"mip_lp_optimal", 0, 2},
-    {"mip_no_sol_found", 0, 3},
-    {"mip_solution", 0, 4},
-    {"mip_infeas", 0, 5},
-    {"mip_optimal", 0, 6},
-    {"mip_unbounded", 0, 7},
+    {"mip_not_loaded", 0, NVRL_MIP_NOT_LOADED},
+    {"mip_lp_not_optimal", 0, NVRL_MIP_LP_NOT_OPTIMAL},
+    {"mip_lp_optimal", 0, NVRL_MIP_LP_OPTIMAL},
+    {"mip_no_sol_found", 0, NVRL_MIP_NO_SOL_FOUND},
+    {"mip_solution", 0, NVRL_MIP_SOLUTION},
+    {"mip_infeas", 0, NVRL_MIP_INFEAS},
+    {"mip_optimal", 0, NVRL_MIP_OPTIMAL},
+    {"mip_unbounded", 0, NVRL_MIP_UNBOUNDED},
     // nonlinear status: a solution found by the local solver is locally optimal, hence one code
     {"nlp_unstarted", 0, 0},
     {"nlp_solution", 0, 1},
@@ -68,19 +71,19 @@ const constant_row constant_table[] = {
     {"nlp_unbounded", 0, 5},
     {"nlp_unfinished", 0, 6},
     // stop reasons (7 and 8 are not used)
-    {"stop_timelimit", 0, 1},
-    {"stop_ctrlc", 0, 2},
-    {"stop_nodelimit", 0, 3},
-    {"stop_iterlimit", 0, 4},
-    {"stop_mipgap", 0, 5},
-    {"stop_sollimit", 0, 6},
-    {"stop_user", 0, 9},
+    {"stop_timelimit", 0, NVRL_STOP_TIMELIMIT},
+    {"stop_ctrlc", 0, NVRL_STOP_CTRLC},
+    {"stop_nodelimit", 0, NVRL_STOP_NODELIMIT},
+    {"stop_iterlimit", 0, NVRL_STOP_ITERLIMIT},
+    {"stop_mipgap", 0, NVRL_STOP_MIPGAP},
+    {"stop_sollimit", 0, NVRL_STOP_SOLLIMIT},
+    {"stop_user", 0, NVRL_STOP_USER},
     // control and attribute types
-    {"type_notdefined", 0, 0},
-    {"type_int", 0, 1},
-    {"type_int64", 0, 2},
-    {"type_double", 0, 3},
-    {"type_string", 0, 4},
+    {"type_notdefined", 0, NVRL_TYPE_NOTDEFINED},
+    {"type_int", 0, NVRL_TYPE_INT},
+    {"type_int64", 0, NVRL_TYPE_INT64},
+    {"type_double", 0, NVRL_TYPE_DOUBLE},
+    {"type_string", 0, NVRL_TYPE_STRING},
     // column information of the nonlinear solver
     {"colinfo_value", 0, 1},
     {"colinfo_rdj", 0, 2},
@@ -113,11 +116,11 @@ const constant_row constant_table[] = {
     {"msset_ipm_basic", 0, 4},
     {"msset_ipm_extended", 0, 5},
     // general constraint types
-    {"gencons_max", 0, 0},
-    {"gencons_min", 0, 1},
-    {"gencons_and", 0, 2},
-    {"gencons_or", 0, 3},
-    {"gencons_abs", 0, 4},
+    {"gencons_max", 0, NVRL_GENCONS_MAX},
+    {"gencons_min", 0, NVRL_GENCONS_MIN},
+    {"gencons_and", 0, NVRL_GENCONS_AND},
+    {"gencons_or", 0, NVRL_GENCONS_OR},
+    {"gencons_abs", 0, NVRL_GENCONS_ABS},
     {nullptr, 0, 0},
 };
 
@@ -125,14 +128,9 @@ const constant_row constant_table[] = {
 
 int nvo_add_constants(PyObject *module) {
   for (const constant_row *row = constant_table; row->name != nullptr; ++row) {
-    PyObject *value = row->kind == 0
-                          ? PyLong_FromLong(static_cast<long>(std::floor(row->value)))
-                          : PyFloat_FromDouble(row->value);
-    if (value == nullptr) return -1;
-    if (PyModule_AddObject(module, row->name, value) != 0) {
-      Py_DECREF(value);
-      return -1;
-    }
+    PyRef value(row->kind == 0 ? PyLong_FromLong(static_cast<long>(std::floor(row->value)))
+                               : PyFloat_FromDouble(row->value));
+    if (!value || PyModule_AddObjectRef(module, row->name, value.get()) != 0) return -1;
   }
   return 0;
 }

@@ -2,7 +2,6 @@
 #include "module/env.h"
 
 #include "module/env_setup.h"
-#include "problem/ctrl.h"
 
 nvr_py_env_t nvr_py_env;
 
@@ -52,12 +51,11 @@ void destroy_mutexes() {
 
 int env_create_containers() {
   nvr_py_env_t &env = nvr_py_env;
-  env.controls = ctrl_create(nullptr);
   env.default_controls = PyDict_New();
   env.ctrl_table = PyDict_New();
   env.attr_table = PyDict_New();
   env.msg_handlers = PyList_New(0);
-  if (!env.controls || !env.default_controls || !env.ctrl_table || !env.attr_table ||
+  if (!env.default_controls || !env.ctrl_table || !env.attr_table ||
       !env.msg_handlers)
     return -1;
   env.nslp_available = -1;

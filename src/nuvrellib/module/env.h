@@ -6,8 +6,14 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 
-#include "model/maps.h"
+// The side tables of the modelling layer. The record below holds them, so they are declared
+// here; the functions over them (boundmap_new, namemap_set, ...) are in model/termmaps.h.
+// identifier -> double (unusual bounds, thresholds)
+using boundmap = std::map<uint64_t, double>;
+// identifier -> Python name object (one strong reference held per entry)
+using namemap = std::map<uint64_t, PyObject *>;
 
 // A mutex of the environment record. It is re-entrant for the thread that holds it: a lock
 // held while the module allocates can meet a finaliser (run by the garbage collector) that
@@ -82,5 +88,9 @@ extern PyObject *nvpy_model_exc, *nvpy_interf_exc, *nvpy_solver_exc;
 // Counted start and release of the library; 0 on success, -1 with a Python exception set.
 int turnNVRLon(int force);
 int turnNVRLoff(int force);
+// Fills the control and attribute name tables; turnNVRLon calls it while they are empty. The
+// tables are filled by the layer that knows controls and attributes (above this one), which
+// sets this at import. 0, or -1 with an exception set.
+extern int (*nvo_fill_name_tables)(int require);
 // Returns nslp_available; when newval >= 0 also stores it.
 int nslp_state(int newval);

@@ -8,8 +8,8 @@ void init_mutexes();
 // Destroys them in the same order.
 void destroy_mutexes();
 
-// Creates controls, the three dictionaries, the handler list and the side tables, and sets
+// Creates the three dictionaries, the handler list and the side tables, and sets
 // the flags to their import values. 0 on success, -1 with an exception set.
 int env_create_containers();
-// Releases everything env_create_containers made (each part may be missing).
+// Releases everything env_create_containers made, and controls (each part may be missing).
 void env_release_containers();

@@ -3,11 +3,9 @@
 
 #include <cstring>
 
-#include "callbacks/branchobj.h"
 #include "module/env.h"
 #include "module/functions.h"
 #include "nvrl.h"
-#include "problem/problem.h"
 
 namespace {
 
@@ -21,25 +19,20 @@ void raise_global(char *msg) {
   PyErr_SetString(nvpy_interf_exc, msg);
 }
 
-void raise_problem(problem_s *p, char *msg) {
-  int code = 0;
-  if (p->prob != nullptr) NVRLgetlasterror(p->prob, msg);
-  if (msg[0] == '\0' && p->slpprob != nullptr && nslp_state(-1) == 1)
-    NSLPgetlasterror(p->slpprob, &code, msg);
-  if (code == 0 && msg[0] == '\0')
-    std::strcpy(msg, "Unidentified error associated with optimization problem");
-  PyErr_SetString(nvpy_solver_exc, msg);
-}
-
-void raise_branchobj(PyObject *bo, char *msg) {
-  int code = 0;
-  branchobj_lasterror(bo, &code, msg, kMessageSize);
-  if (code == 0 && msg[0] == '\0')
-    std::strcpy(msg, "Unidentified error associated with a branching object");
-  PyErr_SetString(nvpy_solver_exc, msg);
-}
+// The kinds of object with a last error of their own, registered at import by the layers
+// that define them (those sit above this one). Two today: problems and branching objects.
+constexpr int kMaxErrorSources = 4;
+const nvo_error_source *error_sources[kMaxErrorSources];
+int n_error_sources = 0;
 
 }  // namespace
+
+void nvo_register_error_source(const nvo_error_source *source) {
+  // A retried import registers again.
+  for (int i = 0; i < n_error_sources; ++i)
+    if (error_sources[i] == source) return;
+  if (n_error_sources < kMaxErrorSources) error_sources[n_error_sources++] = source;
+}
 
 PyObject *setNvrlErrIfNull(PyObject *owner, PyObject *result) {
   if (result != nullptr) return result;
@@ -47,14 +40,18 @@ PyObject *setNvrlErrIfNull(PyObject *owner, PyObject *result) {
 
   char msg[kMessageSize];
   std::memset(msg, 0, sizeof msg);
-  if (owner == nullptr)
+  if (owner == nullptr) {
     raise_global(msg);
-  else if (problem_check(owner))
-    raise_problem(reinterpret_cast<problem_s *>(owner), msg);
-  else if (branchobj_check(owner))
-    raise_branchobj(owner, msg);
-  else
-    PyErr_SetString(nvpy_interf_exc, msg);
+    return nullptr;
+  }
+  for (int i = 0; i < n_error_sources; ++i) {
+    int code = 0;
+    if (error_sources[i]->last_error(owner, &code, msg, kMessageSize) == 0) continue;
+    if (code == 0 && msg[0] == '\0') std::strcpy(msg, error_sources[i]->fallback);
+    PyErr_SetString(nvpy_solver_exc, msg);
+    return nullptr;
+  }
+  PyErr_SetString(nvpy_interf_exc, msg);
   return nullptr;
 }
 
@@ -92,24 +89,6 @@ PyObject *nuvrelmod_getlasterror(PyObject *self, PyObject *unused) {
   return setNvrlErrIfNull(nullptr, result);
 }
 
-const char NVRL_PY_getlasterror_doc[] =
-    "Returns the last error message of the solver library for this problem.\n\n"
-    "Example: print(p.getlasterror())";
-
 PyObject *nvo_refuse_new(PyTypeObject *type, PyObject *, PyObject *) {
   return PyErr_Format(PyExc_TypeError, "cannot create '%s' instances", type->tp_name);
-}
-
-PyObject *NVRL_PY_getlasterror(PyObject *self, PyObject *unused) {
-  char msg[NVRL_MAXMESSAGELEN];
-  std::memset(msg, 0, sizeof msg);
-  PyObject *result = nullptr;
-  auto *p = reinterpret_cast<problem_s *>(self);
-  // Without a library problem there is nothing to ask (the fallback message says so); with
-  // one, the usual entry check keeps a running solve's handle out of reach.
-  if (p->prob != nullptr) {
-    if (problem_ready(self) == nullptr) return nullptr;
-    if (NVRLgetlasterror(p->prob, msg) == 0) result = PyUnicode_FromString(msg);
-  }
-  return setNvrlErrIfNull(self, result);
 }

@@ -30,13 +30,20 @@ nvo_failure nvo_library_error(Owner *owner) {
 // environment). A pending exception is never replaced. Returns result.
 PyObject *setNvrlErrIfNull(PyObject *owner, PyObject *result);
 
+// A kind of object that owns library handles (a problem, a branching object). The layers that
+// define such objects sit above this one, so each registers its kind at import.
+struct nvo_error_source {
+  // 1 when owner is of this kind, with its last library error in msg (capacity bytes, zeroed
+  // on entry) and its code in *code; 0 when owner is of another kind.
+  int (*last_error)(PyObject *owner, int *code, char *msg, int capacity);
+  const char *fallback;  // the message when the library has none
+};
+// source must live as long as the module.
+void nvo_register_error_source(const nvo_error_source *source);
+
 // The creation slot of types whose objects only the module makes (from library handles or
 // for a problem): a TypeError, as constructing one would leave it unusable.
 PyObject *nvo_refuse_new(PyTypeObject *type, PyObject *args, PyObject *kwargs);
 
 // Module function getlasterror(): (code, message) of the global environment.
 PyObject *nuvrelmod_getlasterror(PyObject *self, PyObject *unused);
-
-// Method problem.getlasterror(): the problem's last library error message.
-PyObject *NVRL_PY_getlasterror(PyObject *self, PyObject *unused);
-extern const char NVRL_PY_getlasterror_doc[];

@@ -9,7 +9,7 @@
 #include "module/env.h"
 #include "module/scalars.h"
 #include "nvrl.h"
-#include "problem/casing.h"
+#include "module/casing.h"
 
 namespace {
 
@@ -132,6 +132,8 @@ PyObject *nuvrelmod_setcheckedmode(PyObject *self, PyObject *args, PyObject *kwa
   PyObject *flag = nullptr;
   if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kwlist, nullptr, &flag)) return nullptr;
   if (turnNVRLon(0) != 0) return setNvrlErrIfNull(nullptr, nullptr);
+  // Only the object True switches checking on: checks cost time on every library call, so
+  // they run only when asked for unmistakably (1 or a numpy bool is not taken as a yes).
   return setNvrlErrIfNull(nullptr,
                           none_if_ok(NVRLsetcheckedmode(nvo_flag_is_true(flag) ? 1 : 0)));
 }

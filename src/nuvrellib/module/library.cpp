@@ -6,7 +6,6 @@
 #include "module/errors.h"
 #include "module/output.h"
 #include "nvrl.h"
-#include "problem/nametables.h"
 
 namespace {
 
@@ -23,6 +22,8 @@ bool name_tables_empty() {
 }
 
 }  // namespace
+
+int (*nvo_fill_name_tables)(int require) = nullptr;
 
 int nslp_state(int newval) {
   EnvLock lock(nvr_py_env.mtx_lib);
@@ -60,7 +61,8 @@ int turnNVRLon(int force) {
     }
   }
 
-  if (name_tables_empty() && ctrl_attr_fill_typeobj(1) != 0) result = -1;
+  if (name_tables_empty() && nvo_fill_name_tables != nullptr && nvo_fill_name_tables(1) != 0)
+    result = -1;
   return result;
 }
 

@@ -41,8 +41,8 @@ int wrapper_msghandler(NVRLobject obj, void *cbdata, void *thread, const char *m
     PyErr_SetString(nvpy_interf_exc, "Incorrect general environment message handler detected");
     result = -1;
   } else {
-    handler = PyRef::borrow(PyList_GET_ITEM(entry, 0));
-    PyRef data = PyRef::borrow(PyList_GET_ITEM(entry, 1));
+    handler = PyRef<>::borrow(PyList_GET_ITEM(entry, 0));
+    PyRef<> data = PyRef<>::borrow(PyList_GET_ITEM(entry, 1));
     PyRef pyobj(nvrlobject_create(obj));
     PyRef pythread(voidstar_create(thread));
     if (pyobj && pythread) {
@@ -161,10 +161,8 @@ PyObject *nuvrelmod_addcbmsghandler(PyObject *self, PyObject *args, PyObject *kw
   }
   if (result == nullptr) {
     // Keep the list in step with the library: what is not registered is not listed.
-    PyObject *type, *value, *traceback;
-    PyErr_Fetch(&type, &value, &traceback);
+    PendingError pending;
     forget_entry(entry.get());
-    PyErr_Restore(type, value, traceback);
   }
   return setNvrlErrIfNull(nullptr, result);
 }

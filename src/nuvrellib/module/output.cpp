@@ -7,6 +7,8 @@
 #include "module/functions.h"
 #include "module/env.h"
 #include "module/scalars.h"
+#include "module/numpy_api.h"
+#include "module/pyref.h"
 
 int output_state(int newval) {
   EnvLock lock(nvr_py_env.mtx_output);
@@ -22,19 +24,15 @@ namespace {
 // problem being solved): it is reported as unraisable instead, with any exception that was
 // pending before left as it was.
 void write_stdout(const char *msg) {
-  PyObject *type, *value, *traceback;
-  PyErr_Fetch(&type, &value, &traceback);
+  PendingError pending;
   PyObject *out = PySys_GetObject("stdout");  // borrowed
   if (out == nullptr || out == Py_None) {
     PySys_FormatStdout("%s\n", msg);
   } else {
-    PyObject *line = PyUnicode_FromFormat("%s\n", msg);
-    PyObject *result = line != nullptr ? PyObject_CallMethod(out, "write", "O", line) : nullptr;
-    if (result == nullptr) PyErr_WriteUnraisable(out);
-    Py_XDECREF(result);
-    Py_XDECREF(line);
+    PyRef line(PyUnicode_FromFormat("%s\n", msg));
+    PyRef result(line ? PyObject_CallMethod(out, "write", "O", line.get()) : nullptr);
+    if (!result) PyErr_WriteUnraisable(out);
   }
-  PyErr_Restore(type, value, traceback);
 }
 
 }  // namespace
@@ -84,8 +82,8 @@ PyObject *nuvrelmod_setOutputEnabled(PyObject *self, PyObject *flag) {
     if (on < 0) return nullptr;
     output_state(on ? 1 : 0);
   } else {
-    // The None returned with this exception set is deliberate: the interpreter then reports
-    // the call as an error returning a result with an exception set.
+    // None is returned with the exception set, so the caller gets the interpreter's
+    // SystemError for that with the ModelError as its cause; scripts catch it as such.
     PyErr_SetString(nvpy_model_exc,
                     "Incorrect argument in setOutputEnabled: should be True or False");
   }

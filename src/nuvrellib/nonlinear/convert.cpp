@@ -24,16 +24,16 @@ constexpr Messages kRowMessages = {
     "Variable in quadratic part of constraint has not been added to problem yet",
 };
 
-// Column of var in p, or -1 with ModelError msg.
-int column_of(const problem_s *p, PyObject *var, const char *msg) {
+// Column of var in varmap, or -1 with ModelError msg.
+int column_of(const rowcolmap *varmap, PyObject *var, const char *msg) {
   int64_t col;
-  if (rowcolmap_get(p->varmap, var_id(var), &col) != 0) return nvo_model_error(msg);
+  if (rowcolmap_get(varmap, var_id(var), &col) != 0) return nvo_model_error(msg);
   return static_cast<int>(col);
 }
 
-int add_lin(const problem_s *p, PyObject *var, double coef, const char *msg,
+int add_lin(const rowcolmap *varmap, PyObject *var, double coef, const char *msg,
             nvo_converted *out) {
-  int col = column_of(p, var, msg);
+  int col = column_of(varmap, var, msg);
   if (col < 0) return -1;
   if (coef != 0.0) {
     out->lin_col.push_back(col);
@@ -42,11 +42,11 @@ int add_lin(const problem_s *p, PyObject *var, double coef, const char *msg,
   return 0;
 }
 
-int add_quad(const problem_s *p, PyObject *x, PyObject *y, double coef, const char *msg,
+int add_quad(const rowcolmap *varmap, PyObject *x, PyObject *y, double coef, const char *msg,
              nvo_converted *out) {
-  int c1 = column_of(p, x, msg);
+  int c1 = column_of(varmap, x, msg);
   if (c1 < 0) return -1;
-  int c2 = column_of(p, y, msg);
+  int c2 = column_of(varmap, y, msg);
   if (c2 < 0) return -1;
   if (coef != 0.0) {
     out->quad_col1.push_back(c1);
@@ -56,21 +56,21 @@ int add_quad(const problem_s *p, PyObject *x, PyObject *y, double coef, const ch
   return 0;
 }
 
-int convert_expression(const problem_s *p, expression_s *e, const Messages &m,
+int convert_expression(const rowcolmap *varmap, expression_s *e, const Messages &m,
                        nvo_converted *out) {
   out->constant += e->constant;
   if (e->lin != nullptr) {
     out->lin_col.reserve(out->lin_col.size() + e->lin->size());
     out->lin_coef.reserve(out->lin_coef.size() + e->lin->size());
     for (const auto &[var, coef] : *e->lin)
-      if (add_lin(p, reinterpret_cast<PyObject *>(const_cast<var_s *>(var)), coef,
+      if (add_lin(varmap, reinterpret_cast<PyObject *>(const_cast<var_s *>(var)), coef,
                   m.linear_part, out) != 0)
         return -1;
   }
   if (e->quad != nullptr) {
     for (const auto &[x, inner] : *e->quad)
       for (const auto &[y, coef] : *inner)
-        if (add_quad(p, reinterpret_cast<PyObject *>(const_cast<var_s *>(x)),
+        if (add_quad(varmap, reinterpret_cast<PyObject *>(const_cast<var_s *>(x)),
                      reinterpret_cast<PyObject *>(const_cast<var_s *>(y)), coef,
                      m.quadratic_part, out) != 0)
           return -1;
@@ -80,24 +80,24 @@ int convert_expression(const problem_s *p, expression_s *e, const Messages &m,
 
 }  // namespace
 
-int convertExpr(problem_s *p, PyObject *body, nvo_converted *out) {
+int convertExpr(const rowcolmap *varmap, PyObject *body, nvo_converted *out) {
   const Messages &m = kRowMessages;
   switch (nvo_kind_noraise(body)) {
     case NVO_KIND_NUMBER:
       out->constant += nvo_number_value(body);
       return 0;
     case NVO_KIND_VAR:
-      return add_lin(p, body, 1.0, m.linear_term, out);
+      return add_lin(varmap, body, 1.0, m.linear_term, out);
     case NVO_KIND_LINTERM: {
       auto *t = reinterpret_cast<linterm_s *>(body);
-      return add_lin(p, t->var, t->coef, m.linear_term, out);
+      return add_lin(varmap, t->var, t->coef, m.linear_term, out);
     }
     case NVO_KIND_QUADTERM: {
       auto *t = reinterpret_cast<quadterm_s *>(body);
-      return add_quad(p, t->var1, t->var2, t->coef, m.quadratic_term, out);
+      return add_quad(varmap, t->var1, t->var2, t->coef, m.quadratic_term, out);
     }
     case NVO_KIND_EXPRESSION:
-      return convert_expression(p, reinterpret_cast<expression_s *>(body), m, out);
+      return convert_expression(varmap, reinterpret_cast<expression_s *>(body), m, out);
     case NVO_KIND_NONLIN:
       return nvo_model_error(
           "Nonlinear expressions cannot be passed to the solver in this version");

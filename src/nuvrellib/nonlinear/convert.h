@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "problem/problem.h"
+#include "model/termmaps.h"
 
 // The converted body. Quadratic coefficients are as written: (i, j, c) stands for c*xi*xj
 // (c*xi^2 when i == j); the callers turn them into the library's row or objective forms.
@@ -28,9 +28,10 @@ struct nvo_converted {
   }
 };
 
-// Converts body (number, var, linterm, quadterm or expression) for p, appending to *out
+// Converts body (number, var, linterm, quadterm or expression) with the columns of varmap
+// (variable identifier -> column, a problem's), appending to *out
 // (which the caller clears). Zero coefficients are skipped. 0, or -1 with ModelError set.
-int convertExpr(problem_s *p, PyObject *body, nvo_converted *out);
+int convertExpr(const rowcolmap *varmap, PyObject *body, nvo_converted *out);
 
 // The library's quadratic conventions (see nvrl.h): in a row (i, j, v) with i != j is
 // 2v*xi*xj and (i, i, v) is v*xi^2; in the objective (i, j, v) with i != j is v*xi*xj and

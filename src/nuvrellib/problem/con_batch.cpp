@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "model/constraint.h"
 #include "model/dispatch.h"
@@ -13,7 +14,6 @@
 
 namespace {
 
-constexpr int kAttrRows = 1124;
 constexpr int64_t kFirstCapacity = 2048;
 constexpr double kInfinity = 1e20;
 
@@ -46,7 +46,7 @@ int make_room(con_batch *b, size_t name_bytes) {
 }
 
 // The constraint's name as UTF-8 text (kept alive by *holder).
-const char *constraint_name(PyObject *con, PyRef *holder, Py_ssize_t *len) {
+const char *constraint_name(PyObject *con, PyRef<> *holder, Py_ssize_t *len) {
   PyRef name(get_con_name(reinterpret_cast<constraint_s *>(con)->rec));
   if (!name) return nullptr;
   if (!PyUnicode_Check(name.get())) {
@@ -54,7 +54,7 @@ const char *constraint_name(PyObject *con, PyRef *holder, Py_ssize_t *len) {
     if (!name) return nullptr;
   }
   const char *text = PyUnicode_AsUTF8AndSize(name.get(), len);
-  *holder = name;
+  *holder = std::move(name);
   return text;
 }
 
@@ -138,7 +138,8 @@ void getRhsSense(PyObject *con, char *rowtype, double *rhs, double *range) {
 
 int64_t problem_row_count(problem_s *p) {
   int rows = 0;
-  if (NVRLgetintattrib(p->prob, kAttrRows, &rows) != 0) return nvo_library_error(p);
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_ROWS, &rows) != 0)
+    return nvo_library_error(p);
   return rows;
 }
 
@@ -157,7 +158,7 @@ int con_batch_check(problem_s *p, PyObject *con) {
 
 int con_batch_queue(con_batch *b, problem_s *p, PyObject *con) {
   b->body.clear();
-  if (convertExpr(p, reinterpret_cast<constraint_s *>(con)->body, &b->body) != 0) return -1;
+  if (convertExpr(p->varmap, reinterpret_cast<constraint_s *>(con)->body, &b->body) != 0) return -1;
   PyRef name_holder;
   Py_ssize_t namelen = 0;
   const char *name = constraint_name(con, &name_holder, &namelen);

@@ -47,5 +47,5 @@ int con_batch_flush(con_batch *b, problem_s *p);
 // negated constant of the body on entry.
 void getRhsSense(PyObject *con, char *rowtype, double *rhs, double *range);
 
-// The number of rows of p (attribute 1124); -1 with an exception set on failure.
+// The number of rows of p (attribute NVRL_ATTR_ORIGINAL_ROWS); -1 with an exception set on failure.
 int64_t problem_row_count(problem_s *p);

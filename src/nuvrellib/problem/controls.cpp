@@ -9,7 +9,7 @@
 #include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
-#include "problem/casing.h"
+#include "module/casing.h"
 #include "problem/ctrl.h"
 #include "problem/method_families.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 // Reported as -1 by getControl()/getAttrib() without being read: the random seed and the
 // nonlinear solver's constant column.
-constexpr int kUnreadIds[] = {22013, 12013};
+constexpr int kUnreadIds[] = {NVRL_CTRL_RANDOM_SEED, NSLP_ATTR_CONSTANT_COLUMN};
 
 PyObject *nonlinear_missing() {
   PyErr_SetString(nvpy_interf_exc, "The nonlinear solver is not available for this problem");
@@ -290,7 +290,7 @@ int problem_apply_defaults(problem_s *p) {
     {
       EnvLock lock(nvr_py_env.mtx_names);
       if (nvr_py_env.ctrl_table != nullptr)
-        entry = PyRef::borrow(PyDict_GetItem_LowerCaseKey(nvr_py_env.ctrl_table, name));
+        entry = PyRef<>::borrow(PyDict_GetItem_LowerCaseKey(nvr_py_env.ctrl_table, name));
     }
     if (!entry && PyErr_Occurred()) return -1;
     int id, type, kind;
@@ -308,7 +308,7 @@ PyObject *problem_getInfo_byname(problem_s *p, PyObject *name, int is_control) {
   PyRef entry;
   {
     EnvLock lock(nvr_py_env.mtx_names);
-    entry = PyRef::borrow(
+    entry = PyRef<>::borrow(
         lookup(is_control ? nvr_py_env.ctrl_table : nvr_py_env.attr_table, name,
                is_control ? "Incorrect control name" : "Incorrect attribute name"));
   }
@@ -324,7 +324,7 @@ int problem_setControl_byname(problem_s *p, PyObject *name, PyObject *value) {
   PyRef entry;
   {
     EnvLock lock(nvr_py_env.mtx_names);
-    entry = PyRef::borrow(lookup(nvr_py_env.ctrl_table, name, "Incorrect control name"));
+    entry = PyRef<>::borrow(lookup(nvr_py_env.ctrl_table, name, "Incorrect control name"));
   }
   if (!entry) return -1;
   int id, type, kind;

@@ -6,8 +6,8 @@
 
 #include "module/env.h"
 #include "module/pyref.h"
+#include "module/casing.h"
 #include "module/scalars.h"
-#include "problem/casing.h"
 #include "problem/controls.h"
 #include "problem/problem.h"
 
@@ -64,10 +64,10 @@ static PyObject *module_controls_get(ctrl_s *self, PyObject *name) {
   PyRef value;
   {
     EnvLock lock(nvr_py_env.mtx_defaults);
-    value = PyRef::borrow(PyDict_GetItem_LowerCaseKey(nvr_py_env.default_controls, name));
+    value = PyRef<>::borrow(PyDict_GetItem_LowerCaseKey(nvr_py_env.default_controls, name));
   }
   if (!value && !PyErr_Occurred())
-    value = PyRef::borrow(PyDict_GetItem_LowerCaseKey(self->dict, name));
+    value = PyRef<>::borrow(PyDict_GetItem_LowerCaseKey(self->dict, name));
   if (!value && !PyErr_Occurred()) PyErr_SetString(nvpy_interf_exc, "Incorrect control name");
   return value.release();
 }
@@ -98,7 +98,7 @@ static int module_controls_set(PyObject *name, PyObject *value) {
   PyRef entry;
   {
     EnvLock lock(nvr_py_env.mtx_names);
-    entry = PyRef::borrow(PyDict_GetItemWithError(nvr_py_env.ctrl_table, lower.get()));
+    entry = PyRef<>::borrow(PyDict_GetItemWithError(nvr_py_env.ctrl_table, lower.get()));
   }
   if (!entry) {
     if (!PyErr_Occurred()) PyErr_SetString(nvpy_interf_exc, "Incorrect control name");

@@ -37,7 +37,7 @@ LeafKind classify(PyObject *leaf) {
 
 // The kind shared by every leaf of element (LEAF_OTHER when they differ), and the last leaf.
 // -1 with an exception when the walk fails; 1 when there were no leaves.
-int classify_element(PyObject *element, LeafKind *kind, PyRef *last_leaf) {
+int classify_element(PyObject *element, LeafKind *kind, PyRef<> *last_leaf) {
   bool first = true;
   *kind = LEAF_OTHER;
   int rc = nvo_walk(element, [&](PyObject *leaf) {
@@ -48,7 +48,7 @@ int classify_element(PyObject *element, LeafKind *kind, PyRef *last_leaf) {
     } else if (k != *kind) {
       *kind = LEAF_OTHER;
     }
-    *last_leaf = PyRef::borrow(leaf);
+    *last_leaf = PyRef<>::borrow(leaf);
     return 0;
   });
   if (rc != 0) return nvo_model_error("Error declaring problem");
@@ -61,7 +61,7 @@ bool is_objective_object(PyObject *obj) {
 }
 
 int set_objective_element(problem_s *p, PyObject *element, bool *have_objective, int sense) {
-  PyRef obj = PyRef::borrow(element);
+  PyRef<> obj = PyRef<>::borrow(element);
   if (nvo_is_array(element)) {
     if (PyArray_SIZE(reinterpret_cast<PyArrayObject *>(element)) > 1) {
       return nvo_model_error("Only one objective can be set, but a sequence or NumPy array of "

@@ -18,7 +18,6 @@
 
 namespace {
 
-constexpr int kAttrSets = 1194;
 
 
 // Column of one member of a set: a variable of the problem or a column index.
@@ -65,7 +64,8 @@ int problem_addSOS_single(problem_s *p, PyObject *set) {
   if (NVRLaddsets64(p->prob, 1, n, &settype, start, cols.data(), refval.data()) != 0)
     return nvo_library_error(p);
   int nsets = 0;
-  if (NVRLgetintattrib(p->prob, kAttrSets, &nsets) != 0) return nvo_library_error(p);
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_SETS, &nsets) != 0)
+    return nvo_library_error(p);
   if (PyList_Append(p->sets, set) != 0) return -1;
   if (rowcolmap_set(p->sosmap, static_cast<uint64_t>(sos_id(set)), nsets - 1) != 0) return -1;
   return 0;

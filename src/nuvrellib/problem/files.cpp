@@ -27,12 +27,6 @@ extern "C" int NSLPwriteprob(NSLPprob slp, const char *filename, const char *fla
 
 namespace {
 
-constexpr int kAttrRows = 1124;
-constexpr int kAttrSets = 1194;
-constexpr int kAttrCols = 1214;
-constexpr int kAttrNameLength = 1028;  // longest name in units of 8 characters
-constexpr int kNslpAttrNonlinearRows = 12026;
-constexpr int kNslpAttrCoefs = 12016;
 
 constexpr int kNameRows = 1;
 constexpr int kNameCols = 2;
@@ -86,10 +80,10 @@ struct ReadCounts {
 
 int read_counts(problem_s *p, ReadCounts *c) {
   int namelen = 0;
-  if (NVRLgetintattrib(p->prob, kAttrCols, &c->cols) != 0 ||
-      NVRLgetintattrib(p->prob, kAttrRows, &c->rows) != 0 ||
-      NVRLgetintattrib(p->prob, kAttrSets, &c->sets) != 0 ||
-      NVRLgetintattrib(p->prob, kAttrNameLength, &namelen) != 0)
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &c->cols) != 0 ||
+      NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_ROWS, &c->rows) != 0 ||
+      NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_SETS, &c->sets) != 0 ||
+      NVRLgetintattrib(p->prob, NVRL_ATTR_NAME_LENGTH, &namelen) != 0)
     return nvo_library_error(p);
   c->name_slot = 8 * namelen + 1;
   return 0;
@@ -264,8 +258,8 @@ int append_objects(PyObject *target, rowcolmap *map, PyObject *built, IdOf id_of
 int read_nonlinear_counts(problem_s *p) {
   if (!nslp_usable(p)) return 0;
   int rows = 0, coefs = 0;
-  if (NSLPgetintattrib(p->slpprob, kNslpAttrNonlinearRows, &rows) != 0 ||
-      NSLPgetintattrib(p->slpprob, kNslpAttrCoefs, &coefs) != 0)
+  if (NSLPgetintattrib(p->slpprob, NSLP_ATTR_NONLINEAR_ROWS, &rows) != 0 ||
+      NSLPgetintattrib(p->slpprob, NSLP_ATTR_COEFFICIENTS, &coefs) != 0)
     return nvo_library_error(p);
   p->n_nonlin_cons = rows + coefs;
   return 0;

@@ -18,7 +18,6 @@
 
 namespace {
 
-constexpr int kAttrCols = 1214;
 
 
 bool is_limited_type(char t) { return t == 'S' || t == 'R' || t == 'P'; }
@@ -106,21 +105,20 @@ int send_columns(problem_s *p, const NewColumns &cols) {
 // columns never reached the library), so that a failed call leaves the problem as it was.
 // The pending exception is kept.
 void roll_back(PyObject *list, rowcolmap *map, int64_t n, uint64_t (*id_of)(const PyObject *)) {
-  PyObject *type, *value, *traceback;
-  PyErr_Fetch(&type, &value, &traceback);
+  PendingError pending;
   const Py_ssize_t size = PyList_GET_SIZE(list);
   for (Py_ssize_t i = static_cast<Py_ssize_t>(n); i < size; ++i)
     rowcolmap_del(map, id_of(PyList_GET_ITEM(list, i)));
   if (n < size && PyList_SetSlice(list, static_cast<Py_ssize_t>(n), size, nullptr) != 0)
     PyErr_Clear();
-  PyErr_Restore(type, value, traceback);
 }
 
 // Columns that a failed addVariable added before a later call failed go again, so that the
 // list and the library agree.
 void remove_new_columns(problem_s *p, int first_col) {
   int ncols = 0;
-  if (NVRLgetintattrib(p->prob, kAttrCols, &ncols) != 0 || ncols <= first_col) return;
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &ncols) != 0 || ncols <= first_col)
+    return;
   std::vector<int> extra;
   for (int j = first_col; j < ncols; ++j) extra.push_back(j);
   NVRLdelcols(p->prob, static_cast<int>(extra.size()), extra.data());
@@ -148,7 +146,7 @@ PyObject *problem_addVariable(PyObject *self, PyObject *args, PyObject *kwargs) 
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   int first_col = 0;
-  if (NVRLgetintattrib(p->prob, kAttrCols, &first_col) != 0)
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &first_col) != 0)
     return setNvrlErrIfNull(self, nullptr);
   NewColumns cols;
   if (nvo_walk_args(args, [&](PyObject *leaf) {

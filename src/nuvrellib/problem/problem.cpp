@@ -20,9 +20,6 @@
 
 namespace {
 
-constexpr int kAttrProbNameLength = 1158;
-constexpr int kCtrlLoadLog = 8035;
-constexpr int kNslpCtrlAutoPresolve = 12415;
 
 inline problem_s *as_problem(PyObject *o) { return reinterpret_cast<problem_s *>(o); }
 
@@ -60,7 +57,8 @@ int create_handles(problem_s *p) {
       p->slpprob = nullptr;
       return nvo_library_error(p);
     }
-    if (NSLPsetintcontrol(p->slpprob, kNslpCtrlAutoPresolve, 0) != 0) return nvo_library_error(p);
+    if (NSLPsetintcontrol(p->slpprob, NSLP_CTRL_AUTO_PRESOLVE, 0) != 0)
+      return nvo_library_error(p);
   }
   return 0;
 }
@@ -76,12 +74,12 @@ int register_printing(problem_s *p) {
 // Loads an empty problem without the log line a load writes, keeping the user's setting.
 int load_empty(problem_s *p, const char *name) {
   int loadlog = 0;
-  if (NVRLgetintcontrol(p->prob, kCtrlLoadLog, &loadlog) != 0 ||
-      NVRLsetintcontrol(p->prob, kCtrlLoadLog, 0) != 0)
+  if (NVRLgetintcontrol(p->prob, NVRL_CTRL_LOAD_LOG, &loadlog) != 0 ||
+      NVRLsetintcontrol(p->prob, NVRL_CTRL_LOAD_LOG, 0) != 0)
     return nvo_library_error(p);
   int rc = NVRLloadlp(p->prob, name, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
                       nullptr, nullptr, nullptr, nullptr, nullptr);
-  if (NVRLsetintcontrol(p->prob, kCtrlLoadLog, loadlog) != 0 || rc != 0)
+  if (NVRLsetintcontrol(p->prob, NVRL_CTRL_LOAD_LOG, loadlog) != 0 || rc != 0)
     return nvo_library_error(p);
   return 0;
 }
@@ -95,14 +93,11 @@ void destroy_handles(problem_s *p) {
 
 // Replaces the three lists by empty ones and clears the maps.
 int empty_lists_and_maps(problem_s *p) {
-  PyObject *lists[3] = {PyList_New(0), PyList_New(0), PyList_New(0)};
-  if (!lists[0] || !lists[1] || !lists[2]) {
-    for (PyObject *l : lists) Py_XDECREF(l);
-    return -1;
-  }
-  Py_XSETREF(p->vars, lists[0]);
-  Py_XSETREF(p->cons, lists[1]);
-  Py_XSETREF(p->sets, lists[2]);
+  PyRef vars(PyList_New(0)), cons(PyList_New(0)), sets(PyList_New(0));
+  if (!vars || !cons || !sets) return -1;
+  Py_XSETREF(p->vars, vars.release());
+  Py_XSETREF(p->cons, cons.release());
+  Py_XSETREF(p->sets, sets.release());
   rowcolmap_clear(p->varmap);
   rowcolmap_clear(p->conmap);
   rowcolmap_clear(p->sosmap);
@@ -158,8 +153,7 @@ void problem_dealloc(PyObject *self) {
   problem_s *p = as_problem(self);
   // Keep a pending exception (deallocation can happen while one propagates) out of the
   // library error reports below.
-  PyObject *type, *value, *traceback;
-  PyErr_Fetch(&type, &value, &traceback);
+  PendingError pending;
   { EnvLock wait_for_library(nvr_py_env.mtx_lib); }
   if (p->prob != nullptr) NVRLremovecbmessage(p->prob, nvr_py_print_prob, nullptr);
   // A handle the library cannot destroy is lost either way; everything else is released.
@@ -178,13 +172,13 @@ void problem_dealloc(PyObject *self) {
   rowcolmap_free(&p->varmap);
   rowcolmap_free(&p->conmap);
   rowcolmap_free(&p->sosmap);
-  PyErr_Restore(type, value, traceback);
+  pending.restore();
   Py_TYPE(self)->tp_free(self);
 }
 
 PyObject *problem_name_string(problem_s *p) {
   int size = 0;
-  if (p->prob == nullptr || NVRLgetintattrib(p->prob, kAttrProbNameLength, &size) != 0)
+  if (p->prob == nullptr || NVRLgetintattrib(p->prob, NVRL_ATTR_PROBLEM_NAME_LENGTH, &size) != 0)
     return nvo_library_error(p);
   AllocBuffer<char> buffer;
   if (buffer.allocate(static_cast<size_t>(size > 0 ? size : 1)) != 0) return nullptr;
@@ -277,7 +271,38 @@ PyDoc_STRVAR(problem_doc,
              "one objective expression and a name string.\n\n"
              "Example: p = nuvrel.problem(x, y, x + y <= 4, 3*x + 2*y, sense=nuvrel.maximize)");
 
+const char NVRL_PY_getlasterror_doc[] =
+    "Returns the last error message of the solver library for this problem.\n\n"
+    "Example: print(p.getlasterror())";
+
+PyObject *NVRL_PY_getlasterror(PyObject *self, PyObject *unused) {
+  char msg[NVRL_MAXMESSAGELEN];
+  std::memset(msg, 0, sizeof msg);
+  PyObject *result = nullptr;
+  auto *p = reinterpret_cast<problem_s *>(self);
+  // Without a library problem there is nothing to ask (the fallback message says so); with
+  // one, the usual entry check keeps a running solve's handle out of reach.
+  if (p->prob != nullptr) {
+    if (problem_ready(self) == nullptr) return nullptr;
+    if (NVRLgetlasterror(p->prob, msg) == 0) result = PyUnicode_FromString(msg);
+  }
+  return setNvrlErrIfNull(self, result);
+}
+
+// The optimiser's message first, the nonlinear solver's when the optimiser has none.
+int problem_last_error(PyObject *owner, int *code, char *msg, int capacity) {
+  if (!problem_check(owner)) return 0;
+  problem_s *p = as_problem(owner);
+  if (p->prob != nullptr) NVRLgetlasterror(p->prob, msg);
+  if (msg[0] == '\0' && p->slpprob != nullptr && nslp_state(-1) == 1)
+    NSLPgetlasterror(p->slpprob, code, msg);
+  return 1;
+}
+
 }  // namespace
+
+const nvo_error_source problem_error_source = {
+    problem_last_error, "Unidentified error associated with optimization problem"};
 
 PyMethodDef problem_methods_lifecycle[] = {
     {"name", problem_name, METH_NOARGS, problem_name_doc},
@@ -328,13 +353,10 @@ problem_s *problem_alloc() {
 }
 
 problem_s *problem_new() {
-  problem_s *p = problem_alloc();
-  if (p == nullptr) return nullptr;
-  if (create_lists_and_maps(p) != 0 || create_ctrl_attr(p) != 0) {
-    Py_DECREF(p);
-    return nullptr;
-  }
-  return p;
+  PyRef<problem_s> p(problem_alloc());
+  if (!p) return nullptr;
+  if (create_lists_and_maps(p.get()) != 0 || create_ctrl_attr(p.get()) != 0) return nullptr;
+  return p.release();
 }
 
 int problem_build_method_table() {

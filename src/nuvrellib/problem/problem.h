@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "model/termmaps.h"
+#include "module/errors.h"
 #include "nvrl.h"
 
 // One callback list per callback kind.
@@ -66,6 +67,9 @@ class ProblemSolving {
  private:
   problem_s *p_;
 };
+
+// How setNvrlErrIfNull reports a problem's error; registered at import.
+extern const nvo_error_source problem_error_source;
 
 // Routing rule: true when the problem must be handled by the nonlinear solver.
 inline bool problem_is_nonlinear(const problem_s *p) {

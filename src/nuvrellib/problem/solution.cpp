@@ -3,7 +3,7 @@
 #include "problem/solution.h"
 
 #include "model/constraint.h"
-#include "model/evaluate.h"
+#include "problem/evaluate.h"
 #include "model/sos.h"
 #include "model/termmaps.h"
 #include "model/var.h"
@@ -24,11 +24,6 @@ extern "C" int NSLPgetslpsol(NSLPprob slp, double x[], double slack[], double du
 
 namespace {
 
-constexpr int kAttrRows = 1124;
-constexpr int kAttrCols = 1214;
-constexpr int kNslpAttrRows = 11999;
-constexpr int kNslpAttrCols = 12000;
-constexpr int kNslpAttrStatus = 12044;
 
 // Name types of NVRLgetindex.
 constexpr int kNameRows = 1;
@@ -73,18 +68,18 @@ int read_solution_part(problem_s *p, bool use_nslp, SolutionPart part, double *o
   return rc != 0 ? solver_error(failure) : 0;
 }
 
-int problem_spec_getSlack(problem_s *p, bool use_nslp, double *slack) {
+int read_slacks(problem_s *p, bool use_nslp, double *slack) {
   return read_solution_part(p, use_nslp, SolutionPart::slack, slack, nullptr,
                             "Could not get constraints' slack");
 }
 
-int problem_spec_getDual(problem_s *p, bool use_nslp, double *duals) {
+int read_duals(problem_s *p, bool use_nslp, double *duals) {
   return read_solution_part(p, use_nslp, SolutionPart::duals, duals,
                             "Cannot retrieve dual variables in a MIP",
                             "Could not get dual solution");
 }
 
-int problem_spec_getRCost(problem_s *p, bool use_nslp, double *djs) {
+int read_reduced_costs(problem_s *p, bool use_nslp, double *djs) {
   return read_solution_part(p, use_nslp, SolutionPart::reduced_costs, djs,
                             "Cannot retrieve reduced cost in a MIP",
                             "Could not retrieve reduced costs");
@@ -204,17 +199,18 @@ int use_nslp_solution(problem_s *p) {
   if (p->slpprob == nullptr || nslp_state(-1) != 1) return 0;
   if (problem_is_nonlinear(p)) return 1;
   int status = 0;
-  if (NSLPgetintattrib(p->slpprob, kNslpAttrStatus, &status) != 0) return nvo_library_error(p);
+  if (NSLPgetintattrib(p->slpprob, NSLP_ATTR_STATUS, &status) != 0) return nvo_library_error(p);
   return status >= 1 && status <= 6 ? 1 : 0;
 }
 
 int problem_solution_length(problem_s *p, bool use_nslp, bool rows, int *n) {
-  int rc = use_nslp ? NSLPgetintattrib(p->slpprob, rows ? kNslpAttrRows : kNslpAttrCols, n)
-                    : NVRLgetintattrib(p->prob, rows ? kAttrRows : kAttrCols, n);
+  int rc = use_nslp ? NSLPgetintattrib(p->slpprob, rows ? NSLP_ATTR_ROWS : NSLP_ATTR_COLUMNS, n)
+                    : NVRLgetintattrib(p->prob,
+                                       rows ? NVRL_ATTR_ORIGINAL_ROWS : NVRL_ATTR_ORIGINAL_COLUMNS, n);
   return rc != 0 ? nvo_library_error(p) : 0;
 }
 
-int problem_spec_getSolution(problem_s *p, bool use_nslp, double *x) {
+int read_primal_values(problem_s *p, bool use_nslp, double *x) {
   if (use_nslp)
     return nslp_getslpsol(p->slpprob, x, nullptr, nullptr, nullptr) != 0 ? nvo_library_error(p) : 0;
   int is_mip = problem_is_mip(p);
@@ -238,7 +234,7 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
   if (flatten < 0) return nullptr;
 
   if (PyTuple_GET_SIZE(args) == 0 || flatten)
-    return setNvrlErrIfNull(self, problem_getResult(p, args, false, problem_spec_getSolution));
+    return setNvrlErrIfNull(self, problem_getResult(p, args, false, read_primal_values));
 
   // Objects and structures of them: evaluated at the solution, in the shape given.
   int use = use_nslp_solution(p);
@@ -250,7 +246,7 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
     return nullptr;
   AllocBuffer<double> x;
   if (x.allocate(columns > length ? static_cast<int>(columns) : length) != 0) return nullptr;
-  if (problem_spec_getSolution(p, use != 0, x.data()) != 0) return nullptr;
+  if (read_primal_values(p, use != 0, x.data()) != 0) return nullptr;
   nvo_eval_context ctx;
   ctx.problem = p;
   ctx.values = x.data();
@@ -261,19 +257,19 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
 PyObject *problem_getSlack(PyObject *self, PyObject *args) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
-  return setNvrlErrIfNull(self, problem_getResult(p, args, true, problem_spec_getSlack));
+  return setNvrlErrIfNull(self, problem_getResult(p, args, true, read_slacks));
 }
 
 PyObject *problem_getDual(PyObject *self, PyObject *args) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
-  return setNvrlErrIfNull(self, problem_getResult(p, args, true, problem_spec_getDual));
+  return setNvrlErrIfNull(self, problem_getResult(p, args, true, read_duals));
 }
 
 PyObject *problem_getRCost(PyObject *self, PyObject *args) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
-  return setNvrlErrIfNull(self, problem_getResult(p, args, false, problem_spec_getRCost));
+  return setNvrlErrIfNull(self, problem_getResult(p, args, false, read_reduced_costs));
 }
 
 PyDoc_STRVAR(problem_getSolution_doc,

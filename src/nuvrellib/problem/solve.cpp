@@ -20,14 +20,6 @@
 
 namespace {
 
-constexpr int kAttrMipEnts = 1032, kAttrSets = 1004, kAttrGenCons = 1327,
-              kAttrIndicators = 1325;
-constexpr int kAttrLpStatus = 1010, kAttrMipStatus = 1011;
-constexpr int kAttrLpObjVal = 2001, kAttrMipObjVal = 2003;
-constexpr int kAttrCols = 1214;
-constexpr int kLpNonconvex = 8;
-constexpr int kNslpCtrlObjSense = 12146;
-constexpr int kNslpAttrStatus = 12044, kNslpAttrObjVal = 12179;
 
 // Nonlinear rows and objectives cannot be built yet, so solving a problem that claims them,
 // or changing its objective, is refused plainly.
@@ -38,7 +30,8 @@ int nonlinear_unavailable() {
 // Zeroes the linear objective, its constant and the quadratic objective.
 int clear_objective(problem_s *p) {
   int ncols = 0;
-  if (NVRLgetintattrib(p->prob, kAttrCols, &ncols) != 0) return nvo_library_error(p);
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &ncols) != 0)
+    return nvo_library_error(p);
   const int constant_col = -1;
   const double zero = 0.0;
   if (NVRLchgobj(p->prob, 1, &constant_col, &zero) != 0) return nvo_library_error(p);
@@ -108,14 +101,14 @@ bool answered_by_nslp(problem_s *p) {
 int read_status(problem_s *p, int *status, bool *mip) {
   *mip = false;
   if (answered_by_nslp(p)) {
-    if (NSLPgetintattrib(p->slpprob, kNslpAttrStatus, status) != 0)
+    if (NSLPgetintattrib(p->slpprob, NSLP_ATTR_STATUS, status) != 0)
       return nvo_library_error(p);
     return 0;
   }
   const int is_mip = problem_is_mip(p);
   if (is_mip < 0) return -1;
   *mip = is_mip != 0;
-  return int_attrib(p, *mip ? kAttrMipStatus : kAttrLpStatus, status);
+  return int_attrib(p, *mip ? NVRL_ATTR_MIP_STATUS : NVRL_ATTR_LP_STATUS, status);
 }
 
 // The name of a status number; a value outside a table gets the table's last name.
@@ -205,8 +198,9 @@ PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (PyErr_Occurred()) return nullptr;  // raised by a callback during the solve
   if (rc == 0) Py_RETURN_NONE;
   int status = 0;
-  if (int_attrib(p, is_mip ? kAttrMipStatus : kAttrLpStatus, &status) != 0) return nullptr;
-  if (status == kLpNonconvex) {
+  if (int_attrib(p, is_mip ? NVRL_ATTR_MIP_STATUS : NVRL_ATTR_LP_STATUS, &status) != 0)
+    return nullptr;
+  if (status == NVRL_LP_NONCONVEX) {
     PyErr_SetString(nvpy_solver_exc,
                     "The problem was determined to be nonconvex, and the optimizer cannot solve "
                     "it. Call nlpoptimize() to find a solution using SLP");
@@ -255,13 +249,14 @@ PyObject *problem_getObjVal(PyObject *self, PyObject *) {
   if (p == nullptr) return nullptr;
   double value = 0.0;
   if (answered_by_nslp(p)) {
-    if (NSLPgetdblattrib(p->slpprob, kNslpAttrObjVal, &value) != 0)
+    if (NSLPgetdblattrib(p->slpprob, NSLP_ATTR_OBJECTIVE, &value) != 0)
       return setNvrlErrIfNull(self, nullptr);
     return PyFloat_FromDouble(value);
   }
   const int is_mip = problem_is_mip(p);
   if (is_mip < 0) return nullptr;
-  if (NVRLgetdblattrib(p->prob, is_mip ? kAttrMipObjVal : kAttrLpObjVal, &value) != 0)
+  if (NVRLgetdblattrib(p->prob, is_mip ? NVRL_ATTR_MIP_OBJECTIVE : NVRL_ATTR_LP_OBJECTIVE,
+                       &value) != 0)
     return setNvrlErrIfNull(self, nullptr);
   return PyFloat_FromDouble(value);
 }
@@ -269,7 +264,8 @@ PyObject *problem_getObjVal(PyObject *self, PyObject *) {
 }  // namespace
 
 int problem_is_mip(problem_s *p) {
-  for (int id : {kAttrMipEnts, kAttrSets, kAttrGenCons, kAttrIndicators}) {
+  for (int id : {NVRL_ATTR_DISCRETE_COLUMNS, NVRL_ATTR_SETS, NVRL_ATTR_GENERAL_CONSTRAINTS,
+                 NVRL_ATTR_INDICATORS}) {
     int n = 0;
     if (int_attrib(p, id, &n) != 0) return -1;
     if (n != 0) return 1;
@@ -286,7 +282,7 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   if (sense != 1 && sense != -1) {
     return nvo_model_error("Invalid optimization sense");
   }
-  PyRef objective = PyRef::borrow(obj);
+  PyRef<> objective = PyRef<>::borrow(obj);
   if (nvo_is_array(obj)) {
     const npy_intp size = PyArray_SIZE(reinterpret_cast<PyArrayObject *>(obj));
     if (size > 1) {
@@ -303,7 +299,7 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   }
   nvo_converted converted;
   // Converted before anything changes, so that a refused objective leaves the old one.
-  if (convertExpr(p, objective.get(), &converted) != 0) return -1;
+  if (convertExpr(p->varmap, objective.get(), &converted) != 0) return -1;
   // The library refuses such coefficients, but only after the old objective has been cleared.
   if (objective_out_of_range(converted) != 0) return -1;
   if (check_nl_unconstruct(p) != 0) return -1;
@@ -333,7 +329,7 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   }
   if (NVRLchgobjsense(p->prob, sense == 1 ? 1 : -1) != 0) return nvo_library_error(p);
   if (p->slpprob != nullptr && nslp_state(-1) == 1 &&
-      NSLPsetdblcontrol(p->slpprob, kNslpCtrlObjSense, sense == 1 ? 1.0 : -1.0) != 0)
+      NSLPsetdblcontrol(p->slpprob, NSLP_CTRL_OBJECTIVE_SENSE, sense == 1 ? 1.0 : -1.0) != 0)
     return nvo_library_error(p);
   return 0;
 }

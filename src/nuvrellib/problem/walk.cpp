@@ -40,7 +40,7 @@ int walk_level(PyObject *obj, const nvo_leaf_visitor &visit, int depth) {
   }
   if (PyList_Check(obj) || PyTuple_Check(obj)) {
     // Index access: the visitor may not change the sequence, and this avoids an iterator.
-    PyRef seq = PyRef::borrow(obj);
+    PyRef<> seq = PyRef<>::borrow(obj);
     for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(seq.get()); ++i)
       if (walk_level(PySequence_Fast_GET_ITEM(seq.get(), i), visit, depth + 1) != 0) return -1;
     return 0;

@@ -1,4 +1,6 @@
-// The module nuvrellib: its method table, import (PyInit_nuvrellib) and teardown.
+// The module nuvrellib: its method table, import (PyInit_nuvrellib) and teardown. This is the
+// one file above every layer: it assembles their types and functions and hands the lower
+// layers what they need from the higher ones (error sources, the name-table filler).
 #include <Python.h>
 
 #include <utility>
@@ -8,13 +10,17 @@
 #include "module/env.h"
 #include "module/env_setup.h"
 #include "module/functions.h"
+#include "callbacks/branchobj.h"
 #include "module/methods.h"
+#include "module/pyref.h"
 #include "model/sum.h"
 #include "model/var.h"
+#include "module/errors.h"
 #include "nvrl.h"
 #include "problem/ctrl.h"
 #include "problem/method_families.h"
 #include "problem/nametables.h"
+#include "problem/problem.h"
 
 PyObject *nvpy_model_exc = nullptr;
 PyObject *nvpy_interf_exc = nullptr;
@@ -88,12 +94,7 @@ int ready_types() {
 }
 
 int add_object(PyObject *module, const char *name, PyObject *obj) {
-  Py_INCREF(obj);
-  if (PyModule_AddObject(module, name, obj) != 0) {
-    Py_DECREF(obj);
-    return -1;
-  }
-  return 0;
+  return PyModule_AddObjectRef(module, name, obj) != 0 ? -1 : 0;
 }
 
 int add_types_and_exceptions(PyObject *module) {
@@ -144,20 +145,24 @@ int add_element_types(PyObject *module) {
 
 // New problems get nonlinear postsolve switched on unless the user removes this default.
 int seed_startup_defaults() {
-  PyObject *one = PyLong_FromLong(1);
-  if (one == nullptr) return -1;
+  PyRef one(PyLong_FromLong(1));
+  if (!one) return -1;
   int rc = PyDict_SetItemString(reinterpret_cast<ctrl_s *>(nvr_py_env.controls)->dict,
-                                "nslp_postsolve", one);
+                                "nslp_postsolve", one.get());
   if (rc == 0) {
     EnvLock lock(nvr_py_env.mtx_defaults);
-    rc = PyDict_SetItemString(nvr_py_env.default_controls, "nslp_postsolve", one);
+    rc = PyDict_SetItemString(nvr_py_env.default_controls, "nslp_postsolve", one.get());
   }
-  Py_DECREF(one);
   return rc;
 }
 
 int build_module(PyObject *module) {
   if (env_create_containers() != 0) return -1;
+  nvr_py_env.controls = ctrl_create(nullptr);
+  if (nvr_py_env.controls == nullptr) return -1;
+  nvo_fill_name_tables = ctrl_attr_fill_typeobj;
+  nvo_register_error_source(&problem_error_source);
+  nvo_register_error_source(&branchobj_error_source);
   if (ctrl_attr_fill_typeobj(0) != 0) return -1;
   if (create_exceptions() != 0) return -1;
   if (add_types_and_exceptions(module) != 0) return -1;

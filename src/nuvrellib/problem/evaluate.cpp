@@ -1,6 +1,6 @@
 // The structural evaluator: a shape-keeping walk over tuples, dictionaries, arrays and
 // sequences, and the value of one modelling object at a vector of column values.
-#include "model/evaluate.h"
+#include "problem/evaluate.h"
 
 #include <vector>
 
@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr int kAttrCols = 1214;       // optimiser: columns of the problem as loaded
-constexpr int kNslpAttrCols = 12000;  // nonlinear solver: columns it sees
 
 constexpr const char kNotIdentified[] =
     "Object does not belong to problem or cannot be identified within expression";
@@ -196,8 +194,8 @@ PyObject *sequence_value(PyObject *obj, const nvo_eval_context *ctx, int has_pro
 int nvo_eval_problem_columns(problem_s *p, Py_ssize_t *n) {
   int cols = 0;
   const bool nslp = problem_is_nonlinear(p) && p->slpprob != nullptr;
-  const int rc = nslp ? NSLPgetintattrib(p->slpprob, kNslpAttrCols, &cols)
-                      : NVRLgetintattrib(p->prob, kAttrCols, &cols);
+  const int rc = nslp ? NSLPgetintattrib(p->slpprob, NSLP_ATTR_COLUMNS, &cols)
+                      : NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &cols);
   if (rc != 0) {
     return nvo_library_error(reinterpret_cast<PyObject *>(p));
   }

@@ -1,5 +1,5 @@
 // Case rule for control and attribute names.
-#include "problem/casing.h"
+#include "module/casing.h"
 
 #include <cstring>
 
@@ -52,22 +52,3 @@ PyObject *PyDict_GetItem_LowerCaseKey(PyObject *dict, PyObject *key) {
   return PyDict_GetItemWithError(dict, lower.get());
 }
 
-PyObject *PyDict_GetItemString_LowerCaseKey(PyObject *dict, const char *key) {
-  std::string lower;
-  if (to_lowercase_all(key, &lower) != 0) return nullptr;
-  PyRef k(PyUnicode_FromStringAndSize(lower.data(), static_cast<Py_ssize_t>(lower.size())));
-  if (!k) return nullptr;
-  return PyDict_GetItemWithError(dict, k.get());
-}
-
-int PyDict_SetItem_LowerCaseKey(PyObject *dict, PyObject *key, PyObject *value) {
-  PyRef lower(to_lowercase_all_obj(key));
-  if (!lower) return -1;
-  return PyDict_SetItem(dict, lower.get(), value);
-}
-
-int PyDict_SetItemString_LowerCaseKey(PyObject *dict, const char *key, PyObject *value) {
-  std::string lower;
-  if (to_lowercase_all(key, &lower) != 0) return -1;
-  return PyDict_SetItemString(dict, lower.c_str(), value);
-}

@@ -14,7 +14,3 @@ PyObject *to_lowercase_all_obj(PyObject *name);
 
 // Borrowed value or null; on null, PyErr_Occurred() tells an error from a missing key.
 PyObject *PyDict_GetItem_LowerCaseKey(PyObject *dict, PyObject *key);
-PyObject *PyDict_GetItemString_LowerCaseKey(PyObject *dict, const char *key);
-// 0 or -1 with an exception set.
-int PyDict_SetItem_LowerCaseKey(PyObject *dict, PyObject *key, PyObject *value);
-int PyDict_SetItemString_LowerCaseKey(PyObject *dict, const char *key, PyObject *value);
