@@ -2,12 +2,12 @@
 
 The native module keeps process-wide state (library start count, module defaults, output
 switch), so tests that change it for good run their code in a fresh interpreter (run_python).
-Internal helpers of the extension that no Python function exposes on its own are reached with
-ctypes through the extension's exported symbols (native); the solver library itself through
-its C interface (engine).
+The extension's exported symbols are reached with ctypes (native), the solver library through
+its C interface (engine). Helpers that several test files share live here too.
 """
 
 import ctypes
+import gc
 import os
 import subprocess
 import sys
@@ -40,6 +40,24 @@ def _shared_data_dir():
 
 # For parametrisation at collection time; tests otherwise use the shared_data fixture.
 SHARED_DATA = _shared_data_dir()
+
+
+# Code for a child interpreter: a multi-dimensional knapsack p (binary x, rows W x <= cap,
+# profit) that HiGHS cannot close with gap 0 in many seconds, so that a solve stays busy.
+HARD_KNAPSACK = """
+import json, random, sys, threading, time
+import nuvrel as nv
+nv.setOutputEnabled(False)
+rng = random.Random(7)
+n, m = 200, 30
+x = [nv.var(vartype=nv.binary) for _ in range(n)]
+W = [[rng.randint(20, 80) for _ in range(n)] for _ in range(m)]
+cap = [sum(w) // 2 for w in W]
+profit = [rng.randint(10, 100) for _ in range(n)]
+rows = [nv.Sum(wj * xj for wj, xj in zip(w, x)) <= c for w, c in zip(W, cap)]
+p = nv.problem(x, rows, nv.Sum(pj * xj for pj, xj in zip(profit, x)), sense=nv.maximize)
+p.controls.mip_relative_gap = 0.0
+"""
 
 
 @pytest.fixture(scope="session")
@@ -98,3 +116,45 @@ def output_switch(nv):
     before = nv.getOutputEnabled()
     yield
     nv.setOutputEnabled(before)
+
+
+@pytest.fixture
+def quiet(nv, output_switch):
+    """No solver log for the test (files mark themselves with usefixtures("quiet"))."""
+    nv.setOutputEnabled(False)
+
+
+@pytest.fixture
+def collect_cycles():
+    # A failed-operation traceback keeps the test's frame (and its named variables, which hold
+    # side-table entries) in a cycle; collect it here rather than during a later test.
+    yield
+    gc.collect()
+
+
+@pytest.fixture
+def xyz():
+    return nuvrel.var(name="x"), nuvrel.var(name="y"), nuvrel.var(name="z")
+
+
+def lin_of(e):
+    """The linear part of e as {name: coefficient}."""
+    v, c = e.extractLinear()
+    return {a.name: b for a, b in zip(v, c)}
+
+
+def quad_of(e):
+    a, b, c = e.extractQuadratic()
+    return [(p.name, q.name, k) for p, q, k in zip(a, b, c)]
+
+
+def constant_of(e):
+    # A comparison moves the constant into the bound: e <= 0 has ub == -constant.
+    return -(e <= 0).ub
+
+
+def nested(obj, depth):
+    """obj inside depth single-element lists."""
+    for _ in range(depth):
+        obj = [obj]
+    return obj

@@ -1,6 +1,5 @@
 """Constraints: comparisons, the explicit constructor, bounds, names, copies, side tables."""
 
-import gc
 import math
 import operator
 
@@ -8,6 +7,9 @@ import numpy as np
 import pytest
 
 import nuvrel as nv
+from conftest import lin_of
+
+pytestmark = pytest.mark.usefixtures("collect_cycles")
 
 INF = 1e20
 STRICT = "Invalid constraint: cannot enforce f(x) != 0, f(x) > 0, or f(x) < 0"
@@ -17,22 +19,9 @@ BOTH = "Cannot create constraint by specifying both rhs AND lb/ub."
 INFEASIBLE = "Constraint defined infeasible: lower bound > upper bound"
 
 
-@pytest.fixture(autouse=True)
-def collect_cycles():
-    # A failed-operation traceback keeps the test's frame (and its named variables, which hold
-    # side-table entries) in a cycle; collect it here rather than during a later test.
-    yield
-    gc.collect()
-
-
 @pytest.fixture
 def xy():
     return nv.var(name="x"), nv.var(name="y")
-
-
-def lin_of(obj):
-    v, c = obj.extractLinear()
-    return {a.name: b for a, b in zip(v, c)}
 
 
 def sizes():

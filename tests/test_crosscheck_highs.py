@@ -19,6 +19,8 @@ pytest.importorskip("hypothesis")
 from hypothesis import HealthCheck, event, given, settings  # noqa: E402
 from hypothesis import strategies as st  # noqa: E402
 
+pytestmark = pytest.mark.usefixtures("quiet")
+
 INF = float("inf")
 # Both solvers accept a point within about 1e-6 of a bound or integer (HiGHS's feasibility
 # tolerances), which moves objectives by a few times that.
@@ -26,11 +28,6 @@ TOL = 1e-5
 
 CROSSCHECK = settings(max_examples=200, derandomize=True, deadline=None, database=None,
                       suppress_health_check=list(HealthCheck))
-
-
-@pytest.fixture(autouse=True)
-def quiet(nv, output_switch):
-    nv.setOutputEnabled(False)
 
 
 # ---------------------------------------------------------------------------------------------
@@ -564,60 +561,20 @@ def test_found_cases(nv, tmp_path, name):
     crosscheck(nv, found, tmp_path)
 
 
-CYCLING_QP = """NAME cycling
-OBJSENSE
-    MAX
-ROWS
- N obj
- L r0
- L r1
- L r2
- L r3
-COLUMNS
-    x0 r0 2.0
-    x1 obj 4.0
-    x1 r0 3.0
-    x1 r1 -3.0
-    x1 r2 2.0
-    x1 r3 -3.0
-    x2 obj -3.0
-    x2 r0 4.0
-    x2 r1 4.0
-    x2 r2 1.0
-    x2 r3 4.0
-    x3 obj -1.0
-    x3 r0 2.0
-    x3 r1 -4.0
-    x3 r2 -2.0
-    x3 r3 3.0
-RHS
-    RHS obj 2.0
-    RHS r0 -8.0
-    RHS r1 -21.0
-    RHS r2 2.0
-    RHS r3 -26.0
-BOUNDS
- UP BND x0 3.0
- UP BND x1 3.0
- MI BND x2
- UP BND x2 -4.0
- LO BND x3 -1.0
- UP BND x3 0.0
-QUADOBJ
-    x0 x0 -4.0
-    x0 x1 -4.0
-    x1 x1 -4.0
-    x3 x3 -1.0
-ENDATA
-"""
+# HiGHS's active-set QP solver loops forever on this convex QP (its command line too).
+CYCLING_QP = dict(fixed_model(
+    [("C", 0.0, 3.0), ("C", 0.0, 3.0), ("C", -INF, -4.0), ("C", -1.0, 0.0)],
+    [row([2, 3, 4, 2], "L", -8.0), row([0, -3, 4, -4], "L", -21.0),
+     row([0, 2, 1, -2], "L", 2.0), row([0, -3, 4, 3], "L", -26.0)],
+    [0.0, 4.0, -3.0, -1.0], Q=[[-4, -4, 0, 0], [-4, -4, 0, 0], [0, 0, 0, 0], [0, 0, 0, -1]],
+    sense=-1), const=-2.0)
 
 
 def test_qp_on_which_highs_cycles_ends(tmp_path):
-    # HiGHS's active-set QP solver loops forever on this convex QP (its command line too); the
-    # engine's iteration cap must turn that into an unfinished solve. A subprocess keeps a
-    # regression from hanging the suite.
+    # The engine's iteration cap must turn the endless loop into an unfinished solve. A
+    # subprocess keeps a regression from hanging the suite.
     model = tmp_path / "cycling.mps"
-    model.write_text(CYCLING_QP)
+    write_mps(CYCLING_QP, model)
     script = (
         "import nuvrel as nv\n"
         "nv.setOutputEnabled(False)\n"

@@ -12,12 +12,9 @@ from hypothesis import strategies as st  # noqa: E402
 from test_crosscheck_highs import (  # noqa: E402
     CROSSCHECK, INF, build, models, objective_value, row_bounds, solve)
 
+pytestmark = pytest.mark.usefixtures("quiet")
+
 TOL = 1e-6
-
-
-@pytest.fixture(autouse=True)
-def quiet(nv, output_switch):
-    nv.setOutputEnabled(False)
 
 
 def matrix(model):

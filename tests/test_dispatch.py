@@ -1,6 +1,5 @@
 """Arithmetic over every pair of operand kinds, the generic operators and numpy operands."""
 
-import gc
 import itertools
 import math
 import random
@@ -10,18 +9,12 @@ import pytest
 
 import nuvrel as nv
 
+pytestmark = pytest.mark.usefixtures("collect_cycles")
+
 NONLINEAR = "produces a nonlinear expression"
 general = nv.expression._general
 
 KINDS = ["number", "var", "linterm", "quadterm", "linexpr", "quadexpr"]
-
-
-@pytest.fixture(autouse=True)
-def collect_cycles():
-    # A failed-operation traceback keeps the test's frame (and its named variables, which hold
-    # side-table entries) in a cycle; collect it here rather than during a later test.
-    yield
-    gc.collect()
 
 
 def make_operands():

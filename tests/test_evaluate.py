@@ -2,18 +2,14 @@
 errors. It is reached through the extension's exported test entry nvo_evaluate_py."""
 
 import ctypes
-import gc
 
 import numpy as np
 import pytest
 
 import nuvrel as nv
+from conftest import nested
 
-
-@pytest.fixture(autouse=True)
-def collect_cycles():
-    yield
-    gc.collect()
+pytestmark = pytest.mark.usefixtures("collect_cycles")
 
 
 @pytest.fixture(scope="module")
@@ -22,11 +18,6 @@ def entry():
     fn.restype = ctypes.py_object
     fn.argtypes = [ctypes.py_object] * 3
     return fn
-
-
-@pytest.fixture
-def xyz():
-    return nv.var(name="x"), nv.var(name="y"), nv.var(name="z")
 
 
 @pytest.fixture
@@ -149,12 +140,6 @@ def test_strings_are_sequences_without_a_problem(at_values, text, expected):
             at_values(text)
     else:
         assert at_values(text) == expected
-
-
-def nested(obj, levels):
-    for _ in range(levels):
-        obj = [obj]
-    return obj
 
 
 def test_recursion_limit(at_values, xyz):

@@ -1,42 +1,15 @@
 """Expressions: printing, products, divisions, powers, in-place operations and copies."""
 
-import gc
-
 import numpy as np
 import pytest
 
 import nuvrel as nv
+from conftest import lin_of, quad_of, constant_of
+
+pytestmark = pytest.mark.usefixtures("collect_cycles")
 
 NONLINEAR = "produces a nonlinear expression"
 general = nv.expression._general
-
-
-@pytest.fixture(autouse=True)
-def collect_cycles():
-    # A failed-operation traceback keeps the test's frame (and its named variables, which hold
-    # side-table entries) in a cycle; collect it here rather than during a later test.
-    yield
-    gc.collect()
-
-
-@pytest.fixture
-def xyz():
-    return nv.var(name="x"), nv.var(name="y"), nv.var(name="z")
-
-
-def lin_of(e):
-    v, c = e.extractLinear()
-    return {a.name: b for a, b in zip(v, c)}
-
-
-def quad_of(e):
-    a, b, c = e.extractQuadratic()
-    return [(p.name, q.name, k) for p, q, k in zip(a, b, c)]
-
-
-def constant_of(e):
-    # A comparison moves the constant into the bound: e <= 0 has ub == -constant.
-    return -(e <= 0).ub
 
 
 @pytest.mark.parametrize("build, text", [

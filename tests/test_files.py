@@ -8,10 +8,7 @@ from conftest import SHARED_DATA as DATA
 
 import nuvrel as nv
 
-
-@pytest.fixture(autouse=True)
-def _silent(output_switch):
-    nv.setOutputEnabled(False)
+pytestmark = pytest.mark.usefixtures("quiet")
 
 
 def _instances():

@@ -63,6 +63,17 @@ OPERATIONS = [
     lambda x, y, z, c: general("mul", None, x + c),
     lambda x, y, z, c: (x * y + c) * 0.0 * x,
     lambda x, y, z, c: general("kind", c * x + "a"),
+    # Sum, Prod and Dot walk their collections; what they take they give back.
+    lambda x, y, z, c: nv.Sum(x, c * y, x * y, c),
+    lambda x, y, z, c: nv.Sum({1: c * x, 2: None}),
+    lambda x, y, z, c: nv.Sum(v for v in (x, y, c)),
+    lambda x, y, z, c: nv.Sum(0, x + y, x),
+    lambda x, y, z, c: nv.Prod([x + c, y]),
+    lambda x, y, z, c: nv.Sum(np.array([c, c]), x),
+    lambda x, y, z, c: nv.Sum(x, "a"),
+    lambda x, y, z, c: nv.Prod(x, y, x),
+    lambda x, y, z, c: nv.Dot(x, y),
+    lambda x, y, z, c: nv.Sum(np.array([c]), np.array([c, c, c]), x),
 ]
 
 

@@ -12,25 +12,13 @@ import sys
 import textwrap
 
 import pytest
+from conftest import HARD_KNAPSACK
 
 BUSY = "The problem is being solved; it cannot be changed or read until solve() returns"
 ALREADY = "The problem is already being solved"
 
-# A multi-dimensional knapsack that HiGHS cannot close within the time limit, so that the
-# solve stays busy long enough; the answers afterwards are checked against this model.
-KNAPSACK = """
-import json, random, sys, threading, time
-import nuvrel as nv
-nv.setOutputEnabled(False)
-rng = random.Random(7)
-n, m = 200, 30
-x = [nv.var(vartype=nv.binary) for _ in range(n)]
-W = [[rng.randint(20, 80) for _ in range(n)] for _ in range(m)]
-cap = [sum(w) // 2 for w in W]
-profit = [rng.randint(10, 100) for _ in range(n)]
-rows = [nv.Sum(wj * xj for wj, xj in zip(w, x)) <= c for w, c in zip(W, cap)]
-p = nv.problem(x, rows, nv.Sum(pj * xj for pj, xj in zip(profit, x)), sense=nv.maximize)
-p.controls.mip_relative_gap = 0.0
+# The answers after a busy solve are checked against the model as it was built.
+KNAPSACK = HARD_KNAPSACK + """
 p.controls.time_limit = TIME_LIMIT
 
 def model_intact():

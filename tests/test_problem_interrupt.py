@@ -1,24 +1,15 @@
 """Ctrl-C during a long solve stops it with the ctrl-c stop reason and its best answer so far,
 and leaves the interpreter as it was."""
 
+import textwrap
+
+from conftest import HARD_KNAPSACK
+
 
 def test_sigint_stops_a_long_mip_and_the_interpreter_goes_on(run_python):
-    out = run_python(
+    out = run_python(HARD_KNAPSACK + textwrap.dedent(
         """
-        import os, random, signal, threading, time
-        import nuvrel as nv
-        nv.setOutputEnabled(False)
-        # A multi-dimensional knapsack that takes HiGHS far longer than a few seconds to
-        # close with gap 0 (measured: unfinished after 20 s).
-        rng = random.Random(7)
-        n, m = 200, 30
-        x = [nv.var(vartype=nv.binary) for _ in range(n)]
-        p = nv.problem(x)
-        for i in range(m):
-            w = [rng.randint(20, 80) for _ in range(n)]
-            p.addConstraint(nv.Sum(wj * xj for wj, xj in zip(w, x)) <= sum(w) // 2)
-        p.setObjective(nv.Sum(rng.randint(10, 100) * xj for xj in x), sense=nv.maximize)
-        p.controls.mip_relative_gap = 0.0
+        import os, signal
         p.controls.mip_absolute_gap = 0.0
         p.controls.time_limit = 60.0
         threading.Timer(1.0, lambda: os.kill(os.getpid(), signal.SIGINT)).start()
@@ -39,7 +30,7 @@ def test_sigint_stops_a_long_mip_and_the_interpreter_goes_on(run_python):
         q = nv.problem(y, y, sense=nv.maximize)
         q.solve()
         print("after", q.getObjVal())
-        """
+        """)
     ).stdout
     lines = dict(l.split(" ", 1) for l in out.splitlines())
     assert float(lines["elapsed"]) < 20

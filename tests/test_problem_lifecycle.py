@@ -4,17 +4,9 @@ import gc
 
 import numpy as np
 import pytest
+from conftest import nested
 
-
-@pytest.fixture(autouse=True)
-def quiet(nv, output_switch):
-    nv.setOutputEnabled(False)
-
-
-def nested(obj, depth):
-    for _ in range(depth):
-        obj = [obj]
-    return obj
+pytestmark = pytest.mark.usefixtures("quiet")
 
 
 def test_constructor_adds_elements_in_order_and_sets_the_objective(nv):
@@ -148,26 +140,6 @@ def test_module_defaults_apply_to_new_copied_and_reset_problems(run_python):
         assert fresh.controls.threads == 0
         """
     )
-
-
-def test_module_default_with_wrong_type_is_refused(nv):
-    with pytest.raises(nv.ModelError, match="Cannot set non-integer value to an integer control"):
-        nv.controls.threads = "many"
-    with pytest.raises(nv.InterfaceError, match="Incorrect control name"):
-        nv.controls.no_such_control = 1
-
-
-def test_problem_log_lines_are_printed_once(run_python):
-    out = run_python(
-        """
-        import nuvrel as nv
-        x = nv.var(ub=1)
-        p = nv.problem(x, x, name="printed_once")
-        p.solve()
-        """
-    ).stdout
-    lines = [l for l in out.splitlines() if "printed_once" in l]
-    assert lines and len(lines) == len(set(lines))
 
 
 def test_problems_release_every_reference_they_take(nv):

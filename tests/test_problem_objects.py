@@ -4,10 +4,7 @@ lists and index maps must stay in step with the solver's columns, rows and sets.
 import numpy as np
 import pytest
 
-
-@pytest.fixture(autouse=True)
-def quiet(nv, output_switch):
-    nv.setOutputEnabled(False)
+pytestmark = pytest.mark.usefixtures("quiet")
 
 
 def assert_in_step(p, nv):

@@ -5,10 +5,7 @@ import pytest
 
 import nuvrel as nv
 
-
-@pytest.fixture(autouse=True)
-def _silent(output_switch):
-    nv.setOutputEnabled(False)
+pytestmark = pytest.mark.usefixtures("quiet")
 
 
 @pytest.fixture
@@ -124,59 +121,6 @@ def test_deep_nesting_is_refused(lp):
         nested = [nested]
     with pytest.raises(nv.ModelError, match="Maximum recursion"):
         p.getSlack(nested)
-
-
-def _solve_generic_lp(costs, rows, sense):
-    """Builds min/max c'x over x >= 0 with rows (coefficients, kind, rhs); returns the problem,
-    its variables and its constraints."""
-    xs = [nv.var(name=f"x{j}") for j in range(len(costs))]
-    cons = []
-    for coefs, kind, rhs in rows:
-        body = nv.Sum(a * v for a, v in zip(coefs, xs))
-        cons.append({"<=": body <= rhs, ">=": body >= rhs, "==": body == rhs}[kind])
-    p = nv.problem(xs, cons, nv.Sum(c * v for c, v in zip(costs, xs)), sense=sense)
-    p.solve()
-    assert p.getProbStatusString() == "lp_optimal"
-    return p, xs, cons
-
-
-GENERIC_LPS = [
-    # max 3x + 5y, the textbook example of the fixture.
-    ([3, 5], [([1, 0], "<=", 4), ([0, 2], "<=", 12), ([3, 2], "<=", 18)], nv.maximize),
-    # a diet-like minimisation with >= and = rows and a row that is not binding.
-    ([2, 3, 4], [([1, 1, 1], ">=", 10), ([1, -1, 0], "==", 1), ([0, 1, 2], ">=", 6),
-                 ([1, 0, 1], "<=", 50)], nv.minimize),
-    # degenerate corner and a column that stays at zero.
-    ([-1, -2, 1, 0.5], [([1, 1, 1, 1], "<=", 8), ([1, 3, 0, 2], "<=", 12), ([0, 1, 1, 0], ">=", 1),
-                        ([2, 1, 0, 0], "<=", 8)], nv.minimize),
-]
-
-
-@pytest.mark.parametrize("costs, rows, sense", GENERIC_LPS)
-def test_duals_and_reduced_costs_satisfy_lp_duality(costs, rows, sense):
-    p, xs, cons = _solve_generic_lp(costs, rows, sense)
-    x = np.array(p.getSolution())
-    y = np.array(p.getDual())
-    d = np.array(p.getRCost())
-    s = np.array(p.getSlack())
-    a = np.array([r[0] for r in rows], dtype=float)
-    b = np.array([r[2] for r in rows], dtype=float)
-    c = np.array(costs, dtype=float)
-
-    # Dual objective equals primal objective (all columns at bounds 0 / +inf).
-    assert b @ y == pytest.approx(p.getObjVal(), rel=1e-7, abs=1e-7)
-    assert c @ x == pytest.approx(p.getObjVal(), rel=1e-7, abs=1e-7)
-    # Reduced costs are c - A'y, and the slacks rhs - Ax.
-    assert d == pytest.approx(c - a.T @ y, abs=1e-7)
-    assert s == pytest.approx(b - a @ x, abs=1e-7)
-    # Complementary slackness on rows and columns.
-    assert np.abs(s * y).max() < 1e-7
-    assert np.abs(x * d).max() < 1e-7
-    # Dual feasibility: the reduced cost of a column at its lower bound cannot improve.
-    assert np.all(sense * d >= -1e-7)
-    # Per-object reads agree with the full vectors.
-    assert [p.getDual(con) for con in cons] == pytest.approx(list(y))
-    assert [p.getRCost(v) for v in xs] == pytest.approx(list(d))
 
 
 def test_mip_refuses_duals_and_reduced_costs_but_gives_values():

@@ -10,11 +10,6 @@ import pytest
 import nuvrel as nv
 
 
-@pytest.fixture
-def xyz():
-    return nv.var(name="x"), nv.var(name="y"), nv.var(name="z")
-
-
 def ident(s):
     return int(re.fullmatch(r"sos(\d+)", s.name).group(1))
 

@@ -1,22 +1,14 @@
 """Linear and quadratic terms: results of their operators, printing and extraction.
 (Every kind against every other kind is covered in test_dispatch.py.)"""
 
-import gc
-
 import numpy as np
 import pytest
 
 import nuvrel as nv
 
+pytestmark = pytest.mark.usefixtures("collect_cycles")
+
 NONLINEAR = "produces a nonlinear expression"
-
-
-@pytest.fixture(autouse=True)
-def collect_cycles():
-    # A failed-operation traceback keeps the test's frame (and its named variables, which hold
-    # side-table entries) in a cycle; collect it here rather than during a later test.
-    yield
-    gc.collect()
 
 
 @pytest.fixture

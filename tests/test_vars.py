@@ -11,24 +11,16 @@ import nuvrel
 INF = 1e20
 
 
-def test_keys_are_the_product_in_argument_order():
-    x = nuvrel.vars(["a", "b"], range(3), name="y")
-    assert list(x) == [(i, j) for i in "ab" for j in range(3)]
+@pytest.mark.parametrize("args, keys, key, name", [
+    ((["a", "b"], range(3)), [(i, j) for i in "ab" for j in range(3)], ("b", 2), "y(b,2)"),
+    ((["p", "q"],), ["p", "q"], "q", "y(q)"),     # one index set: the keys are its elements
+    ((2, ["a"]), [(0, "a"), (1, "a")], (1, "a"), "y(1,a)"),   # an integer stands for a range
+])
+def test_keys_are_the_product_in_argument_order(args, keys, key, name):
+    x = nuvrel.vars(*args, name="y")
+    assert list(x) == keys and x[key].name == name
     assert all(type(v) is nuvrel.var for v in x.values())
-    assert len({hash(v) for v in x.values()}) == 6
-    assert x["b", 2].name == "y(b,2)"
-
-
-def test_one_index_set_keys_are_the_elements():
-    x = nuvrel.vars(["p", "q"], name="z")
-    assert list(x) == ["p", "q"]
-    assert x["q"].name == "z(q)"
-
-
-def test_integer_argument_stands_for_a_range_among_lists():
-    x = nuvrel.vars(2, ["a"], name="w")
-    assert list(x) == [(0, "a"), (1, "a")]
-    assert x[1, "a"].name == "w(1,a)"
+    assert len({hash(v) for v in x.values()}) == len(keys)
 
 
 @pytest.mark.parametrize(
@@ -132,11 +124,6 @@ def test_errors(args, kwargs, message):
     gc.collect()
     # Variables made before a late failure are gone with their names and thresholds.
     assert nuvrel.var._sidetable_sizes() == before
-
-
-def test_unknown_keyword_is_a_type_error():
-    with pytest.raises(TypeError):
-        nuvrel.vars(["a"], colour="red")
 
 
 def test_unprintable_element_is_refused():

@@ -6,10 +6,7 @@ import random
 
 import pytest
 
-
-@pytest.fixture(autouse=True)
-def quiet(nv, output_switch):
-    nv.setOutputEnabled(False)
+pytestmark = pytest.mark.usefixtures("quiet")
 
 
 def knapsack(seed, n=30):
