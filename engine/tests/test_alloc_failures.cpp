@@ -5,6 +5,7 @@
 // afterwards the problem works normally. Built as its own binary, since it replaces the
 // allocation functions of the whole process.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <climits>
 #include <cstdio>
@@ -153,9 +154,11 @@ class AllocFailure : public StoreTest, public ::testing::WithParamInterface<Case
     ASSERT_EQ(NVRLcreateprob(&p), 0);
     loadSmallLp(p);
     makeIntegral(p);
-    g_mps = ::testing::TempDir() + "alloc_small.mps";
-    g_lp = ::testing::TempDir() + "alloc_small.lp";
-    g_written = ::testing::TempDir() + "alloc_written.lp";
+    // ctest runs each case in its own process, several at once: each needs its own files.
+    const std::string stem = ::testing::TempDir() + "alloc_" + std::to_string(getpid());
+    g_mps = stem + "_small.mps";
+    g_lp = stem + "_small.lp";
+    g_written = stem + "_written.lp";
     ASSERT_EQ(NVRLwriteprob(p, g_mps.c_str(), ""), 0);
     ASSERT_EQ(NVRLwriteprob(p, g_lp.c_str(), "l"), 0);
     NVRLdestroyprob(p);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -30,7 +31,9 @@ class FileTest : public ::testing::Test {
     const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string leaf = std::string(info->test_suite_name()) + "_" + info->name();
     std::replace(leaf.begin(), leaf.end(), '/', '_');
-    dir = std::filesystem::path(::testing::TempDir()) / ("nvrl_io_" + leaf);
+    // The process id keeps concurrent runs of the same test (several builds) apart.
+    dir = std::filesystem::path(::testing::TempDir()) /
+          ("nvrl_io_" + std::to_string(getpid()) + "_" + leaf);
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
   }

@@ -2,6 +2,7 @@
 // from the solve's own callbacks, except the few that are safe; afterwards everything works.
 // Uses the public interface only.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -186,7 +187,7 @@ std::vector<Call> callsOnABusyProblem(const std::string &file) {
 }
 
 TEST_F(BusyProblem, CallsFromAnotherThreadAreRefusedUntilTheSolveReturns) {
-  const std::string file = ::testing::TempDir() + "busy_small.lp";
+  const std::string file = ::testing::TempDir() + "busy_small_" + std::to_string(getpid()) + ".lp";
   ASSERT_EQ(NVRLwriteprob(prob, file.c_str(), "l"), 0) << lastError(prob);
   ASSERT_EQ(NVRLcopyprob(other, prob, "twin"), 0);
   const int rows = intAttr(prob, kRows), cols = intAttr(prob, kCols);

@@ -12,7 +12,7 @@
 #include "nvrl.h"
 
 // One callback list per callback kind.
-constexpr int NVR_PY_N_CALLBACKS = 40;
+constexpr int NVO_N_CALLBACKS = 40;
 
 struct problem_s {
   PyObject_HEAD
@@ -26,7 +26,7 @@ struct problem_s {
   rowcolmap *varmap;    // variable identifier -> column
   rowcolmap *conmap;    // constraint identifier -> row
   rowcolmap *sosmap;    // set identifier -> set index
-  PyObject *callbacks[NVR_PY_N_CALLBACKS];  // list of [problem, callable, data, priority]
+  PyObject *callbacks[NVO_N_CALLBACKS];  // list of [problem, callable, data, priority]
   int32_t reserved_index;   // -1; kept for layout, never read
   int32_t n_nonlin_cons;    // flushed constraint batches with nonlinear coefficients
   int32_t nonlin_obj;       // 1 when the objective has a nonlinear part
