@@ -16,6 +16,8 @@ void *createHighs() {
 
 void HighsDeleter::operator()(void *h) const noexcept { Highs_destroy(h); }
 
+void HighsSessionDeleter::operator()(HighsSession *s) const noexcept { delete s; }
+
 HighsSession::HighsSession() : highs_(createHighs()) {
   // The engine never prints; each run routes HiGHS's log through its callback.
   Highs_setBoolOptionValue(highs_, "log_to_console", false);
