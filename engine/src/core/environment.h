@@ -51,12 +51,8 @@ bool isLiveAndStarted(const nvrl_object_s *obj);
 bool libraryStarted();
 bool slpStarted();
 
-// The global switches, for the solvers: checked mode and architecture-consistent results
-// (fixed thread count, deterministic algorithms).
-bool checkedMode();
+// The global switch for architecture-consistent results (fixed thread count, deterministic
+// algorithms), read by the solvers.
 bool archConsistent();
-
-// The environment's own object, reported as the source of global (non-problem) log lines.
-NVRLobject environmentObject();
 
 }  // namespace nvrl

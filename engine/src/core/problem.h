@@ -280,6 +280,5 @@ void dispatchGlobal(NVRLobject obj, int msgtype, const char *msg, int len);
 // Reads a control value of a problem (defaults from the registry when never set).
 int64_t getIntControl(const nvrl_problem_s *p, int id);
 double getDblControl(const nvrl_problem_s *p, int id);
-std::string getStrControl(const nvrl_problem_s *p, int id);
 
 }  // namespace nvrl
