@@ -23,12 +23,6 @@ double getDblControl(const nvrl_problem_s *p, int id) {
   return dblValue(p->controls, *info);
 }
 
-std::string getStrControl(const nvrl_problem_s *p, int id) {
-  const ParamInfo *info = findParam(id);
-  if (!info || info->type != ParamType::String) return {};
-  return strValue(p->controls, *info);
-}
-
 }  // namespace nvrl
 
 using namespace nvrl;

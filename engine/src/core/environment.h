@@ -51,17 +51,8 @@ bool isLiveAndStarted(const nvrl_object_s *obj);
 bool libraryStarted();
 bool slpStarted();
 
-// The global switches, for the solvers: checked mode and architecture-consistent results
-// (fixed thread count, deterministic algorithms).
-bool checkedMode();
+// The global switch for architecture-consistent results (fixed thread count, deterministic
+// algorithms), read by the solvers.
 bool archConsistent();
-
-// The environment's own object, reported as the source of global (non-problem) log lines.
-NVRLobject environmentObject();
-
-// Validates a problem handle without requiring a started library (for the calls that must
-// keep working after the library has been released: destroy, last error, callback removal).
-// Refuses a problem being solved as checkProblem() does.
-nvrl_problem_s *checkProblemHandle(NVRLprob prob, const char *fn);
 
 }  // namespace nvrl

@@ -5,14 +5,10 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <exception>
-#include <new>
 
 #include "core/entry.h"
 #include "core/environment.h"
 #include "core/text.h"
-#include "lp_data/store.h"
-#include "solve/highs_session.h"
 
 // The engine's tests build and inspect problems directly, so the object's members are
 // exported although the rest of the engine's internals are not.
@@ -24,8 +20,6 @@ NVRL_EXPORTED nvrl_problem_s::nvrl_problem_s() : nvrl_object_s(nvrl::ObjectKind:
 
 NVRL_EXPORTED nvrl_problem_s::~nvrl_problem_s() {
   nvrl::unregisterObject(this);
-  // Caches kept beside the problem by address must not outlive it.
-  nvrl::dropStoreCache(this);
   magic = 0;
 }
 
@@ -187,39 +181,6 @@ nvrl_problem_s *checkProblem(NVRLprob prob, const char *fn) {
     return nullptr;
   }
   return p;
-}
-
-// The exception barrier's recording (core/entry.h).
-
-void describeCurrentException(char *buf, size_t size) noexcept {
-  try {
-    throw;
-  } catch (const std::bad_alloc &) {
-    std::snprintf(buf, size, "out of memory");
-  } catch (const EngineError &e) {
-    std::snprintf(buf, size, "%s", e.what());
-  } catch (const std::exception &e) {
-    std::snprintf(buf, size, "internal error: %s", e.what());
-  } catch (...) {
-    std::snprintf(buf, size, "internal error: unknown exception");
-  }
-}
-
-int entryFailed(const char *fn, NVRLprob prob) noexcept {
-  // The handle is trusted only once it is known to be a live problem.
-  if (prob && isLiveObject(prob) && prob->kind == ObjectKind::Problem)
-    return prob->failException(fn);
-  return entryFailed(fn, nullptr);
-}
-
-int entryFailed(const char *fn, std::nullptr_t) noexcept {
-  char what[512];
-  describeCurrentException(what, sizeof what);
-  try {
-    failGlobal(1, "%s: %s", fn, what);
-  } catch (...) {
-  }
-  return 1;
 }
 
 }  // namespace nvrl

@@ -59,7 +59,7 @@ struct RowMatrix {
   int64_t nnz() const { return start.back(); }
 };
 
-// Column-wise view built on demand from RowMatrix (see nvrl::columnView() in lp_data/store.h).
+// Column-wise view built on demand from RowMatrix (see lp_data/column_view.h).
 struct ColMatrix {
   std::vector<int64_t> start{0};
   std::vector<int> row;
@@ -159,7 +159,26 @@ struct MessageCallback {
   int priority;
 };
 
+// Views of the model store kept between calls, each stamped with the problem's version it
+// was built for: a change of the model (which bumps the version) makes them stale without
+// the code that changes the model knowing about them. Built and used by lp_data/.
+struct StoreCache {
+  static constexpr uint64_t kStale = UINT64_MAX;
+
+  // User names of rows, columns and sets (indexed kind - 1) -> item index.
+  uint64_t names_version = kStale;
+  std::unordered_map<std::string, int> names[3];
+
+  uint64_t colview_version = kStale;
+  ColMatrix colview;
+};
+
 class HighsSession;  // solve/highs_session.h: the persistent HiGHS instance
+// Destroys a session where its type is complete (solve/), so that the problem object need
+// not know it.
+struct HighsSessionDeleter {
+  void operator()(HighsSession *s) const noexcept;
+};
 
 }  // namespace nvrl
 
@@ -183,9 +202,12 @@ struct nvrl_problem_s : nvrl_object_s {
   std::atomic<int> interrupt_reason{0};
   // Non-null while a solve runs: identifies the solving thread (see SolveMarker).
   std::atomic<const void *> solving_thread{nullptr};
-  std::unique_ptr<nvrl::HighsSession> highs;  // created lazily by the solver
-  // Incremented by modelChanged(); the solver compares it with what it last lowered.
+  // Created lazily by the solver.
+  std::unique_ptr<nvrl::HighsSession, nvrl::HighsSessionDeleter> highs;
+  // Incremented by modelChanged(); the solver and the store cache compare it with the
+  // version they were built for.
   uint64_t version = 0;
+  nvrl::StoreCache store_cache;
 
   // Records an error (message formatted printf-style) and returns its non-zero code.
   int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));
@@ -209,6 +231,11 @@ namespace nvrl {
 // null. A problem that is being solved is refused (recorded on the problem, null returned)
 // unless fn is allowed during a solve (the allowance table in core/problem.cpp).
 nvrl_problem_s *checkProblem(NVRLprob prob, const char *fn);
+
+// Validates a problem handle without requiring a started library (for the calls that must
+// keep working after the library has been released: destroy, last error, callback removal).
+// Refuses a problem being solved as checkProblem() does.
+nvrl_problem_s *checkProblemHandle(NVRLprob prob, const char *fn);
 
 // Whether fn may run on p now: p is not being solved, or the allowance table lets fn run
 // from the calling thread during the solve.
@@ -253,6 +280,5 @@ void dispatchGlobal(NVRLobject obj, int msgtype, const char *msg, int len);
 // Reads a control value of a problem (defaults from the registry when never set).
 int64_t getIntControl(const nvrl_problem_s *p, int id);
 double getDblControl(const nvrl_problem_s *p, int id);
-std::string getStrControl(const nvrl_problem_s *p, int id);
 
 }  // namespace nvrl

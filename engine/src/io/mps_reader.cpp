@@ -452,7 +452,8 @@ MpsReader::Result MpsReader::sosLine(const Words &w, std::string_view line) {
     } else {
       return Reject{"SOS header expects S1 or S2, a set name and an optional priority"};
     }
-    // Priorities are accepted for compatibility; the engine does not use them.
+    // Set headers in MPS files often carry a branching priority: it is checked and read so
+    // that such files load, but HiGHS takes no set priorities, so it is not kept.
     if (!priority.empty() && !parseNumber(priority, num))
       return Reject{"invalid priority " + quote(priority) + " in SOS"};
     SpecialOrderedSet set;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lp_data/store.h"
+#include "lp_data/name_index.h"
 
 namespace nvrl {
 

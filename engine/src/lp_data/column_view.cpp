@@ -1,6 +1,5 @@
 // Column-wise view of the row-wise matrix.
-#include "lp_data/store.h"
-#include "lp_data/store_cache.h"
+#include "lp_data/column_view.h"
 
 namespace nvrl {
 
@@ -26,9 +25,9 @@ ColMatrix buildColumnView(const Model &m) {
 }
 
 const ColMatrix &columnView(nvrl_problem_s *p) {
-  StoreCache &c = storeCache(p);
+  StoreCache &c = p->store_cache;
   if (c.colview_version != p->version) {
-    ensureUniqueVersion(p);
+    // Built aside and moved in: a failed allocation leaves the old (stale) view in place.
     c.colview = buildColumnView(p->model);
     c.colview_version = p->version;
   }

@@ -1,8 +1,7 @@
 // Names of rows, columns and sets: default names and look-up by name.
 #include <charconv>
 
-#include "lp_data/store.h"
-#include "lp_data/store_cache.h"
+#include "lp_data/name_index.h"
 
 namespace nvrl {
 
@@ -35,9 +34,11 @@ std::string itemName(const Model &m, int kind, int index) {
 }
 
 std::unordered_map<std::string, int> &nameIndex(nvrl_problem_s *p, int kind) {
-  StoreCache &c = storeCache(p);
+  StoreCache &c = p->store_cache;
   if (c.names_version != p->version) {
-    ensureUniqueVersion(p);
+    // Marked stale first: a rebuild that fails for want of memory leaves an index that the
+    // next call rebuilds again, never a half-built one taken as valid.
+    c.names_version = StoreCache::kStale;
     for (int k = kNameRows; k <= kNameSets; ++k) {
       auto &idx = c.names[k - 1];
       idx.clear();

@@ -7,7 +7,7 @@
 
 #include "core/entry.h"
 #include "lp_data/check.h"
-#include "lp_data/store.h"
+#include "lp_data/name_index.h"
 #include "lp_data/store_cache.h"
 
 using nvrl::Check;

@@ -4,7 +4,7 @@
 
 #include "core/entry.h"
 #include "lp_data/check.h"
-#include "lp_data/store.h"
+#include "lp_data/column_view.h"
 
 using nvrl::Check;
 

@@ -47,9 +47,6 @@ struct SlpState {
   double objval = 0.0;
 };
 
-constexpr int kSlpStateConstructed = 1 << 0;
-constexpr int kSlpStatePresolved = 1 << 29;
-
 }  // namespace nvrl
 
 struct nslp_problem_s : nvrl_object_s {

@@ -17,7 +17,7 @@ bool validStatuses(const int *st, int n) {
 }
 
 nvrl::HighsSession &session(nvrl_problem_s *p) {
-  if (!p->highs) p->highs = std::make_unique<nvrl::HighsSession>();
+  if (!p->highs) p->highs.reset(new nvrl::HighsSession());
   return *p->highs;
 }
 

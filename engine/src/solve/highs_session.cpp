@@ -16,6 +16,8 @@ void *createHighs() {
 
 void HighsDeleter::operator()(void *h) const noexcept { Highs_destroy(h); }
 
+void HighsSessionDeleter::operator()(HighsSession *s) const noexcept { delete s; }
+
 HighsSession::HighsSession() : highs_(createHighs()) {
   // The engine never prints; each run routes HiGHS's log through its callback.
   Highs_setBoolOptionValue(highs_, "log_to_console", false);
@@ -52,7 +54,6 @@ bool HighsSession::passWholeModel(const LoweredModel &L, std::string &err) {
     }
     return false;
   }
-  last_changes_ = -1;
   return true;
 }
 
@@ -60,7 +61,6 @@ bool HighsSession::passChanges(const LoweredModel &L, std::string &err) {
   const LoweredModel &old = lowered_;
   std::vector<int> set;
   std::vector<double> a, b;
-  int64_t changes = 0;
   bool ok = true;
 
   for (int j = 0; j < L.cols(); ++j)
@@ -71,7 +71,6 @@ bool HighsSession::passChanges(const LoweredModel &L, std::string &err) {
   if (!set.empty())
     ok &= Highs_changeColsCostBySet(highs_, static_cast<int>(set.size()), set.data(), a.data()) !=
           kHighsStatusError;
-  changes += static_cast<int64_t>(set.size());
 
   set.clear(), a.clear(), b.clear();
   for (int j = 0; j < L.cols(); ++j)
@@ -83,7 +82,6 @@ bool HighsSession::passChanges(const LoweredModel &L, std::string &err) {
   if (!set.empty())
     ok &= Highs_changeColsBoundsBySet(highs_, static_cast<int>(set.size()), set.data(), a.data(),
                                       b.data()) != kHighsStatusError;
-  changes += static_cast<int64_t>(set.size());
 
   set.clear(), a.clear(), b.clear();
   for (int i = 0; i < L.rows(); ++i)
@@ -95,29 +93,24 @@ bool HighsSession::passChanges(const LoweredModel &L, std::string &err) {
   if (!set.empty())
     ok &= Highs_changeRowsBoundsBySet(highs_, static_cast<int>(set.size()), set.data(), a.data(),
                                       b.data()) != kHighsStatusError;
-  changes += static_cast<int64_t>(set.size());
 
   if (L.offset != old.offset) {
     ok &= Highs_changeObjectiveOffset(highs_, L.offset) != kHighsStatusError;
-    ++changes;
   }
   if (L.sense != old.sense) {
     ok &= Highs_changeObjectiveSense(highs_, L.sense > 0 ? kHighsObjSenseMinimize
                                                          : kHighsObjSenseMaximize) !=
           kHighsStatusError;
-    ++changes;
   }
   if (!ok) {
     err = "HiGHS rejected a change of costs or bounds";
     return false;
   }
-  last_changes_ = changes;
   return true;
 }
 
 bool HighsSession::sync(const Model &m, uint64_t version, LowerMode mode, std::string &err) {
   if (loaded_ && version == version_ && mode == mode_) {
-    last_changes_ = 0;
     return true;
   }
   LoweredModel L;

@@ -36,8 +36,6 @@ class HighsSession {
   bool sync(const Model &m, uint64_t version, LowerMode mode, std::string &err);
 
   const LoweredModel &lowered() const { return lowered_; }
-  // Number of data items passed by the last sync as changes (-1: the whole model was passed).
-  int64_t lastChangeCount() const { return last_changes_; }
 
   // A basis (user rows and columns, NVRL_BASIS_... codes) to start the next solve from.
   void setPendingBasis(std::vector<int> rowstat, std::vector<int> colstat);
@@ -56,7 +54,6 @@ class HighsSession {
   bool loaded_ = false;
   uint64_t version_ = 0;
   LowerMode mode_ = LowerMode::Relaxation;
-  int64_t last_changes_ = -1;
 
   bool have_basis_ = false;
   std::vector<int> basis_rows_, basis_cols_;

@@ -89,7 +89,7 @@ int solve(nvrl_problem_s *p, const char *flags, bool mipCall) {
         "minimisation, or negative semidefinite for maximisation)");
   }
 
-  if (!p->highs) p->highs = std::make_unique<HighsSession>();
+  if (!p->highs) p->highs.reset(new HighsSession());
   HighsSession &session = *p->highs;
   if (!session.sync(m, p->version, mip ? LowerMode::Full : LowerMode::Relaxation, err) ||
       !session.applyPending(err))

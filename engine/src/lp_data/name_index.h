@@ -1,9 +1,10 @@
-// Helpers of the model store for the rest of the engine: the column view of the matrix, the
-// names reported for rows, columns and sets, and the per-problem caches behind them.
+// Names reported for rows, columns and sets, and look-up by name through the index of user
+// names kept in the problem's store cache.
 #pragma once
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "core/problem.h"
 
@@ -13,13 +14,6 @@ namespace nvrl {
 constexpr int kNameRows = 1;
 constexpr int kNameCols = 2;
 constexpr int kNameSets = 3;
-
-// Column-wise copy of m.A in O(nnz + cols); rows ascending within each column.
-ColMatrix buildColumnView(const Model &m);
-
-// The problem's column view, built on first use and kept until the model changes. The
-// reference stays valid until the next change of the model.
-const ColMatrix &columnView(nvrl_problem_s *p);
 
 // Default name of item `index` (0-based) of a kind: "R1", "C1", "S1".
 std::string defaultName(int kind, int index);
@@ -31,8 +25,7 @@ std::string itemName(const Model &m, int kind, int index);
 // or -1. O(1) amortised: the index of user names is rebuilt lazily after changes.
 int findName(nvrl_problem_s *p, int kind, std::string_view name);
 
-// Releases the caches kept for a problem. The problem's destruction must call it, so that a
-// later problem allocated at the same address does not inherit them.
-void dropStoreCache(const nvrl_problem_s *p);
+// The user-name index of a kind, rebuilt first when stale.
+std::unordered_map<std::string, int> &nameIndex(nvrl_problem_s *p, int kind);
 
 }  // namespace nvrl

@@ -55,17 +55,10 @@ bool slpStarted() {
   return env().startcount > 0 && env().slpstartcount > 0;
 }
 
-bool checkedMode() {
-  std::lock_guard<std::mutex> lock(env().mu);
-  return env().checkedmode != 0;
-}
-
 bool archConsistent() {
   std::lock_guard<std::mutex> lock(env().mu);
   return env().archconsistent != 0;
 }
-
-NVRLobject environmentObject() { return &g_environment_object; }
 
 int failGlobal(int code, const char *fmt, ...) {
   va_list ap;
