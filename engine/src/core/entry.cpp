@@ -23,6 +23,22 @@ void describeCurrentException(char *buf, size_t size) noexcept {
   }
 }
 
+int recordCurrentException(const char *fn, std::mutex &mu, std::atomic<int> &code,
+                           std::string &text) noexcept {
+  char what[512];
+  describeCurrentException(what, sizeof what);
+  char line[768];
+  std::snprintf(line, sizeof line, "%s: %s", fn, what);
+  std::lock_guard<std::mutex> lock(mu);
+  code = 1;
+  text.clear();
+  try {
+    text.assign(line);  // reuses the string's storage when it is large enough
+  } catch (...) {
+  }
+  return 1;
+}
+
 int entryFailed(const char *fn, NVRLprob prob) noexcept {
   // The handle is trusted only once it is known to be a live problem.
   if (prob && isLiveObject(prob) && prob->kind == ObjectKind::Problem)

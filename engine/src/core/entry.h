@@ -12,8 +12,11 @@
 // allocation has been made).
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <mutex>
 #include <stdexcept>
+#include <string>
 
 #include "nvrl.h"
 
@@ -32,6 +35,12 @@ struct EngineError : std::runtime_error {
 // Writes the message for the exception being handled ("out of memory", "internal error: ...")
 // into buf; never throws. Call only inside a catch handler.
 void describeCurrentException(char *buf, size_t size) noexcept;
+
+// Records "fn: <message of the exception being handled>" as a last error (text and code,
+// guarded by mu) and returns 1; never throws. When memory is too short even for the
+// message, the code alone tells the failure. Call only inside a catch handler.
+int recordCurrentException(const char *fn, std::mutex &mu, std::atomic<int> &code,
+                           std::string &text) noexcept;
 
 int entryFailed(const char *fn, NVRLprob prob) noexcept;
 int entryFailed(const char *fn, NSLPprob slp) noexcept;

@@ -43,20 +43,7 @@ NVRL_EXPORTED void nvrl_problem_s::clearError() {
 }
 
 int nvrl_problem_s::failException(const char *fn) noexcept {
-  char what[512];
-  nvrl::describeCurrentException(what, sizeof what);
-  char line[768];
-  std::snprintf(line, sizeof line, "%s: %s", fn, what);
-  std::lock_guard<std::mutex> lock(errmu);
-  lasterror_code = 1;
-  // assign() reuses the string's storage when it is large enough; when memory is too short
-  // even for the message, the code alone tells the failure.
-  lasterror.clear();
-  try {
-    lasterror.assign(line);
-  } catch (...) {
-  }
-  return 1;
+  return nvrl::recordCurrentException(fn, errmu, lasterror_code, lasterror);
 }
 
 NVRL_EXPORTED void nvrl_problem_s::modelChanged() {

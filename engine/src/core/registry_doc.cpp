@@ -31,13 +31,19 @@ std::string rangeText(const ParamInfo &p) {
   return format("up to %d characters", NVRL_MAXNAMELEN - 1);
 }
 
-void section(std::string &out, const char *title, ParamOwner owner, bool controls) {
+// The controls (or attributes) of one owner, in the order of their ids.
+std::vector<const ParamInfo *> entriesById(ParamOwner owner, bool controls) {
   std::vector<const ParamInfo *> rows;
   for (const ParamInfo &p : paramTable())
     if (p.owner == owner && p.isControl() == controls) rows.push_back(&p);
-  if (rows.empty()) return;
   std::sort(rows.begin(), rows.end(),
             [](const ParamInfo *a, const ParamInfo *b) { return a->id < b->id; });
+  return rows;
+}
+
+void section(std::string &out, const char *title, ParamOwner owner, bool controls) {
+  const std::vector<const ParamInfo *> rows = entriesById(owner, controls);
+  if (rows.empty()) return;
   out += format("\n### %s\n\n", title);
   if (controls) {
     out += "| id | name | type | default | range | meaning |\n";
@@ -54,12 +60,8 @@ void section(std::string &out, const char *title, ParamOwner owner, bool control
 }
 
 void idSection(std::string &out, const char *title, ParamOwner owner, bool controls) {
-  std::vector<const ParamInfo *> rows;
-  for (const ParamInfo &p : paramTable())
-    if (p.owner == owner && p.isControl() == controls) rows.push_back(&p);
+  const std::vector<const ParamInfo *> rows = entriesById(owner, controls);
   if (rows.empty()) return;
-  std::sort(rows.begin(), rows.end(),
-            [](const ParamInfo *a, const ParamInfo *b) { return a->id < b->id; });
   out += format("/* %s */\n", title);
   for (const ParamInfo *p : rows)
     out += format("#define %s %d /* %s */\n", publishedIdName(*p).c_str(), p->id,

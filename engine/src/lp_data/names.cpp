@@ -99,6 +99,15 @@ int addNames(const char *fn, NVRLprob prob, int type, const char names[], int fi
   return 0;
 }
 
+// Writes the names of items first..last, each followed by a null character.
+void writeNames(const nvrl::Model &m, int type, int first, int last, char *names) {
+  for (int i = first; i <= last; ++i) {
+    const std::string n = nvrl::itemName(m, type, i);
+    std::memcpy(names, n.c_str(), n.size() + 1);
+    names += n.size() + 1;
+  }
+}
+
 }  // namespace
 
 extern "C" {
@@ -132,12 +141,7 @@ NVRL_API int NVRLgetnamelist(NVRLprob prob, int type, char names[], int maxbytes
   if (maxbytes < need)
     return c.fail("maxbytes = %d is too small: the names need %lld bytes", maxbytes,
                   static_cast<long long>(need));
-  char *w = names;
-  for (int i = first; i <= last; ++i) {
-    const std::string n = nvrl::itemName(m, type, i);
-    std::memcpy(w, n.c_str(), n.size() + 1);
-    w += n.size() + 1;
-  }
+  writeNames(m, type, first, last, names);
   return 0;
 } NVRL_CATCH(prob)
 
@@ -149,12 +153,7 @@ NVRL_API int NVRLgetnames(NVRLprob prob, int type, char names[], int first, int 
   if (!checkType(c, type) || !checkNameRange(c, m, type, first, last) ||
       !c.given(names, "names"))
     return c.code();
-  char *w = names;
-  for (int i = first; i <= last; ++i) {
-    const std::string n = nvrl::itemName(m, type, i);
-    std::memcpy(w, n.c_str(), n.size() + 1);
-    w += n.size() + 1;
-  }
+  writeNames(m, type, first, last, names);
   return 0;
 } NVRL_CATCH(prob)
 

@@ -70,18 +70,7 @@ int nslp_problem_s::fail(const char *fmt, ...) {
 }
 
 int nslp_problem_s::failException(const char *fn) noexcept {
-  char what[512];
-  nvrl::describeCurrentException(what, sizeof what);
-  char line[768];
-  std::snprintf(line, sizeof line, "%s: %s", fn, what);
-  std::lock_guard<std::mutex> lock(errmu);
-  lasterror_code = 1;
-  lasterror.clear();
-  try {
-    lasterror.assign(line);  // reuses the string's storage when it is large enough
-  } catch (...) {
-  }
-  return 1;
+  return nvrl::recordCurrentException(fn, errmu, lasterror_code, lasterror);
 }
 
 namespace nvrl {
