@@ -81,6 +81,47 @@ typedef struct nslp_problem_s *NSLPprob;
 /* Return code of NSLPinit when the nonlinear solver is not available. */
 #define NSLP_NOT_AVAILABLE 279
 
+/* Formula tokens: a formula is a list of (type, value) pairs ending with NSLP_TOK_EOF. In
+ * parsed (reverse-Polish) form every function token is preceded by an NSLP_TOK_DEL token of
+ * value 0 marking the start of its arguments; in unparsed (written) form brackets and commas
+ * appear as in the text. */
+#define NSLP_TOK_EOF 0   /* value 0: ends the formula */
+#define NSLP_TOK_CON 1   /* value: the constant */
+#define NSLP_TOK_COL 10  /* value: the column index (-1: the constant column, the value 1) */
+#define NSLP_TOK_UFUN 11 /* value: the index of a registered user function */
+#define NSLP_TOK_IFUN 12 /* value: an NSLP_FN_... internal function */
+#define NSLP_TOK_LB 21   /* value 0: "(" (unparsed form) */
+#define NSLP_TOK_DEL 22  /* value 0: argument-list marker (parsed); 1: "," (unparsed) */
+#define NSLP_TOK_RB 23   /* value 0: ")" (unparsed form) */
+#define NSLP_TOK_OP 31   /* value: an NSLP_OP_... operator */
+/* Operators (NSLP_TOK_OP values). */
+#define NSLP_OP_UMINUS 1
+#define NSLP_OP_EXPONENT 2
+#define NSLP_OP_MULTIPLY 3
+#define NSLP_OP_DIVIDE 4
+#define NSLP_OP_PLUS 5
+#define NSLP_OP_MINUS 6
+/* Internal functions (NSLP_TOK_IFUN values); min, max and pwl take argument lists. pwl's
+ * arguments are the input then the breakpoints (x0, y0, x1, y1, ...) by increasing x, in
+ * reverse order in the parsed form (last ordinate first, input last). */
+#define NSLP_FN_LOG10 14
+#define NSLP_FN_LN 15
+#define NSLP_FN_EXP 16
+#define NSLP_FN_ABS 17
+#define NSLP_FN_SQRT 18
+#define NSLP_FN_SIN 27
+#define NSLP_FN_COS 28
+#define NSLP_FN_TAN 29
+#define NSLP_FN_ARCSIN 30
+#define NSLP_FN_ARCCOS 31
+#define NSLP_FN_ARCTAN 32
+#define NSLP_FN_MIN 33
+#define NSLP_FN_MAX 34
+#define NSLP_FN_PWL 35
+#define NSLP_FN_SIGN 46
+#define NSLP_FN_ERF 49
+#define NSLP_FN_ERFC 50
+
 /* Message types passed to message callbacks. */
 #define NVRL_MSG_INFO 1
 #define NVRL_MSG_DEBUG 2
@@ -977,6 +1018,14 @@ NVRL_API int NSLPsetdefaults(NSLPprob slp);
 /* Asks a running nonlinear solve to stop; reason (> 0) is kept as the
  * NSLP_ATTR_INTERRUPT_REASON attribute. Fails when reason <= 0. */
 NVRL_API int NSLPinterrupt(NSLPprob slp, int reason);
+
+/* ----- Nonlinear coefficients and formulas --------------------------------------------- */
+
+/* ----- Nonlinear columns, tolerance sets, rows and derivatives -------------------------- */
+
+/* ----- Nonlinear solving and answers ---------------------------------------------------- */
+
+/* ----- Nonlinear problem files ----------------------------------------------------------- */
 
 #ifdef __cplusplus
 }

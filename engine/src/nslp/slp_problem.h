@@ -29,10 +29,26 @@ struct SlpCoefficient {
   std::vector<SlpToken> formula;
 };
 
+// The nonlinear solver's settings of one column (NSLPchgvar and friends). A column without
+// settings of its own behaves as a default-constructed one.
+struct SlpColumn {
+  bool has_initial = false;   // initial given: the solve starts there, else at the nearest
+  double initial = 0.0;       // point of the bounds to 0
+  double init_step_bound = 0.0;  // 0: chosen by the solver
+  double penalty = 0.0;       // 0: the solver's own
+  double damping = 0.0;
+  int det_row = -1;           // determining row, -1 none
+  int tolset = 0;             // tolerance set, 0 none
+  int vartype = 0;
+  int cascade_limit = 0;
+};
+
 // The nonlinear data of a problem. Coefficients are appended by the nonlinear modelling
 // functions and kept sorted by (row, col) by them; nothing else here depends on the order.
+// columns is indexed by the optimiser's column and may be shorter than the column count.
 struct SlpData {
   std::vector<SlpCoefficient> coefs;
+  std::vector<SlpColumn> columns;
 
   int nonlinearRows() const;
 };
