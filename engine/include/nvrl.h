@@ -1024,6 +1024,33 @@ NVRL_API int NSLPinterrupt(NSLPprob slp, int reason);
 /* ----- Nonlinear columns, tolerance sets, rows and derivatives -------------------------- */
 
 /* ----- Nonlinear solving and answers ---------------------------------------------------- */
+/* Values of NSLP_ATTR_STATUS. */
+#define NSLP_NLP_UNSTARTED 0
+#define NSLP_NLP_LOCALLY_OPTIMAL 1
+#define NSLP_NLP_GLOBALLY_OPTIMAL 2 /* nothing nonlinear was left: the subproblem was exact */
+#define NSLP_NLP_LOCALLY_INFEASIBLE 3
+#define NSLP_NLP_INFEASIBLE 4       /* the linear rows and bounds (or integrality) admit no point */
+#define NSLP_NLP_UNBOUNDED 5
+#define NSLP_NLP_UNFINISHED 6       /* stopped early (NSLP_ATTR_STOP_STATUS says why) */
+
+/* Solves the nonlinear problem by successive linear programming from the columns' initial
+ * values (NSLPchgvar; otherwise each column at the point of its bounds nearest to 0), in the
+ * sense of NSLP_CTRL_OBJECTIVE_SENSE. flags are those of NVRLlpoptimize plus 'g': keep
+ * integer and binary columns integral (each subproblem is then a MIP). Sets NSLP_ATTR_STATUS,
+ * NSLP_ATTR_STOP_STATUS, NSLP_ATTR_ITERATIONS and NSLP_ATTR_OBJECTIVE and keeps the final (or,
+ * when stopped early, the best) point for NSLPgetslpsol. Ends at the next iteration after
+ * NSLPinterrupt, NVRLinterrupt or SIGINT. Fails on unknown flags, a formula that cannot be
+ * compiled, a start where the problem cannot be evaluated, 'g' with global entities other
+ * than integer and binary columns, or a subproblem HiGHS cannot solve; a status is still set
+ * and a point kept when one was reached. */
+NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags);
+/* Copies the last nonlinear solve's answer: x (columns), slack = rhs - activity (rows, the
+ * full nonlinear activity), duals (rows) and djs (columns) of the last subproblem, with the
+ * sign convention of NVRLgetlpsol (djs = objective gradient - sum of duals times row
+ * gradients). Any pointer may be null. Fails when a requested answer is not available (no
+ * solve yet, rows or columns changed since, or no multipliers, as after a 'g' solve). */
+NVRL_API int NSLPgetslpsol(NSLPprob slp, double x[], double slack[], double duals[],
+                           double djs[]);
 
 /* ----- Nonlinear problem files ----------------------------------------------------------- */
 

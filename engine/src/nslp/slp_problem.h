@@ -41,6 +41,10 @@ struct SlpColumn {
   int tolset = 0;             // tolerance set, 0 none
   int vartype = 0;
   int cascade_limit = 0;
+  double step_bound = 0.0;    // current step bound; 0: chosen by the solver
+  int history = 0;            // kept for the caller (NSLPchgvar/NSLPgetvar)
+  int converged = 0;          // kept for the caller
+  int seqnum = 0;             // kept for the caller (NSLPloadvars/NSLPaddvars)
 };
 
 // The nonlinear data of a problem. Coefficients are appended by the nonlinear modelling
@@ -49,6 +53,10 @@ struct SlpColumn {
 struct SlpData {
   std::vector<SlpCoefficient> coefs;
   std::vector<SlpColumn> columns;
+  // Per optimiser row, each possibly shorter than the row count (missing entries: 0 status,
+  // weight 1): the row's status bits (NSLPchgrowstatus) and penalty weight (NSLPchgrowwt).
+  std::vector<int> rowstatus;
+  std::vector<double> rowweight;
 
   int nonlinearRows() const;
 };
@@ -61,6 +69,11 @@ struct SlpState {
   int stopstatus = NVRL_STOP_NONE;
   int iterations = 0;
   double objval = 0.0;
+  double last_penalty = 0.0;   // the penalty the last solve ended with
+  double fixed_penalty = 0.0;  // NSLPfixpenalties: the next solves start here; 0 none
+  // The point of the last solve (its best when it stopped early), rhs - activity per row,
+  // and the multipliers of its last subproblem; empty before a solve.
+  std::vector<double> x, slack, duals, djs;
 };
 
 }  // namespace nvrl
