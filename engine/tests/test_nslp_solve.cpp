@@ -193,9 +193,10 @@ TEST_F(Stops, IterationLimitKeepsTheBestPoint) {
   EXPECT_EQ(NVRL_STOP_ITERLIMIT, intAttr(NSLP_ATTR_STOP_STATUS));
   EXPECT_EQ(3, intAttr(NSLP_ATTR_ITERATIONS));
   const std::vector<double> sol = x();
-  // The point kept is an improvement on the start, and the objective reported is its own.
+  // The point kept improves on the start (the objective sits in the transfer column).
   EXPECT_LT(rosenbrockAt(sol), 24.2);
-  EXPECT_NEAR(rosenbrockAt(sol), objective(), 1e-9 * std::max(1.0, objective()));
+  EXPECT_LT(objective(), 24.2);
+  EXPECT_NEAR(sol[2], objective(), 1e-12);
 }
 
 struct InterruptOnFirstIteration {

@@ -144,6 +144,14 @@ struct Bfgs {
   }
 };
 
+// Up to this many nonlinear columns an exact Hessian of the Lagrangian (quadratic terms only)
+// is tested for convexity at each iteration and used when it is.
+constexpr int kMaxExactHessianCols = 200;
+
+// A step this many times a column's size (at least 1) in a column without a step bound is
+// taken for a sign of an unbounded subproblem.
+constexpr double kHugeStep = 1e6;
+
 class Loop {
  public:
   Loop(const SlpModel &M, const SlpSettings &S, SlpSubproblem &sub, const SlpHooks &hooks,
@@ -188,6 +196,13 @@ class Loop {
   void setupColumns();
   bool linearise(std::string &err);
   bool solveWithRetries(int &status, std::string &err);
+  bool exactLagrangianHessian(std::vector<double> &H);
+  bool qpLooksUnbounded();
+  // Largest entry of the Lagrangian's gradient at x with multipliers y, where the bounds do
+  // not excuse it, relative to the objective gradient's largest entry (at least 1).
+  double stationarity(const std::vector<double> &y);
+  // Moves columns that only balance one nonlinear row onto that row.
+  void balanceLinearColumns();
   bool secondOrderCorrection(const std::vector<double> &d, const std::vector<double> &actTrial,
                              std::vector<double> &xc, std::vector<double> &actc, double &fc,
                              double &meritc);
@@ -211,6 +226,8 @@ class Loop {
   Bfgs bfgs;
   SlpLinearisation lin;
   std::vector<double> rowval;  // value of each nonlinear row at x
+  std::vector<double> y_;      // row duals of the last subproblem (L = f - y'g)
+  bool exactRows = false;      // every nonlinear term is quadratic: exact Hessians exist
 };
 
 void Loop::setupColumns() {
@@ -248,6 +265,8 @@ void Loop::setupColumns() {
     }
   useHessian = !S.integers && !hcols.empty() &&
                static_cast<int>(hcols.size()) <= S.max_hessian_cols;
+  exactRows = useHessian && static_cast<int>(hcols.size()) <= kMaxExactHessianCols;
+  for (const SlpNonlinearRow &r : M.nonlinearRows()) exactRows = exactRows && r.terms.empty();
   if (useHessian) bfgs.init(static_cast<int>(hcols.size()));
   delta.assign(n, 0.0);
   for (int j = 0; j < n; ++j) {
@@ -296,11 +315,20 @@ bool Loop::linearise(std::string &err) {
       lin.hessian[{std::min(t.i, t.j), std::max(t.i, t.j)}] += t.coef;
   if (useHessian) {
     const int h = static_cast<int>(hcols.size());
-    for (int a = 0; a < h; ++a)
-      for (int b = a; b < h; ++b) {
-        const double v = bfgs.at(a, b);
-        if (v != 0.0) lin.hessian[{hcols[a], hcols[b]}] += v;
-      }
+    std::vector<double> exact;
+    if (exactRows && exactLagrangianHessian(exact)) {
+      for (int a = 0; a < h; ++a)
+        for (int b = a; b < h; ++b) {
+          const double v = exact[static_cast<size_t>(a) * h + b];
+          if (v != 0.0) lin.hessian[{hcols[a], hcols[b]}] += v;
+        }
+    } else {
+      for (int a = 0; a < h; ++a)
+        for (int b = a; b < h; ++b) {
+          const double v = bfgs.at(a, b);
+          if (v != 0.0) lin.hessian[{hcols[a], hcols[b]}] += v;
+        }
+    }
   }
   // cost = gradient - H x, so that the subproblem's objective is g'd + 1/2 d'Hd.
   for (const auto &[cr, v] : lin.hessian) {
@@ -340,6 +368,126 @@ bool Loop::linearise(std::string &err) {
   return true;
 }
 
+double Loop::stationarity(const std::vector<double> &y) {
+  const Model &m = M.model();
+  std::vector<double> r(n);
+  M.objectiveGradient(x.data(), r.data());
+  double scale = 1.0;
+  for (double g : r) scale = std::max(scale, std::fabs(g));
+  std::vector<double> rg;
+  std::string err;
+  for (int i = 0; i < M.rows(); ++i) {
+    const double yi = i < static_cast<int>(y.size()) ? y[i] : 0.0;
+    if (yi == 0.0) continue;
+    const int k = M.nonlinearIndex(i);
+    if (k < 0) {
+      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) r[m.A.col[e]] -= yi * m.A.val[e];
+      continue;
+    }
+    double v;
+    if (!M.rowGradient(k, x.data(), v, rg, ws, err)) return INFINITY;
+    const SlpNonlinearRow &row = M.nonlinearRows()[k];
+    for (size_t q = 0; q < row.cols.size(); ++q) r[row.cols[q]] -= yi * rg[q];
+  }
+  double worst = 0.0;
+  for (int j = 0; j < n; ++j) {
+    double rj = r[j];
+    // At a bound the reduced cost may have the sign that pushes against it.
+    if (!isInfLo(m.lb[j]) && x[j] <= m.lb[j] + 1e-9 * std::max(1.0, std::fabs(m.lb[j])))
+      rj = std::min(rj, 0.0);
+    if (!isInfUp(m.ub[j]) && x[j] >= m.ub[j] - 1e-9 * std::max(1.0, std::fabs(m.ub[j])))
+      rj = std::max(rj, 0.0);
+    if (isInt[j]) rj = 0.0;
+    worst = std::max(worst, std::fabs(rj));
+  }
+  return worst / scale;
+}
+
+void Loop::balanceLinearColumns() {
+  // A column without an initial value that occurs in one row only, linearly, and that row
+  // nonlinear (an objective's transfer column, a slack) starts where the row holds: the
+  // first steps then go to the problem rather than to catching up with that column.
+  const Model &m = M.model();
+  std::vector<int> rowsOf(n, 0), onlyRow(n, -1);
+  std::vector<double> coefIn(n, 0.0);
+  for (int i = 0; i < M.rows(); ++i)
+    for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) {
+      const int j = m.A.col[e];
+      ++rowsOf[j];
+      onlyRow[j] = i;
+      coefIn[j] = m.A.val[e];
+    }
+  for (const SlpQuadTerm &t : M.objectiveHessian()) rowsOf[t.i] = rowsOf[t.j] = 0;
+  std::vector<double> a;
+  std::string err;
+  for (int j = 0; j < n; ++j) {
+    if (rowsOf[j] != 1 || nlc[j] || coefIn[j] == 0.0) continue;
+    const int i = onlyRow[j];
+    if (M.nonlinearIndex(i) < 0) continue;
+    // The objective's transfer column is registered with a value of 0 that means nothing.
+    const bool transfer = i < static_cast<int>(S.transfer_row.size()) && S.transfer_row[i];
+    const bool given = j < static_cast<int>(S.given.size()) && S.given[j];
+    if (given && !transfer) continue;
+    if (!M.activities(x.data(), a, ws, err)) return;  // reported by the caller's evaluation
+    const double target = std::min(std::max(a[i], M.rowLo(i)), M.rowUp(i));
+    const double v = x[j] + (target - a[i]) / coefIn[j];
+    if (std::isfinite(v)) x[j] = std::min(std::max(v, m.lb[j]), m.ub[j]);
+  }
+}
+
+bool Loop::exactLagrangianHessian(std::vector<double> &H) {
+  // The Hessian of f - y'g over the nonlinear columns, when every nonlinear term is
+  // quadratic and the last multipliers make it convex (true near a solution of a convex
+  // problem); otherwise the quasi-Newton term stands in.
+  if (y_.empty()) return false;
+  const int h = static_cast<int>(hcols.size());
+  H.assign(static_cast<size_t>(h) * h, 0.0);
+  auto add = [&](int i, int j, double v) {
+    const int a = hpos[i], b = hpos[j];
+    if (a < 0 || b < 0) return;
+    H[static_cast<size_t>(a) * h + b] += v;
+    if (a != b) H[static_cast<size_t>(b) * h + a] += v;
+  };
+  if (!exactQ)
+    for (const SlpQuadTerm &t : M.objectiveHessian()) add(t.i, t.j, t.coef);
+  for (const SlpNonlinearRow &r : M.nonlinearRows()) {
+    const double yk = r.row < static_cast<int>(y_.size()) ? y_[r.row] : 0.0;
+    if (yk == 0.0) continue;
+    for (const SlpQuadTerm &t : r.quad) add(t.i, t.j, -yk * (t.i == t.j ? 2.0 : 1.0) * t.coef);
+  }
+  std::vector<double> test = H;
+  // A little curvature on every column keeps the QP strictly convex.
+  for (int a = 0; a < h; ++a) test[static_cast<size_t>(a) * h + a] += 1e-10;
+  if (!isPositiveSemidefinite(test, h)) return false;
+  for (int a = 0; a < h; ++a) H[static_cast<size_t>(a) * h + a] += 1e-10;
+  return true;
+}
+
+bool Loop::qpLooksUnbounded() {
+  // HiGHS's QP solver can call an unbounded QP optimal at a huge point. Only the columns
+  // without step bounds can run away, and the objective is linear in them, so the LP with
+  // the same rows is unbounded exactly when the QP is.
+  const Model &m = M.model();
+  const std::vector<double> &xh = sub.x();
+  bool huge = false;
+  for (int j = 0; j < n && !huge; ++j)
+    huge = !nlc[j] && (isInfLo(m.lb[j]) || isInfUp(m.ub[j])) &&
+           std::fabs(xh[j]) >= kHugeStep * std::max(1.0, std::fabs(x[j]));
+  if (!huge) return false;
+  SlpLinearisation lp = lin;
+  for (const auto &[cr, v] : lp.hessian) {
+    // Undo the Hessian's share of the cost: back to the plain gradient.
+    const int c = cr.first, r = cr.second;
+    lp.cost[c] += v * x[r];
+    if (r != c) lp.cost[r] += v * x[c];
+  }
+  lp.hessian.clear();
+  int ms = 0;
+  std::string err;
+  if (!sub.solve(lp, ms, err)) return false;
+  return ms == kHighsModelStatusUnbounded || ms == kHighsModelStatusUnboundedOrInfeasible;
+}
+
 bool Loop::solveWithRetries(int &status, std::string &err) {
   auto settled = [](int ms) {
     return ms == kHighsModelStatusOptimal || ms == kHighsModelStatusModelEmpty ||
@@ -357,6 +505,16 @@ bool Loop::solveWithRetries(int &status, std::string &err) {
   log(NVRL_MSG_INFO, "The subproblem failed; the second-order term is restarted");
   bfgs.init(static_cast<int>(hcols.size()));
   if (!linearise(err)) return false;
+  sub.clearSolver();
+  if (!sub.solve(lin, status, err)) return false;
+  if (settled(status)) return true;
+  // Last resort: a linear step for this iteration.
+  log(NVRL_MSG_INFO, "The subproblem failed again; this iteration takes a linear step");
+  const bool keep = useHessian;
+  useHessian = false;
+  const bool ok = linearise(err);
+  useHessian = keep;
+  if (!ok) return false;
   sub.clearSolver();
   return sub.solve(lin, status, err);
 }
@@ -440,12 +598,12 @@ SlpOutcome Loop::run() {
       return out;
     }
   }
+  balanceLinearColumns();
   if (!evaluate(x, act, f, err)) {
     out.error = "cannot evaluate the problem at the starting point: " + err;
     return out;
   }
   double merit = f + mu * penaltySum(act);
-  std::vector<double> lastDuals;
   int smallChanges = 0, rejections = 0;
   // Integer columns keep steps of 1 however often a step is rejected: a run of rejections
   // this long means no neighbouring point improves.
@@ -484,6 +642,10 @@ SlpOutcome Loop::run() {
         (ms == kHighsModelStatusUnboundedOrInfeasible && infeasibility(act) <= S.feas_tol)) {
       // Unbounded directions use only columns without step bounds, in which every row and
       // the objective are linear: the problem itself is unbounded.
+      status = kSlpUnbounded;
+      break;
+    }
+    if (ms == kHighsModelStatusOptimal && !lin.hessian.empty() && qpLooksUnbounded()) {
       status = kSlpUnbounded;
       break;
     }
@@ -550,7 +712,7 @@ SlpOutcome Loop::run() {
     const bool elasticActive =
         std::any_of(sub.elastic().begin(), sub.elastic().end(),
                     [&](double e) { return e > S.feas_tol; });
-    if (sub.hasDuals()) lastDuals = sub.rowDuals();
+    if (sub.hasDuals()) y_ = sub.rowDuals();
 
     if (predicted <= 1e-12 * scale) {
       // The linearisation promises nothing: a stationary point of the merit function.
@@ -594,7 +756,7 @@ SlpOutcome Loop::run() {
       if (accepted) {
         if (useHessian && sub.hasDuals()) {
           std::vector<double> g0, g1;
-          if (lagrangianGradient(x, lastDuals, g0) && lagrangianGradient(xh, lastDuals, g1)) {
+          if (lagrangianGradient(x, y_, g0) && lagrangianGradient(xh, y_, g1)) {
             std::vector<double> s(hcols.size()), y(hcols.size());
             for (size_t q = 0; q < hcols.size(); ++q) {
               s[q] = d[hcols[q]];
@@ -607,9 +769,12 @@ SlpOutcome Loop::run() {
           for (int j : hcols)
             if (std::fabs(d[j]) >= 0.99 * delta[j])
               delta[j] = std::min(delta[j] * S.expand, S.max_step);
+        // A step cut short by its bound says nothing about being close.
+        bool interior = true;
+        for (int j : hcols) interior = interior && std::fabs(d[j]) < 0.99 * delta[j];
         const double df = std::fabs(fh - f);
-        const bool small =
-            df <= S.obj_abs_tol || df <= S.obj_rel_tol * std::max(1.0, std::fabs(fh));
+        const bool small = interior && (df <= S.obj_abs_tol ||
+                                        df <= S.obj_rel_tol * std::max(1.0, std::fabs(fh)));
         smallChanges = small ? smallChanges + 1 : 0;
         x = xh;
         act.swap(acth);
@@ -636,7 +801,8 @@ SlpOutcome Loop::run() {
     if (hooks.iterationEnd) hooks.iterationEnd(hooks.data, it, accepted);
 
     if (accepted && infeas <= S.feas_tol &&
-        (exactModel || stepRel <= S.step_tol || smallChanges >= 2)) {
+        (exactModel || stepRel <= S.step_tol || smallChanges >= 2 ||
+         (!y_.empty() && stationarity(y_) <= S.opt_tol))) {
       converged = true;
       break;
     }
@@ -665,14 +831,14 @@ SlpOutcome Loop::run() {
   out.objective = M.userObjective(x.data());
   out.slack.resize(M.rows());
   for (int i = 0; i < M.rows(); ++i) out.slack[i] = m.rhs[i] - act[i];
-  if (!lastDuals.empty() && !S.integers) {
+  if (!y_.empty() && !S.integers) {
     // Reduced costs at the final point from the last multipliers: d = grad f - J'y.
     std::vector<double> dj(n);
     M.objectiveGradient(x.data(), dj.data());
     std::vector<double> rg;
     bool good = true;
     for (int i = 0; i < M.rows() && good; ++i) {
-      const double y = lastDuals[i];
+      const double y = y_[i];
       if (y == 0.0) continue;
       const int k = M.nonlinearIndex(i);
       if (k < 0) {
@@ -686,7 +852,7 @@ SlpOutcome Loop::run() {
     }
     if (good) {
       out.have_duals = true;
-      out.duals.assign(lastDuals.begin(), lastDuals.begin() + M.rows());
+      out.duals.assign(y_.begin(), y_.begin() + M.rows());
       out.djs = dj;
       if (M.sense() < 0) {
         for (double &v : out.duals) v = -v;

@@ -31,11 +31,14 @@ struct SlpSettings {
   double time_limit = 0.0;  // seconds, 0: none
   int log_level = 1;
   double step_tol = 1e-6, obj_abs_tol = 1e-6, obj_rel_tol = 1e-6, feas_tol = 1e-6;
+  double opt_tol = 1e-6;
   double init_step = 10.0, min_step = 1e-8, max_step = 1e6, expand = 2.0, shrink = 0.5;
   double penalty = 100.0, penalty_growth = 10.0, penalty_max = 1e9;
   bool integers = false;          // keep 'I' and 'B' columns integral (MIP subproblems)
   int max_hessian_cols = 1000;    // beyond this many nonlinear columns: LP subproblems only
   std::vector<double> initial;    // starting point, one value per column
+  std::vector<char> given;        // per column: the initial value was given by the user
+  std::vector<char> transfer_row; // per row: holds the objective through a transfer column
   std::vector<double> col_step;   // per column initial step bound; 0 or absent: init_step
   std::vector<double> row_weight; // per row penalty weight; absent: 1
 };

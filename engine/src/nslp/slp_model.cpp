@@ -39,7 +39,9 @@ SlpModel::SlpModel(const Model &m, const SlpData &d, int sense)
   nlcol_.assign(ncols_, 0);
   const FormulaScope scope{ncols_, nullptr};
   for (int r : nl) {
-    if (r < 0 || r >= nrows_) continue;  // the store keeps rows in range; be safe anyway
+    if (r < 0 || r >= nrows_)
+      throw FormulaError("a nonlinear coefficient refers to row " + std::to_string(r) +
+                         ", beyond the problem's " + std::to_string(nrows_) + " rows");
     SlpNonlinearRow row;
     row.row = r;
     std::vector<int> cols;
@@ -60,6 +62,11 @@ SlpModel::SlpModel(const Model &m, const SlpData &d, int sense)
     auto f = formulaRows.find(r);
     if (f != formulaRows.end()) {
       for (const SlpCoefficient *c : f->second) {
+        if (c->col >= ncols_)
+          throw FormulaError("the coefficient of row " + std::to_string(r) + " has column " +
+                             std::to_string(c->col) + ", beyond the problem's " +
+                             std::to_string(ncols_) + " columns");
+        checkFormula(c->formula, scope);  // the problem may have changed since it was added
         SlpFormulaTerm t;
         t.col = c->col;
         t.factor = c->factor;

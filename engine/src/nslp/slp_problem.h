@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -78,9 +79,32 @@ struct SlpState {
 
 }  // namespace nvrl
 
+struct nslp_problem_s;
+
+namespace nvrl {
+
+// Renumbers a nonlinear problem's data when rows or columns of the optimiser problem beneath
+// are deleted. A member rather than a base class: handles must start with the object header.
+class SlpDeletionFollower : public StoreDependent {
+ public:
+  explicit SlpDeletionFollower(nslp_problem_s *owner) : owner_(owner) {}
+  bool prepareDeletion(const std::vector<int> *rowmap, const std::vector<int> *colmap,
+                       std::string &why) override;
+  void commitDeletion() noexcept override;
+  void abandonDeletion() noexcept override { pending_.reset(); }
+
+ private:
+  nslp_problem_s *owner_;
+  std::unique_ptr<SlpData> pending_;  // renumbered data between prepare and commit
+};
+
+}  // namespace nvrl
+
 struct nslp_problem_s : nvrl_object_s {
   explicit nslp_problem_s(nvrl_problem_s *underlying);
   ~nslp_problem_s();
+
+  nvrl::SlpDeletionFollower follower{this};  // registered with prob while both live
 
   nvrl_problem_s *prob;  // the optimiser problem underneath; not owned
   nvrl::ControlValues controls;

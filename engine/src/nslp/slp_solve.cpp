@@ -21,6 +21,9 @@ namespace nvrl {
 
 namespace {
 
+// Row status bit of the row that holds a nonlinear objective through a transfer column.
+constexpr int kObjectiveTransferRow = 0x800;
+
 int64_t ctlInt(const ControlValues &cv, int id) {
   const ParamInfo *info = findParam(id);
   return info ? intValue(cv, *info) : 0;
@@ -39,6 +42,7 @@ SlpSettings settingsFrom(const ControlValues &cv) {
   s.obj_abs_tol = ctlDbl(cv, id::kSlpObjAbsTol);
   s.obj_rel_tol = ctlDbl(cv, id::kSlpObjRelTol);
   s.feas_tol = ctlDbl(cv, id::kSlpFeasTol);
+  s.opt_tol = ctlDbl(cv, id::kSlpOptTol);
   s.init_step = ctlDbl(cv, id::kSlpInitialStep);
   s.min_step = ctlDbl(cv, id::kSlpMinStep);
   s.max_step = ctlDbl(cv, id::kSlpMaxStep);
@@ -230,14 +234,19 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   st.integers = integers && hasGlobalEntities(m);
   const int sense = ctlDbl(s->controls, id::kSlpObjSense) < 0 ? -1 : 1;
   st.initial.resize(m.cols());
+  st.given.assign(m.cols(), 0);
   st.col_step.assign(m.cols(), 0.0);
   for (int j = 0; j < m.cols(); ++j) {
     const SlpColumn *c =
         j < static_cast<int>(s->data.columns.size()) ? &s->data.columns[j] : nullptr;
     st.initial[j] = c && c->has_initial ? c->initial : defaultStart(m.lb[j], m.ub[j]);
+    st.given[j] = c && c->has_initial;
     if (c) st.col_step[j] = c->init_step_bound > 0 ? c->init_step_bound : c->step_bound;
   }
   st.row_weight = s->data.rowweight;
+  st.transfer_row.assign(m.rows(), 0);
+  for (size_t i = 0; i < s->data.rowstatus.size() && i < st.transfer_row.size(); ++i)
+    st.transfer_row[i] = (s->data.rowstatus[i] & kObjectiveTransferRow) != 0;
   if (s->state.fixed_penalty > 0) st.penalty = s->state.fixed_penalty;
 
   std::unique_ptr<SlpModel> built;
