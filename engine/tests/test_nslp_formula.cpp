@@ -332,6 +332,16 @@ TEST_P(RandomFormulas, ValuesGradientsAndRoundTrips) {
         nvrl::readFormulaTokens(ity.data(), iva.data(), int64_t(ity.size()), false, fx.scope);
     ASSERT_TRUE(sameTokens(f, fromInfix)) << dump(f) << "\n" << dump(fromInfix);
 
+    // Written-order tokens with minimal brackets read back the same.
+    std::vector<SlpToken> un = nvrl::unparseFormula(f, fx.scope);
+    std::vector<int> uty;
+    std::vector<double> uva;
+    for (const SlpToken &t : un) uty.push_back(t.type), uva.push_back(t.value);
+    ASSERT_LE(un.size(), ity.size());
+    ASSERT_TRUE(sameTokens(f, nvrl::readFormulaTokens(uty.data(), uva.data(), int64_t(un.size()),
+                                                      false, fx.scope)))
+        << dump(un);
+
     // Text round trip, token for token.
     std::string text = nvrl::formatFormulaText(f, fx.scope, colName);
     std::vector<SlpToken> back;

@@ -59,6 +59,11 @@ NVRL_INTERNAL_API std::vector<SlpToken> parseFormulaText(const std::string &text
 NVRL_INTERNAL_API std::string formatFormulaText(const std::vector<SlpToken> &formula, const FormulaScope &scope,
                               const std::function<std::string(int)> &colName);
 
+// Writes a checked formula as an unparsed (written-order) token list with the brackets it
+// needs and commas between arguments; readFormulaTokens reads it back to the same formula.
+NVRL_INTERNAL_API std::vector<SlpToken> unparseFormula(const std::vector<SlpToken> &formula,
+                                                       const FormulaScope &scope);
+
 // A checked formula compiled for repeated evaluation. Evaluation is const and keeps its
 // scratch space in the caller's FormulaWorkspace, so one tape can be evaluated by several
 // threads, each with its own workspace.
