@@ -1022,6 +1022,67 @@ NVRL_API int NSLPinterrupt(NSLPprob slp, int reason);
 
 /* ----- Nonlinear coefficients and formulas --------------------------------------------- */
 
+/* A nonlinear coefficient (row, col) contributes factor * x[col] * formula(x) to its row, or
+ * factor * formula(x) when col is -1, the constant column. Rows are 0..rows-1 of the optimiser
+ * problem and -1 for the objective; columns 0..cols-1 and -1. A problem holds at most one
+ * coefficient per (row, col). Formulas are token lists (NSLP_TOK_...) ending with
+ * NSLP_TOK_EOF, in reverse-Polish form when parsed is non-zero, else in written order with
+ * brackets and commas; docs/nonlinear_formulas.md describes both and the text form. The
+ * calls below fail, changing nothing, on a null handle or array they need, a row or column
+ * out of range, a non-finite factor or a formula that cannot be read (the message names
+ * the coefficient and the token or character). */
+
+/* Replaces all nonlinear coefficients by the ncoef given: coefficient k is (rowindex[k],
+ * colindex[k]) with factor[k] (factor null: all 1.0) and the formula in
+ * type/value[formulastart[k] .. formulastart[k+1]-1] (formulastart has ncoef+1
+ * non-decreasing entries; each range holds an end token; tokens after it are ignored). A
+ * (row, col) given twice keeps the later one. */
+NVRL_API int NSLPloadcoefs(NSLPprob slp, int ncoef, const int rowindex[], const int colindex[],
+                           const double factor[], const int formulastart[], int parsed,
+                           const int type[], const double value[]);
+/* As NSLPloadcoefs, but adds to the coefficients held; a (row, col) held already is
+ * replaced. */
+NVRL_API int NSLPaddcoefs(NSLPprob slp, int ncoef, const int rowindex[], const int colindex[],
+                          const double factor[], const int formulastart[], int parsed,
+                          const int type[], const double value[]);
+/* Sets the coefficient (row, col) to *factor (null: 1.0) times the formula in type/value,
+ * read up to its end token, adding it when absent. With type null the formula is kept and
+ * only the factor changes (fails when there is no such coefficient). */
+NVRL_API int NSLPchgcoef(NSLPprob slp, int row, int col, const double *factor, int parsed,
+                         const int type[], const double value[]);
+/* As NSLPchgcoef with the formula as text, e.g. "x1^2 + 3*sin(x2)" (columns and user
+ * functions by name); formula null keeps the formula. */
+NVRL_API int NSLPchgccoef(NSLPprob slp, int row, int col, const double *factor,
+                          const char *formula);
+/* Deletes the ncoef coefficients (rowindex[k], colindex[k]). Fails when one of them is not
+ * held (a pair given twice is deleted once). */
+NVRL_API int NSLPdelcoefs(NSLPprob slp, int ncoef, const int rowindex[], const int colindex[]);
+/* The number of coefficients into *ncoef and, when rowindex and colindex are both non-null,
+ * their rows and columns ordered by row, then column (arrays of *ncoef entries). */
+NVRL_API int NSLPgetcoefs(NSLPprob slp, int *ncoef, int rowindex[], int colindex[]);
+/* The factor (into *factor, may be null) and the formula of coefficient (row, col), parsed
+ * (reverse Polish) or in written order. *ntypes (may be null) receives the number of tokens,
+ * end token included; type and value (both null: count only) receive them and must hold
+ * maxtypes entries. Fails when the coefficient is not held or maxtypes is too small. */
+NVRL_API int NSLPgetcoefformula(NSLPprob slp, int row, int col, double *factor, int parsed,
+                                int maxtypes, int *ntypes, int type[], double value[]);
+/* The factor (into *factor, may be null) and the formula of coefficient (row, col) as text
+ * into formula, which holds maxbytes bytes. Fails when the coefficient is not held, the
+ * text with its terminator needs more than maxbytes bytes (the message says how many), or a
+ * column's name cannot be written in a formula. */
+NVRL_API int NSLPgetccoef(NSLPprob slp, int row, int col, double *factor, char *formula,
+                          int maxbytes);
+/* The value factor * formula(x) of coefficient (row, col) at the current point (the last
+ * solution, else the initial values, else for each column the point of its bounds nearest
+ * to 0). Fails when the coefficient is not held or the formula cannot be evaluated there
+ * (a domain error: the message says which). */
+NVRL_API int NSLPevaluatecoef(NSLPprob slp, int row, int col, double *value);
+/* The value of a formula (parsed or not, read up to its end token) at the current point, as
+ * NSLPevaluatecoef. */
+NVRL_API int NSLPevaluateformula(NSLPprob slp, int parsed, const int type[],
+                                 const double value[], double *result);
+
+
 /* ----- Nonlinear columns, tolerance sets, rows and derivatives -------------------------- */
 /* Changes the nonlinear solver's settings of column col; a null pointer leaves that setting
  * unchanged. detrow: determining row (-1 none); initstepbound: the first step bound (0: the

@@ -37,7 +37,7 @@ SlpModel::SlpModel(const Model &m, const SlpData &d, int sense)
 
   nlindex_.assign(nrows_, -1);
   nlcol_.assign(ncols_, 0);
-  const FormulaScope scope{ncols_, nullptr};
+  const FormulaScope scope{ncols_, &d.userfuncs};
   for (int r : nl) {
     if (r < 0 || r >= nrows_)
       throw FormulaError("a nonlinear coefficient refers to row " + std::to_string(r) +

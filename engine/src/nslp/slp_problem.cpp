@@ -105,6 +105,7 @@ bool SlpDeletionFollower::prepareDeletion(const std::vector<int> *rowmap,
       out[to] = in[i];
     }
   };
+  next->userfuncs = data.userfuncs;
   compact(next->columns, data.columns, colmap);
   compact(next->rowstatus, data.rowstatus, rowmap);
   compact(next->rowweight, data.rowweight, rowmap);

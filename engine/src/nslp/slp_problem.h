@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/problem.h"
+#include "nslp/user_functions.h"
 
 namespace nvrl {
 
@@ -58,13 +59,14 @@ struct SlpData {
   // weight 1): the row's status bits (NSLPchgrowstatus) and penalty weight (NSLPchgrowwt).
   std::vector<int> rowstatus;
   std::vector<double> rowweight;
+  UserFunctionTable userfuncs;
 
   int nonlinearRows() const;
 };
 
 // Answers and state of the nonlinear solver.
 struct SlpState {
-  int constant_col = -1;  // -1 until the problem has been constructed for the solver
+  int constant_col = -1;  // the constant column's index: -1, as coefficients name it
   int statebits = 0;      // bit 0 constructed, bit 29 presolved
   int nlpstatus = 0;      // nlp_... constants; 0 unstarted
   int stopstatus = NVRL_STOP_NONE;
