@@ -227,6 +227,26 @@ TEST_F(Stops, InterruptFromTheMessageCallbackStopsAtTheNextIteration) {
   EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
 }
 
+TEST_F(NslpTest, MixedIntegerConvexProblemMatchesEnumeration) {
+  // min (x - 2.6)^2 + (y - 1.3)^2  s.t.  x^2 + y^2 <= 9, x and y integers in [0, 5].
+  const int a = col(0, 5, -5.2, 'I'), b = col(0, 5, -2.6, 'I');
+  model().objconst = 2.6 * 2.6 + 1.3 * 1.3;
+  qobj({{a, a, 2.0}, {b, b, 2.0}});
+  qrow(row('L', 9.0, {}), {{a, a, 1.0}, {b, b, 1.0}});
+  double best = 1e9;
+  for (int i = 0; i <= 5; ++i)
+    for (int j = 0; j <= 5; ++j)
+      if (i * i + j * j <= 9) best = std::min(best, std::pow(i - 2.6, 2) + std::pow(j - 1.3, 2));
+  ASSERT_EQ(0, optimize("g")) << slpError();
+  EXPECT_EQ(NSLP_NLP_GLOBALLY_OPTIMAL, status());
+  EXPECT_NEAR(best, objective(), 1e-6);
+  const std::vector<double> sol = x();
+  EXPECT_NEAR(std::round(sol[a]), sol[a], 1e-6);
+  // Without the flag the integrality is dropped, and the continuous optimum is better.
+  ASSERT_EQ(0, optimize()) << slpError();
+  EXPECT_LT(objective(), best - 0.1);
+}
+
 std::vector<std::string> g_log;
 void collect(NSLPprob, void *, const char *msg, int len, int) { g_log.emplace_back(msg, len); }
 

@@ -96,6 +96,46 @@ SlpOutcome runCuttingPlanes(const SlpModel &M, const SlpSettings &S, const nvrl_
                            cvv.data()));
   };
 
+  // q(z) = 1/2 z'Hz over the upper triangle and its gradient Hz; the tangent at z is a cut.
+  auto quadratic = [&](const std::vector<double> &z, std::vector<double> &g) {
+    double q = 0.0;
+    g.assign(n, 0.0);
+    for (const SlpQuadTerm &t : M.objectiveHessian()) {
+      if (t.i == t.j) {
+        q += 0.5 * t.coef * z[t.i] * z[t.i];
+        g[t.i] += t.coef * z[t.i];
+      } else {
+        q += t.coef * z[t.i] * z[t.j];
+        g[t.i] += t.coef * z[t.j];
+        g[t.j] += t.coef * z[t.i];
+      }
+    }
+    return q;
+  };
+  auto objectiveCut = [&](const std::vector<double> &z, double q, const std::vector<double> &g) {
+    std::vector<std::pair<int, double>> terms;
+    double gz = 0;
+    for (int j = 0; j < n; ++j) {
+      terms.push_back({j, g[j]});
+      gz += g[j] * z[j];
+    }
+    terms.push_back({n, -1.0});
+    return addCut(terms, -INFINITY, gz - q);
+  };
+  if (epigraph) {
+    // The epigraph column needs a first tangent, or the first MIP is unbounded.
+    std::vector<double> z(n), g;
+    for (int j = 0; j < n; ++j) {
+      const double v = j < static_cast<int>(S.initial.size()) ? S.initial[j]
+                                                               : defaultStart(m.lb[j], m.ub[j]);
+      z[j] = std::min(std::max(v, lo[j]), up[j]);
+    }
+    if (!objectiveCut(z, quadratic(z, g), g)) {
+      out.error = "HiGHS refused a cut";
+      return out;
+    }
+  }
+
   int it = 0;
   bool haveX = false;
   int status = kSlpUnfinished;
@@ -179,29 +219,11 @@ SlpOutcome runCuttingPlanes(const SlpModel &M, const SlpSettings &S, const nvrl_
     double gap = 0.0;
     if (epigraph) {
       // eta >= q(x): the quadratic part of the objective, minimisation form.
-      // q(x) = 1/2 x'Hx over the upper triangle, and its gradient Hx.
-      double q = 0.0;
-      std::vector<double> g(n, 0.0);
-      for (const SlpQuadTerm &t : M.objectiveHessian()) {
-        if (t.i == t.j) {
-          q += 0.5 * t.coef * x[t.i] * x[t.i];
-          g[t.i] += t.coef * x[t.i];
-        } else {
-          q += t.coef * x[t.i] * x[t.j];
-          g[t.i] += t.coef * x[t.j];
-          g[t.j] += t.coef * x[t.i];
-        }
-      }
+      std::vector<double> g;
+      const double q = quadratic(x, g);
       gap = q - cv[n];
       if (gap > std::max(S.obj_abs_tol, S.obj_rel_tol * std::fabs(q))) {
-        std::vector<std::pair<int, double>> terms;
-        double gx = 0;
-        for (int j = 0; j < n; ++j) {
-          terms.push_back({j, g[j]});
-          gx += g[j] * x[j];
-        }
-        terms.push_back({n, -1.0});
-        if (!addCut(terms, -INFINITY, gx - q)) {
+        if (!objectiveCut(x, q, g)) {
           out.error = "HiGHS refused a cut";
           break;
         }

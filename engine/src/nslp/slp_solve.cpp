@@ -13,6 +13,7 @@
 #include "nslp/slp_loop.h"
 #include "nslp/slp_problem.h"
 #include "solve/collect_answers.h"
+#include "solve/convexity.h"
 #include "solve/interrupts.h"
 #include "solve/lowered_model.h"
 #include "solve/quadratic_rows.h"
@@ -120,6 +121,24 @@ struct StopSources {
 void logBanner(const std::function<void(int, const std::string &)> &log, bool integers) {
   log(NVRL_MSG_INFO, std::string("nuvrel nonlinear solver: successive linear programming") +
                          (integers ? " with mixed-integer subproblems" : ""));
+}
+
+// Whether every nonlinear term is quadratic and convex in its row's sense (and the objective
+// in the model's sense): then integer problems have a global method (cutting planes).
+bool convexQuadratic(const SlpModel &model) {
+  const Model &m = model.model();
+  for (const SlpNonlinearRow &r : model.nonlinearRows())
+    if (!r.terms.empty() || !quadraticRowIsConvex(m, r.row)) return false;
+  std::vector<int> cols;
+  for (const SlpQuadTerm &t : model.objectiveHessian()) cols.insert(cols.end(), {t.i, t.j});
+  std::sort(cols.begin(), cols.end());
+  cols.erase(std::unique(cols.begin(), cols.end()), cols.end());
+  const int d = static_cast<int>(cols.size());
+  std::vector<double> a(static_cast<size_t>(d) * d, 0.0);
+  auto pos = [&](int c) { return std::lower_bound(cols.begin(), cols.end(), c) - cols.begin(); };
+  for (const SlpQuadTerm &t : model.objectiveHessian())
+    a[pos(t.i) * d + pos(t.j)] = a[pos(t.j) * d + pos(t.i)] = t.coef;
+  return isPositiveSemidefinite(a, d);
 }
 
 }  // namespace
@@ -268,7 +287,8 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   SlpOutcome out;
   {
     InterruptGuard guard(p);
-    out = runSlp(model, st, sub, SlpHooks(), env);
+    out = st.integers && convexQuadratic(model) ? runCuttingPlanes(model, st, p, sf, env)
+                                                : runSlp(model, st, sub, SlpHooks(), env);
   }
   SlpState &state = s->state;
   state.nlpstatus = out.error.empty() || out.have_point ? out.status : kSlpUnfinished;
