@@ -51,7 +51,7 @@ class NslpTest : public solvetest::SolveTest {
     NSLPsetintcontrol(slp, NSLP_CTRL_LOG_LEVEL, 0);
     // NSLP_TEST_LOG=1 shows the solver's log while a test is being investigated.
     if (std::getenv("NSLP_TEST_LOG")) {
-      NSLPsetintcontrol(slp, NSLP_CTRL_LOG_LEVEL, 1);
+      NSLPsetintcontrol(slp, NSLP_CTRL_LOG_LEVEL, std::atoi(std::getenv("NSLP_TEST_LOG")));
       NSLPsetcbmessage(slp, printLine, nullptr);
     }
   }

@@ -316,7 +316,17 @@ bool Loop::linearise(std::string &err) {
   if (useHessian) {
     const int h = static_cast<int>(hcols.size());
     std::vector<double> exact;
-    if (exactRows && exactLagrangianHessian(exact)) {
+    const bool useExact = exactRows && exactLagrangianHessian(exact);
+    if (S.log_level >= 2) {
+      double ymax = 0, bmax = 0;
+      for (double v : y_) ymax = std::max(ymax, std::fabs(v));
+      for (int a = 0; a < h; ++a)
+        bmax = std::max(bmax, std::fabs(useExact ? exact[static_cast<size_t>(a) * h + a]
+                                                 : bfgs.at(a, a)));
+      log(NVRL_MSG_DEBUG, fmt("  second-order term: %s, largest diagonal %.3e, largest "
+                              "multiplier %.3e", useExact ? "exact" : "quasi-Newton", bmax, ymax));
+    }
+    if (useExact) {
       for (int a = 0; a < h; ++a)
         for (int b = a; b < h; ++b) {
           const double v = exact[static_cast<size_t>(a) * h + b];
@@ -455,12 +465,14 @@ bool Loop::exactLagrangianHessian(std::vector<double> &H) {
     if (yk == 0.0) continue;
     for (const SlpQuadTerm &t : r.quad) add(t.i, t.j, -yk * (t.i == t.j ? 2.0 : 1.0) * t.coef);
   }
+  // Only a positive definite Hessian will do: where it is singular (a linear objective with
+  // multipliers still 0, say) the subproblem would see no curvature at all in some
+  // directions and run to its step bounds; the quasi-Newton term is better there.
+  double scale = 0.0;
+  for (int a = 0; a < h; ++a) scale = std::max(scale, std::fabs(H[static_cast<size_t>(a) * h + a]));
   std::vector<double> test = H;
-  // A little curvature on every column keeps the QP strictly convex.
-  for (int a = 0; a < h; ++a) test[static_cast<size_t>(a) * h + a] += 1e-10;
-  if (!isPositiveSemidefinite(test, h)) return false;
-  for (int a = 0; a < h; ++a) H[static_cast<size_t>(a) * h + a] += 1e-10;
-  return true;
+  for (int a = 0; a < h; ++a) test[static_cast<size_t>(a) * h + a] -= 1e-8 * std::max(1.0, scale);
+  return isPositiveSemidefinite(test, h);
 }
 
 bool Loop::qpLooksUnbounded() {
