@@ -3,8 +3,8 @@
  *
  * Conventions
  * - Every function returns int: 0 on success, non-zero on failure. The failure's text is
- *   available from NVRLgetlasterror (problem calls), NSLPgetlasterror (nonlinear calls),
- *   NVRL_ge_getlasterror (environment calls) or NVRL_bo_getlasterror (branching objects).
+ *   available from NVRLgetlasterror (problem calls), NSLPgetlasterror (nonlinear calls) or
+ *   NVRL_ge_getlasterror (environment calls and invalid handles).
  *   A failed call leaves the problem exactly as it was. Failures of problem calls are not
  *   logged; failures of environment calls are also sent to the global message handlers.
  * - Indices are 0-based. Ranges (first, last) are inclusive.
