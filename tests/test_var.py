@@ -61,8 +61,8 @@ def test_constructor_bounds(kwargs, lb, ub):
          "Variable has empty feasible set: lower bound > upper bound"),
         (dict(name=3), nuvrel.ModelError, "Invalid variable name (must be a string)"),
         (dict(name=None), nuvrel.ModelError, "Invalid variable name (must be a string)"),
-        (dict(lb="zero"), TypeError, ""),
-        (dict(colour=1), TypeError, ""),
+        (dict(lb="zero"), TypeError, "must be real number"),
+        (dict(colour=1), TypeError, "'colour' is an invalid keyword"),
     ],
 )
 def test_constructor_rejects_bad_input_without_leaking(kwargs, exc, message):

@@ -141,17 +141,6 @@ def expect_no_solution(nv, p):
         p.getSlack()
 
 
-def test_infeasible_lp_reports_no_objective(nv):
-    p = nv.problem()
-    x = nv.var()
-    p.addVariable(x)
-    p.addConstraint(nv.constraint(body=0 * x, lb=5))  # 0 >= 5
-    p.setObjective(x + 1)
-    p.solve()
-    assert p.getProbStatusString() == "lp_infeas"
-    expect_no_solution(nv, p)
-
-
 def test_mip_stopped_before_a_solution_has_none(nv):
     rng = random.Random(3)
     p = nv.problem()
