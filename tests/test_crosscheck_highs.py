@@ -9,7 +9,6 @@ getSolution() is the reported one."""
 
 import os
 import subprocess
-import sys
 
 import numpy as np
 import pytest
@@ -570,20 +569,17 @@ CYCLING_QP = dict(fixed_model(
     sense=-1), const=-2.0)
 
 
-def test_qp_on_which_highs_cycles_ends(tmp_path):
+def test_qp_on_which_highs_cycles_ends(tmp_path, run_python):
     # The engine's iteration cap must turn the endless loop into an unfinished solve. A
-    # subprocess keeps a regression from hanging the suite.
+    # child interpreter keeps a regression from hanging the suite.
     model = tmp_path / "cycling.mps"
     write_mps(CYCLING_QP, model)
-    script = (
-        "import nuvrel as nv\n"
-        "nv.setOutputEnabled(False)\n"
-        "p = nv.problem()\n"
-        f"p.read({str(model)!r})\n"
-        "p.solve()\n"
-        "print(p.getProbStatusString())\n"
-    )
-    proc = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True,
-                          timeout=120)
-    assert proc.returncode == 0, proc.stderr
+    proc = run_python(f"""
+        import nuvrel as nv
+        nv.setOutputEnabled(False)
+        p = nv.problem()
+        p.read({str(model)!r})
+        p.solve()
+        print(p.getProbStatusString())
+        """)
     assert proc.stdout.split() == ["lp_unfinished"]

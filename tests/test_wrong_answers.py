@@ -132,18 +132,6 @@ def test_nan_in_an_indicator_constraint_is_refused(nv):
     assert p.attributes.rows == 0 and p.attributes.indicators == 0
 
 
-def transportation(nv, n=12):
-    """From x = 0 every demand row is violated: a stopped dual simplex has no feasible point."""
-    p = nv.problem()
-    x = [[nv.var() for _ in range(n)] for _ in range(n)]
-    p.addVariable(x)
-    p.addConstraint([nv.Sum(row) <= 20 for row in x])
-    p.addConstraint([nv.Sum(x[i][j] for i in range(n)) >= 10 + j % 5 for j in range(n)])
-    p.setObjective(nv.Sum((1 + (i * n + j) * 7919 % 13) * x[i][j]
-                          for i in range(n) for j in range(n)))
-    return p
-
-
 def expect_no_solution(nv, p):
     assert p.attributes.solution_available == 0
     assert p.getObjVal() == 0.0
@@ -151,32 +139,6 @@ def expect_no_solution(nv, p):
         p.getSolution()
     with pytest.raises(nv.SolverError):
         p.getSlack()
-
-
-def test_lp_stopped_at_an_infeasible_point_has_no_solution(nv):
-    p = transportation(nv)
-    p.controls.presolve = 0
-    p.controls.lp_iteration_limit = 5
-    p.solve("d")
-    assert p.getProbStatusString() == "lp_unfinished"
-    assert p.attributes.stop_status == nv.stop_iterlimit
-    assert p.attributes.max_primal_infeasibility > 1e-3
-    expect_no_solution(nv, p)
-    p.controls.lp_iteration_limit = 0  # the full solve has one again
-    p.solve()
-    assert p.getProbStatusString() == "lp_optimal"
-    assert p.attributes.solution_available == 1 and p.getObjVal() > 0
-
-
-def test_infeasible_lp_reports_no_objective(nv):
-    p = nv.problem()
-    x = nv.var()
-    p.addVariable(x)
-    p.addConstraint(nv.constraint(body=0 * x, lb=5))  # 0 >= 5
-    p.setObjective(x + 1)
-    p.solve()
-    assert p.getProbStatusString() == "lp_infeas"
-    expect_no_solution(nv, p)
 
 
 def test_mip_stopped_before_a_solution_has_none(nv):

@@ -272,26 +272,12 @@ TEST_F(MpsRead, NameFallsBackToTheFileName) {
   EXPECT_EQ(m.name, "unnamed");
 }
 
-struct Malformed {
-  const char *label;
-  const char *text;
-  int line;
-  const char *message;
-};
-
-std::ostream &operator<<(std::ostream &os, const Malformed &c) { return os << c.label; }
-
-class MpsMalformed : public iotest::FileTest, public ::testing::WithParamInterface<Malformed> {};
+using iotest::Malformed;
+using MpsMalformed = iotest::MalformedTest;
 
 TEST_P(MpsMalformed, FailsNamingTheLineAndKeepsTheModel) {
-  const Malformed &c = GetParam();
-  load("good.mps", "NAME good\nROWS\n N obj\n L r\nCOLUMNS\n    x obj 1 r 2\nRHS\n    RHS r 3\nENDATA\n");
-  const nvrl::Model before = prob->model;
-  std::string p = writeText("bad.mps", c.text);
-  EXPECT_NE(NVRLreadprob(prob, p.c_str(), ""), 0);
-  std::string expected = p + ":" + std::to_string(c.line) + ": " + c.message;
-  EXPECT_EQ(lastError().substr(0, expected.size()), expected) << lastError();
-  iotest::expectSameModel(before, prob->model);
+  check("good.mps",
+        "NAME good\nROWS\n N obj\n L r\nCOLUMNS\n    x obj 1 r 2\nRHS\n    RHS r 3\nENDATA\n");
 }
 
 #define HEAD "NAME t\nROWS\n N obj\n L r\nCOLUMNS\n    x obj 1 r 2\n"
