@@ -37,7 +37,7 @@ def _shared_data_dir():
     return roots[-1].parent / "shared" / "data"
 
 
-# For parametrisation at collection time; tests otherwise use the shared_data fixture.
+# Known at collection time, so that tests can be parametrised over its files.
 SHARED_DATA = _shared_data_dir()
 
 
@@ -57,14 +57,6 @@ rows = [nv.Sum(wj * xj for wj, xj in zip(w, x)) <= c for w, c in zip(W, cap)]
 p = nv.problem(x, rows, nv.Sum(pj * xj for pj, xj in zip(profit, x)), sense=nv.maximize)
 p.controls.mip_relative_gap = 0.0
 """
-
-
-@pytest.fixture(scope="session")
-def shared_data():
-    """Directory of the shared instances and their optima (optima.csv)."""
-    if not (SHARED_DATA / "optima.csv").exists():
-        pytest.skip(f"no test data in {SHARED_DATA}")
-    return SHARED_DATA
 
 
 @pytest.fixture(scope="session")

@@ -52,6 +52,7 @@ RUNTIME_FUNCTIONS = [
 
 
 def test_module_publishes_its_types_exceptions_constants_and_controls():
+    # Exactly these: an internal type (term, control table, handle) published by mistake fails.
     attributes = {k for k, v in vars(nuvrellib).items()
                   if not k.startswith("__") and not isinstance(v, types.BuiltinFunctionType)}
     assert attributes == {*PUBLISHED_TYPES, *EXCEPTIONS, *(name for name, _ in CONSTANTS),
@@ -79,12 +80,6 @@ def test_exceptions(name):
     exc = getattr(nuvrellib, name)
     assert issubclass(exc, Exception) and exc.__bases__ == (Exception,)
     assert f"{exc.__module__}.{exc.__name__}" == f"nuvrel.{name}"
-
-
-@pytest.mark.parametrize(
-    "name", ["ctrl", "attr", "nvrlobject", "voidstar", "linterm", "quadterm", "nonlin"])
-def test_internal_types_not_published(name):
-    assert not hasattr(nuvrellib, name)
 
 
 @pytest.mark.parametrize("name", RUNTIME_FUNCTIONS)

@@ -183,27 +183,6 @@ print(json.dumps({{"seen": seen, "raised": raised, "reported": reported,
     assert (out["cols"], out["rows"]) == (200, 30)
 
 
-def test_two_threads_solving_one_problem(run_python):
-    out = run_python(KNAPSACK.replace("TIME_LIMIT", "1.0") + """
-results = []
-def solve():
-    try:
-        p.solve()
-        results.append("returned")
-    except Exception as e:
-        results.append(f"{type(e).__name__}: {e}")
-threads = [threading.Thread(target=solve) for _ in range(2)]
-for t in threads:
-    t.start()
-for t in threads:
-    t.join()
-print(sorted(results))
-print(model_intact())
-""").stdout.splitlines()
-    assert out[0] == str(sorted(["returned", "SolverError: " + ALREADY]))
-    assert out[1] == "True"
-
-
 @pytest.mark.parametrize("mip", [False, True])
 def test_failed_solve_raises_solver_error_with_the_library_message(nv, mip):
     x = nv.var(ub=1, vartype=nv.integer if mip else nv.continuous)

@@ -270,20 +270,11 @@ TEST_F(Controls, AttributesFollowTheStore) {
     return v;
   };
   using namespace nvrl::id;
-  EXPECT_EQ(3, attr(kRows));
-  EXPECT_EQ(3, attr(kOriginalRows));
-  EXPECT_EQ(7, attr(kCols));
-  EXPECT_EQ(7, attr(kOriginalCols));
-  EXPECT_EQ(0, attr(kSpareRows));
-  EXPECT_EQ(2, attr(kSets));
-  EXPECT_EQ(2, attr(kOriginalSets));
-  EXPECT_EQ(2, attr(kElems));
-  EXPECT_EQ(5, attr(kMipEnts));
-  EXPECT_EQ(2, attr(kIndicators));
-  EXPECT_EQ(3, attr(kGenConsAndPwl));
-  EXPECT_EQ(1, attr(kPwlCons));
-  EXPECT_EQ(3, attr(kNamelength));
-  EXPECT_EQ(4, attr(kProbNameLength));
+  const std::pair<int, int> expected[] = {
+      {kRows, 3}, {kOriginalRows, 3}, {kCols, 7},       {kOriginalCols, 7},  {kSpareRows, 0},
+      {kSets, 2}, {kOriginalSets, 2}, {kElems, 2},      {kMipEnts, 5},       {kIndicators, 2},
+      {kPwlCons, 1}, {kGenConsAndPwl, 3}, {kNamelength, 3}, {kProbNameLength, 4}};
+  for (auto [id, value] : expected) EXPECT_EQ(value, attr(id)) << id;
 
   // Default names count too, so that a name buffer sized by name_length always suffices.
   m.colnames.assign(7, "");
