@@ -5,6 +5,7 @@
 
 #include "model/constraint.h"
 #include "model/var.h"
+#include "model/walk.h"
 #include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -14,7 +15,6 @@
 #include "problem/method_families.h"
 #include "problem/problem.h"
 #include "problem/removal.h"
-#include "problem/walk.h"
 
 namespace {
 

@@ -7,6 +7,7 @@
 #include "model/sos.h"
 #include "model/termmaps.h"
 #include "model/var.h"
+#include "model/walk.h"
 #include "module/alloc_buffer.h"
 #include "module/allocator.h"
 #include "module/env.h"
@@ -15,7 +16,6 @@
 #include "module/pyref.h"
 #include "module/scalars.h"
 #include "problem/solve.h"
-#include "problem/walk.h"
 
 // The nonlinear solver's solution reader, bound weakly: when the library does not provide it,
 // reading a nonlinear solution fails with a message instead of the module failing to load.
