@@ -64,6 +64,8 @@ class AllocBuffer {
     return 0;
   }
 
+  // Empties the array, keeping its room for the next items.
+  void clear() { size_ = 0; }
   // Frees the array; the buffer is empty again.
   void reset() {
     nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &data_);
