@@ -122,22 +122,13 @@ int set_con_name(uint64_t *word, PyObject *name) {
   namemap *table = nvr_py_env.connamemap;
   if (table == nullptr) return tables_missing();
   const uint64_t id = word_id(*word);
-  Py_INCREF(name);
-  if (*word & CON_NAME_ENTRY) {
-    // namemap_set takes over our reference; the old name's reference is ours to drop.
-    PyObject *old = namemap_get(table, id);
-    if (namemap_set(table, id, name) < 0) {
-      Py_DECREF(name);
-      return -1;
-    }
-    Py_XDECREF(old);
-    return 0;
-  }
-  if (namemap_set(table, id, name) < 0) {
-    Py_DECREF(name);
-    return -1;
-  }
+  // Once the new name is stored, the table's reference to the old one is ours to drop.
+  PyObject *old = (*word & CON_NAME_ENTRY) ? namemap_get(table, id) : nullptr;
+  PyRef stored = PyRef<>::borrow(name);
+  if (namemap_set(table, id, stored.get()) < 0) return -1;
+  stored.release();  // the table's now
   *word |= CON_NAME_ENTRY;
+  Py_XDECREF(old);
   return 0;
 }
 
@@ -226,8 +217,7 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
     if (set_con_lbound(&con->rec, get_con_lbound(src->rec)) < 0 ||
         set_con_ubound(&con->rec, get_con_ubound(src->rec)) < 0)
       return -1;
-    Py_XINCREF(src->body);
-    con->body = src->body;
+    con->body = Py_XNewRef(src->body);
     return 0;
   }
 

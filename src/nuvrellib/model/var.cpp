@@ -118,8 +118,7 @@ PyObject *get_var_name(uint64_t word) {
     PyErr_SetString(nvpy_interf_exc, "Internal error in variable name");
     return nullptr;
   }
-  Py_INCREF(name);
-  return name;
+  return Py_NewRef(name);
 }
 
 int set_var_lbound(uint64_t *word, double v) {
@@ -156,11 +155,9 @@ int set_var_name(uint64_t *word, PyObject *name) {
   if (table == nullptr) return tables_missing();
   const uint64_t id = var_word_id(*word);
   PyObject *old = (*word & VAR_NAME_ENTRY) ? namemap_get(table, id) : nullptr;
-  Py_INCREF(name);
-  if (namemap_set(table, id, name) < 0) {
-    Py_DECREF(name);
-    return -1;
-  }
+  PyRef stored = PyRef<>::borrow(name);
+  if (namemap_set(table, id, stored.get()) < 0) return -1;
+  stored.release();  // the table's now
   *word |= VAR_NAME_ENTRY;
   // Released last: the old name's finaliser must see a consistent record.
   Py_XDECREF(old);
@@ -207,10 +204,7 @@ PyObject *var_create(PyObject *name, double lb, double ub, double threshold, lon
 }
 
 PyObject *var_copy(PyObject *x, double c) {
-  if (c == 1.0) {
-    Py_INCREF(x);
-    return x;
-  }
+  if (c == 1.0) return Py_NewRef(x);
   if (c == 0.0) return PyFloat_FromDouble(0.0);
   return linterm_fill(x, c);
 }
@@ -268,10 +262,7 @@ static PyObject *var_getattr(PyObject *self, PyObject *name) {
   if (!PyUnicode_Check(name)) return PyObject_GenericGetAttr(self, name);
   const uint64_t word = reinterpret_cast<var_s *>(self)->rec;
 
-  if (attr_is(name, "__class__")) {
-    Py_INCREF(&var_type);
-    return reinterpret_cast<PyObject *>(&var_type);
-  }
+  if (attr_is(name, "__class__")) return Py_NewRef(reinterpret_cast<PyObject *>(&var_type));
   // Array libraries probe these; the generic lookup fails for them as for any unknown name,
   // so a variable is never taken for an array.
   static const char *const array_probes[] = {"__array_interface__", "__array_priority__",
