@@ -17,8 +17,7 @@ PyObject *attr_create(PyObject *problem) {
   if (!self) return nullptr;
   auto *a = reinterpret_cast<attr_s *>(self.get());
   a->problem = problem;
-  Py_XINCREF(nvr_py_env.attr_table);
-  a->dict = nvr_py_env.attr_table;
+  a->dict = Py_XNewRef(nvr_py_env.attr_table);
   if (a->dict == nullptr) a->dict = PyDict_New();
   if (a->dict == nullptr) return nullptr;
   return self.release();

@@ -23,8 +23,7 @@ PyObject *ctrl_create(PyObject *problem) {
   if (problem == nullptr) {
     c->dict = PyDict_New();
   } else {
-    Py_XINCREF(nvr_py_env.ctrl_table);
-    c->dict = nvr_py_env.ctrl_table;
+    c->dict = Py_XNewRef(nvr_py_env.ctrl_table);
   }
   if (c->dict == nullptr) return nullptr;
   return self.release();
@@ -77,14 +76,9 @@ static PyObject *ctrl_attr_get(PyObject *self, PyObject *name) {
   if (!PyUnicode_Check(name)) {
     return nvo_model_error("Bad control request");
   }
-  if (PyUnicode_CompareWithASCIIString(name, "__dict__") == 0) {
-    Py_INCREF(c->dict);
-    return c->dict;
-  }
-  if (PyUnicode_CompareWithASCIIString(name, "__class__") == 0) {
-    Py_INCREF(Py_TYPE(self));
-    return reinterpret_cast<PyObject *>(Py_TYPE(self));
-  }
+  if (PyUnicode_CompareWithASCIIString(name, "__dict__") == 0) return Py_NewRef(c->dict);
+  if (PyUnicode_CompareWithASCIIString(name, "__class__") == 0)
+    return Py_NewRef(reinterpret_cast<PyObject *>(Py_TYPE(self)));
   if (c->problem == nullptr) return module_controls_get(c, name);
   if (ctrl_problem_gone(c)) return nullptr;
   problem_s *p = problem_ready_for(c->problem, "controls");

@@ -223,9 +223,7 @@ PyObject *build_sets(problem_s *p, const ReadCounts &c, PyObject *vars) {
       int col = colind[at];
       if (col < 0 || col >= PyList_GET_SIZE(vars))
         return creation_failed("Cannot read SOS from problem");
-      PyObject *member = PyList_GET_ITEM(vars, col);
-      Py_INCREF(member);
-      PyList_SET_ITEM(members.get(), e, member);
+      PyList_SET_ITEM(members.get(), e, Py_NewRef(PyList_GET_ITEM(vars, col)));
       PyObject *w = PyFloat_FromDouble(refval[at]);
       if (w == nullptr) return creation_failed("Cannot read SOS from problem");
       PyList_SET_ITEM(weights.get(), e, w);
