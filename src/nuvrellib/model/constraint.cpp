@@ -146,13 +146,11 @@ static PyObject *constraint_new(PyTypeObject *type, PyObject *, PyObject *) {
 PyObject *constraint_base() { return constraint_new(&constraint_type, nullptr, nullptr); }
 
 PyObject *constraint_create(PyObject *body, double lb, double ub) {
-  PyRef con(constraint_base());
+  auto con = PyRef<constraint_s>::steal(constraint_base());
   if (!con) return nullptr;
-  if (set_con_lbound(&as_con(con.get())->rec, lb) < 0 ||
-      set_con_ubound(&as_con(con.get())->rec, ub) < 0)
-    return nullptr;
-  as_con(con.get())->body = Py_NewRef(body);
-  return con.release();
+  if (set_con_lbound(&con->rec, lb) < 0 || set_con_ubound(&con->rec, ub) < 0) return nullptr;
+  con->body = Py_NewRef(body);
+  return con.release_obj();
 }
 
 static void constraint_dealloc(PyObject *self) {
@@ -360,9 +358,8 @@ static PyObject *constraint_copy(PyObject *self, PyObject *) {
     body = PyRef(general_copy(src->body, 1.0));
     if (!body) return nullptr;
   }
-  PyRef dup(constraint_base());
-  if (!dup) return nullptr;
-  constraint_s *con = as_con(dup.get());
+  auto con = PyRef<constraint_s>::steal(constraint_base());
+  if (!con) return nullptr;
   if (set_con_lbound(&con->rec, get_con_lbound(src->rec)) < 0 ||
       set_con_ubound(&con->rec, get_con_ubound(src->rec)) < 0)
     return nullptr;
@@ -371,7 +368,7 @@ static PyObject *constraint_copy(PyObject *self, PyObject *) {
                                        name.get()));
   if (!copy_name || set_con_name(&con->rec, copy_name.get()) < 0) return nullptr;
   con->body = body.release();
-  return dup.release();
+  return con.release_obj();
 }
 
 static PyObject *constraint_sidetable_sizes(PyObject *, PyObject *) {

@@ -182,10 +182,10 @@ PyObject *nuvrelmod_Sum(PyObject *, PyObject *args) {
   if (!acc) return expression_base();
   if (nvo_is_number(acc.get())) {
     // Sum always gives a modelling object, also for numbers only.
-    PyRef e(expression_base());
+    auto e = PyRef<expression_s>::steal(expression_base());
     if (!e) return nullptr;
-    reinterpret_cast<expression_s *>(e.get())->constant = nvo_number_value(acc.get());
-    return e.release();
+    e->constant = nvo_number_value(acc.get());
+    return e.release_obj();
   }
   return acc.release();
 }

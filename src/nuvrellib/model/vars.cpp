@@ -160,7 +160,7 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"name", "lb", "ub", "threshold", "vartype", nullptr};
   PyObject *prefix_obj = nullptr;
   // The threshold defaults to 0 here, unlike var()'s -infinity.
-  double lb = 0.0, ub = NVR_INFINITY, threshold = 0.0;
+  double lb = 0.0, ub = NVO_INFINITY, threshold = 0.0;
   long vartype = VARTYPE_CONTINUOUS;
 
   // Every positional argument is an index set, so the keywords are parsed on their own.

@@ -16,9 +16,8 @@ PyDoc_STRVAR(ctrl_doc,
              "Read and set them as attributes: nuvrel.controls.miptol = 1e-6.");
 
 PyObject *ctrl_create(PyObject *problem) {
-  PyRef self(PyType_GenericAlloc(&ctrl_type, 0));
-  if (!self) return nullptr;
-  auto *c = reinterpret_cast<ctrl_s *>(self.get());
+  auto c = PyRef<ctrl_s>::steal(PyType_GenericAlloc(&ctrl_type, 0));
+  if (!c) return nullptr;
   c->problem = problem;
   if (problem == nullptr) {
     c->dict = PyDict_New();
@@ -26,7 +25,7 @@ PyObject *ctrl_create(PyObject *problem) {
     c->dict = Py_XNewRef(nvr_py_env.ctrl_table);
   }
   if (c->dict == nullptr) return nullptr;
-  return self.release();
+  return c.release_obj();
 }
 
 void ctrl_detach(PyObject *ctrl) { reinterpret_cast<ctrl_s *>(ctrl)->detached = 1; }

@@ -210,7 +210,7 @@ int problem_solution_length(problem_s *p, bool use_nslp, bool rows, int *n) {
   return rc != 0 ? nvo_library_error(p) : 0;
 }
 
-int read_primal_values(problem_s *p, bool use_nslp, double *x) {
+int problem_read_primal_values(problem_s *p, bool use_nslp, double *x) {
   if (use_nslp)
     return nslp_getslpsol(p->slpprob, x, nullptr, nullptr, nullptr) != 0 ? nvo_library_error(p) : 0;
   int is_mip = problem_is_mip(p);
@@ -234,7 +234,8 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
   if (flatten < 0) return nullptr;
 
   if (PyTuple_GET_SIZE(args) == 0 || flatten)
-    return setNvrlErrIfNull(self, problem_getResult(p, args, false, read_primal_values));
+    return setNvrlErrIfNull(self,
+                            problem_getResult(p, args, false, problem_read_primal_values));
 
   // Objects and structures of them: evaluated at the solution, in the shape given.
   int use = use_nslp_solution(p);
@@ -246,7 +247,7 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
     return nullptr;
   AllocBuffer<double> x;
   if (x.allocate(columns > length ? static_cast<int>(columns) : length) != 0) return nullptr;
-  if (read_primal_values(p, use != 0, x.data()) != 0) return nullptr;
+  if (problem_read_primal_values(p, use != 0, x.data()) != 0) return nullptr;
   nvo_eval_context ctx;
   ctx.problem = p;
   ctx.values = x.data();
