@@ -33,15 +33,15 @@ PyObject *nvo_items_iter(PyObject *container, nvo_node node) {
   return flat ? PyObject_GetIter(flat.get()) : nullptr;
 }
 
-namespace {
-
 // The add methods take tuples, lists, dictionaries, arrays, sequences and iterators; any other
 // iterable (a set, a dictionary view) reaches the visitor whole, which refuses it.
-bool opens(nvo_node node) { return node >= NVO_NODE_TUPLE && node != NVO_NODE_ITERABLE; }
+bool nvo_walk_opens(nvo_node node) { return node >= NVO_NODE_TUPLE && node != NVO_NODE_ITERABLE; }
+
+namespace {
 
 int walk_level(PyObject *obj, const nvo_leaf_visitor &visit, int depth) {
   const nvo_node node = nvo_node_of(obj);
-  if (!opens(node)) return visit(obj);
+  if (!nvo_walk_opens(node)) return visit(obj);
   if (nvo_check_depth(nvo_walk_limit, depth) != 0) return -1;
   return nvo_for_each_item(obj, node, [&visit, depth](PyObject *item) {
     return walk_level(item, visit, depth + 1);

@@ -96,9 +96,12 @@ int nvo_for_each_item(PyObject *container, nvo_node node, Visit &&visit) {
 // Visitor: 0 to go on, -1 with an exception set to stop the walk.
 using nvo_leaf_visitor = std::function<int(PyObject *leaf)>;
 
-// Calls visit for every leaf of obj in walk order: tuples, lists, dictionaries, arrays,
-// sequences and iterators are opened down to nvo_walk_limit, everything else is a leaf. 0, or
-// -1 with an exception set.
+// Whether the leaf walk opens an object of this kind (tuples, lists, dictionaries, arrays,
+// sequences and iterators) rather than handing it to the visitor.
+bool nvo_walk_opens(nvo_node node);
+
+// Calls visit for every leaf of obj in walk order: what nvo_walk_opens is opened down to
+// nvo_walk_limit, everything else is a leaf. 0, or -1 with an exception set.
 int nvo_walk(PyObject *obj, const nvo_leaf_visitor &visit);
 // The same over every item of an argument tuple (the tuple itself is not a level).
 int nvo_walk_args(PyObject *args, const nvo_leaf_visitor &visit);

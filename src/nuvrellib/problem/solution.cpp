@@ -87,13 +87,8 @@ int read_reduced_costs(problem_s *p, bool use_nslp, double *djs) {
 
 // --- shaping the result -----------------------------------------------------------------
 
-// A name or a plain object is one value; lists, tuples, dictionaries, arrays, other
-// sequences and iterators are walked.
-bool is_single(PyObject *obj) {
-  if (PyUnicode_Check(obj) || PyBytes_Check(obj)) return true;
-  return !(PyList_Check(obj) || PyTuple_Check(obj) || PyDict_Check(obj) ||
-           PySequence_Check(obj) || PyIter_Check(obj));
-}
+// A name or a plain object is one value; what the leaf walk opens is walked.
+bool is_single(PyObject *obj) { return !nvo_walk_opens(nvo_node_of(obj)); }
 
 int index_out_of_range() {
   return nvo_model_error("Index out of range");
