@@ -2,8 +2,6 @@
 // sequences, and the value of one modelling object at a vector of column values.
 #include "problem/evaluate.h"
 
-#include <vector>
-
 #include "model/expression.h"
 #include "model/dispatch.h"
 #include "model/linterm.h"
@@ -11,6 +9,7 @@
 #include "model/termmaps.h"
 #include "model/var.h"
 #include "model/walk.h"
+#include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/numpy_api.h"
@@ -284,7 +283,7 @@ extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject
   if (has_problem && problem_ready_for(problem, "evaluate") == nullptr) return nullptr;
   nvo_eval_context ctx;
   ctx.problem = has_problem ? reinterpret_cast<problem_s *>(problem) : nullptr;
-  std::vector<double> columns;
+  AllocBuffer<double> columns;
   if (PyDict_Check(values)) {
     ctx.var_values = values;
   } else {
@@ -300,7 +299,7 @@ extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject
       PyErr_SetString(PyExc_ValueError, "fewer values than the problem has columns");
       return nullptr;
     }
-    columns.resize(static_cast<size_t>(n));
+    if (columns.allocate(static_cast<size_t>(n)) != 0) return nullptr;
     for (Py_ssize_t i = 0; i < n; ++i) {
       columns[i] = PyFloat_AsDouble(PySequence_Fast_GET_ITEM(seq.get(), i));
       if (columns[i] == -1.0 && PyErr_Occurred()) return nullptr;
