@@ -139,11 +139,11 @@ class Folder {
     return 0;
   }
 
-  // Folds the elements of a nested collection; anything else cannot be folded. Nesting is
-  // bounded by the interpreter's recursion limit, so a list that contains itself ends in a
-  // RecursionError.
+  // Folds the elements of a nested collection (elem is not a value); anything else cannot be
+  // folded. Nesting is bounded by the interpreter's recursion limit, so a list that contains
+  // itself ends in a RecursionError.
   int open(PyObject *elem) {
-    const nvo_node node = nvo_node_of(elem);
+    const nvo_node node = nvo_node_of_other(elem);
     if (!is_collection(elem, node)) return nvo_model_error(kInvalidObject);
     if (Py_EnterRecursiveCall(" while opening nested collections in Sum or Prod") != 0) return -1;
     const int rc = for_each_element(elem, node, [this](PyObject *e) { return add(e); });

@@ -13,11 +13,11 @@ const nvo_depth_limit nvo_walk_limit = {32, &nvpy_model_exc,
 const nvo_depth_limit nvo_eval_limit = {64, &PyExc_RuntimeError,
                                         "Evaluation of expression exceeded recursion depth limit"};
 
-nvo_node nvo_node_of(PyObject *obj) {
-  if (var_check(obj) || constraint_check(obj) || sos_check(obj)) return NVO_NODE_ITEM;
+namespace {
+
+// The kinds left once numbers, modelling objects and arrays are ruled out.
+nvo_node text_or_container(PyObject *obj) {
   if (PyUnicode_Check(obj) || PyBytes_Check(obj)) return NVO_NODE_TEXT;
-  if (nvo_is_array(obj)) return NVO_NODE_ARRAY;
-  if (nvo_kind_noraise(obj) >= 0) return NVO_NODE_ITEM;
   if (PyTuple_Check(obj)) return NVO_NODE_TUPLE;
   if (PyList_Check(obj)) return NVO_NODE_LIST;
   if (PyDict_Check(obj)) return NVO_NODE_DICT;
@@ -27,21 +27,37 @@ nvo_node nvo_node_of(PyObject *obj) {
   return NVO_NODE_OTHER;
 }
 
+}  // namespace
+
+nvo_node nvo_node_of(PyObject *obj) {
+  if (var_check(obj) || constraint_check(obj) || sos_check(obj)) return NVO_NODE_ITEM;
+  if (nvo_is_array(obj)) return NVO_NODE_ARRAY;
+  if (nvo_kind_noraise(obj) >= 0) return NVO_NODE_ITEM;
+  return text_or_container(obj);
+}
+
+nvo_node nvo_node_of_other(PyObject *obj) {
+  if (constraint_check(obj) || sos_check(obj)) return NVO_NODE_ITEM;
+  return text_or_container(obj);
+}
+
 PyObject *nvo_items_iter(PyObject *container, nvo_node node) {
   if (node != NVO_NODE_ARRAY) return PyObject_GetIter(container);
   PyRef flat(PyObject_GetAttrString(container, "flat"));
   return flat ? PyObject_GetIter(flat.get()) : nullptr;
 }
 
-// The add methods take tuples, lists, dictionaries, arrays, sequences and iterators; any other
-// iterable (a set, a dictionary view) reaches the visitor whole, which refuses it.
-bool nvo_walk_opens(nvo_node node) { return node >= NVO_NODE_TUPLE && node != NVO_NODE_ITERABLE; }
-
 namespace {
 
-int walk_level(PyObject *obj, const nvo_leaf_visitor &visit, int depth) {
+int walk_container(PyObject *obj, nvo_node node, const nvo_leaf_visitor &visit, int depth);
+
+// Leaves, the common case, are visited here without a call of their own.
+inline int walk_level(PyObject *obj, const nvo_leaf_visitor &visit, int depth) {
   const nvo_node node = nvo_node_of(obj);
-  if (!nvo_walk_opens(node)) return visit(obj);
+  return nvo_walk_opens(node) ? walk_container(obj, node, visit, depth) : visit(obj);
+}
+
+int walk_container(PyObject *obj, nvo_node node, const nvo_leaf_visitor &visit, int depth) {
   if (nvo_check_depth(nvo_walk_limit, depth) != 0) return -1;
   return nvo_for_each_item(obj, node, [&visit, depth](PyObject *item) {
     return walk_level(item, visit, depth + 1);

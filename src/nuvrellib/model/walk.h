@@ -33,6 +33,9 @@ enum nvo_node {
 // Modelling objects, numbers and strings come first: they are never opened as containers, even
 // when they could be iterated.
 nvo_node nvo_node_of(PyObject *obj);
+// nvo_node_of for an object already known to be neither a number, an operand of arithmetic
+// (variable, term, expression, nonlinear node) nor an array, without testing those again.
+nvo_node nvo_node_of_other(PyObject *obj);
 
 // --- how deep a walk goes ----------------------------------------------------------------------
 
@@ -43,7 +46,7 @@ nvo_node nvo_node_of(PyObject *obj);
 // - the evaluator takes any object, leaves included, only at a depth below 64 (RuntimeError
 //   "Evaluation of expression exceeded recursion depth limit").
 struct nvo_depth_limit {
-  int max;              // objects at this depth or deeper are refused
+  int max;               // objects at this depth or deeper are refused
   PyObject *const *exc;  // the exception class (the address of the variable holding it)
   const char *message;
 };
@@ -97,8 +100,11 @@ int nvo_for_each_item(PyObject *container, nvo_node node, Visit &&visit) {
 using nvo_leaf_visitor = std::function<int(PyObject *leaf)>;
 
 // Whether the leaf walk opens an object of this kind (tuples, lists, dictionaries, arrays,
-// sequences and iterators) rather than handing it to the visitor.
-bool nvo_walk_opens(nvo_node node);
+// sequences and iterators) rather than handing it to the visitor. Any other iterable (a set, a
+// dictionary view) reaches the visitor whole, which refuses it.
+inline bool nvo_walk_opens(nvo_node node) {
+  return node >= NVO_NODE_TUPLE && node != NVO_NODE_ITERABLE;
+}
 
 // Calls visit for every leaf of obj in walk order: what nvo_walk_opens is opened down to
 // nvo_walk_limit, everything else is a leaf. 0, or -1 with an exception set.

@@ -31,8 +31,8 @@ int column_of(const rowcolmap *varmap, PyObject *var, const char *msg) {
   return static_cast<int>(col);
 }
 
-int add_lin(const rowcolmap *varmap, PyObject *var, double coef, const char *msg,
-            nvo_converted *out) {
+inline int add_lin(const rowcolmap *varmap, PyObject *var, double coef, const char *msg,
+                   nvo_converted *out) {
   int col = column_of(varmap, var, msg);
   if (col < 0) return -1;
   if (coef != 0.0 && (out->lin_col.push_back(col) != 0 || out->lin_coef.push_back(coef) != 0))
@@ -56,6 +56,8 @@ int convert_expression(const rowcolmap *varmap, expression_s *e, const Messages 
                        nvo_converted *out) {
   out->constant += e->constant;
   if (e->lin != nullptr) {
+    const size_t n = out->lin_col.size() + e->lin->size();
+    if (out->lin_col.reserve(n) != 0 || out->lin_coef.reserve(n) != 0) return -1;
     for (const auto &[var, coef] : *e->lin)
       if (add_lin(varmap, reinterpret_cast<PyObject *>(const_cast<var_s *>(var)), coef,
                   m.linear_part, out) != 0)
