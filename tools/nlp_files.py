@@ -287,7 +287,6 @@ def read(path) -> Problem:
     path = pathlib.Path(path)
     p = Problem()
     section, qrow, qfull, integer_marker = None, None, False, False
-    bounded = set()
     lineno = 0
 
     def fail(msg):
@@ -391,7 +390,7 @@ def read(path) -> Problem:
             j = col(rest[1])
             v = num(rest[2]) if needs_value else None
             if t == "UP" or t == "UI":
-                if v < 0 and p.lb[j] == 0 and j not in bounded:
+                if v < 0 and p.lb[j] == 0:
                     p.lb[j] = -math.inf
                 p.ub[j] = v
             elif t in ("LO", "LI"):
@@ -410,14 +409,12 @@ def read(path) -> Problem:
                 fail(f"bound type {t!r} not supported here")
             if t in ("UI", "LI"):
                 p.integer[j] = True
-            if t in ("LO", "LI", "FX", "MI", "FR", "BV"):
-                bounded.add(j)
         elif section in ("QUADOBJ", "QMATRIX", "QCMATRIX", "QSECTION"):
             i, j, v = col(words[0]), col(words[1]), num(words[2])
             if qrow < 0:
                 key = (min(i, j), max(i, j))
-                if qfull and i > j:
-                    continue  # the full matrix lists each off-diagonal pair twice
+                if qfull and i != j:
+                    v /= 2  # the full matrix lists each off-diagonal pair twice
                 p.qobj[key] = p.qobj.get(key, 0.0) + v
             else:
                 p.qrow[qrow][(i, j)] = p.qrow[qrow].get((i, j), 0.0) + v
