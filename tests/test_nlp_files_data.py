@@ -47,7 +47,7 @@ def test_check_notices_a_wrong_file(tmp_path, name, old, new, complaint):
 @pytest.mark.parametrize("line, message", [
     ("    c1  x9  1  x1", "unknown column 'x9'"),
     ("    c1  =  1  x1 * (x2", "syntax"),
-    ("    c1  =  1  x1 $ x2", "unexpected character"),
+    ("    c1  =  1  x1 x2", "syntax"),
     ("    obj  x1  1  x4*(x1 + x2 + x3)", "second coefficient"),
 ])
 def test_reader_names_the_line_of_a_bad_coefficient(tmp_path, line, message):

@@ -53,10 +53,13 @@ def parse_number(word: str) -> float:
 # ---------------------------------------------------------------------------------------------
 # Formulas: infix text -> Python source over a namespace F of functions and a vector x.
 
+# A name is a run of characters other than blanks, operators, brackets and commas that does
+# not read as a number (a number running on into such characters is a name: 2x).
+_NAME_CHAR = r"[^\s+\-*/^(),]"
 _TOKEN = re.compile(
-    r"\s*(?:(?P<num>(?:\d+\.?\d*|\.\d+)(?:[eEdD][+-]?\d+)?)"
-    r"|(?P<name>[A-Za-z_][A-Za-z0-9_.]*)"
-    r"|(?P<op>[-+*/^(),]))")
+    r"\s*(?:(?P<num>(?:\d+\.?\d*|\.\d+)(?:[eEdD][+-]?\d+)?)(?!" + _NAME_CHAR + ")"
+    r"|(?P<name>" + _NAME_CHAR + "+)"
+    r"|(?P<op>\*\*|[-+*/^(),]))")
 
 FUNCTIONS = {"log10", "ln", "exp", "abs", "sqrt", "sin", "cos", "tan", "arcsin", "arccos",
              "arctan", "min", "max", "pwl", "sign", "erf", "erfc"}
@@ -92,7 +95,7 @@ def formula_to_python(text: str, col_index) -> tuple[str, list[int]]:
                 prev = "value"
         else:
             op = m.group("op")
-            out.append("**" if op == "^" else op)
+            out.append("**" if op in ("^", "**") else op)
             prev = op
     if not out:
         raise ValueError("empty formula")

@@ -861,7 +861,8 @@ NVRL_API int NVRLdumpcontrols(NVRLprob prob);
  * LP and anything else MPS. A name that does not exist and has no extension tries ".mps", then ".lp". A missing problem
  * name becomes the file's name without directories and extension. Fails on a null or empty
  * filename, an unknown flag, a file that cannot be opened or read (the message names the
- * line of a syntax error), or memory running out. */
+ * line of a syntax error), an MPS file with nonlinear sections (see NSLPreadprob), or memory
+ * running out. */
 NVRL_API int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags);
 /* Writes the problem to filename: flags "l" LP format, otherwise free MPS ("m" or none; the
  * last of several flags wins). A name without extension gets ".lp" or ".mps". Fails on a
