@@ -1030,18 +1030,21 @@ NVRL_API int NSLPinterrupt(NSLPprob slp, int reason);
 /* Reads a nonlinear problem file (free-format MPS with the sections NLCOEFFICIENTS and
  * INITIALVALUES, see docs/nonlinear_files.md): the optimiser problem beneath gets the model as
  * NVRLreadprob would read it, the nonlinear problem the coefficients and initial values (its
- * other per-column settings and its solve state start afresh). flags: "" or "m". A name
- * without an extension that does not exist is tried with ".mps". Fails on a null or empty
- * filename, the flag "l" or another unknown flag, a file that cannot be opened or read, or a
- * fault in the file (the message names the line: unknown row or column, formula syntax, a
- * repeated coefficient or initial value). A failed read changes neither problem. */
+ * other per-column settings and its solve state start afresh). Flags and file names as for
+ * NVRLreadprob; an LP file gives a problem without nonlinear data. Fails on a null or empty
+ * filename, an unknown flag, a file that cannot be opened or read, or a fault in the file (the
+ * message names the line: unknown row or column, formula syntax, a repeated coefficient or
+ * initial value); the message is recorded on the optimiser problem too. A failed read changes
+ * neither problem. */
 NVRL_API int NSLPreadprob(NSLPprob slp, const char *filename, const char *flags);
 /* Writes the nonlinear problem and the optimiser problem beneath as a file NSLPreadprob reads
- * back to the same model, coefficients (same formula tokens and numbers) and initial values;
- * ".mps" is added to a name without an extension. flags: "" or "m". Fails on a null or empty
- * filename, the flags "l" and "x" or another unknown flag, a model free-format MPS cannot hold,
- * a formula that calls a user function or whose column names do not read back in formulas,
- * or a file that cannot be written. Neither problem is changed. */
+ * back to the same model, coefficients (same formula tokens and numbers) and initial values.
+ * Flags as for NVRLwriteprob, plus "g" (accepted and ignored: callers use it to choose this
+ * writer); "l" writes LP and is refused when there are nonlinear coefficients or initial
+ * values. Fails on a null or empty filename, the flag "x" or another unknown flag, a model the
+ * format cannot hold, a formula that calls a user function or whose column names do not read
+ * back in formulas, or a file that cannot be written (recorded on the optimiser problem too
+ * for the last two). Neither problem is changed. */
 NVRL_API int NSLPwriteprob(NSLPprob slp, const char *filename, const char *flags);
 
 #ifdef __cplusplus

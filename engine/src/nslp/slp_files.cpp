@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/entry.h"
+#include "io/lp_writer.h"
 #include "io/mps_writer.h"
 #include "io/numbers.h"
 #include "io/problem_files.h"
@@ -165,21 +166,32 @@ std::string nonlinearSections(const SlpData &data, const Model &model,
 
 using nvrl::checkSlpProblem;
 
+namespace {
+
+// File failures are recorded on the optimiser problem too: the read was to replace its model,
+// and callers that try NVRLreadprob first look there for the message.
+int failBoth(nslp_problem_s *s, const char *message) {
+  s->prob->fail("%s", message);
+  return s->fail("%s", message);
+}
+
+}  // namespace
+
 extern "C" {
 
 NVRL_API int NSLPreadprob(NSLPprob slp, const char *filename, const char *flags) NVRL_TRY {
   nslp_problem_s *s = checkSlpProblem(slp, __func__);
   if (!s) return 1;
   if (!filename || !*filename) return s->fail("NSLPreadprob: no file name given");
+  char format = 0;  // 'l' LP, 'm' MPS, 0 from the file name, as NVRLreadprob
   for (const char *c = flags ? flags : ""; *c; ++c) {
-    if (*c == 'l')
-      return s->fail("NSLPreadprob: nonlinear problems are read from MPS files only (flag 'l')");
-    if (*c != 'm') return s->fail("NSLPreadprob: unknown flag '%c'", *c);
+    if (*c != 'l' && *c != 'm') return s->fail("NSLPreadprob: unknown flag '%c'", *c);
+    format = *c;
   }
   try {
     std::string path;
-    nvrl::io::NonlinearSections sections;
-    nvrl::Model model = nvrl::io::readProblemFile(filename, 'm', &sections, &path);
+    nvrl::io::NonlinearSections sections;  // LP files have none
+    nvrl::Model model = nvrl::io::readProblemFile(filename, format, &sections, &path);
     nvrl::SlpData data = nvrl::nonlinearData(model, sections, path);
     // Everything has been read: from here on nothing can fail.
     s->prob->model = std::move(model);
@@ -187,7 +199,7 @@ NVRL_API int NSLPreadprob(NSLPprob slp, const char *filename, const char *flags)
     s->data = std::move(data);
     s->state = nvrl::SlpState{};
   } catch (const nvrl::io::FileError &e) {
-    return s->fail("%s", e.what());
+    return failBoth(s, e.what());
   }
   return 0;
 } NVRL_CATCH(slp)
@@ -196,26 +208,35 @@ NVRL_API int NSLPwriteprob(NSLPprob slp, const char *filename, const char *flags
   nslp_problem_s *s = checkSlpProblem(slp, __func__);
   if (!s) return 1;
   if (!filename || !*filename) return s->fail("NSLPwriteprob: no file name given");
+  bool lp = false;
   for (const char *c = flags ? flags : ""; *c; ++c) {
     if (*c == 'x') return s->fail("NSLPwriteprob: hexadecimal values (flag 'x') are not supported");
-    if (*c == 'l')
-      return s->fail("NSLPwriteprob: nonlinear problems are written as MPS files only (flag 'l')");
-    if (*c != 'm') return s->fail("NSLPwriteprob: unknown flag '%c'", *c);
+    // 'g' asks for this writer rather than the optimiser's, which is already the case.
+    if (*c != 'l' && *c != 'm' && *c != 'g') return s->fail("NSLPwriteprob: unknown flag '%c'", *c);
+    if (*c != 'g') lp = *c == 'l';
   }
-  const std::string path = nvrl::io::writePath(filename, false);
+  const nvrl::SlpData &data = s->data;
+  const bool nonlinear =
+      !data.coefs.empty() || std::any_of(data.columns.begin(), data.columns.end(),
+                                         [](const nvrl::SlpColumn &c) { return c.has_initial; });
+  if (lp && nonlinear)
+    return s->fail("NSLPwriteprob: LP files cannot hold nonlinear coefficients or initial "
+                   "values; write an MPS file instead");
+  const std::string path = nvrl::io::writePath(filename, lp);
   const nvrl::Model &model = s->prob->model;
   try {
     std::string text;
     try {
-      text = nvrl::io::writeMps(model, [&](const nvrl::io::WrittenNames &names) {
-        return nvrl::nonlinearSections(s->data, model, names);
-      });
+      text = lp ? nvrl::io::writeLp(model)
+                : nvrl::io::writeMps(model, [&](const nvrl::io::WrittenNames &names) {
+                    return nvrl::nonlinearSections(data, model, names);
+                  });
     } catch (const nvrl::io::WriteError &e) {
-      return s->fail("Cannot write '%s': %s", path.c_str(), e.what());
+      return failBoth(s, ("Cannot write '" + path + "': " + e.what()).c_str());
     }
     nvrl::io::writeTextFile(path, text);
   } catch (const nvrl::io::FileError &e) {
-    return s->fail("%s", e.what());
+    return failBoth(s, e.what());
   }
   return 0;
 } NVRL_CATCH(slp)
