@@ -861,7 +861,8 @@ NVRL_API int NVRLdumpcontrols(NVRLprob prob);
  * LP and anything else MPS. A name that does not exist and has no extension tries ".mps", then ".lp". A missing problem
  * name becomes the file's name without directories and extension. Fails on a null or empty
  * filename, an unknown flag, a file that cannot be opened or read (the message names the
- * line of a syntax error), or memory running out. */
+ * line of a syntax error), an MPS file with nonlinear sections (see NSLPreadprob), or memory
+ * running out. */
 NVRL_API int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags);
 /* Writes the problem to filename: flags "l" LP format, otherwise free MPS ("m" or none; the
  * last of several flags wins). A name without extension gets ".lp" or ".mps". Fails on a
@@ -1026,6 +1027,25 @@ NVRL_API int NSLPinterrupt(NSLPprob slp, int reason);
 /* ----- Nonlinear solving and answers ---------------------------------------------------- */
 
 /* ----- Nonlinear problem files ----------------------------------------------------------- */
+/* Reads a nonlinear problem file (free-format MPS with the sections NLCOEFFICIENTS and
+ * INITIALVALUES, see docs/nonlinear_files.md): the optimiser problem beneath gets the model as
+ * NVRLreadprob would read it, the nonlinear problem the coefficients and initial values (its
+ * other per-column settings and its solve state start afresh). Flags and file names as for
+ * NVRLreadprob; an LP file gives a problem without nonlinear data. Fails on a null or empty
+ * filename, an unknown flag, a file that cannot be opened or read, or a fault in the file (the
+ * message names the line: unknown row or column, formula syntax, a repeated coefficient or
+ * initial value); the message is recorded on the optimiser problem too. A failed read changes
+ * neither problem. */
+NVRL_API int NSLPreadprob(NSLPprob slp, const char *filename, const char *flags);
+/* Writes the nonlinear problem and the optimiser problem beneath as a file NSLPreadprob reads
+ * back to the same model, coefficients (same formula tokens and numbers) and initial values.
+ * Flags as for NVRLwriteprob, plus "g" (accepted and ignored: callers use it to choose this
+ * writer); "l" writes LP and is refused when there are nonlinear coefficients or initial
+ * values. Fails on a null or empty filename, the flag "x" or another unknown flag, a model the
+ * format cannot hold, a formula that calls a user function or whose column names do not read
+ * back in formulas, or a file that cannot be written (recorded on the optimiser problem too
+ * for the last two). Neither problem is changed. */
+NVRL_API int NSLPwriteprob(NSLPprob slp, const char *filename, const char *flags);
 
 #ifdef __cplusplus
 }

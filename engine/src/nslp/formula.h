@@ -15,10 +15,15 @@
 
 #include "nslp/slp_problem.h"
 
+// Reachable from the engine's own tests.
+#ifndef NVRL_INTERNAL_API
+#define NVRL_INTERNAL_API __attribute__((visibility("default")))
+#endif
+
 namespace nvrl {
 
 // A formula that cannot be read or written; what() is the message for the last error.
-struct FormulaError : std::runtime_error {
+struct NVRL_INTERNAL_API FormulaError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
@@ -31,23 +36,27 @@ struct FormulaScope {
   const UserFunctionTable *userfuncs = nullptr;
 };
 
+// Checks a formula in reverse-Polish form (as kept in the store) against the scope; throws
+// FormulaError naming the first bad token. Used where a stored formula meets a new scope.
+NVRL_INTERNAL_API void checkFormula(const std::vector<SlpToken> &formula, const FormulaScope &scope);
+
 // Reads a caller's token list up to and including its end token (at most maxtokens tokens)
 // and returns the checked reverse-Polish formula. parsed: the list is reverse Polish already;
 // otherwise it is in written (infix) order with brackets and commas. Throws FormulaError for
 // an unknown token type or value, an unbalanced stack, a missing end token, a wrong argument
 // count, a column or user function outside the scope, or a non-finite constant.
-std::vector<SlpToken> readFormulaTokens(const int *types, const double *values,
+NVRL_INTERNAL_API std::vector<SlpToken> readFormulaTokens(const int *types, const double *values,
                                         int64_t maxtokens, bool parsed,
                                         const FormulaScope &scope);
 
 // Reads infix text ("x1^2 + 3*sin(x2) - 1.5e-3", columns and user functions by name) into a
 // checked formula; colIndex maps a name to a column or returns -1. Throws FormulaError.
-std::vector<SlpToken> parseFormulaText(const std::string &text, const FormulaScope &scope,
+NVRL_INTERNAL_API std::vector<SlpToken> parseFormulaText(const std::string &text, const FormulaScope &scope,
                                        const std::function<int(const std::string &)> &colIndex);
 
 // Writes a checked formula as infix text that parseFormulaText reads back to the same tokens
 // (constants with 17 significant digits); colName gives a column's name.
-std::string formatFormulaText(const std::vector<SlpToken> &formula, const FormulaScope &scope,
+NVRL_INTERNAL_API std::string formatFormulaText(const std::vector<SlpToken> &formula, const FormulaScope &scope,
                               const std::function<std::string(int)> &colName);
 
 // A checked formula compiled for repeated evaluation. Evaluation is const and keeps its
@@ -58,10 +67,13 @@ struct FormulaWorkspace {
   std::string error;  // why the last evaluation failed
 };
 
-class FormulaTape {
+class NVRL_INTERNAL_API FormulaTape {
  public:
   FormulaTape() = default;
   FormulaTape(const std::vector<SlpToken> &formula, const FormulaScope &scope);
+
+  // The number of steps (tokens that compute a value); 0 for a default-constructed tape.
+  size_t size() const { return steps_.size(); }
 
   // The distinct columns the formula reads, ascending.
   const std::vector<int> &columns() const { return cols_; }
@@ -77,9 +89,18 @@ class FormulaTape {
   bool gradient(const double *x, double &v, double *grad, FormulaWorkspace &ws) const;
 
  private:
-  struct Step;
+  // One value-producing token. Operands are earlier steps, listed in args_[first, first+count)
+  // in written order (pwl: input, x0, y0, x1, y1, ...; user functions: first argument first).
+  struct Step {
+    int op = 0;       // a kind of formula_tape.cpp
+    int first = 0;    // column steps: the position in cols_
+    int count = 0;
+    double c = 0.0;   // constants: the value; user functions: the function index
+  };
   std::vector<Step> steps_;
+  std::vector<int> args_;
   std::vector<int> cols_;
+  const UserFunctionTable *userfuncs_ = nullptr;
 };
 
 }  // namespace nvrl
