@@ -1082,6 +1082,69 @@ NVRL_API int NSLPevaluateformula(NSLPprob slp, int parsed, const int type[],
                                  const double value[], double *result);
 
 
+/* User functions. A user function is a C function the formulas call by index (tokens
+ * NSLP_TOK_UFUN; in text by name). It is defined by NSLPadduserfuncs from a token list:
+ *   NSLP_UFDEF_STRING  the index of a string (NSLPsetstring): the first one names the
+ *                      function, the second its linkage, which must be "DirectC" (a C
+ *                      function address given with NSLPchguserfuncaddress);
+ *   NSLP_UFDEF_ARGS    1: the inputs arrive as one array of doubles (the only style);
+ *   NSLP_UFDEF_CALL    NSLP_UFCALL_VALUES or NSLP_UFCALL_DERIVATIVES, the calling convention;
+ *   NSLP_TOK_EOF       ends the definition.
+ * Calling conventions (context identifies the call: see NSLPgetfuncobject):
+ *   values:      double f(const double *x, void *context) returns the value; NaN or an
+ *                infinity means failure. Derivatives are taken by central differences.
+ *   derivatives: double f(const double *x, void *context, const double *deltas,
+ *                double *results) puts the value into results[0] (the return value is
+ *                ignored) and, when deltas is non-null, the partial derivative by input k
+ *                into results[k] (k = 1..n) for each deltas[k-1] != 0. results[] starts as
+ *                NaN: a value left NaN means failure, a derivative left NaN is differenced.
+ * A function may be called from any thread the solve uses, several at once. */
+#define NSLP_UFDEF_STRING 5
+#define NSLP_UFDEF_CALL 86
+#define NSLP_UFDEF_ARGS 87
+#define NSLP_UFCALL_VALUES 19
+#define NSLP_UFCALL_DERIVATIVES 110611
+/* Item of NSLPgetfuncobject: the description of the call, for NSLPgetfuncinfo. */
+#define NSLP_FUNCOBJ_INFO 12602
+/* Name type of NSLPaddnames: user functions. */
+#define NSLP_NAMES_USERFUNCS 5
+
+typedef double (*NSLPuserfunc)(const double *x, void *context);
+typedef double (*NSLPuserfuncderiv)(const double *x, void *context, const double *deltas,
+                                    double *results);
+/* Any function address, cast to the function's own type according to its convention. */
+typedef void (*NSLPfuncaddress)(void);
+
+/* Keeps a copy of string and puts its index (1, 2, ...; the same index for a string kept
+ * already) into *index. Fails when string or index is null. */
+NVRL_API int NSLPsetstring(NSLPprob slp, int *index, const char *string);
+/* Defines nfuncs user functions from consecutive definitions (see above) in type/value;
+ * they get the next indices in order. Fails, defining none, on a missing name, an unknown
+ * token, string index, argument style, convention or linkage. */
+NVRL_API int NSLPadduserfuncs(NSLPprob slp, int nfuncs, const int type[],
+                              const double value[]);
+/* Names items first..last of a kind from names (NUL-terminated one after another). Only
+ * NSLP_NAMES_USERFUNCS is supported; names may repeat, text finds the first. Fails on
+ * another type, a range outside the defined functions, an empty name or a null names. */
+NVRL_API int NSLPaddnames(NSLPprob slp, int type, const char names[], int first, int last);
+/* Sets the address user function index calls (cast from NSLPuserfunc or NSLPuserfuncderiv
+ * as its convention says). Fails when index is not a defined function or address is null. */
+NVRL_API int NSLPchguserfuncaddress(NSLPprob slp, int index, NSLPfuncaddress address);
+/* Keeps object, the caller's, with user function index (replacing the previous one). */
+NVRL_API int NSLPsetuserfuncobject(NSLPprob slp, int index, void *object);
+/* The object kept with user function index (null when none) into *object. Allowed from any
+ * thread during a solve. */
+NVRL_API int NSLPgetuserfuncobject(NSLPprob slp, int index, void **object);
+/* Inside a user function: with item NSLP_FUNCOBJ_INFO, puts into *object the description
+ * of the current call for NSLPgetfuncinfo. Fails when context or object is null or item is
+ * unknown; valid only during the call. */
+NVRL_API int NSLPgetfuncobject(void *context, int item, void **object);
+/* Reads a call description: the number of inputs, whether derivatives are wanted (deltas
+ * given), whether results[] is given, the nonlinear problem and the function's index; each
+ * output may be null. Fails when info is null. */
+NVRL_API int NSLPgetfuncinfo(const void *info, int *ninputs, int *derivatives, int *results,
+                             NSLPprob *slp, int *index);
+
 /* ----- Nonlinear columns, tolerance sets, rows and derivatives -------------------------- */
 
 /* ----- Nonlinear solving and answers ---------------------------------------------------- */

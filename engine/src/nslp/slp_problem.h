@@ -51,6 +51,7 @@ struct SlpData {
   std::vector<SlpCoefficient> coefs;
   std::vector<SlpColumn> columns;
   UserFunctionTable userfuncs;
+  std::vector<std::string> strings;  // NSLPsetstring; index k is strings[k - 1]
 
   int nonlinearRows() const;
 };
