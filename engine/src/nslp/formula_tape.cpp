@@ -77,6 +77,10 @@ FormulaTape::FormulaTape(const std::vector<SlpToken> &f, const FormulaScope &sco
         s.op = kConst, s.c = t.value;
         break;
       case NSLP_TOK_COL:
+        // Checked again here: a stored formula may outlive columns deleted since.
+        if (!(t.value >= -1 && t.value < scope.ncols) || t.value != std::floor(t.value))
+          throw FormulaError(format("column %g is out of range (-1 to %d)", t.value,
+                                    scope.ncols - 1));
         if (t.value < 0) {
           s.op = kConst, s.c = 1.0;
         } else {
