@@ -350,6 +350,8 @@ struct Known {
   double x0, x1, want;
 };
 
+void PrintTo(const Known &k, std::ostream *os) { *os << k.text << " at " << k.x0 << ", " << k.x1; }
+
 class KnownValues : public ::testing::TestWithParam<Known> {};
 
 TEST_P(KnownValues, Evaluate) {
@@ -403,6 +405,8 @@ struct Domain {
   bool valueFails;  // else only the gradient fails
   const char *message;
 };
+
+void PrintTo(const Domain &d, std::ostream *os) { *os << d.text << " at " << d.x0 << ", " << d.x1; }
 
 class DomainErrors : public ::testing::TestWithParam<Domain> {};
 
@@ -570,6 +574,8 @@ struct BadText {
   const char *message;
 };
 
+void PrintTo(const BadText &b, std::ostream *os) { *os << '"' << b.text << '"'; }
+
 class FormulaTextErrors : public ::testing::TestWithParam<BadText> {};
 
 TEST_P(FormulaTextErrors, SayWhat) {
@@ -612,6 +618,8 @@ struct BadTokens {
   std::vector<double> values;
   const char *message;
 };
+
+void PrintTo(const BadTokens &b, std::ostream *os) { *os << b.message; }
 
 class FormulaTokenErrors : public ::testing::TestWithParam<BadTokens> {};
 
