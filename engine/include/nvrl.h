@@ -1022,6 +1022,130 @@ NVRL_API int NSLPinterrupt(NSLPprob slp, int reason);
 
 /* ----- Nonlinear coefficients and formulas --------------------------------------------- */
 
+/* A nonlinear coefficient (row, col) contributes factor * x[col] * formula(x) to its row, or
+ * factor * formula(x) when col is -1, the constant column. Rows are 0..rows-1 of the optimiser
+ * problem and -1 for the objective; columns 0..cols-1 and -1. A problem holds at most one
+ * coefficient per (row, col). Formulas are token lists (NSLP_TOK_...) ending with
+ * NSLP_TOK_EOF, in reverse-Polish form when parsed is non-zero, else in written order with
+ * brackets and commas; docs/nonlinear_formulas.md describes both and the text form. The
+ * calls below fail, changing nothing, on a null handle or array they need, a row or column
+ * out of range, a non-finite factor or a formula that cannot be read (the message names
+ * the coefficient and the token or character). */
+
+/* Replaces all nonlinear coefficients by the ncoef given: coefficient k is (rowindex[k],
+ * colindex[k]) with factor[k] (factor null: all 1.0) and the formula in
+ * type/value[formulastart[k] .. formulastart[k+1]-1] (formulastart has ncoef+1
+ * non-decreasing entries; each range holds an end token; tokens after it are ignored). A
+ * (row, col) given twice keeps the later one. */
+NVRL_API int NSLPloadcoefs(NSLPprob slp, int ncoef, const int rowindex[], const int colindex[],
+                           const double factor[], const int formulastart[], int parsed,
+                           const int type[], const double value[]);
+/* As NSLPloadcoefs, but adds to the coefficients held; a (row, col) held already is
+ * replaced. */
+NVRL_API int NSLPaddcoefs(NSLPprob slp, int ncoef, const int rowindex[], const int colindex[],
+                          const double factor[], const int formulastart[], int parsed,
+                          const int type[], const double value[]);
+/* Sets the coefficient (row, col) to *factor (null: 1.0) times the formula in type/value,
+ * read up to its end token, adding it when absent. With type null the formula is kept and
+ * only the factor changes (fails when there is no such coefficient). */
+NVRL_API int NSLPchgcoef(NSLPprob slp, int row, int col, const double *factor, int parsed,
+                         const int type[], const double value[]);
+/* As NSLPchgcoef with the formula as text, e.g. "x1^2 + 3*sin(x2)" (columns and user
+ * functions by name); formula null keeps the formula. */
+NVRL_API int NSLPchgccoef(NSLPprob slp, int row, int col, const double *factor,
+                          const char *formula);
+/* Deletes the ncoef coefficients (rowindex[k], colindex[k]). Fails when one of them is not
+ * held (a pair given twice is deleted once). */
+NVRL_API int NSLPdelcoefs(NSLPprob slp, int ncoef, const int rowindex[], const int colindex[]);
+/* The number of coefficients into *ncoef and, when rowindex and colindex are both non-null,
+ * their rows and columns ordered by row, then column (arrays of *ncoef entries). */
+NVRL_API int NSLPgetcoefs(NSLPprob slp, int *ncoef, int rowindex[], int colindex[]);
+/* The factor (into *factor, may be null) and the formula of coefficient (row, col), parsed
+ * (reverse Polish) or in written order. *ntypes (may be null) receives the number of tokens,
+ * end token included; type and value (both null: count only) receive them and must hold
+ * maxtypes entries. Fails when the coefficient is not held or maxtypes is too small. */
+NVRL_API int NSLPgetcoefformula(NSLPprob slp, int row, int col, double *factor, int parsed,
+                                int maxtypes, int *ntypes, int type[], double value[]);
+/* The factor (into *factor, may be null) and the formula of coefficient (row, col) as text
+ * into formula, which holds maxbytes bytes. Fails when the coefficient is not held, the
+ * text with its terminator needs more than maxbytes bytes (the message says how many), or a
+ * column's name cannot be written in a formula. */
+NVRL_API int NSLPgetccoef(NSLPprob slp, int row, int col, double *factor, char *formula,
+                          int maxbytes);
+/* The value factor * formula(x) of coefficient (row, col) at the current point (the last
+ * solution, else the initial values, else for each column the point of its bounds nearest
+ * to 0). Fails when the coefficient is not held or the formula cannot be evaluated there
+ * (a domain error: the message says which). */
+NVRL_API int NSLPevaluatecoef(NSLPprob slp, int row, int col, double *value);
+/* The value of a formula (parsed or not, read up to its end token) at the current point, as
+ * NSLPevaluatecoef. */
+NVRL_API int NSLPevaluateformula(NSLPprob slp, int parsed, const int type[],
+                                 const double value[], double *result);
+
+
+/* User functions. A user function is a C function the formulas call by index (tokens
+ * NSLP_TOK_UFUN; in text by name). It is defined by NSLPadduserfuncs from a token list:
+ *   NSLP_UFDEF_STRING  the index of a string (NSLPsetstring): the first one names the
+ *                      function, the second its linkage, which must be "DirectC" (a C
+ *                      function address given with NSLPchguserfuncaddress);
+ *   NSLP_UFDEF_ARGS    1: the inputs arrive as one array of doubles (the only style);
+ *   NSLP_UFDEF_CALL    NSLP_UFCALL_VALUES or NSLP_UFCALL_DERIVATIVES, the calling convention;
+ *   NSLP_TOK_EOF       ends the definition.
+ * Calling conventions (context identifies the call: see NSLPgetfuncobject):
+ *   values:      double f(const double *x, void *context) returns the value; NaN or an
+ *                infinity means failure. Derivatives are taken by central differences.
+ *   derivatives: double f(const double *x, void *context, const double *deltas,
+ *                double *results) puts the value into results[0] (the return value is
+ *                ignored) and, when deltas is non-null, the partial derivative by input k
+ *                into results[k] (k = 1..n) for each deltas[k-1] != 0. results[] starts as
+ *                NaN: a value left NaN means failure, a derivative left NaN is differenced.
+ * A function may be called from any thread the solve uses, several at once. */
+#define NSLP_UFDEF_STRING 5
+#define NSLP_UFDEF_CALL 86
+#define NSLP_UFDEF_ARGS 87
+#define NSLP_UFCALL_VALUES 19
+#define NSLP_UFCALL_DERIVATIVES 110611
+/* Item of NSLPgetfuncobject: the description of the call, for NSLPgetfuncinfo. */
+#define NSLP_FUNCOBJ_INFO 12602
+/* Name type of NSLPaddnames: user functions. */
+#define NSLP_NAMES_USERFUNCS 5
+
+typedef double (*NSLPuserfunc)(const double *x, void *context);
+typedef double (*NSLPuserfuncderiv)(const double *x, void *context, const double *deltas,
+                                    double *results);
+/* Any function address, cast to the function's own type according to its convention. */
+typedef void (*NSLPfuncaddress)(void);
+
+/* Keeps a copy of string and puts its index (1, 2, ...; the same index for a string kept
+ * already) into *index. Fails when string or index is null. */
+NVRL_API int NSLPsetstring(NSLPprob slp, int *index, const char *string);
+/* Defines nfuncs user functions from consecutive definitions (see above) in type/value;
+ * they get the next indices in order. Fails, defining none, on a missing name, an unknown
+ * token, string index, argument style, convention or linkage. */
+NVRL_API int NSLPadduserfuncs(NSLPprob slp, int nfuncs, const int type[],
+                              const double value[]);
+/* Names items first..last of a kind from names (NUL-terminated one after another). Only
+ * NSLP_NAMES_USERFUNCS is supported; names may repeat, text finds the first. Fails on
+ * another type, a range outside the defined functions, an empty name or a null names. */
+NVRL_API int NSLPaddnames(NSLPprob slp, int type, const char names[], int first, int last);
+/* Sets the address user function index calls (cast from NSLPuserfunc or NSLPuserfuncderiv
+ * as its convention says). Fails when index is not a defined function or address is null. */
+NVRL_API int NSLPchguserfuncaddress(NSLPprob slp, int index, NSLPfuncaddress address);
+/* Keeps object, the caller's, with user function index (replacing the previous one). */
+NVRL_API int NSLPsetuserfuncobject(NSLPprob slp, int index, void *object);
+/* The object kept with user function index (null when none) into *object. Allowed from any
+ * thread during a solve. */
+NVRL_API int NSLPgetuserfuncobject(NSLPprob slp, int index, void **object);
+/* Inside a user function: with item NSLP_FUNCOBJ_INFO, puts into *object the description
+ * of the current call for NSLPgetfuncinfo. Fails when context or object is null or item is
+ * unknown; valid only during the call. */
+NVRL_API int NSLPgetfuncobject(void *context, int item, void **object);
+/* Reads a call description: the number of inputs, whether derivatives are wanted (deltas
+ * given), whether results[] is given, the nonlinear problem and the function's index; each
+ * output may be null. Fails when info is null. */
+NVRL_API int NSLPgetfuncinfo(const void *info, int *ninputs, int *derivatives, int *results,
+                             NSLPprob *slp, int *index);
+
 /* ----- Nonlinear columns, tolerance sets, rows and derivatives -------------------------- */
 
 /* ----- Nonlinear solving and answers ---------------------------------------------------- */

@@ -223,7 +223,7 @@ TEST_F(Slp, ListsAndLookupByName) {
 
 TEST_F(Slp, CopiesTakeDataOrControlsSeparately) {
   slp_->data.coefs.push_back({0, 0, 1.5, {{1, 2.0}}});
-  slp_->state.constant_col = 4;
+  slp_->state.iterations = 4;
   ASSERT_EQ(0, NSLPsetintcontrol(slp_, nvrl::id::kSlpIterLimit, 7));
 
   NVRLprob prob2;
@@ -234,7 +234,7 @@ TEST_F(Slp, CopiesTakeDataOrControlsSeparately) {
   int v = 0;
   ASSERT_EQ(0, NSLPgetintattrib(slp2, nvrl::id::kSlpCoefs, &v));
   EXPECT_EQ(1, v);
-  ASSERT_EQ(0, NSLPgetintattrib(slp2, nvrl::id::kSlpConstantCol, &v));
+  ASSERT_EQ(0, NSLPgetintattrib(slp2, nvrl::id::kSlpIterations, &v));
   EXPECT_EQ(4, v);
   ASSERT_EQ(0, NSLPgetintcontrol(slp2, nvrl::id::kSlpIterLimit, &v));
   EXPECT_EQ(1000, v);  // controls stay behind

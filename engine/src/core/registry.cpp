@@ -154,7 +154,9 @@ const ParamInfo kTable[] = {
     intAttr(11999, "nslp_rows", "Rows seen by the nonlinear solver.", kNl),
     intAttr(12000, "nslp_columns", "Columns seen by the nonlinear solver.", kNl),
     intAttr(12013, "nslp_constant_column",
-            "Index of the nonlinear solver's constant column; -1 until constructed.", kNl),
+            "Index of the nonlinear solver's constant column: always -1, as coefficients and "
+            "formulas name it.",
+            kNl),
     intAttr(12016, "nslp_coefficients", "Nonlinear coefficients.", kNl),
     intAttr(12026, "nslp_nonlinear_rows", "Rows with nonlinear coefficients.", kNl),
     intAttr(12044, "nslp_status",

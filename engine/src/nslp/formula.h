@@ -59,11 +59,17 @@ NVRL_INTERNAL_API std::vector<SlpToken> parseFormulaText(const std::string &text
 NVRL_INTERNAL_API std::string formatFormulaText(const std::vector<SlpToken> &formula, const FormulaScope &scope,
                               const std::function<std::string(int)> &colName);
 
+// Writes a checked formula as an unparsed (written-order) token list with the brackets it
+// needs and commas between arguments; readFormulaTokens reads it back to the same formula.
+NVRL_INTERNAL_API std::vector<SlpToken> unparseFormula(const std::vector<SlpToken> &formula,
+                                                       const FormulaScope &scope);
+
 // A checked formula compiled for repeated evaluation. Evaluation is const and keeps its
 // scratch space in the caller's FormulaWorkspace, so one tape can be evaluated by several
 // threads, each with its own workspace.
 struct FormulaWorkspace {
   std::vector<double> values, adjoints;
+  std::vector<double> partials;  // user functions' derivatives by their arguments
   std::string error;  // why the last evaluation failed
 };
 
@@ -89,6 +95,10 @@ class NVRL_INTERNAL_API FormulaTape {
   bool gradient(const double *x, double &v, double *grad, FormulaWorkspace &ws) const;
 
  private:
+  // The forward sweep; with partials, user functions also give their derivatives (into
+  // ws.partials at their arguments' positions), so the reverse sweep need not call them.
+  bool forward(const double *x, double &v, FormulaWorkspace &ws, bool partials) const;
+
   // One value-producing token. Operands are earlier steps, listed in args_[first, first+count)
   // in written order (pwl: input, x0, y0, x1, y1, ...; user functions: first argument first).
   struct Step {

@@ -162,12 +162,17 @@ std::vector<SlpToken> parseFormulaText(const std::string &text, const FormulaSco
   return f;
 }
 
-std::string formatFormulaText(const std::vector<SlpToken> &f, const FormulaScope &scope,
-                              const std::function<std::string(int)> &colName) {
-  checkFormula(f, scope);
+namespace {
+
+// Writes a checked formula in written order with the brackets it needs, through a sink that
+// makes text or tokens of it. In text a minus sign on a number makes a negative constant, so
+// negative constants bind like a negation and a negated number needs brackets; as tokens
+// both are plain operands.
+template <class Sink>
+void writeInOrder(const std::vector<SlpToken> &f, bool text, Sink &sink) {
   // The expression tree: node i is token i; its operands in argument order.
   struct Node {
-    int prec;  // 5 atoms, 4 power, 3 negation (negative constants too), 2 * /, 1 + -
+    int prec;  // 5 atoms, 4 power, 3 negation, 2 * /, 1 + -
     size_t first, count;
   };
   size_t n = f.size() - 1;
@@ -180,7 +185,7 @@ std::string formatFormulaText(const std::vector<SlpToken> &f, const FormulaScope
     nd = {5, args.size(), 0};
     switch (t.type) {
       case NSLP_TOK_CON:
-        if (std::signbit(t.value)) nd.prec = 3;
+        if (text && std::signbit(t.value)) nd.prec = 3;
         break;
       case NSLP_TOK_DEL:
         marks.push_back(stack.size());
@@ -204,11 +209,11 @@ std::string formatFormulaText(const std::vector<SlpToken> &f, const FormulaScope
     stack.push_back(i);
   }
 
-  auto plainConstant = [&](size_t k) {
-    return (f[k].type == NSLP_TOK_CON && !std::signbit(f[k].value)) ||
-           (f[k].type == NSLP_TOK_COL && f[k].value < 0);
+  // Text writes the constant column as the number 1, which a minus sign would join.
+  auto plainNumber = [&](size_t k) {
+    return text && ((f[k].type == NSLP_TOK_CON && !std::signbit(f[k].value)) ||
+                    (f[k].type == NSLP_TOK_COL && f[k].value < 0));
   };
-  std::string out;
   // Work items: a node to write (>= 0) or a literal (-1 - Literal).
   std::vector<long long> work{static_cast<long long>(stack.back())};
   auto push = [&](Literal l) { work.push_back(-1 - l); };
@@ -221,7 +226,7 @@ std::string formatFormulaText(const std::vector<SlpToken> &f, const FormulaScope
     long long item = work.back();
     work.pop_back();
     if (item < 0) {
-      out += kLiterals[-1 - item];
+      sink.literal(Literal(-1 - item));
       continue;
     }
     size_t k = size_t(item);
@@ -229,28 +234,15 @@ std::string formatFormulaText(const std::vector<SlpToken> &f, const FormulaScope
     const Node &nd = nodes[k];
     switch (t.type) {
       case NSLP_TOK_CON:
-        out += io::formatNumber(t.value);
+      case NSLP_TOK_COL:
+        sink.leaf(t);
         break;
-      case NSLP_TOK_COL: {
-        int col = int(t.value);
-        if (col < 0) {
-          out += '1';  // the constant column is the value 1
-          break;
-        }
-        std::string name = colName ? colName(col) : std::string();
-        if (!writableName(name))
-          throw FormulaError(format("column %d has a name that cannot be written in a formula "
-                                    "(\"%s\")",
-                                    col, name.c_str()));
-        out += name;
-        break;
-      }
       case NSLP_TOK_OP: {
         int op = int(t.value);
         if (op == NSLP_OP_UMINUS) {
           size_t a = args[nd.first];
-          out += '-';
-          pushOperand(a, nodes[a].prec < 4 || plainConstant(a));
+          sink.literal(Negate);
+          pushOperand(a, nodes[a].prec < 4 || plainNumber(a));
           break;
         }
         size_t l = args[nd.first], r = args[nd.first + 1];
@@ -271,17 +263,7 @@ std::string formatFormulaText(const std::vector<SlpToken> &f, const FormulaScope
       }
       case NSLP_TOK_IFUN:
       case NSLP_TOK_UFUN: {
-        if (t.type == NSLP_TOK_IFUN) {
-          out += formula::internalFunction(int(t.value))->name;
-        } else {
-          const std::string &name = scope.userfuncs->at(int(t.value)).name;
-          if (!writableName(name) || formula::internalFunctionByName(name) ||
-              scope.userfuncs->find(name) != int(t.value))
-            throw FormulaError("user function name \"" + name +
-                               "\" cannot be written in a formula");
-          out += name;
-        }
-        out += '(';
+        sink.function(t);
         push(Close);
         for (size_t a = nd.count; a-- > 0;) {
           work.push_back(static_cast<long long>(args[nd.first + a]));
@@ -291,7 +273,86 @@ std::string formatFormulaText(const std::vector<SlpToken> &f, const FormulaScope
       }
     }
   }
-  return out;
+}
+
+struct TextSink {
+  const FormulaScope &scope;
+  const std::function<std::string(int)> &colName;
+  std::string out;
+
+  void literal(Literal l) { out += kLiterals[l]; }
+  void leaf(const SlpToken &t) {
+    if (t.type == NSLP_TOK_CON) {
+      out += io::formatNumber(t.value);
+      return;
+    }
+    int col = int(t.value);
+    if (col < 0) {
+      out += '1';  // the constant column is the value 1
+      return;
+    }
+    std::string name = colName ? colName(col) : std::string();
+    if (!writableName(name))
+      throw FormulaError(
+          format("column %d has a name that cannot be written in a formula (\"%s\")", col,
+                 name.c_str()));
+    out += name;
+  }
+  void function(const SlpToken &t) {
+    if (t.type == NSLP_TOK_IFUN) {
+      out += formula::internalFunction(int(t.value))->name;
+    } else {
+      const std::string &name = scope.userfuncs->at(int(t.value)).name;
+      if (!writableName(name) || formula::internalFunctionByName(name) ||
+          scope.userfuncs->find(name) != int(t.value))
+        throw FormulaError("user function name \"" + name + "\" cannot be written in a formula");
+      out += name;
+    }
+    out += '(';
+  }
+};
+
+struct TokenSink {
+  std::vector<SlpToken> out;
+
+  void literal(Literal l) {
+    static const SlpToken kTokens[] = {
+        {NSLP_TOK_LB, 0},
+        {NSLP_TOK_RB, 0},
+        {NSLP_TOK_OP, NSLP_OP_PLUS},
+        {NSLP_TOK_OP, NSLP_OP_MINUS},
+        {NSLP_TOK_OP, NSLP_OP_MULTIPLY},
+        {NSLP_TOK_OP, NSLP_OP_DIVIDE},
+        {NSLP_TOK_OP, NSLP_OP_EXPONENT},
+        {NSLP_TOK_OP, NSLP_OP_UMINUS},
+        {NSLP_TOK_DEL, 1},
+    };
+    out.push_back(kTokens[l]);
+  }
+  void leaf(const SlpToken &t) { out.push_back(t); }
+  void function(const SlpToken &t) {
+    out.push_back(t);
+    out.push_back({NSLP_TOK_LB, 0});
+  }
+};
+
+}  // namespace
+
+std::string formatFormulaText(const std::vector<SlpToken> &f, const FormulaScope &scope,
+                              const std::function<std::string(int)> &colName) {
+  checkFormula(f, scope);
+  TextSink sink{scope, colName, {}};
+  writeInOrder(f, true, sink);
+  return std::move(sink.out);
+}
+
+std::vector<SlpToken> unparseFormula(const std::vector<SlpToken> &f, const FormulaScope &scope) {
+  checkFormula(f, scope);
+  TokenSink sink;
+  sink.out.reserve(f.size() + f.size() / 2);
+  writeInOrder(f, false, sink);
+  sink.out.push_back({NSLP_TOK_EOF, 0});
+  return std::move(sink.out);
 }
 
 }  // namespace nvrl

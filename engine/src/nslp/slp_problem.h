@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/problem.h"
+#include "nslp/user_functions.h"
 
 namespace nvrl {
 
@@ -49,13 +50,15 @@ struct SlpColumn {
 struct SlpData {
   std::vector<SlpCoefficient> coefs;
   std::vector<SlpColumn> columns;
+  UserFunctionTable userfuncs;
+  std::vector<std::string> strings;  // NSLPsetstring; index k is strings[k - 1]
 
   int nonlinearRows() const;
 };
 
 // Answers and state of the nonlinear solver.
 struct SlpState {
-  int constant_col = -1;  // -1 until the problem has been constructed for the solver
+  int constant_col = -1;  // the constant column's index: -1, as coefficients name it
   int statebits = 0;      // bit 0 constructed, bit 29 presolved
   int nlpstatus = 0;      // nlp_... constants; 0 unstarted
   int stopstatus = NVRL_STOP_NONE;
