@@ -1,9 +1,9 @@
 """Shared fixtures for the tests of the nuvrel package.
 
 The native module keeps process-wide state (library start count, module defaults, output
-switch), so tests that change it for good run their code in a fresh interpreter (run_python).
-The extension's exported symbols are reached with ctypes (native), the solver library through
-its C interface (engine). Helpers that several test files share live here too.
+switch), so tests that change it for good run their code in a fresh interpreter (run_child,
+or the run_python fixture). The solver library is reached through its C interface (engine).
+Helpers that several test files share live here too.
 """
 
 import ctypes
@@ -17,7 +17,6 @@ from pathlib import Path
 import pytest
 
 import nuvrel
-from nuvrel import nuvrellib
 
 
 def _shared_data_dir():
@@ -38,7 +37,7 @@ def _shared_data_dir():
     return roots[-1].parent / "shared" / "data"
 
 
-# For parametrisation at collection time; tests otherwise use the shared_data fixture.
+# Known at collection time, so that tests can be parametrised over its files.
 SHARED_DATA = _shared_data_dir()
 
 
@@ -61,23 +60,8 @@ p.controls.mip_relative_gap = 0.0
 
 
 @pytest.fixture(scope="session")
-def shared_data():
-    """Directory of the shared instances and their optima (optima.csv)."""
-    if not (SHARED_DATA / "optima.csv").exists():
-        pytest.skip(f"no test data in {SHARED_DATA}")
-    return SHARED_DATA
-
-
-@pytest.fixture(scope="session")
 def nv():
     return nuvrel
-
-
-@pytest.fixture(scope="session")
-def native():
-    """The extension as a ctypes library that keeps the interpreter lock during calls and
-    raises the Python error a call leaves set."""
-    return ctypes.PyDLL(nuvrellib.__file__)
 
 
 @pytest.fixture(scope="session")
@@ -88,26 +72,25 @@ def engine():
     return ctypes.CDLL("libnvrl.so")
 
 
+def run_child(code, check=True, args=None, timeout=120):
+    """Runs code (or the given interpreter arguments) in a fresh interpreter with the same
+    import path; returns the completed process. A child that outlives the timeout fails the
+    test (the faults these children guard against include hangs)."""
+    env = dict(os.environ)
+    env["PYTHONPATH"] = os.pathsep.join(p for p in sys.path if p)
+    try:
+        proc = subprocess.run([sys.executable, *(args or ["-c", textwrap.dedent(code)])],
+                              capture_output=True, text=True, env=env, timeout=timeout)
+    except subprocess.TimeoutExpired:
+        pytest.fail(f"the child did not finish within {timeout} s")
+    if check and proc.returncode != 0:
+        raise AssertionError(f"child failed ({proc.returncode}):\n{proc.stdout}\n{proc.stderr}")
+    return proc
+
+
 @pytest.fixture
 def run_python():
-    """Runs code (or the given interpreter arguments) in a fresh interpreter with the same
-    import path; returns the completed process."""
-
-    def run(code, check=True, args=None):
-        env = dict(os.environ)
-        env["PYTHONPATH"] = os.pathsep.join(p for p in sys.path if p)
-        proc = subprocess.run(
-            [sys.executable, *(args or ["-c", textwrap.dedent(code)])],
-            capture_output=True,
-            text=True,
-            env=env,
-            timeout=120,
-        )
-        if check and proc.returncode != 0:
-            raise AssertionError(f"child failed ({proc.returncode}):\n{proc.stdout}\n{proc.stderr}")
-        return proc
-
-    return run
+    return run_child
 
 
 @pytest.fixture

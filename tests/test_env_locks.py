@@ -3,12 +3,8 @@ the module again) at any allocation made while the module holds one of them. Tha
 neither deadlock on the same thread nor block other threads for good. The faulty code hung,
 so the loops run in a child interpreter with a time limit."""
 
-import os
-import subprocess
-import sys
-import textwrap
-
 import pytest
+from conftest import run_child
 
 CYCLES = """
 import gc, sys, threading
@@ -48,21 +44,9 @@ def read_controls(rounds):
 """
 
 
-def run_limited(code, timeout=30):
-    env = dict(os.environ)
-    env["PYTHONPATH"] = os.pathsep.join(p for p in sys.path if p)
-    try:
-        proc = subprocess.run([sys.executable, "-c", textwrap.dedent(code)],
-                              capture_output=True, text=True, env=env, timeout=timeout)
-    except subprocess.TimeoutExpired:
-        pytest.fail("deadlock: the child did not finish in time")
-    assert proc.returncode == 0, proc.stderr
-    return proc.stdout.split()
-
-
 @pytest.mark.parametrize("threads", [1, 3])  # alone, and with threads using the same locks
 def test_finalisers_reentering_the_module_under_its_locks(threads):
-    out = run_limited(CYCLES + f"""
+    out = run_child(CYCLES + f"""
 workers = [threading.Thread(target=read_controls, args=(200,)) for _ in range({threads} - 1)]
 for w in workers:
     w.start()
@@ -71,6 +55,6 @@ for w in workers:
     w.join()
 gc.collect()
 print(len(reads), set(reads) <= {{0.0, 7.0}})
-""")
+""", timeout=30).stdout.split()
     assert int(out[0]) == 80
     assert out[1] == "True"

@@ -1,5 +1,5 @@
-"""Reading and writing problem files: the test instances against their known optima, round
-trips through both formats, and the modelling objects rebuilt from a file."""
+"""Reading and writing problem files: test instances against their known optima, round trips
+through both formats, and the modelling objects rebuilt from a file."""
 
 import csv
 
@@ -11,23 +11,22 @@ import nuvrel as nv
 pytestmark = pytest.mark.usefixtures("quiet")
 
 
+# The engine solves and round-trips every instance; the module needs a MIP from an MPS file, a
+# model from an LP file and an infeasible LP read end to end.
+MODULE_INSTANCES = ["flugpl.mps", "semi-integer.lp", "galenet.mps"]
+
+
 def _instances():
     table = DATA / "optima.csv"
     if not table.exists():
         return [pytest.param(None, marks=pytest.mark.skip(reason=f"no test data in {DATA}"))]
     with table.open(newline="") as f:
-        return [pytest.param(row, id=row["file"]) for row in csv.DictReader(f)]
+        return [pytest.param(row, id=row["file"]) for row in csv.DictReader(f)
+                if row["file"] in MODULE_INSTANCES]
 
 
-EXPECTED_STATUS = {
-    ("lp", "optimal"): {"lp_optimal"},
-    ("qp", "optimal"): {"lp_optimal"},
-    ("mip", "optimal"): {"mip_optimal"},
-    ("lp", "infeasible"): {"lp_infeas"},
-    ("lp", "unbounded"): {"lp_unbounded"},
-    ("mip", "infeasible"): {"mip_infeas"},
-    ("mip", "unbounded"): {"mip_unbounded"},
-}
+EXPECTED_STATUS = {("lp", "optimal"): "lp_optimal", ("mip", "optimal"): "mip_optimal",
+                   ("lp", "infeasible"): "lp_infeas"}
 
 
 def _solve(problem):
@@ -42,7 +41,7 @@ def _solve(problem):
 
 def _check_outcome(problem, row):
     status = _solve(problem)
-    assert status in EXPECTED_STATUS[(row["kind"], row["status"])]
+    assert status == EXPECTED_STATUS[(row["kind"], row["status"])]
     if row["status"] != "optimal":
         return None
     objective = problem.getObjVal()
@@ -110,61 +109,54 @@ def test_instance_solves_to_its_optimum_and_survives_a_round_trip(row, tmp_path)
                 assert again == pytest.approx(objective, rel=1e-6, abs=1e-9)
 
 
+# One column of each type and one row of each kind; the engine's reader tests cover the
+# format's variants.
 CRAFTED = """\
-NAME          CRAFTED
+NAME CRAFTED
 ROWS
- N  COST
- L  LIM
- G  LOW
- E  BAL
- L  RNGL
- G  RNGG
- E  RNGE
- N  SPARE
+ N COST
+ L LIM
+ G LOW
+ E BAL
+ L RNG
+ N SPARE
 COLUMNS
-    MARKER                 'MARKER'                 'INTORG'
-    K         COST         1              LIM          1
-    MARKER                 'MARKER'                 'INTEND'
-    A         COST         1              LIM          1
-    A         LOW          1              RNGL         1
-    B         COST         2              BAL          1
-    B         RNGG         1              SPARE        1
-    C         RNGE         1              LOW          1
-    D         LIM          1
-    E         LOW          1
-    F         COST         -1             LIM          1
-    G         COST         -1             LIM          1
-    H         COST         -1             LIM          1
-    S         COST         -1             LIM          1
+    MARKER 'MARKER' 'INTORG'
+    K COST 1 LIM 1
+    MARKER 'MARKER' 'INTEND'
+    A COST 1 LIM 1
+    A LOW 1 RNG 1
+    B COST 2 BAL 1
+    B SPARE 1
+    D LIM 1
+    F COST -1 LIM 1
+    G COST -1 LIM 1
+    H COST -1 LIM 1
+    S COST -1 LIM 1
 RHS
-    RHS       LIM          40             LOW          2
-    RHS       BAL          3              RNGL         10
-    RHS       RNGG         1              RNGE         5
+    RHS LIM 40 LOW 2
+    RHS BAL 3 RNG 10
 RANGES
-    RNG       RNGL         4              RNGG         3
-    RNG       RNGE         -2
+    RNG RNG 4
 BOUNDS
- UP BND       A            5
- LO BND       B            -2
- UP BND       B            7
- FX BND       C            3.5
- FR BND       D
- MI BND       E
- BV BND       F
- LI BND       G            1
- UI BND       G            9
- LO BND       H            2
- SC BND       H            8
- LO BND       S            3
- SI BND       S            6
+ UP BND A 5
+ LO BND B -2
+ UP BND B 7
+ FR BND D
+ BV BND F
+ LI BND G 1
+ UI BND G 9
+ LO BND H 2
+ SC BND H 8
+ LO BND S 3
+ SI BND S 6
 SOS
- S1 SOS       set1
-    set1      A            1
-    set1      B            2
- S2 SOS       set2
-    set2      D            1.5
-    set2      E            2.5
-    set2      G            3.5
+ S1 SOS set1
+    set1 A 1
+    set1 B 2
+ S2 SOS set2
+    set2 D 1.5
+    set2 G 3.5
 ENDATA
 """
 
@@ -174,25 +166,16 @@ CRAFTED_COLUMNS = [
     ("K", 0.0, INF, nv.integer, NO_THRESHOLD),
     ("A", 0.0, 5.0, nv.continuous, NO_THRESHOLD),
     ("B", -2.0, 7.0, nv.continuous, NO_THRESHOLD),
-    ("C", 3.5, 3.5, nv.continuous, NO_THRESHOLD),
     ("D", -INF, INF, nv.continuous, NO_THRESHOLD),
-    ("E", -INF, INF, nv.continuous, NO_THRESHOLD),
     ("F", 0.0, 1.0, nv.binary, NO_THRESHOLD),
     ("G", 1.0, 9.0, nv.integer, NO_THRESHOLD),
     # Semi-continuous and semi-integer: the lower bound given in the file is the threshold.
     ("H", 0.0, 8.0, nv.semicontinuous, 2.0),
     ("S", 0.0, 6.0, nv.semiinteger, 3.0),
 ]
-CRAFTED_ROWS = [
-    ("LIM", -INF, 40.0),
-    ("LOW", 2.0, INF),
-    ("BAL", 3.0, 3.0),
-    ("RNGL", 6.0, 10.0),
-    ("RNGG", 1.0, 4.0),
-    ("RNGE", 3.0, 5.0),
-    ("SPARE", -INF, INF),
-]
-CRAFTED_SETS = [("set1", 1, ["A", "B"], [1.0, 2.0]), ("set2", 2, ["D", "E", "G"], [1.5, 2.5, 3.5])]
+CRAFTED_ROWS = [("LIM", -INF, 40.0), ("LOW", 2.0, INF), ("BAL", 3.0, 3.0), ("RNG", 6.0, 10.0),
+                ("SPARE", -INF, INF)]
+CRAFTED_SETS = [("set1", 1, ["A", "B"], [1.0, 2.0]), ("set2", 2, ["D", "G"], [1.5, 3.5])]
 
 
 @pytest.fixture
@@ -218,8 +201,8 @@ def test_rebuilt_objects_carry_names_bounds_and_types(crafted, tmp_path, write_a
     assert all(c.body is None for c in _rows(p))
     # Set members are the problem's own variables, not copies.
     members = _sets(p)[1].indices
-    assert [p.getIndex(v) for v in members] == [4, 5, 7]
-    assert members[2] is _columns(p)[7]
+    assert [p.getIndex(v) for v in members] == [3, 5]
+    assert members[1] is _columns(p)[5]
 
 
 def test_names_beyond_one_block_of_names(tmp_path):
@@ -267,15 +250,13 @@ def test_read_of_a_bad_file_raises_and_leaves_the_problem_unchanged(crafted, tmp
     assert _describe(p) == before
 
 
-@pytest.mark.parametrize("flags", ["g", "lg"])
-def test_flag_g_sends_a_linear_problem_to_the_nonlinear_writer(crafted, tmp_path, flags):
-    # This library has no nonlinear writer, so the call must fail rather than fall back to
-    # the optimiser's writer.
+@pytest.mark.parametrize("flags, suffix", [("g", ".mps"), ("lg", ".lp")])
+def test_flag_g_sends_a_linear_problem_to_the_nonlinear_writer(crafted, tmp_path, flags, suffix):
+    # The optimiser's writer refuses the flag 'g' as unknown: a written file shows that the
+    # nonlinear writer took the call.
     p = nv.problem()
     p.read(str(crafted))
-    out = tmp_path / "never.mps"
-    with pytest.raises(nv.SolverError, match="nonlinear solver"):
-        p.write(str(out), flags)
-    assert not out.exists()
-    p.write(str(out), flags.replace("g", ""))
-    assert out.exists()
+    p.write(str(tmp_path / "out"), flags)
+    q = nv.problem()
+    q.read(str(tmp_path / ("out" + suffix)))
+    assert _describe(q) == _describe(p)

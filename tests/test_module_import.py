@@ -52,9 +52,9 @@ RUNTIME_FUNCTIONS = [
 
 
 def test_module_publishes_its_types_exceptions_constants_and_controls():
+    # Exactly these: an internal type (term, control table, handle) published by mistake fails.
     attributes = {k for k, v in vars(nuvrellib).items()
                   if not k.startswith("__") and not isinstance(v, types.BuiltinFunctionType)}
-    assert len(CONSTANTS) == 92
     assert attributes == {*PUBLISHED_TYPES, *EXCEPTIONS, *(name for name, _ in CONSTANTS),
                           "npvar", "npexpr", "npconstraint", "controls"}
 
@@ -82,31 +82,12 @@ def test_exceptions(name):
     assert f"{exc.__module__}.{exc.__name__}" == f"nuvrel.{name}"
 
 
-@pytest.mark.parametrize(
-    "name", ["ctrl", "attr", "nvrlobject", "voidstar", "linterm", "quadterm", "nonlin"])
-def test_internal_types_not_published(name):
-    assert not hasattr(nuvrellib, name)
-
-
-def test_controls_object():
-    controls = nuvrellib.controls
-    assert type(controls).__name__ == "ctrl" and type(controls).__module__ == "nuvrel"
-    # the start-up default: nonlinear postsolve on for every new problem
-    assert controls.nslp_postsolve == 1
-    assert controls.NSLP_POSTSOLVE == 1
-
-
 @pytest.mark.parametrize("name", RUNTIME_FUNCTIONS)
 def test_function_docstrings_have_four_sections(name):
     doc = getattr(nuvrellib, name).__doc__
     positions = [doc.find(section) for section in
                  ("Purpose:", "Synopsis:", "Arguments:", "Example:")]
     assert -1 not in positions and positions == sorted(positions)
-
-
-def test_module_docstring_is_one_sentence():
-    doc = nuvrellib.__doc__
-    assert doc.endswith(".") and doc.count(". ") == 0 and "optimization problems" in doc
 
 
 def test_package_reexports_every_public_name(nv):

@@ -31,21 +31,3 @@ def test_handler_exception_on_a_native_thread_is_reported_and_handler_keeps_work
         """).stdout.splitlines()
     assert out[0] == str(["Null problem handle"] * 2)
     assert out[1] == str([("ValueError", "first message refused", True)])
-
-
-def test_handler_exception_on_the_calling_thread_surfaces_from_the_call(run_python):
-    out = run_python("""
-        import nuvrel as nv
-        nv.setOutputEnabled(False)
-        def handler(*args):
-            raise ValueError("from the handler")
-        nv.addcbmsghandler(handler, None, 0)
-        x = nv.var()
-        p = nv.problem(x, x <= 1, x)
-        try:
-            p.solve()
-            print("no exception")
-        except ValueError as e:
-            print("raised", e)
-        """).stdout.strip()
-    assert out == "raised from the handler"

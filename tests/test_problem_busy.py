@@ -6,13 +6,9 @@ The faulty code crashed or corrupted the heap here, so every solve runs in a chi
 """
 
 import json
-import os
-import subprocess
-import sys
-import textwrap
 
 import pytest
-from conftest import HARD_KNAPSACK
+from conftest import HARD_KNAPSACK, run_child
 
 BUSY = "The problem is being solved; it cannot be changed or read until solve() returns"
 ALREADY = "The problem is already being solved"
@@ -68,13 +64,9 @@ CALLS = {
 }
 
 
-def run_child(code, timeout=120):
-    env = dict(os.environ)
-    env["PYTHONPATH"] = os.pathsep.join(p for p in sys.path if p)
-    proc = subprocess.run([sys.executable, "-c", textwrap.dedent(code)], capture_output=True,
-                          text=True, env=env, timeout=timeout)
-    assert proc.returncode == 0, f"child failed ({proc.returncode}):\n{proc.stdout}\n{proc.stderr}"
-    return json.loads(proc.stdout.strip().splitlines()[-1])
+def child_json(code):
+    """The JSON object a child interpreter prints last."""
+    return json.loads(run_child(code).stdout.strip().splitlines()[-1])
 
 
 @pytest.fixture(scope="module")
@@ -111,7 +103,7 @@ outcome["solve_returned"] = errors == [None]
 outcome["intact"] = model_intact()
 print(json.dumps(outcome))
 """
-    return run_child(code)
+    return child_json(code)
 
 
 @pytest.mark.parametrize("label", sorted(CALLS))
@@ -179,7 +171,7 @@ print(json.dumps({{"seen": seen, "raised": raised, "reported": reported,
                   "cols": p.attributes.columns,
                   "rows": p.attributes.rows}}))
 """
-    out = run_child(code)
+    out = child_json(code)
     expected = ALREADY if label == "solve" else BUSY
     assert out["seen"] == [["SolverError", expected]]
     if route == "global_handler":
@@ -189,27 +181,6 @@ print(json.dumps({{"seen": seen, "raised": raised, "reported": reported,
         assert out["raised"] == ["returned", ""]
         assert out["reported"] == [["SolverError", expected]]
     assert (out["cols"], out["rows"]) == (200, 30)
-
-
-def test_two_threads_solving_one_problem(run_python):
-    out = run_python(KNAPSACK.replace("TIME_LIMIT", "1.0") + """
-results = []
-def solve():
-    try:
-        p.solve()
-        results.append("returned")
-    except Exception as e:
-        results.append(f"{type(e).__name__}: {e}")
-threads = [threading.Thread(target=solve) for _ in range(2)]
-for t in threads:
-    t.start()
-for t in threads:
-    t.join()
-print(sorted(results))
-print(model_intact())
-""").stdout.splitlines()
-    assert out[0] == str(sorted(["returned", "SolverError: " + ALREADY]))
-    assert out[1] == "True"
 
 
 @pytest.mark.parametrize("mip", [False, True])

@@ -89,6 +89,16 @@ def test_library_range_errors_become_solver_errors(nv, p):
     assert p.getControl("lp_algorithm") == 1
 
 
+@pytest.mark.parametrize("name", ["time_limit", "mip_relative_gap", "mip_absolute_gap", "cutoff"])
+def test_limits_accept_infinity_as_no_limit(nv, p, name):
+    p.setControl(name, float("inf"))
+    assert p.getControl(name) == float("inf")
+    p.solve()
+    assert p.getSolution() == [0.0]
+    with pytest.raises(nv.SolverError):
+        p.setControl("nslp_penalty", float("inf"))
+
+
 def test_unknown_names(nv, p):
     with pytest.raises(nv.InterfaceError, match="Requested value of an unknown control"):
         p.getControl("nonsense")

@@ -1,5 +1,6 @@
 """Models built with the modelling API and solved end to end; every optimum is derived by
-hand in the comments. (Random models against HiGHS: test_crosscheck_highs.py.)"""
+hand in the comments. (Random models with indicators and semi-continuous columns against
+HiGHS: test_crosscheck_highs.py.)"""
 
 import numpy as np
 import pytest
@@ -10,27 +11,6 @@ pytestmark = pytest.mark.usefixtures("quiet")
 def values(p, variables):
     solution = p.getSolution()
     return np.array([solution[p.getIndex(v)] for v in variables], dtype=float)
-
-
-@pytest.mark.parametrize("active", [0, 1])
-def test_indicator_and_semicontinuous(nv, active):
-    # min s + 0.5x + 4*[z != active]  s.t. s + x >= 2.5, (z == active) -> x <= 1,
-    # s semi-continuous: 0 or in [3, 8].
-    # z == active: x <= 1 forces s >= 1.5, hence s >= 3: best s = 3, x = 0, cost 3.
-    # z != active: cost 4 + 0.5*2.5 = 5.25. Without the threshold the optimum would be
-    # s = 1.5, x = 1 (cost 2); without the indicator x = 2.5 (cost 1.25).
-    s = nv.var(vartype=nv.semicontinuous, lb=0, ub=8, threshold=3, name="s")
-    x = nv.var(ub=10, name="x")
-    z = nv.var(vartype=nv.binary, name="z")
-    p = nv.problem(s, x, z, s + x >= 2.5)
-    p.addIndicator(z == active, x <= 1)
-    penalty = 4 * (1 - z) if active else 4 * z
-    p.setObjective(s + 0.5 * x + penalty)
-    p.solve()
-    assert p.getProbStatusString() == "mip_optimal"
-    assert p.getObjVal() == pytest.approx(3)
-    assert values(p, [s, x, z]) == pytest.approx([3, 0, active], abs=1e-6)
-    assert p.attributes.indicators == 1
 
 
 def test_sos1_picks_one_member(nv):

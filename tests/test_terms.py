@@ -21,17 +21,13 @@ def names():
 @pytest.mark.parametrize("source, kind, text", [
     ("3 * x", "linterm", "3*x"),
     ("-x", "linterm", "-1*x"),
-    ("x / 4", "linterm", "0.25*x"),
     ("3 * x + x", "linterm", "4*x"),
     ("x - 3 * x", "linterm", "-2*x"),
     ("0 - 2 * x", "linterm", "-2*x"),
     ("2 * x + 0", "linterm", "2*x"),
     ("(4 * x) / const2", "linterm", "2*x"),
     ("y * x", "quadterm", "x*y"),
-    ("(2 * y) * (3 * x)", "quadterm", "6*x*y"),
     ("x ** 2", "quadterm", "x**2"),
-    ("(2 * x) ** 2", "quadterm", "4*x**2"),
-    ("-(x * y)", "quadterm", "-1*x*y"),
     ("x * y + 2 * y * x", "quadterm", "3*x*y"),
     ("(4 * x * y) / const2", "quadterm", "2*x*y"),
     ("(6 * x * y) / (2 * x)", "linterm", "3*y"),
@@ -135,13 +131,6 @@ def test_terms_keep_their_variables_alive():
     t, q = 3 * x, x * x
     del x
     assert str(t) == "3*held" and str(q) == "held**2"
-
-
-def test_terms_only_come_from_arithmetic(names):
-    x = names["x"]
-    for term in (2 * x, x * x):
-        with pytest.raises(TypeError):
-            type(term)()
 
 
 def test_in_place_on_terms_rebinds_without_touching_the_original(names):

@@ -1,7 +1,6 @@
 """The decision variable: packed record, side tables, attributes, names, identity."""
 import gc
 import math
-import subprocess
 import sys
 import threading
 
@@ -62,8 +61,8 @@ def test_constructor_bounds(kwargs, lb, ub):
          "Variable has empty feasible set: lower bound > upper bound"),
         (dict(name=3), nuvrel.ModelError, "Invalid variable name (must be a string)"),
         (dict(name=None), nuvrel.ModelError, "Invalid variable name (must be a string)"),
-        (dict(lb="zero"), TypeError, ""),
-        (dict(colour=1), TypeError, ""),
+        (dict(lb="zero"), TypeError, "must be real number"),
+        (dict(colour=1), TypeError, "'colour' is an invalid keyword"),
     ],
 )
 def test_constructor_rejects_bad_input_without_leaking(kwargs, exc, message):
@@ -74,10 +73,6 @@ def test_constructor_rejects_bad_input_without_leaking(kwargs, exc, message):
     assert str(info.value).startswith(message)
     gc.collect()
     assert table_sizes() == before
-
-
-def test_bytes_name_accepted():
-    assert nuvrel.var(name=b"raw").name == b"raw"
 
 
 def test_repeated_init_leaves_no_stale_entries():
@@ -134,12 +129,6 @@ def test_bound_entry_follows_packed_value(attr, slot):
         setattr(x, attr, value)
         assert getattr(x, attr) == value
         assert table_sizes()[slot] - before == int(expect_entry)
-
-
-def test_bounds_set_by_attribute_are_not_checked():
-    x = nuvrel.var(lb=0, ub=1)
-    x.lb = 5
-    assert (x.lb, x.ub) == (5.0, 1.0)
 
 
 @pytest.mark.parametrize("attr", ["lb", "ub"])
@@ -342,15 +331,14 @@ def test_term_maps_keep_nan_coefficients():
     assert variables == [x, y] and math.isnan(coefficients[0]) and coefficients[1] == 1.0
 
 
-def test_variables_alive_at_interpreter_exit():
+def test_variables_alive_at_interpreter_exit(run_python):
     # The side tables go with the module; variables that outlive them must still die quietly.
-    script = (
-        "import nuvrel\n"
-        "keep = [nuvrel.var(name='n%d' % i, lb=0.5, ub=2.5, threshold=1) for i in range(100)]\n"
-        "d = nuvrel.vars(['a', 'b'], [1, 2], name='x', lb=-3)\n"
-        "class Holder: pass\n"
-        "h = Holder(); h.self = h; h.v = nuvrel.var(name='cycle', lb=0.3)\n"
-        "print('done')\n")
-    proc = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True,
-                          timeout=120)
+    proc = run_python("""
+        import nuvrel
+        keep = [nuvrel.var(name='n%d' % i, lb=0.5, ub=2.5, threshold=1) for i in range(100)]
+        d = nuvrel.vars(['a', 'b'], [1, 2], name='x', lb=-3)
+        class Holder: pass
+        h = Holder(); h.self = h; h.v = nuvrel.var(name='cycle', lb=0.3)
+        print('done')
+        """, check=False)
     assert (proc.returncode, proc.stdout, proc.stderr) == (0, "done\n", "")

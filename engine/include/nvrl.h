@@ -3,8 +3,8 @@
  *
  * Conventions
  * - Every function returns int: 0 on success, non-zero on failure. The failure's text is
- *   available from NVRLgetlasterror (problem calls), NSLPgetlasterror (nonlinear calls),
- *   NVRL_ge_getlasterror (environment calls) or NVRL_bo_getlasterror (branching objects).
+ *   available from NVRLgetlasterror (problem calls), NSLPgetlasterror (nonlinear calls) or
+ *   NVRL_ge_getlasterror (environment calls and invalid handles).
  *   A failed call leaves the problem exactly as it was. Failures of problem calls are not
  *   logged; failures of environment calls are also sent to the global message handlers.
  * - Indices are 0-based. Ranges (first, last) are inclusive.
@@ -862,7 +862,8 @@ NVRL_API int NVRLdumpcontrols(NVRLprob prob);
  * LP and anything else MPS. A name that does not exist and has no extension tries ".mps", then ".lp". A missing problem
  * name becomes the file's name without directories and extension. Fails on a null or empty
  * filename, an unknown flag, a file that cannot be opened or read (the message names the
- * line of a syntax error), or memory running out. */
+ * line of a syntax error), an MPS file with nonlinear sections (see NSLPreadprob), or memory
+ * running out. */
 NVRL_API int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags);
 /* Writes the problem to filename: flags "l" LP format, otherwise free MPS ("m" or none; the
  * last of several flags wins). A name without extension gets ".lp" or ".mps". Fails on a
@@ -1083,6 +1084,69 @@ NVRL_API int NSLPevaluateformula(NSLPprob slp, int parsed, const int type[],
                                  const double value[], double *result);
 
 
+/* User functions. A user function is a C function the formulas call by index (tokens
+ * NSLP_TOK_UFUN; in text by name). It is defined by NSLPadduserfuncs from a token list:
+ *   NSLP_UFDEF_STRING  the index of a string (NSLPsetstring): the first one names the
+ *                      function, the second its linkage, which must be "DirectC" (a C
+ *                      function address given with NSLPchguserfuncaddress);
+ *   NSLP_UFDEF_ARGS    1: the inputs arrive as one array of doubles (the only style);
+ *   NSLP_UFDEF_CALL    NSLP_UFCALL_VALUES or NSLP_UFCALL_DERIVATIVES, the calling convention;
+ *   NSLP_TOK_EOF       ends the definition.
+ * Calling conventions (context identifies the call: see NSLPgetfuncobject):
+ *   values:      double f(const double *x, void *context) returns the value; NaN or an
+ *                infinity means failure. Derivatives are taken by central differences.
+ *   derivatives: double f(const double *x, void *context, const double *deltas,
+ *                double *results) puts the value into results[0] (the return value is
+ *                ignored) and, when deltas is non-null, the partial derivative by input k
+ *                into results[k] (k = 1..n) for each deltas[k-1] != 0. results[] starts as
+ *                NaN: a value left NaN means failure, a derivative left NaN is differenced.
+ * A function may be called from any thread the solve uses, several at once. */
+#define NSLP_UFDEF_STRING 5
+#define NSLP_UFDEF_CALL 86
+#define NSLP_UFDEF_ARGS 87
+#define NSLP_UFCALL_VALUES 19
+#define NSLP_UFCALL_DERIVATIVES 110611
+/* Item of NSLPgetfuncobject: the description of the call, for NSLPgetfuncinfo. */
+#define NSLP_FUNCOBJ_INFO 12602
+/* Name type of NSLPaddnames: user functions. */
+#define NSLP_NAMES_USERFUNCS 5
+
+typedef double (*NSLPuserfunc)(const double *x, void *context);
+typedef double (*NSLPuserfuncderiv)(const double *x, void *context, const double *deltas,
+                                    double *results);
+/* Any function address, cast to the function's own type according to its convention. */
+typedef void (*NSLPfuncaddress)(void);
+
+/* Keeps a copy of string and puts its index (1, 2, ...; the same index for a string kept
+ * already) into *index. Fails when string or index is null. */
+NVRL_API int NSLPsetstring(NSLPprob slp, int *index, const char *string);
+/* Defines nfuncs user functions from consecutive definitions (see above) in type/value;
+ * they get the next indices in order. Fails, defining none, on a missing name, an unknown
+ * token, string index, argument style, convention or linkage. */
+NVRL_API int NSLPadduserfuncs(NSLPprob slp, int nfuncs, const int type[],
+                              const double value[]);
+/* Names items first..last of a kind from names (NUL-terminated one after another). Only
+ * NSLP_NAMES_USERFUNCS is supported; names may repeat, text finds the first. Fails on
+ * another type, a range outside the defined functions, an empty name or a null names. */
+NVRL_API int NSLPaddnames(NSLPprob slp, int type, const char names[], int first, int last);
+/* Sets the address user function index calls (cast from NSLPuserfunc or NSLPuserfuncderiv
+ * as its convention says). Fails when index is not a defined function or address is null. */
+NVRL_API int NSLPchguserfuncaddress(NSLPprob slp, int index, NSLPfuncaddress address);
+/* Keeps object, the caller's, with user function index (replacing the previous one). */
+NVRL_API int NSLPsetuserfuncobject(NSLPprob slp, int index, void *object);
+/* The object kept with user function index (null when none) into *object. Allowed from any
+ * thread during a solve. */
+NVRL_API int NSLPgetuserfuncobject(NSLPprob slp, int index, void **object);
+/* Inside a user function: with item NSLP_FUNCOBJ_INFO, puts into *object the description
+ * of the current call for NSLPgetfuncinfo. Fails when context or object is null or item is
+ * unknown; valid only during the call. */
+NVRL_API int NSLPgetfuncobject(void *context, int item, void **object);
+/* Reads a call description: the number of inputs, whether derivatives are wanted (deltas
+ * given), whether results[] is given, the nonlinear problem and the function's index; each
+ * output may be null. Fails when info is null. */
+NVRL_API int NSLPgetfuncinfo(const void *info, int *ninputs, int *derivatives, int *results,
+                             NSLPprob *slp, int *index);
+
 /* ----- Nonlinear columns, tolerance sets, rows and derivatives -------------------------- */
 /* Changes the nonlinear solver's settings of column col; a null pointer leaves that setting
  * unchanged. detrow: determining row (-1 none); initstepbound: the first step bound (0: the
@@ -1172,6 +1236,25 @@ NVRL_API int NSLPreinitialize(NSLPprob slp);
 NVRL_API int NSLPfixpenalties(NSLPprob slp);
 
 /* ----- Nonlinear problem files ----------------------------------------------------------- */
+/* Reads a nonlinear problem file (free-format MPS with the sections NLCOEFFICIENTS and
+ * INITIALVALUES, see docs/nonlinear_files.md): the optimiser problem beneath gets the model as
+ * NVRLreadprob would read it, the nonlinear problem the coefficients and initial values (its
+ * other per-column settings and its solve state start afresh). Flags and file names as for
+ * NVRLreadprob; an LP file gives a problem without nonlinear data. Fails on a null or empty
+ * filename, an unknown flag, a file that cannot be opened or read, or a fault in the file (the
+ * message names the line: unknown row or column, formula syntax, a repeated coefficient or
+ * initial value); the message is recorded on the optimiser problem too. A failed read changes
+ * neither problem. */
+NVRL_API int NSLPreadprob(NSLPprob slp, const char *filename, const char *flags);
+/* Writes the nonlinear problem and the optimiser problem beneath as a file NSLPreadprob reads
+ * back to the same model, coefficients (same formula tokens and numbers) and initial values.
+ * Flags as for NVRLwriteprob, plus "g" (accepted and ignored: callers use it to choose this
+ * writer); "l" writes LP and is refused when there are nonlinear coefficients or initial
+ * values. Fails on a null or empty filename, the flag "x" or another unknown flag, a model the
+ * format cannot hold, a formula that calls a user function or whose column names do not read
+ * back in formulas, or a file that cannot be written (recorded on the optimiser problem too
+ * for the last two). Neither problem is changed. */
+NVRL_API int NSLPwriteprob(NSLPprob slp, const char *filename, const char *flags);
 
 #ifdef __cplusplus
 }

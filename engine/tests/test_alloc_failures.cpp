@@ -99,11 +99,7 @@ void operator delete[](void *p, std::align_val_t, const std::nothrow_t &) noexce
 namespace storetest {
 namespace {
 
-std::string globalError() {
-  char msg[NVRL_MAXMESSAGELEN + 1] = {};
-  NVRL_ge_getlasterror(nullptr, msg, sizeof msg, nullptr);
-  return msg;
-}
+using nvtest::globalError;
 
 bool saysOutOfMemory(const std::string &msg, const char *fn) {
   return msg.find(fn) != std::string::npos && msg.find("out of memory") != std::string::npos;
@@ -112,12 +108,9 @@ bool saysOutOfMemory(const std::string &msg, const char *fn) {
 // max x + y  s.t.  x + 2y <= 4,  3x + y <= 6,  x, y >= 0: optimum 2.8 at (1.6, 1.2); with x
 // and y integer the optimum is 2.
 void loadSmallLp(NVRLprob p) {
-  const char rowtype[] = {'L', 'L'};
-  const double rhs[] = {4, 6}, obj[] = {1, 1}, lb[] = {0, 0}, ub[] = {1e20, 1e20};
-  const int start[] = {0, 2, 4}, rowind[] = {0, 1, 0, 1};
-  const double coef[] = {1, 3, 2, 1};
-  ASSERT_EQ(NVRLloadlp(p, "small", 2, 2, rowtype, rhs, nullptr, obj, start, nullptr, rowind,
-                       coef, lb, ub),
+  ASSERT_EQ(NVRLloadlp(p, "small", 2, 2, chars('L', 'L'), dbls(4, 6), nullptr, dbls(1, 1),
+                       ints(0, 2, 4), nullptr, ints(0, 1, 0, 1), dbls(1, 3, 2, 1), dbls(0, 0),
+                       dbls(1e20, 1e20)),
             0)
       << lastError(p);
   ASSERT_EQ(NVRLchgobjsense(p, -1), 0);
@@ -125,11 +118,7 @@ void loadSmallLp(NVRLprob p) {
   ASSERT_EQ(NVRLsetintcontrol(p, nvrl::id::kThreads, 1), 0);
 }
 
-void makeIntegral(NVRLprob p) {
-  const int cols[] = {0, 1};
-  const char types[] = {'I', 'I'};
-  ASSERT_EQ(NVRLchgcoltype(p, 2, cols, types), 0);
-}
+void makeIntegral(NVRLprob p) { ASSERT_EQ(NVRLchgcoltype(p, 2, ints(0, 1), chars('I', 'I')), 0); }
 
 std::string g_mps, g_lp, g_written;
 
@@ -256,10 +245,9 @@ void rich(AllocFailure &t) { t.rich(); }
 // use, so that it can be deleted.
 void richPlusColumn(AllocFailure &t) {
   rich(t);
-  const NVRLint64 start[] = {0, 2};
-  const int rowind[] = {0, 2};
-  const double coef[] = {7, 8}, obj[] = {1}, lb[] = {0}, ub[] = {3};
-  ASSERT_EQ(NVRLaddcols64(t.prob, 1, 2, obj, start, rowind, coef, lb, ub), 0);
+  ASSERT_EQ(NVRLaddcols64(t.prob, 1, 2, dbls(1), starts(0, 2), ints(0, 2), dbls(7, 8), dbls(0),
+                          dbls(3)),
+            0);
   ASSERT_EQ(NVRLchgqobj(t.prob, 0, 4, 0.5), 0);
   ASSERT_EQ(NVRLchgqobj(t.prob, 4, 4, 1.0), 0);
 }
@@ -288,61 +276,37 @@ std::vector<Case> cases() {
        [](AllocFailure &t) { return NVRLcopyprob(t.prob, t.other, "copied"); }, nullptr},
       {"loadlp64", "NVRLloadlp64", rich,
        [](AllocFailure &t) {
-         const char rowtype[] = {'L', 'R'};
-         const double rhs[] = {4, 6}, range[] = {0, 2}, obj[] = {1, 1}, lb[] = {0, 0},
-                      ub[] = {5, 5};
-         const NVRLint64 start[] = {0, 2, 4};
-         const int rowind[] = {0, 1, 0, 1};
-         const double coef[] = {1, 3, 2, 1};
-         return NVRLloadlp64(t.prob, "loaded", 2, 2, rowtype, rhs, range, obj, start, nullptr,
-                             rowind, coef, lb, ub);
+         return NVRLloadlp64(t.prob, "loaded", 2, 2, chars('L', 'R'), dbls(4, 6), dbls(0, 2),
+                             dbls(1, 1), starts(0, 2, 4), nullptr, ints(0, 1, 0, 1),
+                             dbls(1, 3, 2, 1), dbls(0, 0), dbls(5, 5));
        },
        nullptr},
       {"addrows64", "NVRLaddrows64", rich,
        [](AllocFailure &t) {
-         const char rowtype[] = {'G', 'R'};
-         const double rhs[] = {1, 9}, range[] = {0, 3};
-         const NVRLint64 start[] = {0, 2, 3};
-         const int colind[] = {0, 3, 1};
-         const double coef[] = {1, 2, 3};
-         return NVRLaddrows64(t.prob, 2, 3, rowtype, rhs, range, start, colind, coef);
+         return NVRLaddrows64(t.prob, 2, 3, chars('G', 'R'), dbls(1, 9), dbls(0, 3),
+                              starts(0, 2, 3), ints(0, 3, 1), dbls(1, 2, 3));
        },
        nullptr},
       {"addcols64", "NVRLaddcols64", rich,
        [](AllocFailure &t) {
-         const NVRLint64 start[] = {0, 2, 3};
-         const int rowind[] = {0, 2, 1};
-         const double coef[] = {1, 2, 3}, obj[] = {4, 5}, lb[] = {0, -1}, ub[] = {1, 1};
-         return NVRLaddcols64(t.prob, 2, 3, obj, start, rowind, coef, lb, ub);
+         return NVRLaddcols64(t.prob, 2, 3, dbls(4, 5), starts(0, 2, 3), ints(0, 2, 1),
+                              dbls(1, 2, 3), dbls(0, -1), dbls(1, 1));
        },
        nullptr},
       {"delrows", "NVRLdelrows", rich,
-       [](AllocFailure &t) {
-         const int rows[] = {2, 0};
-         return NVRLdelrows(t.prob, 2, rows);
-       },
-       nullptr},
+       [](AllocFailure &t) { return NVRLdelrows(t.prob, 2, ints(2, 0)); }, nullptr},
       {"delcols", "NVRLdelcols", richPlusColumn,
-       [](AllocFailure &t) {
-         const int cols[] = {4};
-         return NVRLdelcols(t.prob, 1, cols);
-       },
-       nullptr},
+       [](AllocFailure &t) { return NVRLdelcols(t.prob, 1, ints(4)); }, nullptr},
       {"chgcoef", "NVRLchgcoef", rich,
        [](AllocFailure &t) { return NVRLchgcoef(t.prob, 1, 0, 9.0); }, nullptr},
-      {"chgmqobj", "NVRLchgmqobj",
-       rich,
+      {"chgmqobj", "NVRLchgmqobj", rich,  // drops (0,1), adds three entries
        [](AllocFailure &t) {
-         const int c1[] = {0, 2, 3, 1}, c2[] = {1, 2, 1, 3};
-         const double v[] = {0, 4, 5, 6};  // drops (0,1), adds three entries
-         return NVRLchgmqobj(t.prob, 4, c1, c2, v);
+         return NVRLchgmqobj(t.prob, 4, ints(0, 2, 3, 1), ints(1, 2, 1, 3), dbls(0, 4, 5, 6));
        },
        nullptr},
-      {"addqmatrix", "NVRLaddqmatrix64", rich,
+      {"addqmatrix", "NVRLaddqmatrix64", rich,  // row 2 has no quadratic part yet
        [](AllocFailure &t) {
-         const int c1[] = {0, 2, 0}, c2[] = {1, 3, 1};
-         const double v[] = {1, 2, 3};
-         return NVRLaddqmatrix64(t.prob, 2, 3, c1, c2, v);  // row 2 has no quadratic part yet
+         return NVRLaddqmatrix64(t.prob, 2, 3, ints(0, 2, 0), ints(1, 3, 1), dbls(1, 2, 3));
        },
        nullptr},
       {"addnames", "NVRLaddnames", rich,
@@ -356,16 +320,12 @@ std::vector<Case> cases() {
        [](AllocFailure &t) { return NVRLwriteprob(t.prob, g_written.c_str(), "l"); },
        nullptr},
       {"loadbasis", "NVRLloadbasis", small,
-       [](AllocFailure &t) {
-         const int rowstat[] = {0, 0}, colstat[] = {1, 1};
-         return NVRLloadbasis(t.prob, rowstat, colstat);
-       },
+       [](AllocFailure &t) { return NVRLloadbasis(t.prob, ints(0, 0), ints(1, 1)); },
        lpAfter},
       {"loadlpsol", "NVRLloadlpsol", small,
        [](AllocFailure &t) {
-         const double x[] = {1, 1}, slack[] = {1, 2};
          int status = -1;
-         return NVRLloadlpsol(t.prob, x, slack, nullptr, nullptr, &status);
+         return NVRLloadlpsol(t.prob, dbls(1, 1), dbls(1, 2), nullptr, nullptr, &status);
        },
        lpAfter},
       {"lpoptimize", "NVRLlpoptimize", small,

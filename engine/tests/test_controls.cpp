@@ -11,9 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "core/ids.h"
-#include "core/problem.h"
 #include "core/registry.h"
+#include "test_support.h"
 
 using nvrl::ParamInfo;
 using nvrl::ParamKind;
@@ -22,66 +21,30 @@ using nvrl::ParamType;
 
 namespace {
 
-class Controls : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(0, NVRLinit(nullptr));
-    ASSERT_EQ(0, NVRLcreateprob(&prob_));
-  }
-  void TearDown() override {
-    NVRLdestroyprob(prob_);
-    NVRLfree();
-  }
-  std::string error() {
-    char msg[NVRL_MAXMESSAGELEN] = {};
-    NVRLgetlasterror(prob_, msg);
-    return msg;
-  }
-  NVRLprob prob_ = nullptr;
-};
+using Controls = nvtest::ProblemTest;
 
+// Numbers the module relies on, with the meaning it relies on.
 struct Expected {
-  int id;
+  std::vector<int> ids;
   ParamType type;
   ParamKind kind;
   ParamOwner owner;
 };
 
-// Numbers the module relies on, with the meaning it relies on.
+constexpr auto kInt = ParamType::Int, kDbl = ParamType::Double;
+constexpr auto kAttr = ParamKind::Attribute, kCtrl = ParamKind::Control;
+constexpr auto kOpt = ParamOwner::Optimiser, kNl = ParamOwner::Nonlinear;
 const Expected kRequired[] = {
-    {1001, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1018, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1019, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1124, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1214, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1004, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1194, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1032, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1325, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1327, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1010, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1011, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {2001, ParamType::Double, ParamKind::Attribute, ParamOwner::Optimiser},
-    {2003, ParamType::Double, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1028, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {1158, ParamType::Int, ParamKind::Attribute, ParamOwner::Optimiser},
-    {8035, ParamType::Int, ParamKind::Control, ParamOwner::Optimiser},
-    {22013, ParamType::Int, ParamKind::Control, ParamOwner::Optimiser},
-    {7006, ParamType::Double, ParamKind::Control, ParamOwner::Optimiser},
-    {11999, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
-    {12000, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
-    {12013, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
-    {12016, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
-    {12026, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
-    {12044, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
-    {12062, ParamType::Int, ParamKind::Attribute, ParamOwner::Nonlinear},
-    {12146, ParamType::Double, ParamKind::Control, ParamOwner::Nonlinear},
-    {12179, ParamType::Double, ParamKind::Attribute, ParamOwner::Nonlinear},
-    {12415, ParamType::Int, ParamKind::Control, ParamOwner::Nonlinear},
-    {12416, ParamType::Int, ParamKind::Control, ParamOwner::Nonlinear},
+    {{1001, 1004, 1010, 1011, 1018, 1019, 1028, 1032, 1124, 1158, 1194, 1214, 1325, 1327},
+     kInt, kAttr, kOpt},
+    {{2001, 2003}, kDbl, kAttr, kOpt},
+    {{8035, 22013}, kInt, kCtrl, kOpt},
+    {{7006}, kDbl, kCtrl, kOpt},
+    {{11999, 12000, 12013, 12016, 12026, 12044, 12062}, kInt, kAttr, kNl},
+    {{12179}, kDbl, kAttr, kNl},
+    {{12415, 12416}, kInt, kCtrl, kNl},
+    {{12146}, kDbl, kCtrl, kNl},
 };
-
-class RequiredIds : public ::testing::TestWithParam<Expected> {};
 
 std::vector<const ParamInfo *> entries(bool controls, ParamOwner owner) {
   std::vector<const ParamInfo *> out;
@@ -92,15 +55,16 @@ std::vector<const ParamInfo *> entries(bool controls, ParamOwner owner) {
 
 }  // namespace
 
-TEST_P(RequiredIds, ExistWithTheirMeaning) {
-  const Expected &e = GetParam();
-  const ParamInfo *p = nvrl::findParam(e.id);
-  ASSERT_NE(nullptr, p) << e.id;
-  EXPECT_EQ(e.type, p->type) << p->name;
-  EXPECT_EQ(e.kind, p->kind) << p->name;
-  EXPECT_EQ(e.owner, p->owner) << p->name;
+TEST(Registry, RequiredIdsExistWithTheirMeaning) {
+  for (const Expected &e : kRequired)
+    for (int id : e.ids) {
+      const ParamInfo *p = nvrl::findParam(id);
+      ASSERT_NE(nullptr, p) << id;
+      EXPECT_EQ(e.type, p->type) << p->name;
+      EXPECT_EQ(e.kind, p->kind) << p->name;
+      EXPECT_EQ(e.owner, p->owner) << p->name;
+    }
 }
-INSTANTIATE_TEST_SUITE_P(Registry, RequiredIds, ::testing::ValuesIn(kRequired));
 
 TEST(Registry, NamesAndIdsAreUniqueWellFormedAndInTheirRanges) {
   std::set<int> ids;
@@ -141,42 +105,42 @@ TEST_F(Controls, EveryControlReadsItsDefaultAndAcceptsItsBoundsOnly) {
     SCOPED_TRACE(p->name);
     if (p->isIntegral()) {
       NVRLint64 v = -12345;
-      ASSERT_EQ(0, NVRLgetintcontrol64(prob_, p->id, &v));
+      ASSERT_EQ(0, NVRLgetintcontrol64(prob, p->id, &v));
       EXPECT_EQ(p->idef, v);
-      ASSERT_EQ(0, NVRLsetintcontrol64(prob_, p->id, p->ihi));
-      ASSERT_EQ(0, NVRLsetintcontrol64(prob_, p->id, p->ilo));
+      ASSERT_EQ(0, NVRLsetintcontrol64(prob, p->id, p->ihi));
+      ASSERT_EQ(0, NVRLsetintcontrol64(prob, p->id, p->ilo));
       if (p->ilo > INT64_MIN) {
-        EXPECT_NE(0, NVRLsetintcontrol64(prob_, p->id, p->ilo - 1));
-        EXPECT_NE(std::string::npos, error().find("outside the range")) << error();
+        EXPECT_NE(0, NVRLsetintcontrol64(prob, p->id, p->ilo - 1));
+        EXPECT_NE(std::string::npos, lastError().find("outside the range")) << lastError();
       }
       if (p->ihi < INT64_MAX) {
-        EXPECT_NE(0, NVRLsetintcontrol64(prob_, p->id, p->ihi + 1));
+        EXPECT_NE(0, NVRLsetintcontrol64(prob, p->id, p->ihi + 1));
       }
-      ASSERT_EQ(0, NVRLgetintcontrol64(prob_, p->id, &v));
+      ASSERT_EQ(0, NVRLgetintcontrol64(prob, p->id, &v));
       EXPECT_EQ(p->ilo, v);  // failed sets changed nothing
     } else if (p->type == ParamType::Double) {
       double v = -12345;
-      ASSERT_EQ(0, NVRLgetdblcontrol(prob_, p->id, &v));
+      ASSERT_EQ(0, NVRLgetdblcontrol(prob, p->id, &v));
       EXPECT_EQ(p->ddef, v);
-      ASSERT_EQ(0, NVRLsetdblcontrol(prob_, p->id, p->dlo));
+      ASSERT_EQ(0, NVRLsetdblcontrol(prob, p->id, p->dlo));
       if (p->dlo > -1e300) {
-        EXPECT_NE(0, NVRLsetdblcontrol(prob_, p->id, p->dlo - std::fabs(p->dlo) - 1));
+        EXPECT_NE(0, NVRLsetdblcontrol(prob, p->id, p->dlo - std::fabs(p->dlo) - 1));
       }
       if (p->dhi < 1e300) {
-        EXPECT_NE(0, NVRLsetdblcontrol(prob_, p->id, p->dhi * 2 + 1));
+        EXPECT_NE(0, NVRLsetdblcontrol(prob, p->id, p->dhi * 2 + 1));
       }
-      EXPECT_NE(0, NVRLsetdblcontrol(prob_, p->id, std::nan("")));
-      ASSERT_EQ(0, NVRLgetdblcontrol(prob_, p->id, &v));
+      EXPECT_NE(0, NVRLsetdblcontrol(prob, p->id, std::nan("")));
+      ASSERT_EQ(0, NVRLgetdblcontrol(prob, p->id, &v));
       EXPECT_EQ(p->dlo, v);
     } else {
       char v[NVRL_MAXNAMELEN];
-      ASSERT_EQ(0, NVRLgetstrcontrol(prob_, p->id, v));
+      ASSERT_EQ(0, NVRLgetstrcontrol(prob, p->id, v));
       EXPECT_STREQ(p->sdef, v);
       std::string longest(NVRL_MAXNAMELEN - 1, 's');
-      ASSERT_EQ(0, NVRLsetstrcontrol(prob_, p->id, longest.c_str()));
-      EXPECT_NE(0, NVRLsetstrcontrol(prob_, p->id, (longest + "s").c_str()));
-      EXPECT_NE(0, NVRLsetstrcontrol(prob_, p->id, nullptr));
-      ASSERT_EQ(0, NVRLgetstrcontrol(prob_, p->id, v));
+      ASSERT_EQ(0, NVRLsetstrcontrol(prob, p->id, longest.c_str()));
+      EXPECT_NE(0, NVRLsetstrcontrol(prob, p->id, (longest + "s").c_str()));
+      EXPECT_NE(0, NVRLsetstrcontrol(prob, p->id, nullptr));
+      ASSERT_EQ(0, NVRLgetstrcontrol(prob, p->id, v));
       EXPECT_EQ(longest, v);
     }
   }
@@ -225,14 +189,14 @@ const BadCall kBadCalls[] = {
 class BadControlCalls : public Controls, public ::testing::WithParamInterface<BadCall> {};
 
 TEST_P(BadControlCalls, FailWithAPreciseMessageAndChangeNothing) {
-  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kLpAlgorithm, 3));
-  ASSERT_EQ(0, NVRLsetdblcontrol(prob_, nvrl::id::kMipTol, 1e-7));
-  nvrl::ControlValues before = prob_->controls;
-  EXPECT_NE(0, GetParam().call(prob_));
-  EXPECT_EQ(GetParam().message, error());
-  EXPECT_EQ(before.ints, prob_->controls.ints);
-  EXPECT_EQ(before.dbls, prob_->controls.dbls);
-  EXPECT_EQ(before.strs, prob_->controls.strs);
+  ASSERT_EQ(0, NVRLsetintcontrol(prob, nvrl::id::kLpAlgorithm, 3));
+  ASSERT_EQ(0, NVRLsetdblcontrol(prob, nvrl::id::kMipTol, 1e-7));
+  nvrl::ControlValues before = prob->controls;
+  EXPECT_NE(0, GetParam().call(prob));
+  EXPECT_EQ(GetParam().message, lastError());
+  EXPECT_EQ(before.ints, prob->controls.ints);
+  EXPECT_EQ(before.dbls, prob->controls.dbls);
+  EXPECT_EQ(before.strs, prob->controls.strs);
 }
 INSTANTIATE_TEST_SUITE_P(Registry, BadControlCalls, ::testing::ValuesIn(kBadCalls),
                          [](const auto &info) {
@@ -244,18 +208,18 @@ INSTANTIATE_TEST_SUITE_P(Registry, BadControlCalls, ::testing::ValuesIn(kBadCall
 
 TEST_F(Controls, WideIntegersNeedThe64BitFunctions) {
   const NVRLint64 big = NVRLint64{1} << 40;
-  ASSERT_EQ(0, NVRLsetintcontrol64(prob_, nvrl::id::kNodeLimit, big));
+  ASSERT_EQ(0, NVRLsetintcontrol64(prob, nvrl::id::kNodeLimit, big));
   int small = 7;
-  EXPECT_NE(0, NVRLgetintcontrol(prob_, nvrl::id::kNodeLimit, &small));
+  EXPECT_NE(0, NVRLgetintcontrol(prob, nvrl::id::kNodeLimit, &small));
   EXPECT_EQ(7, small);
   NVRLint64 wide = 0;
-  ASSERT_EQ(0, NVRLgetintcontrol64(prob_, nvrl::id::kNodeLimit, &wide));
+  ASSERT_EQ(0, NVRLgetintcontrol64(prob, nvrl::id::kNodeLimit, &wide));
   EXPECT_EQ(big, wide);
   // A 32-bit control is out of range for a 64-bit value beyond it.
-  EXPECT_NE(0, NVRLsetintcontrol64(prob_, nvrl::id::kThreads, big));
+  EXPECT_NE(0, NVRLsetintcontrol64(prob, nvrl::id::kThreads, big));
   // 32-bit access to a 64-bit control works while the value fits.
-  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kNodeLimit, 12));
-  ASSERT_EQ(0, NVRLgetintcontrol(prob_, nvrl::id::kNodeLimit, &small));
+  ASSERT_EQ(0, NVRLsetintcontrol(prob, nvrl::id::kNodeLimit, 12));
+  ASSERT_EQ(0, NVRLgetintcontrol(prob, nvrl::id::kNodeLimit, &small));
   EXPECT_EQ(12, small);
 }
 
@@ -264,22 +228,22 @@ TEST_F(Controls, EveryAttributeIsComputedOnAnEmptyProblem) {
     SCOPED_TRACE(p->name);
     if (p->isIntegral()) {
       NVRLint64 v = -1;
-      EXPECT_EQ(0, NVRLgetintattrib64(prob_, p->id, &v)) << error();
+      EXPECT_EQ(0, NVRLgetintattrib64(prob, p->id, &v)) << lastError();
       int v32 = -1;
-      EXPECT_EQ(0, NVRLgetintattrib(prob_, p->id, &v32)) << error();
+      EXPECT_EQ(0, NVRLgetintattrib(prob, p->id, &v32)) << lastError();
       EXPECT_EQ(v, v32);
     } else if (p->type == ParamType::Double) {
       double v;
-      EXPECT_EQ(0, NVRLgetdblattrib(prob_, p->id, &v)) << error();
+      EXPECT_EQ(0, NVRLgetdblattrib(prob, p->id, &v)) << lastError();
     } else {
       char v[NVRL_MAXNAMELEN];
-      EXPECT_EQ(0, NVRLgetstrattrib(prob_, p->id, v)) << error();
+      EXPECT_EQ(0, NVRLgetstrattrib(prob, p->id, v)) << lastError();
     }
   }
 }
 
 TEST_F(Controls, AttributesFollowTheStore) {
-  nvrl::Model &m = prob_->model;
+  nvrl::Model &m = prob->model;
   m.name = "abc";
   m.obj = {1, 1, 1, 1, 1, 1, 1};
   m.lb.assign(7, 0);
@@ -302,24 +266,15 @@ TEST_F(Controls, AttributesFollowTheStore) {
 
   auto attr = [&](int id) {
     int v = -99;
-    EXPECT_EQ(0, NVRLgetintattrib(prob_, id, &v)) << id;
+    EXPECT_EQ(0, NVRLgetintattrib(prob, id, &v)) << id;
     return v;
   };
   using namespace nvrl::id;
-  EXPECT_EQ(3, attr(kRows));
-  EXPECT_EQ(3, attr(kOriginalRows));
-  EXPECT_EQ(7, attr(kCols));
-  EXPECT_EQ(7, attr(kOriginalCols));
-  EXPECT_EQ(0, attr(kSpareRows));
-  EXPECT_EQ(2, attr(kSets));
-  EXPECT_EQ(2, attr(kOriginalSets));
-  EXPECT_EQ(2, attr(kElems));
-  EXPECT_EQ(5, attr(kMipEnts));
-  EXPECT_EQ(2, attr(kIndicators));
-  EXPECT_EQ(3, attr(kGenConsAndPwl));
-  EXPECT_EQ(1, attr(kPwlCons));
-  EXPECT_EQ(3, attr(kNamelength));
-  EXPECT_EQ(4, attr(kProbNameLength));
+  const std::pair<int, int> expected[] = {
+      {kRows, 3}, {kOriginalRows, 3}, {kCols, 7},       {kOriginalCols, 7},  {kSpareRows, 0},
+      {kSets, 2}, {kOriginalSets, 2}, {kElems, 2},      {kMipEnts, 5},       {kIndicators, 2},
+      {kPwlCons, 1}, {kGenConsAndPwl, 3}, {kNamelength, 3}, {kProbNameLength, 4}};
+  for (auto [id, value] : expected) EXPECT_EQ(value, attr(id)) << id;
 
   // Default names count too, so that a name buffer sized by name_length always suffices.
   m.colnames.assign(7, "");
@@ -330,20 +285,20 @@ TEST_F(Controls, AttributesFollowTheStore) {
   EXPECT_EQ(2, attr(kNamelength));
 
   // The largest violation of the last solve's point, over bounds and rows.
-  prob_->sol.have_point = true;
-  prob_->sol.x = {0, 1, 1, 0, 0, 0, 1.25};
-  prob_->sol.slack = {0.5, -0.125, 0.0};  // row 1 ('L') is violated by 0.125
+  prob->sol.have_point = true;
+  prob->sol.x = {0, 1, 1, 0, 0, 0, 1.25};
+  prob->sol.slack = {0.5, -0.125, 0.0};  // row 1 ('L') is violated by 0.125
   double worst = -1;
-  ASSERT_EQ(0, NVRLgetdblattrib(prob_, kMaxPrimalInfeas, &worst));
+  ASSERT_EQ(0, NVRLgetdblattrib(prob, kMaxPrimalInfeas, &worst));
   EXPECT_DOUBLE_EQ(0.25, worst);  // column 6 exceeds its upper bound 1 by 0.25
-  prob_->sol.x[6] = 1;
-  ASSERT_EQ(0, NVRLgetdblattrib(prob_, kMaxPrimalInfeas, &worst));
+  prob->sol.x[6] = 1;
+  ASSERT_EQ(0, NVRLgetdblattrib(prob, kMaxPrimalInfeas, &worst));
   EXPECT_DOUBLE_EQ(0.125, worst);
 }
 
 TEST_F(Controls, PublishedListMatchesTheRegistry) {
   const NVRLcaentry *list = nullptr;
-  ASSERT_EQ(0, NVRLgetcalist_c(prob_, &list));
+  ASSERT_EQ(0, NVRLgetcalist_c(prob, &list));
   size_t n = 0;
   for (const NVRLcaentry *e = list; e->type != -1; ++e, ++n) {
     const ParamInfo *p = nvrl::findParam(e->id);
@@ -360,38 +315,38 @@ TEST_F(Controls, PublishedListMatchesTheRegistry) {
   EXPECT_EQ(entries(true, ParamOwner::Optimiser).size() +
                 entries(false, ParamOwner::Optimiser).size(),
             n);
-  EXPECT_NE(0, NVRLgetcalist_c(prob_, nullptr));
+  EXPECT_NE(0, NVRLgetcalist_c(prob, nullptr));
 }
 
 TEST_F(Controls, LookupByNameIgnoresCase) {
   int id = 0, type = 0, iscontrol = -1;
-  ASSERT_EQ(0, NVRLgetcontrolinfo(prob_, "MIPTOL", &id, &type, &iscontrol));
+  ASSERT_EQ(0, NVRLgetcontrolinfo(prob, "MIPTOL", &id, &type, &iscontrol));
   EXPECT_EQ(nvrl::id::kMipTol, id);
   EXPECT_EQ(NVRL_TYPE_DOUBLE, type);
   EXPECT_EQ(1, iscontrol);
-  ASSERT_EQ(0, NVRLgetcontrolinfo(prob_, "Rows", &id, &type, &iscontrol));
+  ASSERT_EQ(0, NVRLgetcontrolinfo(prob, "Rows", &id, &type, &iscontrol));
   EXPECT_EQ(nvrl::id::kRows, id);
   EXPECT_EQ(0, iscontrol);
 }
 
 TEST_F(Controls, DefaultsCopiesAndDumps) {
-  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kThreads, 4));
-  ASSERT_EQ(0, NVRLsetdblcontrol(prob_, nvrl::id::kTimeLimit, 2.5));
-  ASSERT_EQ(0, NVRLsetstrcontrol(prob_, nvrl::id::kMpsRhsName, "RHS2"));
-  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kPresolve, 1));  // equal to its default
+  ASSERT_EQ(0, NVRLsetintcontrol(prob, nvrl::id::kThreads, 4));
+  ASSERT_EQ(0, NVRLsetdblcontrol(prob, nvrl::id::kTimeLimit, 2.5));
+  ASSERT_EQ(0, NVRLsetstrcontrol(prob, nvrl::id::kMpsRhsName, "RHS2"));
+  ASSERT_EQ(0, NVRLsetintcontrol(prob, nvrl::id::kPresolve, 1));  // equal to its default
 
   static std::vector<std::string> lines;
   lines.clear();
   auto cb = [](NVRLprob, void *, const char *msg, int len, int) { lines.emplace_back(msg, len); };
-  ASSERT_EQ(0, NVRLaddcbmessage(prob_, cb, nullptr, 0));
-  ASSERT_EQ(0, NVRLdumpcontrols(prob_));
+  ASSERT_EQ(0, NVRLaddcbmessage(prob, cb, nullptr, 0));
+  ASSERT_EQ(0, NVRLdumpcontrols(prob));
   EXPECT_EQ((std::vector<std::string>{"mps_rhs_name = RHS2", "time_limit = 2.5", "threads = 4"}),
             lines);
 
   NVRLprob other;
   ASSERT_EQ(0, NVRLcreateprob(&other));
-  ASSERT_EQ(0, NVRLcopycontrols(other, prob_));
-  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kThreads, 8));
+  ASSERT_EQ(0, NVRLcopycontrols(other, prob));
+  ASSERT_EQ(0, NVRLsetintcontrol(prob, nvrl::id::kThreads, 8));
   int threads = 0;
   ASSERT_EQ(0, NVRLgetintcontrol(other, nvrl::id::kThreads, &threads));
   EXPECT_EQ(4, threads);
@@ -402,13 +357,13 @@ TEST_F(Controls, DefaultsCopiesAndDumps) {
   ASSERT_EQ(0, NVRLsetdefaults(other));
   ASSERT_EQ(0, NVRLgetintcontrol(other, nvrl::id::kThreads, &threads));
   EXPECT_EQ(0, threads);
-  ASSERT_EQ(0, NVRLgetintcontrol(prob_, nvrl::id::kThreads, &threads));
+  ASSERT_EQ(0, NVRLgetintcontrol(prob, nvrl::id::kThreads, &threads));
   EXPECT_EQ(8, threads);
   NVRLdestroyprob(other);
 
   lines.clear();
-  ASSERT_EQ(0, NVRLsetdefaults(prob_));
-  ASSERT_EQ(0, NVRLdumpcontrols(prob_));
+  ASSERT_EQ(0, NVRLsetdefaults(prob));
+  ASSERT_EQ(0, NVRLdumpcontrols(prob));
   EXPECT_TRUE(lines.empty());
 }
 

@@ -2,8 +2,6 @@
 // the global last error, global message handlers and object type names.
 #include <gtest/gtest.h>
 
-#include "core/ids.h"
-
 #include <algorithm>
 #include <atomic>
 #include <cstring>
@@ -11,16 +9,11 @@
 #include <thread>
 #include <vector>
 
-#include "nvrl.h"
+#include "test_support.h"
 
 namespace {
 
-std::string globalError() {
-  char msg[1024] = {};
-  int code = 0;
-  EXPECT_EQ(0, NVRL_ge_getlasterror(&code, msg, sizeof msg, nullptr));
-  return msg;
-}
+using nvtest::globalError;
 
 // Releases every outstanding start (other suites may hold some) and gives them back at the
 // end, so that a test can observe the library in its not-started state.

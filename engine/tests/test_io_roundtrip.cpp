@@ -15,64 +15,36 @@ constexpr double kInf = nvrl::kInf;
 
 class RoundTrip : public iotest::FileTest {
  protected:
-  int col(const std::string &name, char type, double lb, double ub, double obj, double limit = 0) {
-    nvrl::Model &m = prob->model;
-    m.colnames.push_back(name);
-    m.coltype.push_back(type);
-    m.lb.push_back(lb);
-    m.ub.push_back(ub);
-    m.obj.push_back(obj);
-    m.limit.push_back(limit);
-    return m.cols() - 1;
-  }
-
-  int row(const std::string &name, char type, double rhs,
-          std::vector<std::pair<int, double>> entries, double range = 0) {
-    nvrl::Model &m = prob->model;
-    m.rownames.push_back(name);
-    m.rowtype.push_back(type);
-    m.rhs.push_back(rhs);
-    m.range.push_back(range);
-    m.indcol.push_back(-1);
-    m.indcomp.push_back(0);
-    for (auto [j, v] : entries) {
-      m.A.col.push_back(j);
-      m.A.val.push_back(v);
-    }
-    m.A.start.push_back(static_cast<int64_t>(m.A.col.size()));
-    return m.rows() - 1;
-  }
-
   // Values chosen to have long decimal expansions, so that any rounding on the way shows.
   void buildEverything(bool with_partial_integer) {
     nvrl::Model &m = prob->model;
     m.name = "synthetic";
     m.objsense = -1;
     m.objconst = -7.25;
-    int x = col("x", 'C', 0, 40, 3);
-    int y = col("y", 'C', -kInf, kInf, -0.1);
-    int u = col("", 'I', -5, 12, 1.0 / 3);
-    int b = col("b", 'B', 0, 1, 0);
-    int b1 = col("b_fixed", 'B', 1, 1, 2);
-    int s = col("s", 'S', 0, 6, 0.7, 1.5);
-    int r = col("r", 'R', 0, 9, 0, 2);
-    int n = col("neg", 'C', 0, -3, 0);
-    int mi = col("mi", 'C', -kInf, -2, 1e-300);
-    int f = col("f", 'C', 2.5, 2.5, 0);
-    col("empty", 'C', 0, kInf, 0);
-    int i2 = col("i2", 'I', 0, kInf, 6.02214076e19);
-    if (with_partial_integer) col("p", 'P', 0, 10, 1, 4);
+    int x = col(0, 40, 3, 'C', 0, "x");
+    int y = col(-kInf, kInf, -0.1, 'C', 0, "y");
+    int u = col(-5, 12, 1.0 / 3, 'I', 0, "");
+    int b = col(0, 1, 0, 'B', 0, "b");
+    int b1 = col(1, 1, 2, 'B', 0, "b_fixed");
+    int s = col(0, 6, 0.7, 'S', 1.5, "s");
+    int r = col(0, 9, 0, 'R', 2, "r");
+    int n = col(0, -3, 0, 'C', 0, "neg");
+    int mi = col(-kInf, -2, 1e-300, 'C', 0, "mi");
+    int f = col(2.5, 2.5, 0, 'C', 0, "f");
+    col(0, kInf, 0, 'C', 0, "empty");
+    int i2 = col(0, kInf, 6.02214076e19, 'I', 0, "i2");
+    if (with_partial_integer) col(0, 10, 1, 'P', 4, "p");
 
-    row("c1", 'L', 10, {{x, 1}, {y, 1}, {n, 1}, {mi, 1}});
-    row("", 'G', -3, {{x, 2}, {u, 1e-12}, {f, 1}});
-    row("eq", 'E', 0.3, {{y, 0.1}, {b1, -1}, {i2, 1}});
-    row("rg", 'R', 0.3, {{x, 1}, {y, -1}}, 0.1);
-    row("rg2", 'R', 1e15 + 1, {{u, 1}, {s, 1}}, 0.375);
-    row("nrow", 'N', 0, {{y, 1}, {r, 2}});
-    int ind = row("ind", 'L', 3, {{x, 1}});
-    int ind0 = row("ind0", 'G', 1, {{y, 1}});
-    int qr = row("qr", 'L', 4, {{x, 1}});
-    row("nothing", 'L', 5, {});
+    row('L', 10, {{x, 1}, {y, 1}, {n, 1}, {mi, 1}}, 0, "c1");
+    row('G', -3, {{x, 2}, {u, 1e-12}, {f, 1}}, 0, "");
+    row('E', 0.3, {{y, 0.1}, {b1, -1}, {i2, 1}}, 0, "eq");
+    row('R', 0.3, {{x, 1}, {y, -1}}, 0.1, "rg");
+    row('R', 1e15 + 1, {{u, 1}, {s, 1}}, 0.375, "rg2");
+    row('N', 0, {{y, 1}, {r, 2}}, 0, "nrow");
+    int ind = row('L', 3, {{x, 1}}, 0, "ind");
+    int ind0 = row('G', 1, {{y, 1}}, 0, "ind0");
+    int qr = row('L', 4, {{x, 1}}, 0, "qr");
+    row('L', 5, {}, 0, "nothing");
     m.indcol[ind] = b;
     m.indcomp[ind] = 1;
     m.indcol[ind0] = b;
@@ -116,10 +88,10 @@ TEST_F(RoundTrip, EmptyModelInBothFormats) {
 TEST_F(RoundTrip, RangeRowsThroughLpFilesKeepTheLimits) {
   // An LP file holds a range row's two limits, so the range comes back as hi - lo: exactly
   // when that difference is a double, within an ulp of rhs otherwise. MPS keeps it exactly.
-  int x = col("x", 'C', 0, kInf, 1);
+  int x = col(0, kInf, 1, 'C', 0, "x");
   const double cases[][2] = {
       {0.3, 0.1}, {1.0 / 3, 2.0 / 3}, {1e15 + 1, 0.375}, {0.7, 0.1}, {1000.1, 0.2}};
-  for (auto &c : cases) row("", 'R', c[0], {{x, 1}}, c[1]);
+  for (auto &c : cases) row('R', c[0], {{x, 1}}, c[1], "");
   const nvrl::Model original = prob->model;
   for (const char *flags : {"", "l"}) {
     SCOPED_TRACE(flags);

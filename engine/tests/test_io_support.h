@@ -1,5 +1,5 @@
-// Shared helpers of the problem file tests: a started library with one problem, files in the
-// test's temporary directory, and exact comparison of whole models.
+// Shared helpers of the problem file tests: files in the test's temporary directory and
+// exact comparison of whole models.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,9 +13,7 @@
 #include <tuple>
 #include <vector>
 
-#include "core/ids.h"
-#include "core/problem.h"
-#include "nvrl.h"
+#include "test_support.h"
 
 namespace iotest {
 
@@ -23,11 +21,10 @@ inline std::string dataFile(const std::string &name) {
   return std::string(NVRL_DATA_DIR) + "/" + name;
 }
 
-class FileTest : public ::testing::Test {
+class FileTest : public nvtest::ProblemTest {
  protected:
   void SetUp() override {
-    ASSERT_EQ(NVRLinit(nullptr), 0);
-    ASSERT_EQ(NVRLcreateprob(&prob), 0);
+    ASSERT_NO_FATAL_FAILURE(ProblemTest::SetUp());
     const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string leaf = std::string(info->test_suite_name()) + "_" + info->name();
     std::replace(leaf.begin(), leaf.end(), '/', '_');
@@ -38,8 +35,7 @@ class FileTest : public ::testing::Test {
     std::filesystem::create_directories(dir);
   }
   void TearDown() override {
-    NVRLdestroyprob(prob);
-    NVRLfree();
+    ProblemTest::TearDown();
     std::filesystem::remove_all(dir);
   }
 
@@ -51,12 +47,6 @@ class FileTest : public ::testing::Test {
     return p;
   }
 
-  std::string lastError() const {
-    char msg[NVRL_MAXMESSAGELEN];
-    NVRLgetlasterror(prob, msg);
-    return msg;
-  }
-
   // Reads text given as a file of the given leaf name; fails the test on an error.
   const nvrl::Model &load(const std::string &leaf, const std::string &text) {
     std::string p = writeText(leaf, text);
@@ -64,8 +54,36 @@ class FileTest : public ::testing::Test {
     return prob->model;
   }
 
-  NVRLprob prob = nullptr;
   std::filesystem::path dir;
+};
+
+inline void expectSameModel(const nvrl::Model &a, const nvrl::Model &b,
+                            bool compare_problem_name = true);
+
+// A file that must fail to read: the line it names and the start of its message.
+struct Malformed {
+  const char *label;
+  const char *text;
+  int line;
+  const char *message;
+};
+
+inline std::ostream &operator<<(std::ostream &os, const Malformed &c) { return os << c.label; }
+
+// Reads `good` (as a file named leaf) and then the malformed text as a file of the same
+// extension: the read fails naming the file and line, and the model stays as it was.
+class MalformedTest : public FileTest, public ::testing::WithParamInterface<Malformed> {
+ protected:
+  void check(const std::string &leaf, const std::string &good) {
+    const Malformed &c = GetParam();
+    load(leaf, good);
+    const nvrl::Model before = prob->model;
+    std::string p = writeText("bad" + leaf.substr(leaf.rfind('.')), c.text);
+    EXPECT_NE(NVRLreadprob(prob, p.c_str(), ""), 0);
+    std::string expected = p + ":" + std::to_string(c.line) + ": " + c.message;
+    EXPECT_EQ(lastError().substr(0, expected.size()), expected) << lastError();
+    expectSameModel(before, prob->model);
+  }
 };
 
 // Entries of each row sorted by column: the order within a row carries no meaning.
@@ -85,7 +103,7 @@ inline std::string nameOr(const std::vector<std::string> &names, int i, char pre
 
 // Every part of two models must agree exactly (names with their defaults applied).
 inline void expectSameModel(const nvrl::Model &a, const nvrl::Model &b,
-                            bool compare_problem_name = true) {
+                            bool compare_problem_name) {
   if (compare_problem_name) EXPECT_EQ(a.name, b.name);
   EXPECT_EQ(a.objsense, b.objsense);
   EXPECT_EQ(a.objconst, b.objconst);

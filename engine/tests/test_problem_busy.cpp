@@ -1,6 +1,5 @@
 // A problem being solved refuses calls that would change or read it, from other threads and
 // from the solve's own callbacks, except the few that are safe; afterwards everything works.
-// Uses the public interface only.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -12,39 +11,27 @@
 #include <thread>
 #include <vector>
 
-#include "core/ids.h"
-#include "nvrl.h"
+#include "test_support.h"
 
 namespace {
 
+using nvtest::ints;
+using nvtest::lastError;
 using nvrl::id::kCols;
 using nvrl::id::kLogLevel;
 using nvrl::id::kMipStatus;
 using nvrl::id::kRows;
 using nvrl::id::kStopStatus;
 
-std::string lastError(NVRLprob prob) {
-  char msg[NVRL_MAXMESSAGELEN + 1] = {};
-  NVRLgetlasterror(prob, msg);
-  return msg;
-}
-
 std::string refusal(const char *fn) {
   return std::string(fn) +
          ": the problem is being solved; it cannot be changed or read until the solve returns";
 }
 
-int intAttr(NVRLprob prob, int id) {
-  int v = -1;
-  EXPECT_EQ(NVRLgetintattrib(prob, id, &v), 0) << lastError(prob);
-  return v;
-}
-
-class BusyProblem : public ::testing::Test {
+class BusyProblem : public nvtest::ProblemTest {
  protected:
   void SetUp() override {
-    ASSERT_EQ(NVRLinit(nullptr), 0);
-    ASSERT_EQ(NVRLcreateprob(&prob), 0);
+    ASSERT_NO_FATAL_FAILURE(ProblemTest::SetUp());
     ASSERT_EQ(NVRLcreateprob(&other), 0);
     ASSERT_EQ(NVRLsetintcontrol(prob, kLogLevel, 0), 0);
     buildMarketSplit();
@@ -54,53 +41,8 @@ class BusyProblem : public ::testing::Test {
       NVRLinterrupt(prob, NVRL_STOP_USER);
       solver.join();
     }
-    if (prob) NVRLdestroyprob(prob);
     NVRLdestroyprob(other);
-    NVRLfree();
-  }
-
-  // A market-split instance: 4 equality rows over 30 binaries plus a pair of deviation
-  // columns per row, minimising the deviation. Branch and bound runs far longer than the
-  // tests, which interrupt it.
-  void buildMarketSplit() {
-    const int m = 4, n = 30, ncols = n + 2 * m;
-    uint64_t seed = 12345;
-    auto next = [&]() {
-      seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
-      return static_cast<int>((seed >> 33) % 100);
-    };
-    std::vector<double> obj(ncols, 0.0), lb(ncols, 0.0), ub(ncols, 1.0), rhs(m, 0.0);
-    std::vector<int> start, rowind;
-    std::vector<double> coef;
-    std::vector<std::vector<int>> a(m, std::vector<int>(n));
-    for (auto &r : a)
-      for (int &v : r) v = next();
-    for (int j = 0; j < n; ++j) {
-      start.push_back(static_cast<int>(rowind.size()));
-      for (int i = 0; i < m; ++i) rowind.push_back(i), coef.push_back(a[i][j]);
-    }
-    for (int i = 0; i < m; ++i) {
-      int sum = 0;
-      for (int v : a[i]) sum += v;
-      rhs[i] = sum / 2;
-      for (double sign : {1.0, -1.0}) {
-        const int j = static_cast<int>(start.size());
-        start.push_back(static_cast<int>(rowind.size()));
-        rowind.push_back(i), coef.push_back(sign);
-        obj[j] = 1, ub[j] = NVRL_INFINITY;
-      }
-    }
-    start.push_back(static_cast<int>(rowind.size()));
-    const std::vector<char> rowtype(m, 'E');
-    ASSERT_EQ(NVRLloadlp(prob, "split", ncols, m, rowtype.data(), rhs.data(), nullptr,
-                         obj.data(), start.data(), nullptr, rowind.data(), coef.data(),
-                         lb.data(), ub.data()),
-              0)
-        << lastError(prob);
-    std::vector<int> bin(n);
-    for (int j = 0; j < n; ++j) bin[j] = j;
-    const std::vector<char> types(n, 'B');
-    ASSERT_EQ(NVRLchgcoltype(prob, n, bin.data(), types.data()), 0);
+    ProblemTest::TearDown();  // the problem may have been destroyed by the test
   }
 
   // Starts the MIP solve on its own thread and waits until it runs: a query from this thread
@@ -130,7 +72,7 @@ class BusyProblem : public ::testing::Test {
     for (double s : slack) EXPECT_NEAR(s, 0.0, 1e-6);
   }
 
-  NVRLprob prob = nullptr, other = nullptr;
+  NVRLprob other = nullptr;
   std::thread solver;
   std::chrono::steady_clock::time_point started;
   std::atomic<int> solve_rc{-1};
@@ -245,8 +187,7 @@ struct CallbackProbe {
     auto *self = static_cast<CallbackProbe *>(data);
     // Let the solve get going (our banner and size lines come first).
     if (++self->lines != 8) return;
-    const int row0[] = {0};
-    self->delrows_rc = NVRLdelrows(prob, 1, row0);
+    self->delrows_rc = NVRLdelrows(prob, 1, ints(0));
     self->delrows_error = lastError(prob);
     self->optimize_rc = NVRLlpoptimize(prob, "");
     self->optimize_error = lastError(prob);
@@ -279,8 +220,7 @@ TEST_F(BusyProblem, TheSolvesOwnCallbacksMayOnlyManageCallbacksAndInterrupt) {
   EXPECT_EQ(intAttr(prob, kStopStatus), NVRL_STOP_USER);
   EXPECT_EQ(intAttr(prob, kRows), 4);
   // And the problem can be changed again.
-  const int row0[] = {0};
-  EXPECT_EQ(NVRLdelrows(prob, 1, row0), 0) << lastError(prob);
+  EXPECT_EQ(NVRLdelrows(prob, 1, ints(0)), 0) << lastError(prob);
 }
 
 }  // namespace

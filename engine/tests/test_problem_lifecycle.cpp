@@ -6,22 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "core/ids.h"
-#include "core/problem.h"
+#include "test_support.h"
 
 namespace {
 
-std::string globalError() {
-  char msg[1024] = {};
-  NVRL_ge_getlasterror(nullptr, msg, sizeof msg, nullptr);
-  return msg;
-}
-
-std::string lastError(NVRLprob p) {
-  char msg[NVRL_MAXMESSAGELEN] = {};
-  EXPECT_EQ(0, NVRLgetlasterror(p, msg));
-  return msg;
-}
+using nvtest::globalError;
+using nvtest::lastError;
 
 std::string probName(NVRLprob p) {
   int len = 0;
@@ -55,28 +45,17 @@ void fillModel(nvrl::Model &m) {
   m.setnames = {"s"};
 }
 
-class Lifecycle : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(0, NVRLinit(nullptr));
-    ASSERT_EQ(0, NVRLcreateprob(&prob_));
-  }
-  void TearDown() override {
-    NVRLdestroyprob(prob_);
-    NVRLfree();
-  }
-  NVRLprob prob_ = nullptr;
-};
+using Lifecycle = nvtest::ProblemTest;
 
 struct Call {
   std::string tag;
   std::string msg;
 };
 std::vector<Call> g_calls;
-NVRLprob g_prob_seen = nullptr;
+NVRLprob g_probseen = nullptr;
 
 void recordCb(NVRLprob prob, void *data, const char *msg, int len, int) {
-  g_prob_seen = prob;
+  g_probseen = prob;
   g_calls.push_back({static_cast<const char *>(data), std::string(msg, len)});
 }
 
@@ -109,53 +88,53 @@ TEST_F(Lifecycle, CreateRejectsNullAndDestroyedHandlesAreRefused) {
   EXPECT_NE(0, NVRLdestroyprob(other));
   EXPECT_NE(0, NVRLdestroyprob(nullptr));
   EXPECT_EQ("Null problem handle", globalError());
-  EXPECT_NE(0, NVRLcopyprob(prob_, other, nullptr));
-  EXPECT_EQ("NVRLcopyprob: invalid source problem", lastError(prob_));
+  EXPECT_NE(0, NVRLcopyprob(prob, other, nullptr));
+  EXPECT_EQ("NVRLcopyprob: invalid source problem", lastError(prob));
 }
 
 TEST_F(Lifecycle, NameRoundTripAndLimits) {
-  EXPECT_EQ("", probName(prob_));
-  ASSERT_EQ(0, NVRLsetprobname(prob_, "diet"));
-  EXPECT_EQ("diet", probName(prob_));
+  EXPECT_EQ("", probName(prob));
+  ASSERT_EQ(0, NVRLsetprobname(prob, "diet"));
+  EXPECT_EQ("diet", probName(prob));
   int len;
-  ASSERT_EQ(0, NVRLgetintattrib(prob_, nvrl::id::kProbNameLength, &len));
+  ASSERT_EQ(0, NVRLgetintattrib(prob, nvrl::id::kProbNameLength, &len));
   EXPECT_EQ(5, len);
 
   std::string longest(NVRL_MAXNAMELEN, 'n');
-  ASSERT_EQ(0, NVRLsetprobname(prob_, longest.c_str()));
-  EXPECT_EQ(longest, probName(prob_));
+  ASSERT_EQ(0, NVRLsetprobname(prob, longest.c_str()));
+  EXPECT_EQ(longest, probName(prob));
 
   std::string too_long(NVRL_MAXNAMELEN + 1, 'n');
-  EXPECT_NE(0, NVRLsetprobname(prob_, too_long.c_str()));
+  EXPECT_NE(0, NVRLsetprobname(prob, too_long.c_str()));
   EXPECT_EQ("NVRLsetprobname: name of 1025 characters exceeds the limit of 1024",
-            lastError(prob_));
-  EXPECT_EQ(longest, probName(prob_));
-  EXPECT_NE(0, NVRLsetprobname(prob_, nullptr));
-  EXPECT_EQ(longest, probName(prob_));
-  EXPECT_NE(0, NVRLgetprobname(prob_, nullptr));
-  EXPECT_EQ("NVRLgetprobname: null output buffer", lastError(prob_));
+            lastError(prob));
+  EXPECT_EQ(longest, probName(prob));
+  EXPECT_NE(0, NVRLsetprobname(prob, nullptr));
+  EXPECT_EQ(longest, probName(prob));
+  EXPECT_NE(0, NVRLgetprobname(prob, nullptr));
+  EXPECT_EQ("NVRLgetprobname: null output buffer", lastError(prob));
 }
 
 TEST_F(Lifecycle, CopyTakesTheWholeStoreAndStaysIndependent) {
-  fillModel(prob_->model);
-  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kThreads, 3));
-  ASSERT_EQ(0, NVRLaddcbmessage(prob_, recordCb, nullptr, 0));
+  fillModel(prob->model);
+  ASSERT_EQ(0, NVRLsetintcontrol(prob, nvrl::id::kThreads, 3));
+  ASSERT_EQ(0, NVRLaddcbmessage(prob, recordCb, nullptr, 0));
 
   NVRLprob copy;
   ASSERT_EQ(0, NVRLcreateprob(&copy));
   copy->sol.lpstatus = NVRL_LP_OPTIMAL;  // answers of an earlier solve must not survive
-  ASSERT_EQ(0, NVRLcopyprob(copy, prob_, ""));
+  ASSERT_EQ(0, NVRLcopyprob(copy, prob, ""));
   const nvrl::Model &c = copy->model;
   EXPECT_EQ("source", c.name);
-  EXPECT_EQ(prob_->model.obj, c.obj);
-  EXPECT_EQ(prob_->model.coltype, c.coltype);
-  EXPECT_EQ(prob_->model.A.col, c.A.col);
-  EXPECT_EQ(prob_->model.qobj, c.qobj);
+  EXPECT_EQ(prob->model.obj, c.obj);
+  EXPECT_EQ(prob->model.coltype, c.coltype);
+  EXPECT_EQ(prob->model.A.col, c.A.col);
+  EXPECT_EQ(prob->model.qobj, c.qobj);
   ASSERT_EQ(1, c.nsets());
-  EXPECT_EQ(prob_->model.sets[0].cols, c.sets[0].cols);
-  EXPECT_EQ(prob_->model.indcomp, c.indcomp);
-  EXPECT_EQ(prob_->model.rownames, c.rownames);
-  EXPECT_EQ(prob_->model.setnames, c.setnames);
+  EXPECT_EQ(prob->model.sets[0].cols, c.sets[0].cols);
+  EXPECT_EQ(prob->model.indcomp, c.indcomp);
+  EXPECT_EQ(prob->model.rownames, c.rownames);
+  EXPECT_EQ(prob->model.setnames, c.setnames);
   EXPECT_EQ(NVRL_LP_UNSTARTED, copy->sol.lpstatus);
 
   // Controls and callbacks stay behind.
@@ -165,22 +144,22 @@ TEST_F(Lifecycle, CopyTakesTheWholeStoreAndStaysIndependent) {
   EXPECT_TRUE(copy->msgcbs.empty());
 
   // Changing either afterwards leaves the other alone.
-  prob_->model.obj[0] = 99;
-  prob_->model.colnames[0] = "changed";
+  prob->model.obj[0] = 99;
+  prob->model.colnames[0] = "changed";
   copy->model.rhs[1] = -7;
   EXPECT_EQ(1, c.obj[0]);
   EXPECT_EQ("a", c.colnames[0]);
-  EXPECT_EQ(1, prob_->model.rhs[1]);
+  EXPECT_EQ(1, prob->model.rhs[1]);
 
-  ASSERT_EQ(0, NVRLcopyprob(copy, prob_, "renamed"));
+  ASSERT_EQ(0, NVRLcopyprob(copy, prob, "renamed"));
   EXPECT_EQ("renamed", probName(copy));
-  EXPECT_EQ("source", probName(prob_));
+  EXPECT_EQ("source", probName(prob));
   EXPECT_EQ(99, copy->model.obj[0]);
 
   // A bad name leaves the destination as it was.
   std::string too_long(NVRL_MAXNAMELEN + 1, 'n');
-  prob_->model.obj[0] = 5;
-  EXPECT_NE(0, NVRLcopyprob(copy, prob_, too_long.c_str()));
+  prob->model.obj[0] = 5;
+  EXPECT_NE(0, NVRLcopyprob(copy, prob, too_long.c_str()));
   EXPECT_EQ(99, copy->model.obj[0]);
   EXPECT_EQ("renamed", probName(copy));
   NVRLdestroyprob(copy);
@@ -189,44 +168,44 @@ TEST_F(Lifecycle, CopyTakesTheWholeStoreAndStaysIndependent) {
 TEST_F(Lifecycle, MessageCallbacksByPriorityAndRemoval) {
   g_calls.clear();
   char a[] = "a", b[] = "b", c[] = "c";
-  ASSERT_EQ(0, NVRLaddcbmessage(prob_, recordCb, a, 0));
-  ASSERT_EQ(0, NVRLaddcbmessage(prob_, recordCb, b, 2));
-  ASSERT_EQ(0, NVRLaddcbmessage(prob_, selfRemovingCb, c, 1));
-  ASSERT_EQ(0, NVRLsetintcontrol(prob_, nvrl::id::kThreads, 2));
-  ASSERT_EQ(0, NVRLdumpcontrols(prob_));
+  ASSERT_EQ(0, NVRLaddcbmessage(prob, recordCb, a, 0));
+  ASSERT_EQ(0, NVRLaddcbmessage(prob, recordCb, b, 2));
+  ASSERT_EQ(0, NVRLaddcbmessage(prob, selfRemovingCb, c, 1));
+  ASSERT_EQ(0, NVRLsetintcontrol(prob, nvrl::id::kThreads, 2));
+  ASSERT_EQ(0, NVRLdumpcontrols(prob));
   EXPECT_EQ((std::vector<std::string>{"b", "c", "a"}), tags());
-  EXPECT_EQ(prob_, g_prob_seen);
+  EXPECT_EQ(prob, g_probseen);
   EXPECT_EQ("threads = 2", g_calls[0].msg);
 
   g_calls.clear();
-  ASSERT_EQ(0, NVRLdumpcontrols(prob_));
+  ASSERT_EQ(0, NVRLdumpcontrols(prob));
   EXPECT_EQ((std::vector<std::string>{"b", "a"}), tags());
 
-  ASSERT_EQ(0, NVRLremovecbmessage(prob_, recordCb, b));
+  ASSERT_EQ(0, NVRLremovecbmessage(prob, recordCb, b));
   g_calls.clear();
-  ASSERT_EQ(0, NVRLdumpcontrols(prob_));
+  ASSERT_EQ(0, NVRLdumpcontrols(prob));
   EXPECT_EQ((std::vector<std::string>{"a"}), tags());
 
-  ASSERT_EQ(0, NVRLaddcbmessage(prob_, recordCb, b, 0));
-  ASSERT_EQ(0, NVRLremovecbmessage(prob_, nullptr, nullptr));
+  ASSERT_EQ(0, NVRLaddcbmessage(prob, recordCb, b, 0));
+  ASSERT_EQ(0, NVRLremovecbmessage(prob, nullptr, nullptr));
   g_calls.clear();
-  ASSERT_EQ(0, NVRLdumpcontrols(prob_));
+  ASSERT_EQ(0, NVRLdumpcontrols(prob));
   EXPECT_TRUE(g_calls.empty());
 
-  EXPECT_NE(0, NVRLaddcbmessage(prob_, nullptr, a, 0));
-  EXPECT_EQ("NVRLaddcbmessage: null callback", lastError(prob_));
-  EXPECT_TRUE(prob_->msgcbs.empty());
+  EXPECT_NE(0, NVRLaddcbmessage(prob, nullptr, a, 0));
+  EXPECT_EQ("NVRLaddcbmessage: null callback", lastError(prob));
+  EXPECT_TRUE(prob->msgcbs.empty());
 }
 
 TEST_F(Lifecycle, LastErrorIsBoundedAndNeedsAValidHandle) {
   std::string long_name(NVRL_MAXNAMELEN + 600, 'q');
-  ASSERT_NE(0, NVRLgetcontrolinfo(prob_, long_name.c_str(), nullptr, nullptr, nullptr));
+  ASSERT_NE(0, NVRLgetcontrolinfo(prob, long_name.c_str(), nullptr, nullptr, nullptr));
   char msg[NVRL_MAXMESSAGELEN + 16];
   std::memset(msg, 'z', sizeof msg);
-  ASSERT_EQ(0, NVRLgetlasterror(prob_, msg));
+  ASSERT_EQ(0, NVRLgetlasterror(prob, msg));
   EXPECT_EQ(static_cast<size_t>(NVRL_MAXMESSAGELEN - 1), std::strlen(msg));
   EXPECT_EQ('z', msg[NVRL_MAXMESSAGELEN]);
 
-  EXPECT_NE(0, NVRLgetlasterror(prob_, nullptr));
+  EXPECT_NE(0, NVRLgetlasterror(prob, nullptr));
   EXPECT_NE(0, NVRLgetlasterror(nullptr, msg));
 }

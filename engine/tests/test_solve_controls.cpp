@@ -1,7 +1,6 @@
 // Controls that change how a solve ends: cutoff, node and solution limits, iteration limits.
 #include <algorithm>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "test_solve_support.h"
@@ -12,31 +11,6 @@ namespace {
 using nvrl::id::kLpStatus;
 using nvrl::id::kMipStatus;
 using nvrl::id::kStopStatus;
-
-// max x + 2y  s.t.  x + y <= 4.5,  x + 3y <= 6.5,  x, y >= 0.
-// Continuous optimum: y = 1, x = 3.5 -> 5.5. Integer optimum: (3, 1) or (5, 0)... (4, 0) -> 4,
-// (3, 1) -> 5, (2, 1) -> 4, (0, 2) -> 4: so 5.
-// A cutoff above the optimum leaves nothing good enough; one below it changes nothing.
-using CutoffCase = std::tuple<bool, double, int>;  // MIP, cutoff, status
-class Cutoff : public SolveTest, public ::testing::WithParamInterface<CutoffCase> {};
-
-TEST_P(Cutoff, DiscardsAnswersWorseThanIt) {
-  const auto [mip, cutoff, status] = GetParam();
-  const char t = mip ? 'I' : 'C';
-  const int x = col(0, 1e20, 1, t), y = col(0, 1e20, 2, t);
-  row('L', 4.5, {{x, 1}, {y, 1}});
-  row('L', 6.5, {{x, 1}, {y, 3}});
-  maximise();
-  NVRLsetdblcontrol(prob, nvrl::id::kCutoff, cutoff);
-  ASSERT_EQ(mip ? NVRLmipoptimize(prob, "") : NVRLlpoptimize(prob, ""), 0) << lastError();
-  EXPECT_EQ(intAttr(mip ? kMipStatus : kLpStatus), status);
-}
-
-INSTANTIATE_TEST_SUITE_P(Solve, Cutoff,
-                         ::testing::Values(CutoffCase{false, 6, NVRL_LP_CUTOFF},
-                                           CutoffCase{false, 5, NVRL_LP_OPTIMAL},
-                                           CutoffCase{true, 6, NVRL_MIP_INFEAS},
-                                           CutoffCase{true, 4, NVRL_MIP_OPTIMAL}));
 
 // A 0-1 knapsack whose optimum a dynamic programme gives: maximise the value (sense -1) or
 // minimise its negation (sense 1), so the optimum is +-best. The cutoff is placed relative to

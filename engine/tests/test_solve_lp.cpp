@@ -281,26 +281,13 @@ TEST_F(LpSolve, InfeasibleLpReportsNoSolutionOrObjective) {
 
 // Stopped early without presolve, the dual simplex leaves a basic point that is not yet
 // primal feasible; it must not be offered as a solution.
-class StoppedLp : public SolveTest, public ::testing::WithParamInterface<bool> {};
+class StoppedLp : public WarmStart, public ::testing::WithParamInterface<bool> {};
 
 TEST_P(StoppedLp, OffersOnlyAFeasiblePoint) {
   const bool mipCall = GetParam();
-  // Transportation: 12 sources, 12 sinks; from x = 0 every demand row is violated, and the
-  // dual simplex needs more than 5 iterations to meet all 12.
-  const int n = 12;
-  std::vector<int> xs(n * n);
-  for (int k = 0; k < n * n; ++k) xs[k] = col(0, 1e20, 1 + (k * 7919) % 13);
-  for (int i = 0; i < n; ++i) {
-    std::vector<std::pair<int, double>> e;
-    for (int j = 0; j < n; ++j) e.push_back({xs[i * n + j], 1});
-    row('L', 20, e);
-  }
-  for (int j = 0; j < n; ++j) {
-    std::vector<std::pair<int, double>> e;
-    for (int i = 0; i < n; ++i) e.push_back({xs[i * n + j], 1});
-    row('G', 10 + j % 5, e);
-  }
-  NVRLsetintcontrol(prob, nvrl::id::kPresolve, 0);
+  // From x = 0 every demand row of the transportation problem is violated, and the dual
+  // simplex needs more than 5 iterations to meet all 15.
+  build();
   NVRLsetintcontrol64(prob, nvrl::id::kLpIterLimit, 5);
   ASSERT_EQ(mipCall ? NVRLmipoptimize(prob, "d") : NVRLlpoptimize(prob, "d"), 0) << lastError();
   EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_UNFINISHED);

@@ -10,9 +10,7 @@ namespace {
 
 TEST_F(StoreTest, ObjectiveChangesIncludingTheConstant) {
   buildRichModel();
-  const int idx[] = {2, -1, 2};
-  const double val[] = {7, 4.5, 8};
-  ASSERT_EQ(NVRLchgobj(prob, 3, idx, val), 0) << lastError(prob);
+  ASSERT_EQ(NVRLchgobj(prob, 3, ints(2, -1, 2), dbls(7, 4.5, 8)), 0) << lastError(prob);
   const Snapshot s = snapshot(prob);
   EXPECT_EQ(s.obj, (std::vector<double>{1, 2, 8, 4}));  // the last value for a column wins
   EXPECT_EQ(s.objconst, -4.5);
@@ -42,8 +40,7 @@ class RangeChange : public StoreTest, public ::testing::WithParamInterface<Range
 // A range row spans rhs-range .. rhs; the row's old bound stays where it was.
 TEST_P(RangeChange, MakesARangeRowKeepingTheOldBound) {
   const RangeCase c = GetParam();
-  const double rng0[] = {5};
-  ASSERT_EQ(NVRLaddrows64(prob, 1, 0, &c.type, &c.rhs, rng0, nullptr, nullptr, nullptr), 0);
+  ASSERT_EQ(NVRLaddrows64(prob, 1, 0, &c.type, &c.rhs, dbls(5), nullptr, nullptr, nullptr), 0);
   const int row = 0;
   ASSERT_EQ(NVRLchgrhsrange(prob, 1, &row, &c.range), 0) << lastError(prob);
   const Snapshot s = snapshot(prob);
@@ -59,16 +56,13 @@ INSTANTIATE_TEST_SUITE_P(Store, RangeChange,
 
 TEST_F(StoreTest, RowTypeChangesDropRangesOfNonRangeRows) {
   buildRichModel();
-  const int idx[] = {2, 0};
-  const char type[] = {'L', 'R'};
-  ASSERT_EQ(NVRLchgrowtype(prob, 2, idx, type), 0) << lastError(prob);
+  ASSERT_EQ(NVRLchgrowtype(prob, 2, ints(2, 0), chars('L', 'R')), 0) << lastError(prob);
   const Snapshot s = snapshot(prob);
   EXPECT_EQ(s.rowtype, (std::vector<char>{'R', 'G', 'L'}));
   EXPECT_EQ(s.range, (std::vector<double>{0, 0, 0}));
   const int free_row[] = {1};
-  const char n[] = {'N'};
   const double rng[] = {1};
-  ASSERT_EQ(NVRLchgrowtype(prob, 1, free_row, n), 0);
+  ASSERT_EQ(NVRLchgrowtype(prob, 1, free_row, chars('N')), 0);
   EXPECT_NE(NVRLchgrhsrange(prob, 1, free_row, rng), 0);
   EXPECT_NE(lastError(prob).find("row 1 (rowind[0]) is a free row and cannot have a range"),
             std::string::npos);
@@ -76,12 +70,8 @@ TEST_F(StoreTest, RowTypeChangesDropRangesOfNonRangeRows) {
 
 TEST_F(StoreTest, ColumnTypesClampBinariesAndCarryLimits) {
   buildRichModel();
-  const int idx[] = {0, 1, 3};
-  const char type[] = {'B', 'P', 'C'};
-  ASSERT_EQ(NVRLchgcoltype(prob, 3, idx, type), 0) << lastError(prob);
-  const int p[] = {1};
-  const double lim[] = {4};
-  ASSERT_EQ(NVRLchgglblimit(prob, 1, p, lim), 0) << lastError(prob);
+  ASSERT_EQ(NVRLchgcoltype(prob, 3, ints(0, 1, 3), chars('B', 'P', 'C')), 0) << lastError(prob);
+  ASSERT_EQ(NVRLchgglblimit(prob, 1, ints(1), dbls(4)), 0) << lastError(prob);
   const Snapshot s = snapshot(prob);
   EXPECT_EQ(s.coltype, (std::vector<char>{'B', 'P', 'B', 'C'}));
   EXPECT_EQ(s.ub[0], 1);  // was 10
@@ -113,10 +103,8 @@ TEST_F(StoreTest, CoefficientChangesUpdateInsertAndRemove) {
 
 TEST_F(StoreTest, ManyCoefficientChangesInOneCallKeepTheLastValue) {
   buildRichModel();
-  const int r[] = {2, 0, 2, 1, 0, 2};
-  const int c[] = {2, 3, 2, 0, 3, 0};
-  const double v[] = {1, 5, 7, 8, 0, 3};
-  ASSERT_EQ(NVRLchgmcoef64(prob, 6, r, c, v), 0) << lastError(prob);
+  const int r[] = {2, 0, 2, 1, 0, 2}, c[] = {2, 3, 2, 0, 3, 0};
+  ASSERT_EQ(NVRLchgmcoef64(prob, 6, r, c, dbls(1, 5, 7, 8, 0, 3)), 0) << lastError(prob);
   const Sparse m = rows(prob, 0, 2);
   EXPECT_EQ(m.start, (std::vector<NVRLint64>{0, 2, 5, 8}));
   double got = 0;
@@ -133,73 +121,31 @@ TEST_F(StoreTest, ManyCoefficientChangesInOneCallKeepTheLastValue) {
 
 const BadCall kBadChanges[] = {
     {"ObjectiveColumnBelowConstant",
-     +[](NVRLprob p) {
-       const int i[] = {-2};
-       const double v[] = {1};
-       return NVRLchgobj(p, 1, i, v);
-     },
+     +[](NVRLprob p) { return NVRLchgobj(p, 1, ints(-2), dbls(1)); },
      "NVRLchgobj: colind[0] = -2 is not a valid column index (the problem has 4 columns)"},
     {"SenseZero", +[](NVRLprob p) { return NVRLchgobjsense(p, 0); },
      "objsense = 0 must be 1 (minimise) or -1 (maximise)"},
     {"UnknownBoundType",
-     +[](NVRLprob p) {
-       const int i[] = {0};
-       const char t[] = {'X'};
-       const double v[] = {1};
-       return NVRLchgbounds(p, 1, i, t, v);
-     },
+     +[](NVRLprob p) { return NVRLchgbounds(p, 1, ints(0), chars('X'), dbls(1)); },
      "bndtype[0] must be 'U', 'L' or 'B'"},
     {"NaNBound",
-     +[](NVRLprob p) {
-       const int i[] = {0, 1};
-       const char t[] = {'U', 'L'};
-       const double v[] = {1, NAN};
-       return NVRLchgbounds(p, 2, i, t, v);
-     },
+     +[](NVRLprob p) { return NVRLchgbounds(p, 2, ints(0, 1), chars('U', 'L'), dbls(1, NAN)); },
      "bndval[1] is NaN"},
-    {"RhsRowOutOfRange",
-     +[](NVRLprob p) {
-       const int i[] = {3};
-       const double v[] = {1};
-       return NVRLchgrhs(p, 1, i, v);
-     },
+    {"RhsRowOutOfRange", +[](NVRLprob p) { return NVRLchgrhs(p, 1, ints(3), dbls(1)); },
      "NVRLchgrhs: rowind[0] = 3 is not a valid row index (the problem has 3 rows)"},
-    {"NegativeRange",
-     +[](NVRLprob p) {
-       const int i[] = {0};
-       const double v[] = {-1};
-       return NVRLchgrhsrange(p, 1, i, v);
-     },
+    {"NegativeRange", +[](NVRLprob p) { return NVRLchgrhsrange(p, 1, ints(0), dbls(-1)); },
      "rng[0] = -1 is negative"},
-    {"UnknownRowType",
-     +[](NVRLprob p) {
-       const int i[] = {0};
-       const char t[] = {'Q'};
-       return NVRLchgrowtype(p, 1, i, t);
-     },
+    {"UnknownRowType", +[](NVRLprob p) { return NVRLchgrowtype(p, 1, ints(0), chars('Q')); },
      "rowtype[0] is 'Q'"},
-    {"UnknownColumnType",
-     +[](NVRLprob p) {
-       const int i[] = {0};
-       const char t[] = {0};
-       return NVRLchgcoltype(p, 1, i, t);
-     },
+    {"UnknownColumnType", +[](NVRLprob p) { return NVRLchgcoltype(p, 1, ints(0), chars(0)); },
      "coltype[0] is character 0"},
     {"LimitOnContinuousColumn",
-     +[](NVRLprob p) {
-       const int i[] = {3, 0};
-       const double v[] = {1, 1};
-       return NVRLchgglblimit(p, 2, i, v);
-     },
+     +[](NVRLprob p) { return NVRLchgglblimit(p, 2, ints(3, 0), dbls(1, 1)); },
      "column 0 (colind[1]) has type 'C'; only 'S', 'R' and 'P' columns have a limit"},
     {"CoefficientColumnOutOfRange", +[](NVRLprob p) { return NVRLchgcoef(p, 0, 4, 1.0); },
      "NVRLchgcoef: col = 4 is not a valid column index"},
     {"InfiniteCoefficient",
-     +[](NVRLprob p) {
-       const int r[] = {0, 1}, c[] = {0, 0};
-       const double v[] = {1, INFINITY};
-       return NVRLchgmcoef(p, 2, r, c, v);
-     },
+     +[](NVRLprob p) { return NVRLchgmcoef(p, 2, ints(0, 1), ints(0, 0), dbls(1, INFINITY)); },
      "NVRLchgmcoef: rowcoef[1] is infinite"},
 };
 

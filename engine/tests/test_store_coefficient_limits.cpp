@@ -11,68 +11,42 @@ namespace {
 
 const BadCall kHugeCoefficients[] = {
     {"ObjectiveCoefficient",
-     +[](NVRLprob p) {
-       const int i[] = {0, 3};
-       const double v[] = {1, 1e30};
-       return NVRLchgobj(p, 2, i, v);
-     },
+     +[](NVRLprob p) { return NVRLchgobj(p, 2, ints(0, 3), dbls(1, 1e30)); },
      "NVRLchgobj: objcoef[1] = 1e+30 is at or beyond the infinity constant 1e20"},
-    {"ObjectiveConstant",
-     +[](NVRLprob p) {
-       const int i[] = {-1};
-       const double v[] = {-1e25};
-       return NVRLchgobj(p, 1, i, v);
-     },
+    {"ObjectiveConstant", +[](NVRLprob p) { return NVRLchgobj(p, 1, ints(-1), dbls(-1e25)); },
      "NVRLchgobj: objcoef[0] = -1e+25 is at or beyond"},
     {"ObjectiveCoefficientInfinite",
-     +[](NVRLprob p) {
-       const int i[] = {1};
-       const double v[] = {INFINITY};
-       return NVRLchgobj(p, 1, i, v);
-     },
+     +[](NVRLprob p) { return NVRLchgobj(p, 1, ints(1), dbls(INFINITY)); },
      "NVRLchgobj: objcoef[0] is infinite"},
     {"NewColumnObjectiveExactlyAtInfinity",
      +[](NVRLprob p) {
-       const double obj[] = {2, 1e20};
-       return NVRLaddcols64(p, 2, 0, obj, nullptr, nullptr, nullptr, nullptr, nullptr);
+       return NVRLaddcols64(p, 2, 0, dbls(2, 1e20), nullptr, nullptr, nullptr, nullptr, nullptr);
      },
      "NVRLaddcols64: objcoef[1] = 1e+20 is at or beyond"},
     {"LoadedObjective",
      +[](NVRLprob p) {
-       const double obj[] = {1, -3e20};
-       return NVRLloadlp64(p, "x", 2, 0, nullptr, nullptr, nullptr, obj, nullptr, nullptr,
-                           nullptr, nullptr, nullptr, nullptr);
+       return NVRLloadlp64(p, "x", 2, 0, nullptr, nullptr, nullptr, dbls(1, -3e20), nullptr,
+                           nullptr, nullptr, nullptr, nullptr, nullptr);
      },
      "NVRLloadlp64: obj[1] = -3e+20 is at or beyond"},
     {"LoadedQuadraticObjective",
      +[](NVRLprob p) {
-       const int c[] = {0};
-       const double v[] = {1e21};
        return NVRLloadqp64(p, "x", 1, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           nullptr, nullptr, nullptr, nullptr, 1, c, c, v);
+                           nullptr, nullptr, nullptr, nullptr, 1, ints(0), ints(0), dbls(1e21));
      },
      "objqcoef[0] = 1e+21 is at or beyond"},
-    {"QuadraticObjective",
-     +[](NVRLprob p) { return NVRLchgqobj(p, 0, 1, -1e40); },
+    {"QuadraticObjective", +[](NVRLprob p) { return NVRLchgqobj(p, 0, 1, -1e40); },
      "NVRLchgqobj: objqcoef = -1e+40 is at or beyond"},
     {"MatrixCoefficient", +[](NVRLprob p) { return NVRLchgcoef(p, 0, 3, 1e20); },
      "NVRLchgcoef: coef = 1e+20 is at or beyond"},
     {"NewRowCoefficient",
      +[](NVRLprob p) {
-       const char t[] = {'L'};
-       const double rhs[] = {1};
-       const NVRLint64 st[] = {0, 2};
-       const int c[] = {0, 1};
-       const double v[] = {1, -1e22};
-       return NVRLaddrows64(p, 1, 2, t, rhs, nullptr, st, c, v);
+       return NVRLaddrows64(p, 1, 2, chars('L'), dbls(1), nullptr, starts(0, 2), ints(0, 1),
+                            dbls(1, -1e22));
      },
      "NVRLaddrows64: rowcoef[1] = -1e+22 is at or beyond"},
     {"QuadraticRowCoefficient",
-     +[](NVRLprob p) {
-       const int c[] = {0};
-       const double v[] = {1e30};
-       return NVRLaddqmatrix64(p, 1, 1, c, c, v);
-     },
+     +[](NVRLprob p) { return NVRLaddqmatrix64(p, 1, 1, ints(0), ints(0), dbls(1e30)); },
      "rowqcoef[0] = 1e+30 is at or beyond"},
 };
 
@@ -84,9 +58,7 @@ INSTANTIATE_TEST_SUITE_P(Store, HugeCoefficients, ::testing::ValuesIn(kHugeCoeff
 // Just below the infinity constant is still a number.
 TEST_F(StoreTest, CoefficientsJustBelowTheInfinityConstantAreKept) {
   buildRichModel();
-  const int i[] = {0};
-  const double v[] = {-9.99e19};
-  ASSERT_EQ(NVRLchgobj(prob, 1, i, v), 0) << lastError(prob);
+  ASSERT_EQ(NVRLchgobj(prob, 1, ints(0), dbls(-9.99e19)), 0) << lastError(prob);
   ASSERT_EQ(NVRLchgcoef(prob, 1, 0, 9.99e19), 0) << lastError(prob);
   double got = 0;
   ASSERT_EQ(NVRLgetcoef(prob, 1, 0, &got), 0);

@@ -38,8 +38,7 @@ TEST_F(StoreTest, SetsAddQueryAndDelete) {
   EXPECT_EQ(std::vector<NVRLint64>(start, start + 3), (std::vector<NVRLint64>{0, 2, 2}));
   EXPECT_EQ(std::vector<double>(ref, ref + 2), (std::vector<double>{1, 2}));
 
-  const int del[] = {1, 0};
-  ASSERT_EQ(NVRLdelsets(prob, 2, del), 0) << lastError(prob);
+  ASSERT_EQ(NVRLdelsets(prob, 2, ints(1, 0)), 0) << lastError(prob);
   s = sets(prob, 2);
   EXPECT_EQ(s.type, (std::vector<char>{'1', '2'}));
   EXPECT_EQ(s.members.idx, (std::vector<int>{0, 1, 2}));
@@ -53,8 +52,7 @@ TEST_F(StoreTest, IndicatorsSetReplaceAndClear) {
   buildRichModel();
   const int rows[] = {0, 2, 1};
   const int cols[] = {3, 0, 99};  // the column of a cleared indicator is not looked at
-  const int comp[] = {-1, 1, 0};
-  ASSERT_EQ(NVRLsetindicators(prob, 3, rows, cols, comp), 0) << lastError(prob);
+  ASSERT_EQ(NVRLsetindicators(prob, 3, rows, cols, ints(-1, 1, 0)), 0) << lastError(prob);
   std::vector<int> ic(3), cp(3);
   ASSERT_EQ(NVRLgetindicators(prob, ic.data(), cp.data(), 0, 2), 0);
   EXPECT_EQ(ic, (std::vector<int>{3, -1, 0}));
@@ -86,161 +84,100 @@ TEST_F(StoreTest, GeneralConstraintsOfEveryShape) {
   EXPECT_EQ(g.vals.start, (std::vector<NVRLint64>{0, 1, 1, 1, 3}));
   EXPECT_EQ(g.vals.val, (std::vector<double>{1.5, 3, -1}));
 
-  const int del[] = {0, 2};
-  ASSERT_EQ(NVRLdelgencons(prob, 2, del), 0);
+  ASSERT_EQ(NVRLdelgencons(prob, 2, ints(0, 2)), 0);
   const GenCons left = gencons(prob, 2);
   EXPECT_EQ(left.type, (std::vector<int>{NVRL_GENCONS_ABS, NVRL_GENCONS_MIN}));
   // Column 5 is free now and can go; column 6 shifts to 5 everywhere.
-  const int five[] = {5};
-  ASSERT_EQ(NVRLdelcols(prob, 1, five), 0) << lastError(prob);
+  ASSERT_EQ(NVRLdelcols(prob, 1, ints(5)), 0) << lastError(prob);
   EXPECT_EQ(gencons(prob, 2).resultant, (std::vector<int>{4, 5}));
 }
 
 TEST_F(StoreTest, PiecewiseLinearConstraintsWithAJump) {
   buildRichModel();
-  const int col[] = {3}, res[] = {2};
-  const NVRLint64 start[] = {0};
-  const double x[] = {0, 1, 1, 2}, y[] = {0, 0, 1, 1};
-  ASSERT_EQ(NVRLaddpwlcons64(prob, 1, 4, col, res, start, x, y), 0) << lastError(prob);
+  const double x[] = {0, 1, 1, 2}, y[] = {0, 0, 1, 1};  // column 2 = f(column 3)
+  ASSERT_EQ(NVRLaddpwlcons64(prob, 1, 4, ints(3), ints(2), starts(0), x, y), 0)
+      << lastError(prob);
   Pwls p = pwls(prob, 2);
   EXPECT_EQ(p.col, (std::vector<int>{1, 3}));
   EXPECT_EQ(p.start, (std::vector<NVRLint64>{0, 3, 7}));
   EXPECT_EQ(p.x, (std::vector<double>{0, 1, 2, 0, 1, 1, 2}));
-  const int first[] = {0};
-  ASSERT_EQ(NVRLdelpwlcons(prob, 1, first), 0);
+  ASSERT_EQ(NVRLdelpwlcons(prob, 1, ints(0)), 0);
   p = pwls(prob, 1);
   EXPECT_EQ(p.y, (std::vector<double>{0, 0, 1, 1}));
   EXPECT_EQ(intAttr(prob, nvrl::id::kGenConsAndPwl), 2);
 }
 
-const char kSOS1[] = {'1'};
-const NVRLint64 kStart0[] = {0};
+int addSet(NVRLprob p, int n, const char *type, const int *cols, const double *refs) {
+  return NVRLaddsets64(p, 1, n, type, starts(0), cols, refs);
+}
+// One general constraint of the given type and resultant over the given columns.
+int addGeneral(NVRLprob p, int type, int res, int ncols, const int *cols) {
+  return NVRLaddgencons64(p, 1, ncols, 0, ints(type), ints(res), starts(0), cols, nullptr,
+                          nullptr);
+}
+// Column 2 as the argument of a piecewise-linear function, column res its resultant.
+int addPwl(NVRLprob p, int npoints, int res, const double *x, const double *y) {
+  return NVRLaddpwlcons64(p, 1, npoints, ints(2), ints(res), starts(0), x, y);
+}
 
 const BadCall kBadEntities[] = {
-    {"SetTypeUnknown",
-     +[](NVRLprob p) {
-       const char t[] = {'0'};
-       const int c[] = {0};
-       const double r[] = {1};
-       return NVRLaddsets64(p, 1, 1, t, kStart0, c, r);
-     },
+    {"SetTypeUnknown", +[](NVRLprob p) { return addSet(p, 1, chars('0'), ints(0), dbls(1)); },
      "NVRLaddsets64: settype[0] must be '1' or '2'"},
     {"SetRepeatsAColumn",
-     +[](NVRLprob p) {
-       const int c[] = {1, 1};
-       const double r[] = {1, 2};
-       return NVRLaddsets64(p, 1, 2, kSOS1, kStart0, c, r);
-     },
+     +[](NVRLprob p) { return addSet(p, 2, chars('1'), ints(1, 1), dbls(1, 2)); },
      "set 0 lists column 1 twice (colind[1])"},
     {"SetRepeatsReferenceValue",
-     +[](NVRLprob p) {
-       const int c[] = {0, 1};
-       const double r[] = {1, 1};
-       return NVRLaddsets64(p, 1, 2, kSOS1, kStart0, c, r);
-     },
+     +[](NVRLprob p) { return addSet(p, 2, chars('1'), ints(0, 1), dbls(1, 1)); },
      "set 0 repeats the reference value 1 (refval[1])"},
     {"SetWithoutReferenceValues",
-     +[](NVRLprob p) {
-       const int c[] = {0};
-       return NVRLaddsets64(p, 1, 1, kSOS1, kStart0, c, nullptr);
-     },
+     +[](NVRLprob p) { return addSet(p, 1, chars('1'), ints(0), nullptr); },
      "refval must not be null"},
-    {"DeleteSetTwice",
-     +[](NVRLprob p) {
-       const int s[] = {0, 0};
-       return NVRLdelsets(p, 2, s);
-     },
+    {"DeleteSetTwice", +[](NVRLprob p) { return NVRLdelsets(p, 2, ints(0, 0)); },
      "sets[1] = 0 repeats a set already listed for deletion"},
     {"IndicatorComplementTwo",
-     +[](NVRLprob p) {
-       const int r[] = {0}, c[] = {2}, k[] = {2};
-       return NVRLsetindicators(p, 1, r, c, k);
-     },
+     +[](NVRLprob p) { return NVRLsetindicators(p, 1, ints(0), ints(2), ints(2)); },
      "complement[0] = 2 must be 1"},
     {"IndicatorColumnOutOfRange",
-     +[](NVRLprob p) {
-       const int r[] = {0, 2}, c[] = {2, 9}, k[] = {1, -1};
-       return NVRLsetindicators(p, 2, r, c, k);
-     },
+     +[](NVRLprob p) { return NVRLsetindicators(p, 2, ints(0, 2), ints(2, 9), ints(1, -1)); },
      "NVRLsetindicators: colind[1] = 9 is not a valid column index"},
-    {"GeneralTypeUnknown",
-     +[](NVRLprob p) {
-       const int t[] = {5}, r[] = {0}, c[] = {1};
-       const NVRLint64 cs[] = {0};
-       return NVRLaddgencons64(p, 1, 1, 0, t, r, cs, c, nullptr, nullptr);
-     },
+    {"GeneralTypeUnknown", +[](NVRLprob p) { return addGeneral(p, 5, 0, 1, ints(1)); },
      "contype[0] = 5 is not a general constraint type"},
     {"AbsOfTwoColumns",
-     +[](NVRLprob p) {
-       const int t[] = {NVRL_GENCONS_ABS}, r[] = {0}, c[] = {1, 2};
-       const NVRLint64 cs[] = {0};
-       return NVRLaddgencons64(p, 1, 2, 0, t, r, cs, c, nullptr, nullptr);
-     },
+     +[](NVRLprob p) { return addGeneral(p, NVRL_GENCONS_ABS, 0, 2, ints(1, 2)); },
      "constraint 0 (abs) needs exactly one column and no values (has 2 columns, 0 values)"},
     {"OrWithValues",
      +[](NVRLprob p) {
-       const int t[] = {NVRL_GENCONS_OR}, r[] = {0}, c[] = {2};
-       const NVRLint64 cs[] = {0}, vs[] = {0};
-       const double v[] = {1};
-       return NVRLaddgencons64(p, 1, 1, 1, t, r, cs, c, vs, v);
+       return NVRLaddgencons64(p, 1, 1, 1, ints(NVRL_GENCONS_OR), ints(0), starts(0), ints(2),
+                               starts(0), dbls(1));
      },
      "constraint 0 (or) needs at least one column and takes no values"},
     {"MaxOfNothing",
      +[](NVRLprob p) {
-       const int t[] = {NVRL_GENCONS_MAX, NVRL_GENCONS_MAX}, r[] = {0, 1}, c[] = {2};
-       const NVRLint64 cs[] = {0, 1};
-       return NVRLaddgencons64(p, 2, 1, 0, t, r, cs, c, nullptr, nullptr);
+       return NVRLaddgencons64(p, 2, 1, 0, ints(NVRL_GENCONS_MAX, NVRL_GENCONS_MAX), ints(0, 1),
+                               starts(0, 1), ints(2), nullptr, nullptr);
      },
      "constraint 1 (max) needs at least one column or value"},
     {"ResultantAmongArguments",
-     +[](NVRLprob p) {
-       const int t[] = {NVRL_GENCONS_MIN}, r[] = {1}, c[] = {0, 1};
-       const NVRLint64 cs[] = {0};
-       return NVRLaddgencons64(p, 1, 2, 0, t, r, cs, c, nullptr, nullptr);
-     },
+     +[](NVRLprob p) { return addGeneral(p, NVRL_GENCONS_MIN, 1, 2, ints(0, 1)); },
      "constraint 0 uses its resultant column 1 as an argument (colind[1])"},
     {"ValuesWithoutStarts",
      +[](NVRLprob p) {
-       const int t[] = {NVRL_GENCONS_MAX}, r[] = {0}, c[] = {1};
-       const NVRLint64 cs[] = {0};
-       const double v[] = {1};
-       return NVRLaddgencons64(p, 1, 1, 1, t, r, cs, c, nullptr, v);
+       return NVRLaddgencons64(p, 1, 1, 1, ints(NVRL_GENCONS_MAX), ints(0), starts(0), ints(1),
+                               nullptr, dbls(1));
      },
      "valstart must not be null"},
-    {"DeleteMissingGeneralConstraint",
-     +[](NVRLprob p) {
-       const int k[] = {1};
-       return NVRLdelgencons(p, 1, k);
-     },
+    {"DeleteMissingGeneralConstraint", +[](NVRLprob p) { return NVRLdelgencons(p, 1, ints(1)); },
      "conind[0] = 1 is not a valid general constraint index (the problem has 1 general "
      "constraints)"},
     {"BreakpointsOutOfOrder",
-     +[](NVRLprob p) {
-       const int c[] = {2}, r[] = {3};
-       const double x[] = {0, 2, 1}, y[] = {0, 0, 0};
-       return NVRLaddpwlcons64(p, 1, 3, c, r, kStart0, x, y);
-     },
+     +[](NVRLprob p) { return addPwl(p, 3, 3, dbls(0, 2, 1), dbls(0, 0, 0)); },
      "constraint 0: breakpoints out of order, xval[2] = 1 < xval[1] = 2"},
     {"BreakpointThreeTimes",
-     +[](NVRLprob p) {
-       const int c[] = {2}, r[] = {3};
-       const double x[] = {1, 1, 1}, y[] = {0, 1, 2};
-       return NVRLaddpwlcons64(p, 1, 3, c, r, kStart0, x, y);
-     },
+     +[](NVRLprob p) { return addPwl(p, 3, 3, dbls(1, 1, 1), dbls(0, 1, 2)); },
      "xval[2] = 1 appears three times in a row"},
-    {"SingleBreakpoint",
-     +[](NVRLprob p) {
-       const int c[] = {2}, r[] = {3};
-       const double x[] = {1}, y[] = {0};
-       return NVRLaddpwlcons64(p, 1, 1, c, r, kStart0, x, y);
-     },
+    {"SingleBreakpoint", +[](NVRLprob p) { return addPwl(p, 1, 3, dbls(1), dbls(0)); },
      "constraint 0 has 1 breakpoints; at least 2 are needed"},
-    {"PwlOfItself",
-     +[](NVRLprob p) {
-       const int c[] = {2}, r[] = {2};
-       const double x[] = {0, 1}, y[] = {0, 1};
-       return NVRLaddpwlcons64(p, 1, 2, c, r, kStart0, x, y);
-     },
+    {"PwlOfItself", +[](NVRLprob p) { return addPwl(p, 2, 2, dbls(0, 1), dbls(0, 1)); },
      "uses column 2 as both argument and resultant"},
 };
 

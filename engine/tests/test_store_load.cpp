@@ -117,9 +117,7 @@ TEST_F(StoreTest, RichModelRoundTrip) {
 TEST_F(StoreTest, LoadingReplacesEverythingButTheSense) {
   buildRichModel();
   ASSERT_EQ(NVRLchgobjsense(prob, -1), 0);
-  const double neg[] = {5};
-  const int minus1[] = {-1};
-  ASSERT_EQ(NVRLchgobj(prob, 1, minus1, neg), 0);
+  ASSERT_EQ(NVRLchgobj(prob, 1, ints(-1), dbls(5)), 0);
   ASSERT_EQ(loadSmall(prob, StartForm::Int64), 0);
   const Snapshot s = snapshot(prob);
   EXPECT_EQ(s.ncols, 4);
@@ -182,16 +180,12 @@ TEST_F(StoreTest, GlobalLoadWithoutLimitsAndBinaryBoundsClamped) {
 
 // ---- bad input: each call fails on the rich model with a precise message ----
 
-const char kRT[] = {'L', 'G'};
-const double kRhs[] = {1, 2};
-const NVRLint64 kStart[] = {0, 1, 2};
-const int kRowind[] = {0, 1};
-const double kCoef[] = {1, 1};
-
-int loadWith(NVRLprob p, const char *rowtype, const double *rhs, const double *range,
-             const NVRLint64 *start, const int *collen, const int *rowind, const double *coef) {
-  return NVRLloadlp64(p, "bad", 2, 2, rowtype, rhs, range, nullptr, start, collen, rowind, coef,
-                      nullptr, nullptr);
+// A 2x2 load, 'L' <= 1 and 'G' >= 2, one coefficient per column unless given otherwise.
+int loadWith(NVRLprob p, const char *rowtype, const double *rhs = dbls(1, 2),
+             const double *range = nullptr, const NVRLint64 *start = starts(0, 1, 2),
+             const int *collen = nullptr, const int *rowind = ints(0, 1)) {
+  return NVRLloadlp64(p, "bad", 2, 2, rowtype, rhs, range, nullptr, start, collen, rowind,
+                      dbls(1, 1), nullptr, nullptr);
 }
 
 const BadCall kBadLoads[] = {
@@ -201,47 +195,27 @@ const BadCall kBadLoads[] = {
                            nullptr, nullptr, nullptr, nullptr);
      },
      "NVRLloadlp64: ncols must not be negative"},
-    {"UnknownRowType",
-     +[](NVRLprob p) {
-       const char rt[] = {'L', 'X'};
-       return loadWith(p, rt, kRhs, nullptr, kStart, nullptr, kRowind, kCoef);
-     },
+    {"UnknownRowType", +[](NVRLprob p) { return loadWith(p, chars('L', 'X')); },
      "rowtype[1] is 'X'"},
-    {"RangeRowWithoutRanges",
-     +[](NVRLprob p) {
-       const char rt[] = {'L', 'R'};
-       return loadWith(p, rt, kRhs, nullptr, kStart, nullptr, kRowind, kCoef);
-     },
+    {"RangeRowWithoutRanges", +[](NVRLprob p) { return loadWith(p, chars('L', 'R')); },
      "range is null but rowtype[1] is 'R'"},
     {"NegativeRange",
-     +[](NVRLprob p) {
-       const char rt[] = {'R', 'L'};
-       const double rng[] = {-1, 0};
-       return loadWith(p, rt, kRhs, rng, kStart, nullptr, kRowind, kCoef);
-     },
+     +[](NVRLprob p) { return loadWith(p, chars('R', 'L'), dbls(1, 2), dbls(-1, 0)); },
      "range[0] = -1 is negative"},
-    {"NaNRhs",
-     +[](NVRLprob p) {
-       const double rhs[] = {1, NAN};
-       return loadWith(p, kRT, rhs, nullptr, kStart, nullptr, kRowind, kCoef);
-     },
+    {"NaNRhs", +[](NVRLprob p) { return loadWith(p, chars('L', 'G'), dbls(1, NAN)); },
      "rhs[1] is NaN"},
     {"RowIndexOutOfRange",
      +[](NVRLprob p) {
-       const int ri[] = {0, 2};
-       return loadWith(p, kRT, kRhs, nullptr, kStart, nullptr, ri, kCoef);
+       return loadWith(p, chars('L', 'G'), dbls(1, 2), nullptr, starts(0, 1, 2), nullptr,
+                       ints(0, 2));
      },
      "rowind[1] = 2 is not a valid row index (the problem has 2 rows)"},
     {"DecreasingStarts",
-     +[](NVRLprob p) {
-       const NVRLint64 st[] = {0, 2, 1};
-       return loadWith(p, kRT, kRhs, nullptr, st, nullptr, kRowind, kCoef);
-     },
+     +[](NVRLprob p) { return loadWith(p, chars('L', 'G'), dbls(1, 2), nullptr, starts(0, 2, 1)); },
      "start must not decrease"},
     {"NegativeColumnLength",
      +[](NVRLprob p) {
-       const int len[] = {1, -1};
-       return loadWith(p, kRT, kRhs, nullptr, kStart, len, kRowind, kCoef);
+       return loadWith(p, chars('L', 'G'), dbls(1, 2), nullptr, starts(0, 1, 2), ints(1, -1));
      },
      "collen[1] = -1 is negative"},
     {"NameTooLong",
@@ -253,29 +227,25 @@ const BadCall kBadLoads[] = {
      "name is longer than 1024 characters"},
     {"QuadraticRowListedTwice",
      +[](NVRLprob p) {
-       const int qr[] = {1, 1}, c[] = {0, 0};
-       const NVRLint64 nq[] = {1, 1};
-       const double v[] = {1, 1};
-       return NVRLloadqcqp64(p, "b", 2, 2, kRT, kRhs, nullptr, nullptr, kStart, nullptr, kRowind,
-                             kCoef, nullptr, nullptr, 0, nullptr, nullptr, nullptr, 2, qr, nq, c,
-                             c, v);
+       return NVRLloadqcqp64(p, "b", 2, 2, chars('L', 'G'), dbls(1, 2), nullptr, nullptr,
+                             starts(0, 1, 2), nullptr, ints(0, 1), dbls(1, 1), nullptr, nullptr,
+                             0, nullptr, nullptr, nullptr, 2, ints(1, 1), starts(1, 1),
+                             ints(0, 0), ints(0, 0), dbls(1, 1));
      },
      "qrowind[1] = 1 lists a row twice"},
     {"UnknownColumnType",
      +[](NVRLprob p) {
-       const char ct[] = {'Z'};
-       const int ei[] = {0};
-       return NVRLloadglobal64(p, "b", 2, 2, kRT, kRhs, nullptr, nullptr, kStart, nullptr,
-                               kRowind, kCoef, nullptr, nullptr, 1, 0, ct, ei, nullptr, nullptr,
-                               nullptr, nullptr, nullptr);
+       return NVRLloadglobal64(p, "b", 2, 2, chars('L', 'G'), dbls(1, 2), nullptr, nullptr,
+                               starts(0, 1, 2), nullptr, ints(0, 1), dbls(1, 1), nullptr,
+                               nullptr, 1, 0, chars('Z'), ints(0), nullptr, nullptr, nullptr,
+                               nullptr, nullptr);
      },
      "coltype[0] is 'Z'"},
     {"ColumnTypedTwice",
      +[](NVRLprob p) {
-       const char ct[] = {'I', 'B'};
-       const int ei[] = {1, 1};
-       return NVRLloadglobal64(p, "b", 2, 2, kRT, kRhs, nullptr, nullptr, kStart, nullptr,
-                               kRowind, kCoef, nullptr, nullptr, 2, 0, ct, ei, nullptr, nullptr,
+       return NVRLloadglobal64(p, "b", 2, 2, chars('L', 'G'), dbls(1, 2), nullptr, nullptr,
+                               starts(0, 1, 2), nullptr, ints(0, 1), dbls(1, 1), nullptr,
+                               nullptr, 2, 0, chars('I', 'B'), ints(1, 1), nullptr, nullptr,
                                nullptr, nullptr, nullptr);
      },
      "entind[1] = 1 gives column 1 a second type"},

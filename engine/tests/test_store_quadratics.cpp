@@ -11,10 +11,8 @@ namespace {
 TEST_F(StoreTest, ObjectiveEntriesAreSetInEitherOrderAndZeroRemoves) {
   buildRichModel();
   ASSERT_EQ(NVRLchgqobj(prob, 3, 1, 6), 0) << lastError(prob);  // stored as (1,3)
-  const int c1[] = {1, 0, 2};
-  const int c2[] = {0, 0, 2};
   const double v[] = {5, 0, 1};  // (0,1) = 5 replaces 1; (0,0) removed; (2,2) = 1
-  ASSERT_EQ(NVRLchgmqobj(prob, 3, c1, c2, v), 0) << lastError(prob);
+  ASSERT_EQ(NVRLchgmqobj(prob, 3, ints(1, 0, 2), ints(0, 0, 2), v), 0) << lastError(prob);
   const Sparse q = qobj(prob, 4);
   EXPECT_EQ(q.start, (std::vector<NVRLint64>{0, 0, 1, 2, 3}));
   EXPECT_EQ(q.idx, (std::vector<int>{0, 2, 1}));
@@ -25,10 +23,7 @@ TEST_F(StoreTest, ObjectiveEntriesAreSetInEitherOrderAndZeroRemoves) {
 // The 32- and 64-bit queries agree, including when the room given is short.
 TEST_F(StoreTest, ObjectiveQueryLayoutAndShortRoom) {
   buildRichModel();
-  const int c1[] = {1, 2, 0};
-  const int c2[] = {3, 3, 3};
-  const double v[] = {4, 5, 6};
-  ASSERT_EQ(NVRLchgmqobj64(prob, 3, c1, c2, v), 0);
+  ASSERT_EQ(NVRLchgmqobj64(prob, 3, ints(1, 2, 0), ints(3, 3, 3), dbls(4, 5, 6)), 0);
   // Columns 1..3: column 1 has (0,1); column 3 has (0,3), (1,3), (2,3).
   std::vector<int> s32(4), idx32(2, -9);
   std::vector<double> val32(2, -9);
@@ -51,13 +46,11 @@ TEST_F(StoreTest, ObjectiveQueryLayoutAndShortRoom) {
 
 TEST_F(StoreTest, RowQuadraticsAddUpAndCancel) {
   buildRichModel();
-  const int c1[] = {1, 0, 3}, c2[] = {1, 2, 0};
   const double v[] = {2, 1, 4};
-  ASSERT_EQ(NVRLaddqmatrix64(prob, 0, 3, c1, c2, v), 0) << lastError(prob);
+  ASSERT_EQ(NVRLaddqmatrix64(prob, 0, 3, ints(1, 0, 3), ints(1, 2, 0), v), 0) << lastError(prob);
   EXPECT_EQ(qrow(prob, 0), (Triplets{{0, 0, 1}, {2, 3, 1}, {1, 4, 3}}));
   const int m1[] = {1}, m2[] = {1};
-  const double minus[] = {-3};
-  ASSERT_EQ(NVRLaddqmatrix64(prob, 0, 1, m1, m2, minus), 0);
+  ASSERT_EQ(NVRLaddqmatrix64(prob, 0, 1, m1, m2, dbls(-3)), 0);
   EXPECT_EQ(qrow(prob, 0), (Triplets{{0, 0}, {2, 3}, {1, 4}}));
   ASSERT_EQ(NVRLaddqmatrix64(prob, 2, 1, m1, m2, v), 0);
   int n = 0;
@@ -95,25 +88,13 @@ const BadCall kBadQuadratics[] = {
     {"ObjectiveColumnOutOfRange", +[](NVRLprob p) { return NVRLchgqobj(p, 0, 4, 1.0); },
      "NVRLchgqobj: objqcol2 = 4 is not a valid column index (the problem has 4 columns)"},
     {"NaNObjectiveEntry",
-     +[](NVRLprob p) {
-       const int c[] = {0, 1};
-       const double v[] = {1, NAN};
-       return NVRLchgmqobj(p, 2, c, c, v);
-     },
+     +[](NVRLprob p) { return NVRLchgmqobj(p, 2, ints(0, 1), ints(0, 1), dbls(1, NAN)); },
      "NVRLchgmqobj: objqcoef[1] is NaN"},
     {"QuadraticOnMissingRow",
-     +[](NVRLprob p) {
-       const int c[] = {0};
-       const double v[] = {1};
-       return NVRLaddqmatrix64(p, 3, 1, c, c, v);
-     },
+     +[](NVRLprob p) { return NVRLaddqmatrix64(p, 3, 1, ints(0), ints(0), dbls(1)); },
      "NVRLaddqmatrix64: row = 3 is not a valid row index"},
     {"RowTripletColumnOutOfRange",
-     +[](NVRLprob p) {
-       const int c1[] = {0, 0}, c2[] = {0, 7};
-       const double v[] = {1, 1};
-       return NVRLaddqmatrix64(p, 0, 2, c1, c2, v);
-     },
+     +[](NVRLprob p) { return NVRLaddqmatrix64(p, 0, 2, ints(0, 0), ints(0, 7), dbls(1, 1)); },
      "rowqcol2[1] = 7 is not a valid column index"},
     {"InfiniteRowCoefficient",
      +[](NVRLprob p) { return NVRLchgqrowcoeff(p, 0, 0, 1, INFINITY); },

@@ -83,8 +83,7 @@ TEST_F(StoreTest, AddingOneRowOrColumnAtATime) {
     ASSERT_EQ(NVRLaddcols64(prob, 1, 0, one, start, nullptr, nullptr, zero, one), 0);
   const char rowtype[] = {'L'};
   for (int i = 0; i < kCount; ++i) {
-    const int col[] = {i};
-    ASSERT_EQ(NVRLaddrows64(prob, 1, 1, rowtype, one, nullptr, start, col, one), 0);
+    ASSERT_EQ(NVRLaddrows64(prob, 1, 1, rowtype, one, nullptr, start, ints(i), one), 0);
   }
   EXPECT_EQ(intAttr(prob, nvrl::id::kRows), kCount);
   EXPECT_EQ(rows(prob, kCount - 1, kCount - 1).idx, std::vector<int>{kCount - 1});
@@ -124,8 +123,7 @@ TEST_F(StoreTest, MatrixQueriesStopAtTheRoomGiven) {
 
 TEST_F(StoreTest, DeletingARowShiftsMatrixNamesQuadraticsAndIndicators) {
   buildRichModel();
-  const int del[] = {0};
-  ASSERT_EQ(NVRLdelrows(prob, 1, del), 0) << lastError(prob);
+  ASSERT_EQ(NVRLdelrows(prob, 1, ints(0)), 0) << lastError(prob);
   const Snapshot s = snapshot(prob);
   EXPECT_EQ(s.nrows, 2);
   EXPECT_EQ(s.rowtype, (std::vector<char>{'G', 'R'}));
@@ -143,10 +141,8 @@ TEST_F(StoreTest, DeletingARowShiftsMatrixNamesQuadraticsAndIndicators) {
 TEST_F(StoreTest, DeletingRowsKeepsLaterQuadraticRowsInStep) {
   buildRichModel();
   const int q[] = {0};
-  const double v[] = {3};
-  ASSERT_EQ(NVRLaddqmatrix64(prob, 2, 1, q, q, v), 0);
-  const int del[] = {1};
-  ASSERT_EQ(NVRLdelrows(prob, 1, del), 0);
+  ASSERT_EQ(NVRLaddqmatrix64(prob, 2, 1, q, q, dbls(3)), 0);
+  ASSERT_EQ(NVRLdelrows(prob, 1, ints(1)), 0);
   const Snapshot s = snapshot(prob);
   EXPECT_EQ(s.qrowind, (std::vector<int>{0, 1}));
   EXPECT_EQ(s.qrows[1], (Triplets{{0}, {0}, {3}}));
@@ -160,14 +156,10 @@ TEST_F(StoreTest, DeletingAColumnShiftsEveryStructure) {
   ASSERT_EQ(NVRLdelgencons(prob, 1, g), 0);
   ASSERT_EQ(NVRLdelpwlcons(prob, 1, g), 0);
   // Data on columns after the deleted one, which must move down.
-  const char sos2[] = {'2'};
-  const NVRLint64 sstart[] = {0};
   const int members[] = {0, 3};
-  const double refs[] = {1, 2};
-  ASSERT_EQ(NVRLaddsets64(prob, 1, 2, sos2, sstart, members, refs), 0);
+  ASSERT_EQ(NVRLaddsets64(prob, 1, 2, chars('2'), starts(0), members, dbls(1, 2)), 0);
   ASSERT_EQ(NVRLchgqobj(prob, 2, 3, 7), 0);
-  const int del[] = {1};
-  ASSERT_EQ(NVRLdelcols(prob, 1, del), 0) << lastError(prob);
+  ASSERT_EQ(NVRLdelcols(prob, 1, ints(1)), 0) << lastError(prob);
   const Snapshot s = snapshot(prob);
   EXPECT_EQ(s.ncols, 3);
   EXPECT_EQ(s.obj, (std::vector<double>{1, 3, 4}));
@@ -205,8 +197,7 @@ TEST_F(StoreTest, DeletingReferencedColumnsNamesTheUser) {
     EXPECT_NE(NVRLdelcols(prob, 1, &c.col), 0);
     EXPECT_NE(lastError(prob).find(c.message), std::string::npos) << lastError(prob);
   }
-  const int g[] = {0};
-  ASSERT_EQ(NVRLdelgencons(prob, 1, g), 0);
+  ASSERT_EQ(NVRLdelgencons(prob, 1, ints(0)), 0);
   const Snapshot without_gencons = snapshot(prob);
   const int one = 1;
   EXPECT_NE(NVRLdelcols(prob, 1, &one), 0);
@@ -217,80 +208,50 @@ TEST_F(StoreTest, DeletingReferencedColumnsNamesTheUser) {
   EXPECT_FALSE(before == without_gencons);
 }
 
-const char kRT[] = {'L'};
-const double kRhs[] = {1};
-const NVRLint64 kStart[] = {0};
-const int kCol[] = {0};
-const double kCoef[] = {1};
+// One row 'L' <= 1 over the given columns and coefficients.
+int addRow(NVRLprob p, const int *col, const double *coef, char type = 'L') {
+  return NVRLaddrows64(p, 1, 1, chars(type), dbls(1), nullptr, starts(0), col, coef);
+}
 
 const BadCall kBadAddsAndDeletes[] = {
     {"NegativeRowCount",
      +[](NVRLprob p) {
-       return NVRLaddrows64(p, -2, 0, kRT, kRhs, nullptr, nullptr, nullptr, nullptr);
+       return NVRLaddrows64(p, -2, 0, chars('L'), dbls(1), nullptr, nullptr, nullptr, nullptr);
      },
      "NVRLaddrows64: nrows must not be negative (got -2)"},
-    {"BadRowType",
-     +[](NVRLprob p) {
-       const char rt[] = {'l'};
-       return NVRLaddrows64(p, 1, 1, rt, kRhs, nullptr, kStart, kCol, kCoef);
-     },
+    {"BadRowType", +[](NVRLprob p) { return addRow(p, ints(0), dbls(1), 'l'); },
      "rowtype[0] is 'l'"},
-    {"RowColumnOutOfRange",
-     +[](NVRLprob p) {
-       const int col[] = {4};
-       return NVRLaddrows64(p, 1, 1, kRT, kRhs, nullptr, kStart, col, kCoef);
-     },
+    {"RowColumnOutOfRange", +[](NVRLprob p) { return addRow(p, ints(4), dbls(1)); },
      "colind[0] = 4 is not a valid column index (the problem has 4 columns)"},
     {"RowStartBeyondCoefficients",
      +[](NVRLprob p) {
-       const char rt[] = {'L', 'L'};
-       const double rhs[] = {0, 0};
-       const NVRLint64 start[] = {0, 2};
-       return NVRLaddrows64(p, 2, 1, rt, rhs, nullptr, start, kCol, kCoef);
+       return NVRLaddrows64(p, 2, 1, chars('L', 'L'), dbls(0, 0), nullptr, starts(0, 2), ints(0),
+                            dbls(1));
      },
      "start[1] = 2 exceeds ncoefs = 1"},
     {"RowStartsDecrease",
      +[](NVRLprob p) {
-       const char rt[] = {'L', 'L'};
-       const double rhs[] = {0, 0};
-       const NVRLint64 start[] = {1, 0};
-       const int col[] = {0, 1};
-       const double coef[] = {1, 1};
-       return NVRLaddrows64(p, 2, 2, rt, rhs, nullptr, start, col, coef);
+       return NVRLaddrows64(p, 2, 2, chars('L', 'L'), dbls(0, 0), nullptr, starts(1, 0),
+                            ints(0, 1), dbls(1, 1));
      },
      "start must not decrease"},
-    {"RowCoefficientsMissing",
-     +[](NVRLprob p) { return NVRLaddrows64(p, 1, 1, kRT, kRhs, nullptr, kStart, kCol, nullptr); },
+    {"RowCoefficientsMissing", +[](NVRLprob p) { return addRow(p, ints(0), nullptr); },
      "rowcoef must not be null"},
-    {"InfiniteRowCoefficient",
-     +[](NVRLprob p) {
-       const double coef[] = {-INFINITY};
-       return NVRLaddrows64(p, 1, 1, kRT, kRhs, nullptr, kStart, kCol, coef);
-     },
+    {"InfiniteRowCoefficient", +[](NVRLprob p) { return addRow(p, ints(0), dbls(-INFINITY)); },
      "rowcoef[0] is infinite"},
     {"NaNColumnUpperBound",
      +[](NVRLprob p) {
-       const double ub[] = {NAN};
-       return NVRLaddcols64(p, 1, 0, nullptr, nullptr, nullptr, nullptr, nullptr, ub);
+       return NVRLaddcols64(p, 1, 0, nullptr, nullptr, nullptr, nullptr, nullptr, dbls(NAN));
      },
      "NVRLaddcols64: ub[0] is NaN"},
     {"ColumnRowOutOfRange",
      +[](NVRLprob p) {
-       const int row[] = {-1};
-       return NVRLaddcols64(p, 1, 1, nullptr, kStart, row, kCoef, nullptr, nullptr);
+       return NVRLaddcols64(p, 1, 1, nullptr, starts(0), ints(-1), dbls(1), nullptr, nullptr);
      },
      "rowind[0] = -1 is not a valid row index (the problem has 3 rows)"},
-    {"DeleteRowTwice",
-     +[](NVRLprob p) {
-       const int rows[] = {2, 0, 2};
-       return NVRLdelrows(p, 3, rows);
-     },
+    {"DeleteRowTwice", +[](NVRLprob p) { return NVRLdelrows(p, 3, ints(2, 0, 2)); },
      "rowind[2] = 2 repeats a row already listed for deletion"},
-    {"DeleteColumnTwice",
-     +[](NVRLprob p) {
-       const int cols[] = {1, 1};
-       return NVRLdelcols(p, 2, cols);
-     },
+    {"DeleteColumnTwice", +[](NVRLprob p) { return NVRLdelcols(p, 2, ints(1, 1)); },
      "colind[1] = 1 repeats a column already listed for deletion"},
 };
 

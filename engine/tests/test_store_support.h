@@ -8,28 +8,17 @@
 #include <string>
 #include <vector>
 
-#include "core/ids.h"
-#include "nvrl.h"
+#include "test_support.h"
 
 namespace storetest {
 
-inline int intAttr(NVRLprob prob, int id) {
-  int v = -1;
-  EXPECT_EQ(NVRLgetintattrib(prob, id, &v), 0);
-  return v;
-}
-
-inline double dblAttr(NVRLprob prob, int id) {
-  double v = -1;
-  EXPECT_EQ(NVRLgetdblattrib(prob, id, &v), 0);
-  return v;
-}
-
-inline std::string lastError(NVRLprob prob) {
-  char msg[NVRL_MAXMESSAGELEN + 1] = {};
-  NVRLgetlasterror(prob, msg);
-  return msg;
-}
+using nvtest::dblAttr;
+using nvtest::intAttr;
+using nvtest::chars;
+using nvtest::dbls;
+using nvtest::ints;
+using nvtest::lastError;
+using nvtest::starts;
 
 // Names first..last of a kind, split at the terminators.
 inline std::vector<std::string> names(NVRLprob prob, int type, int first, int last) {
@@ -228,17 +217,8 @@ inline Snapshot snapshot(NVRLprob prob) {
   return s;
 }
 
-class StoreTest : public ::testing::Test {
+class StoreTest : public nvtest::ProblemTest {
  protected:
-  void SetUp() override {
-    ASSERT_EQ(NVRLinit(nullptr), 0);
-    ASSERT_EQ(NVRLcreateprob(&prob), 0);
-  }
-  void TearDown() override {
-    NVRLdestroyprob(prob);
-    NVRLfree();
-  }
-
   // Rows: 0 'L' <= 4, 1 'G' >= 1, 2 'R' in [6, 10]. Columns 0..3, column 2 binary, column 3
   // semi-continuous with limit 2. Matrix:
   //   row 0: 1 x0 + 2 x1        row 1: 3 x1 + 4 x2        row 2: 5 x0 + 6 x3
@@ -247,48 +227,33 @@ class StoreTest : public ::testing::Test {
   // x3 = max(x0, x1, 1.5); piecewise-linear x0 = f(x1) through (0,0), (1,1), (2,4).
   // Names: rows "cap", "need", unnamed; columns "x", "y", unnamed, "w"; set "s".
   void buildRichModel() {
-    const char rowtype[] = {'L', 'G', 'R'};
-    const double rhs[] = {4, 1, 10}, range[] = {0, 0, 4};
-    const double obj[] = {1, 2, 3, 4}, lb[] = {0, 0, 0, 0}, ub[] = {10, 10, 1, 5};
-    const NVRLint64 start[] = {0, 2, 4, 5, 6};
-    const int rowind[] = {0, 2, 0, 1, 1, 2};
-    const double coef[] = {1, 5, 2, 3, 4, 6};
-    const int q1[] = {0, 0}, q2[] = {0, 1};
+    const int q1[] = {0, 0}, q2[] = {0, 1};  // objective entries (0,0) and (0,1)
     const double qv[] = {2, 1};
-    const int qrowind[] = {0};
-    const NVRLint64 nq[] = {1};
-    const int rq1[] = {1}, rq2[] = {1};
-    const double rqv[] = {1};
+    const int rq[] = {1};  // row 0: (1,1)
     const char coltype[] = {'B', 'S'};
     const int entind[] = {2, 3};
     const double limit[] = {0, 2};
-    const char settype[] = {'1'};
-    const NVRLint64 setstart[] = {0, 2};
-    const int setind[] = {0, 1};
-    const double refval[] = {1, 2};
-    ASSERT_EQ(NVRLloadqcqpglobal64(prob, "rich", 4, 3, rowtype, rhs, range, obj, start, nullptr,
-                                   rowind, coef, lb, ub, 2, q1, q2, qv, 1, qrowind, nq, rq1, rq2,
-                                   rqv, 2, 1, coltype, entind, limit, settype, setstart, setind,
-                                   refval),
+    ASSERT_EQ(NVRLloadqcqpglobal64(prob, "rich", 4, 3, chars('L', 'G', 'R'), dbls(4, 1, 10),
+                                   dbls(0, 0, 4), dbls(1, 2, 3, 4), starts(0, 2, 4, 5, 6),
+                                   nullptr, ints(0, 2, 0, 1, 1, 2), dbls(1, 5, 2, 3, 4, 6),
+                                   dbls(0, 0, 0, 0), dbls(10, 10, 1, 5), 2, q1, q2, qv, 1,
+                                   ints(0), starts(1), rq, rq, dbls(1), 2, 1, coltype, entind,
+                                   limit, chars('1'), starts(0, 2), ints(0, 1), dbls(1, 2)),
               0)
         << lastError(prob);
     ASSERT_EQ(NVRLaddnames(prob, 1, "cap\0need", 0, 1), 0) << lastError(prob);
     ASSERT_EQ(NVRLaddnames(prob, 2, "x\0y\0\0w", 0, 3), 0) << lastError(prob);
     ASSERT_EQ(NVRLaddsetnames(prob, "s", 0, 0), 0) << lastError(prob);
-    const int ir[] = {1}, ic[] = {2}, comp[] = {1};
-    ASSERT_EQ(NVRLsetindicators(prob, 1, ir, ic, comp), 0) << lastError(prob);
-    const int gtype[] = {NVRL_GENCONS_MAX}, gres[] = {3}, gcols[] = {0, 1};
-    const NVRLint64 gcs[] = {0, 2}, gvs[] = {0, 1};
-    const double gval[] = {1.5};
-    ASSERT_EQ(NVRLaddgencons64(prob, 1, 2, 1, gtype, gres, gcs, gcols, gvs, gval), 0)
+    ASSERT_EQ(NVRLsetindicators(prob, 1, ints(1), ints(2), ints(1)), 0) << lastError(prob);
+    ASSERT_EQ(NVRLaddgencons64(prob, 1, 2, 1, ints(NVRL_GENCONS_MAX), ints(3), starts(0, 2),
+                               ints(0, 1), starts(0, 1), dbls(1.5)),
+              0)
         << lastError(prob);
-    const int pcol[] = {1}, pres[] = {0};
-    const NVRLint64 pst[] = {0, 3};
-    const double px[] = {0, 1, 2}, py[] = {0, 1, 4};
-    ASSERT_EQ(NVRLaddpwlcons64(prob, 1, 3, pcol, pres, pst, px, py), 0) << lastError(prob);
+    ASSERT_EQ(NVRLaddpwlcons64(prob, 1, 3, ints(1), ints(0), starts(0, 3), dbls(0, 1, 2),
+                               dbls(0, 1, 4)),
+              0)
+        << lastError(prob);
   }
-
-  NVRLprob prob = nullptr;
 };
 
 // One bad call: what it does and a fragment its message must contain.

@@ -188,24 +188,20 @@ void nuvrelmod_freeModule(void *module) {
 
 PyMODINIT_FUNC PyInit_nuvrellib() {
   init_mutexes();
-  if (ready_types() != 0) {
-    destroy_mutexes();
-    return nullptr;
+  PyRef module;
+  if (ready_types() == 0) module = PyRef(PyModule_Create2(&nuvrel_module, kInterpreterApiVersion));
+  if (module && build_module(module.get()) == 0) {
+    module_ready = true;
+    return module.release();
   }
-  PyObject *module = PyModule_Create2(&nuvrel_module, kInterpreterApiVersion);
-  if (module == nullptr) {
-    destroy_mutexes();
-    return nullptr;
-  }
-  if (build_module(module) != 0) {
+  // Every failure ends here and undoes what was set up, in reverse order.
+  if (module) {
     env_release_containers();
     release_exceptions();
-    destroy_mutexes();
     if (!PyErr_Occurred())
       PyErr_SetString(PyExc_RuntimeError, "Error initializing the Nuvrel module");
-    Py_DECREF(module);
-    return nullptr;
+    module.reset();
   }
-  module_ready = true;
-  return module;
+  destroy_mutexes();
+  return nullptr;
 }

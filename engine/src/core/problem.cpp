@@ -103,6 +103,7 @@ constexpr Allowance kAllowedWhileSolving[] = {
     {"NVRLremovecbmessage", AllowedFrom::SolvingThread},
     {"NSLPinterrupt", AllowedFrom::AnyThread},
     {"NSLPgetlasterror", AllowedFrom::AnyThread},
+    {"NSLPgetuserfuncobject", AllowedFrom::AnyThread},  // user functions run during solves
 };
 
 // Its address identifies the calling thread.

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <unordered_map>
 #include <vector>
 
@@ -18,6 +19,8 @@ namespace {
 constexpr int64_t kIntMax = INT_MAX;
 constexpr int64_t kInt64Max = INT64_MAX;
 constexpr double kUnbounded = 1e300;  // a double control without a finite bound
+// Limits and gaps where +inf reads naturally as "none".
+constexpr double kNoLimit = std::numeric_limits<double>::infinity();
 
 constexpr ParamOwner kOpt = ParamOwner::Optimiser;
 constexpr ParamOwner kNl = ParamOwner::Nonlinear;
@@ -111,11 +114,11 @@ const ParamInfo kTable[] = {
            "", "BOUNDS set read from an MPS file holding several (empty: the first)."),
     strCtl(6003, "mps_range_name",
            "", "RANGES set read from an MPS file holding several (empty: the first)."),
-    dblCtl(7001, "time_limit", 0.0, 0.0, kUnbounded,
+    dblCtl(7001, "time_limit", 0.0, 0.0, kNoLimit,
            "Seconds a solve may run; 0 or 1e20 and beyond: no limit."),
-    dblCtl(7002, "mip_relative_gap", 1e-4, 0.0, kUnbounded,
+    dblCtl(7002, "mip_relative_gap", 1e-4, 0.0, kNoLimit,
            "A MIP solve stops when the relative gap falls to this value."),
-    dblCtl(7003, "mip_absolute_gap", 1e-6, 0.0, kUnbounded,
+    dblCtl(7003, "mip_absolute_gap", 1e-6, 0.0, kNoLimit,
            "A MIP solve stops when the absolute gap falls to this value."),
     dblCtl(7004, "feasibility_tolerance", 1e-6, 1e-10, 1e-1,
            "Largest bound or row violation accepted as feasible."),
@@ -123,7 +126,7 @@ const ParamInfo kTable[] = {
            "Largest reduced cost of the wrong sign accepted as optimal."),
     dblCtl(7006, "miptol", 5e-6, 1e-10, 0.5,
            "Integrality tolerance: a value this close to an integer counts as integral."),
-    dblCtl(7007, "cutoff", 1e20, -kUnbounded, kUnbounded,
+    dblCtl(7007, "cutoff", 1e20, -kNoLimit, kNoLimit,
            "Solutions with an objective worse than this are discarded; 1e20 or beyond in "
            "absolute value: none."),
     dblCtl(7008, "barrier_tolerance", 1e-8, 1e-12, 1e-1,
@@ -170,7 +173,7 @@ const ParamInfo kTable[] = {
     // ---- nonlinear solver controls ----
     intCtl(12100, "nslp_iteration_limit", 1000, 1, kIntMax,
            "Linearisations a nonlinear solve may take.", kNl),
-    dblCtl(12103, "nslp_time_limit", 0.0, 0.0, kUnbounded,
+    dblCtl(12103, "nslp_time_limit", 0.0, 0.0, kNoLimit,
            "Seconds a nonlinear solve may run; 0: no limit.", kNl),
     intCtl(12104, "nslp_log_level", 1, 0, 2,
            "Nonlinear solver log: 0 silent, 1 one line per iteration, 2 verbose.", kNl),

@@ -22,7 +22,7 @@ using Words = std::vector<std::string_view>;
 
 enum class Section {
   None, Name, ObjSense, ObjName, Rows, Columns, Rhs, Ranges, Bounds, Sos, QuadObj, QMatrix,
-  QcMatrix, Indicators, End
+  QcMatrix, Indicators, NlCoefficients, InitialValues, End
 };
 
 std::string quote(std::string_view s) {
@@ -48,7 +48,8 @@ Words dropTrailingEmpty(Words w) {
 
 class MpsReader {
  public:
-  explicit MpsReader(const TextLines &text) : text_(text) {}
+  MpsReader(const TextLines &text, NonlinearSections *nonlinear)
+      : text_(text), nonlinear_(nonlinear) {}
   Model run(std::string_view fallback_name);
 
  private:
@@ -71,6 +72,8 @@ class MpsReader {
   Result sosLine(const Words &w, std::string_view line);
   Result quadraticLine(const Words &w);
   Result indicatorsLine(const Words &w);
+  Result nlCoefficientLine(std::string_view line);
+  Result initialValueLine(const Words &w);
   Result objSenseWord(std::string_view word);
 
   // Canonical layouts of free-format words per section (see dataLine).
@@ -80,6 +83,8 @@ class MpsReader {
   void finish();
 
   const TextLines &text_;
+  NonlinearSections *nonlinear_;
+  bool columns_seen_ = false;
   int line_ = 0;
   Section section_ = Section::None;
   ModelAssembly m_;
@@ -140,6 +145,7 @@ void MpsReader::header(std::string_view line) {
     rest(Section::Rows);
   } else if (key == "COLUMNS") {
     rest(Section::Columns);
+    columns_seen_ = true;
     if (!have_obj_) fail("no objective row (type N) in ROWS");
   } else if (key == "RHS") {
     rest(Section::Rhs);
@@ -170,6 +176,13 @@ void MpsReader::header(std::string_view line) {
     }
   } else if (key == "INDICATORS") {
     rest(Section::Indicators);
+  } else if (key == "NLCOEFFICIENTS" || key == "INITIALVALUES") {
+    if (!nonlinear_)
+      fail("section " + std::string(key) +
+           " holds nonlinear data: read this file with NSLPreadprob");
+    // Coefficients and starting values name columns, which only COLUMNS declares.
+    if (!columns_seen_) fail(std::string(key) + " must come after COLUMNS");
+    rest(key == "NLCOEFFICIENTS" ? Section::NlCoefficients : Section::InitialValues);
   } else if (key == "ENDATA") {
     section_ = Section::End;
   } else if (section_ == Section::ObjSense && w.size() == 1 && !objSenseWord(key)) {
@@ -186,6 +199,12 @@ void MpsReader::dataLine(std::string_view line) {
   if (section_ == Section::Bounds) canonical = freeBounds(free);
   if (section_ == Section::Sos) {
     if (Result r = sosLine(free, line)) fail(r->message);
+    return;
+  }
+  if (section_ == Section::NlCoefficients || section_ == Section::InitialValues) {
+    Result r = section_ == Section::NlCoefficients ? nlCoefficientLine(line)
+                                                   : initialValueLine(free);
+    if (r) fail(r->message);
     return;
   }
   Result first = applyLine(canonical);
@@ -526,6 +545,45 @@ MpsReader::Result MpsReader::indicatorsLine(const Words &w) {
   return {};
 }
 
+MpsReader::Result MpsReader::nlCoefficientLine(std::string_view line) {
+  // Row, column and factor are words; the formula is the rest of the line, blanks and all.
+  std::string_view w[3];
+  std::string_view rest = line;
+  for (std::string_view &word : w) {
+    rest = trim(rest);
+    size_t end = rest.find_first_of(" \t");
+    word = rest.substr(0, end);
+    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end);
+  }
+  rest = trim(rest);
+  if (rest.empty())
+    return Reject{"NLCOEFFICIENTS expects a row name, a column name or =, a factor and a formula"};
+  NonlinearSections::Coefficient c{line_, -1, -1, 0.0, std::string(rest)};
+  if (w[0] != obj_name_) {
+    c.row = m_.rowIndex(w[0]);
+    if (c.row < 0) return Reject{"unknown row name " + quote(w[0]) + " in NLCOEFFICIENTS"};
+  }
+  if (w[1] != "=") {
+    c.col = m_.colIndex(w[1]);
+    if (c.col < 0) return Reject{"unknown column name " + quote(w[1]) + " in NLCOEFFICIENTS"};
+  }
+  if (!parseNumber(w[2], c.factor) || std::isinf(c.factor))
+    return Reject{"invalid factor " + quote(w[2]) + " in NLCOEFFICIENTS"};
+  nonlinear_->coefs.push_back(std::move(c));
+  return {};
+}
+
+MpsReader::Result MpsReader::initialValueLine(const Words &w) {
+  if (w.size() != 2) return Reject{"INITIALVALUES expects a column name and a value"};
+  int col = m_.colIndex(w[0]);
+  if (col < 0) return Reject{"unknown column name " + quote(w[0]) + " in INITIALVALUES"};
+  double v;
+  if (!parseNumber(w[1], v) || std::isinf(v))
+    return Reject{"invalid number " + quote(w[1]) + " in INITIALVALUES"};
+  nonlinear_->initial.push_back({line_, col, v});
+  return {};
+}
+
 void MpsReader::finish() {
   Model &md = m_.model;
   for (int i = 0; i < md.rows(); ++i) {
@@ -567,8 +625,9 @@ void MpsReader::finish() {
 
 }  // namespace
 
-Model readMps(const TextLines &text, std::string_view fallback_name) {
-  MpsReader reader(text);
+Model readMps(const TextLines &text, std::string_view fallback_name,
+              NonlinearSections *nonlinear) {
+  MpsReader reader(text, nonlinear);
   return reader.run(fallback_name);
 }
 

@@ -23,8 +23,8 @@ std::string mpsNameProblem(std::string_view name) {
 
 class MpsWriter {
  public:
-  explicit MpsWriter(const Model &m)
-      : m_(m), names_(makeWrittenNames(m, mpsNameProblem, mpsNameProblem)) {}
+  MpsWriter(const Model &m, const MpsExtraSections &extra)
+      : m_(m), extra_(extra), names_(makeWrittenNames(m, mpsNameProblem, mpsNameProblem)) {}
   std::string run();
 
  private:
@@ -39,6 +39,7 @@ class MpsWriter {
   void indicators();
 
   const Model &m_;
+  const MpsExtraSections &extra_;
   WrittenNames names_;
   std::string out_;
 };
@@ -69,6 +70,7 @@ std::string MpsWriter::run() {
   sets();
   quadratics();
   indicators();
+  if (extra_) out_ += extra_(names_);
   out_ += "ENDATA\n";
   return std::move(out_);
 }
@@ -232,8 +234,8 @@ void MpsWriter::indicators() {
 
 }  // namespace
 
-std::string writeMps(const Model &model) {
-  MpsWriter writer(model);
+std::string writeMps(const Model &model, const MpsExtraSections &extra) {
+  MpsWriter writer(model, extra);
   return writer.run();
 }
 

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <string>
 
 #include "core/problem.h"
 
@@ -17,6 +18,14 @@ bool parseNumber(std::string_view word, double &value) {
   if (word.empty() || word[0] == '+' || word[0] == '-') return false;
   double v = 0.0;
   auto [end, ec] = std::from_chars(word.data(), word.data() + word.size(), v);
+  if (end != word.data() + word.size() && (*end == 'D' || *end == 'd')) {
+    // Fortran writers spell the exponent with D; only a failed reading pays for the copy.
+    std::string e(word);
+    e[static_cast<size_t>(end - word.data())] = 'e';
+    if (!parseNumber(e, value)) return false;
+    if (negative) value = -value;
+    return true;
+  }
   if (ec != std::errc() || end != word.data() + word.size() || std::isnan(v)) {
     // Out-of-range magnitudes still mean something: 1e400 is infinite, 1e-400 is zero.
     if (ec == std::errc::result_out_of_range && end == word.data() + word.size())

@@ -7,7 +7,8 @@
 namespace nvrl::io {
 
 // Parses a whole word as a number: optional sign, decimal digits with optional fraction and
-// exponent, or "inf"/"infinity" in any case. NaN and trailing characters are rejected.
+// exponent (E, e, or Fortran's D, d), or "inf"/"infinity" in any case. NaN and trailing
+// characters are rejected.
 bool parseNumber(std::string_view word, double &value);
 
 // Bounds and right-hand sides at or beyond 1e20 are infinite; they are stored as exactly

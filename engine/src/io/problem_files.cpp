@@ -1,5 +1,5 @@
 // NVRLreadprob and NVRLwriteprob: choosing the format and the file, and keeping the problem
-// unchanged unless the whole file was read.
+// unchanged unless the whole file was read; the file helpers are shared with NSLPreadprob.
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +12,7 @@
 #include "io/lp_writer.h"
 #include "io/mps_reader.h"
 #include "io/mps_writer.h"
+#include "io/problem_files.h"
 #include "io/text_input.h"
 #include "lp_data/check.h"
 
@@ -69,16 +70,10 @@ bool readWholeFile(const std::string &path, std::string &content) {
 
 }  // namespace
 
-int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags) NVRL_TRY {
-  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
-  if (!p) return 1;
-  if (!filename || !*filename) return p->fail("NVRLreadprob: no file name given");
-  char format = 0;  // 'l' LP, 'm' MPS, 0 from the file name
-  for (const char *c = flags ? flags : ""; *c; ++c) {
-    if (*c != 'l' && *c != 'm') return p->fail("NVRLreadprob: unknown flag '%c'", *c);
-    format = *c;
-  }
+namespace nvrl::io {
 
+Model readProblemFile(const std::string &filename, char format, NonlinearSections *nonlinear,
+                      std::string *path_out) {
   std::string path = filename;
   if (!fileExists(path)) {
     const int open_error = errno;
@@ -95,25 +90,58 @@ int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags) NVRL_TR
       }
     }
     if (!found)
-      return p->fail("Cannot open problem file '%s': %s", filename, std::strerror(open_error));
+      throw FileError("Cannot open problem file '" + filename + "': " + std::strerror(open_error));
   }
   if (!format) format = equalsNoCase(extension(path), "lp") ? 'l' : 'm';
+  if (path_out) *path_out = path;
 
   std::string content;
   if (!readWholeFile(path, content))
-    return p->fail("Cannot read problem file '%s': %s", path.c_str(), std::strerror(errno));
+    throw FileError("Cannot read problem file '" + path + "': " + std::strerror(errno));
   try {
-    nvrl::io::TextLines lines(std::move(content));
-    nvrl::Model model = format == 'l' ? nvrl::io::readLp(lines, stem(path))
-                                      : nvrl::io::readMps(lines, stem(path));
+    TextLines lines(std::move(content));
+    Model model = format == 'l' ? readLp(lines, stem(path))
+                                : readMps(lines, stem(path), nonlinear);
     if (model.name.size() > NVRL_MAXNAMELEN) model.name.resize(NVRL_MAXNAMELEN);
     // The argument checks of the other entry points do not see a file's numbers.
-    const std::string bad = nvrl::coefficientProblem(model);
-    if (!bad.empty()) return p->fail("%s: %s", path.c_str(), bad.c_str());
-    p->model = std::move(model);
-  } catch (const nvrl::io::ParseError &e) {
-    if (e.line > 0) return p->fail("%s:%d: %s", path.c_str(), e.line, e.what());
-    return p->fail("%s: %s", path.c_str(), e.what());
+    const std::string bad = coefficientProblem(model);
+    if (!bad.empty()) throw FileError(path + ": " + bad);
+    return model;
+  } catch (const ParseError &e) {
+    if (e.line > 0) throw FileError(path + ":" + std::to_string(e.line) + ": " + e.what());
+    throw FileError(path + ": " + e.what());
+  }
+}
+
+std::string writePath(const std::string &filename, bool lp) {
+  if (extensionDot(filename) != std::string::npos) return filename;
+  return filename + (lp ? ".lp" : ".mps");
+}
+
+void writeTextFile(const std::string &path, const std::string &text) {
+  std::FILE *f = std::fopen(path.c_str(), "wb");
+  if (!f) throw FileError("Cannot open '" + path + "' for writing: " + std::strerror(errno));
+  bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
+  int err = errno;
+  ok = (std::fclose(f) == 0) && ok;
+  if (!ok) throw FileError("Cannot write '" + path + "': " + std::strerror(err));
+}
+
+}  // namespace nvrl::io
+
+int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags) NVRL_TRY {
+  nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
+  if (!p) return 1;
+  if (!filename || !*filename) return p->fail("NVRLreadprob: no file name given");
+  char format = 0;  // 'l' LP, 'm' MPS, 0 from the file name
+  for (const char *c = flags ? flags : ""; *c; ++c) {
+    if (*c != 'l' && *c != 'm') return p->fail("NVRLreadprob: unknown flag '%c'", *c);
+    format = *c;
+  }
+  try {
+    p->model = nvrl::io::readProblemFile(filename, format, nullptr, nullptr);
+  } catch (const nvrl::io::FileError &e) {
+    return p->fail("%s", e.what());
   }
   p->modelChanged();
   return 0;
@@ -129,20 +157,17 @@ int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags) NVRL_T
     if (*c != 'l' && *c != 'm') return p->fail("NVRLwriteprob: unknown flag '%c'", *c);
     lp = *c == 'l';
   }
-  std::string path = filename;
-  if (extensionDot(path) == std::string::npos) path += lp ? ".lp" : ".mps";
-
-  std::string text;
+  const std::string path = nvrl::io::writePath(filename, lp);
   try {
-    text = lp ? nvrl::io::writeLp(p->model) : nvrl::io::writeMps(p->model);
-  } catch (const nvrl::io::WriteError &e) {
-    return p->fail("Cannot write '%s': %s", path.c_str(), e.what());
+    std::string text;
+    try {
+      text = lp ? nvrl::io::writeLp(p->model) : nvrl::io::writeMps(p->model);
+    } catch (const nvrl::io::WriteError &e) {
+      return p->fail("Cannot write '%s': %s", path.c_str(), e.what());
+    }
+    nvrl::io::writeTextFile(path, text);
+  } catch (const nvrl::io::FileError &e) {
+    return p->fail("%s", e.what());
   }
-  std::FILE *f = std::fopen(path.c_str(), "wb");
-  if (!f) return p->fail("Cannot open '%s' for writing: %s", path.c_str(), std::strerror(errno));
-  bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
-  int err = errno;
-  ok = (std::fclose(f) == 0) && ok;
-  if (!ok) return p->fail("Cannot write '%s': %s", path.c_str(), std::strerror(err));
   return 0;
 } NVRL_CATCH(prob)

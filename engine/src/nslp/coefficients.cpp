@@ -144,7 +144,13 @@ const SlpCoefficient *heldCoef(nslp_problem_s *s, const char *fn, int row, int c
 }
 
 bool evaluate(nslp_problem_s *s, const char *fn, const std::vector<SlpToken> &f, double &v) {
-  FormulaTape tape(f, scopeOf(s));
+  FormulaTape tape;
+  try {
+    tape = FormulaTape(f, scopeOf(s));
+  } catch (const FormulaError &e) {
+    s->fail("%s: %s", fn, e.what());
+    return false;
+  }
   FormulaWorkspace ws;
   std::vector<double> x = currentPoint(s);
   if (tape.value(x.data(), v, ws)) return true;
@@ -271,7 +277,11 @@ NVRL_API int NSLPgetcoefformula(NSLPprob slp, int row, int col, double *factor, 
   const SlpCoefficient *c = heldCoef(s, __func__, row, col);
   if (!c) return 1;
   std::vector<SlpToken> unparsed;
-  if (!parsed) unparsed = unparseFormula(c->formula, scopeOf(s));
+  try {
+    if (!parsed) unparsed = unparseFormula(c->formula, scopeOf(s));
+  } catch (const FormulaError &e) {
+    return s->fail("%s: row %d, column %d: %s", __func__, row, col, e.what());
+  }
   const std::vector<SlpToken> &f = parsed ? c->formula : unparsed;
   if (f.size() > size_t(INT_MAX))
     return s->fail("%s: the formula's %zu tokens do not fit in 32 bits", __func__, f.size());

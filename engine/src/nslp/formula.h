@@ -69,6 +69,7 @@ NVRL_INTERNAL_API std::vector<SlpToken> unparseFormula(const std::vector<SlpToke
 // threads, each with its own workspace.
 struct FormulaWorkspace {
   std::vector<double> values, adjoints;
+  std::vector<double> partials;  // user functions' derivatives by their arguments
   std::string error;  // why the last evaluation failed
 };
 
@@ -94,6 +95,10 @@ class NVRL_INTERNAL_API FormulaTape {
   bool gradient(const double *x, double &v, double *grad, FormulaWorkspace &ws) const;
 
  private:
+  // The forward sweep; with partials, user functions also give their derivatives (into
+  // ws.partials at their arguments' positions), so the reverse sweep need not call them.
+  bool forward(const double *x, double &v, FormulaWorkspace &ws, bool partials) const;
+
   // One value-producing token. Operands are earlier steps, listed in args_[first, first+count)
   // in written order (pwl: input, x0, y0, x1, y1, ...; user functions: first argument first).
   struct Step {

@@ -77,6 +77,10 @@ FormulaTape::FormulaTape(const std::vector<SlpToken> &f, const FormulaScope &sco
         s.op = kConst, s.c = t.value;
         break;
       case NSLP_TOK_COL:
+        // Checked again here: a stored formula may outlive columns deleted since.
+        if (!(t.value >= -1 && t.value < scope.ncols) || t.value != std::floor(t.value))
+          throw FormulaError(format("column %g is out of range (-1 to %d)", t.value,
+                                    scope.ncols - 1));
         if (t.value < 0) {
           s.op = kConst, s.c = 1.0;
         } else {
@@ -141,12 +145,18 @@ FormulaTape::FormulaTape(const std::vector<SlpToken> &f, const FormulaScope &sco
 }
 
 bool FormulaTape::value(const double *x, double &result, FormulaWorkspace &ws) const {
+  return forward(x, result, ws, false);
+}
+
+bool FormulaTape::forward(const double *x, double &result, FormulaWorkspace &ws,
+                          bool partials) const {
   size_t n = steps_.size();
   if (!n) {
     ws.error = "empty formula";
     return false;
   }
   if (ws.values.size() < n) ws.values.resize(n);
+  if (partials && ws.partials.size() < args_.size()) ws.partials.resize(args_.size());
   double *v = ws.values.data();
   const int *args = args_.data();
   auto fail = [&](const std::string &why) {
@@ -238,7 +248,8 @@ bool FormulaTape::value(const double *x, double &result, FormulaWorkspace &ws) c
         double *in = buf;
         if (s.count > 16) big.resize(s.count), in = big.data();
         for (int j = 0; j < s.count; ++j) in[j] = v[a[j]];
-        if (!userfuncs_->evaluate(int(s.c), in, s.count, r, nullptr, ws.error)) return false;
+        double *pd = partials ? ws.partials.data() + s.first : nullptr;
+        if (!userfuncs_->evaluate(int(s.c), in, s.count, r, pd, ws.error)) return false;
         break;
       }
       default:
@@ -253,7 +264,7 @@ bool FormulaTape::value(const double *x, double &result, FormulaWorkspace &ws) c
 
 bool FormulaTape::gradient(const double *x, double &result, double *grad,
                            FormulaWorkspace &ws) const {
-  if (!value(x, result, ws)) return false;
+  if (!forward(x, result, ws, true)) return false;
   size_t n = steps_.size();
   ws.adjoints.assign(n, 0.0);
   double *d = ws.adjoints.data();
@@ -354,14 +365,7 @@ bool FormulaTape::gradient(const double *x, double &result, double *grad,
         break;
       }
       case kUser: {
-        double buf[32];
-        std::vector<double> big;
-        double *in = buf;
-        if (s.count > 16) big.resize(2 * s.count), in = big.data();
-        double *partial = in + s.count;
-        for (int j = 0; j < s.count; ++j) in[j] = v[a[j]];
-        double r;
-        if (!userfuncs_->evaluate(int(s.c), in, s.count, r, partial, ws.error)) return false;
+        const double *partial = ws.partials.data() + s.first;
         for (int j = 0; j < s.count; ++j) d[a[j]] += g * partial[j];
         break;
       }

@@ -51,6 +51,7 @@ nslp_problem_s *checkSlpProblem(NSLPprob slp, const char *fn) {
 
 nslp_problem_s::nslp_problem_s(nvrl_problem_s *underlying)
     : nvrl_object_s(nvrl::ObjectKind::SlpProblem), prob(underlying) {
+  data.userfuncs.setOwner(this);
   nvrl::registerObject(this);
 }
 

@@ -60,6 +60,7 @@ struct SlpData {
   std::vector<int> rowstatus;
   std::vector<double> rowweight;
   UserFunctionTable userfuncs;
+  std::vector<std::string> strings;  // NSLPsetstring; index k is strings[k - 1]
 
   int nonlinearRows() const;
 };

@@ -19,9 +19,53 @@ int UserFunctionTable::find(const std::string &name) const {
   return 0;
 }
 
+bool UserFunctionTable::invoke(int index, const double *x, int n, double &value, double *grad,
+                               std::string &err) const {
+  const UserFunction &f = at(index);
+  if (grad) std::fill(grad, grad + n, NAN);
+  if (f.call) {
+    if (!f.call(x, n, &value, f.derivatives ? grad : nullptr, err)) {
+      if (err.empty()) err = "failed";
+      return false;
+    }
+    return true;
+  }
+  if (!f.address) {
+    err = "has no function address";
+    return false;
+  }
+  UserFunctionCallInfo info{owner_, index, n, grad ? 1 : 0, 0};
+  if (!f.derivatives) {
+    value = reinterpret_cast<NSLPuserfunc>(f.address)(x, &info);
+  } else {
+    // results[0] is the value, results[1..n] the derivatives; NaN marks what was not given.
+    double small[17];
+    std::vector<double> big;
+    double *results = small;
+    if (n + 1 > 17) big.resize(n + 1), results = big.data();
+    std::fill(results, results + n + 1, NAN);
+    double smallDeltas[16];
+    std::vector<double> bigDeltas;
+    double *deltas = nullptr;
+    if (grad) {
+      deltas = n > 16 ? (bigDeltas.assign(n, 1.0), bigDeltas.data()) : smallDeltas;
+      std::fill(deltas, deltas + n, 1.0);
+    }
+    info.results = 1;
+    reinterpret_cast<NSLPuserfuncderiv>(f.address)(x, &info, deltas, results);
+    value = results[0];
+    if (grad) std::copy(results + 1, results + 1 + n, grad);
+  }
+  if (std::isnan(value)) {
+    err = "failed (no value)";
+    return false;
+  }
+  return true;
+}
+
 bool UserFunctionTable::evaluate(int index, const double *x, int n, double &value, double *grad,
                                  std::string &err) const {
-  if (!valid(index) || !at(index).call) {
+  if (!valid(index)) {
     err = format("user function %d is not defined", index);
     return false;
   }
@@ -31,29 +75,29 @@ bool UserFunctionTable::evaluate(int index, const double *x, int n, double &valu
     return false;
   };
   std::string why;
-  bool own = grad && f.derivatives;
-  if (!f.call(x, n, &value, own ? grad : nullptr, why)) return fail(why.empty() ? "failed" : why);
+  if (!invoke(index, x, n, value, grad, why)) return fail(why);
   if (!std::isfinite(value)) return fail("the value is not finite");
   if (!grad) return true;
-  if (own) {
-    for (int i = 0; i < n; ++i)
-      if (!std::isfinite(grad[i])) return fail(format("derivative %d is not finite", i + 1));
-    return true;
-  }
-  // Central differences with a step scaled to each input: the error is O(h^2), and the
-  // cube root of the machine epsilon balances it against rounding.
-  std::vector<double> xs(x, x + n);
+  // Central differences for what the function did not give: the error is O(h^2), and a
+  // step near the cube root of the machine epsilon balances it against rounding.
+  std::vector<double> xs;
   for (int i = 0; i < n; ++i) {
+    if (!std::isnan(grad[i])) {
+      if (!std::isfinite(grad[i])) return fail(format("derivative %d is not finite", i + 1));
+      continue;
+    }
+    if (xs.empty()) xs.assign(x, x + n);
     double h = 6.0555e-6 * std::max(1.0, std::fabs(x[i]));
     double up = 0, down = 0;
     xs[i] = x[i] + h;
-    volatile double hu = xs[i] - x[i];  // the step actually taken
-    if (!f.call(xs.data(), n, &up, nullptr, why)) return fail(why.empty() ? "failed" : why);
+    double hu = xs[i] - x[i];  // the step actually taken
+    if (!invoke(index, xs.data(), n, up, nullptr, why)) return fail(why);
     xs[i] = x[i] - h;
-    volatile double hd = x[i] - xs[i];
-    if (!f.call(xs.data(), n, &down, nullptr, why)) return fail(why.empty() ? "failed" : why);
+    double hd = x[i] - xs[i];
+    if (!invoke(index, xs.data(), n, down, nullptr, why)) return fail(why);
     xs[i] = x[i];
     grad[i] = (up - down) / (hu + hd);
+    // also catches a non-finite value near x
     if (!std::isfinite(grad[i])) return fail(format("derivative %d is not finite", i + 1));
   }
   return true;

@@ -1,10 +1,13 @@
-// The user functions registered with a nonlinear problem: a name, an input count and a
-// callable. Formulas refer to them by index (1-based, in order of registration).
+// The user functions registered with a nonlinear problem: a name, a calling convention and
+// either a C function address (the C API) or a C++ callable (the engine's own uses and
+// tests). Formulas refer to them by index (1-based, in order of registration).
 #pragma once
 
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "nvrl.h"
 
 #ifndef NVRL_INTERNAL_API
 #define NVRL_INTERNAL_API __attribute__((visibility("default")))
@@ -21,12 +24,32 @@ using UserFunctionCall =
 struct UserFunction {
   std::string name;
   int inputs = -1;           // -1: any number of arguments (at least one)
-  bool derivatives = false;  // the call fills grad; otherwise derivatives are differenced
-  UserFunctionCall call;
+  bool derivatives = false;  // the function gives derivatives; otherwise they are differenced
+  UserFunctionCall call;     // when set, used instead of address
+  NSLPfuncaddress address = nullptr;  // NSLPuserfunc, or NSLPuserfuncderiv with derivatives
+  void *object = nullptr;             // the caller's, kept for NSLPgetuserfuncobject
+};
+
+// What NSLPgetfuncobject and NSLPgetfuncinfo tell a C function about its call.
+struct UserFunctionCallInfo {
+  NSLPprob slp;
+  int index;
+  int ninputs;
+  int derivatives;
+  int results;
 };
 
 class NVRL_INTERNAL_API UserFunctionTable {
  public:
+  UserFunctionTable() = default;
+  // A copy has the functions, not the owner: the owner is the problem the table lives in.
+  UserFunctionTable(const UserFunctionTable &o) : funcs_(o.funcs_) {}
+  UserFunctionTable &operator=(const UserFunctionTable &o) {
+    funcs_ = o.funcs_;
+    return *this;
+  }
+  void setOwner(NSLPprob owner) { owner_ = owner; }
+
   // Registers a function and returns its index.
   int add(UserFunction f);
 
@@ -35,17 +58,23 @@ class NVRL_INTERNAL_API UserFunctionTable {
   const UserFunction &at(int index) const { return funcs_[index - 1]; }
   UserFunction &at(int index) { return funcs_[index - 1]; }
 
-  // The index of the function with exactly this name, or 0.
+  // The index of the first function with exactly this name, or 0.
   int find(const std::string &name) const;
 
   // Evaluates function index at x[0..n-1]; with grad non-null also its partial derivatives,
-  // by central differences when the function gives none. Returns false with err set when the
-  // function is missing, fails, or gives a non-finite value.
+  // by central differences where the function gives none. Returns false with err set when
+  // the function is missing, fails, or gives a non-finite value. Safe to call from several
+  // threads at once (as safe as the functions themselves).
   bool evaluate(int index, const double *x, int n, double &value, double *grad,
                 std::string &err) const;
 
  private:
+  // One call: the value, and with grad the derivatives the function gives (others NaN).
+  bool invoke(int index, const double *x, int n, double &value, double *grad,
+              std::string &err) const;
+
   std::vector<UserFunction> funcs_;
+  NSLPprob owner_ = nullptr;
 };
 
 }  // namespace nvrl

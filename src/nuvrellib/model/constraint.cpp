@@ -122,22 +122,13 @@ int set_con_name(uint64_t *word, PyObject *name) {
   namemap *table = nvr_py_env.connamemap;
   if (table == nullptr) return tables_missing();
   const uint64_t id = word_id(*word);
-  Py_INCREF(name);
-  if (*word & CON_NAME_ENTRY) {
-    // namemap_set takes over our reference; the old name's reference is ours to drop.
-    PyObject *old = namemap_get(table, id);
-    if (namemap_set(table, id, name) < 0) {
-      Py_DECREF(name);
-      return -1;
-    }
-    Py_XDECREF(old);
-    return 0;
-  }
-  if (namemap_set(table, id, name) < 0) {
-    Py_DECREF(name);
-    return -1;
-  }
+  // Once the new name is stored, the table's reference to the old one is ours to drop.
+  PyObject *old = (*word & CON_NAME_ENTRY) ? namemap_get(table, id) : nullptr;
+  PyRef stored = PyRef<>::borrow(name);
+  if (namemap_set(table, id, stored.get()) < 0) return -1;
+  stored.release();  // the table's now
   *word |= CON_NAME_ENTRY;
+  Py_XDECREF(old);
   return 0;
 }
 
@@ -155,13 +146,11 @@ static PyObject *constraint_new(PyTypeObject *type, PyObject *, PyObject *) {
 PyObject *constraint_base() { return constraint_new(&constraint_type, nullptr, nullptr); }
 
 PyObject *constraint_create(PyObject *body, double lb, double ub) {
-  PyRef con(constraint_base());
+  auto con = PyRef<constraint_s>::steal(constraint_base());
   if (!con) return nullptr;
-  if (set_con_lbound(&as_con(con.get())->rec, lb) < 0 ||
-      set_con_ubound(&as_con(con.get())->rec, ub) < 0)
-    return nullptr;
-  as_con(con.get())->body = Py_NewRef(body);
-  return con.release();
+  if (set_con_lbound(&con->rec, lb) < 0 || set_con_ubound(&con->rec, ub) < 0) return nullptr;
+  con->body = Py_NewRef(body);
+  return con.release_obj();
 }
 
 static void constraint_dealloc(PyObject *self) {
@@ -226,8 +215,7 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
     if (set_con_lbound(&con->rec, get_con_lbound(src->rec)) < 0 ||
         set_con_ubound(&con->rec, get_con_ubound(src->rec)) < 0)
       return -1;
-    Py_XINCREF(src->body);
-    con->body = src->body;
+    con->body = Py_XNewRef(src->body);
     return 0;
   }
 
@@ -370,9 +358,8 @@ static PyObject *constraint_copy(PyObject *self, PyObject *) {
     body = PyRef(general_copy(src->body, 1.0));
     if (!body) return nullptr;
   }
-  PyRef dup(constraint_base());
-  if (!dup) return nullptr;
-  constraint_s *con = as_con(dup.get());
+  auto con = PyRef<constraint_s>::steal(constraint_base());
+  if (!con) return nullptr;
   if (set_con_lbound(&con->rec, get_con_lbound(src->rec)) < 0 ||
       set_con_ubound(&con->rec, get_con_ubound(src->rec)) < 0)
     return nullptr;
@@ -381,7 +368,7 @@ static PyObject *constraint_copy(PyObject *self, PyObject *) {
                                        name.get()));
   if (!copy_name || set_con_name(&con->rec, copy_name.get()) < 0) return nullptr;
   con->body = body.release();
-  return dup.release();
+  return con.release_obj();
 }
 
 static PyObject *constraint_sidetable_sizes(PyObject *, PyObject *) {

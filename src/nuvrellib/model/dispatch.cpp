@@ -417,11 +417,11 @@ PyObject *constant_and(PyObject *a, PyObject *b) {
 
 // constant + cx*x: the sum of a variable and a number as an expression.
 static PyObject *var_plus_constant(PyObject *x, double cx, double constant) {
-  PyRef e(expression_base());
-  if (!e || expression_addToLinTerm(e.get(), x, cx) < 0)
+  auto e = PyRef<expression_s>::steal(expression_base());
+  if (!e || expression_addToLinTerm(e.obj(), x, cx) < 0)
     return nvo_model_error("Could not allocate an object of type Variable");
-  reinterpret_cast<expression_s *>(e.get())->constant = constant;
-  return e.release();
+  e->constant = constant;
+  return e.release_obj();
 }
 
 // cx*x + cy*y for two different variables.

@@ -96,11 +96,11 @@ static PyObject *linterm_alg_sum(PyObject *a, PyObject *b, double s) {
   double cx = xa != nullptr ? ca : cb;
   double k = xa != nullptr ? cb : ca;
   if (k == 0.0) return linterm_fill(x, cx);
-  PyRef e(expression_base());
-  if (!e || expression_addToLinTerm(e.get(), x, cx) < 0)
+  auto e = PyRef<expression_s>::steal(expression_base());
+  if (!e || expression_addToLinTerm(e.obj(), x, cx) < 0)
     return nvo_model_error("Error creating expression");
-  reinterpret_cast<expression_s *>(e.get())->constant = k;
-  return e.release();
+  e->constant = k;
+  return e.release_obj();
 }
 
 PyObject *linterm_add(PyObject *a, PyObject *b) { return linterm_alg_sum(a, b, 1.0); }

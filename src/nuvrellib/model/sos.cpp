@@ -54,12 +54,9 @@ void sos_store(PyObject *self, int64_t id, PyObject *name, int type, PyObject *i
   PyObject *old_name = s->name, *old_indices = s->indices, *old_weights = s->weights;
   s->id = id;
   s->type = type;
-  Py_XINCREF(name);
-  Py_XINCREF(indices);
-  Py_XINCREF(weights);
-  s->name = name;
-  s->indices = indices;
-  s->weights = weights;
+  s->name = Py_XNewRef(name);
+  s->indices = Py_XNewRef(indices);
+  s->weights = Py_XNewRef(weights);
   Py_XDECREF(old_name);
   Py_XDECREF(old_indices);
   Py_XDECREF(old_weights);
@@ -160,8 +157,7 @@ static void sos_dealloc(PyObject *self) {
 static PyObject *sos_get_name(PyObject *self, void *) {
   PyObject *name = as_sos(self)->name;
   if (name == nullptr) return default_name(as_sos(self)->id);
-  Py_INCREF(name);
-  return name;
+  return Py_NewRef(name);
 }
 
 // The name object itself, not converted: str() of a set named by a non-string object fails
@@ -181,11 +177,8 @@ static PyObject *sos_copy(PyObject *self, PyObject *) {
   if (!indices || !weights) return nullptr;
   // The members and weight objects are shared with the source; only the lists are new.
   for (Py_ssize_t i = 0; i < n; ++i) {
-    PyObject *v = PyList_GET_ITEM(src->indices, i), *w = PyList_GET_ITEM(src->weights, i);
-    Py_INCREF(v);
-    Py_INCREF(w);
-    PyList_SET_ITEM(indices.get(), i, v);
-    PyList_SET_ITEM(weights.get(), i, w);
+    PyList_SET_ITEM(indices.get(), i, Py_NewRef(PyList_GET_ITEM(src->indices, i)));
+    PyList_SET_ITEM(weights.get(), i, Py_NewRef(PyList_GET_ITEM(src->weights, i)));
   }
   PyRef copy(sos_new(&sos_type, nullptr, nullptr));
   if (!copy) return nullptr;
@@ -203,9 +196,7 @@ static PyObject *sos_get_type(PyObject *self, void *) {
 
 // indices and weights give the stored lists themselves (None for an uninitialised set).
 static PyObject *sos_get_list(PyObject *list) {
-  PyObject *r = list != nullptr ? list : Py_None;
-  Py_INCREF(r);
-  return r;
+  return Py_NewRef(list != nullptr ? list : Py_None);
 }
 static PyObject *sos_get_indices(PyObject *self, void *) {
   return sos_get_list(as_sos(self)->indices);

@@ -4,11 +4,11 @@
 // steps that follow amend a private object and never one of the caller's.
 #include "model/sum.h"
 
-#include <functional>
 #include <utility>
 
 #include "model/dispatch.h"
 #include "model/expression.h"
+#include "model/walk.h"
 #include "module/args.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -22,24 +22,20 @@ constexpr const char kIncorrectObjects[] =
     "Incorrect objects used in Sum, Dot, Prod, or aggregate functions";
 constexpr const char kInvalidSequence[] = "Invalid sequence of objects";
 
-// Receives one element (borrowed); 0 to go on, -1 with an exception set to stop.
-using element_visitor = std::function<int(PyObject *)>;
-
-bool is_text(PyObject *obj) { return PyUnicode_Check(obj) || PyBytes_Check(obj); }
-
 // Numbers, modelling objects and arrays are values to fold, never collections to open.
 bool is_value(PyObject *obj) {
   return nvo_kind_noraise(obj) != NVO_KIND_INVALID || nvo_is_array(obj);
 }
 
-// A collection that the fold opens: anything iterable that is not a value or a string.
-bool is_collection(PyObject *obj) {
-  if (is_value(obj) || is_text(obj)) return false;
-  return PyTuple_Check(obj) || PyList_Check(obj) || PyDict_Check(obj) ||
-         PySequence_Check(obj) || Py_TYPE(obj)->tp_iter != nullptr;
+// A collection that the fold opens when it is nested (node is nvo_node_of(obj) for an obj that
+// is not a value): anything iterable other than a string.
+bool is_collection(PyObject *obj, nvo_node node) {
+  if (node == NVO_NODE_ITERATOR) return Py_TYPE(obj)->tp_iter != nullptr;
+  return node >= NVO_NODE_TUPLE;
 }
 
-int walk_indexed(PyObject *seq, Py_ssize_t n, const element_visitor &visit) {
+template <class Visit>
+int walk_indexed(PyObject *seq, Py_ssize_t n, Visit &visit) {
   for (Py_ssize_t i = 0; i < n; ++i) {
     PyRef item(PySequence_GetItem(seq, i));
     if (!item || visit(item.get()) < 0) return -1;
@@ -47,7 +43,8 @@ int walk_indexed(PyObject *seq, Py_ssize_t n, const element_visitor &visit) {
   return 0;
 }
 
-int walk_array(PyObject *obj, const element_visitor &visit) {
+template <class Visit>
+int walk_array(PyObject *obj, Visit &visit) {
   auto *arr = reinterpret_cast<PyArrayObject *>(obj);
   if (PyArray_NDIM(arr) == 0) {
     // A zero-dimensional array is one element.
@@ -59,58 +56,39 @@ int walk_array(PyObject *obj, const element_visitor &visit) {
   return walk_indexed(obj, PyArray_DIM(arr, 0), visit);
 }
 
-int walk_dict_values(PyObject *dict, const element_visitor &visit) {
-  // The values are taken into a list first, so a visitor that touches the dictionary cannot
-  // upset the walk.
-  PyRef values(PyDict_Values(dict));
-  if (!values) return -1;
-  for (Py_ssize_t i = 0; i < PyList_GET_SIZE(values.get()); ++i) {
-    PyObject *v = PyList_GET_ITEM(values.get(), i);
-    if (v != Py_None && visit(v) < 0) return -1;
-  }
-  return 0;
-}
-
-int walk_iterator(PyObject *obj, const element_visitor &visit) {
-  PyRef it(PyObject_GetIter(obj));
-  if (!it) return -1;
-  while (PyObject *raw = PyIter_Next(it.get())) {
-    PyRef item(raw);
-    if (visit(item.get()) < 0) return -1;
-  }
-  return PyErr_Occurred() ? -1 : 0;
-}
-
-// Calls visit for each element of a collection, in the collection's own order.
-int for_each_element(PyObject *coll, const element_visitor &visit) {
-  if (PyTuple_Check(coll) || PyList_Check(coll)) {
-    // Indexing (not a snapshot): a list that changes during the walk is read as it is then.
-    for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(coll); ++i) {
-      PyObject *item = PySequence_Fast_GET_ITEM(coll, i);
-      PyRef hold = PyRef<>::borrow(item);
-      if (visit(item) < 0) return -1;
+// Calls visit for each element of a collection (node is nvo_node_of(coll)), in the
+// collection's own order: an array along its first dimension, a sequence other than a tuple or
+// list through the sequence protocol, a dictionary's values without None; tuples, lists and
+// iterables as every walk reads them.
+template <class Visit>
+int for_each_element(PyObject *coll, nvo_node node, Visit &&visit) {
+  switch (node) {
+    case NVO_NODE_ARRAY:
+      return walk_array(coll, visit);
+    case NVO_NODE_SEQUENCE: {
+      const Py_ssize_t n = PySequence_Size(coll);
+      if (n < 0) {
+        PyErr_Clear();
+        return nvo_model_error(kInvalidSequence);
+      }
+      return walk_indexed(coll, n, visit);
     }
-    return 0;
+    case NVO_NODE_DICT:
+      return nvo_for_each_item(coll, node, [&visit](PyObject *v) {
+        return v == Py_None ? 0 : visit(v);
+      });
+    default:
+      return nvo_for_each_item(coll, node, visit);
   }
-  if (nvo_is_array(coll)) return walk_array(coll, visit);
-  if (PyDict_Check(coll)) return walk_dict_values(coll, visit);
-  if (PySequence_Check(coll) && !is_text(coll)) {
-    const Py_ssize_t n = PySequence_Size(coll);
-    if (n < 0) {
-      PyErr_Clear();
-      return nvo_model_error(kInvalidSequence);
-    }
-    return walk_indexed(coll, n, visit);
-  }
-  return walk_iterator(coll, visit);
 }
 
 // The positional arguments as the collection to fold: a single argument is itself the
 // collection, several are the tuple. A single argument that cannot be walked (Sum(x) for a
 // variable x) fails with the iterator protocol's own TypeError.
-int for_each_argument(PyObject *args, const element_visitor &visit) {
+template <class Visit>
+int for_each_argument(PyObject *args, Visit &&visit) {
   PyObject *collection = PyTuple_GET_SIZE(args) == 1 ? PyTuple_GET_ITEM(args, 0) : args;
-  return for_each_element(collection, visit);
+  return for_each_element(collection, nvo_node_of(collection), visit);
 }
 
 // A failed combination keeps a ModelError of its own; the type and value errors of numpy's
@@ -139,16 +117,7 @@ class Folder {
 
   int add(PyObject *elem) {
     if (elem == Py_None) return 0;
-    if (is_collection(elem)) {
-      if (Py_EnterRecursiveCall(" while opening nested collections in Sum or Prod") != 0)
-        return -1;
-      int rc = for_each_element(elem, [this](PyObject *e) { return add(e); });
-      Py_LeaveRecursiveCall();
-      return rc;
-    }
-    if (!is_value(elem)) {
-      return nvo_model_error(kInvalidObject);
-    }
+    if (!is_value(elem)) return open(elem);
     if (!acc_) {
       acc_ = PyRef(general_copy(elem, 1.0));
       return acc_ ? 0 : -1;
@@ -168,6 +137,18 @@ class Folder {
     }
     acc_ = std::move(next);
     return 0;
+  }
+
+  // Folds the elements of a nested collection (elem is not a value); anything else cannot be
+  // folded. Nesting is bounded by the interpreter's recursion limit, so a list that contains
+  // itself ends in a RecursionError.
+  int open(PyObject *elem) {
+    const nvo_node node = nvo_node_of_other(elem);
+    if (!is_collection(elem, node)) return nvo_model_error(kInvalidObject);
+    if (Py_EnterRecursiveCall(" while opening nested collections in Sum or Prod") != 0) return -1;
+    const int rc = for_each_element(elem, node, [this](PyObject *e) { return add(e); });
+    Py_LeaveRecursiveCall();
+    return rc;
   }
 
   // The accumulated object (null when nothing was folded).
@@ -201,10 +182,10 @@ PyObject *nuvrelmod_Sum(PyObject *, PyObject *args) {
   if (!acc) return expression_base();
   if (nvo_is_number(acc.get())) {
     // Sum always gives a modelling object, also for numbers only.
-    PyRef e(expression_base());
+    auto e = PyRef<expression_s>::steal(expression_base());
     if (!e) return nullptr;
-    reinterpret_cast<expression_s *>(e.get())->constant = nvo_number_value(acc.get());
-    return e.release();
+    e->constant = nvo_number_value(acc.get());
+    return e.release_obj();
   }
   return acc.release();
 }

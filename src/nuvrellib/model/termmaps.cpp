@@ -3,6 +3,7 @@
 // a MemoryError instead of a C++ exception crossing the interpreter.
 #include "model/termmaps.h"
 
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -158,6 +159,20 @@ int linmap_del(linmap *map, PyObject *var) {
 
 // ===== quadmap ============================================================================
 
+namespace {
+
+// Owners of maps under construction, so that every early exit frees them with what they hold.
+struct linmap_deleter {
+  void operator()(linmap *m) const { linmap_free(&m); }
+};
+struct quadmap_deleter {
+  void operator()(quadmap *m) const { quadmap_free(&m); }
+};
+using owned_linmap = std::unique_ptr<linmap, linmap_deleter>;
+using owned_quadmap = std::unique_ptr<quadmap, quadmap_deleter>;
+
+}  // namespace
+
 quadmap *quadmap_new() { return new_container<quadmap>(); }
 
 void quadmap_free(quadmap **map) {
@@ -176,24 +191,21 @@ int quadmap_copy(quadmap **dst, const quadmap *src) {
     *dst = nullptr;
     return 0;
   }
-  quadmap *m = quadmap_new();
-  if (m == nullptr) return -1;
+  owned_quadmap m(quadmap_new());
+  if (!m) return -1;
   for (const auto &[v, inner] : *src) {
-    linmap *copy = nullptr;
-    if (linmap_copy(&copy, inner) < 0) {
-      quadmap_free(&m);
-      return -1;
-    }
+    linmap *raw = nullptr;
+    if (linmap_copy(&raw, inner) < 0) return -1;
+    owned_linmap copy(raw);
     try {
-      m->emplace_hint(m->end(), v, copy);
+      m->emplace_hint(m->end(), v, copy.get());
     } catch (const std::bad_alloc &) {
-      linmap_free(&copy);
-      quadmap_free(&m);
       return no_memory();
     }
+    copy.release();  // the map's now
     Py_INCREF(as_obj(v));
   }
-  *dst = m;
+  *dst = m.release();
   return 0;
 }
 
@@ -218,18 +230,14 @@ int quadmap_add(quadmap *map, PyObject *var1, PyObject *var2, double coef) {
     }
     return 0;
   }
-  linmap *inner = linmap_new();
-  if (inner == nullptr) return -1;
-  if (linmap_add(inner, var2, coef) < 0) {
-    linmap_free(&inner);
-    return -1;
-  }
+  owned_linmap inner(linmap_new());
+  if (!inner || linmap_add(inner.get(), var2, coef) < 0) return -1;
   try {
-    map->emplace_hint(it, as_var(var1), inner);
+    map->emplace_hint(it, as_var(var1), inner.get());
   } catch (const std::bad_alloc &) {
-    linmap_free(&inner);
     return no_memory();
   }
+  inner.release();  // the map's now
   Py_INCREF(var1);
   return 0;
 }

@@ -78,7 +78,7 @@ double get_var_lbound(uint64_t word) {
     case LB_ZERO:
       return 0.0;
     case LB_MINUS_INF:
-      return -NVR_INFINITY;
+      return -NVO_INFINITY;
     case LB_ONE:
       return 1.0;
     default:
@@ -89,19 +89,19 @@ double get_var_lbound(uint64_t word) {
 double get_var_ubound(uint64_t word) {
   switch (ub_code(word)) {
     case UB_PLUS_INF:
-      return NVR_INFINITY;
+      return NVO_INFINITY;
     case UB_ZERO:
       return 0.0;
     case UB_ONE:
       return 1.0;
     default:
       return nvr_py_env.uboundmap ? boundmap_get(nvr_py_env.uboundmap, var_word_id(word))
-                                  : NVR_INFINITY;
+                                  : NVO_INFINITY;
   }
 }
 
 double get_var_thold(uint64_t word) {
-  if (!(word & VAR_THOLD_ENTRY) || nvr_py_env.tholdmap == nullptr) return -NVR_INFINITY;
+  if (!(word & VAR_THOLD_ENTRY) || nvr_py_env.tholdmap == nullptr) return -NVO_INFINITY;
   return boundmap_get(nvr_py_env.tholdmap, var_word_id(word));
 }
 
@@ -118,20 +118,19 @@ PyObject *get_var_name(uint64_t word) {
     PyErr_SetString(nvpy_interf_exc, "Internal error in variable name");
     return nullptr;
   }
-  Py_INCREF(name);
-  return name;
+  return Py_NewRef(name);
 }
 
 int set_var_lbound(uint64_t *word, double v) {
   // NaN fails every comparison and so lands in the table, where it reads back unchanged.
-  uint64_t code = v == 0.0 ? LB_ZERO : v <= -NVR_INFINITY ? LB_MINUS_INF : v == 1.0 ? LB_ONE
+  uint64_t code = v == 0.0 ? LB_ZERO : v <= -NVO_INFINITY ? LB_MINUS_INF : v == 1.0 ? LB_ONE
                                                                                     : LB_TABLE;
   return set_bound_field(word, nvr_py_env.lboundmap, code, VAR_LB_SHIFT, VAR_LB_MASK,
                          VAR_LB_ENTRY, v);
 }
 
 int set_var_ubound(uint64_t *word, double v) {
-  uint64_t code = v >= NVR_INFINITY ? UB_PLUS_INF : v == 0.0 ? UB_ZERO : v == 1.0 ? UB_ONE
+  uint64_t code = v >= NVO_INFINITY ? UB_PLUS_INF : v == 0.0 ? UB_ZERO : v == 1.0 ? UB_ONE
                                                                                 : UB_TABLE;
   return set_bound_field(word, nvr_py_env.uboundmap, code, VAR_UB_SHIFT, VAR_UB_MASK,
                          VAR_UB_ENTRY, v);
@@ -139,7 +138,7 @@ int set_var_ubound(uint64_t *word, double v) {
 
 int set_var_thold(uint64_t *word, double v) {
   // -infinity means "no threshold"; it never removes an existing one.
-  if (v == -NVR_INFINITY) return 0;
+  if (v == -NVO_INFINITY) return 0;
   if (nvr_py_env.tholdmap == nullptr) return tables_missing();
   if (boundmap_set(nvr_py_env.tholdmap, var_word_id(*word), v) < 0) return -1;
   *word |= VAR_THOLD_ENTRY;
@@ -156,11 +155,9 @@ int set_var_name(uint64_t *word, PyObject *name) {
   if (table == nullptr) return tables_missing();
   const uint64_t id = var_word_id(*word);
   PyObject *old = (*word & VAR_NAME_ENTRY) ? namemap_get(table, id) : nullptr;
-  Py_INCREF(name);
-  if (namemap_set(table, id, name) < 0) {
-    Py_DECREF(name);
-    return -1;
-  }
+  PyRef stored = PyRef<>::borrow(name);
+  if (namemap_set(table, id, stored.get()) < 0) return -1;
+  stored.release();  // the table's now
   *word |= VAR_NAME_ENTRY;
   // Released last: the old name's finaliser must see a consistent record.
   Py_XDECREF(old);
@@ -191,26 +188,23 @@ PyObject *var_base() { return var_new(&var_type, nullptr, nullptr); }
 // record already stands for.
 static int var_apply(uint64_t *word, double lb, double ub, double threshold, long vartype) {
   if (lb != 0.0 && set_var_lbound(word, lb) < 0) return -1;
-  if (ub != NVR_INFINITY && set_var_ubound(word, ub) < 0) return -1;
-  if (threshold != -NVR_INFINITY && set_var_thold(word, threshold) < 0) return -1;
+  if (ub != NVO_INFINITY && set_var_ubound(word, ub) < 0) return -1;
+  if (threshold != -NVO_INFINITY && set_var_thold(word, threshold) < 0) return -1;
   if (vartype != 0) set_var_type(word, vartype);
   return 0;
 }
 
 PyObject *var_create(PyObject *name, double lb, double ub, double threshold, long vartype) {
-  PyRef self(var_base());
+  auto self = PyRef<var_s>::steal(var_base());
   if (!self) return nullptr;
-  uint64_t *word = &reinterpret_cast<var_s *>(self.get())->rec;
+  uint64_t *word = &self->rec;
   if (var_apply(word, lb, ub, threshold, vartype) < 0) return nullptr;
   if (name != nullptr && set_var_name(word, name) < 0) return nullptr;
-  return self.release();
+  return self.release_obj();
 }
 
 PyObject *var_copy(PyObject *x, double c) {
-  if (c == 1.0) {
-    Py_INCREF(x);
-    return x;
-  }
+  if (c == 1.0) return Py_NewRef(x);
   if (c == 0.0) return PyFloat_FromDouble(0.0);
   return linterm_fill(x, c);
 }
@@ -225,7 +219,7 @@ static int var_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   var_assign_id(word);
 
   PyObject *name = nullptr;
-  double lb = 0.0, ub = NVR_INFINITY, threshold = -NVR_INFINITY;
+  double lb = 0.0, ub = NVO_INFINITY, threshold = -NVO_INFINITY;
   long vartype = VARTYPE_CONTINUOUS;
   if (!nvo_ParseTupleAndKeywords(args, kwargs, "|Odddl", kwlist, nullptr, &name, &lb, &ub,
                                  &threshold, &vartype))
@@ -268,10 +262,7 @@ static PyObject *var_getattr(PyObject *self, PyObject *name) {
   if (!PyUnicode_Check(name)) return PyObject_GenericGetAttr(self, name);
   const uint64_t word = reinterpret_cast<var_s *>(self)->rec;
 
-  if (attr_is(name, "__class__")) {
-    Py_INCREF(&var_type);
-    return reinterpret_cast<PyObject *>(&var_type);
-  }
+  if (attr_is(name, "__class__")) return Py_NewRef(reinterpret_cast<PyObject *>(&var_type));
   // Array libraries probe these; the generic lookup fails for them as for any unknown name,
   // so a variable is never taken for an array.
   static const char *const array_probes[] = {"__array_interface__", "__array_priority__",

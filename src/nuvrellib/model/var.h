@@ -29,8 +29,8 @@ constexpr uint64_t VAR_NAME_ENTRY = 1ULL << 59;
 constexpr int VAR_TYPE_SHIFT = 60;
 constexpr uint64_t VAR_TYPE_MASK = 7ULL << VAR_TYPE_SHIFT;
 
-// Bound that stands for "unbounded" in either direction.
-constexpr double NVR_INFINITY = 1e20;
+// Bound that stands for "unbounded" in either direction (the library's NVRL_INFINITY).
+constexpr double NVO_INFINITY = 1e20;
 
 // Variable type codes (also module constants).
 enum : long {

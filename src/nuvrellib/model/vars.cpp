@@ -136,17 +136,12 @@ PyObject *make_name(const std::string &prefix, const std::vector<dimension> &dim
 
 // The key of one combination: the element itself for one index set, else the tuple.
 PyObject *make_key(const std::vector<dimension> &dims, const std::vector<Py_ssize_t> &pos) {
-  if (dims.size() == 1) {
-    PyObject *e = PyList_GET_ITEM(dims[0].elements.get(), pos[0]);
-    Py_INCREF(e);
-    return e;
-  }
+  if (dims.size() == 1) return Py_NewRef(PyList_GET_ITEM(dims[0].elements.get(), pos[0]));
   PyObject *key = PyTuple_New(static_cast<Py_ssize_t>(dims.size()));
   if (key == nullptr) return nullptr;
   for (size_t d = 0; d < dims.size(); ++d) {
     PyObject *e = PyList_GET_ITEM(dims[d].elements.get(), pos[d]);
-    Py_INCREF(e);
-    PyTuple_SET_ITEM(key, static_cast<Py_ssize_t>(d), e);
+    PyTuple_SET_ITEM(key, static_cast<Py_ssize_t>(d), Py_NewRef(e));
   }
   return key;
 }
@@ -165,7 +160,7 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"name", "lb", "ub", "threshold", "vartype", nullptr};
   PyObject *prefix_obj = nullptr;
   // The threshold defaults to 0 here, unlike var()'s -infinity.
-  double lb = 0.0, ub = NVR_INFINITY, threshold = 0.0;
+  double lb = 0.0, ub = NVO_INFINITY, threshold = 0.0;
   long vartype = VARTYPE_CONTINUOUS;
 
   // Every positional argument is an index set, so the keywords are parsed on their own.

@@ -46,24 +46,31 @@ class AllocBuffer {
   // Room for n items keeping the first min(n, size()) (a larger array may move). On failure
   // the array is unchanged and -1 is returned with a MemoryError set.
   int resize(size_t n) {
-    if (n > capacity_ && reserve(n) != 0) return -1;
+    if (n > capacity_ && grow_to(n) != 0) return -1;
     size_ = n;
     return 0;
   }
   // Appends count items, growing the array by doubling. 0, or -1 with a MemoryError set (the
   // items before stay).
   int append(const T *items, size_t count) {
-    if (size_ + count > capacity_ && reserve(grown(size_ + count)) != 0) return -1;
+    if (size_ + count > capacity_ && grow_to(grown(size_ + count)) != 0) return -1;
     for (size_t i = 0; i < count; ++i) data_[size_ + i] = items[i];
     size_ += count;
     return 0;
   }
   int push_back(const T &item) {
-    if (size_ == capacity_ && reserve(grown(size_ + 1)) != 0) return -1;
+    if (size_ == capacity_) [[unlikely]] {
+      if (grow_to(grown(size_ + 1)) != 0) return -1;
+    }
     data_[size_++] = item;
     return 0;
   }
 
+  // Room for at least n items in all, keeping the items, so that appending up to n items
+  // allocates at most once. 0, or -1 with a MemoryError set (the array is unchanged).
+  int reserve(size_t n) { return n <= capacity_ ? 0 : grow_to(n); }
+  // Empties the array, keeping its room for the next items.
+  void clear() { size_ = 0; }
   // Frees the array; the buffer is empty again.
   void reset() {
     nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &data_);
@@ -87,7 +94,7 @@ class AllocBuffer {
     return room;
   }
   // Room for n items (n >= size()), keeping the items.
-  int reserve(size_t n) {
+  int grow_to(size_t n) {
     if (n > kMaxItems || nvo_MemoryAllocator_Realloc_Untyped(nvo_MemoryAllocator_DefaultHeap,
                                                              &data_, n * sizeof(T)) != 0) {
       PyErr_NoMemory();

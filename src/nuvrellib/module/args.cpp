@@ -5,6 +5,7 @@
 #include <string>
 
 #include "module/env.h"
+#include "module/pyref.h"
 
 int nvo_ParseTupleAndKeywords(PyObject *args, PyObject *kwargs, const char *format,
                               const char **kwlist, const char **kwlist_alt, ...) {
@@ -15,28 +16,17 @@ int nvo_ParseTupleAndKeywords(PyObject *args, PyObject *kwargs, const char *form
 
   int ok = PyArg_VaParseTupleAndKeywords(args, kwargs, format, const_cast<char **>(kwlist),
                                          outputs);
-  va_end(outputs);
-  if (ok || kwlist_alt == nullptr) {
-    va_end(outputs_again);
-    return ok;
+  if (!ok && kwlist_alt != nullptr) {
+    // The primary list failed: try the legacy names, and report the primary list's error if
+    // they fail too, since that is the list users are told about.
+    PendingError primary;
+    ok = PyArg_VaParseTupleAndKeywords(args, kwargs, format, const_cast<char **>(kwlist_alt),
+                                       outputs_again);
+    if (ok) primary.discard();
   }
-
-  // The primary list failed: try the legacy names, and report the primary list's error if
-  // they fail too, since that is the list users are told about.
-  PyObject *type, *value, *traceback;
-  PyErr_Fetch(&type, &value, &traceback);
-  ok = PyArg_VaParseTupleAndKeywords(args, kwargs, format, const_cast<char **>(kwlist_alt),
-                                     outputs_again);
   va_end(outputs_again);
-  if (ok) {
-    Py_XDECREF(type);
-    Py_XDECREF(value);
-    Py_XDECREF(traceback);
-    return ok;
-  }
-  PyErr_Clear();
-  PyErr_Restore(type, value, traceback);
-  return 0;
+  va_end(outputs);
+  return ok;
 }
 
 namespace {

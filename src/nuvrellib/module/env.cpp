@@ -7,7 +7,7 @@ nvr_py_env_t nvr_py_env;
 
 namespace {
 
-nvr_mutex *const all_mutexes[] = {
+nvo_mutex *const all_mutexes[] = {
     &nvr_py_env.mtx_var,      &nvr_py_env.mtx_con, &nvr_py_env.mtx_sos, &nvr_py_env.mtx_names,
     &nvr_py_env.mtx_defaults, &nvr_py_env.mtx_msg, &nvr_py_env.mtx_lib, &nvr_py_env.mtx_output,
 };
@@ -26,7 +26,7 @@ void free_boundmap(boundmap *&map) {
 
 }  // namespace
 
-void env_lock_contended(nvr_mutex &m) {
+void env_lock_contended(nvo_mutex &m) {
   // Only a thread whose own state is current holds the interpreter lock.
   if (PyGILState_GetThisThreadState() != nullptr && PyGILState_Check()) {
     Py_BEGIN_ALLOW_THREADS
@@ -38,7 +38,7 @@ void env_lock_contended(nvr_mutex &m) {
 }
 
 void init_mutexes() {
-  for (nvr_mutex *m : all_mutexes) {
+  for (nvo_mutex *m : all_mutexes) {
     pthread_mutex_init(&m->mtx, nullptr);
     m->owner.store(nullptr);
     m->depth = 0;
@@ -46,7 +46,7 @@ void init_mutexes() {
 }
 
 void destroy_mutexes() {
-  for (nvr_mutex *m : all_mutexes) pthread_mutex_destroy(&m->mtx);
+  for (nvo_mutex *m : all_mutexes) pthread_mutex_destroy(&m->mtx);
 }
 
 int env_create_containers() {

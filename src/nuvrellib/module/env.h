@@ -18,7 +18,7 @@ using namemap = std::map<uint64_t, PyObject *>;
 // A mutex of the environment record. It is re-entrant for the thread that holds it: a lock
 // held while the module allocates can meet a finaliser (run by the garbage collector) that
 // takes it again on the same thread. owner is the holding thread's marker, or null.
-struct nvr_mutex {
+struct nvo_mutex {
   pthread_mutex_t mtx;
   std::atomic<const void *> owner;
   int depth;  // read and written by the owner only
@@ -40,22 +40,22 @@ struct nvr_py_env_t {
   boundmap *conlboundmap, *conuboundmap;       // constraint side tables
   namemap *varnamemap, *connamemap;
   PyObject *npvar, *npexpr, *npconstraint;     // array element types (dtype objects)
-  nvr_mutex mtx_var, mtx_con, mtx_sos, mtx_names, mtx_defaults, mtx_msg, mtx_lib, mtx_output;
+  nvo_mutex mtx_var, mtx_con, mtx_sos, mtx_names, mtx_defaults, mtx_msg, mtx_lib, mtx_output;
 };
 
 extern nvr_py_env_t nvr_py_env;
 
-// The calling thread's marker for nvr_mutex::owner.
+// The calling thread's marker for nvo_mutex::owner.
 inline thread_local char env_thread_marker_byte;
 inline const void *env_thread_marker() { return &env_thread_marker_byte; }
 // Waits for m when it is held by another thread, with the interpreter lock released if the
 // caller holds it: the holder may need that lock before it can let go.
-void env_lock_contended(nvr_mutex &m);
+void env_lock_contended(nvo_mutex &m);
 
 // Scoped lock over one of the environment's mutexes; re-entrant on the same thread.
 class EnvLock {
  public:
-  explicit EnvLock(nvr_mutex &m) : m_(m) {
+  explicit EnvLock(nvo_mutex &m) : m_(m) {
     const void *self = env_thread_marker();
     if (m_.owner.load(std::memory_order_relaxed) == self) {
       ++m_.depth;
@@ -74,7 +74,7 @@ class EnvLock {
   EnvLock &operator=(const EnvLock &) = delete;
 
  private:
-  nvr_mutex &m_;
+  nvo_mutex &m_;
 };
 
 // The fourteen type objects. Each is defined in the file of its type.

@@ -17,8 +17,7 @@ namespace {
 // library's error).
 PyObject *none_if_ok(int rc) {
   if (rc != 0) return nullptr;
-  Py_INCREF(Py_None);
-  return Py_None;
+  Py_RETURN_NONE;
 }
 
 // Starts the library and returns the text that get writes into a zeroed buffer of N bytes.
@@ -184,8 +183,7 @@ PyObject *nuvrelmod_setdefaultcontrol(PyObject *self, PyObject *args, PyObject *
     PyObject *present = PyDict_GetItemString(dict, lower.c_str());
     if (present == nullptr || PyDict_DelItemString(dict, lower.c_str()) == 0) result = Py_None;
   }
-  Py_XINCREF(result);
-  return setNvrlErrIfNull(nullptr, result);
+  return setNvrlErrIfNull(nullptr, Py_XNewRef(result));
 }
 
 const char nuvrelmod_setdefaults_doc[] =

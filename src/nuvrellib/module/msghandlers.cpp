@@ -155,8 +155,7 @@ PyObject *nuvrelmod_addcbmsghandler(PyObject *self, PyObject *args, PyObject *kw
   if (turnNVRLon(0) == 0) {
     if (NVRL_ge_addcbmsghandler(wrapper_msghandler, entry.get(), static_cast<int>(priority)) ==
         0) {
-      Py_INCREF(Py_None);
-      result = Py_None;
+      result = Py_NewRef(Py_None);
     }
   }
   if (result == nullptr) {

@@ -22,6 +22,9 @@ class PyRef {
     Py_XINCREF(as_object(borrowed));
     return PyRef(borrowed);
   }
+  // Takes ownership of a new reference to an object whose struct is T, given as the creation
+  // functions return it, as a plain object pointer (may be null).
+  static PyRef steal(PyObject *owned) { return PyRef(reinterpret_cast<T *>(owned)); }
   PyRef(const PyRef &) = delete;
   PyRef &operator=(const PyRef &) = delete;
   PyRef(PyRef &&o) noexcept : p_(o.p_) { o.p_ = nullptr; }
@@ -42,6 +45,8 @@ class PyRef {
     p_ = nullptr;
     return r;
   }
+  // The same as a plain object pointer.
+  PyObject *release_obj() { return as_object(release()); }
   // Releases the reference held and takes owned. The old one goes last: its destructor may
   // run Python code that looks at this pointer.
   void reset(T *owned = nullptr) {

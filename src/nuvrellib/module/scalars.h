@@ -35,8 +35,8 @@ double nvo_number_value(PyObject *obj);
 bool nvo_is_real_scalar(PyObject *obj);
 
 // --- flags -----------------------------------------------------------------------------
-// Flags differ on purpose between functions of the interface, each documented to users; the
-// variants live here so that none is written twice.
+// Functions of the interface read their flags by different rules, each documented to users;
+// the variants live here so that none is written twice.
 
 // An object that may be read as an on/off flag by its integer value: a Python int or bool, or
 // a numpy integer or bool scalar.

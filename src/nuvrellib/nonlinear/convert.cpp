@@ -31,14 +31,12 @@ int column_of(const rowcolmap *varmap, PyObject *var, const char *msg) {
   return static_cast<int>(col);
 }
 
-int add_lin(const rowcolmap *varmap, PyObject *var, double coef, const char *msg,
-            nvo_converted *out) {
+inline int add_lin(const rowcolmap *varmap, PyObject *var, double coef, const char *msg,
+                   nvo_converted *out) {
   int col = column_of(varmap, var, msg);
   if (col < 0) return -1;
-  if (coef != 0.0) {
-    out->lin_col.push_back(col);
-    out->lin_coef.push_back(coef);
-  }
+  if (coef != 0.0 && (out->lin_col.push_back(col) != 0 || out->lin_coef.push_back(coef) != 0))
+    return -1;
   return 0;
 }
 
@@ -48,11 +46,9 @@ int add_quad(const rowcolmap *varmap, PyObject *x, PyObject *y, double coef, con
   if (c1 < 0) return -1;
   int c2 = column_of(varmap, y, msg);
   if (c2 < 0) return -1;
-  if (coef != 0.0) {
-    out->quad_col1.push_back(c1);
-    out->quad_col2.push_back(c2);
-    out->quad_coef.push_back(coef);
-  }
+  if (coef != 0.0 && (out->quad_col1.push_back(c1) != 0 || out->quad_col2.push_back(c2) != 0 ||
+                      out->quad_coef.push_back(coef) != 0))
+    return -1;
   return 0;
 }
 
@@ -60,8 +56,8 @@ int convert_expression(const rowcolmap *varmap, expression_s *e, const Messages 
                        nvo_converted *out) {
   out->constant += e->constant;
   if (e->lin != nullptr) {
-    out->lin_col.reserve(out->lin_col.size() + e->lin->size());
-    out->lin_coef.reserve(out->lin_coef.size() + e->lin->size());
+    const size_t n = out->lin_col.size() + e->lin->size();
+    if (out->lin_col.reserve(n) != 0 || out->lin_coef.reserve(n) != 0) return -1;
     for (const auto &[var, coef] : *e->lin)
       if (add_lin(varmap, reinterpret_cast<PyObject *>(const_cast<var_s *>(var)), coef,
                   m.linear_part, out) != 0)

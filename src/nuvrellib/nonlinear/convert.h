@@ -5,18 +5,17 @@
 
 #include <Python.h>
 
-#include <vector>
-
 #include "model/termmaps.h"
+#include "module/alloc_buffer.h"
 
 // The converted body. Quadratic coefficients are as written: (i, j, c) stands for c*xi*xj
 // (c*xi^2 when i == j); the callers turn them into the library's row or objective forms.
 struct nvo_converted {
   double constant = 0.0;
-  std::vector<int> lin_col;
-  std::vector<double> lin_coef;
-  std::vector<int> quad_col1, quad_col2;
-  std::vector<double> quad_coef;
+  AllocBuffer<int> lin_col;
+  AllocBuffer<double> lin_coef;
+  AllocBuffer<int> quad_col1, quad_col2;
+  AllocBuffer<double> quad_coef;
 
   void clear() {
     constant = 0.0;
@@ -30,7 +29,8 @@ struct nvo_converted {
 
 // Converts body (number, var, linterm, quadterm or expression) with the columns of varmap
 // (variable identifier -> column, a problem's), appending to *out
-// (which the caller clears). Zero coefficients are skipped. 0, or -1 with ModelError set.
+// (which the caller clears). Zero coefficients are skipped. 0, or -1 with ModelError (or a
+// MemoryError) set.
 int convertExpr(const rowcolmap *varmap, PyObject *body, nvo_converted *out);
 
 // The library's quadratic conventions (see nvrl.h): in a row (i, j, v) with i != j is

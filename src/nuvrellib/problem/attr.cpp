@@ -13,15 +13,13 @@ PyDoc_STRVAR(attr_doc,
              "for example p.attributes.columns.");
 
 PyObject *attr_create(PyObject *problem) {
-  PyRef self(PyType_GenericAlloc(&attr_type, 0));
-  if (!self) return nullptr;
-  auto *a = reinterpret_cast<attr_s *>(self.get());
+  auto a = PyRef<attr_s>::steal(PyType_GenericAlloc(&attr_type, 0));
+  if (!a) return nullptr;
   a->problem = problem;
-  Py_XINCREF(nvr_py_env.attr_table);
-  a->dict = nvr_py_env.attr_table;
+  a->dict = Py_XNewRef(nvr_py_env.attr_table);
   if (a->dict == nullptr) a->dict = PyDict_New();
   if (a->dict == nullptr) return nullptr;
-  return self.release();
+  return a.release_obj();
 }
 
 void attr_detach(PyObject *attr) { reinterpret_cast<attr_s *>(attr)->detached = 1; }

@@ -16,18 +16,16 @@ PyDoc_STRVAR(ctrl_doc,
              "Read and set them as attributes: nuvrel.controls.miptol = 1e-6.");
 
 PyObject *ctrl_create(PyObject *problem) {
-  PyRef self(PyType_GenericAlloc(&ctrl_type, 0));
-  if (!self) return nullptr;
-  auto *c = reinterpret_cast<ctrl_s *>(self.get());
+  auto c = PyRef<ctrl_s>::steal(PyType_GenericAlloc(&ctrl_type, 0));
+  if (!c) return nullptr;
   c->problem = problem;
   if (problem == nullptr) {
     c->dict = PyDict_New();
   } else {
-    Py_XINCREF(nvr_py_env.ctrl_table);
-    c->dict = nvr_py_env.ctrl_table;
+    c->dict = Py_XNewRef(nvr_py_env.ctrl_table);
   }
   if (c->dict == nullptr) return nullptr;
-  return self.release();
+  return c.release_obj();
 }
 
 void ctrl_detach(PyObject *ctrl) { reinterpret_cast<ctrl_s *>(ctrl)->detached = 1; }
@@ -77,14 +75,9 @@ static PyObject *ctrl_attr_get(PyObject *self, PyObject *name) {
   if (!PyUnicode_Check(name)) {
     return nvo_model_error("Bad control request");
   }
-  if (PyUnicode_CompareWithASCIIString(name, "__dict__") == 0) {
-    Py_INCREF(c->dict);
-    return c->dict;
-  }
-  if (PyUnicode_CompareWithASCIIString(name, "__class__") == 0) {
-    Py_INCREF(Py_TYPE(self));
-    return reinterpret_cast<PyObject *>(Py_TYPE(self));
-  }
+  if (PyUnicode_CompareWithASCIIString(name, "__dict__") == 0) return Py_NewRef(c->dict);
+  if (PyUnicode_CompareWithASCIIString(name, "__class__") == 0)
+    return Py_NewRef(reinterpret_cast<PyObject *>(Py_TYPE(self)));
   if (c->problem == nullptr) return module_controls_get(c, name);
   if (ctrl_problem_gone(c)) return nullptr;
   problem_s *p = problem_ready_for(c->problem, "controls");

@@ -6,13 +6,13 @@
 #include "model/dispatch.h"
 #include "model/sos.h"
 #include "model/var.h"
+#include "model/walk.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
 #include "problem/objects.h"
 #include "problem/solve.h"
-#include "problem/walk.h"
 
 namespace {
 

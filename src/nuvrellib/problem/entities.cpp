@@ -6,6 +6,7 @@
 #include "model/expression.h"
 #include "model/sos.h"
 #include "model/var.h"
+#include "model/walk.h"
 #include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -14,7 +15,6 @@
 #include "problem/con_batch.h"
 #include "problem/objects.h"
 #include "problem/problem.h"
-#include "problem/walk.h"
 
 namespace {
 

@@ -2,14 +2,14 @@
 // sequences, and the value of one modelling object at a vector of column values.
 #include "problem/evaluate.h"
 
-#include <vector>
-
 #include "model/expression.h"
 #include "model/dispatch.h"
 #include "model/linterm.h"
 #include "model/quadterm.h"
 #include "model/termmaps.h"
 #include "model/var.h"
+#include "model/walk.h"
+#include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/numpy_api.h"
@@ -133,7 +133,7 @@ PyObject *array_value(PyObject *obj, const nvo_eval_context *ctx, int depth) {
   for (npy_intp i = 0; it->index < it->size; ++i) {
     PyRef elem(PyArray_GETITEM(arr, static_cast<const char *>(PyArray_ITER_DATA(it))));
     if (!elem) return nullptr;
-    if (evaluate_object(elem.get(), ctx, depth - 1, &out[i]) < 0) return nullptr;
+    if (evaluate_object(elem.get(), ctx, depth + 1, &out[i]) < 0) return nullptr;
     PyArray_ITER_NEXT(it);
   }
   return result.release();
@@ -144,7 +144,7 @@ PyObject *tuple_value(PyObject *obj, const nvo_eval_context *ctx, int has_proble
   PyRef result(PyTuple_New(n));
   if (!result) return nullptr;
   for (Py_ssize_t i = 0; i < n; ++i) {
-    PyObject *v = evaluate_structure(PyTuple_GET_ITEM(obj, i), ctx, has_problem, depth - 1);
+    PyObject *v = evaluate_structure(PyTuple_GET_ITEM(obj, i), ctx, has_problem, depth + 1);
     if (v == nullptr) return nullptr;
     PyTuple_SET_ITEM(result.get(), i, v);
   }
@@ -160,7 +160,7 @@ PyObject *dict_value(PyObject *obj, const nvo_eval_context *ctx, int has_problem
   if (!items) return nullptr;
   for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items.get()); ++i) {
     PyObject *pair = PyList_GET_ITEM(items.get(), i);
-    PyRef v(evaluate_structure(PyTuple_GET_ITEM(pair, 1), ctx, has_problem, depth - 1));
+    PyRef v(evaluate_structure(PyTuple_GET_ITEM(pair, 1), ctx, has_problem, depth + 1));
     if (!v || PyDict_SetItem(result.get(), PyTuple_GET_ITEM(pair, 0), v.get()) < 0)
       return nullptr;
   }
@@ -182,7 +182,7 @@ PyObject *sequence_value(PyObject *obj, const nvo_eval_context *ctx, int has_pro
       PyErr_Clear();
       return nvo_model_error("Cannot evaluate type of sequence");
     }
-    PyObject *v = evaluate_structure(item.get(), ctx, has_problem, depth - 1);
+    PyObject *v = evaluate_structure(item.get(), ctx, has_problem, depth + 1);
     if (v == nullptr) return nullptr;
     PyList_SET_ITEM(result.get(), i, v);
   }
@@ -228,7 +228,7 @@ int evaluate_object(PyObject *obj, const nvo_eval_context *ctx, int depth, doubl
     case NVO_KIND_EXPRESSION:
       return expression_value(reinterpret_cast<expression_s *>(obj), ctx, value);
     case NVO_KIND_NONLIN:
-      // Nonlinear nodes are evaluated operand by operand (at depth - 1) once the operator
+      // Nonlinear nodes are evaluated operand by operand (at depth + 1) once the operator
       // table of the nonlinear layer is in place.
       (void)depth;
       return nvo_model_error("Evaluation of nonlinear expressions is not available in this build");
@@ -239,19 +239,17 @@ int evaluate_object(PyObject *obj, const nvo_eval_context *ctx, int depth, doubl
 
 PyObject *evaluate_structure(PyObject *obj, const nvo_eval_context *ctx, int has_problem,
                              int depth) {
-  if (depth < 1) {
-    PyErr_SetString(PyExc_RuntimeError, "Evaluation of expression exceeded recursion depth limit");
-    return nullptr;
-  }
-  if (PyTuple_Check(obj)) return tuple_value(obj, ctx, has_problem, depth);
-  if (PyDict_Check(obj)) return dict_value(obj, ctx, has_problem, depth);
-  if (nvo_is_array(obj)) return array_value(obj, ctx, depth);
-  const bool text = PyUnicode_Check(obj) || PyBytes_Check(obj);
+  if (nvo_check_depth(nvo_eval_limit, depth) != 0) return nullptr;
+  const nvo_node node = nvo_node_of(obj);
+  if (node == NVO_NODE_TUPLE) return tuple_value(obj, ctx, has_problem, depth);
+  if (node == NVO_NODE_DICT) return dict_value(obj, ctx, has_problem, depth);
+  if (node == NVO_NODE_ARRAY) return array_value(obj, ctx, depth);
   if (has_problem && nvo_is_integer(obj)) return integer_leaf(obj, ctx);
-  if (has_problem && text) return name_leaf(obj, ctx);
+  if (has_problem && node == NVO_NODE_TEXT) return name_leaf(obj, ctx);
   // Without a problem a string is a sequence like any other: its characters are walked in
   // turn, so a non-empty one ends in the depth limit.
-  if (PySequence_Check(obj)) return sequence_value(obj, ctx, has_problem, depth);
+  if (node == NVO_NODE_LIST || node == NVO_NODE_SEQUENCE || node == NVO_NODE_TEXT)
+    return sequence_value(obj, ctx, has_problem, depth);
   double value;
   if (evaluate_object(obj, ctx, depth, &value) < 0) return nullptr;
   return PyFloat_FromDouble(value);
@@ -261,12 +259,11 @@ PyObject *scan_args_expressions(PyObject *args, const nvo_eval_context *ctx, int
   const Py_ssize_t n = PyTuple_GET_SIZE(args);
   if (n == 0) return nullptr;
   if (n == 1)
-    return evaluate_structure(PyTuple_GET_ITEM(args, 0), ctx, has_problem, NVO_EVAL_MAX_DEPTH);
+    return evaluate_structure(PyTuple_GET_ITEM(args, 0), ctx, has_problem, 0);
   PyRef result(PyTuple_New(n));
   if (!result) return nullptr;
   for (Py_ssize_t i = 0; i < n; ++i) {
-    PyObject *v =
-        evaluate_structure(PyTuple_GET_ITEM(args, i), ctx, has_problem, NVO_EVAL_MAX_DEPTH);
+    PyObject *v = evaluate_structure(PyTuple_GET_ITEM(args, i), ctx, has_problem, 0);
     if (v == nullptr) return nullptr;
     PyTuple_SET_ITEM(result.get(), i, v);
   }
@@ -286,7 +283,7 @@ extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject
   if (has_problem && problem_ready_for(problem, "evaluate") == nullptr) return nullptr;
   nvo_eval_context ctx;
   ctx.problem = has_problem ? reinterpret_cast<problem_s *>(problem) : nullptr;
-  std::vector<double> columns;
+  AllocBuffer<double> columns;
   if (PyDict_Check(values)) {
     ctx.var_values = values;
   } else {
@@ -302,7 +299,7 @@ extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject
       PyErr_SetString(PyExc_ValueError, "fewer values than the problem has columns");
       return nullptr;
     }
-    columns.resize(static_cast<size_t>(n));
+    if (columns.allocate(static_cast<size_t>(n)) != 0) return nullptr;
     for (Py_ssize_t i = 0; i < n; ++i) {
       columns[i] = PyFloat_AsDouble(PySequence_Fast_GET_ITEM(seq.get(), i));
       if (columns[i] == -1.0 && PyErr_Occurred()) return nullptr;

@@ -18,9 +18,6 @@ struct nvo_eval_context {
   PyObject *var_values = nullptr;   // dict variable -> value (borrowed), or null
 };
 
-// Depth the walker starts with: a structure nested this deep cannot be evaluated.
-constexpr int NVO_EVAL_MAX_DEPTH = 64;
-
 // The number of columns the problem's values are indexed by: the nonlinear solver's column
 // count when the problem is nonlinear and that solver has been started, the optimiser's
 // otherwise. 0 and *n, or -1 with the library error set.
@@ -31,11 +28,14 @@ int nvo_eval_problem_columns(problem_s *p, Py_ssize_t *n);
 // them. has_problem enables integer and name leaves. Null with an exception on failure.
 PyObject *scan_args_expressions(PyObject *args, const nvo_eval_context *ctx, int has_problem);
 
-// The recursive shape walker under scan_args_expressions. New reference or null.
+// The recursive shape walker under scan_args_expressions, for obj at depth (the number of
+// containers around it, 0 for an argument; limited by nvo_eval_limit of model/walk.h). New
+// reference or null.
 PyObject *evaluate_structure(PyObject *obj, const nvo_eval_context *ctx, int has_problem,
                              int depth);
 
-// The value of one number or modelling object. 0 and *value, or -1 with an exception set.
+// The value of one number or modelling object at depth. 0 and *value, or -1 with an exception
+// set.
 int evaluate_object(PyObject *obj, const nvo_eval_context *ctx, int depth, double *value);
 
 // Entry for tests and diagnostics, reached through the extension's exported symbols (not a

@@ -131,7 +131,7 @@ PyObject *build_vars(problem_s *p, const ReadCounts &c) {
     long vartype = vartype_of_coltype(types[j]);
     bool has_limit = vartype == VARTYPE_SEMICONTINUOUS || vartype == VARTYPE_SEMIINTEGER ||
                      vartype == VARTYPE_PARTIALLYINTEGER;
-    PyObject *v = var_create(name.get(), lb[j], ub[j], has_limit ? limit[j] : -NVR_INFINITY,
+    PyObject *v = var_create(name.get(), lb[j], ub[j], has_limit ? limit[j] : -NVO_INFINITY,
                              vartype);
     if (v == nullptr) return creation_failed("Could not read problem");
     PyList_SET_ITEM(list.get(), j, v);
@@ -141,8 +141,8 @@ PyObject *build_vars(problem_s *p, const ReadCounts &c) {
 
 // Bounds of a row from its type, right-hand side and range.
 void row_bounds(char type, double rhs, double range, double *lo, double *up) {
-  *lo = -NVR_INFINITY;
-  *up = NVR_INFINITY;
+  *lo = -NVO_INFINITY;
+  *up = NVO_INFINITY;
   switch (type) {
     case 'E': *lo = *up = rhs; break;
     case 'G': *lo = rhs; break;
@@ -173,13 +173,13 @@ PyObject *build_constraints(problem_s *p, const ReadCounts &c) {
     if (!name) return nullptr;
     double lo, up;
     row_bounds(types[i], rhs[i], range[i], &lo, &up);
-    PyRef con(constraint_base());
+    auto con = PyRef<constraint_s>::steal(constraint_base());
     if (!con) return creation_failed("Cannot read constraint from problem");
-    auto *rec = &reinterpret_cast<constraint_s *>(con.get())->rec;
+    uint64_t *rec = &con->rec;
     if (set_con_lbound(rec, lo) != 0 || set_con_ubound(rec, up) != 0 ||
         set_con_name(rec, name.get()) != 0)
       return creation_failed("Cannot read constraint from problem");
-    PyList_SET_ITEM(list.get(), i, con.release());
+    PyList_SET_ITEM(list.get(), i, con.release_obj());
   }
   return list.release();
 }
@@ -223,9 +223,7 @@ PyObject *build_sets(problem_s *p, const ReadCounts &c, PyObject *vars) {
       int col = colind[at];
       if (col < 0 || col >= PyList_GET_SIZE(vars))
         return creation_failed("Cannot read SOS from problem");
-      PyObject *member = PyList_GET_ITEM(vars, col);
-      Py_INCREF(member);
-      PyList_SET_ITEM(members.get(), e, member);
+      PyList_SET_ITEM(members.get(), e, Py_NewRef(PyList_GET_ITEM(vars, col)));
       PyObject *w = PyFloat_FromDouble(refval[at]);
       if (w == nullptr) return creation_failed("Cannot read SOS from problem");
       PyList_SET_ITEM(weights.get(), e, w);

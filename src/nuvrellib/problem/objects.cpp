@@ -1,10 +1,9 @@
 // Adding variables and constraints to a problem, and the method table of the objects family.
 #include "problem/objects.h"
 
-#include <vector>
-
 #include "model/constraint.h"
 #include "model/var.h"
+#include "model/walk.h"
 #include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -14,7 +13,6 @@
 #include "problem/method_families.h"
 #include "problem/problem.h"
 #include "problem/removal.h"
-#include "problem/walk.h"
 
 namespace {
 
@@ -114,14 +112,16 @@ void roll_back(PyObject *list, rowcolmap *map, int64_t n, uint64_t (*id_of)(cons
 }
 
 // Columns that a failed addVariable added before a later call failed go again, so that the
-// list and the library agree.
+// list and the library agree. The pending exception is kept.
 void remove_new_columns(problem_s *p, int first_col) {
+  PendingError pending;
   int ncols = 0;
   if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &ncols) != 0 || ncols <= first_col)
     return;
-  std::vector<int> extra;
-  for (int j = first_col; j < ncols; ++j) extra.push_back(j);
-  NVRLdelcols(p->prob, static_cast<int>(extra.size()), extra.data());
+  AllocBuffer<int> extra;
+  if (extra.allocate(static_cast<size_t>(ncols - first_col)) != 0) return;
+  for (int j = first_col; j < ncols; ++j) extra[static_cast<size_t>(j - first_col)] = j;
+  NVRLdelcols(p->prob, ncols - first_col, extra.data());
 }
 
 uint64_t variable_id(const PyObject *obj) { return var_id(obj); }

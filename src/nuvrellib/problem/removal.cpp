@@ -164,9 +164,8 @@ int compact_list(PyObject *list, const std::vector<int64_t> &doomed) {
       continue;
     }
     if (kept != i) {
-      PyObject *item = PyList_GET_ITEM(list, i);
-      Py_INCREF(item);
-      PyList_SetItem(list, kept, item);  // releases what was there
+      // PyList_SetItem takes the new reference and releases what was there.
+      PyList_SetItem(list, kept, Py_NewRef(PyList_GET_ITEM(list, i)));
     }
     ++kept;
   }

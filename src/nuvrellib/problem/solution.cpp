@@ -7,6 +7,7 @@
 #include "model/sos.h"
 #include "model/termmaps.h"
 #include "model/var.h"
+#include "model/walk.h"
 #include "module/alloc_buffer.h"
 #include "module/allocator.h"
 #include "module/env.h"
@@ -15,7 +16,6 @@
 #include "module/pyref.h"
 #include "module/scalars.h"
 #include "problem/solve.h"
-#include "problem/walk.h"
 
 // The nonlinear solver's solution reader, bound weakly: when the library does not provide it,
 // reading a nonlinear solution fails with a message instead of the module failing to load.
@@ -87,13 +87,8 @@ int read_reduced_costs(problem_s *p, bool use_nslp, double *djs) {
 
 // --- shaping the result -----------------------------------------------------------------
 
-// A name or a plain object is one value; lists, tuples, dictionaries, arrays, other
-// sequences and iterators are walked.
-bool is_single(PyObject *obj) {
-  if (PyUnicode_Check(obj) || PyBytes_Check(obj)) return true;
-  return !(PyList_Check(obj) || PyTuple_Check(obj) || PyDict_Check(obj) ||
-           PySequence_Check(obj) || PyIter_Check(obj));
-}
+// A name or a plain object is one value; what the leaf walk opens is walked.
+bool is_single(PyObject *obj) { return !nvo_walk_opens(nvo_node_of(obj)); }
 
 int index_out_of_range() {
   return nvo_model_error("Index out of range");
@@ -210,7 +205,7 @@ int problem_solution_length(problem_s *p, bool use_nslp, bool rows, int *n) {
   return rc != 0 ? nvo_library_error(p) : 0;
 }
 
-int read_primal_values(problem_s *p, bool use_nslp, double *x) {
+int problem_read_primal_values(problem_s *p, bool use_nslp, double *x) {
   if (use_nslp)
     return nslp_getslpsol(p->slpprob, x, nullptr, nullptr, nullptr) != 0 ? nvo_library_error(p) : 0;
   int is_mip = problem_is_mip(p);
@@ -234,7 +229,8 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
   if (flatten < 0) return nullptr;
 
   if (PyTuple_GET_SIZE(args) == 0 || flatten)
-    return setNvrlErrIfNull(self, problem_getResult(p, args, false, read_primal_values));
+    return setNvrlErrIfNull(self,
+                            problem_getResult(p, args, false, problem_read_primal_values));
 
   // Objects and structures of them: evaluated at the solution, in the shape given.
   int use = use_nslp_solution(p);
@@ -246,7 +242,7 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
     return nullptr;
   AllocBuffer<double> x;
   if (x.allocate(columns > length ? static_cast<int>(columns) : length) != 0) return nullptr;
-  if (read_primal_values(p, use != 0, x.data()) != 0) return nullptr;
+  if (problem_read_primal_values(p, use != 0, x.data()) != 0) return nullptr;
   nvo_eval_context ctx;
   ctx.problem = p;
   ctx.values = x.data();

@@ -17,7 +17,7 @@ int problem_solution_length(problem_s *p, bool use_nslp, bool rows, int *n);
 
 // Fills x (at least n columns) with the current primal solution of p. 0, or -1 with an
 // exception set.
-int read_primal_values(problem_s *p, bool use_nslp, double *x);
+int problem_read_primal_values(problem_s *p, bool use_nslp, double *x);
 
 // Methods: getSolution(*args, flatten=False), getSlack(*args), getDual(*args),
 // getRCost(*args).

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "model/dispatch.h"
+#include "model/walk.h"
 #include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -15,7 +16,6 @@
 #include "module/pyref.h"
 #include "module/sigint.h"
 #include "nonlinear/convert.h"
-#include "problem/walk.h"
 #include "problem/method_families.h"
 
 namespace {

@@ -1,0 +1,34 @@
+* Hock-Schittkowski problem 49 (W. Hock, K. Schittkowski, Test Examples for
+* Nonlinear Programming Codes, 1981): linear equalities.
+* optimum 0 tolerance 1e-6
+* solution x1 1 x2 1 x3 1 x4 1 x5 1
+NAME hs049
+ROWS
+ N  obj
+ E  c1
+ E  c2
+COLUMNS
+    x1  c1  1
+    x2  c1  1
+    x3  c1  1
+    x3  c2  1
+    x4  c1  4
+    x5  c2  5
+RHS
+    rhs  c1  7
+    rhs  c2  6
+BOUNDS
+ FR bnd  x1
+ FR bnd  x2
+ FR bnd  x3
+ FR bnd  x4
+ FR bnd  x5
+NLCOEFFICIENTS
+    obj  =  1  (x1 - x2)^2 + (x3 - 1)^2 + (x4 - 1)^4 + (x5 - 1)^6
+INITIALVALUES
+    x1  10
+    x2  7
+    x3  2
+    x4  -3
+    x5  0.8
+ENDATA
