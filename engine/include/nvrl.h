@@ -1200,7 +1200,7 @@ NVRL_API int NSLPgetrowwt(NSLPprob slp, int row, double *weight);
 
 /* Solves the nonlinear problem by successive linear programming from the columns' initial
  * values (NSLPchgvar; otherwise each column at the point of its bounds nearest to 0), in the
- * sense of NSLP_CTRL_OBJECTIVE_SENSE. flags are those of NVRLlpoptimize plus 'g': keep
+ * sense of NSLP_CTRL_OBJECTIVE_SENSE once it has been set, else in the optimiser problem's. flags are those of NVRLlpoptimize plus 'g': keep
  * integer and binary columns integral (each subproblem is then a MIP). Sets NSLP_ATTR_STATUS,
  * NSLP_ATTR_STOP_STATUS, NSLP_ATTR_ITERATIONS and NSLP_ATTR_OBJECTIVE and keeps the final (or,
  * when stopped early, the best) point for NSLPgetslpsol. Ends at the next iteration after

@@ -152,6 +152,11 @@ constexpr int kMaxExactHessianCols = 200;
 // taken for a sign of an unbounded subproblem.
 constexpr double kHugeStep = 1e6;
 
+// Once the objective has stopped changing (two steps in a row inside their bounds changed it
+// by less than the objective tolerances), stationarity this many times the optimality
+// tolerance is enough: the last digits of the multipliers are not worth more iterations.
+constexpr double kLooseStationarity = 1e3;
+
 class Loop {
  public:
   Loop(const SlpModel &M, const SlpSettings &S, SlpSubproblem &sub, const SlpHooks &hooks,
@@ -173,11 +178,18 @@ class Loop {
                 std::string &err) {
     if (!M.activities(x.data(), act, ws, err)) return false;
     f = M.objective(x.data());
+    if (!M.objectiveFormulas(x.data(), f, nullptr, ws, err)) return false;
     if (!std::isfinite(f)) {
       err = "the objective is not finite";
       return false;
     }
     return true;
+  }
+  // The objective's gradient (minimisation form, formulas included) at xp into g.
+  bool objectiveGradient(const std::vector<double> &xp, double *g, std::string &err) {
+    M.objectiveGradient(xp.data(), g);
+    double v = 0.0;
+    return M.objectiveFormulas(xp.data(), v, g, ws, err);
   }
   double infeasibility(const std::vector<double> &act) const {
     double v = 0;
@@ -267,6 +279,7 @@ void Loop::setupColumns() {
                static_cast<int>(hcols.size()) <= S.max_hessian_cols;
   exactRows = useHessian && static_cast<int>(hcols.size()) <= kMaxExactHessianCols;
   for (const SlpNonlinearRow &r : M.nonlinearRows()) exactRows = exactRows && r.terms.empty();
+  exactRows = exactRows && !M.hasObjectiveFormulas();
   if (useHessian) bfgs.init(static_cast<int>(hcols.size()));
   delta.assign(n, 0.0);
   for (int j = 0; j < n; ++j) {
@@ -278,7 +291,8 @@ void Loop::setupColumns() {
 bool Loop::lagrangianGradient(const std::vector<double> &xp, const std::vector<double> &y,
                               std::vector<double> &out) {
   std::vector<double> g(n);
-  M.objectiveGradient(xp.data(), g.data());
+  std::string err;
+  if (!objectiveGradient(xp, g.data(), err)) return false;
   if (exactQ) {
     // The exact quadratic part is in the subproblem already.
     for (const SlpQuadTerm &t : M.objectiveHessian()) {
@@ -291,7 +305,6 @@ bool Loop::lagrangianGradient(const std::vector<double> &xp, const std::vector<d
     }
   }
   std::vector<double> rg;
-  std::string err;
   for (int k = 0; k < K; ++k) {
     const SlpNonlinearRow &r = M.nonlinearRows()[k];
     const double yk = r.row < static_cast<int>(y.size()) ? y[r.row] : 0.0;
@@ -308,7 +321,7 @@ bool Loop::lagrangianGradient(const std::vector<double> &xp, const std::vector<d
 bool Loop::linearise(std::string &err) {
   const Model &m = M.model();
   lin.cost.assign(n, 0.0);
-  M.objectiveGradient(x.data(), lin.cost.data());
+  if (!objectiveGradient(x, lin.cost.data(), err)) return false;
   lin.hessian.clear();
   if (exactQ)
     for (const SlpQuadTerm &t : M.objectiveHessian())
@@ -381,11 +394,11 @@ bool Loop::linearise(std::string &err) {
 double Loop::stationarity(const std::vector<double> &y) {
   const Model &m = M.model();
   std::vector<double> r(n);
-  M.objectiveGradient(x.data(), r.data());
+  std::string err;
+  if (!objectiveGradient(x, r.data(), err)) return INFINITY;
   double scale = 1.0;
   for (double g : r) scale = std::max(scale, std::fabs(g));
   std::vector<double> rg;
-  std::string err;
   for (int i = 0; i < M.rows(); ++i) {
     const double yi = i < static_cast<int>(y.size()) ? y[i] : 0.0;
     if (yi == 0.0) continue;
@@ -578,7 +591,8 @@ SlpOutcome Loop::run() {
   mu = S.penalty > 0 ? S.penalty : 1.0;
   // Without nonlinear rows, and with the objective exact in the subproblem, one subproblem
   // solves the problem.
-  const bool exactModel = K == 0 && (!M.hasQuadraticObjective() || exactQ);
+  const bool exactModel =
+      K == 0 && !M.hasObjectiveFormulas() && (!M.hasQuadraticObjective() || exactQ);
 
   log(NVRL_MSG_INFO, fmt("Problem: %d rows (%d nonlinear), %d columns (%zu nonlinear)",
                          M.rows(), K, n, hcols.size()));
@@ -696,8 +710,13 @@ SlpOutcome Loop::run() {
     // The model's merit at the step: linearised objective and rows.
     double modelF = f;
     {
-      std::vector<double> g(n);
-      M.objectiveGradient(x.data(), g.data());
+      // The gradient at x: the linearisation's cost with the Hessian's share put back.
+      std::vector<double> g = lin.cost;
+      for (const auto &[cr, v] : lin.hessian) {
+        const int c = cr.first, r = cr.second;
+        g[c] += v * x[r];
+        if (r != c) g[r] += v * x[c];
+      }
       for (int j = 0; j < n; ++j) modelF += g[j] * d[j];
       for (const auto &[cr, v] : lin.hessian) {
         const int c = cr.first, r = cr.second;
@@ -813,8 +832,9 @@ SlpOutcome Loop::run() {
     if (hooks.iterationEnd) hooks.iterationEnd(hooks.data, it, accepted);
 
     if (accepted && infeas <= S.feas_tol &&
-        (exactModel || stepRel <= S.step_tol || smallChanges >= 2 ||
-         (!y_.empty() && stationarity(y_) <= S.opt_tol))) {
+        (exactModel || stepRel <= S.step_tol ||
+         (!y_.empty() && stationarity(y_) <= (smallChanges >= 2 ? kLooseStationarity : 1.0) *
+                                                  S.opt_tol))) {
       converged = true;
       break;
     }
@@ -840,15 +860,13 @@ SlpOutcome Loop::run() {
   }
   out.have_point = true;
   out.x = x;
-  out.objective = M.userObjective(x.data());
+  out.objective = M.sense() * f;
   out.slack.resize(M.rows());
   for (int i = 0; i < M.rows(); ++i) out.slack[i] = m.rhs[i] - act[i];
   if (!y_.empty() && !S.integers) {
     // Reduced costs at the final point from the last multipliers: d = grad f - J'y.
-    std::vector<double> dj(n);
-    M.objectiveGradient(x.data(), dj.data());
-    std::vector<double> rg;
-    bool good = true;
+    std::vector<double> dj(n), rg;
+    bool good = objectiveGradient(x, dj.data(), err);
     for (int i = 0; i < M.rows() && good; ++i) {
       const double y = y_[i];
       if (y == 0.0) continue;

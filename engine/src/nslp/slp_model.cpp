@@ -31,13 +31,32 @@ SlpModel::SlpModel(const Model &m, const SlpData &d, int sense)
   std::vector<int> nl;
   for (const auto &[r, q] : m.qrows)
     if (!q.empty()) nl.push_back(r);
-  for (const auto &[r, cs] : formulaRows) nl.push_back(r);
+  for (const auto &[r, cs] : formulaRows)
+    if (r >= 0) nl.push_back(r);
   std::sort(nl.begin(), nl.end());
   nl.erase(std::unique(nl.begin(), nl.end()), nl.end());
 
   nlindex_.assign(nrows_, -1);
   nlcol_.assign(ncols_, 0);
   const FormulaScope scope{ncols_, &d.userfuncs};
+  auto compile = [&](const SlpCoefficient &c) {
+    if (c.col >= ncols_)
+      throw FormulaError("the coefficient of row " + std::to_string(c.row) + " has column " +
+                         std::to_string(c.col) + ", beyond the problem's " +
+                         std::to_string(ncols_) + " columns");
+    checkFormula(c.formula, scope);  // the problem may have changed since it was added
+    SlpFormulaTerm t;
+    t.col = c.col;
+    t.factor = c.factor;
+    t.tape = FormulaTape(c.formula, scope);
+    if (t.col >= 0) nlcol_[t.col] = 1;
+    for (int j : t.tape.columns()) nlcol_[j] = 1;
+    return t;
+  };
+  // Coefficients of row -1 belong to the objective.
+  auto obj = formulaRows.find(-1);
+  if (obj != formulaRows.end())
+    for (const SlpCoefficient *c : obj->second) objterms_.push_back(compile(*c));
   for (int r : nl) {
     if (r < 0 || r >= nrows_)
       throw FormulaError("a nonlinear coefficient refers to row " + std::to_string(r) +
@@ -62,23 +81,9 @@ SlpModel::SlpModel(const Model &m, const SlpData &d, int sense)
     auto f = formulaRows.find(r);
     if (f != formulaRows.end()) {
       for (const SlpCoefficient *c : f->second) {
-        if (c->col >= ncols_)
-          throw FormulaError("the coefficient of row " + std::to_string(r) + " has column " +
-                             std::to_string(c->col) + ", beyond the problem's " +
-                             std::to_string(ncols_) + " columns");
-        checkFormula(c->formula, scope);  // the problem may have changed since it was added
-        SlpFormulaTerm t;
-        t.col = c->col;
-        t.factor = c->factor;
-        t.tape = FormulaTape(c->formula, scope);
-        if (t.col >= 0) {
-          cols.push_back(t.col);
-          nlcol_[t.col] = 1;
-        }
-        for (int j : t.tape.columns()) {
-          cols.push_back(j);
-          nlcol_[j] = 1;
-        }
+        SlpFormulaTerm t = compile(*c);
+        if (t.col >= 0) cols.push_back(t.col);
+        cols.insert(cols.end(), t.tape.columns().begin(), t.tape.columns().end());
         row.terms.push_back(std::move(t));
       }
     }
@@ -113,6 +118,26 @@ void SlpModel::objectiveGradient(const double *x, double *g) const {
       g[t.j] += t.coef * x[t.i];
     }
   }
+}
+
+bool SlpModel::objectiveFormulas(const double *x, double &v, double *grad, FormulaWorkspace &ws,
+                                 std::string &err) const {
+  std::vector<double> fg;
+  for (const SlpFormulaTerm &t : objterms_) {
+    const std::vector<int> &fc = t.tape.columns();
+    fg.assign(fc.size(), 0.0);
+    double fv;
+    if (!(grad ? t.tape.gradient(x, fv, fg.data(), ws) : t.tape.value(x, fv, ws))) {
+      err = "the objective: " + ws.error;
+      return false;
+    }
+    const double mult = sense_ * t.factor * (t.col >= 0 ? x[t.col] : 1.0);
+    v += mult * fv;
+    if (!grad) continue;
+    if (t.col >= 0) grad[t.col] += sense_ * t.factor * fv;
+    for (size_t q = 0; q < fc.size(); ++q) grad[fc[q]] += mult * fg[q];
+  }
+  return true;
 }
 
 bool SlpModel::nonlinearValue(const SlpNonlinearRow &r, const double *x, double &v,

@@ -53,18 +53,26 @@ class SlpModel {
   // Index into nonlinearRows() of row i, or -1 for a linear row.
   int nonlinearIndex(int i) const { return nlindex_[i]; }
   const std::vector<SlpNonlinearRow> &nonlinearRows() const { return nlrows_; }
-  // Columns that occur in a nonlinear term of a row (these get step bounds).
+  // Columns that occur in a nonlinear term of a row or in a formula of the objective (these
+  // get step bounds); the quadratic objective is apart.
   bool nonlinearInRows(int j) const { return nlcol_[j] != 0; }
+  // Formula coefficients of the objective (row -1).
+  bool hasObjectiveFormulas() const { return !objterms_.empty(); }
+  // Adds the objective's formula terms, minimisation form, to v and (when grad is not null)
+  // to the dense gradient grad. False, with err set, where a formula cannot be evaluated.
+  bool objectiveFormulas(const double *x, double &v, double *grad, FormulaWorkspace &ws,
+                         std::string &err) const;
   bool hasQuadraticObjective() const { return !qobj_.empty(); }
   // The objective's quadratic part in minimisation form as HiGHS takes a Hessian (1/2 x'Hx):
   // upper-triangle entries (i, j, H_ij).
   const std::vector<SlpQuadTerm> &objectiveHessian() const { return qobj_; }
 
-  // Objective in minimisation form (sense * user objective, constant included) and its
-  // gradient (dense, cols() entries).
+  // The linear and quadratic part of the objective in minimisation form (sense * user
+  // objective, constant included) and its gradient (dense, cols() entries); the formula
+  // terms come from objectiveFormulas().
   double objective(const double *x) const;
   void objectiveGradient(const double *x, double *g) const;
-  // The user's objective value.
+  // The user's objective value of a problem without objective formulas.
   double userObjective(const double *x) const { return sense_ * objective(x); }
 
   // Activity of every row at x (rows() entries). False, with err set, when a formula cannot
@@ -94,6 +102,7 @@ class SlpModel {
   std::vector<SlpNonlinearRow> nlrows_;
   std::vector<char> nlcol_;
   std::vector<SlpQuadTerm> qobj_;
+  std::vector<SlpFormulaTerm> objterms_;
 };
 
 }  // namespace nvrl

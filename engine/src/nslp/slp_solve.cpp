@@ -127,6 +127,7 @@ void logBanner(const std::function<void(int, const std::string &)> &log, bool in
 // in the model's sense): then integer problems have a global method (cutting planes).
 bool convexQuadratic(const SlpModel &model) {
   const Model &m = model.model();
+  if (model.hasObjectiveFormulas()) return false;
   for (const SlpNonlinearRow &r : model.nonlinearRows())
     if (!r.terms.empty() || !quadraticRowIsConvex(m, r.row)) return false;
   std::vector<int> cols;
@@ -251,7 +252,11 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   const auto t0 = std::chrono::steady_clock::now();
   SlpSettings st = settingsFrom(s->controls);
   st.integers = integers && hasGlobalEntities(m);
-  const int sense = ctlDbl(s->controls, id::kSlpObjSense) < 0 ? -1 : 1;
+  // The sense control rules once set; until then the problem's own sense (a file's OBJSENSE,
+  // NVRLchgobjsense) does.
+  const bool senseSet = s->controls.dbls.count(id::kSlpObjSense) != 0;
+  const int sense = senseSet ? (ctlDbl(s->controls, id::kSlpObjSense) < 0 ? -1 : 1)
+                             : (m.objsense < 0 ? -1 : 1);
   st.initial.resize(m.cols());
   st.given.assign(m.cols(), 0);
   st.col_step.assign(m.cols(), 0.0);
