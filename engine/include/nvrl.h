@@ -275,6 +275,7 @@ typedef struct {
 #define NSLP_CTRL_OBJECTIVE_ABSOLUTE_TOLERANCE 12111 /* double */
 #define NSLP_CTRL_OBJECTIVE_RELATIVE_TOLERANCE 12112 /* double */
 #define NSLP_CTRL_FEASIBILITY_TOLERANCE 12113 /* double */
+#define NSLP_CTRL_OPTIMALITY_TOLERANCE 12114 /* double */
 #define NSLP_CTRL_INITIAL_STEP_BOUND 12120 /* double */
 #define NSLP_CTRL_MIN_STEP_BOUND 12121 /* double */
 #define NSLP_CTRL_MAX_STEP_BOUND 12122 /* double */
@@ -1147,8 +1148,92 @@ NVRL_API int NSLPgetfuncinfo(const void *info, int *ninputs, int *derivatives, i
                              NSLPprob *slp, int *index);
 
 /* ----- Nonlinear columns, tolerance sets, rows and derivatives -------------------------- */
+/* Changes the nonlinear solver's settings of column col; a null pointer leaves that setting
+ * unchanged. detrow: determining row (-1 none); initstepbound: the first step bound (0: the
+ * NSLP_CTRL_INITIAL_STEP_BOUND control), stepbound: the current one; penalty and damp (0: the
+ * solver's own); initvalue: where the next solve starts; value: the current value (the last
+ * solve's point when there is one, else the start); tolset, history, converged and vartype
+ * are kept for the caller. Fails on an invalid column or detrow, a non-finite value, or a
+ * negative step bound or penalty. */
+NVRL_API int NSLPchgvar(NSLPprob slp, int col, const int *detrow, const double *initstepbound,
+                        const double *stepbound, const double *penalty, const double *damp,
+                        const double *initvalue, const double *value, const int *tolset,
+                        const int *history, const int *converged, const int *vartype);
+/* Reads the settings NSLPchgvar sets (any pointer may be null); a column never set reports
+ * the defaults, its initial value being the point of its bounds nearest to 0. Fails on an
+ * invalid column. */
+NVRL_API int NSLPgetvar(NSLPprob slp, int col, int *detrow, double *initstepbound,
+                        double *stepbound, double *penalty, double *damp, double *initvalue,
+                        double *value, int *tolset, int *history, int *converged, int *vartype);
+/* Sets the settings of the n columns colindex[]: vartype, determining row, sequence number,
+ * tolerance set, initial value and initial step bound (each array may be null: unchanged).
+ * NSLPloadvars first resets every column's settings to the defaults; NSLPaddvars keeps the
+ * others. Fails, changing nothing, on an invalid column or row, or a non-finite value. */
+NVRL_API int NSLPloadvars(NSLPprob slp, int n, const int colindex[], const int vartype[],
+                          const int detrow[], const int seqnum[], const int tolindex[],
+                          const double initvalue[], const double stepbound[]);
+NVRL_API int NSLPaddvars(NSLPprob slp, int n, const int colindex[], const int vartype[],
+                         const int detrow[], const int seqnum[], const int tolindex[],
+                         const double initvalue[], const double stepbound[]);
+/* Resets the nonlinear settings of the n columns colind[] to the defaults (the columns stay in
+ * the problem). Fails on an invalid column. */
+NVRL_API int NSLPdelvars(NSLPprob slp, int n, const int colind[]);
+/* Sets / reads row's status bits (0 when never set). Bit 0x800 marks the row that holds a
+ * nonlinear objective through a transfer column (an equality row to the solver). Fail on an
+ * invalid row or a null pointer. */
+NVRL_API int NSLPchgrowstatus(NSLPprob slp, int row, const int *status);
+NVRL_API int NSLPgetrowstatus(NSLPprob slp, int row, int *status);
+/* Sets / reads row's weight in the penalty of row violations (default 1). Fail on an invalid
+ * row, a null pointer, or (chg) a weight that is not a finite number > 0. */
+NVRL_API int NSLPchgrowwt(NSLPprob slp, int row, const double *weight);
+NVRL_API int NSLPgetrowwt(NSLPprob slp, int row, double *weight);
 
 /* ----- Nonlinear solving and answers ---------------------------------------------------- */
+/* Values of NSLP_ATTR_STATUS. */
+#define NSLP_NLP_UNSTARTED 0
+#define NSLP_NLP_LOCALLY_OPTIMAL 1
+#define NSLP_NLP_GLOBALLY_OPTIMAL 2 /* nothing nonlinear was left: the subproblem was exact */
+#define NSLP_NLP_LOCALLY_INFEASIBLE 3
+#define NSLP_NLP_INFEASIBLE 4       /* the linear rows and bounds (or integrality) admit no point */
+#define NSLP_NLP_UNBOUNDED 5
+#define NSLP_NLP_UNFINISHED 6       /* stopped early (NSLP_ATTR_STOP_STATUS says why) */
+
+/* Solves the nonlinear problem by successive linear programming from the columns' initial
+ * values (NSLPchgvar; otherwise each column at the point of its bounds nearest to 0), in the
+ * sense of NSLP_CTRL_OBJECTIVE_SENSE once it has been set, else in the optimiser problem's. flags are those of NVRLlpoptimize plus 'g': keep
+ * integer and binary columns integral (each subproblem is then a MIP). Sets NSLP_ATTR_STATUS,
+ * NSLP_ATTR_STOP_STATUS, NSLP_ATTR_ITERATIONS and NSLP_ATTR_OBJECTIVE and keeps the final (or,
+ * when stopped early, the best) point for NSLPgetslpsol. Ends at the next iteration after
+ * NSLPinterrupt, NVRLinterrupt or SIGINT. Fails on unknown flags, a formula that cannot be
+ * compiled, a start where the problem cannot be evaluated, 'g' with global entities other
+ * than integer and binary columns, or a subproblem HiGHS cannot solve; a status is still set
+ * and a point kept when one was reached. */
+NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags);
+/* Copies the last nonlinear solve's answer: x (columns), slack = rhs - activity (rows, the
+ * full nonlinear activity), duals (rows) and djs (columns) of the last subproblem, with the
+ * sign convention of NVRLgetlpsol (djs = objective gradient - sum of duals times row
+ * gradients). Any pointer may be null. Fails when a requested answer is not available (no
+ * solve yet, rows or columns changed since, or no multipliers, as after a 'g' solve). */
+NVRL_API int NSLPgetslpsol(NSLPprob slp, double x[], double slack[], double duals[],
+                           double djs[]);
+/* Makes the last solve's point the initial values of every column. Fails when there is no
+ * point. */
+NVRL_API int NSLPsetcurrentiv(NSLPprob slp);
+/* Checks that the solver's working structures can be built (every formula compiles against
+ * the problem) and sets bit 0 of NSLP_ATTR_STATE; each solve builds them afresh. */
+NVRL_API int NSLPconstruct(NSLPprob slp);
+/* Clears bit 0 of NSLP_ATTR_STATE. */
+NVRL_API int NSLPunconstruct(NSLPprob slp);
+/* Evaluates and differentiates every nonlinear row at the current point (the last solve's, or
+ * the start) and sets bit 0 of NSLP_ATTR_STATE. Fails when a formula does not compile or
+ * cannot be evaluated or differentiated there. */
+NVRL_API int NSLPupdatelinearization(NSLPprob slp);
+/* Forgets the last solve: status, point, multipliers and a fixed penalty; keeps the data and
+ * the state bits. */
+NVRL_API int NSLPreinitialize(NSLPprob slp);
+/* Makes the penalty the last solve ended with the starting penalty of the next solves (until
+ * NSLPreinitialize). Fails when no solve has run. */
+NVRL_API int NSLPfixpenalties(NSLPprob slp);
 
 /* ----- Nonlinear problem files ----------------------------------------------------------- */
 /* Reads a nonlinear problem file (free-format MPS with the sections NLCOEFFICIENTS and

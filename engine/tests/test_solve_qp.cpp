@@ -108,11 +108,12 @@ TEST_F(QpSolve, RefusedModels) {
   // ... while the relaxation is an ordinary QP: min x^2 + x + y with x + y >= 1 -> x = 0, y = 1.
   ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
   EXPECT_NEAR(dblAttr(kLpObjVal), 1.0, 1e-6);
-  // Quadratic rows belong to the nonlinear solver.
+  // A nonconvex quadratic row (x + y + 2xy >= 1) ends with the nonconvex status.
   model().qrows[0][{x, y}] = 1;
   prob->modelChanged();
   EXPECT_NE(NVRLlpoptimize(prob, ""), 0);
-  EXPECT_NE(lastError().find("quadratic constraints"), std::string::npos) << lastError();
+  EXPECT_NE(lastError().find("not convex"), std::string::npos) << lastError();
+  EXPECT_EQ(intAttr(NVRL_ATTR_LP_STATUS), NVRL_LP_NONCONVEX);
 }
 
 }  // namespace

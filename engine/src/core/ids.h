@@ -96,6 +96,7 @@ constexpr int kSlpStepTol = NSLP_CTRL_STEP_TOLERANCE;         // double control,
 constexpr int kSlpObjAbsTol = NSLP_CTRL_OBJECTIVE_ABSOLUTE_TOLERANCE;       // double control
 constexpr int kSlpObjRelTol = NSLP_CTRL_OBJECTIVE_RELATIVE_TOLERANCE;       // double control
 constexpr int kSlpFeasTol = NSLP_CTRL_FEASIBILITY_TOLERANCE;         // double control, row violation
+constexpr int kSlpOptTol = NSLP_CTRL_OPTIMALITY_TOLERANCE;          // double control, Lagrangian gradient
 constexpr int kSlpInitialStep = NSLP_CTRL_INITIAL_STEP_BOUND;     // double control, initial step bound
 constexpr int kSlpMinStep = NSLP_CTRL_MIN_STEP_BOUND;         // double control
 constexpr int kSlpMaxStep = NSLP_CTRL_MAX_STEP_BOUND;         // double control

@@ -173,6 +173,21 @@ struct StoreCache {
   ColMatrix colview;
 };
 
+// Something above the store that keeps row or column indices of its own (a nonlinear
+// problem stacked on this one) and follows deletions. A deletion first asks every dependent
+// to prepare its renumbered data aside (which may refuse, changing nothing), and commits them
+// only once the store itself has changed.
+class StoreDependent {
+ public:
+  virtual ~StoreDependent() = default;
+  // rowmap/colmap: old index -> new index or -1 (deleted); either may be null. Returns false
+  // with a message in why when the deletion must be refused.
+  virtual bool prepareDeletion(const std::vector<int> *rowmap, const std::vector<int> *colmap,
+                               std::string &why) = 0;
+  virtual void commitDeletion() noexcept = 0;
+  virtual void abandonDeletion() noexcept = 0;
+};
+
 class HighsSession;  // solve/highs_session.h: the persistent HiGHS instance
 // Destroys a session where its type is complete (solve/), so that the problem object need
 // not know it.
@@ -208,6 +223,9 @@ struct nvrl_problem_s : nvrl_object_s {
   // version they were built for.
   uint64_t version = 0;
   nvrl::StoreCache store_cache;
+  // The nonlinear problems stacked on this one (not owned; each removes itself when it is
+  // destroyed).
+  std::vector<nvrl::StoreDependent *> dependents;
 
   // Records an error (message formatted printf-style) and returns its non-zero code.
   int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));

@@ -185,6 +185,9 @@ const ParamInfo kTable[] = {
            "Converged when the relative objective change is below this.", kNl),
     dblCtl(12113, "nslp_feasibility_tolerance", 1e-6, 1e-12, 1.0,
            "Largest violation of a nonlinear row accepted as feasible.", kNl),
+    dblCtl(12114, "nslp_optimality_tolerance", 1e-6, 1e-12, 1.0,
+           "Converged when the Lagrangian's gradient (relative to the largest objective "
+           "gradient entry, at least 1) is below this at a feasible point.", kNl),
     dblCtl(12120, "nslp_initial_step_bound", 10.0, 1e-12, kUnbounded,
            "Initial bound on each column's step (trust region).", kNl),
     dblCtl(12121, "nslp_min_step_bound", 1e-8, 0.0, kUnbounded,

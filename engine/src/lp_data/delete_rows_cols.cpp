@@ -68,6 +68,32 @@ bool checkColumnUses(Check &c, const nvrl::Model &m, const std::vector<int> &map
   return true;
 }
 
+// Asks the layers above the store to prepare for a deletion; on a refusal the ones already
+// prepared drop what they prepared and the refusal is recorded.
+bool prepareDependents(Check &c, nvrl_problem_s *p, const std::vector<int> *rowmap,
+                       const std::vector<int> *colmap) {
+  std::string why;
+  for (size_t k = 0; k < p->dependents.size(); ++k) {
+    bool ok = false;
+    try {
+      ok = p->dependents[k]->prepareDeletion(rowmap, colmap, why);
+    } catch (...) {
+      for (size_t i = 0; i < k; ++i) p->dependents[i]->abandonDeletion();
+      throw;
+    }
+    if (!ok) {
+      for (size_t i = 0; i < k; ++i) p->dependents[i]->abandonDeletion();
+      c.fail("%s", why.c_str());
+      return false;
+    }
+  }
+  return true;
+}
+
+void commitDependents(nvrl_problem_s *p) noexcept {
+  for (nvrl::StoreDependent *d : p->dependents) d->commitDeletion();
+}
+
 }  // namespace
 
 extern "C" {
@@ -80,6 +106,7 @@ NVRL_API int NVRLdelrows(NVRLprob prob, int nrows, const int rowind[]) NVRL_TRY 
   if (!c.deletion(rowind, nrows, "nrows", "rowind", m.rows(), "row")) return c.code();
   if (nrows == 0) return 0;
   const std::vector<int> map = nvrl::renumbering(m.rows(), rowind, nrows);
+  if (!prepareDependents(c, p, &map, nullptr)) return c.code();
   // Nothing below allocates: quadratic rows move as nodes under their new numbers, and the
   // compactions only shrink.
   std::map<int, nvrl::QMatrix> qrows;
@@ -97,6 +124,7 @@ NVRL_API int NVRLdelrows(NVRLprob prob, int nrows, const int rowind[]) NVRL_TRY 
   nvrl::compactByMap(m.indcol, map);  // an indicator goes with its row
   nvrl::compactByMap(m.indcomp, map);
   nvrl::compactByMap(m.rownames, map);
+  commitDependents(p);
   nvrl::commitChange(p, false);
   return 0;
 } NVRL_CATCH(prob)
@@ -110,13 +138,20 @@ NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]) NVRL_TRY 
   if (ncols == 0) return 0;
   const std::vector<int> map = nvrl::renumbering(m.cols(), colind, ncols);
   if (!checkColumnUses(c, m, map)) return c.code();
+  if (!prepareDependents(c, p, nullptr, &map)) return c.code();
   // The renumbered quadratic parts are built before anything changes: from here on nothing
   // allocates.
-  nvrl::QMatrix qobj = nvrl::renumberQ(m.qobj, map);
+  nvrl::QMatrix qobj;
   std::map<int, nvrl::QMatrix> qrows;
-  for (const auto &[r, q] : m.qrows) {
-    nvrl::QMatrix renumbered = nvrl::renumberQ(q, map);
-    if (!renumbered.empty()) qrows.emplace_hint(qrows.end(), r, std::move(renumbered));
+  try {
+    qobj = nvrl::renumberQ(m.qobj, map);
+    for (const auto &[r, q] : m.qrows) {
+      nvrl::QMatrix renumbered = nvrl::renumberQ(q, map);
+      if (!renumbered.empty()) qrows.emplace_hint(qrows.end(), r, std::move(renumbered));
+    }
+  } catch (...) {
+    for (nvrl::StoreDependent *d : p->dependents) d->abandonDeletion();
+    throw;
   }
 
   compactMatrix(m.A, nullptr, &map);
@@ -150,6 +185,7 @@ NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]) NVRL_TRY 
     g.col = map[g.col];
     g.resultant = map[g.resultant];
   }
+  commitDependents(p);
   nvrl::commitChange(p, false);
   return 0;
 } NVRL_CATCH(prob)

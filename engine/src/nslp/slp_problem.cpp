@@ -1,6 +1,7 @@
 // The nonlinear problem object's bookkeeping and its life cycle functions.
 #include "nslp/slp_problem.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -59,6 +60,78 @@ nslp_problem_s::~nslp_problem_s() {
   magic = 0;
 }
 
+namespace nvrl {
+
+bool SlpDeletionFollower::prepareDeletion(const std::vector<int> *rowmap,
+                                          const std::vector<int> *colmap, std::string &why) {
+  const SlpData &data = owner_->data;
+  auto next = std::make_unique<SlpData>();
+  next->coefs.reserve(data.coefs.size());
+  for (const SlpCoefficient &c : data.coefs) {
+    if (rowmap && (c.row < 0 || c.row >= static_cast<int>(rowmap->size()) || (*rowmap)[c.row] < 0))
+      continue;  // the row goes, and its coefficients with it
+    SlpCoefficient nc = c;
+    if (rowmap) nc.row = (*rowmap)[c.row];
+    if (colmap) {
+      if (c.col >= 0 && c.col < static_cast<int>(colmap->size())) {
+        if ((*colmap)[c.col] < 0) {
+          why = format("column %d multiplies the nonlinear coefficient of row %d; delete "
+                             "the coefficient first", c.col, c.row);
+          return false;
+        }
+        nc.col = (*colmap)[c.col];
+      }
+      for (SlpToken &t : nc.formula) {
+        if (t.type != NSLP_TOK_COL || t.value < 0) continue;
+        const int j = static_cast<int>(t.value);
+        if (j >= static_cast<int>(colmap->size()) || (*colmap)[j] < 0) {
+          why = format("column %d is used by the formula of the nonlinear coefficient of "
+                             "row %d; delete the coefficient first", j, c.row);
+          return false;
+        }
+        t.value = (*colmap)[j];
+      }
+    }
+    next->coefs.push_back(std::move(nc));
+  }
+  auto compact = [](auto &out, const auto &in, const std::vector<int> *map) {
+    if (!map) {
+      out = in;
+      return;
+    }
+    for (size_t i = 0; i < in.size() && i < map->size(); ++i) {
+      const int to = (*map)[i];
+      if (to < 0) continue;
+      if (out.size() <= static_cast<size_t>(to)) out.resize(to + 1);
+      out[to] = in[i];
+    }
+  };
+  next->userfuncs = data.userfuncs;
+  compact(next->columns, data.columns, colmap);
+  compact(next->rowstatus, data.rowstatus, rowmap);
+  compact(next->rowweight, data.rowweight, rowmap);
+  // Entries filled only by resizing hold defaults: weight 1 (resize gives 0).
+  if (rowmap)
+    for (size_t i = 0; i < next->rowweight.size(); ++i)
+      if (next->rowweight[i] <= 0) next->rowweight[i] = 1.0;
+  pending_ = std::move(next);
+  return true;
+}
+
+void SlpDeletionFollower::commitDeletion() noexcept {
+  if (!pending_) return;
+  owner_->data = std::move(*pending_);
+  pending_.reset();
+  // The answers were in the old rows and columns.
+  SlpState &state = owner_->state;
+  state.x.clear();
+  state.slack.clear();
+  state.duals.clear();
+  state.djs.clear();
+}
+
+}  // namespace nvrl
+
 int nslp_problem_s::fail(const char *fmt, ...) {
   va_list ap;
   va_start(ap, fmt);
@@ -114,7 +187,10 @@ NVRL_API int NSLPcreateprob(NSLPprob *slp, NVRLprob *prob) NVRL_TRY {
                       "NSLPcreateprob: the nonlinear solver is not started (call NSLPinit first)");
   nvrl_problem_s *p = nvrl::checkProblem(*prob, __func__);
   if (!p) return 1;
-  *slp = new nslp_problem_s(p);
+  auto created = std::make_unique<nslp_problem_s>(p);
+  // The optimiser problem tells its nonlinear problems about deletions.
+  p->dependents.push_back(&created->follower);
+  *slp = created.release();
   return 0;
 } NVRL_CATCH(nullptr)
 
@@ -125,6 +201,10 @@ NVRL_API int NSLPdestroyprob(NSLPprob slp) NVRL_TRY {
     return failGlobal(1, "Invalid or destroyed nonlinear problem handle");
   if (nvrl::isLiveObject(slp->prob) && !nvrl::allowedNow(slp->prob, __func__))
     return slp->fail(NVRL_SOLVING_REFUSAL, __func__);
+  if (nvrl::isLiveObject(slp->prob)) {
+    auto &deps = slp->prob->dependents;
+    deps.erase(std::remove(deps.begin(), deps.end(), &slp->follower), deps.end());
+  }
   delete slp;
   return 0;
 } NVRL_CATCH(slp)

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -42,6 +43,10 @@ struct SlpColumn {
   int tolset = 0;             // tolerance set, 0 none
   int vartype = 0;
   int cascade_limit = 0;
+  double step_bound = 0.0;    // current step bound; 0: chosen by the solver
+  int history = 0;            // kept for the caller (NSLPchgvar/NSLPgetvar)
+  int converged = 0;          // kept for the caller
+  int seqnum = 0;             // kept for the caller (NSLPloadvars/NSLPaddvars)
 };
 
 // The nonlinear data of a problem. Coefficients are appended by the nonlinear modelling
@@ -50,6 +55,10 @@ struct SlpColumn {
 struct SlpData {
   std::vector<SlpCoefficient> coefs;
   std::vector<SlpColumn> columns;
+  // Per optimiser row, each possibly shorter than the row count (missing entries: 0 status,
+  // weight 1): the row's status bits (NSLPchgrowstatus) and penalty weight (NSLPchgrowwt).
+  std::vector<int> rowstatus;
+  std::vector<double> rowweight;
   UserFunctionTable userfuncs;
   std::vector<std::string> strings;  // NSLPsetstring; index k is strings[k - 1]
 
@@ -64,6 +73,32 @@ struct SlpState {
   int stopstatus = NVRL_STOP_NONE;
   int iterations = 0;
   double objval = 0.0;
+  double last_penalty = 0.0;   // the penalty the last solve ended with
+  double fixed_penalty = 0.0;  // NSLPfixpenalties: the next solves start here; 0 none
+  // The point of the last solve (its best when it stopped early), rhs - activity per row,
+  // and the multipliers of its last subproblem; empty before a solve.
+  std::vector<double> x, slack, duals, djs;
+};
+
+}  // namespace nvrl
+
+struct nslp_problem_s;
+
+namespace nvrl {
+
+// Renumbers a nonlinear problem's data when rows or columns of the optimiser problem beneath
+// are deleted. A member rather than a base class: handles must start with the object header.
+class SlpDeletionFollower : public StoreDependent {
+ public:
+  explicit SlpDeletionFollower(nslp_problem_s *owner) : owner_(owner) {}
+  bool prepareDeletion(const std::vector<int> *rowmap, const std::vector<int> *colmap,
+                       std::string &why) override;
+  void commitDeletion() noexcept override;
+  void abandonDeletion() noexcept override { pending_.reset(); }
+
+ private:
+  nslp_problem_s *owner_;
+  std::unique_ptr<SlpData> pending_;  // renumbered data between prepare and commit
 };
 
 }  // namespace nvrl
@@ -71,6 +106,8 @@ struct SlpState {
 struct nslp_problem_s : nvrl_object_s {
   explicit nslp_problem_s(nvrl_problem_s *underlying);
   ~nslp_problem_s();
+
+  nvrl::SlpDeletionFollower follower{this};  // registered with prob while both live
 
   nvrl_problem_s *prob;  // the optimiser problem underneath; not owned
   nvrl::ControlValues controls;

@@ -46,24 +46,46 @@ bool isPositiveSemidefinite(std::vector<double> &a, int n) {
   return true;
 }
 
-bool quadraticObjectiveIsConvex(const Model &m) {
+namespace {
+
+// Whether sign * Q is positive semidefinite, Q given by its upper triangle.
+bool signedIsPsd(const QMatrix &q, double sign) {
   std::unordered_map<int, int> local;  // column -> position in the dense block
-  for (const auto &[key, v] : m.qobj) {
+  for (const auto &[key, v] : q) {
     if (v == 0.0) continue;
     local.emplace(key.first, static_cast<int>(local.size()));
     local.emplace(key.second, static_cast<int>(local.size()));
   }
   const int n = static_cast<int>(local.size());
   if (n == 0) return true;
-  const double sign = m.objsense >= 0 ? 1.0 : -1.0;
   std::vector<double> a(static_cast<size_t>(n) * n, 0.0);
-  for (const auto &[key, v] : m.qobj) {
+  for (const auto &[key, v] : q) {
     if (v == 0.0) continue;
     const int i = local[key.first], j = local[key.second];
     a[static_cast<size_t>(i) * n + j] = sign * v;
     a[static_cast<size_t>(j) * n + i] = sign * v;
   }
   return isPositiveSemidefinite(a, n);
+}
+
+}  // namespace
+
+bool quadraticObjectiveIsConvex(const Model &m) {
+  return signedIsPsd(m.qobj, m.objsense >= 0 ? 1.0 : -1.0);
+}
+
+bool quadraticRowIsConvex(const Model &m, int row) {
+  auto it = m.qrows.find(row);
+  if (it == m.qrows.end()) return true;
+  bool empty = true;
+  for (const auto &[key, v] : it->second) empty = empty && v == 0.0;
+  if (empty) return true;
+  switch (m.rowtype[row]) {
+    case 'L': return signedIsPsd(it->second, 1.0);
+    case 'G': return signedIsPsd(it->second, -1.0);
+    case 'N': return true;  // a free row constrains nothing
+    default: return false;  // both sides bound a curved function
+  }
 }
 
 }  // namespace nvrl

@@ -14,6 +14,7 @@
 #include "solve/interrupts.h"
 #include "solve/lowered_model.h"
 #include "solve/qp_verdict.h"
+#include "solve/quadratic_rows.h"
 #include "solve/run_callbacks.h"
 #include "solve/scheduler.h"
 
@@ -55,16 +56,44 @@ int runOnce(nvrl_problem_s *p, void *h, RunContext &ctx, bool log, bool mip) {
   return Highs_getModelStatus(h);
 }
 
+// Convex quadratic rows go to the nonlinear solver; a nonconvex row or objective ends the
+// solve with the nonconvex status, as a nonconvex objective does in a QP.
+int solveQuadraticRows(nvrl_problem_s *p, const SolveFlags &sf, bool mipCall) {
+  const Model &m = p->model;
+  int bad = -1;
+  for (const auto &[row, q] : m.qrows)
+    if (!quadraticRowIsConvex(m, row)) {
+      bad = row;
+      break;
+    }
+  if (bad >= 0 || !quadraticObjectiveIsConvex(m)) {
+    p->sol.clear();
+    p->sol.was_mip = mipCall;
+    p->sol.lpstatus = NVRL_LP_NONCONVEX;
+    p->sol.mipstatus = NVRL_LP_NONCONVEX;
+    if (bad >= 0)
+      return p->fail(
+          "Quadratic row %d is not convex (an 'L' row needs a positive semidefinite matrix, a "
+          "'G' row a negative semidefinite one, and an equality or range row cannot have a "
+          "quadratic part)",
+          bad);
+    return p->fail(
+        "The quadratic objective is not convex (its matrix is not positive semidefinite for "
+        "minimisation, or negative semidefinite for maximisation)");
+  }
+  QuadraticRowSolver solver = quadraticRowSolver();
+  if (!solver)
+    return p->fail("The problem has quadratic rows, and the nonlinear solver is not built in");
+  return solver(p, sf, mipCall && hasGlobalEntities(m));
+}
+
 int solve(nvrl_problem_s *p, const char *flags, bool mipCall) {
   p->clearError();
   SolveFlags sf;
   std::string err;
   if (!parseSolveFlags(flags, sf, err)) return p->fail("%s", err.c_str());
   const Model &m = p->model;
-  if (!m.qrows.empty())
-    return p->fail(
-        "The problem has quadratic constraints, which the linear and mixed-integer optimiser "
-        "does not solve; use the nonlinear solver");
+  if (!m.qrows.empty()) return solveQuadraticRows(p, sf, mipCall);
   const bool quadratic = hasQuadraticObjective(m);
   const bool mip = mipCall && hasGlobalEntities(m);
   if (mip && quadratic)
