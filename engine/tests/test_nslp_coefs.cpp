@@ -10,6 +10,7 @@
 #include "core/ids.h"
 #include "nslp/slp_problem.h"
 #include "nvrl.h"
+#include "test_support.h"
 
 namespace {
 
@@ -29,34 +30,11 @@ struct Batch {
   int n() const { return int(rows.size()); }
 };
 
-class SlpCoefs : public ::testing::Test {
+class SlpCoefs : public nvtest::SlpHandleTest {
  protected:
-  NVRLprob prob_ = nullptr;
-  NSLPprob slp_ = nullptr;
-
-  // Columns x in [1, 5], y in [-3, -1], z free; rows r0, r1.
   void SetUp() override {
-    ASSERT_EQ(0, NVRLinit(nullptr));
-    ASSERT_EQ(0, NSLPinit(nullptr));
-    ASSERT_EQ(0, NVRLcreateprob(&prob_));
-    char types[] = {'L', 'G'};
-    double rhs[] = {1, 2}, obj[] = {0, 0, 0}, lb[] = {1, -3, -1e20}, ub[] = {5, -1, 1e20};
-    int start[] = {0, 0, 0, 0};
-    ASSERT_EQ(0, NVRLloadlp(prob_, "t", 3, 2, types, rhs, nullptr, obj, start, nullptr,
-                            nullptr, nullptr, lb, ub));
-    ASSERT_EQ(0, NVRLaddnames(prob_, 2, "x\0y\0z", 0, 2));
-    ASSERT_EQ(0, NSLPcreateprob(&slp_, &prob_));
-  }
-  void TearDown() override {
-    NSLPdestroyprob(slp_);
-    NVRLdestroyprob(prob_);
-    NSLPfree();
-    NVRLfree();
-  }
-  std::string error() {
-    char msg[NVRL_MAXMESSAGELEN] = {};
-    NSLPgetlasterror(slp_, nullptr, msg);
-    return msg;
+    SlpHandleTest::SetUp();
+    load({'L', 'G'}, {1, 2}, {1, -3, -1e20}, {5, -1, 1e20});  // x, y, z; rows r0, r1
   }
   int add(const Batch &b, int parsed = 1) {
     return NSLPaddcoefs(slp_, b.n(), b.rows.data(), b.cols.data(), b.factor.data(),

@@ -10,6 +10,7 @@
 #include "core/problem.h"
 #include "core/registry.h"
 #include "nslp/slp_problem.h"
+#include "test_support.h"
 
 using nvrl::ParamInfo;
 using nvrl::ParamOwner;
@@ -23,33 +24,13 @@ std::string globalError() {
   return msg;
 }
 
-class Slp : public ::testing::Test {
+class Slp : public nvtest::SlpHandleTest {
  protected:
-  void SetUp() override {
-    ASSERT_EQ(0, NVRLinit(nullptr));
-    ASSERT_EQ(0, NSLPinit(nullptr));
-    ASSERT_EQ(0, NVRLcreateprob(&prob_));
-    ASSERT_EQ(0, NSLPcreateprob(&slp_, &prob_));
-  }
-  void TearDown() override {
-    NSLPdestroyprob(slp_);
-    NVRLdestroyprob(prob_);
-    NSLPfree();
-    NVRLfree();
-  }
-  std::string error() {
-    int code = 0;
-    char msg[NVRL_MAXMESSAGELEN] = {};
-    EXPECT_EQ(0, NSLPgetlasterror(slp_, &code, msg));
-    return msg;
-  }
   int intAttr(int id) {
     int v = -99;
     EXPECT_EQ(0, NSLPgetintattrib(slp_, id, &v)) << id << " " << error();
     return v;
   }
-  NVRLprob prob_ = nullptr;
-  NSLPprob slp_ = nullptr;
 };
 
 std::vector<std::string> g_lines;

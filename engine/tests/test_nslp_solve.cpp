@@ -117,6 +117,25 @@ TEST_F(NslpTest, MaximisesInTheSenseOfTheControl) {
   EXPECT_NEAR(0.0, djs[1], 1e-5);
 }
 
+TEST_F(NslpTest, CoefficientsEvaluateAtTheLastSolution) {
+  // min x0 s.t. x0 * exp(x0) >= 1: the root of x e^x = 1 (0.567143...), started at 2.
+  const int a = col(-5, 5, 1);
+  const int r = row('G', 1.0, {});
+  ASSERT_EQ(0, NSLPchgccoef(slp, r, a, nullptr, "exp(C1)")) << slpError();
+  double init = 2.0;
+  ASSERT_EQ(0, NSLPchgvar(slp, a, nullptr, nullptr, nullptr, nullptr, nullptr, &init, nullptr,
+                          nullptr, nullptr, nullptr, nullptr)) << slpError();
+  double v = 0;
+  ASSERT_EQ(0, NSLPevaluatecoef(slp, r, a, &v)) << slpError();
+  EXPECT_NEAR(std::exp(2.0), v, 1e-12);  // before a solve: at the initial value
+  ASSERT_EQ(0, optimize()) << slpError();
+  std::vector<double> sol(1);
+  ASSERT_EQ(0, NSLPgetslpsol(slp, sol.data(), nullptr, nullptr, nullptr));
+  EXPECT_NEAR(0.5671432904, sol[0], 1e-6);
+  ASSERT_EQ(0, NSLPevaluatecoef(slp, r, a, &v)) << slpError();
+  EXPECT_NEAR(std::exp(sol[0]), v, 1e-12);
+}
+
 TEST_F(NslpTest, ProblemWithoutNonlinearDataMatchesTheLinearOptimiser) {
   const int a = col(0, 10, 1), b = col(0, 10, 2);
   row('G', 1, {{a, 1}, {b, 1}});

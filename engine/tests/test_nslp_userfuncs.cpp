@@ -9,6 +9,7 @@
 #include "nslp/formula.h"
 #include "nslp/slp_problem.h"
 #include "nvrl.h"
+#include "test_support.h"
 
 namespace {
 
@@ -54,34 +55,13 @@ double failingDeriv(const double *x, void *, const double *, double *results) {
   return 0;
 }
 
-class SlpUserFuncs : public ::testing::Test {
+class SlpUserFuncs : public nvtest::SlpHandleTest {
  protected:
-  NVRLprob prob_ = nullptr;
-  NSLPprob slp_ = nullptr;
   double scale_ = 2.0;
 
   void SetUp() override {
-    ASSERT_EQ(0, NVRLinit(nullptr));
-    ASSERT_EQ(0, NSLPinit(nullptr));
-    ASSERT_EQ(0, NVRLcreateprob(&prob_));
-    char types[] = {'L'};
-    double rhs[] = {1}, obj[] = {0, 0, 0}, lb[] = {0.5, 1.5, -1e20}, ub[] = {5, 3, 1e20};
-    int start[] = {0, 0, 0, 0};
-    ASSERT_EQ(0, NVRLloadlp(prob_, "t", 3, 1, types, rhs, nullptr, obj, start, nullptr, nullptr,
-                            nullptr, lb, ub));
-    ASSERT_EQ(0, NVRLaddnames(prob_, 2, "x\0y\0z", 0, 2));
-    ASSERT_EQ(0, NSLPcreateprob(&slp_, &prob_));
-  }
-  void TearDown() override {
-    NSLPdestroyprob(slp_);
-    NVRLdestroyprob(prob_);
-    NSLPfree();
-    NVRLfree();
-  }
-  std::string error() {
-    char msg[NVRL_MAXMESSAGELEN] = {};
-    NSLPgetlasterror(slp_, nullptr, msg);
-    return msg;
+    SlpHandleTest::SetUp();
+    load({'L'}, {1}, {0.5, 1.5, -1e20}, {5, 3, 1e20});
   }
   // The module's registration sequence; returns the index.
   int define(const char *name, bool derivatives, NSLPfuncaddress address, void *object) {

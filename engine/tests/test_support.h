@@ -144,4 +144,41 @@ class ProblemTest : public ::testing::Test {
   NVRLprob prob = nullptr;
 };
 
+// A nonlinear problem stacked on an optimiser problem, with both solvers started. load()
+// gives the optimiser problem columns named x, y, z, ... and rows without coefficients.
+class SlpHandleTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(0, NVRLinit(nullptr));
+    ASSERT_EQ(0, NSLPinit(nullptr));
+    ASSERT_EQ(0, NVRLcreateprob(&prob_));
+    ASSERT_EQ(0, NSLPcreateprob(&slp_, &prob_));
+  }
+  void TearDown() override {
+    NSLPdestroyprob(slp_);
+    NVRLdestroyprob(prob_);
+    NSLPfree();
+    NVRLfree();
+  }
+  void load(std::vector<char> rowtypes, std::vector<double> rhs, std::vector<double> lb,
+            std::vector<double> ub) {
+    const int ncols = static_cast<int>(lb.size()), nrows = static_cast<int>(rowtypes.size());
+    std::vector<double> obj(ncols, 0.0);
+    std::vector<int> start(ncols + 1, 0);
+    ASSERT_EQ(0, NVRLloadlp(prob_, "t", ncols, nrows, rowtypes.data(), rhs.data(), nullptr,
+                            obj.data(), start.data(), nullptr, nullptr, nullptr, lb.data(),
+                            ub.data()));
+    std::string names;
+    for (int j = 0; j < ncols; ++j) names += std::string(1, char('x' + j)) + '\0';
+    ASSERT_EQ(0, NVRLaddnames(prob_, 2, names.c_str(), 0, ncols - 1));
+  }
+  std::string error() const {
+    char msg[NVRL_MAXMESSAGELEN] = {};
+    NSLPgetlasterror(slp_, nullptr, msg);
+    return msg;
+  }
+  NVRLprob prob_ = nullptr;
+  NSLPprob slp_ = nullptr;
+};
+
 }  // namespace nvtest

@@ -9,6 +9,7 @@
 #include "core/text.h"
 #include "lp_data/name_index.h"
 #include "nslp/formula.h"
+#include "nslp/slp_loop.h"
 #include "nslp/slp_problem.h"
 
 using namespace nvrl;
@@ -44,16 +45,6 @@ std::string placeError(const nslp_problem_s *s, int row, int col) {
 
 // The current point: the initial value a column was given, else the point of its bounds
 // nearest to 0.
-std::vector<double> currentPoint(const nslp_problem_s *s) {
-  const Model &m = s->prob->model;
-  std::vector<double> x(m.cols());
-  for (int j = 0; j < m.cols(); ++j) {
-    const SlpColumn *c = j < int(s->data.columns.size()) ? &s->data.columns[j] : nullptr;
-    x[j] = c && c->has_initial ? c->initial : std::min(std::max(0.0, m.lb[j]), m.ub[j]);
-  }
-  return x;
-}
-
 // Reads the coefficients of a load or add call; fails (returning false) on the first bad one.
 bool readCoefs(nslp_problem_s *s, const char *fn, int ncoef, const int *rowindex,
                const int *colindex, const double *factor, const int *formulastart, int parsed,

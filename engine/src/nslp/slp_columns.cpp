@@ -12,6 +12,20 @@
 
 namespace nvrl {
 
+std::vector<double> currentPoint(const nslp_problem_s *s) {
+  const Model &m = s->prob->model;
+  const int n = m.cols();
+  if (static_cast<int>(s->state.x.size()) == n) return s->state.x;
+  std::vector<double> x(n);
+  for (int j = 0; j < n; ++j) {
+    const SlpColumn *c =
+        j < static_cast<int>(s->data.columns.size()) ? &s->data.columns[j] : nullptr;
+    x[j] = c && c->has_initial ? c->initial : defaultStart(m.lb[j], m.ub[j]);
+  }
+  return x;
+}
+
+
 namespace {
 
 bool checkCol(nslp_problem_s *s, const char *fn, int col) {
@@ -277,15 +291,7 @@ NVRL_API int NSLPupdatelinearization(NSLPprob slp) NVRL_TRY {
   // Linearisations are made afresh at each iteration; this checks that the rows can be
   // evaluated and differentiated at the current point (the start when there is none).
   const Model &m = s->prob->model;
-  const int n = m.cols();
-  std::vector<double> x(n);
-  const bool havePoint = static_cast<int>(s->state.x.size()) == n;
-  for (int j = 0; j < n; ++j) {
-    const SlpColumn *c = j < static_cast<int>(s->data.columns.size()) ? &s->data.columns[j] : nullptr;
-    x[j] = havePoint ? s->state.x[j]
-           : c && c->has_initial ? c->initial
-                                 : defaultStart(m.lb[j], m.ub[j]);
-  }
+  const std::vector<double> x = currentPoint(s);
   std::unique_ptr<SlpModel> model;
   try {
     model.reset(new SlpModel(m, s->data, 1));

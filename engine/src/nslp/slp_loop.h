@@ -79,4 +79,8 @@ SlpOutcome runSlp(const SlpModel &model, const SlpSettings &settings, SlpSubprob
 // to 0.
 double defaultStart(double lb, double ub);
 
+// The point a formula is evaluated at outside a solve: the last solve's point when there is
+// one for every column, else each column's initial value, else defaultStart.
+std::vector<double> currentPoint(const nslp_problem_s *s);
+
 }  // namespace nvrl
