@@ -1,6 +1,7 @@
 // Loading and changing the HiGHS subproblem of the nonlinear solver.
 #include "nslp/slp_subproblem.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "interfaces/highs_c_api.h"
@@ -24,6 +25,13 @@ void SlpSubproblem::configure(const nvrl_problem_s *p, const SolveFlags &flags) 
   Highs_setBoolOptionValue(h, "output_flag", false);
   // The cutoff belongs to the user's objective, not to a linearisation of it.
   Highs_setDoubleOptionValue(h, "objective_bound", INFINITY);
+  // HiGHS's active-set QP solver occasionally cycles on a quasi-Newton subproblem; a QP this
+  // size needs far fewer iterations than the cap, and failing early lets the loop restart
+  // its second-order term instead of spending seconds on one iteration.
+  HighsInt limit = 0;
+  Highs_getIntOptionValue(h, "qp_iteration_limit", &limit);
+  const int64_t cap = std::max<int64_t>(1000, 50 * (static_cast<int64_t>(M_.rows()) + ncols_));
+  if (cap < limit) Highs_setIntOptionValue(h, "qp_iteration_limit", static_cast<HighsInt>(cap));
 }
 
 void SlpSubproblem::setTimeLimit(double seconds) {
