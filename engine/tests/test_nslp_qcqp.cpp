@@ -16,14 +16,6 @@ constexpr double kFree = 1e20;
 
 class Qcqp : public SolveTest {
  protected:
-  void qrow(int r, std::vector<std::tuple<int, int, double>> entries) {
-    for (auto &[i, j, v] : entries) model().qrows[r][{std::min(i, j), std::max(i, j)}] = v;
-    prob->modelChanged();
-  }
-  void qobj(std::vector<std::tuple<int, int, double>> entries) {
-    for (auto &[i, j, v] : entries) model().qobj[{std::min(i, j), std::max(i, j)}] = v;
-    prob->modelChanged();
-  }
   // Activity of row i and its gradient, from the store's own conventions.
   double activity(int i, const std::vector<double> &x, std::vector<double> *grad) const {
     const nvrl::Model &m = prob->model;
@@ -117,16 +109,7 @@ class ConvexQcqp : public Qcqp, public ::testing::WithParamInterface<Convex> {
  protected:
   void build(const std::string &name) {
     if (name == "rosen_suzuki") {
-      // A convex quadratic objective, three convex 'L' rows; optimum -44 at (0, 1, 2, -1).
-      const double c[] = {-5, -5, -21, 7};
-      for (int j = 0; j < 4; ++j) col(-kFree, kFree, c[j]);
-      qobj({{0, 0, 2}, {1, 1, 2}, {2, 2, 4}, {3, 3, 2}});
-      int r = row('L', 8, {{0, 1}, {1, -1}, {2, 1}, {3, -1}});
-      qrow(r, {{0, 0, 1}, {1, 1, 1}, {2, 2, 1}, {3, 3, 1}});
-      r = row('L', 10, {{0, -1}, {3, -1}});
-      qrow(r, {{0, 0, 1}, {1, 1, 2}, {2, 2, 1}, {3, 3, 2}});
-      r = row('L', 5, {{0, 2}, {1, -1}, {3, -1}});
-      qrow(r, {{0, 0, 2}, {1, 1, 1}, {2, 2, 1}});
+      rosenSuzuki();
     } else if (name == "maximise_over_a_disc") {
       // max x + 2y  s.t.  x^2 + y^2 <= 5: at (1, 2), objective 5.
       col(-kFree, kFree, 1);

@@ -59,16 +59,7 @@ class KnownOptimum : public NslpTest, public ::testing::WithParamInterface<Known
       const double x0[] = {1, 5, 5, 1};
       for (int j = 0; j < 4; ++j) start(j, x0[j]);
     } else if (name == "hs43") {
-      // Rosen-Suzuki: a convex quadratic objective and three convex quadratic rows.
-      const double c[] = {-5, -5, -21, 7};
-      for (int j = 0; j < 4; ++j) col(-kFree, kFree, c[j]);
-      qobj({{0, 0, 2}, {1, 1, 2}, {2, 2, 4}, {3, 3, 2}});
-      int r = row('L', 8, {{0, 1}, {1, -1}, {2, 1}, {3, -1}});
-      qrow(r, {{0, 0, 1}, {1, 1, 1}, {2, 2, 1}, {3, 3, 1}});
-      r = row('L', 10, {{0, -1}, {3, -1}});
-      qrow(r, {{0, 0, 1}, {1, 1, 2}, {2, 2, 1}, {3, 3, 2}});
-      r = row('L', 5, {{0, 2}, {1, -1}, {3, -1}});
-      qrow(r, {{0, 0, 2}, {1, 1, 1}, {2, 2, 1}});
+      rosenSuzuki();
     }
   }
 };

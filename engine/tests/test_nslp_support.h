@@ -64,17 +64,6 @@ class NslpTest : public solvetest::SolveTest {
     solvetest::SolveTest::TearDown();
   }
 
-  // Quadratic part of a row, as the C API's triplets give it: (i, j, v) with i != j is the
-  // term 2v*x_i*x_j, (i, i, v) the term v*x_i^2.
-  void qrow(int r, std::vector<std::tuple<int, int, double>> entries) {
-    for (auto &[i, j, v] : entries) model().qrows[r][{std::min(i, j), std::max(i, j)}] = v;
-    prob->modelChanged();
-  }
-  // Quadratic objective entries: (i, j, v), i != j: v*x_i*x_j; (i, i, v): v/2*x_i^2.
-  void qobj(std::vector<std::tuple<int, int, double>> entries) {
-    for (auto &[i, j, v] : entries) model().qobj[{std::min(i, j), std::max(i, j)}] = v;
-    prob->modelChanged();
-  }
   // Adds factor * formula to row (col -1) or factor * x[col] * formula.
   void coef(int row, int col, double factor, const F &f) {
     slp->data.coefs.push_back({row, col, factor, f.done()});

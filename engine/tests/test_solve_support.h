@@ -3,6 +3,8 @@
 // only on the store's layout).
 #pragma once
 
+#include <algorithm>
+#include <tuple>
 #include <vector>
 
 #include "test_support.h"
@@ -14,6 +16,32 @@ class SolveTest : public nvtest::ProblemTest {
   void SetUp() override {
     ProblemTest::SetUp();
     NVRLsetintcontrol(prob, nvrl::id::kLogLevel, 0);
+  }
+
+  // Quadratic part of a row, as the C API's triplets give it: (i, j, v) with i != j is the
+  // term 2v*x_i*x_j, (i, i, v) the term v*x_i^2.
+  void qrow(int r, std::vector<std::tuple<int, int, double>> entries) {
+    for (auto &[i, j, v] : entries) model().qrows[r][{std::min(i, j), std::max(i, j)}] = v;
+    prob->modelChanged();
+  }
+  // Quadratic objective entries: (i, j, v), i != j: v*x_i*x_j; (i, i, v): v/2*x_i^2.
+  void qobj(std::vector<std::tuple<int, int, double>> entries) {
+    for (auto &[i, j, v] : entries) model().qobj[{std::min(i, j), std::max(i, j)}] = v;
+    prob->modelChanged();
+  }
+  // Rosen-Suzuki (Hock-Schittkowski 43): a convex quadratic objective and three convex
+  // quadratic 'L' rows on four free columns; optimum -44 at (0, 1, 2, -1).
+  void rosenSuzuki() {
+    const double kFree = 1e20;
+    const double c[] = {-5, -5, -21, 7};
+    for (int j = 0; j < 4; ++j) col(-kFree, kFree, c[j]);
+    qobj({{0, 0, 2}, {1, 1, 2}, {2, 2, 4}, {3, 3, 2}});
+    int r = row('L', 8, {{0, 1}, {1, -1}, {2, 1}, {3, -1}});
+    qrow(r, {{0, 0, 1}, {1, 1, 1}, {2, 2, 1}, {3, 3, 1}});
+    r = row('L', 10, {{0, -1}, {3, -1}});
+    qrow(r, {{0, 0, 1}, {1, 1, 2}, {2, 2, 1}, {3, 3, 2}});
+    r = row('L', 5, {{0, 2}, {1, -1}, {3, -1}});
+    qrow(r, {{0, 0, 2}, {1, 1, 1}, {2, 2, 1}});
   }
 
   std::vector<double> mipSolution() {
