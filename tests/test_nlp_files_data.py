@@ -1,15 +1,14 @@
 """The nonlinear test problems in engine/tests/data/nlp must state their optima correctly:
 each file's published optimal point is feasible and gives its optimum (tools/nlp_files.py)."""
 
-import importlib.util
+import sys
 from pathlib import Path
 
 import pytest
 
 ROOT = Path(__file__).resolve().parents[1]
-_spec = importlib.util.spec_from_file_location("nlp_files", ROOT / "tools" / "nlp_files.py")
-nlp_files = importlib.util.module_from_spec(_spec)
-_spec.loader.exec_module(nlp_files)
+sys.path.insert(0, str(ROOT / "tools"))
+import nlp_files  # noqa: E402
 
 FILES = sorted(nlp_files.DATA_DIR.glob("*.mps"))
 

@@ -83,21 +83,6 @@ class Qcqp : public SolveTest {
       if (!atBound) EXPECT_NEAR(0.0, djs[j], 1e-5) << "column " << j << " is off its bounds";
     }
   }
-  int lpStatus() {
-    int v = -1;
-    EXPECT_EQ(0, NVRLgetintattrib(prob, NVRL_ATTR_LP_STATUS, &v));
-    return v;
-  }
-  int mipStatus() {
-    int v = -1;
-    EXPECT_EQ(0, NVRLgetintattrib(prob, NVRL_ATTR_MIP_STATUS, &v));
-    return v;
-  }
-  double lpObjective() {
-    double v = NAN;
-    EXPECT_EQ(0, NVRLgetdblattrib(prob, NVRL_ATTR_LP_OBJECTIVE, &v));
-    return v;
-  }
 };
 
 struct Convex {
@@ -131,8 +116,8 @@ class ConvexQcqp : public Qcqp, public ::testing::WithParamInterface<Convex> {
 TEST_P(ConvexQcqp, SolvedThroughTheOptimiserWithOptimalityConditions) {
   build(GetParam().name);
   ASSERT_EQ(0, NVRLlpoptimize(prob, "")) << lastError();
-  EXPECT_EQ(NVRL_LP_OPTIMAL, lpStatus());
-  if (!std::isnan(GetParam().fstar)) EXPECT_NEAR(GetParam().fstar, lpObjective(), 1e-6);
+  EXPECT_EQ(NVRL_LP_OPTIMAL, intAttr(NVRL_ATTR_LP_STATUS));
+  if (!std::isnan(GetParam().fstar)) EXPECT_NEAR(GetParam().fstar, dblAttr(NVRL_ATTR_LP_OBJECTIVE), 1e-6);
   expectKkt();
 }
 
@@ -150,7 +135,7 @@ TEST_F(Qcqp, InfeasibleConvexRowsGiveTheInfeasibleStatus) {
   qrow(r, {{0, 0, 1}, {1, 1, 1}});
   row('G', 3, {{0, 1}, {1, 1}});
   EXPECT_EQ(0, NVRLlpoptimize(prob, ""));
-  EXPECT_EQ(NVRL_LP_INFEAS, lpStatus());
+  EXPECT_EQ(NVRL_LP_INFEAS, intAttr(NVRL_ATTR_LP_STATUS));
 }
 
 struct Nonconvex {
@@ -177,7 +162,7 @@ TEST_P(NonconvexQcqp, EndsWithTheNonconvexStatus) {
   const int rc = GetParam().mip ? NVRLmipoptimize(prob, "") : NVRLlpoptimize(prob, "");
   EXPECT_NE(0, rc);
   EXPECT_NE(std::string::npos, lastError().find("not convex")) << lastError();
-  EXPECT_EQ(NVRL_LP_NONCONVEX, GetParam().mip ? mipStatus() : lpStatus());
+  EXPECT_EQ(NVRL_LP_NONCONVEX, GetParam().mip ? intAttr(NVRL_ATTR_MIP_STATUS) : intAttr(NVRL_ATTR_LP_STATUS));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -202,7 +187,7 @@ TEST_F(Qcqp, SmallMiqcqpMatchesEnumeration) {
       best = std::min(best, -3.0 * a - 2.0 * b + zz);
     }
   ASSERT_EQ(0, NVRLmipoptimize(prob, "")) << lastError();
-  EXPECT_EQ(NVRL_MIP_OPTIMAL, mipStatus());
+  EXPECT_EQ(NVRL_MIP_OPTIMAL, intAttr(NVRL_ATTR_MIP_STATUS));
   double obj = NAN;
   ASSERT_EQ(0, NVRLgetdblattrib(prob, NVRL_ATTR_MIP_OBJECTIVE, &obj));
   EXPECT_NEAR(best, obj, 1e-6);
