@@ -872,6 +872,8 @@ NVRL_API int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags
  * partly written file may then remain). The problem is not changed. */
 NVRL_API int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags);
 
+/* ----- Problem snapshots and solution files ----- */
+
 /* ===== Optimisation ==================================================================== */
 /* Answers of a solve stay until the next solve or model change. Solves that stop early or
  * prove infeasibility or unboundedness still succeed; their outcome is in the lp_status,
@@ -1188,6 +1190,10 @@ NVRL_API int NSLPgetrowstatus(NSLPprob slp, int row, int *status);
 NVRL_API int NSLPchgrowwt(NSLPprob slp, int row, const double *weight);
 NVRL_API int NSLPgetrowwt(NSLPprob slp, int row, double *weight);
 
+/* ----- Tolerance sets, step types, derivative estimates and item queries ----------------- */
+
+/* ----- Determining rows, cascading, presolve and scaling -------------------------------- */
+
 /* ----- Nonlinear solving and answers ---------------------------------------------------- */
 /* Values of NSLP_ATTR_STATUS. */
 #define NSLP_NLP_UNSTARTED 0
@@ -1234,6 +1240,10 @@ NVRL_API int NSLPreinitialize(NSLPprob slp);
 /* Makes the penalty the last solve ended with the starting penalty of the next solves (until
  * NSLPreinitialize). Fails when no solve has run. */
 NVRL_API int NSLPfixpenalties(NSLPprob slp);
+
+/* ----- Multistart and the global search ------------------------------------------------ */
+
+/* ----- Validation and evaluation statistics --------------------------------------------- */
 
 /* ----- Nonlinear problem files ----------------------------------------------------------- */
 /* Reads a nonlinear problem file (free-format MPS with the sections NLCOEFFICIENTS and
