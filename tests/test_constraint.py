@@ -235,18 +235,6 @@ def test_side_tables_follow_the_bounds(xy):
     assert sizes() == base
 
 
-def test_side_tables_are_emptied_when_constraints_die(xy):
-    x, y = xy
-    base = sizes()
-    cons = [nv.constraint(body=x + i * y, lb=i + 0.5, ub=i + 1.5, name="c%d" % i)
-            for i in range(500)]
-    cons += [c.copy() for c in cons[:100]]
-    cons += [x + 0.5 * i <= y for i in range(100)]
-    assert sizes()[2] == base[2] + 600
-    del cons
-    assert sizes() == base
-
-
 def test_reinitialising_does_not_leave_entries(xy):
     x, _ = xy
     base = sizes()

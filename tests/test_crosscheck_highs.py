@@ -1,12 +1,8 @@
 """Differential tests: random small LPs, MIPs and convex QPs built with the modelling API must
-reach the same status and optimum as the same model written here to a free-format MPS file
-(by this file's own writer, not the engine's) and solved by the HiGHS command line of the
-highsbox package. An indicator row, which HiGHS lacks, is referenced by solving both values
-of its binary; HiGHS's own QP verdicts are checked (optimality conditions, improving rays)
-before they serve as reference. Each nuvrel solution is also checked on its own: bounds, rows,
-integrality and semi-continuity hold, slacks are measured from the right-hand side, an LP or
-QP optimum meets the optimality conditions with the reported duals and reduced costs, and the
-objective recomputed from getSolution() is the reported one."""
+reach the status and optimum that HiGHS's command line (highsbox) finds for the same model in an
+MPS file written here. An indicator is referenced by solving both values of its binary, and
+HiGHS's QP verdicts are checked before they serve. Each nuvrel answer is also checked alone:
+feasibility, slacks, optimality conditions of LP/QP optima, the objective from getSolution()."""
 
 import os
 import subprocess

@@ -55,33 +55,21 @@ def expected_sum_kind(ka, kb, op):
     return "expression"
 
 
-PRODUCT_KINDS = {
-    ("number", "number"): "float",
-    ("number", "var"): "linterm",
-    ("number", "linterm"): "linterm",
-    ("number", "quadterm"): "quadterm",
-    ("number", "linexpr"): "expression",
-    ("number", "quadexpr"): "expression",
-    ("var", "var"): "quadterm",
-    ("var", "linterm"): "quadterm",
-    ("var", "quadterm"): None,
-    ("var", "linexpr"): "expression",
-    ("var", "quadexpr"): None,
-    ("linterm", "linterm"): "quadterm",
-    ("linterm", "quadterm"): None,
-    ("linterm", "linexpr"): "expression",
-    ("linterm", "quadexpr"): None,
-    ("quadterm", "quadterm"): None,
-    ("quadterm", "linexpr"): None,
-    ("quadterm", "quadexpr"): None,
-    ("linexpr", "linexpr"): "expression",
-    ("linexpr", "quadexpr"): None,
-    ("quadexpr", "quadexpr"): None,
-}
+DEGREE = {"number": 0, "var": 1, "linterm": 1, "quadterm": 2, "linexpr": 1, "quadexpr": 2}
 
 
 def product_kind(ka, kb):
-    return PRODUCT_KINDS.get((ka, kb), PRODUCT_KINDS.get((kb, ka)))
+    """None where the product is beyond quadratic; a single term stays a term."""
+    if DEGREE[ka] + DEGREE[kb] > 2:
+        return None
+    if ka == kb == "number":
+        return "float"
+    if {ka, kb} & {"linexpr", "quadexpr"}:
+        return "expression"
+    if "number" in (ka, kb):
+        other = kb if ka == "number" else ka
+        return "linterm" if other == "var" else other
+    return "quadterm"
 
 
 @pytest.fixture

@@ -269,36 +269,6 @@ def test_identifiers_unique_across_threads():
     assert len(set(ids)) == len(ids) == 8000
 
 
-# --- lifetime and references ---------------------------------------------------------------
-
-
-def test_side_tables_empty_after_many_variables_die():
-    gc.collect()
-    before = table_sizes()
-    xs = [nuvrel.var(name="v%d" % i, lb=-0.5 * i, ub=0.5 + i, threshold=0.1,
-                     vartype=(0, 2, 3, 4, 5)[i % 5])  # binaries would clamp their bounds
-          for i in range(1, 2001)]
-    grown = table_sizes()
-    assert [g - b for g, b in zip(grown, before)] == [2000, 2000, 2000, 2000]
-    del xs
-    assert table_sizes() == before
-
-
-def test_creating_and_dropping_variables_leaves_no_objects_behind():
-    shared_name = "shared-name"
-    gc.collect()
-    refs = sys.getrefcount(shared_name)
-    objects = len(gc.get_objects())
-    for i in range(20000):
-        x = nuvrel.var(name=shared_name, lb=-1.5, ub=2.5, threshold=0.5)
-        x.name = shared_name
-        x.lb = 0.75
-    del x
-    gc.collect()
-    assert sys.getrefcount(shared_name) == refs
-    assert abs(len(gc.get_objects()) - objects) < 10
-
-
 # --- term maps, seen through the expressions that hold variables ----------------------------
 
 

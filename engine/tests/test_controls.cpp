@@ -199,12 +199,7 @@ TEST_P(BadControlCalls, FailWithAPreciseMessageAndChangeNothing) {
   EXPECT_EQ(before.strs, prob->controls.strs);
 }
 INSTANTIATE_TEST_SUITE_P(Registry, BadControlCalls, ::testing::ValuesIn(kBadCalls),
-                         [](const auto &info) {
-                           std::string n = info.param.what;
-                           for (char &c : n)
-                             if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-                           return n;
-                         });
+                         [](const auto &info) { return nvtest::testName(info.param.what); });
 
 TEST_F(Controls, WideIntegersNeedThe64BitFunctions) {
   const NVRLint64 big = NVRLint64{1} << 40;

@@ -91,12 +91,7 @@ TEST_P(DataFile, WritesAndReadsBackUnchangedInBothFormats) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Instances, DataFile, ::testing::ValuesIn(kInstances),
-                         [](const auto &info) {
-                           std::string n = info.param.file;
-                           for (char &c : n)
-                             if (!isalnum(static_cast<unsigned char>(c))) c = '_';
-                           return n;
-                         });
+                         [](const auto &info) { return nvtest::testName(info.param.file); });
 
 class Twins : public iotest::FileTest, public ::testing::WithParamInterface<const char *> {};
 
@@ -110,12 +105,7 @@ TEST_P(Twins, LpFileLoadsTheSameModelAsItsMpsTwin) {
 
 INSTANTIATE_TEST_SUITE_P(Pairs, Twins,
                          ::testing::Values("qjh", "semi-continuous", "semi-integer"),
-                         [](const auto &info) {
-                           std::string n = info.param;
-                           for (char &c : n)
-                             if (c == '-') c = '_';
-                           return n;
-                         });
+                         [](const auto &info) { return nvtest::testName(info.param); });
 
 using KnownValues = iotest::FileTest;
 

@@ -81,14 +81,8 @@ TEST_P(DataSet, SolvesToTheRecordedOptimum) {
   }
 }
 
-std::string instanceName(const ::testing::TestParamInfo<Instance> &info) {
-  std::string s = info.param.file;
-  for (char &c : s)
-    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-  return s;
-}
-
-INSTANTIATE_TEST_SUITE_P(Solve, DataSet, ::testing::ValuesIn(readOptima()), instanceName);
+INSTANTIATE_TEST_SUITE_P(Solve, DataSet, ::testing::ValuesIn(readOptima()),
+                         [](const auto &info) { return nvtest::testName(info.param.file); });
 
 // Problems are independent: two threads solving two instances at once both reach their optima.
 TEST(DataSetConcurrency, TwoProblemsSolveAtOnce) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -26,6 +27,13 @@ inline std::string globalError() {
   char msg[1024] = {};
   EXPECT_EQ(0, NVRL_ge_getlasterror(nullptr, msg, sizeof msg, nullptr));
   return msg;
+}
+
+// A parameter's text as a test name: every character but letters and digits becomes '_'.
+inline std::string testName(std::string text) {
+  for (char &c : text)
+    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+  return text;
 }
 
 inline int intAttr(NVRLprob prob, int id) {
