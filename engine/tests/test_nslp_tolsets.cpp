@@ -289,6 +289,26 @@ TEST_F(Estimates, AnEstimateLeavesAStartWithAZeroDerivative) {
   for (double v : NslpTest::x()) EXPECT_NEAR(1.0, v, 1e-4);
 }
 
+TEST_F(ColumnRules, AnObjectiveEstimateLeavesAStationaryStart) {
+  // max x*y (min -x*y) s.t. x + y <= 2 on [0, 2]^2 from (0, 0), where the gradient is 0.
+  x0 = col(0, 2, 0);
+  x1 = col(0, 2, 0);
+  row('L', 2.0, {{x0, 1}, {x1, 1}});
+  coef(-1, x0, -1.0, F().x(x1));
+  ASSERT_EQ(0, optimize()) << slpError();
+  EXPECT_EQ(0.0, objective());
+  // The estimates are in the objective's own sense.
+  ASSERT_EQ(0, NSLPsetdblcontrol(slp, NSLP_CTRL_OBJECTIVE_SENSE, -1.0));
+  model().obj = {0.0, 0.0};
+  slp->data.coefs.back().factor = 1.0;  // max x*y
+  const int cols[] = {x0, x1}, rows[] = {-1, -1};
+  const double ones[] = {1.0, 1.0};
+  ASSERT_EQ(0, NSLPadddfs(slp, 2, cols, rows, ones)) << slpError();
+  ASSERT_EQ(0, optimize()) << slpError();
+  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  EXPECT_NEAR(1.0, objective(), 1e-6);
+}
+
 TEST_F(Estimates, GetdfGivesTheEstimateElseTheDerivativeHere) {
   build();
   start(x0, 2.0);
