@@ -1154,9 +1154,10 @@ NVRL_API int NSLPgetfuncinfo(const void *info, int *ninputs, int *derivatives, i
  * unchanged. detrow: determining row (-1 none); initstepbound: the first step bound (0: the
  * NSLP_CTRL_INITIAL_STEP_BOUND control), stepbound: the current one; penalty and damp (0: the
  * solver's own); initvalue: where the next solve starts; value: the current value (the last
- * solve's point when there is one, else the start); tolset, history, converged and vartype
- * are kept for the caller. Fails on an invalid column or detrow, a non-finite value, or a
- * negative step bound or penalty. */
+ * solve's point when there is one, else the start); tolset: the column's tolerance set (0
+ * none); converged: set by each solve (NSLP_CONVERGED_...); history and vartype are kept for
+ * the caller. Fails on an invalid column or detrow, a tolerance set that does not exist, a
+ * non-finite value, or a negative step bound or penalty. */
 NVRL_API int NSLPchgvar(NSLPprob slp, int col, const int *detrow, const double *initstepbound,
                         const double *stepbound, const double *penalty, const double *damp,
                         const double *initvalue, const double *value, const int *tolset,
@@ -1170,7 +1171,8 @@ NVRL_API int NSLPgetvar(NSLPprob slp, int col, int *detrow, double *initstepboun
 /* Sets the settings of the n columns colindex[]: vartype, determining row, sequence number,
  * tolerance set, initial value and initial step bound (each array may be null: unchanged).
  * NSLPloadvars first resets every column's settings to the defaults; NSLPaddvars keeps the
- * others. Fails, changing nothing, on an invalid column or row, or a non-finite value. */
+ * others. Fails, changing nothing, on an invalid column, row or tolerance set, or a
+ * non-finite value. */
 NVRL_API int NSLPloadvars(NSLPprob slp, int n, const int colindex[], const int vartype[],
                           const int detrow[], const int seqnum[], const int tolindex[],
                           const double initvalue[], const double stepbound[]);
@@ -1191,6 +1193,108 @@ NVRL_API int NSLPchgrowwt(NSLPprob slp, int row, const double *weight);
 NVRL_API int NSLPgetrowwt(NSLPprob slp, int row, double *weight);
 
 /* ----- Tolerance sets, step types, derivative estimates and item queries ----------------- */
+/* Tolerance sets. A tolerance set (numbered 1, 2, ... in the order added; 0 means none) holds
+ * NSLP_TOLSET_SIZE tolerances for the columns that use it (NSLPchgvar, NSLPloadvars:
+ * tolset/tolindex), and a status bitmap whose bit (1 << k) makes entry k an active test. At an
+ * accepted step d from x, a column with a set has converged when one of its active tests
+ * holds; a column without one when |d_j| <= nslp_step_tolerance * max(1, |x_j|). Impacts use
+ * the gradients at x; the row tests look at the nonlinear rows the column occurs in (a
+ * column in none passes them). The solve may end by the step test when every column has
+ * converged (docs/nonlinear_solver.md). */
+#define NSLP_TOLSET_SIZE 6
+#define NSLP_TOL_STEP_ABS 0 /* |d_j| */
+#define NSLP_TOL_STEP_REL 1 /* |d_j| / |x_j| */
+#define NSLP_TOL_OBJ_ABS 2  /* |df/dx_j * d_j| */
+#define NSLP_TOL_OBJ_REL 3  /* |df/dx_j * d_j| / |f(x)| */
+#define NSLP_TOL_ROW_ABS 4  /* largest |dg_i/dx_j * d_j| over the nonlinear rows i */
+#define NSLP_TOL_ROW_REL 5  /* largest |dg_i/dx_j * d_j| / |g_i(x)| */
+/* Values of a column's converged setting after a solve (NSLPgetvar, NSLP_COLINFO_CONVERGED):
+ * how the last accepted step of the solve passed the step test. */
+#define NSLP_CONVERGED_NO 0      /* it did not (or no step was accepted) */
+/* 1 .. NSLP_TOLSET_SIZE: by the test of entry (value - 1) of its tolerance set */
+#define NSLP_CONVERGED_GLOBAL 7  /* no tolerance set: by nslp_step_tolerance */
+#define NSLP_CONVERGED_FROZEN 8  /* step type NSLP_DELTA_FROZEN: it does not move */
+
+/* Replaces every tolerance set by the ntolsets sets in tols (ntolsets * NSLP_TOLSET_SIZE
+ * entries, set by set). An entry > 0 is an active test with that tolerance, an entry <= 0 is
+ * off. Fails, changing nothing, on a negative count, a null tols with ntolsets > 0, a
+ * non-finite entry, or when a column uses a set number beyond ntolsets. */
+NVRL_API int NSLPloadtolsets(NSLPprob slp, int ntolsets, const double tols[]);
+/* As NSLPloadtolsets, but adds the sets after those held (they get the next numbers). */
+NVRL_API int NSLPaddtolsets(NSLPprob slp, int ntolsets, const double tols[]);
+/* Changes set tolset: *status (null: unchanged) the bitmap of active entries, tols (null:
+ * unchanged) all NSLP_TOLSET_SIZE values. Fails, changing nothing, on an unknown set, status
+ * bits beyond NSLP_TOLSET_SIZE, a non-finite value, or an active entry whose value is not
+ * > 0. */
+NVRL_API int NSLPchgtolset(NSLPprob slp, int tolset, const int *status, const double tols[]);
+/* Reads set tolset: its status bitmap into *status and its NSLP_TOLSET_SIZE values into tols
+ * (each may be null). Inactive entries keep the value they were given. Fails on an unknown
+ * set. */
+NVRL_API int NSLPgettolset(NSLPprob slp, int tolset, int *status, double tols[]);
+/* Deletes the n sets tolset[] (a set given twice is deleted once). The sets after each one
+ * move down to close the gap, the columns' numbers with them; columns that used a deleted set
+ * get none (the global step test). Fails, changing nothing, on an unknown set or a null
+ * array with n > 0. */
+NVRL_API int NSLPdeltolsets(NSLPprob slp, int n, const int tolset[]);
+
+/* Step types of columns (NSLPchgdeltatype). */
+#define NSLP_DELTA_ADAPTIVE 0 /* the trust region adapts the step bound (the default) */
+#define NSLP_DELTA_FIXED 1    /* step bound = value, never adapted */
+#define NSLP_DELTA_RELATIVE 2 /* step bound = value * max(1, |x_j|) at each iteration */
+#define NSLP_DELTA_FROZEN 3   /* the column keeps its starting value */
+/* Sets the step type of the n columns varind[] to deltatypes[k] with values[k] (used by the
+ * fixed and relative types; values may be null when none of them is given). A typed column is
+ * step-bounded even when it occurs in no nonlinear term. Read back with NSLPgetcolinfo.
+ * Fails, changing nothing, on an invalid column or type, a null array, or a fixed or relative
+ * type whose value is not a finite number > 0. */
+NVRL_API int NSLPchgdeltatype(NSLPprob slp, int n, const int varind[], const int deltatypes[],
+                              const double values[]);
+
+/* Derivative estimates. An estimate of d row / d col (row -1: the objective) replaces the
+ * computed derivative in the linearisations of a solve until its first step is accepted:
+ * where a derivative is 0 at the start (x*y at 0,0) it lets the solve leave it. An estimate
+ * for a column the row does not read is ignored. */
+/* Replaces (load) or adds to (add; a pair held already gets the new value) the estimates:
+ * estimate k is values[k] for (rowindex[k], colindex[k]). Fails, changing nothing, on a
+ * negative count, a null array with n > 0, an invalid row or column, or a non-finite value. */
+NVRL_API int NSLPloaddfs(NSLPprob slp, int n, const int colindex[], const int rowindex[],
+                         const double values[]);
+NVRL_API int NSLPadddfs(NSLPprob slp, int n, const int colindex[], const int rowindex[],
+                        const double values[]);
+/* Sets the estimate of d row / d col to *value; a null value removes it. Fails on an invalid
+ * row or column or a non-finite value. */
+NVRL_API int NSLPchgdf(NSLPprob slp, int col, int row, const double *value);
+/* The estimate of d row / d col when one is set, else the derivative at the current point
+ * (the last solve's point, else the start; 0 when the row does not read the column). Fails
+ * on an invalid row or column, a null value, or a row that cannot be differentiated there. */
+NVRL_API int NSLPgetdf(NSLPprob slp, int col, int row, double *value);
+
+/* Items of NSLPgetrowinfo; the type info points to is given for each. The penalty items
+ * describe the last solve (0 before one): its penalty columns p, n of the row (elastic
+ * violation of the linearised row, docs/nonlinear_solver.md). */
+#define NSLP_ROWINFO_SLACK 1           /* double: rhs - activity at the current point */
+#define NSLP_ROWINFO_DUAL 2            /* double: the dual of the last solve */
+#define NSLP_ROWINFO_PENALTYWEIGHT 3   /* double: the row's penalty weight (NSLPchgrowwt) */
+#define NSLP_ROWINFO_PENALTYITERATIONS 4 /* int: subproblems in which p + n > feasibility tol */
+#define NSLP_ROWINFO_PENALTYMAX 5      /* double: the largest p + n of a subproblem */
+#define NSLP_ROWINFO_PENALTYTOTAL 6    /* double: p + n summed over the subproblems */
+#define NSLP_ROWINFO_NONLINEARCOEFS 7  /* int: nonlinear coefficients of the row */
+/* Items of NSLPgetcolinfo. Step and step bound describe the last solve (0 before one). */
+#define NSLP_COLINFO_VALUE 1           /* double: the value at the current point */
+#define NSLP_COLINFO_REDUCEDCOST 2     /* double: the reduced cost of the last solve */
+#define NSLP_COLINFO_STEP 3            /* double: the last accepted step */
+#define NSLP_COLINFO_STEPBOUND 4       /* double: the step bound at the end (0: none) */
+#define NSLP_COLINFO_CONVERGED 5       /* int: NSLP_CONVERGED_... */
+#define NSLP_COLINFO_DELTATYPE 6       /* int: NSLP_DELTA_... */
+#define NSLP_COLINFO_DELTAVALUE 7      /* double: the step type's value */
+#define NSLP_COLINFO_NONLINEARCOEFS 8  /* int: nonlinear coefficients it occurs in (as the
+                                          multiplying column or in the formula) */
+/* Writes item (NSLP_ROWINFO_... / NSLP_COLINFO_...) of row / col into *info, whose type the
+ * item's comment gives. Fail on an unknown item, an invalid row or column, a null info,
+ * a dual or reduced cost when the last solve left none, or a slack that cannot be evaluated
+ * at the current point. */
+NVRL_API int NSLPgetrowinfo(NSLPprob slp, int item, int row, void *info);
+NVRL_API int NSLPgetcolinfo(NSLPprob slp, int item, int col, void *info);
 
 /* ----- Determining rows, cascading, presolve and scaling -------------------------------- */
 

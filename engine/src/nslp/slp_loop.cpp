@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "interfaces/highs_c_api.h"
+#include "nslp/slp_tolsets.h"
 #include "solve/convexity.h"
 
 namespace nvrl {
@@ -240,6 +241,12 @@ class Loop {
   std::vector<double> rowval;  // value of each nonlinear row at x
   std::vector<double> y_;      // row duals of the last subproblem (L = f - y'g)
   bool exactRows = false;      // every nonlinear term is quadratic: exact Hessians exist
+  // Step test and statistics (slp_tolsets.h): the codes and step of the last accepted step,
+  // whether it passed, whether the solve has left its start (derivative estimates end then).
+  std::vector<int> conv_;
+  std::vector<double> lastStep_;
+  bool stepsDone_ = false, moved_ = false;
+  SlpSolveDetail detail_;
 };
 
 void Loop::setupColumns() {
@@ -286,6 +293,7 @@ void Loop::setupColumns() {
     const double c = j < static_cast<int>(S.col_step.size()) ? S.col_step[j] : 0.0;
     delta[j] = std::min(c > 0 ? c : S.init_step, S.max_step);
   }
+  applyStepTypes(S, x, delta);
 }
 
 bool Loop::lagrangianGradient(const std::vector<double> &xp, const std::vector<double> &y,
@@ -322,6 +330,7 @@ bool Loop::linearise(std::string &err) {
   const Model &m = M.model();
   lin.cost.assign(n, 0.0);
   if (!objectiveGradient(x, lin.cost.data(), err)) return false;
+  if (!moved_ && !S.dfs.empty()) applyObjectiveEstimates(S, M.sense(), lin.cost.data());
   lin.hessian.clear();
   if (exactQ)
     for (const SlpQuadTerm &t : M.objectiveHessian())
@@ -361,11 +370,15 @@ bool Loop::linearise(std::string &err) {
   }
   lin.lo.resize(n);
   lin.up.resize(n);
+  applyStepTypes(S, x, delta);
   for (int j = 0; j < n; ++j) {
     double lo = lower(m.lb[j]), up = upper(m.ub[j]);
-    if (nlc[j]) {
-      // An integer column keeps a whole step of at least 1, so that it is never frozen.
-      const double dj = isInt[j] ? std::max(1.0, std::floor(delta[j])) : delta[j];
+    if (nlc[j] || !adaptiveStep(S, j)) {
+      // An integer column keeps a whole step of at least 1, so that it is never frozen
+      // unless its step type says so.
+      const double dj = isInt[j] && deltaType(S, j) != NSLP_DELTA_FROZEN
+                            ? std::max(1.0, std::floor(delta[j]))
+                            : delta[j];
       lo = std::max(lo, x[j] - dj);
       up = std::min(up, x[j] + dj);
     }
@@ -381,6 +394,7 @@ bool Loop::linearise(std::string &err) {
     const SlpNonlinearRow &r = M.nonlinearRows()[k];
     double v;
     if (!M.rowGradient(k, x.data(), v, lin.grad[k], ws, err)) return false;
+    if (!moved_ && !S.dfs.empty()) applyRowEstimates(S, r, lin.grad[k]);
     double gx = 0;
     for (size_t q = 0; q < r.cols.size(); ++q) gx += lin.grad[k][q] * x[r.cols[q]];
     rowval[k] = v;
@@ -444,7 +458,7 @@ void Loop::balanceLinearColumns() {
   std::vector<double> a;
   std::string err;
   for (int j = 0; j < n; ++j) {
-    if (rowsOf[j] != 1 || nlc[j] || coefIn[j] == 0.0) continue;
+    if (rowsOf[j] != 1 || nlc[j] || coefIn[j] == 0.0 || !adaptiveStep(S, j)) continue;
     const int i = onlyRow[j];
     if (M.nonlinearIndex(i) < 0) continue;
     // The objective's transfer column is registered with a value of 0 that means nothing.
@@ -697,21 +711,20 @@ SlpOutcome Loop::run() {
     }
     std::vector<double> xh = sub.x();
     std::vector<double> d(n);
-    double stepRel = 0.0, stepMax = 0.0;
+    double stepMax = 0.0;
     auto measureStep = [&] {
-      stepRel = stepMax = 0.0;
+      stepMax = 0.0;
       for (int j = 0; j < n; ++j) {
         d[j] = xh[j] - x[j];
-        stepRel = std::max(stepRel, std::fabs(d[j]) / std::max(1.0, std::fabs(x[j])));
         stepMax = std::max(stepMax, std::fabs(d[j]));
       }
     };
     measureStep();
     // The model's merit at the step: linearised objective and rows.
     double modelF = f;
+    // The gradient at x: the linearisation's cost with the Hessian's share put back.
+    std::vector<double> g = lin.cost;
     {
-      // The gradient at x: the linearisation's cost with the Hessian's share put back.
-      std::vector<double> g = lin.cost;
       for (const auto &[cr, v] : lin.hessian) {
         const int c = cr.first, r = cr.second;
         g[c] += v * x[r];
@@ -744,6 +757,7 @@ SlpOutcome Loop::run() {
         std::any_of(sub.elastic().begin(), sub.elastic().end(),
                     [&](double e) { return e > S.feas_tol; });
     if (sub.hasDuals()) y_ = sub.rowDuals();
+    recordPenalties(M, sub.elastic(), S.feas_tol, detail_);
 
     if (predicted <= 1e-12 * scale) {
       // The linearisation promises nothing: a stationary point of the merit function.
@@ -785,6 +799,9 @@ SlpOutcome Loop::run() {
       accepted = ratio >= 0.1 || (exactModel && actual >= -1e-9 * scale);
       why = (accepted ? "accepted" : "rejected") + why;
       if (accepted) {
+        stepsDone_ = judgeSteps(M, S, x, d, f, g, rowval, lin.grad, nlc, delta, conv_);
+        lastStep_ = d;
+        moved_ = true;
         if (useHessian && sub.hasDuals()) {
           std::vector<double> g0, g1;
           if (lagrangianGradient(x, y_, g0) && lagrangianGradient(xh, y_, g1)) {
@@ -798,11 +815,13 @@ SlpOutcome Loop::run() {
         }
         if (ratio > 0.75)
           for (int j : hcols)
-            if (std::fabs(d[j]) >= 0.99 * delta[j])
+            if (adaptiveStep(S, j) && std::fabs(d[j]) >= 0.99 * delta[j])
               delta[j] = std::min(delta[j] * S.expand, S.max_step);
         // A step cut short by its bound says nothing about being close.
         bool interior = true;
-        for (int j : hcols) interior = interior && std::fabs(d[j]) < 0.99 * delta[j];
+        for (int j : hcols)
+          interior = interior && (deltaType(S, j) == NSLP_DELTA_FROZEN ||
+                                  std::fabs(d[j]) < 0.99 * delta[j]);
         const double df = std::fabs(fh - f);
         const bool small = interior && (df <= S.obj_abs_tol ||
                                         df <= S.obj_rel_tol * std::max(1.0, std::fabs(fh)));
@@ -817,8 +836,9 @@ SlpOutcome Loop::run() {
     if (!accepted) {
       smallChanges = 0;
       for (int j : hcols)
-        delta[j] = std::max(S.min_step, S.shrink * std::min(delta[j], std::max(std::fabs(d[j]),
-                                                                               S.min_step)));
+        if (adaptiveStep(S, j))
+          delta[j] = std::max(S.min_step, S.shrink * std::min(delta[j], std::max(std::fabs(d[j]),
+                                                                                 S.min_step)));
     }
     const double infeas = infeasibility(act);
     if (elasticActive && infeas > S.feas_tol && mu < S.penalty_max) {
@@ -832,7 +852,7 @@ SlpOutcome Loop::run() {
     if (hooks.iterationEnd) hooks.iterationEnd(hooks.data, it, accepted);
 
     if (accepted && infeas <= S.feas_tol &&
-        (exactModel || stepRel <= S.step_tol ||
+        (exactModel || stepsDone_ ||
          (!y_.empty() && stationarity(y_) <= (smallChanges >= 2 ? kLooseStationarity : 1.0) *
                                                   S.opt_tol))) {
       converged = true;
@@ -860,6 +880,12 @@ SlpOutcome Loop::run() {
   }
   out.have_point = true;
   out.x = x;
+  out.detail = std::move(detail_);
+  out.detail.step = lastStep_.empty() ? std::vector<double>(n, 0.0) : lastStep_;
+  out.detail.step_bound.assign(n, 0.0);
+  for (int j = 0; j < n; ++j)
+    if (nlc[j] || !adaptiveStep(S, j)) out.detail.step_bound[j] = delta[j];
+  out.converged = conv_.empty() ? std::vector<int>(n, NSLP_CONVERGED_NO) : conv_;
   out.objective = M.sense() * f;
   out.slack.resize(M.rows());
   for (int i = 0; i < M.rows(); ++i) out.slack[i] = m.rhs[i] - act[i];

@@ -7,7 +7,9 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "nslp/slp_model.h"
@@ -41,6 +43,13 @@ struct SlpSettings {
   std::vector<char> transfer_row; // per row: holds the objective through a transfer column
   std::vector<double> col_step;   // per column initial step bound; 0 or absent: init_step
   std::vector<double> row_weight; // per row penalty weight; absent: 1
+  // Per column, absent: default (slp_tolsets.h): step type and its value, tolerance set (0
+  // none); the sets; derivative estimates by (col, row), row -1 the objective.
+  std::vector<int> delta_type;
+  std::vector<double> delta_value;
+  std::vector<int> col_tolset;
+  std::vector<SlpTolset> tolsets;
+  std::map<std::pair<int, int>, double> dfs;
 };
 
 // Points where a caller can act on the running solve; any may be null. iterationEnd gets
@@ -62,6 +71,8 @@ struct SlpOutcome {
   double penalty = 0.0;    // the penalty at the end
   bool have_point = false, have_duals = false;
   std::vector<double> x, slack, duals, djs;  // duals and djs in the user's sense
+  SlpSolveDetail detail;       // empty when the solve did not run the loop
+  std::vector<int> converged;  // per column NSLP_CONVERGED_..., as detail
   std::string error;       // why the solve could not run at all (then have_point is false)
 };
 

@@ -10,6 +10,7 @@
 #include "core/entry.h"
 #include "core/environment.h"
 #include "core/text.h"
+#include "nslp/slp_tolsets.h"
 
 namespace nvrl {
 
@@ -107,6 +108,8 @@ bool SlpDeletionFollower::prepareDeletion(const std::vector<int> *rowmap,
     }
   };
   next->userfuncs = data.userfuncs;
+  next->tolsets = data.tolsets;
+  next->dfs = renumberEstimates(data.dfs, rowmap, colmap);
   compact(next->columns, data.columns, colmap);
   compact(next->rowstatus, data.rowstatus, rowmap);
   compact(next->rowweight, data.rowweight, rowmap);
@@ -128,6 +131,7 @@ void SlpDeletionFollower::commitDeletion() noexcept {
   state.slack.clear();
   state.duals.clear();
   state.djs.clear();
+  state.detail = SlpSolveDetail();
 }
 
 }  // namespace nvrl

@@ -3,11 +3,14 @@
 // message callback, last error, solve state and nonlinear coefficients.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/problem.h"
@@ -47,6 +50,14 @@ struct SlpColumn {
   int history = 0;            // kept for the caller (NSLPchgvar/NSLPgetvar)
   int converged = 0;          // kept for the caller
   int seqnum = 0;             // kept for the caller (NSLPloadvars/NSLPaddvars)
+  int delta_type = 0;         // NSLP_DELTA_... (NSLPchgdeltatype)
+  double delta_value = 0.0;
+};
+
+// A tolerance set: bit k of status makes tol[k] an active convergence test.
+struct SlpTolset {
+  int status = 0;
+  std::array<double, NSLP_TOLSET_SIZE> tol{};
 };
 
 // The nonlinear data of a problem. Coefficients are appended by the nonlinear modelling
@@ -61,8 +72,19 @@ struct SlpData {
   std::vector<double> rowweight;
   UserFunctionTable userfuncs;
   std::vector<std::string> strings;  // NSLPsetstring; index k is strings[k - 1]
+  std::vector<SlpTolset> tolsets;    // set k is tolsets[k - 1]
+  std::map<std::pair<int, int>, double> dfs;  // derivative estimates by (col, row)
 
   int nonlinearRows() const;
+};
+
+// What the last solve saw of each column and row (empty before a solve): the last accepted
+// step and the final step bound of each column, and per row how often and how far its
+// penalty columns were used.
+struct SlpSolveDetail {
+  std::vector<double> step, step_bound;
+  std::vector<int> penalty_iterations;
+  std::vector<double> penalty_max, penalty_total;
 };
 
 // Answers and state of the nonlinear solver.
@@ -78,6 +100,7 @@ struct SlpState {
   // The point of the last solve (its best when it stopped early), rhs - activity per row,
   // and the multipliers of its last subproblem; empty before a solve.
   std::vector<double> x, slack, duals, djs;
+  SlpSolveDetail detail;  // per row and column, for the item queries
 };
 
 }  // namespace nvrl

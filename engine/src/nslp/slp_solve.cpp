@@ -12,6 +12,7 @@
 #include "nslp/slp_cutting_planes.h"
 #include "nslp/slp_loop.h"
 #include "nslp/slp_problem.h"
+#include "nslp/slp_tolsets.h"
 #include "solve/collect_answers.h"
 #include "solve/convexity.h"
 #include "solve/interrupts.h"
@@ -272,6 +273,7 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   for (size_t i = 0; i < s->data.rowstatus.size() && i < st.transfer_row.size(); ++i)
     st.transfer_row[i] = (s->data.rowstatus[i] & kObjectiveTransferRow) != 0;
   if (s->state.fixed_penalty > 0) st.penalty = s->state.fixed_penalty;
+  addColumnRules(s->data, m.cols(), st);
 
   std::unique_ptr<SlpModel> built;
   try {
@@ -305,6 +307,7 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   state.slack = out.slack;
   state.duals = out.duals;
   state.djs = out.djs;
+  keepSolveDetail(s, out);
   if (st.log_level > 0) {
     const double secs =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
