@@ -150,6 +150,8 @@ struct DataSet {
   std::string file, kind;
 };
 
+std::ostream &operator<<(std::ostream &os, const DataSet &d) { return os << d.file; }
+
 std::vector<DataSet> dataSets() {
   std::vector<DataSet> sets;
   std::ifstream in(dataFile("optima.csv"));
@@ -245,14 +247,14 @@ TEST_F(SnapshotTest, SaveUsesTheProblemNameAndRestoreFindsIt) {
   ASSERT_NE(nullptr, getcwd(cwd, sizeof cwd));
   ASSERT_EQ(0, chdir(dir.c_str()));
   const int saved = NVRLsave(prob);
-  const bool written = std::filesystem::exists(dir / "afiro.svf");
-  const int restored = NVRLrestore(other, "afiro", "");
+  const bool written = std::filesystem::exists(dir / "AFIRO.svf");
+  const int restored = NVRLrestore(other, "AFIRO", "");
   const std::string err = lastError(other);
   ASSERT_EQ(0, chdir(cwd));
   EXPECT_EQ(0, saved) << lastError();
   EXPECT_TRUE(written);
   EXPECT_EQ(0, restored) << err;
-  EXPECT_EQ("afiro", other->model.name);
+  EXPECT_EQ("AFIRO", other->model.name);
   EXPECT_EQ(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE), dblAttr(other, NVRL_ATTR_LP_OBJECTIVE));
 }
 

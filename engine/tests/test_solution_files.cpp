@@ -46,7 +46,7 @@ TEST_P(SolutionFileFlags, ReadsBackBitForBit) {
   const std::string file = path("afiro.slx");
   ASSERT_EQ(0, NVRLwriteslxsol(prob, file.c_str(), flags.c_str())) << lastError();
   const std::string text = readText(file);
-  EXPECT_EQ(0u, text.find("* nuvrel solution\nNAME afiro\nOBJECTIVE -464.7531428571")) << text;
+  EXPECT_EQ(0u, text.find("* nuvrel solution\nNAME AFIRO\nOBJECTIVE -464.7531428571")) << text;
   const nvrl::solfile::Values v = nvrl::solfile::parse(prob, text);
   const nvrl::SolveState &s = prob->sol;
   EXPECT_TRUE(sameBits(v.x, s.x));

@@ -13,6 +13,11 @@
 
 #include "core/problem.h"
 
+// The engine's tests forge and inspect snapshots with these.
+#ifndef NVRL_INTERNAL_API
+#define NVRL_INTERNAL_API __attribute__((visibility("default")))
+#endif
+
 namespace nvrl::snap {
 
 // A file that cannot be read as a snapshot; the message says why (without the file name).
@@ -21,7 +26,7 @@ struct SnapshotError : std::runtime_error {
 };
 
 // Little-endian bytes, doubles as their exact bit patterns.
-class Writer {
+class NVRL_INTERNAL_API Writer {
  public:
   void u8(uint8_t v) { out_.push_back(static_cast<char>(v)); }
   void u32(uint32_t v);
@@ -44,7 +49,7 @@ class Writer {
   std::string out_;
 };
 
-class Reader {
+class NVRL_INTERNAL_API Reader {
  public:
   explicit Reader(std::string_view in) : in_(in) {}
   uint8_t u8();
@@ -81,41 +86,41 @@ enum class Kind : uint32_t { Optimiser = 1, Nonlinear = 2 };
 constexpr uint32_t kFormatVersion = 1;
 
 // The whole file: header (magic, version, kind, payload length), payload, checksum.
-std::string wrap(Kind kind, std::string_view payload);
+NVRL_INTERNAL_API std::string wrap(Kind kind, std::string_view payload);
 // The payload of a file's bytes after checking the header, the length and the checksum;
 // throws SnapshotError (a foreign or truncated file, another kind, a newer version).
-std::string_view unwrap(std::string_view file, Kind expected);
+NVRL_INTERNAL_API std::string_view unwrap(std::string_view file, Kind expected);
 
 // The optimiser problem's parts. Readers take what the file has already given (the model
 // for the answers) to check sizes and indices.
-void writeModel(Writer &w, const Model &m);
-Model readModel(Reader &r);
-void writeSolveState(Writer &w, const SolveState &s);
-SolveState readSolveState(Reader &r, const Model &m);
+NVRL_INTERNAL_API void writeModel(Writer &w, const Model &m);
+NVRL_INTERNAL_API Model readModel(Reader &r);
+NVRL_INTERNAL_API void writeSolveState(Writer &w, const SolveState &s);
+NVRL_INTERNAL_API SolveState readSolveState(Reader &r, const Model &m);
 // Controls by name, so that a snapshot stays readable when ids are added. Names this build
 // does not know are skipped and listed in *skipped; a known control with a value it refuses
 // makes the file corrupt.
-void writeControls(Writer &w, const ControlValues &c);
-ControlValues readControls(Reader &r, bool nonlinear, std::vector<std::string> *skipped);
+NVRL_INTERNAL_API void writeControls(Writer &w, const ControlValues &c);
+NVRL_INTERNAL_API ControlValues readControls(Reader &r, bool nonlinear, std::vector<std::string> *skipped);
 
 // Model, answers and controls of an optimiser problem, as one record each.
-void writeProblem(Writer &w, const Model &m, const SolveState &s, const ControlValues &c);
+NVRL_INTERNAL_API void writeProblem(Writer &w, const Model &m, const SolveState &s, const ControlValues &c);
 struct ProblemImage {
   Model model;
   SolveState sol;
   ControlValues controls;
   std::vector<std::string> skipped_controls;
 };
-ProblemImage readProblem(Reader &r);
+NVRL_INTERNAL_API ProblemImage readProblem(Reader &r);
 
 // Files: written to a temporary name beside the target and renamed, so that a failed save
 // leaves any earlier file intact. Throw SnapshotError with a message naming the file.
-void writeFileReplacing(const std::string &path, const std::string &bytes);
-std::string readFileBytes(const std::string &path);
+NVRL_INTERNAL_API void writeFileReplacing(const std::string &path, const std::string &bytes);
+NVRL_INTERNAL_API std::string readFileBytes(const std::string &path);
 // The file NVRLrestore/NSLPrestore read for a name: "<name>.svf", or the name itself when no
 // such file exists and the name names a file.
-std::string restorePath(const std::string &name);
+NVRL_INTERNAL_API std::string restorePath(const std::string &name);
 // The file a save writes: "<name>.svf" for a problem name, "problem.svf" when it is empty.
-std::string savePath(const std::string &probname);
+NVRL_INTERNAL_API std::string savePath(const std::string &probname);
 
 }  // namespace nvrl::snap

@@ -170,7 +170,7 @@ Values parse(nvrl_problem_s *p, const std::string &text) {
         }
       } else if (key == "COLUMNS" || key == "ROWS") {
         const bool cols = key == "COLUMNS";
-        if ((cols && section != None) || (!cols && section == Rows))
+        if (section != (cols ? None : Columns))
           fault(line, key + " is out of place (COLUMNS, then ROWS, each once)");
         section = cols ? Columns : Rows;
         fields.clear();

@@ -9,6 +9,10 @@
 
 #include "core/problem.h"
 
+#ifndef NVRL_INTERNAL_API
+#define NVRL_INTERNAL_API __attribute__((visibility("default")))
+#endif
+
 namespace nvrl::solfile {
 
 // What a writer puts in the file; null vectors are left out.
@@ -25,7 +29,7 @@ struct WriteFlags {
 };
 bool parseWriteFlags(const char *fn, const char *flags, WriteFlags &out, std::string &err);
 
-std::string format(const Model &m, const Contents &c);
+NVRL_INTERNAL_API std::string format(const Model &m, const Contents &c);
 
 // A solution file read back against a model: values by the model's column and row order;
 // a vector is empty when the file does not give that field for every item.
@@ -39,6 +43,6 @@ struct ParseError : std::runtime_error {
 };
 // Reads the text against p's names (user names, then default names). Throws ParseError with
 // "line N: ..." for a fault.
-Values parse(nvrl_problem_s *p, const std::string &text);
+NVRL_INTERNAL_API Values parse(nvrl_problem_s *p, const std::string &text);
 
 }  // namespace nvrl::solfile
