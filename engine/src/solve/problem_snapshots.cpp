@@ -1,7 +1,6 @@
 // NVRLsave, NVRLsaveas and NVRLrestore: the problem's store, controls and last answers as a
 // binary snapshot (lp_data/snapshot.h). A restore builds everything aside, the HiGHS session
 // with the saved basis included, and swaps it in only once the whole file has been accepted.
-#include <cstring>
 #include <memory>
 #include <string>
 
