@@ -176,35 +176,57 @@ SlpData readSlpData(Reader &r, const Model &m) {
   return d;
 }
 
+// SlpState is written as fields too, with the same rules as SlpData.
+enum SlpStateField : uint32_t { kStatus = 1, kAnswers = 2 };
+
 void writeSlpState(Writer &w, const SlpState &s) {
-  w.i32(s.constant_col);
-  w.i32(s.statebits);
-  w.i32(s.nlpstatus);
-  w.i32(s.stopstatus);
-  w.i32(s.iterations);
-  w.f64(s.objval);
-  w.f64(s.last_penalty);
-  w.f64(s.fixed_penalty);
-  w.dbls(s.x);
-  w.dbls(s.slack);
-  w.dbls(s.duals);
-  w.dbls(s.djs);
+  w.record(kStatus, [&](Writer &x) {
+    x.i32(s.constant_col);
+    x.i32(s.statebits);
+    x.i32(s.nlpstatus);
+    x.i32(s.stopstatus);
+    x.i32(s.iterations);
+    x.f64(s.objval);
+    x.f64(s.last_penalty);
+    x.f64(s.fixed_penalty);
+  });
+  w.record(kAnswers, [&](Writer &x) {
+    x.dbls(s.x);
+    x.dbls(s.slack);
+    x.dbls(s.duals);
+    x.dbls(s.djs);
+  });
 }
 
 SlpState readSlpState(Reader &r, const Model &m) {
   SlpState s;
-  s.constant_col = r.i32();
-  s.statebits = r.i32();
-  s.nlpstatus = r.i32();
-  s.stopstatus = r.i32();
-  s.iterations = r.i32();
-  s.objval = r.f64();
-  s.last_penalty = r.f64();
-  s.fixed_penalty = r.f64();
-  s.x = r.dbls();
-  s.slack = r.dbls();
-  s.duals = r.dbls();
-  s.djs = r.dbls();
+  while (!r.atEnd()) {
+    const uint32_t tag = r.peekTag();
+    switch (tag) {
+      case kStatus:
+        r.record(tag, "nonlinear status", [&](Reader &x) {
+          s.constant_col = x.i32();
+          s.statebits = x.i32();
+          s.nlpstatus = x.i32();
+          s.stopstatus = x.i32();
+          s.iterations = x.i32();
+          s.objval = x.f64();
+          s.last_penalty = x.f64();
+          s.fixed_penalty = x.f64();
+        });
+        break;
+      case kAnswers:
+        r.record(tag, "nonlinear answers", [&](Reader &x) {
+          s.x = x.dbls();
+          s.slack = x.dbls();
+          s.duals = x.dbls();
+          s.djs = x.dbls();
+        });
+        break;
+      default:
+        corrupt(format("unknown nonlinear answer field %u (written by a newer library?)", tag));
+    }
+  }
   const size_t nc = m.cols(), nr = m.rows();
   // NSLPgetslpsol checks these sizes itself; only sizes no problem has are refused here.
   if ((!s.x.empty() && s.x.size() != nc) || (!s.djs.empty() && s.djs.size() != nc) ||
