@@ -873,6 +873,42 @@ NVRL_API int NVRLreadprob(NVRLprob prob, const char *filename, const char *flags
 NVRL_API int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags);
 
 /* ----- Problem snapshots and solution files ----- */
+/* Snapshots are binary files (docs/file-formats.md) holding everything the problem holds: the
+ * model, the controls, and the answers and basis of the last solve, so that after a restore
+ * the attributes, NVRLgetlpsol, NVRLgetmipsol and NVRLgetbasis answer as before the save and
+ * the next solve starts from the saved basis. Values are kept bit for bit. */
+
+/* Writes a snapshot of the problem to filename (used as given; an existing file is replaced
+ * only once the new one has been written completely). Fails on a null or empty filename or a
+ * file that cannot be written. The problem is not changed. */
+NVRL_API int NVRLsaveas(NVRLprob prob, const char *filename);
+/* NVRLsaveas to "<problem name>.svf" in the working directory ("problem.svf" when the problem
+ * has no name). */
+NVRL_API int NVRLsave(NVRLprob prob);
+/* Replaces the problem's model, controls and answers by those of the snapshot
+ * "<probname>.svf", or of the file probname itself when that does not exist and probname
+ * does; a null or empty probname means the problem's own name. flags (null or ""): 'c' keeps
+ * the problem's current controls, 'n' leaves out the saved answers (as after a model change).
+ * Controls this library does not know are skipped with a warning log line. A nonlinear
+ * problem stacked on prob keeps its data (NSLPrestore restores both). Fails, changing nothing,
+ * on an unknown flag, a file that cannot be read, is not a snapshot, is truncated or
+ * corrupt, was written by a newer format, or holds a nonlinear problem. */
+NVRL_API int NVRLrestore(NVRLprob prob, const char *probname, const char *flags);
+/* Writes the last solve's solution as a solution file (docs/file-formats.md): the problem's
+ * name, the objective and each column's value; flags add 's' row slacks, 'd' row duals and
+ * 'r' reduced costs. Values are written with 17 significant digits. Fails on a null or empty
+ * filename, an unknown flag, no solution (or, for 'd' and 'r', no dual solution), or a file
+ * that cannot be written. */
+NVRL_API int NVRLwriteslxsol(NVRLprob prob, const char *filename, const char *flags);
+/* Reads a solution file as the starting point of the next solve (as NVRLloadlpsol does; a
+ * MIP solve takes it as its first incumbent when it is feasible). Columns and rows are
+ * matched by name; columns the file leaves out start at the point of their bounds nearest to
+ * 0; row slacks and duals, and reduced costs, are used only when the file gives them for
+ * every row or column. flags: 'x' uses the column values only. The answers of the last solve
+ * are not changed. Fails, changing nothing, on a null or empty filename, an unknown flag, a
+ * file that cannot be read, or a fault in it (the message names the line: unknown or repeated
+ * name, a value that is not a finite number, a missing END). */
+NVRL_API int NVRLreadslxsol(NVRLprob prob, const char *filename, const char *flags);
 
 /* ===== Optimisation ==================================================================== */
 /* Answers of a solve stay until the next solve or model change. Solves that stop early or
@@ -1369,6 +1405,24 @@ NVRL_API int NSLPreadprob(NSLPprob slp, const char *filename, const char *flags)
  * back in formulas, or a file that cannot be written (recorded on the optimiser problem too
  * for the last two). Neither problem is changed. */
 NVRL_API int NSLPwriteprob(NSLPprob slp, const char *filename, const char *flags);
+/* Writes a snapshot of the nonlinear problem and the optimiser problem beneath it: what
+ * NVRLsaveas writes, plus the nonlinear data (coefficients, per-column and per-row settings,
+ * strings, user functions by name and calling convention), the nonlinear controls and the
+ * last nonlinear answers. User function addresses and objects are not saved: after a restore
+ * set them again (NSLPchguserfuncaddress, NSLPsetuserfuncobject). Fails on a null or empty
+ * filename or a file that cannot be written. Neither problem is changed. */
+NVRL_API int NSLPsaveas(NSLPprob slp, const char *filename);
+/* NSLPsaveas to "<problem name>.svf" ("problem.svf" when the problem has no name). */
+NVRL_API int NSLPsave(NSLPprob slp);
+/* Restores both problems from a snapshot written by NSLPsaveas or NSLPsave, found as
+ * NVRLrestore finds it; the optimiser problem's controls are restored too. Fails, changing
+ * neither problem, as NVRLrestore does, and on a snapshot without nonlinear data. */
+NVRL_API int NSLPrestore(NSLPprob slp, const char *probname);
+/* Writes the last nonlinear solve's point as a solution file (the format of NVRLwriteslxsol,
+ * with NSLP_ATTR_OBJECTIVE as the objective); flags as for NVRLwriteslxsol. Fails on a null
+ * or empty filename, an unknown flag, no point (or, for 'd' and 'r', no multipliers), or a
+ * file that cannot be written. */
+NVRL_API int NSLPwriteslxsol(NSLPprob slp, const char *filename, const char *flags);
 
 #ifdef __cplusplus
 }

@@ -120,7 +120,7 @@ void loadSmallLp(NVRLprob p) {
 
 void makeIntegral(NVRLprob p) { ASSERT_EQ(NVRLchgcoltype(p, 2, ints(0, 1), chars('I', 'I')), 0); }
 
-std::string g_mps, g_lp, g_written;
+std::string g_mps, g_lp, g_written, g_svf, g_slx;
 
 // One entry point under test: `prepare` builds the problem the call starts from (outside
 // any injection), `call` is what runs with allocations failing, `after` checks a problem
@@ -148,6 +148,8 @@ class AllocFailure : public StoreTest, public ::testing::WithParamInterface<Case
     g_mps = stem + "_small.mps";
     g_lp = stem + "_small.lp";
     g_written = stem + "_written.lp";
+    g_svf = stem + "_saved.svf";
+    g_slx = stem + "_solution.slx";
     ASSERT_EQ(NVRLwriteprob(p, g_mps.c_str(), ""), 0);
     ASSERT_EQ(NVRLwriteprob(p, g_lp.c_str(), "l"), 0);
     NVRLdestroyprob(p);
@@ -157,6 +159,8 @@ class AllocFailure : public StoreTest, public ::testing::WithParamInterface<Case
     std::remove(g_mps.c_str());
     std::remove(g_lp.c_str());
     std::remove(g_written.c_str());
+    std::remove(g_svf.c_str());
+    std::remove(g_slx.c_str());
   }
 
   void TearDown() override {
@@ -327,6 +331,22 @@ std::vector<Case> cases() {
          int status = -1;
          return NVRLloadlpsol(t.prob, dbls(1, 1), dbls(1, 2), nullptr, nullptr, &status);
        },
+       lpAfter},
+      {"restore", "NVRLrestore",  // the rich model over the small one
+       [](AllocFailure &t) {
+         rich(t);
+         ASSERT_EQ(NVRLsaveas(t.prob, g_svf.c_str()), 0) << lastError(t.prob);
+         small(t);
+       },
+       [](AllocFailure &t) { return NVRLrestore(t.prob, g_svf.c_str(), ""); },
+       nullptr},
+      {"readslxsol", "NVRLreadslxsol",
+       [](AllocFailure &t) {
+         small(t);
+         ASSERT_EQ(NVRLlpoptimize(t.prob, ""), 0);
+         ASSERT_EQ(NVRLwriteslxsol(t.prob, g_slx.c_str(), "sdr"), 0);
+       },
+       [](AllocFailure &t) { return NVRLreadslxsol(t.prob, g_slx.c_str(), ""); },
        lpAfter},
       {"lpoptimize", "NVRLlpoptimize", small,
        [](AllocFailure &t) { return NVRLlpoptimize(t.prob, ""); }, lpAfter},

@@ -48,6 +48,12 @@ class NVRL_INTERNAL_API UserFunctionTable {
     funcs_ = o.funcs_;
     return *this;
   }
+  // Moves too keep the owner, and cannot throw: a restore commits a table by moving it.
+  UserFunctionTable(UserFunctionTable &&o) noexcept : funcs_(std::move(o.funcs_)) {}
+  UserFunctionTable &operator=(UserFunctionTable &&o) noexcept {
+    funcs_ = std::move(o.funcs_);
+    return *this;
+  }
   void setOwner(NSLPprob owner) { owner_ = owner; }
 
   // Registers a function and returns its index.

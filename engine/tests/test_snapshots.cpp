@@ -1,0 +1,476 @@
+// Problem snapshots (NVRLsave, NVRLsaveas, NVRLrestore): solved data sets come back with the
+// same attributes and answers in another problem, every kind of model data survives, and
+// damaged or foreign files are refused without touching the problem.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "core/registry.h"
+#include "lp_data/snapshot.h"
+#include "test_io_support.h"
+
+namespace {
+
+using iotest::dataFile;
+namespace snap = nvrl::snap;
+
+std::string readBytes(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+void writeBytes(const std::string &path, const std::string &bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+}
+
+// Every attribute of the optimiser, read through the C API, as text (bit-exact for doubles).
+std::map<std::string, std::string> attributes(NVRLprob p) {
+  std::map<std::string, std::string> out;
+  for (const nvrl::ParamInfo &info : nvrl::paramTable()) {
+    if (info.isControl() || info.isNonlinear()) continue;
+    std::ostringstream v;
+    if (info.isIntegral()) {
+      NVRLint64 i = 0;
+      v << NVRLgetintattrib64(p, info.id, &i) << ':' << i;
+    } else if (info.type == nvrl::ParamType::Double) {
+      double d = 0;
+      uint64_t bits = 0;
+      v << NVRLgetdblattrib(p, info.id, &d);
+      std::memcpy(&bits, &d, sizeof bits);
+      v << ':' << bits;
+    } else {
+      char s[NVRL_MAXNAMELEN + 1] = {};
+      v << NVRLgetstrattrib(p, info.id, s) << ':' << s;
+    }
+    out[info.name] = v.str();
+  }
+  return out;
+}
+
+// The answers as the query functions give them: return codes and values.
+struct Answers {
+  int lp_rc, mip_rc, basis_rc, unb_rc, pray_rc, dray_rc;
+  std::vector<double> x, slack, duals, djs, mx, mslack, pray, dray;
+  std::vector<int> rowstat, colstat;
+  int unb = -2, has_pray = -1, has_dray = -1;
+};
+
+Answers answers(NVRLprob p) {
+  const int n = p->model.cols(), m = p->model.rows();
+  Answers a;
+  a.x.resize(n), a.djs.resize(n), a.mx.resize(n), a.colstat.resize(n), a.pray.resize(n);
+  a.slack.resize(m), a.duals.resize(m), a.mslack.resize(m), a.rowstat.resize(m), a.dray.resize(m);
+  a.lp_rc = NVRLgetlpsol(p, a.x.data(), a.slack.data(), a.duals.data(), a.djs.data());
+  a.mip_rc = NVRLgetmipsol(p, a.mx.data(), a.mslack.data());
+  a.basis_rc = NVRLgetbasis(p, a.rowstat.data(), a.colstat.data());
+  a.unb_rc = NVRLgetunbvec(p, &a.unb);
+  a.pray_rc = NVRLgetprimalray(p, a.pray.data(), &a.has_pray);
+  a.dray_rc = NVRLgetdualray(p, a.dray.data(), &a.has_dray);
+  return a;
+}
+
+void expectSameAnswers(const Answers &a, const Answers &b) {
+  EXPECT_EQ(a.lp_rc, b.lp_rc);
+  EXPECT_EQ(a.mip_rc, b.mip_rc);
+  EXPECT_EQ(a.basis_rc, b.basis_rc);
+  EXPECT_EQ(a.unb_rc, b.unb_rc);
+  EXPECT_EQ(a.unb, b.unb);
+  EXPECT_EQ(a.has_pray, b.has_pray);
+  EXPECT_EQ(a.has_dray, b.has_dray);
+  for (auto [u, v] : {std::pair(&a.x, &b.x), {&a.slack, &b.slack}, {&a.duals, &b.duals},
+                      {&a.djs, &b.djs}, {&a.mx, &b.mx}, {&a.mslack, &b.mslack},
+                      {&a.pray, &b.pray}, {&a.dray, &b.dray}})
+    EXPECT_TRUE(sameBits(*u, *v));
+  EXPECT_EQ(a.rowstat, b.rowstat);
+  EXPECT_EQ(a.colstat, b.colstat);
+}
+
+// What expectSameModel leaves out: general and piecewise-linear constraints, the order of
+// entries within rows and names as stored (empty or not).
+void expectIdenticalModel(const nvrl::Model &a, const nvrl::Model &b) {
+  iotest::expectSameModel(a, b);
+  EXPECT_EQ(a.A.start, b.A.start);
+  EXPECT_EQ(a.A.col, b.A.col);
+  EXPECT_TRUE(sameBits(a.A.val, b.A.val));
+  EXPECT_EQ(a.rownames, b.rownames);
+  EXPECT_EQ(a.colnames, b.colnames);
+  EXPECT_EQ(a.setnames, b.setnames);
+  ASSERT_EQ(a.gencons.size(), b.gencons.size());
+  for (size_t k = 0; k < a.gencons.size(); ++k) {
+    EXPECT_EQ(a.gencons[k].type, b.gencons[k].type);
+    EXPECT_EQ(a.gencons[k].resultant, b.gencons[k].resultant);
+    EXPECT_EQ(a.gencons[k].cols, b.gencons[k].cols);
+    EXPECT_EQ(a.gencons[k].vals, b.gencons[k].vals);
+  }
+  ASSERT_EQ(a.pwlcons.size(), b.pwlcons.size());
+  for (size_t k = 0; k < a.pwlcons.size(); ++k) {
+    EXPECT_EQ(a.pwlcons[k].col, b.pwlcons[k].col);
+    EXPECT_EQ(a.pwlcons[k].resultant, b.pwlcons[k].resultant);
+    EXPECT_EQ(a.pwlcons[k].x, b.pwlcons[k].x);
+    EXPECT_EQ(a.pwlcons[k].y, b.pwlcons[k].y);
+  }
+}
+
+class SnapshotTest : public iotest::FileTest {
+ protected:
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(FileTest::SetUp());
+    NVRLsetintcontrol(prob, NVRL_CTRL_LOG_LEVEL, 0);
+    ASSERT_EQ(0, NVRLcreateprob(&other));
+  }
+  void TearDown() override {
+    NVRLdestroyprob(other);
+    FileTest::TearDown();
+  }
+  void solveAfiro() {
+    ASSERT_EQ(0, NVRLreadprob(prob, dataFile("afiro.mps").c_str(), "")) << lastError();
+    ASSERT_EQ(0, NVRLlpoptimize(prob, "")) << lastError();
+  }
+  static double dblCtl(NVRLprob p, int id) {
+    double v = -1;
+    EXPECT_EQ(0, NVRLgetdblcontrol(p, id, &v));
+    return v;
+  }
+  NVRLprob other = nullptr;
+};
+
+// ----- Round trips of the data sets ------------------------------------------------------
+
+struct DataSet {
+  std::string file, kind;
+};
+
+std::ostream &operator<<(std::ostream &os, const DataSet &d) { return os << d.file; }
+
+std::vector<DataSet> dataSets() {
+  std::vector<DataSet> sets;
+  std::ifstream in(dataFile("optima.csv"));
+  std::string line;
+  std::getline(in, line);  // header
+  while (std::getline(in, line)) {
+    std::istringstream f(line);
+    DataSet d;
+    std::getline(f, d.file, ',');
+    std::getline(f, d.kind, ',');
+    if (d.file.size() > 4 && d.file.substr(d.file.size() - 4) == ".mps") sets.push_back(d);
+  }
+  return sets;
+}
+
+class SnapshotDataSet : public SnapshotTest, public ::testing::WithParamInterface<DataSet> {};
+
+TEST_P(SnapshotDataSet, RestoredProblemAnswersAsTheSolvedOne) {
+  const DataSet &d = GetParam();
+  ASSERT_EQ(0, NVRLreadprob(prob, dataFile(d.file).c_str(), "")) << lastError();
+  NVRLsetdblcontrol(prob, NVRL_CTRL_MIPTOL, 1e-7);
+  NVRLsetstrcontrol(prob, NVRL_CTRL_MPS_RHS_NAME, "rhs set");
+  const int rc = d.kind == "mip" ? NVRLmipoptimize(prob, "") : NVRLlpoptimize(prob, "");
+  const auto attrsBefore = attributes(prob);
+  const Answers before = answers(prob);
+  const std::string file = path("saved.svf");
+  ASSERT_EQ(0, NVRLsaveas(prob, file.c_str())) << lastError();
+
+  NVRLsetintcontrol(other, NVRL_CTRL_LOG_LEVEL, 0);
+  ASSERT_EQ(0, NVRLrestore(other, path("saved").c_str(), "")) << lastError(other);
+  expectIdenticalModel(prob->model, other->model);
+  EXPECT_EQ(attributes(other), attrsBefore);
+  expectSameAnswers(before, answers(other));
+  double miptol = 0;
+  char rhsname[NVRL_MAXNAMELEN] = {};
+  NVRLgetdblcontrol(other, NVRL_CTRL_MIPTOL, &miptol);
+  NVRLgetstrcontrol(other, NVRL_CTRL_MPS_RHS_NAME, rhsname);
+  EXPECT_EQ(1e-7, miptol);
+  EXPECT_STREQ("rhs set", rhsname);
+
+  // The next solve reaches the same verdict; an LP starts from the saved optimal basis.
+  if (rc != 0) return;
+  const int rc2 = d.kind == "mip" ? NVRLmipoptimize(other, "") : NVRLlpoptimize(other, "");
+  ASSERT_EQ(0, rc2) << lastError(other);
+  EXPECT_EQ(intAttr(prob, NVRL_ATTR_LP_STATUS), intAttr(other, NVRL_ATTR_LP_STATUS));
+  EXPECT_EQ(intAttr(prob, NVRL_ATTR_MIP_STATUS), intAttr(other, NVRL_ATTR_MIP_STATUS));
+  if (d.kind == "lp" && intAttr(prob, NVRL_ATTR_LP_STATUS) == NVRL_LP_OPTIMAL) {
+    EXPECT_EQ(0, intAttr(other, NVRL_ATTR_SIMPLEX_ITERATIONS));
+    EXPECT_NEAR(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE), dblAttr(other, NVRL_ATTR_LP_OBJECTIVE),
+                1e-9 * (1 + std::fabs(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE))));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Data, SnapshotDataSet, ::testing::ValuesIn(dataSets()),
+                         [](const ::testing::TestParamInfo<DataSet> &i) {
+                           std::string n = i.param.file.substr(0, i.param.file.size() - 4);
+                           for (char &c : n)
+                             if (!isalnum(static_cast<unsigned char>(c))) c = '_';
+                           return n;
+                         });
+
+// ----- Model data the data sets lack -----------------------------------------------------
+
+TEST_F(SnapshotTest, EveryKindOfModelDataSurvives) {
+  const int x = col(-2, 5, 1.5, 'C', 0, "x y");  // a name with a blank
+  const int b = col(0, 1, -1, 'B');               // unnamed
+  const int s = col(0, 10, 0.25, 'S', 2.5, "semi");
+  const int z = col(-1e20, 1e20, 0, 'P', 3, "z");
+  row('L', 4, {{x, 1}, {b, 2}}, 0, "r1");
+  row('R', 7, {{s, -0.0}, {z, 1e-300}}, 3);  // -0 and a tiny value, bit for bit
+  row('N', 0, {{x, 1}});
+  maximise();
+  model().objconst = -0.125;
+  model().qobj[{0, 2}] = 0.5;
+  model().qrows[0][{0, 0}] = 2;
+  model().sets.push_back({'2', {x, s, z}, {1, 2, 3}});
+  model().setnames.push_back("sos");
+  model().indcol[1] = b;
+  model().indcomp[1] = -1;
+  model().gencons.push_back({NVRL_GENCONS_MAX, z, {x, s}, {1.5}});
+  model().pwlcons.push_back({x, s, {0, 1, 2}, {0, 4, 5}});
+  model().name = "every kind";
+
+  ASSERT_EQ(0, NVRLsaveas(prob, path("all.bin").c_str())) << lastError();
+  ASSERT_EQ(0, NVRLrestore(other, path("all.bin").c_str(), nullptr)) << lastError(other);
+  expectIdenticalModel(prob->model, other->model);
+  EXPECT_EQ(std::signbit(other->model.A.val[2]), true);
+}
+
+TEST_F(SnapshotTest, SaveUsesTheProblemNameAndRestoreFindsIt) {
+  solveAfiro();
+  char cwd[4096];
+  ASSERT_NE(nullptr, getcwd(cwd, sizeof cwd));
+  ASSERT_EQ(0, chdir(dir.c_str()));
+  const int saved = NVRLsave(prob);
+  const bool written = std::filesystem::exists(dir / "AFIRO.svf");
+  const int restored = NVRLrestore(other, "AFIRO", "");
+  const std::string err = lastError(other);
+  ASSERT_EQ(0, chdir(cwd));
+  EXPECT_EQ(0, saved) << lastError();
+  EXPECT_TRUE(written);
+  EXPECT_EQ(0, restored) << err;
+  EXPECT_EQ("AFIRO", other->model.name);
+  EXPECT_EQ(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE), dblAttr(other, NVRL_ATTR_LP_OBJECTIVE));
+}
+
+TEST_F(SnapshotTest, FlagsKeepControlsOrLeaveOutAnswers) {
+  solveAfiro();
+  NVRLsetdblcontrol(prob, NVRL_CTRL_TIME_LIMIT, 30);
+  ASSERT_EQ(0, NVRLsaveas(prob, path("a.svf").c_str()));
+  NVRLsetdblcontrol(other, NVRL_CTRL_TIME_LIMIT, 5);
+
+  ASSERT_EQ(0, NVRLrestore(other, path("a").c_str(), "c")) << lastError(other);
+  EXPECT_EQ(5, dblCtl(other, NVRL_CTRL_TIME_LIMIT));
+  EXPECT_EQ(NVRL_LP_OPTIMAL, intAttr(other, NVRL_ATTR_LP_STATUS));
+
+  ASSERT_EQ(0, NVRLrestore(other, path("a").c_str(), "n")) << lastError(other);
+  EXPECT_EQ(30, dblCtl(other, NVRL_CTRL_TIME_LIMIT));
+  EXPECT_EQ(NVRL_LP_UNSTARTED, intAttr(other, NVRL_ATTR_LP_STATUS));
+  EXPECT_NE(0, NVRLgetlpsol(other, std::vector<double>(other->model.cols()).data(), nullptr,
+                            nullptr, nullptr));
+  EXPECT_NE(0, NVRLgetbasis(other, nullptr, nullptr));
+  expectIdenticalModel(prob->model, other->model);
+}
+
+// ----- Bad files and bad arguments -------------------------------------------------------
+
+// FNV-1a over the file before its checksum, as the writer computes it, so that a test can
+// forge files that pass the checksum.
+std::string resealed(std::string bytes) {
+  uint64_t h = 1469598103934665603ULL;
+  for (size_t k = 0; k + 8 < bytes.size(); ++k) {
+    h ^= static_cast<unsigned char>(bytes[k]);
+    h *= 1099511628211ULL;
+  }
+  for (int k = 0; k < 8; ++k) bytes[bytes.size() - 8 + k] = static_cast<char>(h >> (8 * k));
+  return bytes;
+}
+
+struct Damage {
+  const char *label;
+  std::function<std::string(const std::string &)> apply;
+  const char *message;
+};
+
+std::ostream &operator<<(std::ostream &os, const Damage &d) { return os << d.label; }
+
+const Damage kDamages[] = {
+    {"empty", [](const std::string &) { return std::string(); }, "not a problem snapshot"},
+    {"cut_in_magic", [](const std::string &f) { return f.substr(0, 5); }, "not a problem snapshot"},
+    {"cut_in_header", [](const std::string &f) { return f.substr(0, 20); }, "truncated"},
+    {"cut_in_half", [](const std::string &f) { return f.substr(0, f.size() / 2); }, "truncated"},
+    {"last_byte_missing", [](const std::string &f) { return f.substr(0, f.size() - 1); }, "truncated"},
+    {"byte_appended", [](const std::string &f) { return f + '\0'; }, "corrupt: bytes after"},
+    {"payload_byte_flipped",
+     [](const std::string &f) {
+       std::string g = f;
+       g[g.size() / 2] ^= 0x10;
+       return g;
+     },
+     "corrupt: the checksum"},
+    {"checksum_flipped",
+     [](const std::string &f) {
+       std::string g = f;
+       g.back() ^= 1;
+       return g;
+     },
+     "corrupt: the checksum"},
+    {"text_mode_line_ends",
+     [](const std::string &f) {
+       std::string g = f;
+       g[5] = '\n';  // "\r\n" became "\n\n"
+       return g;
+     },
+     "not a problem snapshot"},
+    {"newer_format",
+     [](const std::string &f) {
+       std::string g = f;
+       g[8] = 2;
+       return resealed(g);
+     },
+     "written in snapshot format 2"},
+    {"unknown_kind",
+     [](const std::string &f) {
+       std::string g = f;
+       g[12] = 7;
+       return resealed(g);
+     },
+     "corrupt: unknown snapshot kind 7"},
+    {"nonlinear_kind",
+     [](const std::string &f) {
+       std::string g = f;
+       g[12] = 2;
+       return resealed(g);
+     },
+     "restore it with NSLPrestore"},
+    {"an_mps_file", [](const std::string &) { return readBytes(dataFile("afiro.mps")); },
+     "not a problem snapshot"},
+};
+
+class SnapshotDamage : public SnapshotTest, public ::testing::WithParamInterface<Damage> {};
+
+// The problem restored into keeps its model, answers and controls.
+TEST_P(SnapshotDamage, IsRefusedAndChangesNothing) {
+  solveAfiro();
+  ASSERT_EQ(0, NVRLsaveas(prob, path("good.svf").c_str()));
+  writeBytes(path("bad.svf"), GetParam().apply(readBytes(path("good.svf"))));
+
+  row('E', 1, {{0, 1}});
+  NVRLsetdblcontrol(prob, NVRL_CTRL_TIME_LIMIT, 9);
+  const nvrl::Model model = prob->model;
+  const auto attrs = attributes(prob);
+  EXPECT_NE(0, NVRLrestore(prob, path("bad").c_str(), ""));
+  EXPECT_NE(lastError().find(GetParam().message), std::string::npos) << lastError();
+  EXPECT_NE(lastError().find("bad.svf"), std::string::npos) << lastError();
+  expectIdenticalModel(model, prob->model);
+  EXPECT_EQ(attrs, attributes(prob));
+  EXPECT_EQ(9, dblCtl(prob, NVRL_CTRL_TIME_LIMIT));
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, SnapshotDamage, ::testing::ValuesIn(kDamages),
+                         [](const ::testing::TestParamInfo<Damage> &i) { return i.param.label; });
+
+// Files that pass the checksum but whose contents could not belong to any problem: the
+// reader's checks stop them before the queries would read out of bounds.
+struct Forged {
+  const char *label;
+  std::function<void(nvrl::Model &, nvrl::SolveState &)> spoil;
+  const char *message;
+};
+
+std::ostream &operator<<(std::ostream &os, const Forged &d) { return os << d.label; }
+
+const Forged kForged[] = {
+    {"matrix_column_out_of_range", [](nvrl::Model &m, nvrl::SolveState &) { m.A.col[0] = m.cols(); },
+     "a matrix entry has a column out of range"},
+    {"row_starts_not_spanning",
+     [](nvrl::Model &m, nvrl::SolveState &) { m.A.start.back() -= 1; }, "do not span"},
+    {"unknown_column_type", [](nvrl::Model &m, nvrl::SolveState &) { m.coltype[1] = 'Q'; },
+     "unknown type"},
+    {"bounds_missing", [](nvrl::Model &m, nvrl::SolveState &) { m.ub.pop_back(); },
+     "the upper bounds has"},
+    {"quadratic_below_diagonal",
+     [](nvrl::Model &m, nvrl::SolveState &) { m.qobj[{3, 1}] = 1; }, "below the diagonal"},
+    {"indicator_without_column",
+     [](nvrl::Model &m, nvrl::SolveState &) { m.indcomp[0] = 1; }, "indicator"},
+    {"solution_too_short", [](nvrl::Model &, nvrl::SolveState &s) { s.x.pop_back(); },
+     "the solution has"},
+    {"basis_status_invalid", [](nvrl::Model &, nvrl::SolveState &s) { s.colstat[0] = 9; },
+     "basis status"},
+    {"sense_not_a_sense", [](nvrl::Model &m, nvrl::SolveState &) { m.objsense = 0; },
+     "objective sense"},
+};
+
+class SnapshotForged : public SnapshotTest, public ::testing::WithParamInterface<Forged> {};
+
+TEST_P(SnapshotForged, IsRefusedAsCorrupt) {
+  solveAfiro();
+  nvrl::Model m = prob->model;
+  nvrl::SolveState s = prob->sol;
+  GetParam().spoil(m, s);
+  snap::Writer w;
+  snap::writeProblem(w, m, s, prob->controls);
+  writeBytes(path("forged.svf"), snap::wrap(snap::Kind::Optimiser, w.bytes()));
+  const nvrl::Model before = other->model;
+  EXPECT_NE(0, NVRLrestore(other, path("forged").c_str(), ""));
+  EXPECT_NE(lastError(other).find("corrupt"), std::string::npos) << lastError(other);
+  EXPECT_NE(lastError(other).find(GetParam().message), std::string::npos) << lastError(other);
+  expectIdenticalModel(before, other->model);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, SnapshotForged, ::testing::ValuesIn(kForged),
+                         [](const ::testing::TestParamInfo<Forged> &i) { return i.param.label; });
+
+TEST_F(SnapshotTest, UnknownControlsAreSkippedAndBadOnesRefused) {
+  solveAfiro();
+  nvrl::ControlValues c;
+  c.dbls[NVRL_CTRL_TIME_LIMIT] = 12;
+  c.ints[-5] = 3;  // no such control: written under an empty name, skipped on reading
+  snap::Writer w;
+  snap::writeProblem(w, prob->model, prob->sol, c);
+  writeBytes(path("c.svf"), snap::wrap(snap::Kind::Optimiser, w.bytes()));
+  ASSERT_EQ(0, NVRLrestore(other, path("c").c_str(), "")) << lastError(other);
+  EXPECT_EQ(12, dblCtl(other, NVRL_CTRL_TIME_LIMIT));
+
+  c.ints.clear();
+  c.dbls[NVRL_CTRL_FEASIBILITY_TOLERANCE] = 5;  // beyond its range
+  snap::Writer w2;
+  snap::writeProblem(w2, prob->model, prob->sol, c);
+  writeBytes(path("d.svf"), snap::wrap(snap::Kind::Optimiser, w2.bytes()));
+  EXPECT_NE(0, NVRLrestore(other, path("d").c_str(), ""));
+  EXPECT_NE(lastError(other).find("control feasibility_tolerance"), std::string::npos)
+      << lastError(other);
+}
+
+TEST_F(SnapshotTest, BadArgumentsFailWithAMessage) {
+  EXPECT_NE(0, NVRLsaveas(nullptr, path("x").c_str()));
+  EXPECT_NE(0, NVRLsave(nullptr));
+  EXPECT_NE(0, NVRLrestore(nullptr, "x", ""));
+  EXPECT_NE(0, NVRLsaveas(prob, nullptr));
+  EXPECT_EQ("NVRLsaveas: no file name given", lastError());
+  EXPECT_NE(0, NVRLsaveas(prob, ""));
+  EXPECT_NE(0, NVRLsaveas(prob, path("no/such/dir/x.svf").c_str()));
+  EXPECT_NE(lastError().find("cannot open"), std::string::npos) << lastError();
+  ASSERT_EQ(0, NVRLsaveas(prob, path("e.svf").c_str()));
+  EXPECT_NE(0, NVRLrestore(prob, path("e").c_str(), "cq"));
+  EXPECT_NE(lastError().find("unknown flag 'q'"), std::string::npos) << lastError();
+  EXPECT_NE(0, NVRLrestore(prob, path("missing").c_str(), ""));
+  EXPECT_NE(lastError().find("missing.svf"), std::string::npos) << lastError();
+}
+
+TEST_F(SnapshotTest, AFailedSaveKeepsTheEarlierFile) {
+  solveAfiro();
+  ASSERT_EQ(0, NVRLsaveas(prob, path("keep.svf").c_str()));
+  const std::string good = readBytes(path("keep.svf"));
+  // A directory where the temporary file goes makes the write fail before the rename.
+  std::filesystem::create_directories(path("keep.svf.part"));
+  EXPECT_NE(0, NVRLsaveas(prob, path("keep.svf").c_str()));
+  EXPECT_EQ(good, readBytes(path("keep.svf")));
+}
+
+}  // namespace
