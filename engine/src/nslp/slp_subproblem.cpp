@@ -148,6 +148,28 @@ bool SlpSubproblem::passHessian(const SlpLinearisation &lin, std::string &err) {
 
 void SlpSubproblem::clearSolver() { Highs_clearSolver(h_.get()); }
 
+bool SlpSubproblem::solveFeasibility(const SlpLinearisation &lin, std::vector<double> &xf,
+                                     int &status, std::string &err) {
+  SlpLinearisation feas;
+  feas.cost.assign(lin.cost.size(), 0.0);
+  feas.lo = lin.lo;
+  feas.up = lin.up;
+  feas.grad = lin.grad;
+  feas.rowlo = lin.rowlo;
+  feas.rowup = lin.rowup;
+  feas.penalty = lin.penalty;
+  std::vector<double> x = std::move(x_), duals = std::move(duals_),
+                      elastic = std::move(elastic_);
+  const bool haveDuals = have_duals_;
+  const bool good = solve(feas, status, err);
+  xf = std::move(x_);
+  x_ = std::move(x);
+  duals_ = std::move(duals);
+  elastic_ = std::move(elastic);
+  have_duals_ = haveDuals;
+  return good;
+}
+
 bool SlpSubproblem::solve(const SlpLinearisation &lin, int &status, std::string &err) {
   if (!(loaded_ ? update(lin, err) : load(lin, err))) return false;
   if (!passHessian(lin, err)) return false;

@@ -45,6 +45,11 @@ class SlpSubproblem {
   bool solve(const SlpLinearisation &lin, int &status, std::string &err);
   // Drops HiGHS's basis and factorisation, so that the next solve starts from scratch.
   void clearSolver();
+  // Solves the linearisation with no objective, only the penalty (an LP): the least weighted
+  // violation of the linearised rows within the step bounds. The answers of the last solve()
+  // stay as they were; xf receives the problem columns (empty when HiGHS found none).
+  bool solveFeasibility(const SlpLinearisation &lin, std::vector<double> &xf, int &status,
+                        std::string &err);
 
   // Answers of the last solve.
   const std::vector<double> &x() const { return x_; }           // problem columns
