@@ -6,20 +6,28 @@
 
 #include <vector>
 
+// The engine's tests reach these.
+#ifndef NVRL_INTERNAL_API
+#define NVRL_INTERNAL_API __attribute__((visibility("default")))
+#endif
+
 namespace nvrl {
 
 // Orthonormal basis of the null space of the m x n matrix A (row-major): the columns of the
 // n x k matrix Z (row-major), k returned. Rows of A that depend on others are ignored.
-int nullSpaceBasis(const std::vector<double> &A, int m, int n, std::vector<double> &Z);
+NVRL_INTERNAL_API int nullSpaceBasis(const std::vector<double> &A, int m, int n,
+                                     std::vector<double> &Z);
 
 // Smallest eigenvalue of the symmetric k x k matrix a (row-major, destroyed) with a unit
 // eigenvector in v (cyclic Jacobi rotations: exact enough for the small matrices used here).
-double smallestEigenpair(std::vector<double> &a, int k, std::vector<double> &v);
+NVRL_INTERNAL_API double smallestEigenpair(std::vector<double> &a, int k,
+                                           std::vector<double> &v);
 
 // A unit direction d (n entries) with A d = 0 along which d'Hd < -tol, with that curvature in
 // *curvature; false when there is none. H is n x n, A m x n, both row-major.
-bool negativeCurvatureDirection(const std::vector<double> &H, const std::vector<double> &A,
-                                int m, int n, double tol, std::vector<double> &d,
-                                double *curvature);
+NVRL_INTERNAL_API bool negativeCurvatureDirection(const std::vector<double> &H,
+                                                  const std::vector<double> &A, int m, int n,
+                                                  double tol, std::vector<double> &d,
+                                                  double *curvature);
 
 }  // namespace nvrl

@@ -637,6 +637,7 @@ bool Loop::steerPenalty(int &ms, std::string &err) {
   if (!sub.solveFeasibility(lin, xf, fs, err)) return false;
   if (fs != kHighsModelStatusOptimal || xf.empty()) return true;
   const double best = modelInfeasibility(xf);
+  const double before = mu;
   while (mu < S.penalty_max) {
     const bool enough = best <= tol ? md <= tol : m0 - md >= 0.1 * (m0 - best);
     if (enough) break;
@@ -646,6 +647,9 @@ bool Loop::steerPenalty(int &ms, std::string &err) {
     if (ms != kHighsModelStatusOptimal || sub.x().empty()) break;
     md = modelInfeasibility(sub.x());
   }
+  if (S.log_level >= 2)
+    log(NVRL_MSG_DEBUG, fmt("  linearised violation %.3e, at the step %.3e, least possible "
+                            "%.3e; penalty %.3e -> %.3e", m0, md, best, before, mu));
   return true;
 }
 
