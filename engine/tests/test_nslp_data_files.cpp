@@ -52,7 +52,6 @@ class NlpDataFile : public ::testing::TestWithParam<std::string> {
 const std::map<std::string, std::string> kNotYet = {
     {"hs002", "ends at 4.9412, HS 2's other local minimum"},
     {"hs013", "degenerate optimum (no constraint qualification): ends at 0.984"},
-    {"hs027", "stops early at 0.04018 (optimum 0.04)"},
     {"hs063", "ends locally infeasible"},
 };
 

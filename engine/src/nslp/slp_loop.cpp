@@ -378,6 +378,7 @@ bool Loop::linearise(std::string &err) {
     lin.cost[c] -= v * x[r];
     if (r != c) lin.cost[r] -= v * x[c];
   }
+  lin.point = x;
   lin.lo.resize(n);
   lin.up.resize(n);
   for (int j = 0; j < n; ++j) {

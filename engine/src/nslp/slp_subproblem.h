@@ -28,6 +28,8 @@ struct SlpLinearisation {
   std::vector<double> penalty;       // per nonlinear row: cost of its p and n columns
   // Hessian, lower triangle keyed (column, row) with row >= column; empty: an LP.
   std::map<std::pair<int, int>, double> hessian;
+  // The point linearised at (per problem column; may be empty): where a QP starts.
+  std::vector<double> point;
 };
 
 class SlpSubproblem {
@@ -62,6 +64,7 @@ class SlpSubproblem {
   bool load(const SlpLinearisation &lin, std::string &err);
   bool update(const SlpLinearisation &lin, std::string &err);
   bool passHessian(const SlpLinearisation &lin, std::string &err);
+  void passStart(const SlpLinearisation &lin);
 
   const SlpModel &M_;
   bool integers_;
