@@ -107,7 +107,8 @@ class SlpSaddle : public NslpTest, public ::testing::WithParamInterface<SaddleCa
       const int a = col(-1e20, 1e20, 0.0), b = col(-1e20, 1e20, 0.0);
       start(a, 0.0);
       start(b, 0.0);
-      formulaObjective(F().x(a).k(2).pow().x(b).k(2).pow().sub().k(0.25).x(b).k(4).pow().mul().add());
+      formulaObjective(
+          F().x(a).k(2).pow().x(b).k(2).pow().sub().k(0.25).x(b).k(4).pow().mul().add());
     } else if (which == "OnAnEquality") {
       // min x*y on x + y = 0 from (0, 0): x*y = -x^2, unbounded below within the bounds
       // [-2, 2]: the optimum -4 sits at a corner.

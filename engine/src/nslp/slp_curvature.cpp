@@ -40,7 +40,8 @@ int nullSpaceBasis(const std::vector<double> &A, int m, int n, std::vector<doubl
   int rank = 0;
   std::vector<double> v(n);
   for (int r = 0; r < m && rank < n; ++r) {
-    v.assign(A.begin() + static_cast<ptrdiff_t>(r) * n, A.begin() + static_cast<ptrdiff_t>(r + 1) * n);
+    v.assign(A.begin() + static_cast<ptrdiff_t>(r) * n,
+             A.begin() + static_cast<ptrdiff_t>(r + 1) * n);
     const double before = std::sqrt(dot(v.data(), v.data(), n));
     if (before == 0.0) continue;
     const double left = orthogonalise(v, basis, rank, n);
@@ -84,7 +85,8 @@ double smallestEigenpair(std::vector<double> &a, int k, std::vector<double> &v) 
         const double apq = at(p, q);
         if (apq == 0.0) continue;
         const double theta = (at(q, q) - at(p, p)) / (2.0 * apq);
-        const double t = (theta >= 0 ? 1.0 : -1.0) / (std::fabs(theta) + std::sqrt(theta * theta + 1.0));
+        const double t =
+            (theta >= 0 ? 1.0 : -1.0) / (std::fabs(theta) + std::sqrt(theta * theta + 1.0));
         const double c = 1.0 / std::sqrt(t * t + 1.0), s = t * c;
         for (int r = 0; r < k; ++r) {
           const double arp = at(r, p), arq = at(r, q);
@@ -124,18 +126,20 @@ bool negativeCurvatureDirection(const std::vector<double> &H, const std::vector<
     for (int l = 0; l < n; ++l) {
       const double h = H[static_cast<size_t>(i) * n + l];
       if (h == 0.0) continue;
-      for (int c = 0; c < k; ++c) HZ[static_cast<size_t>(i) * k + c] += h * Z[static_cast<size_t>(l) * k + c];
+      for (int c = 0; c < k; ++c)
+        HZ[static_cast<size_t>(i) * k + c] += h * Z[static_cast<size_t>(l) * k + c];
     }
   for (int a = 0; a < k; ++a)
     for (int b = 0; b < k; ++b) {
       double s = 0.0;
-      for (int i = 0; i < n; ++i) s += Z[static_cast<size_t>(i) * k + a] * HZ[static_cast<size_t>(i) * k + b];
+      for (int i = 0; i < n; ++i)
+        s += Z[static_cast<size_t>(i) * k + a] * HZ[static_cast<size_t>(i) * k + b];
       R[static_cast<size_t>(a) * k + b] = s;
     }
   for (int a = 0; a < k; ++a)
     for (int b = a + 1; b < k; ++b) {
-      const double s = 0.5 * (R[static_cast<size_t>(a) * k + b] + R[static_cast<size_t>(b) * k + a]);
-      R[static_cast<size_t>(a) * k + b] = R[static_cast<size_t>(b) * k + a] = s;
+      double &ab = R[static_cast<size_t>(a) * k + b], &ba = R[static_cast<size_t>(b) * k + a];
+      ab = ba = 0.5 * (ab + ba);
     }
   std::vector<double> u;
   const double lambda = smallestEigenpair(R, k, u);

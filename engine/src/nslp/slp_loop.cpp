@@ -765,14 +765,15 @@ bool Loop::leaveSaddle(double &merit) {
     if (!up && !down) return false;
     const double span = (up && down) ? 2 * h : h;
     const std::vector<double> &hi = up ? gp : g0, &lo = down ? gm : g0;
-    for (int b = 0; b < nf; ++b) H[static_cast<size_t>(a) * nf + b] = (hi[freeCols[b]] - lo[freeCols[b]]) / span;
+    for (int b = 0; b < nf; ++b)
+      H[static_cast<size_t>(a) * nf + b] = (hi[freeCols[b]] - lo[freeCols[b]]) / span;
   }
   double hmax = 0.0;
   for (int a = 0; a < nf; ++a)
     for (int b = a; b < nf; ++b) {
-      const double v = 0.5 * (H[static_cast<size_t>(a) * nf + b] + H[static_cast<size_t>(b) * nf + a]);
-      H[static_cast<size_t>(a) * nf + b] = H[static_cast<size_t>(b) * nf + a] = v;
-      hmax = std::max(hmax, std::fabs(v));
+      double &ab = H[static_cast<size_t>(a) * nf + b], &ba = H[static_cast<size_t>(b) * nf + a];
+      ab = ba = 0.5 * (ab + ba);
+      hmax = std::max(hmax, std::fabs(ab));
     }
   std::vector<double> dir;
   double lambda = 0.0;
