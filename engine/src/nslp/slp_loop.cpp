@@ -11,6 +11,7 @@
 
 #include "interfaces/highs_c_api.h"
 #include "nslp/slp_tolsets.h"
+#include "nslp/slp_curvature.h"
 #include "solve/convexity.h"
 
 namespace nvrl {
@@ -219,6 +220,19 @@ class Loop {
   bool secondOrderCorrection(const std::vector<double> &d, const std::vector<double> &actTrial,
                              std::vector<double> &xc, std::vector<double> &actc, double &fc,
                              double &meritc);
+  // Weighted violation of the linearised nonlinear rows at the subproblem's point xs.
+  double modelInfeasibility(const std::vector<double> &xs) const;
+  // Raises the penalty until the subproblem's step removes a fair share of the violation
+  // that the linearisation allows to be removed; re-solves the subproblem on each rise.
+  bool steerPenalty(int &ms, std::string &err);
+  // At a feasible first-order point: when the Lagrangian curves downwards along a direction
+  // that keeps the active rows and bounds, moves x along it and returns true (the solve goes
+  // on). A point reached after such a move that is no better than the point it left is
+  // replaced by that point.
+  bool leaveSaddle(double &merit);
+  // The Lagrangian's gradient f' - y'g' over all columns (nonlinear rows only: the linear
+  // rows' part does not change with x).
+  bool curvedGradient(const std::vector<double> &xp, std::vector<double> &g);
 
   const SlpModel &M;
   const SlpSettings &S;
@@ -247,6 +261,11 @@ class Loop {
   std::vector<double> lastStep_;
   bool stepsDone_ = false, moved_ = false;
   SlpSolveDetail detail_;
+  struct Saddle {
+    std::vector<double> x, act, y;
+    double f = 0.0;
+  };
+  std::vector<Saddle> saddles;  // points left by leaveSaddle
 };
 
 void Loop::setupColumns() {
@@ -368,6 +387,7 @@ bool Loop::linearise(std::string &err) {
     lin.cost[c] -= v * x[r];
     if (r != c) lin.cost[r] -= v * x[c];
   }
+  lin.point = x;
   lin.lo.resize(n);
   lin.up.resize(n);
   applyStepTypes(S, x, delta);
@@ -381,6 +401,12 @@ bool Loop::linearise(std::string &err) {
                             : delta[j];
       lo = std::max(lo, x[j] - dj);
       up = std::min(up, x[j] + dj);
+    } else if (!lin.hessian.empty() && isInfLo(m.lb[j]) && isInfUp(m.ub[j])) {
+      // HiGHS's QP solver may end a QP with a free column in a solve error (its optimum
+      // off a row by more than its tolerance); bounds far beyond any sensible step avoid it.
+      const double far = 10 * kHugeStep * std::max(1.0, std::fabs(x[j]));
+      lo = x[j] - far;
+      up = x[j] + far;
     }
     lin.lo[j] = lo;
     lin.up[j] = up;
@@ -514,6 +540,11 @@ bool Loop::qpLooksUnbounded() {
            std::fabs(xh[j]) >= kHugeStep * std::max(1.0, std::fabs(x[j]));
   if (!huge) return false;
   SlpLinearisation lp = lin;
+  for (int j = 0; j < n; ++j)
+    if (!nlc[j]) {
+      lp.lo[j] = lower(m.lb[j]);
+      lp.up[j] = upper(m.ub[j]);
+    }
   for (const auto &[cr, v] : lp.hessian) {
     // Undo the Hessian's share of the cost: back to the plain gradient.
     const int c = cr.first, r = cr.second;
@@ -541,14 +572,16 @@ bool Loop::solveWithRetries(int &status, std::string &err) {
   sub.clearSolver();
   if (!sub.solve(lin, status, err)) return false;
   if (settled(status) || !useHessian) return true;
-  log(NVRL_MSG_INFO, "The subproblem failed; the second-order term is restarted");
+  log(NVRL_MSG_INFO, fmt("The subproblem failed (HiGHS model status %d); the second-order "
+                         "term is restarted", status));
   bfgs.init(static_cast<int>(hcols.size()));
   if (!linearise(err)) return false;
   sub.clearSolver();
   if (!sub.solve(lin, status, err)) return false;
   if (settled(status)) return true;
   // Last resort: a linear step for this iteration.
-  log(NVRL_MSG_INFO, "The subproblem failed again; this iteration takes a linear step");
+  log(NVRL_MSG_INFO, fmt("The subproblem failed again (HiGHS model status %d); this "
+                         "iteration takes a linear step", status));
   const bool keep = useHessian;
   useHessian = false;
   const bool ok = linearise(err);
@@ -586,6 +619,224 @@ bool Loop::secondOrderCorrection(const std::vector<double> &d,
   fc = f2;
   meritc = m2;
   return true;
+}
+
+double Loop::modelInfeasibility(const std::vector<double> &xs) const {
+  double v = 0.0;
+  for (int k = 0; k < K; ++k) {
+    const SlpNonlinearRow &r = M.nonlinearRows()[k];
+    double a = rowval[k];
+    for (size_t q = 0; q < r.cols.size(); ++q) a += lin.grad[k][q] * (xs[r.cols[q]] - x[r.cols[q]]);
+    v += weight(r.row) * M.violation(r.row, a);
+  }
+  return v;
+}
+
+bool Loop::steerPenalty(int &ms, std::string &err) {
+  // Raising the penalty only after a step has failed lets early steps trade feasibility for
+  // objective, and may lead to a point where the rows' linearisation cannot be satisfied any
+  // more. Instead the penalty is chosen for the step at hand (the steering rule of Byrd,
+  // Nocedal and Waltz): the step must remove all the linearised violation when that is
+  // possible within the step bounds, and otherwise a tenth of what is possible.
+  if (K == 0 || sub.x().empty()) return true;
+  const double tol = S.feas_tol;
+  double md = modelInfeasibility(sub.x());
+  if (md <= tol || mu >= S.penalty_max) return true;
+  double m0 = 0.0;
+  for (int k = 0; k < K; ++k) {
+    const int i = M.nonlinearRows()[k].row;
+    m0 += weight(i) * M.violation(i, rowval[k]);
+  }
+  std::vector<double> xf;
+  int fs = 0;
+  if (!sub.solveFeasibility(lin, xf, fs, err)) return false;
+  if (fs != kHighsModelStatusOptimal || xf.empty()) return true;
+  const double best = modelInfeasibility(xf);
+  const double before = mu;
+  while (mu < S.penalty_max) {
+    const bool enough = best <= tol ? md <= tol : m0 - md >= 0.1 * (m0 - best);
+    if (enough) break;
+    mu = std::min(mu * S.penalty_growth, S.penalty_max);
+    for (int k = 0; k < K; ++k) lin.penalty[k] = mu * weight(M.nonlinearRows()[k].row);
+    if (!sub.solve(lin, ms, err)) return false;
+    if (ms != kHighsModelStatusOptimal || sub.x().empty()) break;
+    md = modelInfeasibility(sub.x());
+  }
+  if (S.log_level >= 2)
+    log(NVRL_MSG_DEBUG, fmt("  linearised violation %.3e, at the step %.3e, least possible "
+                            "%.3e; penalty %.3e -> %.3e", m0, md, best, before, mu));
+  return true;
+}
+
+// The second-order check looks at this many free columns at most (dense matrices).
+constexpr int kMaxCurvatureCols = 100;
+// Saddle points left in one solve at most.
+constexpr int kMaxSaddles = 3;
+
+bool Loop::curvedGradient(const std::vector<double> &xp, std::vector<double> &g) {
+  g.assign(n, 0.0);
+  std::string err;
+  if (!objectiveGradient(xp, g.data(), err)) return false;
+  std::vector<double> rg;
+  for (int k = 0; k < K; ++k) {
+    const SlpNonlinearRow &r = M.nonlinearRows()[k];
+    const double yk = r.row < static_cast<int>(y_.size()) ? y_[r.row] : 0.0;
+    if (yk == 0.0) continue;
+    double v;
+    if (!M.rowGradient(k, xp.data(), v, rg, ws, err)) return false;
+    for (size_t q = 0; q < r.cols.size(); ++q) g[r.cols[q]] -= yk * rg[q];
+  }
+  return true;
+}
+
+bool Loop::leaveSaddle(double &merit) {
+  if (S.integers || y_.empty() || n > kMaxCurvatureCols) return false;
+  if (!saddles.empty() && f >= saddles.back().f - 1e-9 * std::max(1.0, std::fabs(f))) {
+    // The move led nowhere better: back to where it started, and stop there.
+    Saddle &s = saddles.back();
+    x = s.x;
+    act = s.act;
+    y_ = s.y;
+    f = s.f;
+    merit = f + mu * penaltySum(act);
+    return false;
+  }
+  if (static_cast<int>(saddles.size()) >= kMaxSaddles) return false;
+  const Model &m = M.model();
+  std::vector<double> g0;
+  if (!curvedGradient(x, g0)) return false;
+  // Reduced costs with every row's multiplier, to tell bounds that hold a column from
+  // bounds it merely touches.
+  std::vector<double> r = g0;
+  double scale = 1.0;
+  {
+    std::vector<double> fg(n);
+    std::string err;
+    if (!objectiveGradient(x, fg.data(), err)) return false;
+    for (double v : fg) scale = std::max(scale, std::fabs(v));
+  }
+  for (int i = 0; i < M.rows(); ++i) {
+    if (M.nonlinearIndex(i) >= 0 || i >= static_cast<int>(y_.size()) || y_[i] == 0.0) continue;
+    for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) r[m.A.col[e]] -= y_[i] * m.A.val[e];
+  }
+  std::vector<char> curved(n, 0);
+  for (int j : hcols) curved[j] = 1;
+  for (const SlpQuadTerm &t : M.objectiveHessian()) curved[t.i] = curved[t.j] = 1;
+  // Free columns, and the sign a column resting on a bound without being held there may move.
+  std::vector<int> freeCols, sign;
+  const double tolr = 1e-6 * scale;
+  for (int j = 0; j < n; ++j) {
+    const double lb = m.lb[j], ub = m.ub[j];
+    const bool atLo = !isInfLo(lb) && x[j] <= lb + 1e-9 * std::max(1.0, std::fabs(lb));
+    const bool atUp = !isInfUp(ub) && x[j] >= ub - 1e-9 * std::max(1.0, std::fabs(ub));
+    if (isInt[j] || (atLo && atUp) || (atLo && r[j] > tolr) || (atUp && r[j] < -tolr)) continue;
+    freeCols.push_back(j);
+    sign.push_back(atLo ? 1 : atUp ? -1 : 0);
+  }
+  const int nf = static_cast<int>(freeCols.size());
+  bool anyCurved = false;
+  for (int j : freeCols) anyCurved = anyCurved || curved[j];
+  if (!anyCurved) return false;
+  std::vector<int> pos(n, -1);
+  for (int a = 0; a < nf; ++a) pos[freeCols[a]] = a;
+  // Gradients of the active rows over the free columns.
+  std::vector<double> A, rg;
+  int ma = 0;
+  std::string err;
+  for (int i = 0; i < M.rows(); ++i) {
+    const double lo = M.rowLo(i), up = M.rowUp(i);
+    const double tola = 10 * S.feas_tol;
+    const bool active = (std::isfinite(lo) && act[i] <= lo + tola * std::max(1.0, std::fabs(lo))) ||
+                        (std::isfinite(up) && act[i] >= up - tola * std::max(1.0, std::fabs(up)));
+    if (!active) continue;
+    std::vector<double> rowA(nf, 0.0);
+    const int k = M.nonlinearIndex(i);
+    if (k < 0) {
+      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e)
+        if (pos[m.A.col[e]] >= 0) rowA[pos[m.A.col[e]]] += m.A.val[e];
+    } else {
+      double v;
+      if (!M.rowGradient(k, x.data(), v, rg, ws, err)) return false;
+      const SlpNonlinearRow &row = M.nonlinearRows()[k];
+      for (size_t q = 0; q < row.cols.size(); ++q)
+        if (pos[row.cols[q]] >= 0) rowA[pos[row.cols[q]]] += rg[q];
+    }
+    A.insert(A.end(), rowA.begin(), rowA.end());
+    ++ma;
+  }
+  // The Hessian of the Lagrangian over the free columns by central differences of the exact
+  // gradients (exact for quadratic terms).
+  std::vector<double> H(static_cast<size_t>(nf) * nf, 0.0), gp, gm;
+  for (int a = 0; a < nf; ++a) {
+    const int j = freeCols[a];
+    if (!curved[j]) continue;
+    const double h = 1e-5 * std::max(1.0, std::fabs(x[j]));
+    std::vector<double> xp = x;
+    xp[j] = x[j] + h;
+    const bool up = curvedGradient(xp, gp);
+    xp[j] = x[j] - h;
+    const bool down = curvedGradient(xp, gm);
+    if (!up && !down) return false;
+    const double span = (up && down) ? 2 * h : h;
+    const std::vector<double> &hi = up ? gp : g0, &lo = down ? gm : g0;
+    for (int b = 0; b < nf; ++b)
+      H[static_cast<size_t>(a) * nf + b] = (hi[freeCols[b]] - lo[freeCols[b]]) / span;
+  }
+  double hmax = 0.0;
+  for (int a = 0; a < nf; ++a)
+    for (int b = a; b < nf; ++b) {
+      double &ab = H[static_cast<size_t>(a) * nf + b], &ba = H[static_cast<size_t>(b) * nf + a];
+      ab = ba = 0.5 * (ab + ba);
+      hmax = std::max(hmax, std::fabs(ab));
+    }
+  std::vector<double> dir;
+  double lambda = 0.0;
+  if (!negativeCurvatureDirection(H, A, ma, nf, 1e-6 * std::max(1.0, hmax), dir, &lambda))
+    return false;
+  // Columns resting on a bound may only leave it: one of +dir and -dir must respect them.
+  auto fits = [&](double sgn) {
+    for (int a = 0; a < nf; ++a)
+      if (sign[a] * sgn * dir[a] < -1e-9) return false;
+    return true;
+  };
+  const double sgn = fits(1.0) ? 1.0 : fits(-1.0) ? -1.0 : 0.0;
+  if (sgn == 0.0) return false;
+  // L = f - y'g at x, then trial points along the direction until the Lagrangian falls by a
+  // fair share of what its curvature promises.
+  auto lagrangian = [&](double fv, const std::vector<double> &a) {
+    double v = fv;
+    for (int i = 0; i < M.rows() && i < static_cast<int>(y_.size()); ++i) v -= y_[i] * a[i];
+    return v;
+  };
+  const double L0 = lagrangian(f, act);
+  double xmax = 1.0;
+  for (int j : freeCols) xmax = std::max(xmax, std::fabs(x[j]));
+  for (double alpha = 0.1 * xmax; alpha >= 1e-6 * xmax; alpha *= 0.5) {
+    std::vector<double> xt = x, at;
+    for (int a = 0; a < nf; ++a) {
+      const int j = freeCols[a];
+      xt[j] = std::min(std::max(x[j] + alpha * sgn * dir[a], m.lb[j]), m.ub[j]);
+    }
+    double ft;
+    if (!evaluate(xt, at, ft, err)) continue;
+    bool linearHold = true;
+    for (int i = 0; i < M.rows() && linearHold; ++i)
+      linearHold = M.nonlinearIndex(i) >= 0 || M.violation(i, at[i]) <= S.feas_tol;
+    if (!linearHold) continue;
+    if (lagrangian(ft, at) > L0 + 0.25 * 0.5 * alpha * alpha * lambda) continue;
+    log(NVRL_MSG_INFO, fmt("The point is a saddle (curvature %.3e); the solve moves on", lambda));
+    saddles.push_back({x, act, y_, f});
+    for (int j : hcols) {
+      const double c = j < static_cast<int>(S.col_step.size()) ? S.col_step[j] : 0.0;
+      delta[j] = std::max(delta[j], std::min(c > 0 ? c : S.init_step, S.max_step));
+    }
+    x.swap(xt);
+    act.swap(at);
+    f = ft;
+    merit = f + mu * penaltySum(act);
+    return true;
+  }
+  return false;
 }
 
 SlpOutcome Loop::run() {
@@ -678,6 +929,14 @@ SlpOutcome Loop::run() {
       out.error = err;
       break;
     }
+    if (ms == kHighsModelStatusOptimal) {
+      const double before = mu;
+      if (!steerPenalty(ms, err)) {
+        out.error = err;
+        break;
+      }
+      if (mu != before) merit = f + mu * penaltySum(act);
+    }
     if (ms == kHighsModelStatusUnbounded ||
         (ms == kHighsModelStatusUnboundedOrInfeasible && infeasibility(act) <= S.feas_tol)) {
       // Unbounded directions use only columns without step bounds, in which every row and
@@ -753,9 +1012,6 @@ SlpOutcome Loop::run() {
     const double predicted = merit - (modelF + mu * modelViol);
     const double infeasNow = infeasibility(act);
     const double scale = std::max(1.0, std::fabs(merit));
-    const bool elasticActive =
-        std::any_of(sub.elastic().begin(), sub.elastic().end(),
-                    [&](double e) { return e > S.feas_tol; });
     if (sub.hasDuals()) y_ = sub.rowDuals();
     recordPenalties(M, sub.elastic(), S.feas_tol, detail_);
 
@@ -769,10 +1025,14 @@ SlpOutcome Loop::run() {
         if (hooks.iterationEnd) hooks.iterationEnd(hooks.data, it, false);
         continue;
       }
-      converged = true;
       log(NVRL_MSG_INFO, fmt("%6d %14.7e %8.2e %10.3e %10s %10.3e  no further progress", it,
                              M.sense() * f, infeasNow, stepMax, "", mu));
       if (hooks.iterationEnd) hooks.iterationEnd(hooks.data, it, false);
+      if (infeasNow <= S.feas_tol && !exactModel && leaveSaddle(merit)) {
+        smallChanges = rejections = 0;
+        continue;
+      }
+      converged = true;
       break;
     }
 
@@ -841,10 +1101,6 @@ SlpOutcome Loop::run() {
                                                                                  S.min_step)));
     }
     const double infeas = infeasibility(act);
-    if (elasticActive && infeas > S.feas_tol && mu < S.penalty_max) {
-      mu = std::min(mu * S.penalty_growth, S.penalty_max);
-      merit = f + mu * penaltySum(act);
-    }
     double trust = 0.0;
     for (int j : hcols) trust = std::max(trust, delta[j]);
     log(NVRL_MSG_INFO, fmt("%6d %14.7e %8.2e %10.3e %10.3e %10.3e  %s", it, M.sense() * f, infeas,
@@ -855,10 +1111,18 @@ SlpOutcome Loop::run() {
         (exactModel || stepsDone_ ||
          (!y_.empty() && stationarity(y_) <= (smallChanges >= 2 ? kLooseStationarity : 1.0) *
                                                   S.opt_tol))) {
+      if (!exactModel && leaveSaddle(merit)) {
+        smallChanges = rejections = 0;
+        continue;
+      }
       converged = true;
       break;
     }
     if (!accepted && ((!hcols.empty() && trust <= S.min_step) || rejections >= kMaxRejections)) {
+      if (infeas <= S.feas_tol && leaveSaddle(merit)) {
+        smallChanges = rejections = 0;
+        continue;
+      }
       converged = true;  // nowhere left to go
       break;
     }

@@ -23,6 +23,7 @@ void SlpSubproblem::configure(const nvrl_problem_s *p, const SolveFlags &flags) 
   void *h = h_.get();
   applyControls(h, p, flags, integers_, true);
   Highs_setBoolOptionValue(h, "output_flag", false);
+  Highs_setBoolOptionValue(h, "qp_allow_hot_start", true);
   // The cutoff belongs to the user's objective, not to a linearisation of it.
   Highs_setDoubleOptionValue(h, "objective_bound", INFINITY);
   // HiGHS's active-set QP solver occasionally cycles on a quasi-Newton subproblem; a QP this
@@ -146,11 +147,76 @@ bool SlpSubproblem::passHessian(const SlpLinearisation &lin, std::string &err) {
   return true;
 }
 
+void SlpSubproblem::passStart(const SlpLinearisation &lin) {
+  // Without a start, HiGHS's QP solver finds a feasible point by an LP on an instance of its
+  // own, which costs more than the QP itself on small problems. The point linearised at is
+  // feasible (it holds the linear rows and lies within its step bounds) once the penalty
+  // columns take up the nonlinear rows' violation; its working set: the columns at a bound,
+  // every other column free, no row.
+  const Model &m = M_.model();
+  const int n = M_.cols(), nrows = M_.rows();
+  if (static_cast<int>(lin.point.size()) != n) return;
+  std::vector<double> col(ncols_, 0.0), row(nrows, 0.0);
+  for (int j = 0; j < n; ++j) col[j] = lin.point[j];
+  for (int i = 0; i < nrows; ++i) {
+    const int k = M_.nonlinearIndex(i);
+    double a = 0.0;
+    if (k < 0) {
+      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) a += m.A.val[e] * col[m.A.col[e]];
+    } else {
+      const std::vector<int> &cols = M_.nonlinearRows()[k].cols;
+      for (size_t q = 0; q < cols.size(); ++q) a += lin.grad[k][q] * col[cols[q]];
+      if (a < lin.rowlo[k]) {
+        col[n + 2 * k] = lin.rowlo[k] - a;
+        a = lin.rowlo[k];
+      } else if (a > lin.rowup[k]) {
+        col[n + 2 * k + 1] = a - lin.rowup[k];
+        a = lin.rowup[k];
+      }
+    }
+    row[i] = a;
+  }
+  std::vector<HighsInt> cs(ncols_), rs(nrows, kHighsBasisStatusBasic);
+  for (int j = 0; j < ncols_; ++j) {
+    const double lo = j < n ? lin.lo[j] : 0.0, up = j < n ? lin.up[j] : INFINITY;
+    cs[j] = col[j] == lo   ? kHighsBasisStatusLower
+            : col[j] == up ? kHighsBasisStatusUpper
+                           : kHighsBasisStatusNonbasic;
+  }
+  void *h = h_.get();
+  if (Highs_setSolution(h, col.data(), row.data(), nullptr, nullptr) == kHighsStatusError ||
+      Highs_setBasis(h, cs.data(), rs.data()) == kHighsStatusError)
+    Highs_clearSolver(h);
+}
+
 void SlpSubproblem::clearSolver() { Highs_clearSolver(h_.get()); }
+
+bool SlpSubproblem::solveFeasibility(const SlpLinearisation &lin, std::vector<double> &xf,
+                                     int &status, std::string &err) {
+  SlpLinearisation feas;
+  feas.cost.assign(lin.cost.size(), 0.0);
+  feas.lo = lin.lo;
+  feas.up = lin.up;
+  feas.grad = lin.grad;
+  feas.rowlo = lin.rowlo;
+  feas.rowup = lin.rowup;
+  feas.penalty = lin.penalty;
+  std::vector<double> x = std::move(x_), duals = std::move(duals_),
+                      elastic = std::move(elastic_);
+  const bool haveDuals = have_duals_;
+  const bool good = solve(feas, status, err);
+  xf = std::move(x_);
+  x_ = std::move(x);
+  duals_ = std::move(duals);
+  elastic_ = std::move(elastic);
+  have_duals_ = haveDuals;
+  return good;
+}
 
 bool SlpSubproblem::solve(const SlpLinearisation &lin, int &status, std::string &err) {
   if (!(loaded_ ? update(lin, err) : load(lin, err))) return false;
   if (!passHessian(lin, err)) return false;
+  if (had_hessian_) passStart(lin);
   void *h = h_.get();
   Highs_run(h);
   status = Highs_getModelStatus(h);

@@ -28,6 +28,8 @@ struct SlpLinearisation {
   std::vector<double> penalty;       // per nonlinear row: cost of its p and n columns
   // Hessian, lower triangle keyed (column, row) with row >= column; empty: an LP.
   std::map<std::pair<int, int>, double> hessian;
+  // The point linearised at (per problem column; may be empty): where a QP starts.
+  std::vector<double> point;
 };
 
 class SlpSubproblem {
@@ -45,6 +47,11 @@ class SlpSubproblem {
   bool solve(const SlpLinearisation &lin, int &status, std::string &err);
   // Drops HiGHS's basis and factorisation, so that the next solve starts from scratch.
   void clearSolver();
+  // Solves the linearisation with no objective, only the penalty (an LP): the least weighted
+  // violation of the linearised rows within the step bounds. The answers of the last solve()
+  // stay as they were; xf receives the problem columns (empty when HiGHS found none).
+  bool solveFeasibility(const SlpLinearisation &lin, std::vector<double> &xf, int &status,
+                        std::string &err);
 
   // Answers of the last solve.
   const std::vector<double> &x() const { return x_; }           // problem columns
@@ -57,6 +64,7 @@ class SlpSubproblem {
   bool load(const SlpLinearisation &lin, std::string &err);
   bool update(const SlpLinearisation &lin, std::string &err);
   bool passHessian(const SlpLinearisation &lin, std::string &err);
+  void passStart(const SlpLinearisation &lin);
 
   const SlpModel &M_;
   bool integers_;
