@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/problem.h"
+#include "nslp/slp_multistart.h"
 #include "nslp/user_functions.h"
 
 namespace nvrl {
@@ -61,6 +62,7 @@ struct SlpData {
   std::vector<double> rowweight;
   UserFunctionTable userfuncs;
   std::vector<std::string> strings;  // NSLPsetstring; index k is strings[k - 1]
+  std::vector<SlpMultistartJob> msjobs;  // queued multistart jobs, in order
 
   int nonlinearRows() const;
 };
@@ -78,6 +80,7 @@ struct SlpState {
   // The point of the last solve (its best when it stopped early), rhs - activity per row,
   // and the multipliers of its last subproblem; empty before a solve.
   std::vector<double> x, slack, duals, djs;
+  SlpMultistartReport multistart;  // of the last solve
 };
 
 }  // namespace nvrl
