@@ -286,12 +286,12 @@ typedef struct {
 #define NSLP_CTRL_PENALTY_MAX 12132 /* double */
 #define NSLP_CTRL_DERIVATIVE_STEP 12140 /* double */
 #define NSLP_CTRL_OBJECTIVE_SENSE 12146 /* double */
-#define NSLP_CTRL_AUTO_PRESOLVE 12415 /* int */
-#define NSLP_CTRL_POSTSOLVE 12416 /* int */
 #define NSLP_CTRL_MULTISTART_SEED 12250 /* int */
 #define NSLP_CTRL_MULTISTART_BOX 12251 /* double */
 #define NSLP_CTRL_MULTISTART_PERTURBATION 12252 /* double */
 #define NSLP_CTRL_GLOBAL_STARTS 12253 /* int */
+#define NSLP_CTRL_AUTO_PRESOLVE 12415 /* int */
+#define NSLP_CTRL_POSTSOLVE 12416 /* int */
 /* Nonlinear solver attributes (NSLPget...attrib) */
 #define NSLP_ATTR_ROWS 11999 /* int */
 #define NSLP_ATTR_COLUMNS 12000 /* int */

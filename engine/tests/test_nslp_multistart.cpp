@@ -13,13 +13,14 @@ using nslptest::NslpTest;
 
 namespace {
 
-// x^4 - 4x^2 + x on [-3, 3]: local minima at x = 1.3466 (f = -2.6193) and, the global one,
-// x = -1.4729 (f = -5.4437). From x = 2 the solver descends into the worse one.
-constexpr double kLocalX = 1.346462, kLocalF = -2.619281;
-constexpr double kGlobalX = -1.472935, kGlobalF = -5.443670;
+// x^4 - 4x^2 + x on [-3, 3]: local minima at x = 1.3470 (f = -2.6186) and, the global one,
+// x = -1.4730 (f = -5.4442). With step bounds of 0.5 the solver stays in the basin it starts
+// in: from x = 2 it ends in the worse minimum.
+constexpr double kLocalX = 1.3469974, kLocalF = -2.6185560;
+constexpr double kGlobalX = -1.4729976, kGlobalF = -5.4441921;
 // The six-hump camel function on [-3, 3] x [-2, 2]: global minimum -1.031628 at
 // (0.0898, -0.7126) and (-0.0898, 0.7126); a local one of -0.215464 at (1.7036, -0.7961).
-constexpr double kCamelGlobal = -1.0316285, kCamelLocal = -0.2154638;
+constexpr double kCamelGlobal = -1.0316285, kCamelLocal = -0.2154638;  // to 1e-7
 
 class Multistart : public NslpTest {
  protected:
@@ -31,6 +32,7 @@ class Multistart : public NslpTest {
     if (sense < 0) f.k(-1).mul();
     formulaObjective(f);
     if (sense < 0) NSLPsetdblcontrol(slp, NSLP_CTRL_OBJECTIVE_SENSE, -1.0);
+    NSLPsetdblcontrol(slp, NSLP_CTRL_INITIAL_STEP_BOUND, 0.5);
     start(x, x0);
     return x;
   }
@@ -122,7 +124,7 @@ TEST_F(Multistart, JobControlsActForTheJobOnlyAndAreRestored) {
   ASSERT_EQ(0, NSLPgetintcontrol(slp, NSLP_CTRL_ITERATION_LIMIT, &iv));
   EXPECT_EQ(500, iv);
   ASSERT_EQ(0, NSLPgetdblcontrol(slp, NSLP_CTRL_INITIAL_STEP_BOUND, &dv));
-  EXPECT_EQ(10.0, dv);
+  EXPECT_EQ(0.5, dv);
   ASSERT_EQ(0, NVRLgetintcontrol(prob, NVRL_CTRL_LP_ALGORITHM, &iv));
   EXPECT_EQ(1, iv);
 
@@ -146,7 +148,7 @@ class MultistartPreset : public Multistart, public ::testing::WithParamInterface
 TEST_P(MultistartPreset, GeneratesItsJobs) {
   const PresetCase &pc = GetParam();
   quartic();
-  ASSERT_EQ(0, NSLPsetdblcontrol(slp, NSLP_CTRL_MULTISTART_PERTURBATION, 2.0));
+  ASSERT_EQ(0, NSLPsetdblcontrol(slp, NSLP_CTRL_MULTISTART_PERTURBATION, 3.0));
   int token = 0;
   ASSERT_EQ(0, NSLPmsaddpreset(slp, pc.name, pc.preset, pc.maxjobs, &token)) << slpError();
   EXPECT_EQ(pc.queued, queued());

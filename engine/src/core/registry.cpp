@@ -218,11 +218,6 @@ const ParamInfo kTable[] = {
            "Relative step of finite differences for user functions without derivatives.", kNl),
     dblCtl(12146, "nslp_objective_sense", 1.0, -1.0, 1.0,
            "Objective sense of the nonlinear solver: 1 minimise, -1 maximise.", kNl),
-    intCtl(12415, "nslp_auto_presolve", 1, 0, 1,
-           "1 to presolve the nonlinear problem automatically before solving, 0 not to.", kNl),
-    intCtl(12416, "nslp_postsolve", 0, 0, 1,
-           "1 to restore the original problem after a nonlinear solve, 0 to keep it presolved.",
-           kNl),
     intCtl(12250, "nslp_multistart_seed", 0, 0, kIntMax,
            "Seed of the random starts and variations of multistart presets and the global "
            "search.", kNl),
@@ -233,6 +228,11 @@ const ParamInfo kTable[] = {
            "Largest relative change of a starting value by the perturbation preset.", kNl),
     intCtl(12253, "nslp_global_starts", 10, 1, 1000000,
            "Random starts of the global search, besides the base solve.", kNl),
+    intCtl(12415, "nslp_auto_presolve", 1, 0, 1,
+           "1 to presolve the nonlinear problem automatically before solving, 0 not to.", kNl),
+    intCtl(12416, "nslp_postsolve", 0, 0, 1,
+           "1 to restore the original problem after a nonlinear solve, 0 to keep it presolved.",
+           kNl),
 
     // ---- nonlinear solver: interior-point list ----
     intCtl(12900, "nslp_ipm_subproblems", 0, 0, 1,

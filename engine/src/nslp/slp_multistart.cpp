@@ -358,27 +358,30 @@ class JobSource {
 };
 
 // Orders answers: a point beats none, infeasible points go by their infeasibility, then a
-// feasible unfinished point, then a locally optimal one (an unbounded verdict above all), and
-// within a class the better objective wins; ties keep the earlier answer.
+// feasible unfinished point, an unbounded verdict, and a locally optimal point. An unbounded
+// verdict does not beat a local optimum: a job's controls can push the subproblems into one
+// that the base controls would not reach. Within a class the better objective wins by more
+// than the relative objective tolerance (points feasible within the tolerance differ in the
+// last digits); ties keep the earlier answer.
 int answerClass(const SlpOutcome &o, double feastol) {
   if (!o.have_point) return 0;
-  if (o.status == kSlpUnbounded) return 4;
-  if (o.status == kSlpLocallyOptimal || o.status == kSlpGloballyOptimal) return 3;
+  if (o.status == kSlpLocallyOptimal || o.status == kSlpGloballyOptimal) return 4;
+  if (o.status == kSlpUnbounded) return 3;
   return o.infeasibility <= feastol ? 2 : 1;
 }
 
-bool better(const SlpOutcome &a, const SlpOutcome &b, int sense, double feastol) {
-  const int ca = answerClass(a, feastol), cb = answerClass(b, feastol);
+bool better(const SlpOutcome &a, const SlpOutcome &b, int sense, const SlpSettings &base) {
+  const int ca = answerClass(a, base.feas_tol), cb = answerClass(b, base.feas_tol);
   if (ca != cb) return ca > cb;
   if (ca == 1) return a.infeasibility < b.infeasibility * (1 - 1e-9);
-  if (ca == 2 || ca == 3)
-    return sense * a.objective < sense * b.objective - 1e-9 * std::max(1.0, std::fabs(b.objective));
-  return false;
+  if (ca != 2 && ca != 4) return false;
+  const double tol = std::max(base.obj_rel_tol, 1e-9) * std::max(1.0, std::fabs(b.objective));
+  return sense * a.objective < sense * b.objective - tol;
 }
 
 const char *className(const SlpOutcome &o, double feastol) {
-  static const char *names[] = {"no answer", "infeasible", "feasible, unfinished",
-                                "locally optimal", "unbounded"};
+  static const char *names[] = {"no answer", "infeasible", "feasible, unfinished", "unbounded",
+                                "locally optimal"};
   return names[answerClass(o, feastol)];
 }
 
@@ -432,7 +435,7 @@ SlpOutcome runMultistart(nslp_problem_s *s, const SlpSettings &base, SlpOutcome 
   rep = SlpMultistartReport();
   rep.base_objective = baseOut.objective;
   const double feastol = base.feas_tol;
-  rep.jobs_optimal = answerClass(baseOut, feastol) == 3;
+  rep.jobs_optimal = answerClass(baseOut, feastol) == 4;
   std::vector<const SlpMultistartJob *> queue;
   for (const SlpMultistartJob &j : s->data.msjobs) queue.push_back(&j);
   SlpMultistartJob global;
@@ -511,11 +514,11 @@ SlpOutcome runMultistart(nslp_problem_s *s, const SlpSettings &base, SlpOutcome 
       out = run.solve(js);
     }
     iterations += out.iterations;
-    if (answerClass(out, feastol) == 3) ++rep.jobs_optimal;
+    if (answerClass(out, feastol) == 4) ++rep.jobs_optimal;
     status = 0;
     if (hooks.jobEnd) hooks.jobEnd(hooks.data, job.entry->object, job.description.c_str(),
                                    &status);
-    const bool wins = status == 0 && better(out, best, sense, feastol);
+    const bool wins = status == 0 && better(out, best, sense, base);
     log(format("  job %d (%s): %s, objective %.10g, infeasibility %.3g, %d iterations%s", k,
                job.description.c_str(), className(out, feastol), out.objective,
                out.infeasibility, out.iterations,
