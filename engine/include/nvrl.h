@@ -286,6 +286,10 @@ typedef struct {
 #define NSLP_CTRL_PENALTY_MAX 12132 /* double */
 #define NSLP_CTRL_DERIVATIVE_STEP 12140 /* double */
 #define NSLP_CTRL_OBJECTIVE_SENSE 12146 /* double */
+#define NSLP_CTRL_MULTISTART_SEED 12250 /* int */
+#define NSLP_CTRL_MULTISTART_BOX 12251 /* double */
+#define NSLP_CTRL_MULTISTART_PERTURBATION 12252 /* double */
+#define NSLP_CTRL_GLOBAL_STARTS 12253 /* int */
 #define NSLP_CTRL_AUTO_PRESOLVE 12415 /* int */
 #define NSLP_CTRL_POSTSOLVE 12416 /* int */
 /* Nonlinear solver attributes (NSLPget...attrib) */
@@ -300,6 +304,11 @@ typedef struct {
 #define NSLP_ATTR_STOP_STATUS 12102 /* int */
 #define NSLP_ATTR_OBJECTIVE 12179 /* double */
 #define NSLP_ATTR_INTERRUPT_REASON 12180 /* int */
+#define NSLP_ATTR_MULTISTART_JOBS 12240 /* int */
+#define NSLP_ATTR_MULTISTART_JOBS_RUN 12241 /* int */
+#define NSLP_ATTR_MULTISTART_WINNER 12242 /* int */
+#define NSLP_ATTR_MULTISTART_JOBS_OPTIMAL 12243 /* int */
+#define NSLP_ATTR_MULTISTART_BASE_OBJECTIVE 12244 /* double */
 /* Nonlinear solver, interior-point list (NSLPget/set...control) */
 #define NSLP_CTRL_IPM_SUBPROBLEMS 12900 /* int */
 #define NSLP_CTRL_IPM_TOLERANCE 12901 /* double */
@@ -1382,6 +1391,54 @@ NVRL_API int NSLPreinitialize(NSLPprob slp);
 NVRL_API int NSLPfixpenalties(NSLPprob slp);
 
 /* ----- Multistart and the global search ------------------------------------------------ */
+/* Multistart presets (NSLPmsaddpreset, NSLPmsaddcustompreset); docs/nonlinear_solver.md
+ * describes each. The interior-point presets are refused: the subproblems have no
+ * interior-point solver. */
+#define NSLP_MSSET_INITIALVALUES 0   /* random starting points within the bounds */
+#define NSLP_MSSET_SOLVERS 1         /* subproblem algorithm variations */
+#define NSLP_MSSET_SLP_BASIC 2       /* a fixed grid of penalty and step-bound variations */
+#define NSLP_MSSET_SLP_EXTENDED 3    /* random variations of the penalty and step controls */
+#define NSLP_MSSET_IPM_BASIC 4
+#define NSLP_MSSET_IPM_EXTENDED 5
+#define NSLP_MSSET_INITIALFILTERED 6 /* random starting points, the best by merit kept */
+#define NSLP_MSSET_PERTURBATIONS 7   /* random perturbations of the starting point */
+
+/* Queues a multistart job: NSLPnlpoptimize runs its base solve, then every queued job from
+ * the same problem with the job's initial values (ninitial pairs colindex[k], initvalues[k])
+ * and controls (nintcontrols integer and ndblcontrols double id/value pairs, nonlinear or
+ * optimiser controls, in force for the job only), and keeps the best answer. description
+ * (null: "") is copied; jobobject is the caller's, kept with the job and never touched.
+ * Fails on a negative count, a null array with a positive count, a column out of range or
+ * repeated, a non-finite value, an unknown control or one of the wrong type, out of range,
+ * repeated, or not allowed in a job (the objective sense, the multistart controls); a
+ * failed call queues nothing. Jobs stay queued until NSLPmsclear. */
+NVRL_API int NSLPmsaddjob(NSLPprob slp, const char *description, int ninitial,
+                          const int colindex[], const double initvalues[], int nintcontrols,
+                          const int intcontrolids[], const int intcontrolvalues[],
+                          int ndblcontrols, const int dblcontrolids[],
+                          const double dblcontrolvalues[], void *jobobject);
+/* Queues maxjobs jobs of a preset (NSLP_MSSET_...), generated when the solve runs from its
+ * bounds, starting point and NSLP_CTRL_MULTISTART_SEED; every job gets jobobject. Presets
+ * with a fixed list of variations make at most that many jobs. Fails on an unknown or
+ * unavailable preset or maxjobs < 1; a failed call queues nothing. */
+NVRL_API int NSLPmsaddpreset(NSLPprob slp, const char *description, int preset, int maxjobs,
+                             void *jobobject);
+/* As NSLPmsaddpreset, and every generated job also gets the initial values and controls
+ * given as for NSLPmsaddjob (they take precedence over the preset's own). Fails as both. */
+NVRL_API int NSLPmsaddcustompreset(NSLPprob slp, const char *description, int preset,
+                                   int maxjobs, int ninitial, const int colindex[],
+                                   const double initvalues[], int nintcontrols,
+                                   const int intcontrolids[], const int intcontrolvalues[],
+                                   int ndblcontrols, const int dblcontrolids[],
+                                   const double dblcontrolvalues[], void *jobobject);
+/* Removes every queued multistart job. */
+NVRL_API int NSLPmsclear(NSLPprob slp);
+/* A global search by multistart (a heuristic: it proves nothing about global optimality):
+ * as NSLPnlpoptimize with flags "g" and, besides the queued jobs, NSLP_CTRL_GLOBAL_STARTS
+ * random starting points within the bounds (infinite bounds boxed by
+ * NSLP_CTRL_MULTISTART_BOX around the starting point), the best answer kept. The queued
+ * jobs stay as they were. Fails as NSLPnlpoptimize. */
+NVRL_API int NSLPglobal(NSLPprob slp);
 
 /* ----- Validation and evaluation statistics --------------------------------------------- */
 

@@ -107,6 +107,15 @@ constexpr int kSlpPenaltyGrowth = NSLP_CTRL_PENALTY_GROWTH;   // double control
 constexpr int kSlpPenaltyMax = NSLP_CTRL_PENALTY_MAX;      // double control
 constexpr int kSlpDerivStep = NSLP_CTRL_DERIVATIVE_STEP;       // double control, relative finite-difference step
 constexpr int kSlpInterruptReason = NSLP_ATTR_INTERRUPT_REASON; // int attribute: last NSLPinterrupt reason, 0 none
+constexpr int kSlpMsJobs = NSLP_ATTR_MULTISTART_JOBS;            // int attribute, queued jobs
+constexpr int kSlpMsJobsRun = NSLP_ATTR_MULTISTART_JOBS_RUN;      // int attribute
+constexpr int kSlpMsWinner = NSLP_ATTR_MULTISTART_WINNER;         // int attribute, 0 the base solve
+constexpr int kSlpMsJobsOptimal = NSLP_ATTR_MULTISTART_JOBS_OPTIMAL;  // int attribute
+constexpr int kSlpMsBaseObj = NSLP_ATTR_MULTISTART_BASE_OBJECTIVE;  // double attribute
+constexpr int kSlpMsSeed = NSLP_CTRL_MULTISTART_SEED;             // int control
+constexpr int kSlpMsBox = NSLP_CTRL_MULTISTART_BOX;               // double control
+constexpr int kSlpMsPerturbation = NSLP_CTRL_MULTISTART_PERTURBATION;  // double control
+constexpr int kSlpGlobalStarts = NSLP_CTRL_GLOBAL_STARTS;         // int control
 
 // ---- nonlinear solver: interior-point list (settings of the LP subproblems' barrier) ----
 constexpr int kSlpIpmUse = NSLP_CTRL_IPM_SUBPROBLEMS;          // int control, 1 solve subproblems by barrier

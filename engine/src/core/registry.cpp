@@ -169,6 +169,16 @@ const ParamInfo kTable[] = {
     dblAttr(12179, "nslp_objective", "Objective value of the last nonlinear solve.", kNl),
     intAttr(12180, "nslp_interrupt_reason",
             "Reason given to the last interrupt request; 0 none.", kNl),
+    intAttr(12240, "nslp_multistart_jobs",
+            "Multistart jobs queued (a preset counts as its number of jobs).", kNl),
+    intAttr(12241, "nslp_multistart_jobs_run", "Multistart jobs the last solve ran.", kNl),
+    intAttr(12242, "nslp_multistart_winner",
+            "Whose answer the last solve kept: 0 the base solve, k the k-th queued job.", kNl),
+    intAttr(12243, "nslp_multistart_jobs_optimal",
+            "Solves of the last multistart (the base solve included) that ended locally "
+            "optimal.", kNl),
+    dblAttr(12244, "nslp_multistart_base_objective",
+            "Objective of the base solve of the last multistart.", kNl),
 
     // ---- nonlinear solver controls ----
     intCtl(12100, "nslp_iteration_limit", 1000, 1, kIntMax,
@@ -208,6 +218,16 @@ const ParamInfo kTable[] = {
            "Relative step of finite differences for user functions without derivatives.", kNl),
     dblCtl(12146, "nslp_objective_sense", 1.0, -1.0, 1.0,
            "Objective sense of the nonlinear solver: 1 minimise, -1 maximise.", kNl),
+    intCtl(12250, "nslp_multistart_seed", 0, 0, kIntMax,
+           "Seed of the random starts and variations of multistart presets and the global "
+           "search.", kNl),
+    dblCtl(12251, "nslp_multistart_box", 10.0, 1e-12, kUnbounded,
+           "Random starts replace an infinite bound by the starting value plus or minus this.",
+           kNl),
+    dblCtl(12252, "nslp_multistart_perturbation", 0.5, 1e-12, kUnbounded,
+           "Largest relative change of a starting value by the perturbation preset.", kNl),
+    intCtl(12253, "nslp_global_starts", 10, 1, 1000000,
+           "Random starts of the global search, besides the base solve.", kNl),
     intCtl(12415, "nslp_auto_presolve", 1, 0, 1,
            "1 to presolve the nonlinear problem automatically before solving, 0 not to.", kNl),
     intCtl(12416, "nslp_postsolve", 0, 0, 1,

@@ -42,6 +42,10 @@ bool intAttribute(const nslp_problem_s *s, int attrib, int64_t &v) {
     case id::kSlpIterations: v = s->state.iterations; return true;
     case id::kSlpStopStatus: v = s->state.stopstatus; return true;
     case id::kSlpInterruptReason: v = s->interrupt_reason.load(); return true;
+    case id::kSlpMsJobs: v = queuedJobs(s->data.msjobs); return true;
+    case id::kSlpMsJobsRun: v = s->state.multistart.jobs_run; return true;
+    case id::kSlpMsWinner: v = s->state.multistart.winner; return true;
+    case id::kSlpMsJobsOptimal: v = s->state.multistart.jobs_optimal; return true;
   }
   return false;
 }
@@ -49,6 +53,7 @@ bool intAttribute(const nslp_problem_s *s, int attrib, int64_t &v) {
 bool dblAttribute(const nslp_problem_s *s, int attrib, double &v) {
   switch (attrib) {
     case id::kSlpObjVal: v = s->state.objval; return true;
+    case id::kSlpMsBaseObj: v = s->state.multistart.base_objective; return true;
   }
   return false;
 }

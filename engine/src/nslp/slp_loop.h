@@ -60,6 +60,12 @@ struct SlpHooks {
   void (*iterationStart)(void *data, int iteration) = nullptr;
   void (*iterationEnd)(void *data, int iteration, bool accepted) = nullptr;
   void (*solveEnd)(void *data, int status) = nullptr;
+  // Multistart, around each queued job (job: the object given with it): a non-zero status
+  // from jobStart skips the job, from jobEnd sets its answer aside; jobWinner once, when a
+  // job's answer beat the base solve's.
+  void (*jobStart)(void *data, void *job, const char *description, int *status) = nullptr;
+  void (*jobEnd)(void *data, void *job, const char *description, int *status) = nullptr;
+  void (*jobWinner)(void *data, void *job, const char *description) = nullptr;
 };
 
 struct SlpOutcome {

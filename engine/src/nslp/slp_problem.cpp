@@ -110,6 +110,7 @@ bool SlpDeletionFollower::prepareDeletion(const std::vector<int> *rowmap,
   next->userfuncs = data.userfuncs;
   next->tolsets = data.tolsets;
   next->dfs = renumberEstimates(data.dfs, rowmap, colmap);
+  next->msjobs = followColumnDeletion(data.msjobs, colmap);
   compact(next->columns, data.columns, colmap);
   compact(next->rowstatus, data.rowstatus, rowmap);
   compact(next->rowweight, data.rowweight, rowmap);

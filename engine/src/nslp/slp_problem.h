@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/problem.h"
+#include "nslp/slp_multistart.h"
 #include "nslp/user_functions.h"
 
 namespace nvrl {
@@ -74,6 +75,7 @@ struct SlpData {
   std::vector<std::string> strings;  // NSLPsetstring; index k is strings[k - 1]
   std::vector<SlpTolset> tolsets;    // set k is tolsets[k - 1]
   std::map<std::pair<int, int>, double> dfs;  // derivative estimates by (col, row)
+  std::vector<SlpMultistartJob> msjobs;  // queued multistart jobs, in order
 
   int nonlinearRows() const;
 };
@@ -101,6 +103,7 @@ struct SlpState {
   // and the multipliers of its last subproblem; empty before a solve.
   std::vector<double> x, slack, duals, djs;
   SlpSolveDetail detail;  // per row and column, for the item queries
+  SlpMultistartReport multistart;  // of the last solve
 };
 
 }  // namespace nvrl

@@ -34,6 +34,10 @@ enum SlpField : uint32_t {
   kRowWeight = 4,
   kUserFunctions = 5,
   kStrings = 6,
+  kTolsets = 7,
+  kEstimates = 8,
+  kStepTypes = 9,
+  kMultistartJobs = 10,
 };
 
 [[noreturn]] void corrupt(const std::string &what) {
@@ -84,10 +88,58 @@ void writeSlpData(Writer &w, const SlpData &d) {
     }
   });
   w.record(kStrings, [&](Writer &x) { x.strs(d.strings); });
+  w.record(kTolsets, [&](Writer &x) {
+    x.u64(d.tolsets.size());
+    for (const SlpTolset &t : d.tolsets) {
+      x.i32(t.status);
+      for (double v : t.tol) x.f64(v);
+    }
+  });
+  w.record(kEstimates, [&](Writer &x) {
+    x.u64(d.dfs.size());
+    for (const auto &[cr, v] : d.dfs) {
+      x.i32(cr.first);
+      x.i32(cr.second);
+      x.f64(v);
+    }
+  });
+  // A record of its own: the column record has a fixed layout.
+  w.record(kStepTypes, [&](Writer &x) {
+    x.u64(d.columns.size());
+    for (const SlpColumn &c : d.columns) {
+      x.i32(c.delta_type);
+      x.f64(c.delta_value);
+    }
+  });
+  // The jobs' objects are the caller's and are not saved (as user functions' objects).
+  w.record(kMultistartJobs, [&](Writer &x) {
+    x.u64(d.msjobs.size());
+    for (const SlpMultistartJob &j : d.msjobs) {
+      x.str(j.description);
+      x.i32(j.preset);
+      x.i32(j.count);
+      x.u64(j.initial.size());
+      for (const auto &[c, v] : j.initial) {
+        x.i32(c);
+        x.f64(v);
+      }
+      x.u64(j.intctls.size());
+      for (const auto &[id, v] : j.intctls) {
+        x.i32(id);
+        x.i64(v);
+      }
+      x.u64(j.dblctls.size());
+      for (const auto &[id, v] : j.dblctls) {
+        x.i32(id);
+        x.f64(v);
+      }
+    }
+  });
 }
 
 SlpData readSlpData(Reader &r, const Model &m) {
   SlpData d;
+  std::vector<std::pair<int, double>> steptypes;  // applied once the columns are read
   const int nc = m.cols(), nr = m.rows();
   while (!r.atEnd()) {
     const uint32_t tag = r.peekTag();
@@ -148,11 +200,78 @@ SlpData readSlpData(Reader &r, const Model &m) {
       case kStrings:
         r.record(tag, "strings", [&](Reader &x) { d.strings = x.strs(); });
         break;
+      case kTolsets:
+        r.record(tag, "tolerance sets", [&](Reader &x) {
+          d.tolsets.resize(x.count(4 + 8 * NSLP_TOLSET_SIZE));
+          for (SlpTolset &t : d.tolsets) {
+            t.status = x.i32();
+            for (double &v : t.tol) v = x.f64();
+          }
+        });
+        break;
+      case kEstimates:
+        r.record(tag, "derivative estimates", [&](Reader &x) {
+          const size_t n = x.count(16);
+          for (size_t k = 0; k < n; ++k) {
+            const int col = x.i32(), row = x.i32();
+            const double v = x.f64();
+            if (col < 0 || col >= nc || row < -1 || row >= nr || !std::isfinite(v))
+              corrupt("a derivative estimate names a row or column the problem lacks");
+            d.dfs[{col, row}] = v;
+          }
+        });
+        break;
+      case kStepTypes:
+        r.record(tag, "step types", [&](Reader &x) {
+          steptypes.resize(x.count(12));
+          for (auto &[type, value] : steptypes) {
+            type = x.i32();
+            value = x.f64();
+          }
+        });
+        break;
+      case kMultistartJobs:
+        r.record(tag, "multistart jobs", [&](Reader &x) {
+          d.msjobs.resize(x.count(20));
+          for (SlpMultistartJob &j : d.msjobs) {
+            j.description = x.str();
+            j.preset = x.i32();
+            j.count = x.i32();
+            j.initial.resize(x.count(12));
+            for (auto &[c, v] : j.initial) {
+              c = x.i32();
+              v = x.f64();
+              if (c < 0 || c >= nc) corrupt("a multistart job names a column the problem lacks");
+            }
+            j.intctls.resize(x.count(12));
+            for (auto &[id, v] : j.intctls) {
+              id = x.i32();
+              v = x.i64();
+            }
+            j.dblctls.resize(x.count(12));
+            for (auto &[id, v] : j.dblctls) {
+              id = x.i32();
+              v = x.f64();
+            }
+          }
+        });
+        break;
       default:
         corrupt(format("unknown nonlinear data field %u (written by a newer library?)", tag));
     }
   }
 
+  if (!steptypes.empty()) {
+    if (steptypes.size() != d.columns.size())
+      corrupt("the step types do not match the nonlinear columns");
+    for (size_t j = 0; j < steptypes.size(); ++j) {
+      if (steptypes[j].first < NSLP_DELTA_ADAPTIVE || steptypes[j].first > NSLP_DELTA_FROZEN ||
+          !std::isfinite(steptypes[j].second))
+        corrupt("a step type is out of range");
+      d.columns[j].delta_type = steptypes[j].first;
+      d.columns[j].delta_value = steptypes[j].second;
+    }
+  }
   // The solver and the deletion follower index by these without further checks.
   for (const SlpCoefficient &c : d.coefs) {
     if (c.row < -1 || c.row >= nr || c.col < -1 || c.col >= nc || !std::isfinite(c.factor))
@@ -167,8 +286,11 @@ SlpData readSlpData(Reader &r, const Model &m) {
     }
   }
   if (d.columns.size() > static_cast<size_t>(nc)) corrupt("more nonlinear columns than columns");
-  for (const SlpColumn &c : d.columns)
+  for (const SlpColumn &c : d.columns) {
     if (c.det_row < -1 || c.det_row >= nr) corrupt("a determining row is out of range");
+    if (c.tolset < 0 || c.tolset > static_cast<int>(d.tolsets.size()))
+      corrupt("a column names a tolerance set the problem lacks");
+  }
   if (d.rowstatus.size() > static_cast<size_t>(nr) || d.rowweight.size() > static_cast<size_t>(nr))
     corrupt("more row settings than rows");
   for (double wgt : d.rowweight)
@@ -177,7 +299,7 @@ SlpData readSlpData(Reader &r, const Model &m) {
 }
 
 // SlpState is written as fields too, with the same rules as SlpData.
-enum SlpStateField : uint32_t { kStatus = 1, kAnswers = 2 };
+enum SlpStateField : uint32_t { kStatus = 1, kAnswers = 2, kMultistart = 3, kDetail = 4 };
 
 void writeSlpState(Writer &w, const SlpState &s) {
   w.record(kStatus, [&](Writer &x) {
@@ -195,6 +317,19 @@ void writeSlpState(Writer &w, const SlpState &s) {
     x.dbls(s.slack);
     x.dbls(s.duals);
     x.dbls(s.djs);
+  });
+  w.record(kMultistart, [&](Writer &x) {
+    x.i32(s.multistart.jobs_run);
+    x.i32(s.multistart.winner);
+    x.i32(s.multistart.jobs_optimal);
+    x.f64(s.multistart.base_objective);
+  });
+  w.record(kDetail, [&](Writer &x) {
+    x.dbls(s.detail.step);
+    x.dbls(s.detail.step_bound);
+    x.ints(s.detail.penalty_iterations);
+    x.dbls(s.detail.penalty_max);
+    x.dbls(s.detail.penalty_total);
   });
 }
 
@@ -223,6 +358,23 @@ SlpState readSlpState(Reader &r, const Model &m) {
           s.djs = x.dbls();
         });
         break;
+      case kMultistart:
+        r.record(tag, "multistart report", [&](Reader &x) {
+          s.multistart.jobs_run = x.i32();
+          s.multistart.winner = x.i32();
+          s.multistart.jobs_optimal = x.i32();
+          s.multistart.base_objective = x.f64();
+        });
+        break;
+      case kDetail:
+        r.record(tag, "solve detail", [&](Reader &x) {
+          s.detail.step = x.dbls();
+          s.detail.step_bound = x.dbls();
+          s.detail.penalty_iterations = x.ints();
+          s.detail.penalty_max = x.dbls();
+          s.detail.penalty_total = x.dbls();
+        });
+        break;
       default:
         corrupt(format("unknown nonlinear answer field %u (written by a newer library?)", tag));
     }
@@ -232,6 +384,11 @@ SlpState readSlpState(Reader &r, const Model &m) {
   if ((!s.x.empty() && s.x.size() != nc) || (!s.djs.empty() && s.djs.size() != nc) ||
       (!s.slack.empty() && s.slack.size() != nr) || (!s.duals.empty() && s.duals.size() != nr))
     corrupt("the nonlinear answers do not match the problem's size");
+  const SlpSolveDetail &dt = s.detail;
+  for (size_t k : {dt.step.size(), dt.step_bound.size()})
+    if (k != 0 && k != nc) corrupt("the solve detail does not match the problem's columns");
+  for (size_t k : {dt.penalty_iterations.size(), dt.penalty_max.size(), dt.penalty_total.size()})
+    if (k != 0 && k != nr) corrupt("the solve detail does not match the problem's rows");
   return s;
 }
 

@@ -251,29 +251,34 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   if (!solving.acquired()) return s->fail(NVRL_SOLVING_REFUSAL, __func__);
 
   const auto t0 = std::chrono::steady_clock::now();
-  SlpSettings st = settingsFrom(s->controls);
-  st.integers = integers && hasGlobalEntities(m);
   // The sense control rules once set; until then the problem's own sense (a file's OBJSENSE,
   // NVRLchgobjsense) does.
   const bool senseSet = s->controls.dbls.count(id::kSlpObjSense) != 0;
   const int sense = senseSet ? (ctlDbl(s->controls, id::kSlpObjSense) < 0 ? -1 : 1)
                              : (m.objsense < 0 ? -1 : 1);
-  st.initial.resize(m.cols());
-  st.given.assign(m.cols(), 0);
-  st.col_step.assign(m.cols(), 0.0);
-  for (int j = 0; j < m.cols(); ++j) {
-    const SlpColumn *c =
-        j < static_cast<int>(s->data.columns.size()) ? &s->data.columns[j] : nullptr;
-    st.initial[j] = c && c->has_initial ? c->initial : defaultStart(m.lb[j], m.ub[j]);
-    st.given[j] = c && c->has_initial;
-    if (c) st.col_step[j] = c->init_step_bound > 0 ? c->init_step_bound : c->step_bound;
-  }
-  st.row_weight = s->data.rowweight;
-  st.transfer_row.assign(m.rows(), 0);
-  for (size_t i = 0; i < s->data.rowstatus.size() && i < st.transfer_row.size(); ++i)
-    st.transfer_row[i] = (s->data.rowstatus[i] & kObjectiveTransferRow) != 0;
-  if (s->state.fixed_penalty > 0) st.penalty = s->state.fixed_penalty;
-  addColumnRules(s->data, m.cols(), st);
+  // A function: multistart jobs build their settings again under their own controls.
+  auto solveSettings = [s, &m, integers] {
+    SlpSettings st = settingsFrom(s->controls);
+    st.integers = integers && hasGlobalEntities(m);
+    st.initial.resize(m.cols());
+    st.given.assign(m.cols(), 0);
+    st.col_step.assign(m.cols(), 0.0);
+    for (int j = 0; j < m.cols(); ++j) {
+      const SlpColumn *c =
+          j < static_cast<int>(s->data.columns.size()) ? &s->data.columns[j] : nullptr;
+      st.initial[j] = c && c->has_initial ? c->initial : defaultStart(m.lb[j], m.ub[j]);
+      st.given[j] = c && c->has_initial;
+      if (c) st.col_step[j] = c->init_step_bound > 0 ? c->init_step_bound : c->step_bound;
+    }
+    st.row_weight = s->data.rowweight;
+    st.transfer_row.assign(m.rows(), 0);
+    for (size_t i = 0; i < s->data.rowstatus.size() && i < st.transfer_row.size(); ++i)
+      st.transfer_row[i] = (s->data.rowstatus[i] & kObjectiveTransferRow) != 0;
+    if (s->state.fixed_penalty > 0) st.penalty = s->state.fixed_penalty;
+    addColumnRules(s->data, m.cols(), st);
+    return st;
+  };
+  const SlpSettings st = solveSettings();
 
   std::unique_ptr<SlpModel> built;
   try {
@@ -294,8 +299,22 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   SlpOutcome out;
   {
     InterruptGuard guard(p);
+    SlpHooks hooks;
     out = st.integers && convexQuadratic(model) ? runCuttingPlanes(model, st, p, sf, env)
-                                                : runSlp(model, st, sub, SlpHooks(), env);
+                                                : runSlp(model, st, sub, hooks, env);
+    SlpMultistartRun ms;
+    ms.model = &model;
+    ms.hooks = &hooks;
+    ms.env = &env;
+    ms.settings = solveSettings;
+    ms.solve = [&](const SlpSettings &js) {
+      SlpSubproblem jsub(model, js.integers);
+      jsub.configure(p, sf);
+      return js.integers && convexQuadratic(model) ? runCuttingPlanes(model, js, p, sf, env)
+                                                   : runSlp(model, js, jsub, hooks, env);
+    };
+    ms.elapsed_before = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+    out = runMultistart(s, st, std::move(out), ms);
   }
   SlpState &state = s->state;
   state.nlpstatus = out.error.empty() || out.have_point ? out.status : kSlpUnfinished;
