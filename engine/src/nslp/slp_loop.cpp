@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "interfaces/highs_c_api.h"
+#include "nslp/slp_cascade.h"
 #include "solve/convexity.h"
 
 namespace nvrl {
@@ -218,6 +219,13 @@ class Loop {
   bool secondOrderCorrection(const std::vector<double> &d, const std::vector<double> &actTrial,
                              std::vector<double> &xc, std::vector<double> &actc, double &fc,
                              double &meritc);
+  // Cascades a point (slp_cascade.h) when the problem has determined columns.
+  void cascade(std::vector<double> &xp) {
+    if (!S.cascade || S.cascade->order.empty()) return;
+    cascadeFailures += cascadePoint(M, *S.cascade, xp, &hooks, [this](const std::string &l) {
+      if (S.log_level >= 2) log(NVRL_MSG_DEBUG, l);
+    });
+  }
 
   const SlpModel &M;
   const SlpSettings &S;
@@ -240,6 +248,7 @@ class Loop {
   std::vector<double> rowval;  // value of each nonlinear row at x
   std::vector<double> y_;      // row duals of the last subproblem (L = f - y'g)
   bool exactRows = false;      // every nonlinear term is quadratic: exact Hessians exist
+  int cascadeFailures = 0;
 };
 
 void Loop::setupColumns() {
@@ -564,6 +573,7 @@ bool Loop::secondOrderCorrection(const std::vector<double> &d,
   if (!solved) return false;
   std::vector<double> x2 = sub.x(), act2;
   double f2;
+  cascade(x2);
   if (!evaluate(x2, act2, f2, err)) return false;
   const double m2 = f2 + mu * penaltySum(act2);
   if (m2 >= meritc) return false;
@@ -625,6 +635,7 @@ SlpOutcome Loop::run() {
     }
   }
   balanceLinearColumns();
+  cascade(x);
   if (!evaluate(x, act, f, err)) {
     out.error = "cannot evaluate the problem at the starting point: " + err;
     return out;
@@ -762,6 +773,12 @@ SlpOutcome Loop::run() {
       break;
     }
 
+    // The trial point is judged with its determined columns recomputed from their rows.
+    const int failedBefore = cascadeFailures;
+    if (S.cascade) {
+      cascade(xh);
+      measureStep();
+    }
     std::vector<double> acth;
     double fh;
     bool accepted = false;
@@ -827,6 +844,8 @@ SlpOutcome Loop::run() {
     }
     double trust = 0.0;
     for (int j : hcols) trust = std::max(trust, delta[j]);
+    if (cascadeFailures > failedBefore)
+      why += fmt(", %d cascade failures", cascadeFailures - failedBefore);
     log(NVRL_MSG_INFO, fmt("%6d %14.7e %8.2e %10.3e %10.3e %10.3e  %s", it, M.sense() * f, infeas,
                            stepMax, trust, mu, why.c_str()));
     if (hooks.iterationEnd) hooks.iterationEnd(hooks.data, it, accepted);
@@ -846,6 +865,7 @@ SlpOutcome Loop::run() {
 
   out.iterations = it;
   out.penalty = mu;
+  out.cascade_failures = cascadeFailures;
   const double infeas = infeasibility(act);
   out.infeasibility = infeas;
   if (status == kSlpUnbounded || status == kSlpInfeasible) {

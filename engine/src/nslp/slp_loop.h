@@ -26,6 +26,8 @@ enum SlpStatus {
   kSlpUnfinished = 6,
 };
 
+struct SlpCascade;
+
 struct SlpSettings {
   int iteration_limit = 1000;
   double time_limit = 0.0;  // seconds, 0: none
@@ -41,6 +43,7 @@ struct SlpSettings {
   std::vector<char> transfer_row; // per row: holds the objective through a transfer column
   std::vector<double> col_step;   // per column initial step bound; 0 or absent: init_step
   std::vector<double> row_weight; // per row penalty weight; absent: 1
+  const SlpCascade *cascade = nullptr;  // determined columns (slp_cascade.h); null: none
 };
 
 // Points where a caller can act on the running solve; any may be null. iterationEnd gets
@@ -51,6 +54,10 @@ struct SlpHooks {
   void (*iterationStart)(void *data, int iteration) = nullptr;
   void (*iterationEnd)(void *data, int iteration, bool accepted) = nullptr;
   void (*solveEnd)(void *data, int status) = nullptr;
+  // Cascading of a point: its start, each column (whether its row holds now) and its end.
+  void (*cascadeStart)(void *data) = nullptr;
+  void (*cascadeColumn)(void *data, int col, bool ok) = nullptr;
+  void (*cascadeEnd)(void *data, int failures) = nullptr;
 };
 
 struct SlpOutcome {
@@ -60,6 +67,7 @@ struct SlpOutcome {
   double objective = 0.0;  // in the user's sense
   double infeasibility = 0.0;
   double penalty = 0.0;    // the penalty at the end
+  int cascade_failures = 0;  // failed column cascades over the solve
   bool have_point = false, have_duals = false;
   std::vector<double> x, slack, duals, djs;  // duals and djs in the user's sense
   std::string error;       // why the solve could not run at all (then have_point is false)

@@ -110,10 +110,25 @@ bool SlpDeletionFollower::prepareDeletion(const std::vector<int> *rowmap,
   compact(next->columns, data.columns, colmap);
   compact(next->rowstatus, data.rowstatus, rowmap);
   compact(next->rowweight, data.rowweight, rowmap);
-  // Entries filled only by resizing hold defaults: weight 1 (resize gives 0).
+  compact(next->rowscale, data.rowscale, rowmap);
+  // Determining rows follow their rows (a deleted one leaves its column undetermined), and
+  // the cascade order its columns.
   if (rowmap)
+    for (SlpColumn &c : next->columns)
+      if (c.det_row >= 0)
+        c.det_row = c.det_row < static_cast<int>(rowmap->size()) ? (*rowmap)[c.det_row] : -1;
+  for (int j : data.cascade_order) {
+    const int to = !colmap ? j : j < static_cast<int>(colmap->size()) ? (*colmap)[j] : -1;
+    if (to >= 0 && to < static_cast<int>(next->columns.size()) && next->columns[to].det_row >= 0)
+      next->cascade_order.push_back(to);
+  }
+  // Entries filled only by resizing hold defaults: weight 1 (resize gives 0).
+  if (rowmap) {
     for (size_t i = 0; i < next->rowweight.size(); ++i)
       if (next->rowweight[i] <= 0) next->rowweight[i] = 1.0;
+    for (double &f : next->rowscale)
+      if (f <= 0) f = 1.0;
+  }
   pending_ = std::move(next);
   return true;
 }
@@ -124,6 +139,8 @@ void SlpDeletionFollower::commitDeletion() noexcept {
   pending_.reset();
   // The answers were in the old rows and columns.
   SlpState &state = owner_->state;
+  // The presolved form (not carried over) was made for the old rows and columns.
+  state.statebits &= ~(1 << 29);
   state.x.clear();
   state.slack.clear();
   state.duals.clear();

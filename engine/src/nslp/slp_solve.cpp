@@ -9,9 +9,12 @@
 #include "core/entry.h"
 #include "core/environment.h"
 #include "core/ids.h"
+#include "nslp/slp_cascade.h"
 #include "nslp/slp_cutting_planes.h"
 #include "nslp/slp_loop.h"
+#include "nslp/slp_presolve.h"
 #include "nslp/slp_problem.h"
+#include "nslp/slp_scaling.h"
 #include "solve/collect_answers.h"
 #include "solve/convexity.h"
 #include "solve/interrupts.h"
@@ -273,13 +276,23 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
     st.transfer_row[i] = (s->data.rowstatus[i] & kObjectiveTransferRow) != 0;
   if (s->state.fixed_penalty > 0) st.penalty = s->state.fixed_penalty;
 
+  // The presolved form, when there is one, has the user's rows and columns: only the model
+  // the solver reads changes.
+  const std::shared_ptr<const SlpPresolved> pre = presolveForSolve(s);
+  const Model &wm = pre && pre->model ? *pre->model : m;
   std::unique_ptr<SlpModel> built;
   try {
-    built.reset(new SlpModel(m, s->data, sense));
+    built.reset(new SlpModel(wm, s->data, sense, pre ? &pre->coefs : nullptr));
   } catch (const FormulaError &e) {
     return s->fail("NSLPnlpoptimize: a nonlinear coefficient cannot be used: %s", e.what());
   }
   const SlpModel &model = *built;
+  applyRowScaling(s, model, st);
+  SlpCascade cascade;
+  if (ctlInt(s->controls, NSLP_CTRL_CASCADE) == 1) {
+    cascade = makeCascade(s, wm, st.integers);
+    st.cascade = &cascade;
+  }
   SlpSubproblem sub(model, st.integers);
   sub.configure(p, sf);
   SlpEnvironment env;
@@ -301,6 +314,7 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   state.iterations = out.iterations;
   state.objval = out.objective;
   state.last_penalty = out.penalty;
+  state.cascade_failures = out.cascade_failures;
   state.x = out.x;
   state.slack = out.slack;
   state.duals = out.duals;
@@ -313,6 +327,7 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
            statusName(state.nlpstatus), stopName(out.stop), out.objective, out.infeasibility,
            out.iterations, secs);
   }
+  if (ctlInt(s->controls, id::kSlpPostsolve) == 1) dropPresolved(s);
   solving.finished();
   if (!out.error.empty()) return s->fail("NSLPnlpoptimize: %s", out.error.c_str());
   return 0;
