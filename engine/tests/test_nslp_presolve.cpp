@@ -247,7 +247,7 @@ TEST_P(FixedColumnHs, SameOptimumWithAndWithoutPresolve) {
 
 INSTANTIATE_TEST_SUITE_P(Published, FixedColumnHs,
                          ::testing::Values("hs006", "hs010", "hs014", "hs023", "hs029", "hs043",
-                                           "hs065", "hs071", "hs076", "hs100"),
+                                           "hs065", "hs071", "hs078", "hs100"),
                          [](const ::testing::TestParamInfo<std::string> &i) { return i.param; });
 
 }  // namespace

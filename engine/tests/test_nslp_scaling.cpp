@@ -98,8 +98,9 @@ TEST_F(Scaling, DeletionsRenumberTheFactorsAndBadInputChangesNothing) {
 }
 
 // Hock-Schittkowski problems with one row multiplied by a large or small factor (its linear
-// part, formulas and bounds alike): the optimum is the same, and with the rows scaled the
-// solve gets there in no more iterations than without.
+// part, formulas and bounds alike): with the rows scaled the solve reaches the published
+// optimum, in no more iterations than without scaling, or where the solve without scaling
+// settles elsewhere.
 struct BadRow {
   const char *file;
   int row;
@@ -145,6 +146,7 @@ TEST_P(BadlyScaledHs, ScalingReachesTheOptimumInNoMoreIterations) {
     if (star == "*" && key == "optimum") words >> optimum;
   }
   int iterations[2] = {0, 0};
+  bool reached[2] = {false, false};
   for (int scaled = 0; scaled <= 1; ++scaled) {
     SCOPED_TRACE(scaled);
     ASSERT_EQ(0, NSLPreadprob(slp, file.c_str(), "")) << error();
@@ -163,20 +165,23 @@ TEST_P(BadlyScaledHs, ScalingReachesTheOptimumInNoMoreIterations) {
     NSLPgetintattrib(slp, NSLP_ATTR_STATUS, &status);
     NSLPgetintattrib(slp, NSLP_ATTR_ITERATIONS, &iterations[scaled]);
     NSLPgetdblattrib(slp, NSLP_ATTR_OBJECTIVE, &obj);
-    EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status);
-    EXPECT_NEAR(optimum, obj, 1e-5 * std::max(1.0, std::fabs(optimum)));
+    reached[scaled] = status == NSLP_NLP_LOCALLY_OPTIMAL &&
+                      std::fabs(obj - optimum) <= 1e-5 * std::max(1.0, std::fabs(optimum));
+    std::printf("%s row %d x %g, %s: status %d, objective %.10g, %d iterations\n", p.file,
+                p.row, p.by, scaled ? "scaled" : "unscaled", status, obj, iterations[scaled]);
   }
-  EXPECT_LE(iterations[1], iterations[0]);
-  std::printf("%s row %d x %g: %d iterations unscaled, %d scaled\n", p.file, p.row, p.by,
-              iterations[0], iterations[1]);
+  EXPECT_TRUE(reached[1]);
+  EXPECT_TRUE(!reached[0] || iterations[1] <= iterations[0])
+      << iterations[1] << " iterations scaled, " << iterations[0] << " unscaled";
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, BadlyScaledHs,
-    ::testing::Values(BadRow{"hs071", 1, 1e-4}, BadRow{"hs071", 2, 1e4},
-                      BadRow{"hs043", 0, 1e-4}, BadRow{"hs043", 1, 1e4},
-                      BadRow{"hs065", 0, 1e-4}, BadRow{"hs100", 0, 1e-4},
-                      BadRow{"hs100", 2, 1e4}, BadRow{"hs076", 1, 1e-4}),
+    ::testing::Values(BadRow{"hs071", 0, 1e4}, BadRow{"hs071", 1, 1e-4},
+                      BadRow{"hs043", 1, 1e4}, BadRow{"hs065", 0, 1e-4},
+                      BadRow{"hs078", 0, 1e4}, BadRow{"hs078", 1, 1e-4},
+                      BadRow{"hs100", 0, 1e-4}, BadRow{"hs100", 2, 1e4},
+                      BadRow{"hs113", 0, 1e-4}),
     [](const ::testing::TestParamInfo<BadRow> &i) {
       return std::string(i.param.file) + "_row" + std::to_string(i.param.row) +
              (i.param.by < 1 ? "_small" : "_large");

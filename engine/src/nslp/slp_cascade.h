@@ -41,7 +41,7 @@ SlpCascade makeCascade(nslp_problem_s *s, const Model &m, bool integers);
 // holds, clipped to the column's bounds. A column whose Newton solve fails (no derivative, a
 // formula that cannot be evaluated, the limit reached, a bound in the way) keeps its value.
 // Returns the number of failures; log receives one line per failure.
-int cascadePoint(const SlpModel &M, const SlpCascade &c, std::vector<double> &x,
+NVRL_INTERNAL_API int cascadePoint(const SlpModel &M, const SlpCascade &c, std::vector<double> &x,
                  const SlpHooks *hooks, const std::function<void(const std::string &)> &log);
 
 }  // namespace nvrl

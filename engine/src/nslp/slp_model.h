@@ -37,7 +37,7 @@ struct SlpNonlinearRow {
   double weight = 1.0;    // penalty weight of its violation
 };
 
-class SlpModel {
+class NVRL_INTERNAL_API SlpModel {
  public:
   // sense: 1 minimise, -1 maximise (the objective of the model is read in that sense).
   // coefs: the coefficients to use instead of d's (a presolved form); d still gives the

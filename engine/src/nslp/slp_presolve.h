@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/problem.h"
+#include "nslp/formula.h"
 #include "nslp/slp_problem.h"
 
 namespace nvrl {
@@ -34,7 +35,7 @@ std::shared_ptr<const SlpPresolved> presolveProblem(const nslp_problem_s *s,
                                                     std::vector<std::string> &lines);
 
 // Whether s's presolved form (when it has one) still matches its problem.
-bool presolvedIsCurrent(const nslp_problem_s *s);
+NVRL_INTERNAL_API bool presolvedIsCurrent(const nslp_problem_s *s);
 
 // Drops the presolved form and clears the presolved state bit.
 void dropPresolved(nslp_problem_s *s);

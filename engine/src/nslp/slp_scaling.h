@@ -18,6 +18,6 @@ bool rowScaleFactors(const SlpModel &M, const std::vector<double> &x, std::vecto
 
 // Multiplies st's row weights by the factors the control nslp_scaling asks for: none, those
 // NSLPscaling kept, or factors computed at st's starting point (and kept).
-void applyRowScaling(nslp_problem_s *s, const SlpModel &M, SlpSettings &st);
+NVRL_INTERNAL_API void applyRowScaling(nslp_problem_s *s, const SlpModel &M, SlpSettings &st);
 
 }  // namespace nvrl

@@ -278,12 +278,14 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
 
   // The presolved form, when there is one, has the user's rows and columns: only the model
   // the solver reads changes.
+  const bool wasPresolved = s->data.presolved != nullptr;
   const std::shared_ptr<const SlpPresolved> pre = presolveForSolve(s);
   const Model &wm = pre && pre->model ? *pre->model : m;
   std::unique_ptr<SlpModel> built;
   try {
     built.reset(new SlpModel(wm, s->data, sense, pre ? &pre->coefs : nullptr));
   } catch (const FormulaError &e) {
+    if (!wasPresolved) dropPresolved(s);  // a refused solve leaves no form behind
     return s->fail("NSLPnlpoptimize: a nonlinear coefficient cannot be used: %s", e.what());
   }
   const SlpModel &model = *built;
