@@ -165,10 +165,13 @@ std::vector<int> cascadeOrder(const Model &m, const SlpData &d, std::vector<std:
   return order;
 }
 
+bool slpLogOn(const nslp_problem_s *s) { return controlInt(s, NSLP_CTRL_LOG_LEVEL) > 0; }
+
 SlpCascade makeCascade(nslp_problem_s *s, const Model &m, bool integers) {
   std::vector<std::string> cycles;
   std::vector<int> order = cascadeOrder(s->prob->model, s->data, cycles);
-  for (const std::string &line : cycles) s->logLine(NVRL_MSG_INFO, line);
+  if (slpLogOn(s))
+    for (const std::string &line : cycles) s->logLine(NVRL_MSG_INFO, line);
   SlpCascade c;
   const int deflimit = static_cast<int>(controlInt(s, NSLP_CTRL_CASCADE_ITERATION_LIMIT));
   c.tolerance = controlDbl(s, NSLP_CTRL_CASCADE_TOLERANCE);
@@ -263,7 +266,8 @@ void refreshOrder(nslp_problem_s *s) {
   std::vector<std::string> cycles;
   std::vector<int> order = cascadeOrder(s->prob->model, s->data, cycles);
   s->data.cascade_order.swap(order);
-  for (const std::string &line : cycles) s->logLine(NVRL_MSG_INFO, line);
+  if (slpLogOn(s))
+    for (const std::string &line : cycles) s->logLine(NVRL_MSG_INFO, line);
 }
 
 }  // namespace
@@ -317,7 +321,9 @@ NVRL_API int NSLPcascade(NSLPprob slp) NVRL_TRY {
   SlpCascade c = makeCascade(s, m, false);
   std::vector<double> x = currentPoint(s);
   const int failures =
-      cascadePoint(*model, c, x, nullptr, [s](const std::string &l) { s->logLine(NVRL_MSG_INFO, l); });
+      cascadePoint(*model, c, x, nullptr, [s](const std::string &l) {
+        if (slpLogOn(s)) s->logLine(NVRL_MSG_INFO, l);
+      });
   // The slacks of the last solve follow the point they describe.
   std::vector<double> slack;
   if (s->state.slack.size() == static_cast<size_t>(m.rows())) {
@@ -332,7 +338,8 @@ NVRL_API int NSLPcascade(NSLPprob slp) NVRL_TRY {
   s->state.x.swap(x);
   if (!slack.empty()) s->state.slack.swap(slack);
   s->state.cascade_failures = failures;
-  s->log(NVRL_MSG_INFO, "Cascade: %zu columns, %d failed", c.order.size(), failures);
+  if (slpLogOn(s))
+    s->log(NVRL_MSG_INFO, "Cascade: %zu columns, %d failed", c.order.size(), failures);
   return 0;
 } NVRL_CATCH(slp)
 

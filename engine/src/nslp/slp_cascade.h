@@ -37,6 +37,10 @@ std::string detRowProblem(const Model &m, const SlpData &d, int col, int row);
 // or a presolved form of it, with the same rows and columns).
 SlpCascade makeCascade(nslp_problem_s *s, const Model &m, bool integers);
 
+// Whether s's log level (nslp_log_level) asks for the lines of cascading, presolve and
+// scaling.
+bool slpLogOn(const nslp_problem_s *s);
+
 // Cascades x in place: each column of the order in turn gets the value at which its row
 // holds, clipped to the column's bounds. A column whose Newton solve fails (no derivative, a
 // formula that cannot be evaluated, the limit reached, a bound in the way) keeps its value.

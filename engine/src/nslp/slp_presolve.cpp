@@ -11,6 +11,7 @@
 #include "core/entry.h"
 #include "core/text.h"
 #include "nslp/formula.h"
+#include "nslp/slp_cascade.h"
 
 namespace nvrl {
 
@@ -306,14 +307,16 @@ void adopt(nslp_problem_s *s, std::shared_ptr<const SlpPresolved> form,
   s->state.presolve_linear = form->linear;
   s->data.presolved = std::move(form);
   s->state.statebits |= kPresolvedBit;
-  for (const std::string &l : lines) s->logLine(NVRL_MSG_INFO, l);
+  if (slpLogOn(s))
+    for (const std::string &l : lines) s->logLine(NVRL_MSG_INFO, l);
 }
 
 }  // namespace
 
 std::shared_ptr<const SlpPresolved> presolveForSolve(nslp_problem_s *s) {
   if (s->data.presolved && !presolvedIsCurrent(s)) {
-    s->logLine(NVRL_MSG_INFO, "Presolve: the problem has changed since it was presolved; the "
+    if (slpLogOn(s))
+      s->logLine(NVRL_MSG_INFO, "Presolve: the problem has changed since it was presolved; the "
                               "presolved form is dropped");
     dropPresolved(s);
   }

@@ -12,6 +12,7 @@
 
 #include "core/control_values.h"
 #include "core/entry.h"
+#include "nslp/slp_cascade.h"
 
 namespace nvrl {
 
@@ -63,7 +64,8 @@ void applyRowScaling(nslp_problem_s *s, const SlpModel &M, SlpSettings &st) {
       x[j] = std::min(std::max(x[j], m.lb[j]), m.ub[j]);
     std::string err;
     if (!rowScaleFactors(M, x, f, err)) {
-      s->log(NVRL_MSG_INFO, "Scaling: not applied, the rows cannot be differentiated at the "
+      if (slpLogOn(s))
+        s->log(NVRL_MSG_INFO, "Scaling: not applied, the rows cannot be differentiated at the "
              "start (%s)", err.c_str());
       return;
     }
@@ -105,7 +107,8 @@ NVRL_API int NSLPscaling(NSLPprob slp) NVRL_TRY {
     hi = std::max(hi, e);
   }
   s->data.rowscale.swap(f);
-  s->log(NVRL_MSG_INFO, "Scaling: %d row factors, from 2^%d to 2^%d", model->rows(), lo, hi);
+  if (slpLogOn(s))
+    s->log(NVRL_MSG_INFO, "Scaling: %d row factors, from 2^%d to 2^%d", model->rows(), lo, hi);
   return 0;
 } NVRL_CATCH(slp)
 
