@@ -286,6 +286,10 @@ typedef struct {
 #define NSLP_CTRL_PENALTY_MAX 12132 /* double */
 #define NSLP_CTRL_DERIVATIVE_STEP 12140 /* double */
 #define NSLP_CTRL_OBJECTIVE_SENSE 12146 /* double */
+#define NSLP_CTRL_CASCADE 12230 /* int */
+#define NSLP_CTRL_CASCADE_ITERATION_LIMIT 12231 /* int */
+#define NSLP_CTRL_CASCADE_TOLERANCE 12232 /* double */
+#define NSLP_CTRL_SCALING 12235 /* int */
 #define NSLP_CTRL_MULTISTART_SEED 12250 /* int */
 #define NSLP_CTRL_MULTISTART_BOX 12251 /* double */
 #define NSLP_CTRL_MULTISTART_PERTURBATION 12252 /* double */
@@ -304,6 +308,10 @@ typedef struct {
 #define NSLP_ATTR_STOP_STATUS 12102 /* int */
 #define NSLP_ATTR_OBJECTIVE 12179 /* double */
 #define NSLP_ATTR_INTERRUPT_REASON 12180 /* int */
+#define NSLP_ATTR_CASCADE_COLUMNS 12220 /* int */
+#define NSLP_ATTR_CASCADE_FAILURES 12221 /* int */
+#define NSLP_ATTR_PRESOLVE_FIXED_COLUMNS 12222 /* int */
+#define NSLP_ATTR_PRESOLVE_LINEAR_COEFFICIENTS 12223 /* int */
 #define NSLP_ATTR_MULTISTART_JOBS 12240 /* int */
 #define NSLP_ATTR_MULTISTART_JOBS_RUN 12241 /* int */
 #define NSLP_ATTR_MULTISTART_WINNER 12242 /* int */
@@ -1342,6 +1350,45 @@ NVRL_API int NSLPgetrowinfo(NSLPprob slp, int item, int row, void *info);
 NVRL_API int NSLPgetcolinfo(NSLPprob slp, int item, int col, void *info);
 
 /* ----- Determining rows, cascading, presolve and scaling -------------------------------- */
+/* A column's determining row (NSLPchgvar, NSLPloadvars) is a row in which the column occurs
+ * and that defines it given the other columns. Cascading recomputes each determined column
+ * by a Newton solve in that column alone (the others fixed, at most its cascade limit
+ * iterations, clipped to its bounds) so that its row holds: an equality exactly, an
+ * inequality at its nearer bound when violated. A column whose solve fails keeps its value.
+ * The cascade order puts a determined column after every determined column its row reads;
+ * ties go by sequence number (NSLPloadvars), then index; a cycle is broken at its first
+ * column in that order and reported in the log. With NSLP_CTRL_CASCADE 1 a solve cascades
+ * its start and every trial point before judging it. */
+/* Computes the cascade order and keeps it (NSLPgetcascadeorder, NSLP_ATTR_CASCADE_COLUMNS). */
+NVRL_API int NSLPcascadeorder(NSLPprob slp);
+/* Copies the kept cascade order: its length into *ncols (may be null) and its first size
+ * columns into cols (may be null when size is 0). Fails on a negative size or a null cols
+ * with size > 0. */
+NVRL_API int NSLPgetcascadeorder(NSLPprob slp, int *ncols, int cols[], int size);
+/* Cascades the current point (the last solve's, else the initial values) and keeps the
+ * result as the current point (NSLPgetvar's value); the slacks of the last solve follow.
+ * Sets NSLP_ATTR_CASCADE_FAILURES. Fails when a formula cannot be compiled. */
+NVRL_API int NSLPcascade(NSLPprob slp);
+/* Sets column col's Newton iteration limit for cascading (0: the control
+ * NSLP_CTRL_CASCADE_ITERATION_LIMIT). Fails on an invalid column or a negative limit. */
+NVRL_API int NSLPchgcascadenlimit(NSLPprob slp, int col, int limit);
+/* Presolves: columns fixed by their bounds are substituted into formulas and quadratic row
+ * terms and constants folded; coefficients left without a column become linear terms or
+ * constants. The user's problem is unchanged (the presolved form is kept beside it, with the
+ * same rows and columns); NSLP_ATTR_COEFFICIENTS and NSLP_ATTR_NONLINEAR_ROWS then count the
+ * presolved form. Sets bit 29 of NSLP_ATTR_STATE. A form the problem no longer matches is
+ * dropped by the next solve. */
+NVRL_API int NSLPpresolve(NSLPprob slp);
+/* Drops the presolved form and clears bit 29 of NSLP_ATTR_STATE. */
+NVRL_API int NSLPpostsolve(NSLPprob slp);
+/* Computes and keeps a scale factor per row: 1 / (largest |derivative| of the row at the
+ * current point), a power of two within 2^-30 .. 2^30. With NSLP_CTRL_SCALING 1 (the
+ * default) solves multiply each row's penalty weight by it. Fails when a formula cannot be
+ * compiled or a row cannot be differentiated at the current point. */
+NVRL_API int NSLPscaling(NSLPprob slp);
+/* Reads row's scale factor (1 when none is kept). Fails on an invalid row or a null
+ * pointer. */
+NVRL_API int NSLPgetrowscale(NSLPprob slp, int row, double *factor);
 
 /* ----- Nonlinear solving and answers ---------------------------------------------------- */
 /* Values of NSLP_ATTR_STATUS. */

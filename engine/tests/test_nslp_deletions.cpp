@@ -35,7 +35,13 @@ class Deletions : public NslpTest {
 
 TEST_F(Deletions, NonlinearDataFollowsTheNewNumbering) {
   build();
+  int kept = 0, next = 0;
+  ASSERT_EQ(0, NSLPsetstring(slp, &kept, "kept"));
   ASSERT_EQ(0, NVRLdelrows(prob, 1, &spareRow)) << lastError();
+  // Data that rows and columns do not index carries over: the string kept still holds its
+  // index, so the next one gets the one after.
+  ASSERT_EQ(0, NSLPsetstring(slp, &next, "next"));
+  EXPECT_EQ(kept + 1, next);
   // The spare row's coefficient went with it.
   EXPECT_EQ(2, intAttr(NSLP_ATTR_COEFFICIENTS));
   ASSERT_EQ(0, NVRLdelcols(prob, 1, &spareCol)) << lastError();

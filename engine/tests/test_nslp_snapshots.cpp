@@ -33,7 +33,7 @@ std::string readBytes(const std::string &path) {
   return s.str();
 }
 
-// Every nonlinear attribute through the C API, bit-exact.
+// Every nonlinear attribute through the C API, bit-exact but for the presolved state bit.
 std::map<std::string, std::string> attributes(NSLPprob s) {
   std::map<std::string, std::string> out;
   for (const nvrl::ParamInfo &info : nvrl::paramTable()) {
@@ -41,7 +41,9 @@ std::map<std::string, std::string> attributes(NSLPprob s) {
     std::ostringstream v;
     if (info.isIntegral()) {
       int i = 0;
-      v << NSLPgetintattrib(s, info.id, &i) << ':' << i;
+      v << NSLPgetintattrib(s, info.id, &i) << ':';
+      // A restored problem is not presolved (the presolved form is not saved).
+      v << (info.id == NSLP_ATTR_STATE ? i & ~(1 << 29) : i);
     } else {
       double d = 0;
       uint64_t bits;
@@ -80,6 +82,24 @@ void expectSameData(const nvrl::SlpData &a, const nvrl::SlpData &b) {
   EXPECT_EQ(a.rowstatus, b.rowstatus);
   EXPECT_TRUE(sameBits(a.rowweight, b.rowweight));
   EXPECT_EQ(a.strings, b.strings);
+  ASSERT_EQ(a.tolsets.size(), b.tolsets.size());
+  for (size_t k = 0; k < a.tolsets.size(); ++k) {
+    EXPECT_EQ(a.tolsets[k].status, b.tolsets[k].status);
+    EXPECT_TRUE(sameBits(std::vector<double>(a.tolsets[k].tol.begin(), a.tolsets[k].tol.end()),
+                         std::vector<double>(b.tolsets[k].tol.begin(), b.tolsets[k].tol.end())));
+  }
+  EXPECT_EQ(a.dfs, b.dfs);
+  for (size_t j = 0; j < a.columns.size(); ++j)
+    EXPECT_EQ(std::pair(a.columns[j].delta_type, a.columns[j].delta_value),
+              std::pair(b.columns[j].delta_type, b.columns[j].delta_value));
+  EXPECT_EQ(a.cascade_order, b.cascade_order);
+  EXPECT_TRUE(sameBits(a.rowscale, b.rowscale));
+  ASSERT_EQ(a.msjobs.size(), b.msjobs.size());
+  for (size_t k = 0; k < a.msjobs.size(); ++k) {
+    const nvrl::SlpMultistartJob &u = a.msjobs[k], &v = b.msjobs[k];
+    EXPECT_EQ(std::tuple(u.description, u.preset, u.count, u.initial, u.intctls, u.dblctls),
+              std::tuple(v.description, v.preset, v.count, v.initial, v.intctls, v.dblctls));
+  }
   ASSERT_EQ(a.userfuncs.size(), b.userfuncs.size());
   for (int k = 1; k <= a.userfuncs.size(); ++k) {
     EXPECT_EQ(a.userfuncs.at(k).name, b.userfuncs.at(k).name);
@@ -89,8 +109,18 @@ void expectSameData(const nvrl::SlpData &a, const nvrl::SlpData &b) {
 }
 
 void expectSameState(const nvrl::SlpState &a, const nvrl::SlpState &b) {
-  EXPECT_EQ(std::tuple(a.constant_col, a.statebits, a.nlpstatus, a.stopstatus, a.iterations),
-            std::tuple(b.constant_col, b.statebits, b.nlpstatus, b.stopstatus, b.iterations));
+  // A restored problem is not presolved (the presolved form is not saved).
+  const int presolved = 1 << 29;
+  EXPECT_EQ(std::tuple(a.constant_col, a.statebits & ~presolved, a.nlpstatus, a.stopstatus,
+                       a.iterations, a.cascade_failures, a.presolve_fixed, a.presolve_linear),
+            std::tuple(b.constant_col, b.statebits, b.nlpstatus, b.stopstatus, b.iterations,
+                       b.cascade_failures, b.presolve_fixed, b.presolve_linear));
+  EXPECT_EQ(std::tuple(a.multistart.jobs_run, a.multistart.winner, a.multistart.jobs_optimal),
+            std::tuple(b.multistart.jobs_run, b.multistart.winner, b.multistart.jobs_optimal));
+  EXPECT_TRUE(sameBits(a.multistart.base_objective, b.multistart.base_objective));
+  EXPECT_TRUE(sameBits(a.detail.step, b.detail.step));
+  EXPECT_TRUE(sameBits(a.detail.penalty_total, b.detail.penalty_total));
+  EXPECT_EQ(a.detail.penalty_iterations, b.detail.penalty_iterations);
   EXPECT_TRUE(sameBits({a.objval, a.last_penalty, a.fixed_penalty},
                        {b.objval, b.last_penalty, b.fixed_penalty}));
   EXPECT_TRUE(sameBits(a.x, b.x));
@@ -171,6 +201,19 @@ TEST_P(SlpSnapshotFile, SolvedProblemComesBackWithItsDataAndAnswers) {
   int index = 0;
   ASSERT_EQ(0, NSLPsetstring(slp, &index, "a kept string"));
   slp->data.userfuncs.add({"unused", 2, true, {}, nullptr, nullptr});
+  const double tols[NSLP_TOLSET_SIZE] = {1e-3, 0, 0, 2e-4, 0, 0}, estimate = 0.5, value = 0.125;
+  const int zero = 0, one = 1, objrow = -1, fixed = NSLP_DELTA_FIXED;
+  ASSERT_EQ(0, NSLPloadtolsets(slp, 1, tols)) << slpError();
+  ASSERT_EQ(0, NSLPchgvar(slp, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                          &one, nullptr, nullptr, nullptr))
+      << slpError();
+  ASSERT_EQ(0, NSLPloaddfs(slp, 1, &zero, &objrow, &estimate)) << slpError();
+  ASSERT_EQ(0, NSLPchgdeltatype(slp, 1, &zero, &fixed, &value)) << slpError();
+  ASSERT_EQ(0, NSLPmsaddjob(slp, "a job", 1, &zero, &value, 0, nullptr, nullptr, 0, nullptr,
+                            nullptr, nullptr))
+      << slpError();
+  slp->data.cascade_order = {0};
+  slp->data.rowscale.assign(model().rows(), 0.25);
   NSLPsetdblcontrol(slp, NSLP_CTRL_PENALTY, 250);
 
   ASSERT_EQ(0, NSLPsaveas(slp, path("s.svf").c_str())) << slpError();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/entry.h"
+#include "nslp/slp_cascade.h"
 #include "nslp/slp_loop.h"
 #include "nslp/slp_problem.h"
 #include "nslp/slp_tolsets.h"
@@ -80,6 +81,10 @@ int setVars(NSLPprob slp, const char *fn, bool load, int n, const int colindex[]
     if (detrow && (detrow[k] < -1 || detrow[k] >= m.rows()))
       return s->fail("%s: detrow[%d] = %d is not a row or -1", fn, k, detrow[k]);
     if (tolindex && !checkTolsetRef(s, fn, tolindex[k])) return 1;
+    if (detrow) {
+      const std::string why = detRowProblem(m, s->data, c, detrow[k]);
+      if (!why.empty()) return s->fail("%s: detrow[%d]: %s", fn, k, why.c_str());
+    }
     if ((initvalue && !std::isfinite(initvalue[k])) ||
         (stepbound && (!std::isfinite(stepbound[k]) || stepbound[k] < 0)))
       return s->fail("%s: entry %d has an initial value or step bound that is not a finite "
@@ -118,6 +123,10 @@ NVRL_API int NSLPchgvar(NSLPprob slp, int col, const int *detrow, const double *
   if (detrow && (*detrow < -1 || *detrow >= s->prob->model.rows()))
     return s->fail("NSLPchgvar: detrow %d is not a row or -1", *detrow);
   if (tolset && !checkTolsetRef(s, __func__, *tolset)) return 1;
+  if (detrow) {
+    const std::string why = detRowProblem(s->prob->model, s->data, col, *detrow);
+    if (!why.empty()) return s->fail("NSLPchgvar: %s", why.c_str());
+  }
   if (!finiteOrFail(s, __func__, "initstepbound", initstepbound) ||
       !finiteOrFail(s, __func__, "stepbound", stepbound) ||
       !finiteOrFail(s, __func__, "penalty", penalty) || !finiteOrFail(s, __func__, "damp", damp) ||

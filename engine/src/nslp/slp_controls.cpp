@@ -8,6 +8,7 @@
 #include "core/ids.h"
 #include "core/text.h"
 #include "nslp/slp_problem.h"
+#include "nslp/slp_presolve.h"
 
 using namespace nvrl;
 
@@ -35,8 +36,9 @@ bool intAttribute(const nslp_problem_s *s, int attrib, int64_t &v) {
     case id::kSlpRows: v = s->prob->model.rows(); return true;
     case id::kSlpCols: v = s->prob->model.cols(); return true;
     case id::kSlpConstantCol: v = s->state.constant_col; return true;
-    case id::kSlpCoefs: v = static_cast<int64_t>(s->data.coefs.size()); return true;
-    case id::kSlpNonlinearRows: v = s->data.nonlinearRows(); return true;
+    // Of the presolved form while there is one.
+    case id::kSlpCoefs: v = slpCoefficientCount(s); return true;
+    case id::kSlpNonlinearRows: v = slpNonlinearRowCount(s); return true;
     case id::kSlpNlpStatus: v = s->state.nlpstatus; return true;
     case id::kSlpStateBits: v = s->state.statebits; return true;
     case id::kSlpIterations: v = s->state.iterations; return true;
@@ -46,6 +48,10 @@ bool intAttribute(const nslp_problem_s *s, int attrib, int64_t &v) {
     case id::kSlpMsJobsRun: v = s->state.multistart.jobs_run; return true;
     case id::kSlpMsWinner: v = s->state.multistart.winner; return true;
     case id::kSlpMsJobsOptimal: v = s->state.multistart.jobs_optimal; return true;
+    case NSLP_ATTR_CASCADE_COLUMNS: v = static_cast<int64_t>(s->data.cascade_order.size()); return true;
+    case NSLP_ATTR_CASCADE_FAILURES: v = s->state.cascade_failures; return true;
+    case NSLP_ATTR_PRESOLVE_FIXED_COLUMNS: v = s->state.presolve_fixed; return true;
+    case NSLP_ATTR_PRESOLVE_LINEAR_COEFFICIENTS: v = s->state.presolve_linear; return true;
   }
   return false;
 }

@@ -12,6 +12,7 @@
 #include "interfaces/highs_c_api.h"
 #include "nslp/slp_tolsets.h"
 #include "nslp/slp_curvature.h"
+#include "nslp/slp_cascade.h"
 #include "solve/convexity.h"
 
 namespace nvrl {
@@ -233,6 +234,13 @@ class Loop {
   // The Lagrangian's gradient f' - y'g' over all columns (nonlinear rows only: the linear
   // rows' part does not change with x).
   bool curvedGradient(const std::vector<double> &xp, std::vector<double> &g);
+  // Cascades a point (slp_cascade.h) when the problem has determined columns.
+  void cascade(std::vector<double> &xp) {
+    if (!S.cascade || S.cascade->order.empty()) return;
+    cascadeFailures += cascadePoint(M, *S.cascade, xp, &hooks, [this](const std::string &l) {
+      if (S.log_level >= 2) log(NVRL_MSG_DEBUG, l);
+    });
+  }
 
   const SlpModel &M;
   const SlpSettings &S;
@@ -266,6 +274,7 @@ class Loop {
     double f = 0.0;
   };
   std::vector<Saddle> saddles;  // points left by leaveSaddle
+  int cascadeFailures = 0;
 };
 
 void Loop::setupColumns() {
@@ -611,6 +620,7 @@ bool Loop::secondOrderCorrection(const std::vector<double> &d,
   if (!solved) return false;
   std::vector<double> x2 = sub.x(), act2;
   double f2;
+  cascade(x2);
   if (!evaluate(x2, act2, f2, err)) return false;
   const double m2 = f2 + mu * penaltySum(act2);
   if (m2 >= meritc) return false;
@@ -890,6 +900,7 @@ SlpOutcome Loop::run() {
     }
   }
   balanceLinearColumns();
+  cascade(x);
   if (!evaluate(x, act, f, err)) {
     out.error = "cannot evaluate the problem at the starting point: " + err;
     return out;
@@ -1036,6 +1047,12 @@ SlpOutcome Loop::run() {
       break;
     }
 
+    // The trial point is judged with its determined columns recomputed from their rows.
+    const int failedBefore = cascadeFailures;
+    if (S.cascade) {
+      cascade(xh);
+      measureStep();
+    }
     std::vector<double> acth;
     double fh;
     bool accepted = false;
@@ -1103,6 +1120,8 @@ SlpOutcome Loop::run() {
     const double infeas = infeasibility(act);
     double trust = 0.0;
     for (int j : hcols) trust = std::max(trust, delta[j]);
+    if (cascadeFailures > failedBefore)
+      why += fmt(", %d cascade failures", cascadeFailures - failedBefore);
     log(NVRL_MSG_INFO, fmt("%6d %14.7e %8.2e %10.3e %10.3e %10.3e  %s", it, M.sense() * f, infeas,
                            stepMax, trust, mu, why.c_str()));
     if (hooks.iterationEnd) hooks.iterationEnd(hooks.data, it, accepted);
@@ -1130,6 +1149,7 @@ SlpOutcome Loop::run() {
 
   out.iterations = it;
   out.penalty = mu;
+  out.cascade_failures = cascadeFailures;
   const double infeas = infeasibility(act);
   out.infeasibility = infeas;
   if (status == kSlpUnbounded || status == kSlpInfeasible) {

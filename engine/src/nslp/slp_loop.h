@@ -28,6 +28,8 @@ enum SlpStatus {
   kSlpUnfinished = 6,
 };
 
+struct SlpCascade;
+
 struct SlpSettings {
   int iteration_limit = 1000;
   double time_limit = 0.0;  // seconds, 0: none
@@ -50,6 +52,7 @@ struct SlpSettings {
   std::vector<int> col_tolset;
   std::vector<SlpTolset> tolsets;
   std::map<std::pair<int, int>, double> dfs;
+  const SlpCascade *cascade = nullptr;  // determined columns (slp_cascade.h); null: none
 };
 
 // Points where a caller can act on the running solve; any may be null. iterationEnd gets
@@ -66,6 +69,10 @@ struct SlpHooks {
   void (*jobStart)(void *data, void *job, const char *description, int *status) = nullptr;
   void (*jobEnd)(void *data, void *job, const char *description, int *status) = nullptr;
   void (*jobWinner)(void *data, void *job, const char *description) = nullptr;
+  // Cascading of a point: its start, each column (whether its row holds now) and its end.
+  void (*cascadeStart)(void *data) = nullptr;
+  void (*cascadeColumn)(void *data, int col, bool ok) = nullptr;
+  void (*cascadeEnd)(void *data, int failures) = nullptr;
 };
 
 struct SlpOutcome {
@@ -75,6 +82,7 @@ struct SlpOutcome {
   double objective = 0.0;  // in the user's sense
   double infeasibility = 0.0;
   double penalty = 0.0;    // the penalty at the end
+  int cascade_failures = 0;  // failed column cascades over the solve
   bool have_point = false, have_duals = false;
   std::vector<double> x, slack, duals, djs;  // duals and djs in the user's sense
   SlpSolveDetail detail;       // empty when the solve did not run the loop

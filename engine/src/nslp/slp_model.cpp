@@ -7,7 +7,8 @@
 
 namespace nvrl {
 
-SlpModel::SlpModel(const Model &m, const SlpData &d, int sense)
+SlpModel::SlpModel(const Model &m, const SlpData &d, int sense,
+                   const std::vector<SlpCoefficient> *coefs)
     : m_(m), ncols_(m.cols()), nrows_(m.rows()), sense_(sense >= 0 ? 1 : -1) {
   rowlo_.resize(nrows_);
   rowup_.resize(nrows_);
@@ -27,7 +28,7 @@ SlpModel::SlpModel(const Model &m, const SlpData &d, int sense)
 
   // Rows with a quadratic part or a formula, in row order.
   std::map<int, std::vector<const SlpCoefficient *>> formulaRows;
-  for (const SlpCoefficient &c : d.coefs) formulaRows[c.row].push_back(&c);
+  for (const SlpCoefficient &c : coefs ? *coefs : d.coefs) formulaRows[c.row].push_back(&c);
   std::vector<int> nl;
   for (const auto &[r, q] : m.qrows)
     if (!q.empty()) nl.push_back(r);

@@ -37,11 +37,13 @@ struct SlpNonlinearRow {
   double weight = 1.0;    // penalty weight of its violation
 };
 
-class SlpModel {
+class NVRL_INTERNAL_API SlpModel {
  public:
   // sense: 1 minimise, -1 maximise (the objective of the model is read in that sense).
-  // Throws FormulaError when a coefficient's formula does not compile.
-  SlpModel(const Model &m, const SlpData &d, int sense);
+  // coefs: the coefficients to use instead of d's (a presolved form); d still gives the
+  // user functions. Throws FormulaError when a coefficient's formula does not compile.
+  SlpModel(const Model &m, const SlpData &d, int sense,
+           const std::vector<SlpCoefficient> *coefs = nullptr);
 
   int cols() const { return ncols_; }
   int rows() const { return nrows_; }

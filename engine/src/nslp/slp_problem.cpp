@@ -66,8 +66,8 @@ namespace nvrl {
 bool SlpDeletionFollower::prepareDeletion(const std::vector<int> *rowmap,
                                           const std::vector<int> *colmap, std::string &why) {
   const SlpData &data = owner_->data;
-  auto next = std::make_unique<SlpData>();
-  next->coefs.reserve(data.coefs.size());
+  std::vector<SlpCoefficient> coefs;
+  coefs.reserve(data.coefs.size());
   for (const SlpCoefficient &c : data.coefs) {
     if (rowmap && (c.row < 0 || c.row >= static_cast<int>(rowmap->size()) || (*rowmap)[c.row] < 0))
       continue;  // the row goes, and its coefficients with it
@@ -93,8 +93,19 @@ bool SlpDeletionFollower::prepareDeletion(const std::vector<int> *rowmap,
         t.value = (*colmap)[j];
       }
     }
-    next->coefs.push_back(std::move(nc));
+    coefs.push_back(std::move(nc));
   }
+  // Everything starts as a copy, so that data indexed by neither rows nor columns (user
+  // functions, strings, tolerance sets, ...) carries over without being listed here; what
+  // rows and columns index is rebuilt below.
+  auto next = std::make_unique<SlpData>(data);
+  next->coefs = std::move(coefs);
+  next->columns.clear();
+  next->rowstatus.clear();
+  next->rowweight.clear();
+  next->rowscale.clear();
+  next->cascade_order.clear();
+  next->presolved.reset();  // made for the old rows and columns
   auto compact = [](auto &out, const auto &in, const std::vector<int> *map) {
     if (!map) {
       out = in;
@@ -107,17 +118,30 @@ bool SlpDeletionFollower::prepareDeletion(const std::vector<int> *rowmap,
       out[to] = in[i];
     }
   };
-  next->userfuncs = data.userfuncs;
-  next->tolsets = data.tolsets;
   next->dfs = renumberEstimates(data.dfs, rowmap, colmap);
   next->msjobs = followColumnDeletion(data.msjobs, colmap);
   compact(next->columns, data.columns, colmap);
   compact(next->rowstatus, data.rowstatus, rowmap);
   compact(next->rowweight, data.rowweight, rowmap);
-  // Entries filled only by resizing hold defaults: weight 1 (resize gives 0).
+  compact(next->rowscale, data.rowscale, rowmap);
+  // Determining rows follow their rows (a deleted one leaves its column undetermined), and
+  // the cascade order its columns.
   if (rowmap)
+    for (SlpColumn &c : next->columns)
+      if (c.det_row >= 0)
+        c.det_row = c.det_row < static_cast<int>(rowmap->size()) ? (*rowmap)[c.det_row] : -1;
+  for (int j : data.cascade_order) {
+    const int to = !colmap ? j : j < static_cast<int>(colmap->size()) ? (*colmap)[j] : -1;
+    if (to >= 0 && to < static_cast<int>(next->columns.size()) && next->columns[to].det_row >= 0)
+      next->cascade_order.push_back(to);
+  }
+  // Entries filled only by resizing hold defaults: weight 1 (resize gives 0).
+  if (rowmap) {
     for (size_t i = 0; i < next->rowweight.size(); ++i)
       if (next->rowweight[i] <= 0) next->rowweight[i] = 1.0;
+    for (double &f : next->rowscale)
+      if (f <= 0) f = 1.0;
+  }
   pending_ = std::move(next);
   return true;
 }
@@ -128,6 +152,8 @@ void SlpDeletionFollower::commitDeletion() noexcept {
   pending_.reset();
   // The answers were in the old rows and columns.
   SlpState &state = owner_->state;
+  // The presolved form (not carried over) was made for the old rows and columns.
+  state.statebits &= ~(1 << 29);
   state.x.clear();
   state.slack.clear();
   state.duals.clear();

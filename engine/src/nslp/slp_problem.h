@@ -61,6 +61,8 @@ struct SlpTolset {
   std::array<double, NSLP_TOLSET_SIZE> tol{};
 };
 
+struct SlpPresolved;
+
 // The nonlinear data of a problem. Coefficients are appended by the nonlinear modelling
 // functions and kept sorted by (row, col) by them; nothing else here depends on the order.
 // columns is indexed by the optimiser's column and may be shorter than the column count.
@@ -76,6 +78,12 @@ struct SlpData {
   std::vector<SlpTolset> tolsets;    // set k is tolsets[k - 1]
   std::map<std::pair<int, int>, double> dfs;  // derivative estimates by (col, row)
   std::vector<SlpMultistartJob> msjobs;  // queued multistart jobs, in order
+  // Determined columns in cascade order (NSLPcascadeorder, and each cascade or solve).
+  std::vector<int> cascade_order;
+  // Per optimiser row, possibly shorter (missing entries 1): scale factors of NSLPscaling.
+  std::vector<double> rowscale;
+  // The presolved form (NSLPpresolve; nslp/slp_presolve.h), null when not presolved.
+  std::shared_ptr<const SlpPresolved> presolved;
 
   int nonlinearRows() const;
 };
@@ -99,6 +107,9 @@ struct SlpState {
   double objval = 0.0;
   double last_penalty = 0.0;   // the penalty the last solve ended with
   double fixed_penalty = 0.0;  // NSLPfixpenalties: the next solves start here; 0 none
+  int cascade_failures = 0;    // failed column cascades of the last cascade or solve
+  int presolve_fixed = 0;      // the last presolve: fixed columns substituted
+  int presolve_linear = 0;     // and coefficients turned linear or constant
   // The point of the last solve (its best when it stopped early), rhs - activity per row,
   // and the multipliers of its last subproblem; empty before a solve.
   std::vector<double> x, slack, duals, djs;

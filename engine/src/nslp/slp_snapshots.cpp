@@ -10,6 +10,7 @@
 #include "core/entry.h"
 #include "core/text.h"
 #include "lp_data/snapshot.h"
+#include "nslp/slp_presolve.h"
 #include "nslp/slp_problem.h"
 #include "solve/highs_session.h"
 #include "solve/solution_files.h"
@@ -38,6 +39,8 @@ enum SlpField : uint32_t {
   kEstimates = 8,
   kStepTypes = 9,
   kMultistartJobs = 10,
+  kCascadeOrder = 11,
+  kRowScale = 12,
 };
 
 [[noreturn]] void corrupt(const std::string &what) {
@@ -111,6 +114,8 @@ void writeSlpData(Writer &w, const SlpData &d) {
       x.f64(c.delta_value);
     }
   });
+  w.record(kCascadeOrder, [&](Writer &x) { x.ints(d.cascade_order); });
+  w.record(kRowScale, [&](Writer &x) { x.dbls(d.rowscale); });
   // The jobs' objects are the caller's and are not saved (as user functions' objects).
   w.record(kMultistartJobs, [&](Writer &x) {
     x.u64(d.msjobs.size());
@@ -230,6 +235,12 @@ SlpData readSlpData(Reader &r, const Model &m) {
           }
         });
         break;
+      case kCascadeOrder:
+        r.record(tag, "cascade order", [&](Reader &x) { d.cascade_order = x.ints(); });
+        break;
+      case kRowScale:
+        r.record(tag, "row scale factors", [&](Reader &x) { d.rowscale = x.dbls(); });
+        break;
       case kMultistartJobs:
         r.record(tag, "multistart jobs", [&](Reader &x) {
           d.msjobs.resize(x.count(20));
@@ -295,16 +306,28 @@ SlpData readSlpData(Reader &r, const Model &m) {
     corrupt("more row settings than rows");
   for (double wgt : d.rowweight)
     if (!(wgt > 0) || !std::isfinite(wgt)) corrupt("a row weight is not a finite number > 0");
+  if (d.rowscale.size() > static_cast<size_t>(nr)) corrupt("more row scale factors than rows");
+  for (double f : d.rowscale)
+    if (!(f > 0) || !std::isfinite(f)) corrupt("a row scale factor is not a finite number > 0");
+  for (int j : d.cascade_order)
+    if (j < 0 || j >= nc) corrupt("the cascade order names a column the problem lacks");
   return d;
 }
 
 // SlpState is written as fields too, with the same rules as SlpData.
-enum SlpStateField : uint32_t { kStatus = 1, kAnswers = 2, kMultistart = 3, kDetail = 4 };
+enum SlpStateField : uint32_t {
+  kStatus = 1,
+  kAnswers = 2,
+  kMultistart = 3,
+  kDetail = 4,
+  kCascadePresolve = 5,
+};
 
 void writeSlpState(Writer &w, const SlpState &s) {
   w.record(kStatus, [&](Writer &x) {
     x.i32(s.constant_col);
-    x.i32(s.statebits);
+    // The presolved form is not saved: a restored problem is not presolved.
+    x.i32(s.statebits & ~kPresolvedBit);
     x.i32(s.nlpstatus);
     x.i32(s.stopstatus);
     x.i32(s.iterations);
@@ -323,6 +346,11 @@ void writeSlpState(Writer &w, const SlpState &s) {
     x.i32(s.multistart.winner);
     x.i32(s.multistart.jobs_optimal);
     x.f64(s.multistart.base_objective);
+  });
+  w.record(kCascadePresolve, [&](Writer &x) {
+    x.i32(s.cascade_failures);
+    x.i32(s.presolve_fixed);
+    x.i32(s.presolve_linear);
   });
   w.record(kDetail, [&](Writer &x) {
     x.dbls(s.detail.step);
@@ -364,6 +392,13 @@ SlpState readSlpState(Reader &r, const Model &m) {
           s.multistart.winner = x.i32();
           s.multistart.jobs_optimal = x.i32();
           s.multistart.base_objective = x.f64();
+        });
+        break;
+      case kCascadePresolve:
+        r.record(tag, "cascade and presolve counts", [&](Reader &x) {
+          s.cascade_failures = x.i32();
+          s.presolve_fixed = x.i32();
+          s.presolve_linear = x.i32();
         });
         break;
       case kDetail:

@@ -9,10 +9,13 @@
 #include "core/entry.h"
 #include "core/environment.h"
 #include "core/ids.h"
+#include "nslp/slp_cascade.h"
 #include "nslp/slp_cutting_planes.h"
 #include "nslp/slp_loop.h"
+#include "nslp/slp_presolve.h"
 #include "nslp/slp_problem.h"
 #include "nslp/slp_tolsets.h"
+#include "nslp/slp_scaling.h"
 #include "solve/collect_answers.h"
 #include "solve/convexity.h"
 #include "solve/interrupts.h"
@@ -278,15 +281,27 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
     addColumnRules(s->data, m.cols(), st);
     return st;
   };
-  const SlpSettings st = solveSettings();
+  SlpSettings st = solveSettings();
 
+  // The presolved form, when there is one, has the user's rows and columns: only the model
+  // the solver reads changes.
+  const bool wasPresolved = s->data.presolved != nullptr;
+  const std::shared_ptr<const SlpPresolved> pre = presolveForSolve(s);
+  const Model &wm = pre && pre->model ? *pre->model : m;
   std::unique_ptr<SlpModel> built;
   try {
-    built.reset(new SlpModel(m, s->data, sense));
+    built.reset(new SlpModel(wm, s->data, sense, pre ? &pre->coefs : nullptr));
   } catch (const FormulaError &e) {
+    if (!wasPresolved) dropPresolved(s);  // a refused solve leaves no form behind
     return s->fail("NSLPnlpoptimize: a nonlinear coefficient cannot be used: %s", e.what());
   }
   const SlpModel &model = *built;
+  applyRowScaling(s, model, st);
+  SlpCascade cascade;
+  if (ctlInt(s->controls, NSLP_CTRL_CASCADE) == 1) {
+    cascade = makeCascade(s, wm, st.integers);
+    st.cascade = &cascade;
+  }
   SlpSubproblem sub(model, st.integers);
   sub.configure(p, sf);
   SlpEnvironment env;
@@ -306,14 +321,22 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
     ms.model = &model;
     ms.hooks = &hooks;
     ms.env = &env;
-    ms.settings = solveSettings;
+    // A job's controls may turn cascading off; the row factors and the cascade order stay
+    // the base solve's.
+    ms.settings = [&] {
+      SlpSettings js = solveSettings();
+      js.row_weight = st.row_weight;
+      js.cascade = ctlInt(s->controls, NSLP_CTRL_CASCADE) == 1 ? st.cascade : nullptr;
+      return js;
+    };
     ms.solve = [&](const SlpSettings &js) {
       SlpSubproblem jsub(model, js.integers);
       jsub.configure(p, sf);
       return js.integers && convexQuadratic(model) ? runCuttingPlanes(model, js, p, sf, env)
                                                    : runSlp(model, js, jsub, hooks, env);
     };
-    ms.elapsed_before = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+    ms.elapsed_before =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
     out = runMultistart(s, st, std::move(out), ms);
   }
   SlpState &state = s->state;
@@ -322,6 +345,7 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   state.iterations = out.iterations;
   state.objval = out.objective;
   state.last_penalty = out.penalty;
+  state.cascade_failures = out.cascade_failures;
   state.x = out.x;
   state.slack = out.slack;
   state.duals = out.duals;
@@ -335,6 +359,7 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
            statusName(state.nlpstatus), stopName(out.stop), out.objective, out.infeasibility,
            out.iterations, secs);
   }
+  if (ctlInt(s->controls, id::kSlpPostsolve) == 1) dropPresolved(s);
   solving.finished();
   if (!out.error.empty()) return s->fail("NSLPnlpoptimize: %s", out.error.c_str());
   return 0;
