@@ -63,6 +63,7 @@ struct SlpOutcome {
   bool have_point = false, have_duals = false;
   std::vector<double> x, slack, duals, djs;  // duals and djs in the user's sense
   std::string error;       // why the solve could not run at all (then have_point is false)
+  SlpEvalStats evals;      // the evaluations the solve made
 };
 
 // Calls the loop makes into its caller: the log (one line), and the stop request (a

@@ -2,10 +2,25 @@
 #include "nslp/slp_model.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <map>
 
 namespace nvrl {
+
+namespace {
+// Adds the time of one evaluation call to the workspace's statistics: a clock pair per row
+// or per pass over all rows, which the evaluation itself outweighs.
+struct EvalTimer {
+  explicit EvalTimer(FormulaWorkspace &w) : ws(w), t0(std::chrono::steady_clock::now()) {}
+  ~EvalTimer() {
+    ws.stats.eval_seconds +=
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+  }
+  FormulaWorkspace &ws;
+  std::chrono::steady_clock::time_point t0;
+};
+}  // namespace
 
 SlpModel::SlpModel(const Model &m, const SlpData &d, int sense)
     : m_(m), ncols_(m.cols()), nrows_(m.rows()), sense_(sense >= 0 ? 1 : -1) {
@@ -122,6 +137,8 @@ void SlpModel::objectiveGradient(const double *x, double *g) const {
 
 bool SlpModel::objectiveFormulas(const double *x, double &v, double *grad, FormulaWorkspace &ws,
                                  std::string &err) const {
+  if (objterms_.empty()) return true;
+  EvalTimer timer(ws);
   std::vector<double> fg;
   for (const SlpFormulaTerm &t : objterms_) {
     const std::vector<int> &fc = t.tape.columns();
@@ -163,6 +180,7 @@ bool SlpModel::nonlinearValue(const SlpNonlinearRow &r, const double *x, double 
 
 bool SlpModel::activities(const double *x, std::vector<double> &act, FormulaWorkspace &ws,
                           std::string &err) const {
+  EvalTimer timer(ws);
   act.assign(nrows_, 0.0);
   for (int i = 0; i < nrows_; ++i) {
     const int k = nlindex_[i];
@@ -182,6 +200,7 @@ bool SlpModel::activities(const double *x, std::vector<double> &act, FormulaWork
 
 bool SlpModel::rowGradient(int k, const double *x, double &v, std::vector<double> &grad,
                            FormulaWorkspace &ws, std::string &err) const {
+  EvalTimer timer(ws);
   const SlpNonlinearRow &r = nlrows_[k];
   const std::vector<int> &cols = r.cols;
   grad.assign(cols.size(), 0.0);

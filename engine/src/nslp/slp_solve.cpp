@@ -12,6 +12,7 @@
 #include "nslp/slp_cutting_planes.h"
 #include "nslp/slp_loop.h"
 #include "nslp/slp_problem.h"
+#include "nslp/slp_validate.h"
 #include "solve/collect_answers.h"
 #include "solve/convexity.h"
 #include "solve/interrupts.h"
@@ -305,6 +306,7 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   state.slack = out.slack;
   state.duals = out.duals;
   state.djs = out.djs;
+  recordSolveEvaluations(s, out.evals);
   if (st.log_level > 0) {
     const double secs =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
