@@ -15,8 +15,6 @@ using nslptest::NslpTest;
 
 namespace {
 
-constexpr double kFree = 1e20;
-
 class SlpValidate : public NslpTest {
  protected:
   void SetUp() override {
@@ -44,19 +42,26 @@ class SlpValidate : public NslpTest {
     EXPECT_EQ(0, NSLPgetdblattrib(slp, id, &v)) << slpError();
     return v;
   }
-  // The two numbers at the end of the report line that starts with label.
-  std::pair<double, double> reported(const std::string &label) const {
+  // The numbers after label on the report line that starts with it.
+  std::vector<double> reported(const std::string &label) const {
+    std::vector<double> out;
     for (const auto &[type, l] : lines) {
-      const size_t at = l.find(label);
-      if (at == std::string::npos || l.find_first_not_of(' ') != at) continue;
-      char *end = nullptr;
-      const char *p = l.c_str() + at + label.size();
-      const double a = std::strtod(p, &end);
-      const double b = std::strtod(end, nullptr);
-      return {a, b};
+      if (l.find_first_not_of(' ') != l.find(label)) continue;
+      const char *p = l.c_str() + l.find(label) + label.size();
+      while (*p) {
+        char *end = nullptr;
+        const double v = std::strtod(p, &end);
+        if (end == p) {
+          ++p;
+          continue;
+        }
+        out.push_back(v);
+        p = end;
+      }
+      return out;
     }
     ADD_FAILURE() << "no line starts with " << label;
-    return {NAN, NAN};
+    return out;
   }
   void userFunction(const char *name, bool derivatives, nvrl::UserFunctionCall call) {
     nvrl::UserFunction f;
@@ -138,22 +143,20 @@ TEST_F(SlpValidatePoint, MeasuresEveryRowAbsoluteAndRelative) {
   EXPECT_TRUE(logged("Row big").empty());
   EXPECT_EQ(1u, logged("Validation: largest violation 3.000e+00 (row prod)").size());
 
-  // Targets loose enough for the sum row leave only the product row.
+  // A relative target loose enough for the sum row leaves only the product row.
   ASSERT_EQ(0, NSLPsetdblcontrol(slp, NSLP_CTRL_VALIDATION_TARGET_R, 0.5));
   lines.clear();
   ASSERT_EQ(0, NSLPvalidate(slp));
   EXPECT_EQ(1, intAttr(NSLP_ATTR_VALIDATION_FAILURES));
   EXPECT_EQ(1, warnings());
-}
 
-TEST_F(SlpValidatePoint, ColumnOutsideItsBoundsFails) {
-  build();
-  start(1, 12);  // y beyond its upper bound 10 by 2, relative 0.2
-  ASSERT_EQ(0, NSLPvalidate(slp)) << slpError();
+  // y = 12 is 2 beyond its bound 10 (relative 0.2); x^2 - y = -8 now fails too (8 / 12).
+  ASSERT_EQ(0, NSLPsetdblcontrol(slp, NSLP_CTRL_VALIDATION_TARGET_R, 1e-6));
+  start(1, 12);
+  ASSERT_EQ(0, NSLPvalidate(slp));
   EXPECT_EQ(1u, logged("Column y (1) misses the validation target").size());
-  // r0 now 24 - 1 = 23 off; r1 14 - 3 = 11; r3 4 - 12 = -8.
-  EXPECT_NEAR(23.0, dblAttr(NSLP_ATTR_VALIDATION_INDEX_A), 1e-12);
-  EXPECT_EQ(4, intAttr(NSLP_ATTR_VALIDATION_FAILURES));
+  EXPECT_EQ(1u, logged("Row curve (3) misses").size());
+  EXPECT_EQ(4, intAttr(NSLP_ATTR_VALIDATION_FAILURES));  // all but the big row
 }
 
 TEST_F(SlpValidatePoint, ConvergedSolutionPasses) {
@@ -234,7 +237,7 @@ TEST_P(SlpValidateDerivatives, WrongUserDerivativeIsReported) {
 
 INSTANTIATE_TEST_SUITE_P(Skews, SlpValidateDerivatives, ::testing::Values(1.0, 1.001, -1.0));
 
-TEST_F(SlpValidate, RowValidationRefusesBadRowsAndWritesNothing) {
+TEST_F(SlpValidate, BadInputFailsAndWritesNothing) {
   const int x = col(0, 10, 0);
   const int r = row('L', 1, {{x, 1}});
   coef(r, -1, 1.0, F().args().x(x).k(1).sub().fn(NSLP_FN_LN));  // ln(x - 1) at x = 0
@@ -242,8 +245,21 @@ TEST_F(SlpValidate, RowValidationRefusesBadRowsAndWritesNothing) {
   EXPECT_NE(std::string::npos, slpError().find("out of range"));
   EXPECT_NE(0, NSLPvalidaterow(slp, r));
   EXPECT_NE(std::string::npos, slpError().find("cannot be evaluated"));
+  double v = 7;
+  EXPECT_NE(0, NSLPvalidatevector(slp, nullptr, &v, nullptr, nullptr));
+  for (double bad : {double(NAN), double(INFINITY), 0.5}) {  // 0.5: ln(-0.5)
+    EXPECT_NE(0, NSLPvalidatevector(slp, &bad, &v, &v, &v)) << bad;
+    EXPECT_EQ(7, v);
+  }
+  EXPECT_NE(0, NSLPvalidate(slp));
   EXPECT_TRUE(lines.empty());
+  const double one = 1;
+  EXPECT_NE(0, NSLPvalidate(nullptr));
   EXPECT_NE(0, NSLPvalidaterow(nullptr, 0));
+  EXPECT_NE(0, NSLPvalidatevector(nullptr, &one, nullptr, nullptr, nullptr));
+  EXPECT_NE(0, NSLPvalidatekkt(nullptr, NSLP_KKT_ABSOLUTE, 0, 0, 1e-6));
+  EXPECT_NE(0, NSLPprintevalinfo(nullptr));
+  EXPECT_NE(0, NSLPprintmemory(nullptr));
 }
 
 // ---- NSLPvalidatevector ---------------------------------------------------------------
@@ -278,21 +294,6 @@ TEST_F(SlpValidatePoint, VectorIsEvaluatedWithoutChangingAnything) {
   EXPECT_EQ(evals.formula_values, slp->evals.total.formula_values);
   EXPECT_EQ(failures, intAttr(NSLP_ATTR_VALIDATION_FAILURES));
   EXPECT_TRUE(lines.empty());
-}
-
-TEST_F(SlpValidatePoint, VectorRefusesBadPoints) {
-  build();
-  double v = 7;
-  EXPECT_NE(0, NSLPvalidatevector(slp, nullptr, &v, nullptr, nullptr));
-  for (double bad : {NAN, INFINITY}) {
-    const double x[] = {1, bad};
-    EXPECT_NE(0, NSLPvalidatevector(slp, x, &v, nullptr, nullptr));
-    EXPECT_NE(std::string::npos, slpError().find("x[1]"));
-  }
-  coef(1, -1, 1.0, F().args().x(0).fn(NSLP_FN_LN));
-  const double negative[] = {-1, 1};
-  EXPECT_NE(0, NSLPvalidatevector(slp, negative, &v, nullptr, nullptr));
-  EXPECT_EQ(7, v);
 }
 
 // ---- NSLPvalidatekkt ------------------------------------------------------------------
@@ -384,27 +385,6 @@ TEST_P(SlpKktSense, FittedMultipliersAreStoredWhenAsked) {
 
 INSTANTIATE_TEST_SUITE_P(Senses, SlpKktSense, ::testing::Values(1, -1));
 
-TEST_F(SlpValidate, KktOfAnUnconstrainedPointIsItsGradient) {
-  // min (x - 1)^2 + (y - 2)^2 from the optimum moved to x = 1.1: gradient (0.2, 0).
-  const int x = col(-kFree, kFree, -2), y = col(-kFree, kFree, -4);
-  model().objconst = 5;
-  qobj({{x, x, 2.0}, {y, y, 2.0}});
-  start(x, 1.1);
-  start(y, 2);
-  ASSERT_EQ(0, kkt(NSLP_KKT_ABSOLUTE, 0)) << slpError();
-  EXPECT_NEAR(0.2, kktResult().stationarity, 1e-12);
-  EXPECT_EQ(0.0, kktResult().feasibility);
-  EXPECT_EQ(0, kktResult().valid);
-  EXPECT_EQ(1u, logged("stationarity 2.000e-01 (column C1)").size());
-  // Scaled by 100, the objective's gradient is 20: relative to itself that is all of it.
-  qobj({{x, x, 200.0}, {y, y, 200.0}});
-  model().obj = {-200, -400};
-  ASSERT_EQ(0, kkt(NSLP_KKT_ABSOLUTE, 0)) << slpError();
-  EXPECT_NEAR(20.0, kktResult().stationarity, 1e-9);
-  ASSERT_EQ(0, kkt(NSLP_KKT_RELATIVE, 0)) << slpError();
-  EXPECT_NEAR(1.0, kktResult().stationarity, 1e-12);
-}
-
 TEST_F(SlpValidate, KktRefusesBadArgumentsAndKeepsItsResults) {
   hs71();
   // No solve yet: there are no multipliers to keep.
@@ -416,7 +396,6 @@ TEST_F(SlpValidate, KktRefusesBadArgumentsAndKeepsItsResults) {
   for (int mode : {-1, 2}) EXPECT_NE(0, kkt(mode, 0));
   for (double target : {-1.0, (double)NAN, (double)INFINITY})
     EXPECT_NE(0, NSLPvalidatekkt(slp, NSLP_KKT_ABSOLUTE, 0, 0, target)) << target;
-  EXPECT_NE(0, NSLPvalidatekkt(nullptr, NSLP_KKT_ABSOLUTE, 0, 0, 1e-6));
   const Kkt after = kktResult();
   EXPECT_EQ(before.valid, after.valid);
   EXPECT_EQ(before.stationarity, after.stationarity);
@@ -471,40 +450,29 @@ TEST_P(SlpEvalInfo, CountsEveryEvaluationOfEachSolveAndInTotal) {
   EXPECT_EQ(calls - before, second.user_values + second.user_derivatives +
                                 second.user_differences);
   ASSERT_EQ(0, NSLPprintevalinfo(slp)) << slpError();
-  EXPECT_EQ(std::make_pair(1.0, 2.0), reported("solves"));
-  EXPECT_EQ(std::make_pair(double(second.formula_values),
-                           double(first.formula_values + second.formula_values)),
+  using V = std::vector<double>;
+  EXPECT_EQ(V({1, 2}), reported("solves"));
+  EXPECT_EQ(V({double(second.formula_values), double(first.formula_values +
+                                                      second.formula_values)}),
             reported("formula evaluations (values)"));
-  EXPECT_EQ(std::make_pair(double(second.user_differences),
-                           double(first.user_differences + second.user_differences)),
+  EXPECT_EQ(V({double(second.user_differences), double(first.user_differences +
+                                                        second.user_differences)}),
             reported("user function calls (finite differences)"));
 }
 
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutDerivatives, SlpEvalInfo, ::testing::Bool());
 
-TEST_F(SlpValidate, EvalInfoBeforeAnySolveReportsZeros) {
-  ASSERT_EQ(0, NSLPprintevalinfo(slp)) << slpError();
-  EXPECT_EQ(std::make_pair(0.0, 0.0), reported("solves"));
-  EXPECT_EQ(std::make_pair(0.0, 0.0), reported("formula evaluations (with gradients)"));
-  EXPECT_NE(0, NSLPprintevalinfo(nullptr));
-}
-
 TEST_F(SlpValidate, MemoryReportAddsUpAndFollowsTheData) {
   hs71();
-  // The byte count at the end of the line that starts with label.
+  // The byte count: the last number on the line (labels may hold a count).
   auto bytes = [&](const std::string &label) {
-    for (const auto &[type, l] : lines)
-      if (l.find_first_not_of(' ') == l.find(label) && l.size() > 6 &&
-          l.compare(l.size() - 6, 6, " bytes") == 0)
-        return std::strtod(l.c_str() + l.find_last_of(' ', l.size() - 7), nullptr);
-    ADD_FAILURE() << "no line starts with " << label;
-    return -1.0;
+    const std::vector<double> v = reported(label);
+    return v.empty() ? -1.0 : v.back();
   };
   ASSERT_EQ(0, NSLPprintmemory(slp)) << slpError();
   EXPECT_EQ(9u, lines.size());  // a heading, seven items and the total
-  const char *labels[] = {"coefficients (2)",       "coefficient tokens (",
-                          "user functions (0)",     "strings (0)",
-                          "column settings (",      "row statuses and weights (",
+  const char *labels[] = {"coefficients (2)", "coefficient tokens (", "user functions (0)",
+                          "strings (0)", "column settings (", "row statuses and weights (",
                           "solution vectors (0 values)"};
   double sum = 0;
   for (const char *l : labels) sum += bytes(l);
@@ -524,7 +492,6 @@ TEST_F(SlpValidate, MemoryReportAddsUpAndFollowsTheData) {
   ASSERT_EQ(0, NSLPprintmemory(slp));
   EXPECT_GT(bytes("coefficient tokens ("), tokens);
   EXPECT_GT(bytes("coefficients (3)"), 0.0);
-  EXPECT_NE(0, NSLPprintmemory(nullptr));
 }
 
 }  // namespace
