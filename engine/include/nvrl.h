@@ -1286,8 +1286,8 @@ NVRL_API int NSLPvalidatevector(NSLPprob slp, const double x[], double *suminf,
 #define NSLP_KKT_ABSOLUTE 0
 #define NSLP_KKT_RELATIVE 1 /* each entry over its largest term, each violation over the size */
 /* Checks the first-order optimality conditions at the current point. respectbasis non-zero:
- * with the last solve's multipliers (its active bounds of the columns); zero: with the
- * multipliers of the rows and bounds active at the point (within
+ * with the last solve's row multipliers; zero: with the multipliers of the rows and bounds
+ * active at the point (within
  * NSLP_CTRL_VALIDATION_ACTIVE_TOLERANCE) that fit the conditions best (an LP), which
  * updatemult non-zero then stores as the answer's duals and reduced costs (NSLPgetslpsol).
  * Sets NSLP_ATTR_KKT_STATIONARITY, _COMPLEMENTARITY and _FEASIBILITY (the largest violation

@@ -205,11 +205,10 @@ NVRL_API int NSLPvalidatekkt(NSLPprob slp, int mode, int respectbasis, int updat
     if (std::isfinite(cup[j])) csize[j] = std::max(csize[j], std::fabs(cup[j]));
   }
 
-  // Active bounds of the columns: at the solve's point when its active set is kept.
-  const std::vector<double> &xa =
-      respectbasis && static_cast<int>(state.x.size()) == n ? state.x : x;
+  // The columns' active bounds are read at the point whichever multipliers are used: a
+  // bound multiplier is what the reduced cost leaves, so only where it sits matters.
   std::vector<Active> colActive(n);
-  for (int j = 0; j < n; ++j) colActive[j] = activeSides(xa[j], clo[j], cup[j], csize[j], tolact);
+  for (int j = 0; j < n; ++j) colActive[j] = activeSides(x[j], clo[j], cup[j], csize[j], tolact);
 
   std::vector<double> y(nr, 0.0);
   if (respectbasis) {
