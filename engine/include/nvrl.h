@@ -294,6 +294,10 @@ typedef struct {
 #define NSLP_CTRL_MULTISTART_BOX 12251 /* double */
 #define NSLP_CTRL_MULTISTART_PERTURBATION 12252 /* double */
 #define NSLP_CTRL_GLOBAL_STARTS 12253 /* int */
+#define NSLP_CTRL_VALIDATION_TARGET_A 12270 /* double */
+#define NSLP_CTRL_VALIDATION_TARGET_R 12271 /* double */
+#define NSLP_CTRL_VALIDATION_ACTIVE_TOLERANCE 12272 /* double */
+#define NSLP_CTRL_VALIDATION_DERIVATIVE_TOLERANCE 12273 /* double */
 #define NSLP_CTRL_AUTO_PRESOLVE 12415 /* int */
 #define NSLP_CTRL_POSTSOLVE 12416 /* int */
 /* Nonlinear solver attributes (NSLPget...attrib) */
@@ -317,6 +321,14 @@ typedef struct {
 #define NSLP_ATTR_MULTISTART_WINNER 12242 /* int */
 #define NSLP_ATTR_MULTISTART_JOBS_OPTIMAL 12243 /* int */
 #define NSLP_ATTR_MULTISTART_BASE_OBJECTIVE 12244 /* double */
+#define NSLP_ATTR_VALIDATION_INDEX_A 12260 /* double */
+#define NSLP_ATTR_VALIDATION_INDEX_R 12261 /* double */
+#define NSLP_ATTR_VALIDATION_FAILURES 12262 /* int */
+#define NSLP_ATTR_VALIDATION_DERIVATIVE_ERRORS 12263 /* int */
+#define NSLP_ATTR_KKT_STATIONARITY 12264 /* double */
+#define NSLP_ATTR_KKT_COMPLEMENTARITY 12265 /* double */
+#define NSLP_ATTR_KKT_FEASIBILITY 12266 /* double */
+#define NSLP_ATTR_KKT_VALID 12267 /* int */
 /* Nonlinear solver, interior-point list (NSLPget/set...control) */
 #define NSLP_CTRL_IPM_SUBPROBLEMS 12900 /* int */
 #define NSLP_CTRL_IPM_TOLERANCE 12901 /* double */
@@ -1488,6 +1500,57 @@ NVRL_API int NSLPmsclear(NSLPprob slp);
 NVRL_API int NSLPglobal(NSLPprob slp);
 
 /* ----- Validation and evaluation statistics --------------------------------------------- */
+/* These calls look at the current point: the last solve's (as changed by NSLPchgvar), else
+ * the initial values, else for each column the point of its bounds nearest to 0. Their
+ * reports go to the message callback whatever NSLP_CTRL_LOG_LEVEL says. A row's size is the
+ * largest absolute value of its terms and finite bounds at the point; a relative violation
+ * is the violation over the size (at least 1), for a bound over the bound (at least 1). */
+
+/* Checks every row (full nonlinear activity) and column bound at the current point. Sets
+ * NSLP_ATTR_VALIDATION_INDEX_A and _R (largest absolute and relative violation) and
+ * NSLP_ATTR_VALIDATION_FAILURES (rows and columns whose violation exceeds
+ * NSLP_CTRL_VALIDATION_TARGET_A and whose relative violation exceeds
+ * NSLP_CTRL_VALIDATION_TARGET_R), writes a warning for each of them and a summary line. Fails,
+ * changing nothing, when a formula does not compile or cannot be evaluated at the point. */
+NVRL_API int NSLPvalidate(NSLPprob slp);
+/* Writes a report of row at the current point: each term (linear, quadratic, formula) with
+ * its value and its derivatives, the activity, the bounds and the violation. The derivatives
+ * of each formula term are checked against central differences; a difference beyond
+ * NSLP_CTRL_VALIDATION_DERIVATIVE_TOLERANCE (relative to the larger, at least 1) is written as
+ * a warning and counted in NSLP_ATTR_VALIDATION_DERIVATIVE_ERRORS. Fails, writing nothing, on
+ * a row out of range or a row that cannot be evaluated or differentiated at the point. */
+NVRL_API int NSLPvalidaterow(NSLPprob slp, int row);
+/* Evaluates the point x (one value per column) without changing anything: the sum of the row
+ * and bound violations into *suminf, the sum of the relative ones into *sumscaledinf and the
+ * objective's value (formulas included) into *objval; each may be null. Fails
+ * on a null x, a non-finite entry, or a point where the problem cannot be evaluated. */
+NVRL_API int NSLPvalidatevector(NSLPprob slp, const double x[], double *suminf,
+                                double *sumscaledinf, double *objval);
+/* Values of the mode of NSLPvalidatekkt. */
+#define NSLP_KKT_ABSOLUTE 0
+#define NSLP_KKT_RELATIVE 1 /* each entry over its largest term, each violation over the size */
+/* Checks the first-order optimality conditions at the current point. respectbasis non-zero:
+ * with the last solve's row multipliers; zero: with the multipliers of the rows and bounds
+ * active at the point (within
+ * NSLP_CTRL_VALIDATION_ACTIVE_TOLERANCE) that fit the conditions best (an LP), which
+ * updatemult non-zero then stores as the answer's duals and reduced costs (NSLPgetslpsol).
+ * Sets NSLP_ATTR_KKT_STATIONARITY, _COMPLEMENTARITY and _FEASIBILITY (the largest violation
+ * of each, absolute or relative as mode says) and NSLP_ATTR_KKT_VALID (1 when all three are
+ * <= violtarget, else 0), and writes a summary line. Fails, changing nothing, on an unknown
+ * mode, a negative or non-finite violtarget, respectbasis without multipliers of a solve, a
+ * point where the problem cannot be evaluated or differentiated, or a fit HiGHS cannot
+ * solve. */
+NVRL_API int NSLPvalidatekkt(NSLPprob slp, int mode, int respectbasis, int updatemult,
+                             double violtarget);
+/* Writes the evaluation statistics of the last solve and of all solves so far: solves,
+ * formula evaluations for values and with gradients, user function calls for values, with
+ * derivatives and for finite differences, and the time spent evaluating (and of it in user
+ * functions). */
+NVRL_API int NSLPprintevalinfo(NSLPprob slp);
+/* Writes the memory held by the nonlinear problem's structures, a line each (coefficients,
+ * their tokens, user functions, strings, column settings, row statuses and weights, solution
+ * vectors) and the total, in bytes. */
+NVRL_API int NSLPprintmemory(NSLPprob slp);
 
 /* ----- Nonlinear problem files ----------------------------------------------------------- */
 /* Reads a nonlinear problem file (free-format MPS with the sections NLCOEFFICIENTS and

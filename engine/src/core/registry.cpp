@@ -189,6 +189,25 @@ const ParamInfo kTable[] = {
             "optimal.", kNl),
     dblAttr(12244, "nslp_multistart_base_objective",
             "Objective of the base solve of the last multistart.", kNl),
+    dblAttr(12260, "nslp_validation_index_a",
+            "Largest absolute row or bound violation found by the last validation.", kNl),
+    dblAttr(12261, "nslp_validation_index_r",
+            "Largest row or bound violation relative to the row's size found by the last "
+            "validation.", kNl),
+    intAttr(12262, "nslp_validation_failures",
+            "Rows and columns that missed both validation targets in the last validation.", kNl),
+    intAttr(12263, "nslp_validation_derivative_errors",
+            "Derivatives that disagreed with central differences in the last row validation.",
+            kNl),
+    dblAttr(12264, "nslp_kkt_stationarity",
+            "Largest stationarity violation found by the last optimality check.", kNl),
+    dblAttr(12265, "nslp_kkt_complementarity",
+            "Largest complementarity violation found by the last optimality check.", kNl),
+    dblAttr(12266, "nslp_kkt_feasibility",
+            "Largest row or bound violation found by the last optimality check.", kNl),
+    intAttr(12267, "nslp_kkt_valid",
+            "1 when the last optimality check found every violation within its target, else 0.",
+            kNl),
 
     // ---- nonlinear solver controls ----
     intCtl(12100, "nslp_iteration_limit", 1000, 1, kIntMax,
@@ -250,6 +269,18 @@ const ParamInfo kTable[] = {
            "Largest relative change of a starting value by the perturbation preset.", kNl),
     intCtl(12253, "nslp_global_starts", 10, 1, 1000000,
            "Random starts of the global search, besides the base solve.", kNl),
+    dblCtl(12270, "nslp_validation_target_a", 1e-6, 0.0, kUnbounded,
+           "A validated row or bound fails when its violation exceeds this and its relative "
+           "violation exceeds nslp_validation_target_r.", kNl),
+    dblCtl(12271, "nslp_validation_target_r", 1e-6, 0.0, kUnbounded,
+           "Relative violation (violation over the row's size, at least 1) a validated row may "
+           "have.", kNl),
+    dblCtl(12272, "nslp_validation_active_tolerance", 1e-5, 0.0, kUnbounded,
+           "The optimality check counts a row or bound as active within this distance "
+           "(relative to its size, at least 1).", kNl),
+    dblCtl(12273, "nslp_validation_derivative_tolerance", 1e-5, 1e-12, kUnbounded,
+           "Row validation reports a derivative that differs from central differences by "
+           "more than this (relative to the larger of the two, at least 1).", kNl),
     intCtl(12415, "nslp_auto_presolve", 1, 0, 1,
            "1 to presolve the nonlinear problem automatically before solving, 0 not to.", kNl),
     intCtl(12416, "nslp_postsolve", 0, 0, 1,

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "nslp/slp_problem.h"
+#include "nslp/slp_validate.h"
 
 // Reachable from the engine's own tests.
 #ifndef NVRL_INTERNAL_API
@@ -71,6 +72,7 @@ struct FormulaWorkspace {
   std::vector<double> values, adjoints;
   std::vector<double> partials;  // user functions' derivatives by their arguments
   std::string error;  // why the last evaluation failed
+  SlpEvalStats stats;  // what this workspace has evaluated
 };
 
 class NVRL_INTERNAL_API FormulaTape {

@@ -145,6 +145,7 @@ FormulaTape::FormulaTape(const std::vector<SlpToken> &f, const FormulaScope &sco
 }
 
 bool FormulaTape::value(const double *x, double &result, FormulaWorkspace &ws) const {
+  ++ws.stats.formula_values;
   return forward(x, result, ws, false);
 }
 
@@ -249,7 +250,8 @@ bool FormulaTape::forward(const double *x, double &result, FormulaWorkspace &ws,
         if (s.count > 16) big.resize(s.count), in = big.data();
         for (int j = 0; j < s.count; ++j) in[j] = v[a[j]];
         double *pd = partials ? ws.partials.data() + s.first : nullptr;
-        if (!userfuncs_->evaluate(int(s.c), in, s.count, r, pd, ws.error)) return false;
+        if (!userfuncs_->evaluate(int(s.c), in, s.count, r, pd, ws.error, &ws.stats))
+          return false;
         break;
       }
       default:
@@ -264,6 +266,7 @@ bool FormulaTape::forward(const double *x, double &result, FormulaWorkspace &ws,
 
 bool FormulaTape::gradient(const double *x, double &result, double *grad,
                            FormulaWorkspace &ws) const {
+  ++ws.stats.formula_gradients;
   if (!forward(x, result, ws, true)) return false;
   size_t n = steps_.size();
   ws.adjoints.assign(n, 0.0);

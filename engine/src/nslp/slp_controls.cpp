@@ -32,6 +32,7 @@ nslp_problem_s *prepare(NSLPprob slp, const char *fn, int id, Access access, boo
 }
 
 bool intAttribute(const nslp_problem_s *s, int attrib, int64_t &v) {
+  if (validationIntAttribute(s, attrib, v)) return true;
   switch (attrib) {
     case id::kSlpRows: v = s->prob->model.rows(); return true;
     case id::kSlpCols: v = s->prob->model.cols(); return true;
@@ -57,6 +58,7 @@ bool intAttribute(const nslp_problem_s *s, int attrib, int64_t &v) {
 }
 
 bool dblAttribute(const nslp_problem_s *s, int attrib, double &v) {
+  if (validationDblAttribute(s, attrib, v)) return true;
   switch (attrib) {
     case id::kSlpObjVal: v = s->state.objval; return true;
     case id::kSlpMsBaseObj: v = s->state.multistart.base_objective; return true;

@@ -257,6 +257,7 @@ SlpOutcome runCuttingPlanes(const SlpModel &M, const SlpSettings &S, const nvrl_
     }
     out.infeasibility = worst;
   }
+  out.evals = ws.stats;
   return out;
 }
 

@@ -168,6 +168,7 @@ class Loop {
         K(static_cast<int>(M.nonlinearRows().size())) {}
 
   SlpOutcome run();
+  const SlpEvalStats &evaluations() const { return ws.stats; }
 
  private:
   void log(int type, const std::string &s) {
@@ -1209,7 +1210,9 @@ SlpOutcome Loop::run() {
 SlpOutcome runSlp(const SlpModel &model, const SlpSettings &settings, SlpSubproblem &sub,
                   const SlpHooks &hooks, const SlpEnvironment &env) {
   Loop loop(model, settings, sub, hooks, env);
-  return loop.run();
+  SlpOutcome out = loop.run();
+  out.evals = loop.evaluations();
+  return out;
 }
 
 }  // namespace nvrl

@@ -88,6 +88,7 @@ struct SlpOutcome {
   SlpSolveDetail detail;       // empty when the solve did not run the loop
   std::vector<int> converged;  // per column NSLP_CONVERGED_..., as detail
   std::string error;       // why the solve could not run at all (then have_point is false)
+  SlpEvalStats evals;      // the evaluations the solve made
 };
 
 // Calls the loop makes into its caller: the log (one line), and the stop request (a

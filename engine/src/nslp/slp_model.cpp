@@ -2,10 +2,25 @@
 #include "nslp/slp_model.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <map>
 
 namespace nvrl {
+
+namespace {
+// Adds the time of one evaluation call to the workspace's statistics: a clock pair per row
+// or per pass over all rows, which the evaluation itself outweighs.
+struct EvalTimer {
+  explicit EvalTimer(FormulaWorkspace &w) : ws(w), t0(std::chrono::steady_clock::now()) {}
+  ~EvalTimer() {
+    ws.stats.eval_seconds +=
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+  }
+  FormulaWorkspace &ws;
+  std::chrono::steady_clock::time_point t0;
+};
+}  // namespace
 
 SlpModel::SlpModel(const Model &m, const SlpData &d, int sense,
                    const std::vector<SlpCoefficient> *coefs)
@@ -123,6 +138,8 @@ void SlpModel::objectiveGradient(const double *x, double *g) const {
 
 bool SlpModel::objectiveFormulas(const double *x, double &v, double *grad, FormulaWorkspace &ws,
                                  std::string &err) const {
+  if (objterms_.empty()) return true;
+  EvalTimer timer(ws);
   std::vector<double> fg;
   for (const SlpFormulaTerm &t : objterms_) {
     const std::vector<int> &fc = t.tape.columns();
@@ -164,6 +181,7 @@ bool SlpModel::nonlinearValue(const SlpNonlinearRow &r, const double *x, double 
 
 bool SlpModel::activities(const double *x, std::vector<double> &act, FormulaWorkspace &ws,
                           std::string &err) const {
+  EvalTimer timer(ws);
   act.assign(nrows_, 0.0);
   for (int i = 0; i < nrows_; ++i) {
     const int k = nlindex_[i];
@@ -183,6 +201,7 @@ bool SlpModel::activities(const double *x, std::vector<double> &act, FormulaWork
 
 bool SlpModel::rowGradient(int k, const double *x, double &v, std::vector<double> &grad,
                            FormulaWorkspace &ws, std::string &err) const {
+  EvalTimer timer(ws);
   const SlpNonlinearRow &r = nlrows_[k];
   const std::vector<int> &cols = r.cols;
   grad.assign(cols.size(), 0.0);

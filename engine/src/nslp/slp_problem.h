@@ -15,6 +15,7 @@
 
 #include "core/problem.h"
 #include "nslp/slp_multistart.h"
+#include "nslp/slp_validate.h"
 #include "nslp/user_functions.h"
 
 namespace nvrl {
@@ -161,6 +162,8 @@ struct nslp_problem_s : nvrl_object_s {
 
   nvrl::SlpData data;
   nvrl::SlpState state;
+  nvrl::SlpEvalCounters evals;     // evaluation statistics of the solves
+  nvrl::SlpValidation validation;  // results of the last validation calls
 
   int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));
   int failException(const char *fn) noexcept;

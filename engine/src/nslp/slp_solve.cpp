@@ -16,6 +16,7 @@
 #include "nslp/slp_problem.h"
 #include "nslp/slp_tolsets.h"
 #include "nslp/slp_scaling.h"
+#include "nslp/slp_validate.h"
 #include "solve/collect_answers.h"
 #include "solve/convexity.h"
 #include "solve/interrupts.h"
@@ -351,6 +352,7 @@ NVRL_API int NSLPnlpoptimize(NSLPprob slp, const char *flags) NVRL_TRY {
   state.duals = out.duals;
   state.djs = out.djs;
   keepSolveDetail(s, out);
+  recordSolveEvaluations(s, out.evals);
   if (st.log_level > 0) {
     const double secs =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();

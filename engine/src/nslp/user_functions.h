@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "nslp/slp_validate.h"
 #include "nvrl.h"
 
 #ifndef NVRL_INTERNAL_API
@@ -70,11 +71,15 @@ class NVRL_INTERNAL_API UserFunctionTable {
   // Evaluates function index at x[0..n-1]; with grad non-null also its partial derivatives,
   // by central differences where the function gives none. Returns false with err set when
   // the function is missing, fails, or gives a non-finite value. Safe to call from several
-  // threads at once (as safe as the functions themselves).
+  // threads at once (as safe as the functions themselves). stats, when given, counts the
+  // calls and their time.
   bool evaluate(int index, const double *x, int n, double &value, double *grad,
-                std::string &err) const;
+                std::string &err, SlpEvalStats *stats = nullptr) const;
 
  private:
+  // evaluate() without the clock; counts the difference calls into stats when given.
+  bool evaluateCounted(int index, const double *x, int n, double &value, double *grad,
+                       std::string &err, SlpEvalStats *stats) const;
   // One call: the value, and with grad the derivatives the function gives (others NaN).
   bool invoke(int index, const double *x, int n, double &value, double *grad,
               std::string &err) const;
