@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "nslp/slp_problem.h"
+#include "test_nslp_support.h"
 
 namespace {
 
@@ -27,25 +28,7 @@ std::vector<std::string> problemFiles() {
   return names;
 }
 
-class NlpDataFile : public ::testing::TestWithParam<std::string> {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(0, NVRLinit(nullptr));
-    ASSERT_EQ(0, NSLPinit(nullptr));
-    ASSERT_EQ(0, NVRLcreateprob(&prob));
-    ASSERT_EQ(0, NSLPcreateprob(&slp, &prob));
-    NVRLsetintcontrol(prob, NVRL_CTRL_LOG_LEVEL, 0);
-    NSLPsetintcontrol(slp, NSLP_CTRL_LOG_LEVEL, 0);
-  }
-  void TearDown() override {
-    NSLPdestroyprob(slp);
-    NVRLdestroyprob(prob);
-    NSLPfree();
-    NVRLfree();
-  }
-  NVRLprob prob = nullptr;
-  NSLPprob slp = nullptr;
-};
+class NlpDataFile : public nslptest::SlpPairTest<std::string> {};
 
 // Files the solver does not settle yet, with what it does instead (skipped, so that they show
 // in every run's summary; remove an entry once its file passes).

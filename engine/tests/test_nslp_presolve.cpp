@@ -175,30 +175,7 @@ TEST_F(Presolve, BadHandlesAreRefused) {
 // Hock-Schittkowski problems with their first column in a formula fixed at its published
 // solution value: the optimum does not move, presolve folds that column away, and the solve
 // reaches the same optimum with and without it.
-class FixedColumnHs : public ::testing::TestWithParam<std::string> {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(0, NVRLinit(nullptr));
-    ASSERT_EQ(0, NSLPinit(nullptr));
-    ASSERT_EQ(0, NVRLcreateprob(&prob));
-    ASSERT_EQ(0, NSLPcreateprob(&slp, &prob));
-    NVRLsetintcontrol(prob, NVRL_CTRL_LOG_LEVEL, 0);
-    NSLPsetintcontrol(slp, NSLP_CTRL_LOG_LEVEL, 0);
-  }
-  void TearDown() override {
-    NSLPdestroyprob(slp);
-    NVRLdestroyprob(prob);
-    NSLPfree();
-    NVRLfree();
-  }
-  std::string error() {
-    char msg[NVRL_MAXMESSAGELEN] = {};
-    NSLPgetlasterror(slp, nullptr, msg);
-    return msg;
-  }
-  NVRLprob prob = nullptr;
-  NSLPprob slp = nullptr;
-};
+class FixedColumnHs : public nslptest::SlpPairTest<std::string> {};
 
 TEST_P(FixedColumnHs, SameOptimumWithAndWithoutPresolve) {
   namespace fs = std::filesystem;

@@ -107,30 +107,7 @@ struct BadRow {
   double by;
 };
 
-class BadlyScaledHs : public ::testing::TestWithParam<BadRow> {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(0, NVRLinit(nullptr));
-    ASSERT_EQ(0, NSLPinit(nullptr));
-    ASSERT_EQ(0, NVRLcreateprob(&prob));
-    ASSERT_EQ(0, NSLPcreateprob(&slp, &prob));
-    NVRLsetintcontrol(prob, NVRL_CTRL_LOG_LEVEL, 0);
-    NSLPsetintcontrol(slp, NSLP_CTRL_LOG_LEVEL, 0);
-  }
-  void TearDown() override {
-    NSLPdestroyprob(slp);
-    NVRLdestroyprob(prob);
-    NSLPfree();
-    NVRLfree();
-  }
-  std::string error() {
-    char msg[NVRL_MAXMESSAGELEN] = {};
-    NSLPgetlasterror(slp, nullptr, msg);
-    return msg;
-  }
-  NVRLprob prob = nullptr;
-  NSLPprob slp = nullptr;
-};
+class BadlyScaledHs : public nslptest::SlpPairTest<BadRow> {};
 
 TEST_P(BadlyScaledHs, ScalingReachesTheOptimumInNoMoreIterations) {
   namespace fs = std::filesystem;

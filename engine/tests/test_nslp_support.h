@@ -16,6 +16,34 @@
 
 namespace nslptest {
 
+// A fresh optimiser and nonlinear problem pair with silent logs, for tests parametrised over
+// the nonlinear test data.
+template <typename Param>
+class SlpPairTest : public ::testing::TestWithParam<Param> {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(0, NVRLinit(nullptr));
+    ASSERT_EQ(0, NSLPinit(nullptr));
+    ASSERT_EQ(0, NVRLcreateprob(&prob));
+    ASSERT_EQ(0, NSLPcreateprob(&slp, &prob));
+    NVRLsetintcontrol(prob, NVRL_CTRL_LOG_LEVEL, 0);
+    NSLPsetintcontrol(slp, NSLP_CTRL_LOG_LEVEL, 0);
+  }
+  void TearDown() override {
+    NSLPdestroyprob(slp);
+    NVRLdestroyprob(prob);
+    NSLPfree();
+    NVRLfree();
+  }
+  std::string error() {
+    char msg[NVRL_MAXMESSAGELEN] = {};
+    NSLPgetlasterror(slp, nullptr, msg);
+    return msg;
+  }
+  NVRLprob prob = nullptr;
+  NSLPprob slp = nullptr;
+};
+
 // A formula in reverse-Polish form: F().x(0).k(2).pow() is x0^2; functions take their
 // argument-list marker first: F().args().x(0).fn(NSLP_FN_LN) is ln(x0).
 struct F {
