@@ -10,7 +10,13 @@ shift
 dir=build/$name
 py=$PWD/.venv/bin/python
 export PATH=$PWD/.venv/bin:$PATH
-cmake -S . -B "$dir" -G Ninja -DPython_EXECUTABLE="$py" -DNVRL_BUILD_TESTS=ON "$@" >/dev/null
+launcher=()
+if command -v ccache >/dev/null; then
+    # Paths relative to the checkout, so that several worktrees share one compiler cache.
+    export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=1
+    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+fi
+cmake -S . -B "$dir" -G Ninja -DPython_EXECUTABLE="$py" -DNVRL_BUILD_TESTS=ON "${launcher[@]}" "$@" >/dev/null
 cmake --build "$dir" -j "${JOBS:-2}"
 stage=$dir/stage/nuvrel
 mkdir -p "$stage"
