@@ -106,22 +106,19 @@ def test_no_solution_exits_with_1_and_writes_no_file(cli, tmp_path, name, text, 
     assert "no solution to write" in proc.stderr and "no solution to print" in proc.stderr
 
 
-@pytest.mark.parametrize(
-    "args, complaint",
-    [
-        (["{tmp}/missing.mps"], "missing.mps"),
-        (["{tmp}/broken.mps"], "broken.mps"),
-        (["{demo}", "--threads", "two"], "--threads"),
-        (["{demo}", "--gap", "-0.1"], "--gap"),
-        (["{demo}", "--time-limit", "soon"], "--time-limit"),
-        (["{demo}", "--time-limit", "NaN"], "--time-limit: not a number: 'NaN'"),
-        (["{demo}", "--time-limit", "-1"], "--time-limit: must not be negative: '-1'"),
-        (["{demo}", "--time-limit", "-inf"], "--time-limit: must not be negative: '-inf'"),
-        (["{demo}", "--gap", "inf"], "--gap: must be finite: 'inf'"),
-        (["{demo}", "--fast"], "--fast"),
-        (["{demo}", "--quiet", "--solution", "{tmp}/no/such/dir.sol"], "dir.sol"),
-    ],
-)
+@pytest.mark.parametrize("args, complaint", [
+    (["{tmp}/missing.mps"], "missing.mps"),
+    (["{tmp}/broken.mps"], "broken.mps"),
+    (["{demo}", "--threads", "two"], "--threads"),
+    (["{demo}", "--gap", "-0.1"], "--gap"),
+    (["{demo}", "--time-limit", "soon"], "--time-limit"),
+    (["{demo}", "--time-limit", "NaN"], "--time-limit: not a number: 'NaN'"),
+    (["{demo}", "--time-limit", "-1"], "--time-limit: must not be negative: '-1'"),
+    (["{demo}", "--time-limit", "-inf"], "--time-limit: must not be negative: '-inf'"),
+    (["{demo}", "--gap", "inf"], "--gap: must be finite: 'inf'"),
+    (["{demo}", "--fast"], "--fast"),
+    (["{demo}", "--quiet", "--solution", "{tmp}/no/such/dir.sol"], "dir.sol"),
+])
 def test_bad_input_exits_with_2_and_says_why(cli, tmp_path, args, complaint):
     (tmp_path / "broken.mps").write_text("NAME B\nROWS\n N  OBJ\nCOLUMNS\n  X  NOWHERE  1\nENDATA\n")
     proc = cli(*(a.format(tmp=tmp_path, demo=DEMO) for a in args))

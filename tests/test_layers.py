@@ -71,16 +71,13 @@ def test_includes_follow_the_layer_order():
     assert cycles(files) == []
 
 
-@pytest.mark.parametrize(
-    "path, text, expected",
-    [
-        ("module/env.h", '#include "model/termmaps.h"\n', ["module/env.h: model/termmaps.h"]),
-        ("nonlinear/a.h", '#include "problem/problem.h"\n', ["nonlinear/a.h: problem/problem.h"]),
-        ("arrays/a.cpp", '#include "lowlevel/x.h"\n', ["arrays/a.cpp: lowlevel/x.h"]),
-        ("problem/a.cpp", '#include "model/var.h"\n#include "nvrl.h"\n', []),
-        ("nuvrellib.cpp", '#include "callbacks/branchobj.h"\n', []),
-    ],
-)
+@pytest.mark.parametrize("path, text, expected", [
+    ("module/env.h", '#include "model/termmaps.h"\n', ["module/env.h: model/termmaps.h"]),
+    ("nonlinear/a.h", '#include "problem/problem.h"\n', ["nonlinear/a.h: problem/problem.h"]),
+    ("arrays/a.cpp", '#include "lowlevel/x.h"\n', ["arrays/a.cpp: lowlevel/x.h"]),
+    ("problem/a.cpp", '#include "model/var.h"\n#include "nvrl.h"\n', []),
+    ("nuvrellib.cpp", '#include "callbacks/branchobj.h"\n', []),
+])
 def test_checker_flags_upward_includes(path, text, expected):
     assert violations([(SRC / path, text)]) == expected
 

@@ -20,30 +20,24 @@ def test_names_in_lower_or_upper_case_are_one_name(p, name):
     assert p.getAttrib(name.replace("MIPTOL", "ROWS").replace("miptol", "rows")) == 1
 
 
-@pytest.mark.parametrize(
-    "action",
-    [
-        lambda p: p.controls.MipTol,
-        lambda p: setattr(p.controls, "MipTol", 1e-6),
-        lambda p: p.attributes.Rows,
-        lambda p: p.getControl("Threads"),
-        lambda p: p.setControl("Threads", 1),
-    ],
-)
+@pytest.mark.parametrize("action", [
+    lambda p: p.controls.MipTol,
+    lambda p: setattr(p.controls, "MipTol", 1e-6),
+    lambda p: p.attributes.Rows,
+    lambda p: p.getControl("Threads"),
+    lambda p: p.setControl("Threads", 1),
+])
 def test_mixed_case_names_are_refused(nv, p, action):
     with pytest.raises(nv.ModelError, match="Control or attribute is neither all-lower nor all-upper case"):
         action(p)
 
 
-@pytest.mark.parametrize(
-    "name, value, message",
-    [
-        ("threads", "two", "Cannot set non-integer value to an integer control"),
-        ("threads", 1.5, "Cannot set non-integer value to an integer control"),
-        ("time_limit", "long", "Cannot set non-numerical value to a floating-point control"),
-        ("mps_rhs_name", 3, "Cannot set non-string value to a string control"),
-    ],
-)
+@pytest.mark.parametrize("name, value, message", [
+    ("threads", "two", "Cannot set non-integer value to an integer control"),
+    ("threads", 1.5, "Cannot set non-integer value to an integer control"),
+    ("time_limit", "long", "Cannot set non-numerical value to a floating-point control"),
+    ("mps_rhs_name", 3, "Cannot set non-string value to a string control"),
+])
 def test_values_of_the_wrong_type_are_refused(nv, p, name, value, message):
     before = p.getControl(name)
     with pytest.raises(nv.ModelError, match=message):
@@ -68,16 +62,13 @@ def test_setControl_with_a_dictionary_sets_every_entry(p):
     assert p.getControl(["threads", "presolve"]) == {"threads": 1, "presolve": 0}
 
 
-@pytest.mark.parametrize(
-    "args, exc, message",
-    [
-        ((), "ModelError", "setControl requires at least one argument of type dictionary"),
-        ((5,), "ModelError", "Single argument to setControl must be a dictionary"),
-        (("threads", 1, 2), "ModelError", "setControl: arguments mismatch"),
-        (("nonsense", 1), "InterfaceError", "Incorrect control name"),
-        (({"nonsense": 1},), "InterfaceError", "Incorrect control name"),
-    ],
-)
+@pytest.mark.parametrize("args, exc, message", [
+    ((), "ModelError", "setControl requires at least one argument of type dictionary"),
+    ((5,), "ModelError", "Single argument to setControl must be a dictionary"),
+    (("threads", 1, 2), "ModelError", "setControl: arguments mismatch"),
+    (("nonsense", 1), "InterfaceError", "Incorrect control name"),
+    (({"nonsense": 1},), "InterfaceError", "Incorrect control name"),
+])
 def test_setControl_errors(nv, p, args, exc, message):
     with pytest.raises(getattr(nv, exc), match=message):
         p.setControl(*args)

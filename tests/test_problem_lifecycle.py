@@ -42,19 +42,16 @@ def test_generator_element_is_consumed_by_the_declaration_walk(nv):
     assert p.getVariable(first=0) == [xs[-1]]
 
 
-@pytest.mark.parametrize(
-    "args, kwargs, message",
-    [
-        ((), {"sense": 0}, "Invalid optimization sense"),
-        (("a", "b"), {}, "More than one string passed in problem declaration"),
-        ("two_objectives", {}, "At most one expression can be used as an objective function"),
-        ("objective_in_list", {}, "Incorrect way of defining an objective function"),
-        ((3,), {}, "Erroneous problem declaration; argument contained object"),
-        ("mixed", {}, "Erroneous problem declaration"),
-        ("deep", {}, r"Maximum recursion \(inclusion\) level reached"),
-        ("array", {}, "Only one objective can be set, but a sequence or NumPy array"),
-    ],
-)
+@pytest.mark.parametrize("args, kwargs, message", [
+    ((), {"sense": 0}, "Invalid optimization sense"),
+    (("a", "b"), {}, "More than one string passed in problem declaration"),
+    ("two_objectives", {}, "At most one expression can be used as an objective function"),
+    ("objective_in_list", {}, "Incorrect way of defining an objective function"),
+    ((3,), {}, "Erroneous problem declaration; argument contained object"),
+    ("mixed", {}, "Erroneous problem declaration"),
+    ("deep", {}, r"Maximum recursion \(inclusion\) level reached"),
+    ("array", {}, "Only one objective can be set, but a sequence or NumPy array"),
+])
 def test_constructor_errors(nv, args, kwargs, message):
     x, y = nv.var(), nv.var()
     args = {

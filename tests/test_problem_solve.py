@@ -68,17 +68,14 @@ def test_solve_refuses_flags_that_are_not_a_string(nv):
     assert p.getProbStatusString() == "lp_optimal"
 
 
-@pytest.mark.parametrize(
-    "make, exc, message",
-    [
-        (lambda nv, x: (x, 0), "ModelError", "Invalid optimization sense"),
-        (lambda nv, x: ("x", 1), "ModelError", "Invalid object set as objective"),
-        (lambda nv, x: (np.array([], dtype=object), 1), "ModelError",
-         "Invalid object set as objective"),
-        (lambda nv, x: (nv.var() + x, 1), "ModelError",
-         "Variable in linear part of constraint has not been added to problem yet"),
-    ],
-)
+@pytest.mark.parametrize("make, exc, message", [
+    (lambda nv, x: (x, 0), "ModelError", "Invalid optimization sense"),
+    (lambda nv, x: ("x", 1), "ModelError", "Invalid object set as objective"),
+    (lambda nv, x: (np.array([], dtype=object), 1), "ModelError",
+     "Invalid object set as objective"),
+    (lambda nv, x: (nv.var() + x, 1), "ModelError",
+     "Variable in linear part of constraint has not been added to problem yet"),
+])
 def test_setObjective_errors_keep_the_old_objective(nv, make, exc, message):
     x = nv.var(ub=3)
     p = nv.problem(x, x, sense=nv.maximize)

@@ -35,36 +35,30 @@ def test_positional_arguments_follow_keyword_order():
     assert (x.name, x.lb, x.ub, x.threshold, x.vartype) == ("x", -1.5, 7.5, 2.5, 3)
 
 
-@pytest.mark.parametrize(
-    "kwargs, lb, ub",
-    [
-        (dict(lb=1e-7, ub=0), 1e-7, 0.0),  # within the tolerance
-        (dict(lb=5, ub=5), 5.0, 5.0),
-        (dict(vartype=nuvrel.binary, lb=-5, ub=7), 0.0, 1.0),
-        (dict(vartype=nuvrel.binary), 0.0, 1.0),
-        # The binary clamp comes after the feasibility test.
-        (dict(vartype=nuvrel.binary, lb=2, ub=3), 2.0, 1.0),
-        (dict(vartype=nuvrel.integer, lb=-5, ub=7), -5.0, 7.0),
-    ],
-)
+@pytest.mark.parametrize("kwargs, lb, ub", [
+    (dict(lb=1e-7, ub=0), 1e-7, 0.0),  # within the tolerance
+    (dict(lb=5, ub=5), 5.0, 5.0),
+    (dict(vartype=nuvrel.binary, lb=-5, ub=7), 0.0, 1.0),
+    (dict(vartype=nuvrel.binary), 0.0, 1.0),
+    # The binary clamp comes after the feasibility test.
+    (dict(vartype=nuvrel.binary, lb=2, ub=3), 2.0, 1.0),
+    (dict(vartype=nuvrel.integer, lb=-5, ub=7), -5.0, 7.0),
+])
 def test_constructor_bounds(kwargs, lb, ub):
     x = nuvrel.var(**kwargs)
     assert (x.lb, x.ub) == (lb, ub)
 
 
-@pytest.mark.parametrize(
-    "kwargs, exc, message",
-    [
-        (dict(lb=1, ub=0), nuvrel.ModelError,
-         "Variable has empty feasible set: lower bound > upper bound"),
-        (dict(lb=2e-6, ub=0), nuvrel.ModelError,
-         "Variable has empty feasible set: lower bound > upper bound"),
-        (dict(name=3), nuvrel.ModelError, "Invalid variable name (must be a string)"),
-        (dict(name=None), nuvrel.ModelError, "Invalid variable name (must be a string)"),
-        (dict(lb="zero"), TypeError, "must be real number"),
-        (dict(colour=1), TypeError, "'colour' is an invalid keyword"),
-    ],
-)
+@pytest.mark.parametrize("kwargs, exc, message", [
+    (dict(lb=1, ub=0), nuvrel.ModelError,
+     "Variable has empty feasible set: lower bound > upper bound"),
+    (dict(lb=2e-6, ub=0), nuvrel.ModelError,
+     "Variable has empty feasible set: lower bound > upper bound"),
+    (dict(name=3), nuvrel.ModelError, "Invalid variable name (must be a string)"),
+    (dict(name=None), nuvrel.ModelError, "Invalid variable name (must be a string)"),
+    (dict(lb="zero"), TypeError, "must be real number"),
+    (dict(colour=1), TypeError, "'colour' is an invalid keyword"),
+])
 def test_constructor_rejects_bad_input_without_leaking(kwargs, exc, message):
     before = table_sizes()
     with pytest.raises(exc) as info:
@@ -88,27 +82,24 @@ def test_repeated_init_leaves_no_stale_entries():
 # --- bounds: packed codes and the table fallback ----------------------------------------------
 
 
-@pytest.mark.parametrize(
-    "attr, value, readback, in_table",
-    [
-        ("lb", 0.0, 0.0, False),
-        ("lb", -0.0, 0.0, False),
-        ("lb", 1.0, 1.0, False),
-        ("lb", -INF, -INF, False),
-        ("lb", -1e30, -INF, False),
-        ("lb", 0.5, 0.5, True),
-        ("lb", -3.0, -3.0, True),
-        ("lb", INF, INF, True),  # only minus infinity is packed for a lower bound
-        ("lb", float("nan"), float("nan"), True),
-        ("ub", INF, INF, False),
-        ("ub", 5e20, INF, False),
-        ("ub", 0.0, 0.0, False),
-        ("ub", 1.0, 1.0, False),
-        ("ub", 2.5, 2.5, True),
-        ("ub", -INF, -INF, True),  # only plus infinity is packed for an upper bound
-        ("ub", float("nan"), float("nan"), True),
-    ],
-)
+@pytest.mark.parametrize("attr, value, readback, in_table", [
+    ("lb", 0.0, 0.0, False),
+    ("lb", -0.0, 0.0, False),
+    ("lb", 1.0, 1.0, False),
+    ("lb", -INF, -INF, False),
+    ("lb", -1e30, -INF, False),
+    ("lb", 0.5, 0.5, True),
+    ("lb", -3.0, -3.0, True),
+    ("lb", INF, INF, True),  # only minus infinity is packed for a lower bound
+    ("lb", float("nan"), float("nan"), True),
+    ("ub", INF, INF, False),
+    ("ub", 5e20, INF, False),
+    ("ub", 0.0, 0.0, False),
+    ("ub", 1.0, 1.0, False),
+    ("ub", 2.5, 2.5, True),
+    ("ub", -INF, -INF, True),  # only plus infinity is packed for an upper bound
+    ("ub", float("nan"), float("nan"), True),
+])
 def test_bound_codes(attr, value, readback, in_table):
     slot = ("lb", "ub").index(attr)
     before = table_sizes()[slot]

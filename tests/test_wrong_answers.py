@@ -46,20 +46,16 @@ def test_cutoff_beyond_the_optimum_leaves_no_solution(nv):
 NAN = math.nan
 
 
-@pytest.mark.parametrize(
-    "make",
-    [
-        lambda nv, x, y: x + y <= NAN,
-        lambda nv, x, y: x + y >= NAN,
-        lambda nv, x, y: x + y == NAN,
-        lambda nv, x, y: nv.constraint(body=x, lb=NAN),
-        lambda nv, x, y: nv.constraint(body=x, ub=NAN),
-        lambda nv, x, y: nv.constraint(body=x + y, lb=NAN, ub=4),
-        lambda nv, x, y: nv.constraint(body=x + y, lb=1, ub=NAN),
-        lambda nv, x, y: nv.constraint(body=x + 2 * y, sense=nv.leq, rhs=NAN),
-    ],
-    ids=["le", "ge", "eq", "lb", "ub", "range_lb", "range_ub", "sense_rhs"],
-)
+@pytest.mark.parametrize("make", [
+    lambda nv, x, y: x + y <= NAN,
+    lambda nv, x, y: x + y >= NAN,
+    lambda nv, x, y: x + y == NAN,
+    lambda nv, x, y: nv.constraint(body=x, lb=NAN),
+    lambda nv, x, y: nv.constraint(body=x, ub=NAN),
+    lambda nv, x, y: nv.constraint(body=x + y, lb=NAN, ub=4),
+    lambda nv, x, y: nv.constraint(body=x + y, lb=1, ub=NAN),
+    lambda nv, x, y: nv.constraint(body=x + 2 * y, sense=nv.leq, rhs=NAN),
+], ids=["le", "ge", "eq", "lb", "ub", "range_lb", "range_ub", "sense_rhs"])
 def test_nan_right_hand_side_is_refused_and_changes_nothing(nv, make):
     p = nv.problem()
     x, y = nv.var(), nv.var()
