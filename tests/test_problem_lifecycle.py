@@ -115,30 +115,6 @@ def test_controls_object_outliving_its_problem_refuses_access(nv):
         controls.threads
 
 
-def test_module_defaults_apply_to_new_copied_and_reset_problems(run_python):
-    run_python(
-        """
-        import nuvrel as nv
-        nv.setOutputEnabled(False)
-        old = nv.problem()
-        nv.controls.threads = 3
-        nv.controls.MIPTOL = 1e-7
-        assert nv.controls.threads == 3
-        new = nv.problem()
-        assert (new.controls.threads, new.controls.miptol) == (3, 1e-7)
-        assert old.controls.threads == 0
-        old.controls.threads = 2
-        copy = old.copy()
-        assert copy.controls.threads == 2   # the source's controls win in a copy
-        old.reset()
-        assert old.controls.threads == 3
-        nv.setdefaults()
-        fresh = nv.problem()
-        assert fresh.controls.threads == 0
-        """
-    )
-
-
 def test_problems_release_every_reference_they_take(nv):
     import sys
 
