@@ -15,6 +15,8 @@ INF = 1e20
     ((["a", "b"], range(3)), [(i, j) for i in "ab" for j in range(3)], ("b", 2), "y(b,2)"),
     ((["p", "q"],), ["p", "q"], "q", "y(q)"),     # one index set: the keys are its elements
     ((2, ["a"]), [(0, "a"), (1, "a")], (1, "a"), "y(1,a)"),   # an integer stands for a range
+    # keywords are keyword-only: a positional string is one more index set, not the prefix
+    ((["a"], "xy"), [("a", "x"), ("a", "y")], ("a", "y"), "y(a,y)"),
 ])
 def test_keys_are_the_product_in_argument_order(args, keys, key, name):
     x = nuvrel.vars(*args, name="y")
@@ -79,12 +81,6 @@ def test_bounds_threshold_and_type_are_applied():
 def test_any_iterable_is_an_index_set(index):
     x = nuvrel.vars(index, [0])
     assert sorted(k[0] for k in x) == ["a", "b"]
-
-
-def test_keywords_are_keyword_only():
-    # A positional string is one more index set, not the name prefix.
-    x = nuvrel.vars(["a"], "xy")
-    assert list(x) == [("a", "x"), ("a", "y")]
 
 
 @pytest.mark.parametrize("args, kwargs, message", [
