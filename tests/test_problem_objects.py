@@ -17,17 +17,6 @@ def assert_in_step(p, nv):
     assert [p.getIndex(c) for c in constraints] == list(range(len(constraints)))
 
 
-def test_variables_keep_their_bounds_types_and_names(nv):
-    x = nv.var(lb=-2, ub=5, name="x")
-    b = nv.var(vartype=nv.binary, name="b")
-    n = nv.var(vartype=nv.integer, lb=1, ub=9, name="n")
-    p = nv.problem(x, [b, n], x + b + n, sense=nv.maximize)
-    assert p.attributes.discrete_columns == 2
-    p.solve()
-    assert p.getObjVal() == pytest.approx(15)
-    assert p.getIndex(n) == 2
-
-
 COUNTS = ("columns", "rows", "sets", "indicators")
 NOT_ADDED = "Variable in {} has not been added"
 THRESHOLD = "check that its threshold is between its lower and upper bounds"
@@ -79,19 +68,6 @@ def test_add_errors_change_nothing(nv, method, make, message):
     with pytest.raises(nv.ModelError, match=message):
         getattr(p, method)(*make(nv, x, y, z, c))
     assert [getattr(p.attributes, k) for k in COUNTS] == [2, 1, 0, 0]
-    assert_in_step(p, nv)
-
-
-def test_constraints_of_every_row_type(nv):
-    # Each row pins x or y from one side; the optimum of max x + y - z reads them back.
-    x, y, z, w = nv.var(), nv.var(), nv.var(), nv.var()
-    p = nv.problem(x, y, z, w)
-    free = nv.constraint(body=x + w, lb=-nv.infinity, ub=nv.infinity)
-    p.addConstraint(x <= 3, y + 1 >= 1, y == 2.5, nv.constraint(body=z, lb=1, ub=4), free)
-    p.setObjective(x + y - z, sense=nv.maximize)
-    p.solve()
-    # x <= 3, y = 2.5, z in [1, 4]: 3 + 2.5 - 1; the free row x + w limits nothing.
-    assert p.getObjVal() == pytest.approx(4.5)
     assert_in_step(p, nv)
 
 
