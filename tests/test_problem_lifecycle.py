@@ -42,27 +42,21 @@ def test_generator_element_is_consumed_by_the_declaration_walk(nv):
     assert p.getVariable(first=0) == [xs[-1]]
 
 
-@pytest.mark.parametrize("args, kwargs, message", [
-    ((), {"sense": 0}, "Invalid optimization sense"),
-    (("a", "b"), {}, "More than one string passed in problem declaration"),
-    ("two_objectives", {}, "At most one expression can be used as an objective function"),
-    ("objective_in_list", {}, "Incorrect way of defining an objective function"),
-    ((3,), {}, "Erroneous problem declaration; argument contained object"),
-    ("mixed", {}, "Erroneous problem declaration"),
-    ("deep", {}, r"Maximum recursion \(inclusion\) level reached"),
-    ("array", {}, "Only one objective can be set, but a sequence or NumPy array"),
+@pytest.mark.parametrize("make, message", [
+    (lambda nv, x, y: nv.problem(sense=0), "Invalid optimization sense"),
+    (lambda nv, x, y: nv.problem("a", "b"), "More than one string passed in problem declaration"),
+    (lambda nv, x, y: nv.problem(x, y, x + y, x - y),
+     "At most one expression can be used as an objective function"),
+    (lambda nv, x, y: nv.problem(x, [x + y]), "Incorrect way of defining an objective function"),
+    (lambda nv, x, y: nv.problem(3), "Erroneous problem declaration; argument contained object"),
+    (lambda nv, x, y: nv.problem([x, x + y <= 1]), "Erroneous problem declaration"),
+    (lambda nv, x, y: nv.problem(nested(x, 33)), r"Maximum recursion \(inclusion\) level"),
+    (lambda nv, x, y: nv.problem(x, y, np.array([x + y, x - y], dtype=object)),
+     "Only one objective can be set, but a sequence or NumPy array"),
 ])
-def test_constructor_errors(nv, args, kwargs, message):
-    x, y = nv.var(), nv.var()
-    args = {
-        "two_objectives": (x, y, x + y, x - y),
-        "objective_in_list": (x, [x + y]),
-        "mixed": ([x, x + y <= 1],),
-        "deep": (nested(x, 33),),
-        "array": (x, y, np.array([x + y, x - y], dtype=object)),
-    }.get(args, args)
+def test_constructor_errors(nv, make, message):
     with pytest.raises(nv.ModelError, match=message):
-        nv.problem(*args, **kwargs)
+        make(nv, nv.var(), nv.var())
 
 
 def test_nesting_up_to_the_limit_is_walked(nv):

@@ -1,5 +1,6 @@
-"""Linear and quadratic terms: results of their operators, printing and extraction.
-(Every kind against every other kind is covered in test_dispatch.py.)"""
+"""Linear and quadratic terms: results of their operators, printing and extraction; operations
+of terms and expressions that leave the polynomials. (Every kind against every other kind is
+covered in test_dispatch.py.)"""
 
 import numpy as np
 import pytest
@@ -75,6 +76,13 @@ def test_results(names, source, kind, text):
     ("abs(2 * x)", "abs(linterm)"),
     ("(2 * x) | (3 * y)", "linterm | linterm"),
     ("(x * y) & 1", "quadterm & 1"),
+    # Times a variable, a quadratic part that was ever created counts, even when cancelled.
+    ("(x * y + x - x * y) * z", "expression * var"),
+    ("(x + 1) ** 3", "expression ** 3"),
+    ("(x + 1) ** 0.5", "expression ** 0.5"),
+    ("1 / (x + 1)", "1 / expression"),
+    ("(x + 1) / (y + 1)", "expression / expression"),
+    ("abs(x + 1)", "abs(expression)"),
 ])
 def test_nonpolynomial_results_are_reported(names, source, operation):
     with pytest.raises(nv.ModelError, match=NONLINEAR) as err:
