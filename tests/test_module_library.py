@@ -181,11 +181,3 @@ def test_release_of_a_library_never_started_reports_the_library_error(run_python
     raised, last, code = proc.stdout.splitlines()
     assert raised and raised == last
     assert code == "int True True"
-
-
-def test_problem_getlasterror_on_a_problem_without_library_handle(nv):
-    # Allocated but never initialised: there is no library problem to ask.
-    p = nv.problem.__new__(nv.problem)
-    with pytest.raises(nv.SolverError,
-                       match="^Unidentified error associated with optimization problem$"):
-        p.getlasterror()

@@ -126,14 +126,20 @@ def test_problems_release_every_reference_they_take(nv):
     assert [sys.getrefcount(o) for o in (x, y, c, s)] == before
 
 
-@pytest.mark.parametrize(
-    "use",
-    [str, lambda p: p.name(), lambda p: p.copy(), lambda p: p.reset(),
-     lambda p: p.addVariable(), lambda p: p.addConstraint(), lambda p: p.delVariable(index=0),
-     lambda p: p.getIndex(0), lambda p: p.setObjective(1), lambda p: p.solve(),
-     lambda p: p.getProbStatus(), lambda p: p.getControl("threads")],
-)
-def test_a_problem_made_without_init_refuses_use(nv, use):
+UNINITIALISED = "The problem has not been initialized"
+
+
+@pytest.mark.parametrize("use, exc, message", [
+    *[(use, "InterfaceError", UNINITIALISED) for use in (
+        str, lambda p: p.name(), lambda p: p.copy(), lambda p: p.reset(),
+        lambda p: p.addVariable(), lambda p: p.addConstraint(), lambda p: p.delVariable(index=0),
+        lambda p: p.getIndex(0), lambda p: p.setObjective(1), lambda p: p.solve(),
+        lambda p: p.getProbStatus(), lambda p: p.getControl("threads"))],
+    # There is no library problem to ask.
+    (lambda p: p.getlasterror(), "SolverError",
+     "^Unidentified error associated with optimization problem$"),
+])
+def test_a_problem_made_without_init_refuses_use(nv, use, exc, message):
     p = nv.problem.__new__(nv.problem)
-    with pytest.raises(nv.InterfaceError, match="The problem has not been initialized"):
+    with pytest.raises(getattr(nv, exc), match=message):
         use(p)
