@@ -145,7 +145,7 @@ def test_explicit_constructor_errors(xy, kwargs, message):
     assert sizes() == before      # the half-made constraint took its name entry with it
 
 
-def test_default_names_and_identifiers(xy):
+def test_names_and_identifiers(xy):
     x, _ = xy
     a, b = x <= 1, x <= 2
     na, nb = int(a.name[1:]), int(b.name[1:])
@@ -154,10 +154,6 @@ def test_default_names_and_identifiers(xy):
     c, d = nv.constraint(body=x, lb=0), nv.constraint(body=x, lb=0)
     assert int(d.name[1:]) == int(c.name[1:]) + 2
     assert str(c) == c.name
-
-
-def test_names(xy):
-    x, _ = xy
     c = nv.constraint(body=x, lb=0, name="cap")
     assert c.name == "cap" and str(c) == "cap"
     c.name = 42

@@ -36,14 +36,16 @@ def test_printing_uses_str_of_the_name():
     assert str(a + 2 * b) == "  a +2 42"
 
 
-def test_product_of_linear_expressions(xyz):
-    x, y, _ = xyz
+@pytest.mark.parametrize("build, quad, lin, constant, text", [
     # Created y first inside the product: the pair is still stored under x.
-    e = (y - 1) * (x + 1)
-    assert quad_of(e) == [("x", "y", 1.0)]
-    assert lin_of(e) == {"x": -1.0, "y": 1.0}
-    assert constant_of(e) == -1.0
-    assert str(e) == "-1 - x + y + x*y"
+    (lambda x, y: (y - 1) * (x + 1), [("x", "y", 1.0)], {"x": -1.0, "y": 1.0}, -1.0,
+     "-1 - x + y + x*y"),
+    (lambda x, y: (2 * x + 3 * y + 1) ** 2, [("x", "x", 4.0), ("x", "y", 12.0), ("y", "y", 9.0)],
+     {"x": 4.0, "y": 6.0}, 1.0, "1 +4 x +6 y +4 x**2 +12 x*y +9 y**2"),
+])
+def test_products_of_linear_expressions(xyz, build, quad, lin, constant, text):
+    e = build(*xyz[:2])
+    assert (quad_of(e), lin_of(e), constant_of(e), str(e)) == (quad, lin, constant, text)
 
 
 @pytest.mark.parametrize("build, kind", [
@@ -61,14 +63,6 @@ def test_product_of_linear_expressions(xyz):
 ])
 def test_product_with_constant_expression_keeps_lowest_kind(xyz, build, kind):
     assert type(build(*xyz)).__name__ == kind
-
-
-def test_square_of_linear_expression_values(xyz):
-    x, y, _ = xyz
-    e = (2 * x + 3 * y + 1) ** 2
-    assert quad_of(e) == [("x", "x", 4.0), ("x", "y", 12.0), ("y", "y", 9.0)]
-    assert lin_of(e) == {"x": 4.0, "y": 6.0}
-    assert constant_of(e) == 1.0
 
 
 def test_trivial_factors_copy(xyz):

@@ -71,7 +71,6 @@ def _describe(problem):
     return cols, rows, sets
 
 
-# The engine writes and reads back every instance; here the objects the module rebuilds.
 @pytest.mark.parametrize("row", _instances())
 def test_instance_solves_to_its_optimum_through_rebuilt_objects(row):
     p = nv.problem()
