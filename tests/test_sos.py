@@ -6,6 +6,7 @@ import sys
 import weakref
 
 import pytest
+from conftest import same_objects
 
 import nuvrel as nv
 
@@ -56,7 +57,7 @@ def test_lists_are_shared_with_the_caller(xyz):
     idx.append(z)
     wts.append(3.0)
     assert s.indices is idx and s.weights is wts
-    assert s.indices == [x, y, z]
+    assert same_objects(s.indices, [x, y, z])
 
 
 def test_copy_shares_elements_but_not_lists(xyz):
