@@ -3,32 +3,15 @@
 from pathlib import Path
 
 import pytest
+from conftest import SHARED_DATA as DATA
 
 DEMO = Path(__file__).resolve().parents[1] / "examples" / "demo.mps"
 DEMO_PROFIT = {"MAKE_A": 12, "MAKE_B": 9, "MAKE_C": 15, "USE_A": -40, "USE_B": -25, "USE_C": -60}
 
-INFEASIBLE_LP = """\
-NAME          NOPE
-ROWS
- N  COST
- G  NEED
- L  CAP
-COLUMNS
-    X         COST         1              NEED         1
-    X         CAP          1
-RHS
-    RHS       NEED         5              CAP          3
-ENDATA
-"""
-
-UNBOUNDED_LP = """\
-\\ x can grow without limit
-Maximize
- obj: x + y
-Subject To
- c1: x - y <= 2
-End
-"""
+# An infeasible LP and an unbounded one from the shared instances.
+NO_SOLUTION = [pytest.param(DATA / name, status, id=name, marks=pytest.mark.skipif(
+    not (DATA / name).exists(), reason=f"no test data in {DATA}"))
+    for name, status in [("galenet.mps", "lp_infeas"), ("gas11.mps", "lp_unbounded")]]
 
 
 @pytest.fixture
@@ -89,13 +72,8 @@ def test_solution_file_lists_every_column(cli, tmp_path):
     assert values["MAKE_A"] <= 30 * values["USE_A"] + 1e-9
 
 
-@pytest.mark.parametrize(
-    "name, text, status", [("nope.mps", INFEASIBLE_LP, "lp_infeas"), ("free.lp", UNBOUNDED_LP,
-                                                                       "lp_unbounded")]
-)
-def test_no_solution_exits_with_1_and_writes_no_file(cli, tmp_path, name, text, status):
-    model = tmp_path / name
-    model.write_text(text)
+@pytest.mark.parametrize("model, status", NO_SOLUTION)
+def test_no_solution_exits_with_1_and_writes_no_file(cli, tmp_path, model, status):
     out = tmp_path / "never.sol"
     proc = cli(model, "--quiet", "--solution", out, "--print-solution")
     assert proc.returncode == 1
@@ -106,22 +84,19 @@ def test_no_solution_exits_with_1_and_writes_no_file(cli, tmp_path, name, text, 
     assert "no solution to write" in proc.stderr and "no solution to print" in proc.stderr
 
 
-@pytest.mark.parametrize(
-    "args, complaint",
-    [
-        (["{tmp}/missing.mps"], "missing.mps"),
-        (["{tmp}/broken.mps"], "broken.mps"),
-        (["{demo}", "--threads", "two"], "--threads"),
-        (["{demo}", "--gap", "-0.1"], "--gap"),
-        (["{demo}", "--time-limit", "soon"], "--time-limit"),
-        (["{demo}", "--time-limit", "NaN"], "--time-limit: not a number: 'NaN'"),
-        (["{demo}", "--time-limit", "-1"], "--time-limit: must not be negative: '-1'"),
-        (["{demo}", "--time-limit", "-inf"], "--time-limit: must not be negative: '-inf'"),
-        (["{demo}", "--gap", "inf"], "--gap: must be finite: 'inf'"),
-        (["{demo}", "--fast"], "--fast"),
-        (["{demo}", "--quiet", "--solution", "{tmp}/no/such/dir.sol"], "dir.sol"),
-    ],
-)
+@pytest.mark.parametrize("args, complaint", [
+    (["{tmp}/missing.mps"], "missing.mps"),
+    (["{tmp}/broken.mps"], "broken.mps"),
+    (["{demo}", "--threads", "two"], "--threads"),
+    (["{demo}", "--gap", "-0.1"], "--gap"),
+    (["{demo}", "--time-limit", "soon"], "--time-limit"),
+    (["{demo}", "--time-limit", "NaN"], "--time-limit: not a number: 'NaN'"),
+    (["{demo}", "--time-limit", "-1"], "--time-limit: must not be negative: '-1'"),
+    (["{demo}", "--time-limit", "-inf"], "--time-limit: must not be negative: '-inf'"),
+    (["{demo}", "--gap", "inf"], "--gap: must be finite: 'inf'"),
+    (["{demo}", "--fast"], "--fast"),
+    (["{demo}", "--quiet", "--solution", "{tmp}/no/such/dir.sol"], "dir.sol"),
+])
 def test_bad_input_exits_with_2_and_says_why(cli, tmp_path, args, complaint):
     (tmp_path / "broken.mps").write_text("NAME B\nROWS\n N  OBJ\nCOLUMNS\n  X  NOWHERE  1\nENDATA\n")
     proc = cli(*(a.format(tmp=tmp_path, demo=DEMO) for a in args))

@@ -88,24 +88,6 @@ def test_problem_columns_indices_and_names(with_problem, xyz, ref, expected):
     assert with_problem(ref(*xyz)) == expected
 
 
-@pytest.mark.parametrize("ref, exc, message", [
-    (3, nv.InterfaceError, "out-of-range index"),
-    (-1, nv.InterfaceError, "out-of-range index"),
-    (2**70, nv.InterfaceError, "out-of-range index"),
-    ("w", nv.SolverError, "w"),
-    (nv.var(), nv.ModelError, "^Object does not belong to problem"),
-])
-def test_problem_reference_errors(with_problem, ref, exc, message):
-    with pytest.raises(exc, match=message):
-        with_problem([1, ref])
-
-
-def test_variable_missing_from_the_values(entry, xyz):
-    x, y, _ = xyz
-    with pytest.raises(nv.ModelError, match="^Object does not belong to problem"):
-        entry((x + y,), None, {x: 1.0})
-
-
 class Unreadable:
     def __len__(self):
         raise ValueError("no length")
@@ -116,15 +98,30 @@ class Unreadable:
 
 @pytest.mark.parametrize("obj, exc, message", [
     (object(), nv.ModelError, "^Evaluation of object of incorrect type$"),
+    (lambda x, y, z: (x + y, {x: 1.0}), nv.ModelError, "^Object does not belong to problem"),
     ([2.0, nv.var() <= 1], nv.ModelError, "^Evaluation of object of incorrect type$"),
     ([1, {2}], nv.ModelError, "^Evaluation of object of incorrect type$"),
     (Unreadable(), nv.ModelError, "^Cannot evaluate type of sequence$"),
     (np.array(["a"]), nv.InterfaceError, "must be of dtype nuvrel.npvar"),
     (np.array([1.0, None], dtype=object), nv.InterfaceError, "must be of dtype nuvrel.npvar"),
 ])
-def test_bad_objects(at_values, obj, exc, message):
+def test_bad_objects(entry, xyz, obj, exc, message):
+    # A function gives the object and the values (a variable missing from them, here).
+    obj, values = obj(*xyz) if callable(obj) else (obj, {v: 1.0 for v in xyz})
     with pytest.raises(exc, match=message):
-        at_values(obj)
+        entry((obj,), None, values)
+
+
+@pytest.mark.parametrize("ref, exc, message", [
+    (3, nv.InterfaceError, "out-of-range index"),
+    (-1, nv.InterfaceError, "out-of-range index"),
+    (2**70, nv.InterfaceError, "out-of-range index"),
+    ("w", nv.SolverError, "w"),
+    (nv.var(), nv.ModelError, "^Object does not belong to problem"),
+])
+def test_problem_reference_errors(with_problem, ref, exc, message):
+    with pytest.raises(exc, match=message):
+        with_problem([1, ref])
 
 
 @pytest.mark.parametrize("text, expected", [

@@ -23,19 +23,6 @@ def test_sos1_picks_one_member(nv):
     assert values(p, x) == pytest.approx([0, 0, 1], abs=1e-6)
 
 
-def test_objective_constant_and_sense(nv):
-    # max 5 - (x - 2)^2 = 1 + 4x - x^2 over x in [0, 10] is 5 at x = 2; the constant 1 goes to
-    # the objective.
-    x = nv.var(ub=10)
-    p = nv.problem(x)
-    p.setObjective(5 - (x - 2) * (x - 2), sense=nv.maximize)
-    assert p.attributes.objective_constant == pytest.approx(1)
-    assert p.attributes.objective_sense == -1
-    p.solve()
-    assert p.getObjVal() == pytest.approx(5)
-    assert values(p, [x])[0] == pytest.approx(2, abs=1e-5)
-
-
 def test_replacing_the_objective_removes_every_old_term(nv):
     # First objective x^2 + y + 7, then 2y alone: nothing of the first may remain.
     x, y = nv.var(lb=1, ub=4), nv.var(lb=1, ub=4)
@@ -47,17 +34,6 @@ def test_replacing_the_objective_removes_every_old_term(nv):
     assert p.getObjVal() == pytest.approx(8)
 
 
-def test_status_before_solving_and_infeasible_lp(nv):
-    x = nv.var(ub=1)
-    p = nv.problem(x, x >= 2, x)
-    assert p.getProbStatusString() == "lp_unstarted"
-    p.solve()
-    assert p.getProbStatusString() == "lp_infeas"
-    b = nv.var(vartype=nv.integer)
-    q = nv.problem(b)
-    assert q.getProbStatusString() == "mip_not_loaded"
-
-
 def test_solve_refuses_flags_that_are_not_a_string(nv):
     x = nv.var()
     p = nv.problem(x, x)
@@ -66,19 +42,17 @@ def test_solve_refuses_flags_that_are_not_a_string(nv):
     assert p.getProbStatusString() == "lp_unstarted"
     p.solve(flags="d")
     assert p.getProbStatusString() == "lp_optimal"
+    assert nv.problem(nv.var(vartype=nv.integer)).getProbStatusString() == "mip_not_loaded"
 
 
-@pytest.mark.parametrize(
-    "make, exc, message",
-    [
-        (lambda nv, x: (x, 0), "ModelError", "Invalid optimization sense"),
-        (lambda nv, x: ("x", 1), "ModelError", "Invalid object set as objective"),
-        (lambda nv, x: (np.array([], dtype=object), 1), "ModelError",
-         "Invalid object set as objective"),
-        (lambda nv, x: (nv.var() + x, 1), "ModelError",
-         "Variable in linear part of constraint has not been added to problem yet"),
-    ],
-)
+@pytest.mark.parametrize("make, exc, message", [
+    (lambda nv, x: (x, 0), "ModelError", "Invalid optimization sense"),
+    (lambda nv, x: ("x", 1), "ModelError", "Invalid object set as objective"),
+    (lambda nv, x: (np.array([], dtype=object), 1), "ModelError",
+     "Invalid object set as objective"),
+    (lambda nv, x: (nv.var() + x, 1), "ModelError",
+     "Variable in linear part of constraint has not been added to problem yet"),
+])
 def test_setObjective_errors_keep_the_old_objective(nv, make, exc, message):
     x = nv.var(ub=3)
     p = nv.problem(x, x, sense=nv.maximize)

@@ -15,6 +15,8 @@ INF = 1e20
     ((["a", "b"], range(3)), [(i, j) for i in "ab" for j in range(3)], ("b", 2), "y(b,2)"),
     ((["p", "q"],), ["p", "q"], "q", "y(q)"),     # one index set: the keys are its elements
     ((2, ["a"]), [(0, "a"), (1, "a")], (1, "a"), "y(1,a)"),   # an integer stands for a range
+    # keywords are keyword-only: a positional string is one more index set, not the prefix
+    ((["a"], "xy"), [("a", "x"), ("a", "y")], ("a", "y"), "y(a,y)"),
 ])
 def test_keys_are_the_product_in_argument_order(args, keys, key, name):
     x = nuvrel.vars(*args, name="y")
@@ -23,25 +25,22 @@ def test_keys_are_the_product_in_argument_order(args, keys, key, name):
     assert len({hash(v) for v in x.values()}) == len(keys)
 
 
-@pytest.mark.parametrize(
-    "element, text",
-    [
-        (7, "7"),
-        (-12, "-12"),
-        (True, "1"),
-        (0.5, "0.5"),
-        (1e-7, "1e-07"),
-        (2.0, "2"),
-        ("with blank", "with blank"),  # strings are kept as they are
-        ((1, "a b"), "(1,'ab')"),  # other objects: str() without blanks
-        (frozenset([3]), "frozenset({3})"),
-        (2**70, str(2**70)),
-        (np.float32(2.0), "2"),  # numpy numbers are numbers
-        (np.float64(0.25), "0.25"),
-        (np.int_(-4), "-4"),
-        (np.intc(5), "5"),
-    ],
-)
+@pytest.mark.parametrize("element, text", [
+    (7, "7"),
+    (-12, "-12"),
+    (True, "1"),
+    (0.5, "0.5"),
+    (1e-7, "1e-07"),
+    (2.0, "2"),
+    ("with blank", "with blank"),  # strings are kept as they are
+    ((1, "a b"), "(1,'ab')"),  # other objects: str() without blanks
+    (frozenset([3]), "frozenset({3})"),
+    (2**70, str(2**70)),
+    (np.float32(2.0), "2"),  # numpy numbers are numbers
+    (np.float64(0.25), "0.25"),
+    (np.int_(-4), "-4"),
+    (np.intc(5), "5"),
+])
 def test_element_text_in_names(element, text):
     x = nuvrel.vars([element], [0], name="v")
     assert x[element, 0].name == "v(%s,0)" % text
@@ -72,49 +71,37 @@ def test_bounds_threshold_and_type_are_applied():
     assert nuvrel.vars(["a"], vartype=7)["a"].vartype == 7
 
 
-@pytest.mark.parametrize(
-    "index",
-    [
-        ({"b", "a"}),
-        (iter(["a", "b"])),
-        ((c for c in "ab")),
-        ({"a": 1, "b": 2}),
-        ("ab"),
-    ],
-)
+@pytest.mark.parametrize("index", [
+    ({"b", "a"}),
+    (iter(["a", "b"])),
+    ((c for c in "ab")),
+    ({"a": 1, "b": 2}),
+    ("ab"),
+])
 def test_any_iterable_is_an_index_set(index):
     x = nuvrel.vars(index, [0])
     assert sorted(k[0] for k in x) == ["a", "b"]
 
 
-def test_keywords_are_keyword_only():
-    # A positional string is one more index set, not the name prefix.
-    x = nuvrel.vars(["a"], "xy")
-    assert list(x) == [("a", "x"), ("a", "y")]
-
-
-@pytest.mark.parametrize(
-    "args, kwargs, message",
-    [
-        ((["a"],), dict(lb=2, ub=1),
-         "Variables have empty feasible set: lower bound > upper bound"),
-        ((["a"], 2.5), {}, "Invalid index: a call to nuvrel.vars() must have a tuple of lists"),
-        ((["a"], None), {}, "Invalid index: a call to nuvrel.vars() must have a tuple of lists"),
-        ((), {}, "Invalid index: a call to nuvrel.vars() must have a tuple of lists"),
-        ((["a"], 0), {}, "Invalid index: integer argument to nuvrel.vars() must be positive"),
-        ((-3, ["a"]), {}, "Invalid index: integer argument to nuvrel.vars() must be positive"),
-        ((["a"], []), {}, "Invalid index: empty dimension in creation of variables"),
-        ((["a"], ["b", "b"]), {}, "Duplicate entry in vars: <('a', 'b')>. Check arguments for "
-         "duplicate entries in one or more of the lists"),
-        (([1, 1.0],), {}, "Duplicate entry in vars: <1.0>."),
-        (([[1], [2]],), {}, "Bad index tuple in vars()"),
-        ((["a"],), dict(name=5), "Invalid variable name (must be a string)"),
-        ((3, 2), {}, "nuvrel.vars() with only integer arguments creates an array"),
-        # Refused before anything is built, not after memory runs out.
-        ((["a"], 10**7, 10**7), {}, "No memory to create variables. Consider restricting"),
-        ((["a"], 2**40, 2**40), {}, "No memory to create variables. Consider restricting"),
-    ],
-)
+@pytest.mark.parametrize("args, kwargs, message", [
+    ((["a"],), dict(lb=2, ub=1),
+     "Variables have empty feasible set: lower bound > upper bound"),
+    ((["a"], 2.5), {}, "Invalid index: a call to nuvrel.vars() must have a tuple of lists"),
+    ((["a"], None), {}, "Invalid index: a call to nuvrel.vars() must have a tuple of lists"),
+    ((), {}, "Invalid index: a call to nuvrel.vars() must have a tuple of lists"),
+    ((["a"], 0), {}, "Invalid index: integer argument to nuvrel.vars() must be positive"),
+    ((-3, ["a"]), {}, "Invalid index: integer argument to nuvrel.vars() must be positive"),
+    ((["a"], []), {}, "Invalid index: empty dimension in creation of variables"),
+    ((["a"], ["b", "b"]), {}, "Duplicate entry in vars: <('a', 'b')>. Check arguments for "
+     "duplicate entries in one or more of the lists"),
+    (([1, 1.0],), {}, "Duplicate entry in vars: <1.0>."),
+    (([[1], [2]],), {}, "Bad index tuple in vars()"),
+    ((["a"],), dict(name=5), "Invalid variable name (must be a string)"),
+    ((3, 2), {}, "nuvrel.vars() with only integer arguments creates an array"),
+    # Refused before anything is built, not after memory runs out.
+    ((["a"], 10**7, 10**7), {}, "No memory to create variables. Consider restricting"),
+    ((["a"], 2**40, 2**40), {}, "No memory to create variables. Consider restricting"),
+])
 def test_errors(args, kwargs, message):
     gc.collect()
     before = nuvrel.var._sidetable_sizes()
