@@ -12,6 +12,7 @@
 
 namespace {
 
+using nslptest::NslpTest;
 using nslptest::setVar;
 using nslptest::VarIn;
 
@@ -20,7 +21,7 @@ constexpr int X = 0, Y = 1, Z = 2;
 const char *const kNull = "Null nonlinear problem handle";
 
 // Where the message is: the nonlinear problem's last error, the optimiser problem's, or the
-// global one (for calls without a valid handle).
+// global one (for calls without a valid context).
 enum Where { kSlp, kProb, kGlobal };
 
 struct BadCall {
@@ -360,38 +361,13 @@ const BadCall kCalls[] = {
      "NSLPcontrolcode: no control or attribute of the nonlinear solver is named 'threads'"},
     {"control_code_null", CALL(NSLPcontrolcode(s, nullptr, nullptr, nullptr)), "null name"},
     {"control_list_null", CALL(NSLPgetcalist(s, nullptr)), "null output pointer"},
-    // ---- calls without a valid handle or context
+    // ---- calls without a valid context
     {"function_object_context", CALL(NSLPgetfuncobject(nullptr, NSLP_FUNCOBJ_INFO, &gp)),
      "null context or object pointer", kGlobal},
     {"function_object_item", CALL(NSLPgetfuncobject(&gp, 1, &gp)), "unknown item 1", kGlobal},
     {"function_info_null",
      CALL(NSLPgetfuncinfo(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr)),
      "null call description", kGlobal},
-    {"null_cascade", CALL(NSLPcascade(nullptr)), kNull, kGlobal},
-    {"null_cascadeorder", CALL(NSLPcascadeorder(nullptr)), kNull, kGlobal},
-    {"null_chgcascadenlimit", CALL(NSLPchgcascadenlimit(nullptr, 0, 1)), kNull, kGlobal},
-    {"null_getcascadeorder", CALL(NSLPgetcascadeorder(nullptr, nullptr, nullptr, 0)), kNull,
-     kGlobal},
-    {"null_gettolset", CALL(NSLPgettolset(nullptr, 1, nullptr, nullptr)), kNull, kGlobal},
-    {"null_getcolinfo", CALL(NSLPgetcolinfo(nullptr, NSLP_COLINFO_VALUE, X, &gd)), kNull,
-     kGlobal},
-    {"null_scaling", CALL(NSLPscaling(nullptr)), kNull, kGlobal},
-    {"null_getrowscale", CALL(NSLPgetrowscale(nullptr, 0, &gd)), kNull, kGlobal},
-    {"null_presolve", CALL(NSLPpresolve(nullptr)), kNull, kGlobal},
-    {"null_postsolve", CALL(NSLPpostsolve(nullptr)), kNull, kGlobal},
-    {"null_validate", CALL(NSLPvalidate(nullptr)), kNull, kGlobal},
-    {"null_validaterow", CALL(NSLPvalidaterow(nullptr, 0)), kNull, kGlobal},
-    {"null_validatevector", CALL(NSLPvalidatevector(nullptr, &kHalf, nullptr, nullptr, nullptr)),
-     kNull, kGlobal},
-    {"null_validatekkt", CALL(kkt(nullptr, NSLP_KKT_ABSOLUTE, 0, 1e-6)), kNull, kGlobal},
-    {"null_printevalinfo", CALL(NSLPprintevalinfo(nullptr)), kNull, kGlobal},
-    {"null_printmemory", CALL(NSLPprintmemory(nullptr)), kNull, kGlobal},
-    {"null_msaddjob", CALL(NSLPmsaddjob(nullptr, "x", 1, &X, &kHalf, 0, nullptr, nullptr, 0,
-                                        nullptr, nullptr, nullptr)),
-     kNull, kGlobal},
-    {"null_msaddpreset", CALL(preset(nullptr, 0, 1)), kNull, kGlobal},
-    {"null_msclear", CALL(NSLPmsclear(nullptr)), kNull, kGlobal},
-    {"null_global", CALL(NSLPglobal(nullptr)), kNull, kGlobal},
 };
 
 class SlpBadInput : public nslptest::NslpTest, public ::testing::WithParamInterface<BadCall> {
@@ -468,5 +444,23 @@ TEST_P(SlpBadInput, FailsWithItsMessageAndChangesNothing) {
 
 INSTANTIATE_TEST_SUITE_P(Calls, SlpBadInput, ::testing::ValuesIn(kCalls),
                          [](const auto &i) { return std::string(i.param.name); });
+
+// A null problem is refused, with the global error, by entry points of every family.
+TEST_F(NslpTest, NullHandlesAreRefused) {
+  int (*const calls[])(NSLPprob) = {
+      CALL(NSLPcascade(s)), CALL(NSLPcascadeorder(s)), CALL(NSLPchgcascadenlimit(s, 0, 1)),
+      CALL(NSLPgetcascadeorder(s, nullptr, nullptr, 0)), CALL(NSLPgettolset(s, 1, nullptr, &gd)),
+      CALL(NSLPgetcolinfo(s, NSLP_COLINFO_VALUE, X, &gd)), CALL(NSLPscaling(s)),
+      CALL(NSLPgetrowscale(s, 0, &gd)), CALL(NSLPpresolve(s)), CALL(NSLPpostsolve(s)),
+      CALL(NSLPvalidate(s)), CALL(NSLPvalidaterow(s, 0)),
+      CALL(NSLPvalidatevector(s, &kHalf, nullptr, nullptr, nullptr)),
+      CALL(kkt(s, NSLP_KKT_ABSOLUTE, 0, 1e-6)), CALL(NSLPprintevalinfo(s)),
+      CALL(NSLPprintmemory(s)), CALL(preset(s, 0, 1)), CALL(NSLPmsclear(s)), CALL(NSLPglobal(s)),
+      CALL(NSLPmsaddjob(s, "x", 1, &X, &kHalf, 0, nullptr, nullptr, 0, nullptr, nullptr, 0))};
+  for (size_t k = 0; k < std::size(calls); ++k) {
+    EXPECT_NE(0, calls[k](nullptr)) << "call " << k;
+    EXPECT_EQ(kNull, nvtest::globalError()) << "call " << k;
+  }
+}
 
 }  // namespace

@@ -177,12 +177,8 @@ TEST_F(NlFile, SmallFileReads) {
   read(writeText("small.mps", kGood));
   const nvrl::SlpData &d = slp->data;
   ASSERT_EQ(d.coefs.size(), 2u);
-  EXPECT_EQ(d.coefs[0].row, -1);
-  EXPECT_EQ(d.coefs[0].col, -1);
-  EXPECT_EQ(d.coefs[0].factor, 2);
-  EXPECT_EQ(d.coefs[1].row, 0);
-  EXPECT_EQ(d.coefs[1].col, 0);
-  EXPECT_EQ(d.coefs[1].factor, 1.5);
+  EXPECT_EQ(std::tuple(-1, -1, 2.0), std::tuple(d.coefs[0].row, d.coefs[0].col, d.coefs[0].factor));
+  EXPECT_EQ(std::tuple(0, 0, 1.5), std::tuple(d.coefs[1].row, d.coefs[1].col, d.coefs[1].factor));
   ASSERT_EQ(d.columns.size(), 2u);
   EXPECT_TRUE(d.columns[0].has_initial);
   EXPECT_EQ(d.columns[0].initial, 0.5);

@@ -135,17 +135,6 @@ TEST_F(SlpValidatePoint, MeasuresEveryRowAbsoluteAndRelative) {
   EXPECT_EQ(4, intAttr(NSLP_ATTR_VALIDATION_FAILURES));  // all but the big row
 }
 
-TEST_F(SlpValidatePoint, ConvergedSolutionPasses) {
-  build();
-  // Without the contradicting rows the rest is solvable: x + y = 3, x y <= 1, x^2 >= y.
-  model().rhs[2] = 1e6 * 2.6180339887498949;  // fixes x at the larger root of x(3 - x) = 1
-  ASSERT_EQ(0, optimize()) << slpError();
-  ASSERT_EQ(0, NSLPvalidate(slp)) << slpError();
-  EXPECT_LE(dblAttr(NSLP_ATTR_VALIDATION_INDEX_R), 1e-6);
-  EXPECT_EQ(0, intAttr(NSLP_ATTR_VALIDATION_FAILURES));
-  EXPECT_EQ(0, warnings());
-}
-
 // ---- NSLPvalidaterow ------------------------------------------------------------------
 
 TEST_F(SlpValidate, RowReportListsEveryTermWithValueAndDerivatives) {
@@ -204,12 +193,18 @@ INSTANTIATE_TEST_SUITE_P(Skews, SlpValidateDerivatives, ::testing::Values(1.0, 1
 
 TEST_F(SlpValidatePoint, VectorIsEvaluatedWithoutChangingAnything) {
   build();
-  const double rhs2 = 1e6 * 2.6180339887498949;  // a feasible problem, as below
+  // Without the contradicting rows the rest is solvable: x + y = 3, x y <= 1, x^2 >= y; this
+  // fixes x at the larger root of x(3 - x) = 1.
+  const double rhs2 = 1e6 * 2.6180339887498949;
   model().rhs[2] = rhs2;
   model().obj[0] = 1.0;  // objective x - y^3 (the formula on the objective row)
   coef(-1, -1, 1.0, F().x(1).k(3).pow().k(-1).mul());
   ASSERT_EQ(0, optimize()) << slpError();  // a point, answers and statistics to keep
+  // The converged solution passes.
   ASSERT_EQ(0, NSLPvalidate(slp));
+  EXPECT_LE(dblAttr(NSLP_ATTR_VALIDATION_INDEX_R), 1e-6);
+  EXPECT_EQ(0, intAttr(NSLP_ATTR_VALIDATION_FAILURES));
+  EXPECT_EQ(0, warnings());
   const nvrl::SlpState before = slp->state;
   const nvrl::SlpEvalStats evals = slp->evals.total;
   const int failures = intAttr(NSLP_ATTR_VALIDATION_FAILURES);
