@@ -19,6 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace snap = nvrl::snap;
+using nslptest::attributes;
 using nslptest::expectSameData;
 using nslptest::sameBits;
 
@@ -27,29 +28,6 @@ std::string readBytes(const std::string &path) {
   std::ostringstream s;
   s << in.rdbuf();
   return s.str();
-}
-
-// Every nonlinear attribute through the C API, bit-exact but for the presolved state bit.
-std::map<std::string, std::string> attributes(NSLPprob s) {
-  std::map<std::string, std::string> out;
-  for (const nvrl::ParamInfo &info : nvrl::paramTable()) {
-    if (info.isControl() || info.owner != nvrl::ParamOwner::Nonlinear) continue;
-    std::ostringstream v;
-    if (info.isIntegral()) {
-      int i = 0;
-      v << NSLPgetintattrib(s, info.id, &i) << ':';
-      // A restored problem is not presolved (the presolved form is not saved).
-      v << (info.id == NSLP_ATTR_STATE ? i & ~(1 << 29) : i);
-    } else {
-      double d = 0;
-      uint64_t bits;
-      v << NSLPgetdblattrib(s, info.id, &d);
-      std::memcpy(&bits, &d, sizeof bits);
-      v << ':' << bits;
-    }
-    out[info.name] = v.str();
-  }
-  return out;
 }
 
 void expectSameState(const nvrl::SlpState &a, const nvrl::SlpState &b) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +21,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/registry.h"
 #include "nslp/slp_problem.h"
 #include "test_solve_support.h"
 
@@ -95,6 +97,23 @@ T getVar(NSLPprob s, int c, T *VarOut::*field) {
   out.*field = &v;
   EXPECT_EQ(0, getvar(s, c, out)) << "column " << c;
   return v;
+}
+
+// Every numeric nonlinear attribute by name as bits, so that NaN equals NaN, read through the
+// C API; the presolved state bit is left out (a restored problem is not presolved).
+inline std::map<std::string, uint64_t> attributes(NSLPprob s) {
+  std::map<std::string, uint64_t> out;
+  for (const nvrl::ParamInfo &info : nvrl::paramTable()) {
+    if (info.isControl() || !info.isNonlinear() || info.type == nvrl::ParamType::String) continue;
+    int i = 0;
+    double d = 0;
+    EXPECT_EQ(0, info.isIntegral() ? NSLPgetintattrib(s, info.id, &i)
+                                   : NSLPgetdblattrib(s, info.id, &d))
+        << info.name;
+    if (info.isIntegral()) d = info.id == NSLP_ATTR_STATE ? i & ~(1 << 29) : i;
+    std::memcpy(&out[info.name], &d, sizeof d);
+  }
+  return out;
 }
 
 inline bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
