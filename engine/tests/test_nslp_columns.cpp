@@ -1,13 +1,17 @@
 // Per-column settings of the nonlinear solver as the solve sees them: initial values chosen
-// through each entry point decide which local optimum is found, the current point can become
-// the next start, and bad input changes nothing.
+// through each entry point decide which local optimum is found, and the current point can
+// become the next start.
 #include <cmath>
 #include <string>
 #include <vector>
 
 #include "test_nslp_support.h"
 
+using nslptest::getVar;
 using nslptest::NslpTest;
+using nslptest::setVar;
+using nslptest::VarIn;
+using nslptest::VarOut;
 
 namespace {
 
@@ -22,8 +26,7 @@ class ConcaveStart : public NslpTest, public ::testing::WithParamInterface<const
   void setStart(double v) {
     const std::string how = GetParam();
     if (how == "chgvar") {
-      ASSERT_EQ(0, NSLPchgvar(slp, x, nullptr, nullptr, nullptr, nullptr, nullptr, &v, nullptr,
-                              nullptr, nullptr, nullptr, nullptr));
+      ASSERT_EQ(0, setVar(slp, x, &VarIn::initvalue, v));
     } else if (how == "addvars") {
       ASSERT_EQ(0, NSLPaddvars(slp, 1, &x, nullptr, nullptr, nullptr, nullptr, &v, nullptr));
     } else {
@@ -42,10 +45,7 @@ TEST_P(ConcaveStart, TheInitialValueChoosesTheLocalOptimum) {
   }
   // Deleting the settings brings back the default start: the point of the bounds nearest to 0.
   ASSERT_EQ(0, NSLPdelvars(slp, 1, &x));
-  double iv = -9;
-  ASSERT_EQ(0, NSLPgetvar(slp, x, nullptr, nullptr, nullptr, nullptr, nullptr, &iv, nullptr,
-                          nullptr, nullptr, nullptr, nullptr));
-  EXPECT_EQ(0.0, iv);
+  EXPECT_EQ(0.0, getVar(slp, x, &VarOut::initvalue));
 }
 
 INSTANTIATE_TEST_SUITE_P(EntryPoints, ConcaveStart,
@@ -68,34 +68,6 @@ TEST_F(NslpTest, CurrentPointBecomesTheNextStart) {
   ASSERT_EQ(0, NSLPreinitialize(slp));
   EXPECT_EQ(NSLP_NLP_UNSTARTED, status());
   EXPECT_NE(0, NSLPsetcurrentiv(slp));
-}
-
-TEST_F(NslpTest, BadSettingsAreRefusedAndChangeNothing) {
-  const int a = col(0, 1, 0), b = col(0, 1, 0);
-  row('L', 1, {{a, 1}, {b, 1}});
-  const double good = 0.25, nan = std::nan(""), negative = -1;
-  ASSERT_EQ(0, NSLPchgvar(slp, a, nullptr, nullptr, nullptr, nullptr, nullptr, &good, nullptr,
-                          nullptr, nullptr, nullptr, nullptr));
-  EXPECT_NE(0, NSLPchgvar(slp, a, nullptr, nullptr, nullptr, nullptr, nullptr, &nan, nullptr,
-                          nullptr, nullptr, nullptr, nullptr));
-  EXPECT_NE(0, NSLPchgvar(slp, a, nullptr, &negative, nullptr, nullptr, nullptr, nullptr,
-                          nullptr, nullptr, nullptr, nullptr, nullptr));
-  EXPECT_NE(0, NSLPchgvar(slp, 7, nullptr, nullptr, nullptr, nullptr, nullptr, &good, nullptr,
-                          nullptr, nullptr, nullptr, nullptr));
-  // A load with one bad entry loads nothing: a keeps its value.
-  const int cols[] = {b, 9};
-  const double vals[] = {0.5, 0.5};
-  EXPECT_NE(0, NSLPloadvars(slp, 2, cols, nullptr, nullptr, nullptr, nullptr, vals, nullptr));
-  double iv = 0;
-  ASSERT_EQ(0, NSLPgetvar(slp, a, nullptr, nullptr, nullptr, nullptr, nullptr, &iv, nullptr,
-                          nullptr, nullptr, nullptr, nullptr));
-  EXPECT_EQ(good, iv);
-  for (double w : {0.0, -2.0, nan}) EXPECT_NE(0, NSLPchgrowwt(slp, 0, &w)) << w;
-  double w = 0;
-  ASSERT_EQ(0, NSLPgetrowwt(slp, 0, &w));
-  EXPECT_EQ(1.0, w);
-  EXPECT_NE(0, NSLPchgrowstatus(slp, 3, &cols[0]));
-  EXPECT_NE(0, NSLPfixpenalties(slp));  // no solve yet
 }
 
 }  // namespace

@@ -15,12 +15,11 @@
 #include "nslp/formula.h"
 #include "nslp/slp_problem.h"
 #include "test_io_support.h"
+#include "test_nslp_support.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-const fs::path kNlpDir = fs::path(NVRL_SOURCE_DIR) / "engine" / "tests" / "data" / "nlp";
 
 class NlFile : public iotest::FileTest {
  protected:
@@ -39,24 +38,16 @@ class NlFile : public iotest::FileTest {
     NSLPgetlasterror(slp, nullptr, msg);
     return msg;
   }
-  void read(const std::string &file) { ASSERT_EQ(NSLPreadprob(slp, file.c_str(), ""), 0) << slpError(); }
+  void read(const std::string &file) {
+    ASSERT_EQ(NSLPreadprob(slp, file.c_str(), ""), 0) << slpError();
+  }
 
   NSLPprob slp = nullptr;
 };
 
+// The coefficients and initial values, which a file holds.
 void expectSameCoefficients(const nvrl::SlpData &a, const nvrl::SlpData &b) {
-  ASSERT_EQ(a.coefs.size(), b.coefs.size());
-  for (size_t k = 0; k < a.coefs.size(); ++k) {
-    const nvrl::SlpCoefficient &x = a.coefs[k], &y = b.coefs[k];
-    EXPECT_EQ(x.row, y.row) << k;
-    EXPECT_EQ(x.col, y.col) << k;
-    EXPECT_EQ(x.factor, y.factor) << k;
-    ASSERT_EQ(x.formula.size(), y.formula.size()) << k;
-    for (size_t t = 0; t < x.formula.size(); ++t) {
-      EXPECT_EQ(x.formula[t].type, y.formula[t].type) << k << "/" << t;
-      EXPECT_EQ(x.formula[t].value, y.formula[t].value) << k << "/" << t;
-    }
-  }
+  nslptest::expectSameCoefficients(a, b);
   auto initial = [](const nvrl::SlpData &d) {
     std::map<int, double> out;
     for (size_t j = 0; j < d.columns.size(); ++j)
@@ -64,30 +55,6 @@ void expectSameCoefficients(const nvrl::SlpData &a, const nvrl::SlpData &b) {
     return out;
   };
   EXPECT_EQ(initial(a), initial(b));
-}
-
-// The "* optimum" and "* solution" comments of a test problem.
-struct Published {
-  double optimum = NAN;
-  std::map<std::string, double> solution;
-};
-
-Published published(const fs::path &file) {
-  Published p;
-  std::ifstream in(file);
-  std::string line;
-  while (std::getline(in, line)) {
-    std::istringstream words(line);
-    std::string star, key;
-    words >> star >> key;
-    if (star != "*") continue;
-    if (key == "optimum") words >> p.optimum;
-    std::string name;
-    double v;
-    if (key == "solution")
-      while (words >> name >> v) p.solution[name] = v;
-  }
-  return p;
 }
 
 // Objective and row activities of the problem as stored, at x.
@@ -113,26 +80,19 @@ void evaluate(const nvrl::Model &m, const nvrl::SlpData &d, const std::vector<do
   }
 }
 
-std::vector<fs::path> dataFiles() {
-  std::vector<fs::path> files;
-  for (const auto &e : fs::directory_iterator(kNlpDir))
-    if (e.path().extension() == ".mps") files.push_back(e.path());
-  std::sort(files.begin(), files.end());
-  return files;
-}
-
 TEST_F(NlFile, EveryTestProblemMeansWhatItsCommentsSay) {
-  const std::vector<fs::path> files = dataFiles();
-  ASSERT_GE(files.size(), 36u);
-  for (const fs::path &file : files) {
-    SCOPED_TRACE(file.filename().string());
-    read(file.string());
+  const std::vector<std::string> stems = nslptest::nlpStems();
+  ASSERT_GE(stems.size(), 36u);
+  for (const std::string &stem : stems) {
+    SCOPED_TRACE(stem);
+    const std::string file = nslptest::nlpFile(stem);
+    read(file);
     const nvrl::Model &m = prob->model;
     const nvrl::SlpData &d = slp->data;
     for (size_t k = 1; k < d.coefs.size(); ++k)
       EXPECT_LT(std::pair(d.coefs[k - 1].row, d.coefs[k - 1].col),
                 std::pair(d.coefs[k].row, d.coefs[k].col));
-    const Published pub = published(file);
+    const nslptest::Published pub = nslptest::published(file);
     std::vector<double> x(static_cast<size_t>(m.cols()));
     for (int j = 0; j < m.cols(); ++j) {
       ASSERT_TRUE(pub.solution.count(m.colnames[j])) << m.colnames[j];
@@ -153,9 +113,9 @@ TEST_F(NlFile, EveryTestProblemMeansWhatItsCommentsSay) {
 }
 
 TEST_F(NlFile, EveryTestProblemWritesAndReadsBackExactly) {
-  for (const fs::path &file : dataFiles()) {
-    SCOPED_TRACE(file.filename().string());
-    read(file.string());
+  for (const std::string &stem : nslptest::nlpStems()) {
+    SCOPED_TRACE(stem);
+    read(nslptest::nlpFile(stem));
     const nvrl::Model model = prob->model;
     const nvrl::SlpData data = slp->data;
     const std::string out = path("out.mps");
@@ -167,10 +127,10 @@ TEST_F(NlFile, EveryTestProblemWritesAndReadsBackExactly) {
 }
 
 TEST_F(NlFile, ReadingStartsTheNonlinearDataAfresh) {
-  read((kNlpDir / "hs071.mps").string());
+  read(nslptest::nlpFile("hs071"));
   slp->data.columns[0].penalty = 7;
   slp->state.iterations = 3;
-  read((kNlpDir / "hs035.mps").string());  // quadratic objective, no nonlinear coefficients
+  read(nslptest::nlpFile("hs035"));  // quadratic objective, no nonlinear coefficients
   EXPECT_TRUE(slp->data.coefs.empty());
   EXPECT_EQ(slp->data.columns[0].penalty, 0);
   EXPECT_EQ(slp->state.iterations, 0);
@@ -217,12 +177,8 @@ TEST_F(NlFile, SmallFileReads) {
   read(writeText("small.mps", kGood));
   const nvrl::SlpData &d = slp->data;
   ASSERT_EQ(d.coefs.size(), 2u);
-  EXPECT_EQ(d.coefs[0].row, -1);
-  EXPECT_EQ(d.coefs[0].col, -1);
-  EXPECT_EQ(d.coefs[0].factor, 2);
-  EXPECT_EQ(d.coefs[1].row, 0);
-  EXPECT_EQ(d.coefs[1].col, 0);
-  EXPECT_EQ(d.coefs[1].factor, 1.5);
+  EXPECT_EQ(std::tuple(-1, -1, 2.0), std::tuple(d.coefs[0].row, d.coefs[0].col, d.coefs[0].factor));
+  EXPECT_EQ(std::tuple(0, 0, 1.5), std::tuple(d.coefs[1].row, d.coefs[1].col, d.coefs[1].factor));
   ASSERT_EQ(d.columns.size(), 2u);
   EXPECT_TRUE(d.columns[0].has_initial);
   EXPECT_EQ(d.columns[0].initial, 0.5);
@@ -231,7 +187,7 @@ TEST_F(NlFile, SmallFileReads) {
 
 TEST_P(NlBadFile, FailsNamingTheLineAndChangesNothing) {
   const BadCase &c = GetParam();
-  read((kNlpDir / "hs104.mps").string());  // ranges, bounds, six coefficients, initial values
+  read(nslptest::nlpFile("hs104"));  // ranges, bounds, six coefficients, initial values
   const nvrl::Model model = prob->model;
   const nvrl::SlpData data = slp->data;
   slp->state.iterations = 5;

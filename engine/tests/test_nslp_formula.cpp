@@ -83,29 +83,22 @@ struct Node {
 };
 using P = std::unique_ptr<Node>;
 
-P con(double v) { return P(new Node{Node::Con, v, {}}); }
-P col(int c) { return P(new Node{Node::Col, double(c), {}}); }
-P neg(P a) {
-  P n(new Node{Node::Neg, NSLP_OP_UMINUS, {}});
-  n->kids.push_back(std::move(a));
+template <typename... Kids>
+P node(Node::Kind kind, double value, Kids... kids) {
+  P n(new Node{kind, value, {}});
+  (n->kids.push_back(std::move(kids)), ...);
   return n;
 }
-P bin(int op, P a, P b) {
-  P n(new Node{Node::Bin, double(op), {}});
-  n->kids.push_back(std::move(a));
-  n->kids.push_back(std::move(b));
-  return n;
-}
+P con(double v) { return node(Node::Con, v); }
+P col(int c) { return node(Node::Col, c); }
+P neg(P a) { return node(Node::Neg, NSLP_OP_UMINUS, std::move(a)); }
+P bin(int op, P a, P b) { return node(Node::Bin, op, std::move(a), std::move(b)); }
 P fun(int code, std::vector<P> args, Node::Kind k = Node::Fun) {
-  P n(new Node{k, double(code), {}});
+  P n = node(k, code);
   n->kids = std::move(args);
   return n;
 }
-P fun1(int code, P a) {
-  std::vector<P> v;
-  v.push_back(std::move(a));
-  return fun(code, std::move(v));
-}
+P fun1(int code, P a) { return node(Node::Fun, code, std::move(a)); }
 
 class Generator {
  public:
@@ -186,16 +179,9 @@ class Generator {
       }
       case 14: return bin(NSLP_OP_MULTIPLY, fun1(NSLP_FN_SIGN, make(d)), make(d));
       case 15: return fun1(pick(2) ? NSLP_FN_ERF : NSLP_FN_ERFC, make(d));
-      default: {
-        std::vector<P> args;
-        if (pick(2)) {
-          args.push_back(make(d));
-          args.push_back(bounded(d));
-          return fun(1, std::move(args), Node::User);
-        }
-        args.push_back(bounded(d));
-        return fun(2, std::move(args), Node::User);
-      }
+      default:
+        if (pick(2)) return node(Node::User, 1, make(d), bounded(d));
+        return node(Node::User, 2, bounded(d));
     }
   }
 };

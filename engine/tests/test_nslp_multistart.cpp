@@ -1,6 +1,6 @@
 // Multistart jobs and the global search: the best answer over several starts wins, a job's
-// controls act for that job only, presets generate their jobs reproducibly, and bad jobs are
-// refused without touching the queue.
+// controls act for that job only, and presets generate their jobs reproducibly (bad jobs, presets
+// and handles are in the bad-input table).
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -243,106 +243,11 @@ TEST_F(Multistart, InterruptEndsTheMultistartWithTheBestSoFar) {
   EXPECT_NEAR(kGlobalF, objective(), 1e-5);
 }
 
-TEST_F(Multistart, QueueFollowsColumnDeletionAndCopies) {
-  const int a = col(-3, 3, 0), b = col(-3, 3, 0);
-  (void)a;
-  const int cols[] = {0, 1};
-  const double vals[] = {1.5, -2.5};
-  ASSERT_EQ(0, NSLPmsaddjob(slp, "two", 2, cols, vals, 0, nullptr, nullptr, 0, nullptr,
-                            nullptr, nullptr));
-  const int del[] = {0};
-  ASSERT_EQ(0, NVRLdelcols(prob, 1, del)) << lastError();
-  ASSERT_EQ(1u, slp->data.msjobs.size());
-  const auto &initial = slp->data.msjobs[0].initial;
-  ASSERT_EQ(1u, initial.size());
-  EXPECT_EQ(b - 1, initial[0].first);
-  EXPECT_EQ(-2.5, initial[0].second);
-
-  NVRLprob prob2 = nullptr;
-  NSLPprob slp2 = nullptr;
-  ASSERT_EQ(0, NVRLcreateprob(&prob2));
-  ASSERT_EQ(0, NSLPcreateprob(&slp2, &prob2));
-  ASSERT_EQ(0, NSLPcopyprob(slp2, slp, nullptr));
-  int n = 0;
-  EXPECT_EQ(0, NSLPgetintattrib(slp2, NSLP_ATTR_MULTISTART_JOBS, &n));
-  EXPECT_EQ(1, n);
-  NSLPdestroyprob(slp2);
-  NVRLdestroyprob(prob2);
-}
-
-// ---- bad input: each call fails and the queue keeps its one job ----
-
-struct BadJob {
-  const char *name;
-  int ninitial;
-  std::vector<int> cols;
-  std::vector<double> values;
-  std::vector<int> intids, intvals;
-  std::vector<int> dblids;
-  std::vector<double> dblvals;
-  bool nullCols = false;
-};
-
-class MultistartBadJob : public Multistart, public ::testing::WithParamInterface<BadJob> {};
-
-TEST_P(MultistartBadJob, IsRefusedAndQueuesNothing) {
-  const BadJob &bj = GetParam();
-  quartic();  // columns 0 (x) and 1 (the objective's transfer column)
-  ASSERT_EQ(0, addStart(-2.5));
-  const int r = NSLPmsaddjob(slp, "bad", bj.ninitial, bj.nullCols ? nullptr : bj.cols.data(),
-                             bj.values.data(), static_cast<int>(bj.intids.size()),
-                             bj.intids.data(), bj.intvals.data(),
-                             static_cast<int>(bj.dblids.size()), bj.dblids.data(),
-                             bj.dblvals.data(), nullptr);
-  EXPECT_NE(0, r);
-  EXPECT_FALSE(slpError().empty());
-  // The custom preset validates the same data.
-  const int rp = NSLPmsaddcustompreset(
-      slp, "bad", NSLP_MSSET_INITIALVALUES, 2, bj.ninitial, bj.nullCols ? nullptr : bj.cols.data(),
-      bj.values.data(), static_cast<int>(bj.intids.size()), bj.intids.data(), bj.intvals.data(),
-      static_cast<int>(bj.dblids.size()), bj.dblids.data(), bj.dblvals.data(), nullptr);
-  EXPECT_NE(0, rp);
-  EXPECT_EQ(1, queued());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Input, MultistartBadJob,
-    ::testing::Values(
-        BadJob{"negative_count", -1, {}, {}, {}, {}, {}, {}},
-        BadJob{"null_columns", 1, {0}, {1.0}, {}, {}, {}, {}, true},
-        BadJob{"column_below", 1, {-1}, {1.0}, {}, {}, {}, {}},
-        BadJob{"column_beyond", 1, {2}, {1.0}, {}, {}, {}, {}},
-        BadJob{"column_twice", 2, {0, 0}, {1.0, 2.0}, {}, {}, {}, {}},
-        BadJob{"nan_value", 1, {0}, {NAN}, {}, {}, {}, {}},
-        BadJob{"infinite_value", 1, {0}, {INFINITY}, {}, {}, {}, {}},
-        BadJob{"unknown_control", 0, {}, {}, {99999}, {1}, {}, {}},
-        BadJob{"attribute_id", 0, {}, {}, {NSLP_ATTR_ITERATIONS}, {1}, {}, {}},
-        BadJob{"double_as_int", 0, {}, {}, {NSLP_CTRL_PENALTY}, {1}, {}, {}},
-        BadJob{"int_as_double", 0, {}, {}, {}, {}, {NSLP_CTRL_ITERATION_LIMIT}, {5.0}},
-        BadJob{"out_of_range", 0, {}, {}, {NSLP_CTRL_ITERATION_LIMIT}, {0}, {}, {}},
-        BadJob{"double_out_of_range", 0, {}, {}, {}, {}, {NSLP_CTRL_STEP_SHRINK}, {2.0}},
-        BadJob{"nan_control", 0, {}, {}, {}, {}, {NSLP_CTRL_PENALTY}, {NAN}},
-        BadJob{"control_twice", 0, {}, {}, {NSLP_CTRL_ITERATION_LIMIT, NSLP_CTRL_ITERATION_LIMIT},
-               {5, 6}, {}, {}},
-        BadJob{"sense", 0, {}, {}, {}, {}, {NSLP_CTRL_OBJECTIVE_SENSE}, {-1.0}},
-        BadJob{"seed", 0, {}, {}, {NSLP_CTRL_MULTISTART_SEED}, {3}, {}, {}}),
-    [](const auto &i) { return std::string(i.param.name); });
-
-TEST_F(Multistart, BadPresetsAndHandlesAreRefused) {
+TEST_F(Multistart, ANullDescriptionIsAnEmptyOne) {
   quartic();
   ASSERT_EQ(0, addStart(-2.5));
-  for (int preset : {-1, NSLP_MSSET_IPM_BASIC, NSLP_MSSET_IPM_EXTENDED, 8})
-    EXPECT_NE(0, NSLPmsaddpreset(slp, "p", preset, 3, nullptr)) << preset;
-  EXPECT_NE(0, NSLPmsaddpreset(slp, "p", NSLP_MSSET_INITIALVALUES, 0, nullptr));
-  EXPECT_EQ(1, queued());
   const int c = 0;
   const double v = 1.0;
-  EXPECT_NE(0, NSLPmsaddjob(nullptr, "x", 1, &c, &v, 0, nullptr, nullptr, 0, nullptr, nullptr,
-                            nullptr));
-  EXPECT_NE(0, NSLPmsaddpreset(nullptr, "x", 0, 1, nullptr));
-  EXPECT_NE(0, NSLPmsclear(nullptr));
-  EXPECT_NE(0, NSLPglobal(nullptr));
-  // A null description is an empty one.
   EXPECT_EQ(0, NSLPmsaddjob(slp, nullptr, 1, &c, &v, 0, nullptr, nullptr, 0, nullptr, nullptr,
                             nullptr));
   EXPECT_EQ(2, queued());

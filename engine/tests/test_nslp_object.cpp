@@ -10,19 +10,13 @@
 #include "core/problem.h"
 #include "core/registry.h"
 #include "nslp/slp_problem.h"
-#include "test_support.h"
+#include "test_nslp_support.h"
 
 using nvrl::ParamInfo;
 using nvrl::ParamOwner;
 using nvrl::ParamType;
 
 namespace {
-
-std::string globalError() {
-  char msg[1024] = {};
-  NVRL_ge_getlasterror(nullptr, msg, sizeof msg, nullptr);
-  return msg;
-}
 
 class Slp : public nvtest::SlpHandleTest {
  protected:
@@ -77,23 +71,6 @@ TEST_F(Slp, AttributesOfAFreshObjectFollowTheProblemBeneath) {
   EXPECT_EQ(2, intAttr(kSlpNonlinearRows));
 }
 
-TEST_F(Slp, EveryAttributeOfBothListsIsComputed) {
-  for (const ParamInfo &p : nvrl::paramTable()) {
-    if (!p.isNonlinear() || p.isControl()) continue;
-    SCOPED_TRACE(p.name);
-    if (p.isIntegral()) {
-      int v;
-      EXPECT_EQ(0, NSLPgetintattrib(slp_, p.id, &v)) << error();
-    } else if (p.type == ParamType::Double) {
-      double v;
-      EXPECT_EQ(0, NSLPgetdblattrib(slp_, p.id, &v)) << error();
-    } else {
-      char v[NVRL_MAXNAMELEN];
-      EXPECT_EQ(0, NSLPgetstrattrib(slp_, p.id, v)) << error();
-    }
-  }
-}
-
 TEST_F(Slp, ControlsReadDefaultsAndRefuseBadValues) {
   for (const ParamInfo &p : nvrl::paramTable()) {
     if (!p.isNonlinear() || !p.isControl()) continue;
@@ -123,50 +100,6 @@ TEST_F(Slp, ControlsReadDefaultsAndRefuseBadValues) {
   ASSERT_EQ(0, NSLPgetintcontrol(slp_, nvrl::id::kSlpPostsolve, &post));
   EXPECT_EQ(0, post);
 }
-
-struct BadSlpCall {
-  const char *what;
-  int (*call)(NSLPprob);
-  const char *message;
-};
-
-const BadSlpCall kBadSlpCalls[] = {
-    {"optimiser_id", [](NSLPprob s) { int v; return NSLPgetintcontrol(s, 8003, &v); },
-     "NSLPgetintcontrol: 8003 (threads) belongs to the optimiser; use the NVRL functions"},
-    {"unknown_id", [](NSLPprob s) { return NSLPsetdblcontrol(s, 12998, 1.0); },
-     "NSLPsetdblcontrol: unknown control id 12998"},
-    {"wrong_type", [](NSLPprob s) { return NSLPsetintcontrol(s, 12146, 1); },
-     "NSLPsetintcontrol: 12146 (nslp_objective_sense) is a double control, not an integer one"},
-    {"sense_not_unit", [](NSLPprob s) { return NSLPsetdblcontrol(s, 12146, 0.5); },
-     "NSLPsetdblcontrol: 12146 (nslp_objective_sense): value 0.5 must be 1 (minimise) or -1 "
-     "(maximise)"},
-    {"attribute_as_control", [](NSLPprob s) { return NSLPsetintcontrol(s, 12013, 4); },
-     "NSLPsetintcontrol: 12013 (nslp_constant_column) is an attribute, not a control"},
-    {"no_string_controls", [](NSLPprob s) { return NSLPsetstrcontrol(s, 12100, "x"); },
-     "NSLPsetstrcontrol: 12100 (nslp_iteration_limit) is an integer control, not a string one"},
-    {"null_value", [](NSLPprob s) { return NSLPgetintattrib(s, 12044, nullptr); },
-     "NSLPgetintattrib: null value pointer"},
-    {"out_of_range", [](NSLPprob s) { return NSLPsetintcontrol(s, 12416, 2); },
-     "NSLPsetintcontrol: 12416 (nslp_postsolve): value 2 is outside the range [0, 1]"},
-    {"bad_interrupt", [](NSLPprob s) { return NSLPinterrupt(s, 0); },
-     "NSLPinterrupt: reason 0 is not a stop code (must be > 0)"},
-    {"optimiser_name", [](NSLPprob s) { return NSLPcontrolcode(s, "threads", nullptr, nullptr); },
-     "NSLPcontrolcode: no control or attribute of the nonlinear solver is named 'threads'"},
-};
-
-class BadSlpCalls : public Slp, public ::testing::WithParamInterface<BadSlpCall> {};
-
-TEST_P(BadSlpCalls, FailWithAPreciseMessageAndChangeNothing) {
-  ASSERT_EQ(0, NSLPsetintcontrol(slp_, nvrl::id::kSlpPostsolve, 1));
-  nvrl::ControlValues before = slp_->controls;
-  EXPECT_NE(0, GetParam().call(slp_));
-  EXPECT_EQ(GetParam().message, error());
-  EXPECT_EQ(before.ints, slp_->controls.ints);
-  EXPECT_EQ(before.dbls, slp_->controls.dbls);
-  EXPECT_EQ(0, slp_->interrupt_reason.load());
-}
-INSTANTIATE_TEST_SUITE_P(Nslp, BadSlpCalls, ::testing::ValuesIn(kBadSlpCalls),
-                         [](const auto &info) { return std::string(info.param.what); });
 
 TEST_F(Slp, ListsAndLookupByName) {
   const NVRLcaentry *main_list = nullptr, *ipm_list = nullptr;
@@ -198,8 +131,6 @@ TEST_F(Slp, ListsAndLookupByName) {
   ASSERT_EQ(0, NSLPcontrolcode(slp_, "NSLP_POSTSOLVE", &id, &flags));
   EXPECT_EQ(12416, id);
   EXPECT_EQ(NSLP_CCFLAG_INT | NSLP_CCFLAG_CONTROL, flags);
-  EXPECT_NE(0, NSLPcontrolcode(slp_, nullptr, &id, &flags));
-  EXPECT_NE(0, NSLPgetcalist(slp_, nullptr));
 }
 
 TEST_F(Slp, CopiesTakeDataOrControlsSeparately) {
@@ -211,10 +142,11 @@ TEST_F(Slp, CopiesTakeDataOrControlsSeparately) {
   NSLPprob slp2;
   ASSERT_EQ(0, NVRLcreateprob(&prob2));
   ASSERT_EQ(0, NSLPcreateprob(&slp2, &prob2));
+  ASSERT_EQ(0, NSLPmsaddjob(slp_, "job", 0, nullptr, nullptr, 0, nullptr, nullptr, 0, nullptr,
+                            nullptr, nullptr));
   ASSERT_EQ(0, NSLPcopyprob(slp2, slp_, nullptr));
+  nslptest::expectSameData(slp_->data, slp2->data);
   int v = 0;
-  ASSERT_EQ(0, NSLPgetintattrib(slp2, nvrl::id::kSlpCoefs, &v));
-  EXPECT_EQ(1, v);
   ASSERT_EQ(0, NSLPgetintattrib(slp2, nvrl::id::kSlpIterations, &v));
   EXPECT_EQ(4, v);
   ASSERT_EQ(0, NSLPgetintcontrol(slp2, nvrl::id::kSlpIterLimit, &v));
@@ -257,18 +189,13 @@ TEST_F(Slp, MessagesGoToTheCallbackAndTheGlobalHandlers) {
   EXPECT_TRUE(g_lines.empty());
 }
 
-TEST_F(Slp, InterruptStoresItsReason) {
-  ASSERT_EQ(0, NSLPinterrupt(slp_, NVRL_STOP_USER));
-  EXPECT_EQ(NVRL_STOP_USER, intAttr(nvrl::id::kSlpInterruptReason));
-}
-
 TEST_F(Slp, CreationAndHandlesAreChecked) {
   NSLPprob other = nullptr;
   EXPECT_NE(0, NSLPcreateprob(nullptr, &prob_));
   EXPECT_NE(0, NSLPcreateprob(&other, nullptr));
   NVRLprob null_prob = nullptr;
   EXPECT_NE(0, NSLPcreateprob(&other, &null_prob));
-  EXPECT_EQ("Null problem handle", globalError());
+  EXPECT_EQ("Null problem handle", nvtest::globalError());
   EXPECT_EQ(nullptr, other);
 
   // An object whose problem has gone refuses work but can still be destroyed.
@@ -285,7 +212,7 @@ TEST_F(Slp, CreationAndHandlesAreChecked) {
   EXPECT_NE(0, code);
   ASSERT_EQ(0, NSLPdestroyprob(other));
   EXPECT_NE(0, NSLPdestroyprob(other));
-  EXPECT_EQ("Invalid or destroyed nonlinear problem handle", globalError());
+  EXPECT_EQ("Invalid or destroyed nonlinear problem handle", nvtest::globalError());
   EXPECT_NE(0, NSLPsetdefaults(other));
   EXPECT_NE(0, NSLPgetlasterror(nullptr, &code, msg));
 

@@ -19,93 +19,15 @@ namespace {
 
 namespace fs = std::filesystem;
 namespace snap = nvrl::snap;
-
-bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
-}
-
-bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+using nslptest::attributes;
+using nslptest::expectSameData;
+using nslptest::sameBits;
 
 std::string readBytes(const std::string &path) {
   std::ifstream in(path, std::ios::binary);
   std::ostringstream s;
   s << in.rdbuf();
   return s.str();
-}
-
-// Every nonlinear attribute through the C API, bit-exact but for the presolved state bit.
-std::map<std::string, std::string> attributes(NSLPprob s) {
-  std::map<std::string, std::string> out;
-  for (const nvrl::ParamInfo &info : nvrl::paramTable()) {
-    if (info.isControl() || info.owner != nvrl::ParamOwner::Nonlinear) continue;
-    std::ostringstream v;
-    if (info.isIntegral()) {
-      int i = 0;
-      v << NSLPgetintattrib(s, info.id, &i) << ':';
-      // A restored problem is not presolved (the presolved form is not saved).
-      v << (info.id == NSLP_ATTR_STATE ? i & ~(1 << 29) : i);
-    } else {
-      double d = 0;
-      uint64_t bits;
-      v << NSLPgetdblattrib(s, info.id, &d);
-      std::memcpy(&bits, &d, sizeof bits);
-      v << ':' << bits;
-    }
-    out[info.name] = v.str();
-  }
-  return out;
-}
-
-void expectSameData(const nvrl::SlpData &a, const nvrl::SlpData &b) {
-  ASSERT_EQ(a.coefs.size(), b.coefs.size());
-  for (size_t k = 0; k < a.coefs.size(); ++k) {
-    EXPECT_EQ(a.coefs[k].row, b.coefs[k].row);
-    EXPECT_EQ(a.coefs[k].col, b.coefs[k].col);
-    EXPECT_TRUE(sameBits(a.coefs[k].factor, b.coefs[k].factor));
-    ASSERT_EQ(a.coefs[k].formula.size(), b.coefs[k].formula.size());
-    for (size_t t = 0; t < a.coefs[k].formula.size(); ++t) {
-      EXPECT_EQ(a.coefs[k].formula[t].type, b.coefs[k].formula[t].type);
-      EXPECT_TRUE(sameBits(a.coefs[k].formula[t].value, b.coefs[k].formula[t].value));
-    }
-  }
-  ASSERT_EQ(a.columns.size(), b.columns.size());
-  for (size_t j = 0; j < a.columns.size(); ++j) {
-    const nvrl::SlpColumn &u = a.columns[j], &v = b.columns[j];
-    EXPECT_EQ(u.has_initial, v.has_initial);
-    EXPECT_TRUE(sameBits({u.initial, u.init_step_bound, u.penalty, u.damping, u.step_bound},
-                         {v.initial, v.init_step_bound, v.penalty, v.damping, v.step_bound}));
-    EXPECT_EQ(std::tuple(u.det_row, u.tolset, u.vartype, u.cascade_limit, u.history, u.converged,
-                         u.seqnum),
-              std::tuple(v.det_row, v.tolset, v.vartype, v.cascade_limit, v.history, v.converged,
-                         v.seqnum));
-  }
-  EXPECT_EQ(a.rowstatus, b.rowstatus);
-  EXPECT_TRUE(sameBits(a.rowweight, b.rowweight));
-  EXPECT_EQ(a.strings, b.strings);
-  ASSERT_EQ(a.tolsets.size(), b.tolsets.size());
-  for (size_t k = 0; k < a.tolsets.size(); ++k) {
-    EXPECT_EQ(a.tolsets[k].status, b.tolsets[k].status);
-    EXPECT_TRUE(sameBits(std::vector<double>(a.tolsets[k].tol.begin(), a.tolsets[k].tol.end()),
-                         std::vector<double>(b.tolsets[k].tol.begin(), b.tolsets[k].tol.end())));
-  }
-  EXPECT_EQ(a.dfs, b.dfs);
-  for (size_t j = 0; j < a.columns.size(); ++j)
-    EXPECT_EQ(std::pair(a.columns[j].delta_type, a.columns[j].delta_value),
-              std::pair(b.columns[j].delta_type, b.columns[j].delta_value));
-  EXPECT_EQ(a.cascade_order, b.cascade_order);
-  EXPECT_TRUE(sameBits(a.rowscale, b.rowscale));
-  ASSERT_EQ(a.msjobs.size(), b.msjobs.size());
-  for (size_t k = 0; k < a.msjobs.size(); ++k) {
-    const nvrl::SlpMultistartJob &u = a.msjobs[k], &v = b.msjobs[k];
-    EXPECT_EQ(std::tuple(u.description, u.preset, u.count, u.initial, u.intctls, u.dblctls),
-              std::tuple(v.description, v.preset, v.count, v.initial, v.intctls, v.dblctls));
-  }
-  ASSERT_EQ(a.userfuncs.size(), b.userfuncs.size());
-  for (int k = 1; k <= a.userfuncs.size(); ++k) {
-    EXPECT_EQ(a.userfuncs.at(k).name, b.userfuncs.at(k).name);
-    EXPECT_EQ(a.userfuncs.at(k).inputs, b.userfuncs.at(k).inputs);
-    EXPECT_EQ(a.userfuncs.at(k).derivatives, b.userfuncs.at(k).derivatives);
-  }
 }
 
 void expectSameState(const nvrl::SlpState &a, const nvrl::SlpState &b) {
@@ -173,19 +95,10 @@ class SlpSnapshotTest : public nslptest::NslpTest {
 
 // ----- The nonlinear test problems -----------------------------------------------------
 
-std::vector<std::string> problemFiles() {
-  std::vector<std::string> names;
-  for (const auto &e : fs::directory_iterator(fs::path(NVRL_SOURCE_DIR) / "engine/tests/data/nlp"))
-    if (e.path().extension() == ".mps") names.push_back(e.path().stem().string());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
 class SlpSnapshotFile : public SlpSnapshotTest, public ::testing::WithParamInterface<std::string> {};
 
 TEST_P(SlpSnapshotFile, SolvedProblemComesBackWithItsDataAndAnswers) {
-  const std::string file =
-      (fs::path(NVRL_SOURCE_DIR) / "engine/tests/data/nlp" / (GetParam() + ".mps")).string();
+  const std::string file = nslptest::nlpFile(GetParam());
   ASSERT_EQ(0, NSLPreadprob(slp, file.c_str(), "")) << slpError();
   bool integers = false;
   for (char t : model().coltype) integers = integers || t != 'C';
@@ -236,7 +149,7 @@ TEST_P(SlpSnapshotFile, SolvedProblemComesBackWithItsDataAndAnswers) {
   EXPECT_NEAR(objective(), obj2, 1e-6 * (1 + std::fabs(obj2)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Published, SlpSnapshotFile, ::testing::ValuesIn(problemFiles()),
+INSTANTIATE_TEST_SUITE_P(Published, SlpSnapshotFile, ::testing::ValuesIn(nslptest::nlpStems()),
                          [](const ::testing::TestParamInfo<std::string> &i) { return i.param; });
 
 // ----- User functions ------------------------------------------------------------------

@@ -13,80 +13,29 @@ namespace {
 
 constexpr double kFree = 1e20;
 
-struct Known {
-  const char *name;
-  double fstar;
-  std::vector<double> xstar;
-};
-
-class KnownOptimum : public NslpTest, public ::testing::WithParamInterface<Known> {
- protected:
-  // Builds the named problem; returns its user columns (the objective's transfer column, when
-  // there is one, comes after them).
-  void build(const std::string &name) {
-    if (name == "rosenbrock") {
-      const int a = col(-kFree, kFree, 0), b = col(-kFree, kFree, 0);
-      // (1 - a)^2 + 100 (b - a^2)^2
-      formulaObjective(F().k(1).x(a).sub().k(2).pow().k(100).x(b).x(a).k(2).pow().sub().k(2)
-                           .pow().mul().add());
-      start(a, -1.2);
-      start(b, 1.0);
-    } else if (name == "hs6") {
-      // min (1 - x0)^2  s.t.  10 (x1 - x0^2) = 0
-      const int a = col(-kFree, kFree, -2), b = col(-kFree, kFree, 0);
-      model().objconst = 1.0;
-      qobj({{a, a, 2.0}});
-      const int r = row('E', 0.0, {{b, 10.0}});
-      qrow(r, {{a, a, -10.0}});
-      start(a, -1.2);
-      start(b, 1.0);
-    } else if (name == "hs7") {
-      // min ln(1 + x0^2) - x1  s.t.  (1 + x0^2)^2 + x1^2 = 4
-      const int a = col(-kFree, kFree, 0), b = col(-kFree, kFree, 0);
-      formulaObjective(F().args().k(1).x(a).k(2).pow().add().fn(NSLP_FN_LN).x(b).sub());
-      const int r = row('E', 4.0, {});
-      coef(r, -1, 1.0, F().k(1).x(a).k(2).pow().add().k(2).pow().x(b).k(2).pow().add());
-      start(a, 2.0);
-      start(b, 2.0);
-    } else if (name == "hs71") {
-      // min x0 x3 (x0 + x1 + x2) + x2  s.t.  x0 x1 x2 x3 >= 25, sum x^2 = 40, 1 <= x <= 5
-      for (int j = 0; j < 4; ++j) col(1, 5, 0);
-      formulaObjective(F().x(0).x(3).mul().x(0).x(1).add().x(2).add().mul().x(2).add());
-      const int r1 = row('G', 25.0, {});
-      coef(r1, -1, 1.0, F().x(0).x(1).mul().x(2).mul().x(3).mul());
-      const int r2 = row('E', 40.0, {});
-      qrow(r2, {{0, 0, 1.0}, {1, 1, 1.0}, {2, 2, 1.0}, {3, 3, 1.0}});
-      const double x0[] = {1, 5, 5, 1};
-      for (int j = 0; j < 4; ++j) start(j, x0[j]);
-    } else if (name == "hs43") {
-      rosenSuzuki();
-    }
-  }
-};
+// Test problems solved from their own starts: the published optimum and optimal point.
+class KnownOptimum : public NslpTest, public ::testing::WithParamInterface<std::string> {};
 
 TEST_P(KnownOptimum, ReachesThePublishedOptimum) {
-  const Known &k = GetParam();
-  build(k.name);
+  const std::string file = nslptest::nlpFile(GetParam());
+  const nslptest::Published pub = nslptest::published(file);
+  ASSERT_EQ(0, NSLPreadprob(slp, file.c_str(), "")) << slpError();
   ASSERT_EQ(0, optimize()) << slpError();
   EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
   EXPECT_EQ(NVRL_STOP_NONE, intAttr(NSLP_ATTR_STOP_STATUS));
-  EXPECT_NEAR(k.fstar, objective(), 1e-5 * std::max(1.0, std::fabs(k.fstar)));
+  EXPECT_NEAR(pub.optimum, objective(), 1e-5 * std::max(1.0, std::fabs(pub.optimum)));
   const std::vector<double> sol = x();
-  for (size_t j = 0; j < k.xstar.size(); ++j) EXPECT_NEAR(k.xstar[j], sol[j], 1e-4) << j;
+  for (int j = 0; j < model().cols(); ++j)
+    EXPECT_NEAR(pub.solution.at(model().colnames[j]), sol[j], 1e-4) << model().colnames[j];
   // The slack is the full nonlinear activity's: it vanishes on the equality rows.
-  std::vector<double> slack(model().rows());
-  ASSERT_EQ(0, NSLPgetslpsol(slp, nullptr, slack.data(), nullptr, nullptr));
+  const std::vector<double> slack = slacks();
   for (int i = 0; i < model().rows(); ++i)
     if (model().rowtype[i] == 'E') EXPECT_NEAR(0.0, slack[i], 1e-6) << i;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Published, KnownOptimum,
-    ::testing::Values(Known{"rosenbrock", 0.0, {1.0, 1.0}}, Known{"hs6", 0.0, {1.0, 1.0}},
-                      Known{"hs7", -std::sqrt(3.0), {0.0, std::sqrt(3.0)}},
-                      Known{"hs71", 17.0140173, {1.0, 4.7429994, 3.8211503, 1.3794082}},
-                      Known{"hs43", -44.0, {0.0, 1.0, 2.0, -1.0}}),
-    [](const ::testing::TestParamInfo<Known> &i) { return std::string(i.param.name); });
+// Rosenbrock's function, equality rows with quadratic and formula terms, inequalities.
+INSTANTIATE_TEST_SUITE_P(Published, KnownOptimum,
+                         ::testing::Values("hs001", "hs006", "hs007", "hs043", "hs071"));
 
 TEST_F(NslpTest, MaximisesInTheSenseOfTheControl) {
   // max x0 + x1  s.t.  x0^2 + x1^2 <= 2: at (1, 1), with multiplier 1/2 on the row.
@@ -113,18 +62,15 @@ TEST_F(NslpTest, CoefficientsEvaluateAtTheLastSolution) {
   const int a = col(-5, 5, 1);
   const int r = row('G', 1.0, {});
   ASSERT_EQ(0, NSLPchgccoef(slp, r, a, nullptr, "exp(C1)")) << slpError();
-  double init = 2.0;
-  ASSERT_EQ(0, NSLPchgvar(slp, a, nullptr, nullptr, nullptr, nullptr, nullptr, &init, nullptr,
-                          nullptr, nullptr, nullptr, nullptr)) << slpError();
+  ASSERT_EQ(0, nslptest::setVar(slp, a, &nslptest::VarIn::initvalue, 2.0)) << slpError();
   double v = 0;
   ASSERT_EQ(0, NSLPevaluatecoef(slp, r, a, &v)) << slpError();
   EXPECT_NEAR(std::exp(2.0), v, 1e-12);  // before a solve: at the initial value
   ASSERT_EQ(0, optimize()) << slpError();
-  std::vector<double> sol(1);
-  ASSERT_EQ(0, NSLPgetslpsol(slp, sol.data(), nullptr, nullptr, nullptr));
-  EXPECT_NEAR(0.5671432904, sol[0], 1e-6);
+  const double root = x()[a];
+  EXPECT_NEAR(0.5671432904, root, 1e-6);
   ASSERT_EQ(0, NSLPevaluatecoef(slp, r, a, &v)) << slpError();
-  EXPECT_NEAR(std::exp(sol[0]), v, 1e-12);
+  EXPECT_NEAR(std::exp(root), v, 1e-12);
 }
 
 TEST_F(NslpTest, ProblemWithoutNonlinearDataMatchesTheLinearOptimiser) {
@@ -257,24 +203,17 @@ TEST_F(NslpTest, MixedIntegerConvexProblemMatchesEnumeration) {
   EXPECT_LT(objective(), best - 0.1);
 }
 
-std::vector<std::string> g_log;
-void collect(NSLPprob, void *, const char *msg, int len, int) { g_log.emplace_back(msg, len); }
-
 TEST_F(NslpTest, TrialPointOutsideTheDomainIsRejectedAndTheSolveGoesOn) {
   // min 10x - ln(x) from x = 1: the first step crosses 0, where ln is not defined.
   const int a = col(-kFree, kFree, 0);
   formulaObjective(F().k(10).x(a).mul().args().x(a).fn(NSLP_FN_LN).sub());
   start(a, 1.0);
-  g_log.clear();
-  ASSERT_EQ(0, NSLPsetintcontrol(slp, NSLP_CTRL_LOG_LEVEL, 1));
-  ASSERT_EQ(0, NSLPsetcbmessage(slp, collect, nullptr));
+  captureLog(1);
   ASSERT_EQ(0, optimize()) << slpError();
   EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
   EXPECT_NEAR(0.1, x()[a], 1e-5);
   EXPECT_NEAR(1.0 + std::log(10.0), objective(), 1e-7);
-  bool rejected = false;
-  for (const std::string &l : g_log) rejected = rejected || l.find("rejected: ") != std::string::npos;
-  EXPECT_TRUE(rejected) << "no trial point was rejected for an evaluation error";
+  EXPECT_FALSE(logged("rejected: ").empty()) << "no trial point was rejected";
 }
 
 TEST_F(NslpTest, AnswersNeedASolveAndAFormulaOutsideTheProblemIsRefused) {

@@ -1,5 +1,6 @@
 // User functions through the C API: definition, names, addresses, objects, the call
-// description a function reads, values and derivatives in formulas, and failures.
+// description a function reads, values and derivatives in formulas, and failures of a call
+// (bad definitions are in the bad-input table).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -183,54 +184,6 @@ TEST_F(SlpUserFuncs, RepeatedNamesReadTheFirst) {
   char buf[64];
   EXPECT_NE(0, NSLPgetccoef(slp_, 0, 0, nullptr, buf, sizeof buf));
   EXPECT_NE(std::string::npos, error().find("cannot be written")) << error();
-}
-
-TEST_F(SlpUserFuncs, BadDefinitionsAndCallsChangeNothing) {
-  define("good", false, reinterpret_cast<NSLPfuncaddress>(cubic), &scale_);
-  int name = 0, link = 0, other = 0;
-  NSLPsetstring(slp_, &name, "fn");
-  NSLPsetstring(slp_, &link, "DirectC");
-  NSLPsetstring(slp_, &other, "Elsewhere");
-  const int S = NSLP_UFDEF_STRING, A = NSLP_UFDEF_ARGS, C = NSLP_UFDEF_CALL;
-  const double V = NSLP_UFCALL_VALUES;
-  struct Bad {
-    std::vector<int> type;
-    std::vector<double> value;
-    const char *message;
-  } bad[] = {
-      {{S, C, S, 0, S, 99, 0}, {double(name), V, double(link), 0, double(name), 1, 0},
-       "definition 1, token 5: unknown token type 99"},
-      {{S, C, 0}, {9, V, 0}, "string 9 is not defined"},
-      {{S, C, S, 0}, {double(name), V, double(other), 0}, "unsupported linkage \"Elsewhere\""},
-      {{C, 0}, {V, 0}, "definition 0 has no name"},
-      {{S, 0}, {double(name), 0}, "has no calling convention"},
-      {{S, C, 0}, {double(name), 7, 0}, "unknown calling convention 7"},
-      {{S, A, C, 0}, {double(name), 2, V, 0}, "unsupported argument style 2"},
-  };
-  for (const Bad &b : bad) {
-    int nf = b.type.size() > 4 && b.type[3] == 0 ? 2 : 1;
-    EXPECT_NE(0, NSLPadduserfuncs(slp_, nf, b.type.data(), b.value.data()));
-    EXPECT_NE(std::string::npos, error().find(b.message)) << error();
-    EXPECT_EQ(1, slp_->data.userfuncs.size()) << b.message;
-  }
-  EXPECT_NE(0, NSLPaddnames(slp_, 1, "r", 0, 0));
-  EXPECT_NE(std::string::npos, error().find("name type 1 is not supported"));
-  EXPECT_NE(0, NSLPaddnames(slp_, NSLP_NAMES_USERFUNCS, "a\0b", 1, 2));
-  EXPECT_NE(0, NSLPaddnames(slp_, NSLP_NAMES_USERFUNCS, "", 1, 1));
-  EXPECT_EQ("good", slp_->data.userfuncs.at(1).name);
-  EXPECT_NE(0, NSLPchguserfuncaddress(slp_, 2, reinterpret_cast<NSLPfuncaddress>(cubic)));
-  EXPECT_NE(0, NSLPchguserfuncaddress(slp_, 1, nullptr));
-  EXPECT_NE(0, NSLPsetuserfuncobject(slp_, 0, nullptr));
-  void *obj = nullptr;
-  EXPECT_NE(0, NSLPgetuserfuncobject(slp_, 3, &obj));
-  EXPECT_EQ(0, NSLPgetuserfuncobject(slp_, 1, &obj));
-  EXPECT_EQ(&scale_, obj);
-  EXPECT_NE(0, NSLPgetfuncobject(nullptr, NSLP_FUNCOBJ_INFO, &obj));
-  EXPECT_NE(0, NSLPgetfuncobject(&obj, 1, &obj));
-  EXPECT_NE(0, NSLPgetfuncinfo(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
-  // A text formula cannot call a function that is not defined.
-  EXPECT_NE(0, NSLPchgccoef(slp_, 0, -1, nullptr, "fn(x)"));
-  EXPECT_NE(std::string::npos, error().find("unknown function 'fn'"));
 }
 
 }  // namespace
