@@ -6,9 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -19,6 +21,21 @@ namespace iotest {
 
 inline std::string dataFile(const std::string &name) {
   return std::string(NVRL_DATA_DIR) + "/" + name;
+}
+
+inline std::string readBytes(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+inline void writeBytes(const std::string &path, const std::string &bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+inline bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
 }
 
 class FileTest : public nvtest::ProblemTest {
@@ -68,7 +85,6 @@ struct Malformed {
   const char *message;
 };
 
-inline std::ostream &operator<<(std::ostream &os, const Malformed &c) { return os << c.label; }
 
 // Reads `good` (as a file named leaf) and then the malformed text as a file of the same
 // extension: the read fails naming the file and line, and the model stays as it was.
