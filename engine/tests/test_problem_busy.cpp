@@ -175,7 +175,7 @@ TEST_F(BusyProblem, NonlinearHandlesOfABusyProblemAreRefused) {
 }
 
 // Runs inside the solve, on the solving thread: return codes and messages of the calls it
-// makes once the solve has got going (our banner and size lines come first).
+// makes once HiGHS itself logs (our banner and size lines come first).
 struct CallbackProbe {
   std::atomic<int> lines{0};
   std::vector<int> codes;
@@ -185,7 +185,7 @@ struct CallbackProbe {
 
   static void onMessage(NVRLprob prob, void *data, const char *, int, int) {
     auto *self = static_cast<CallbackProbe *>(data);
-    if (++self->lines != 8) return;
+    if (++self->lines != 12) return;
     self->codes.push_back(NVRLdelrows(prob, 1, ints(0)));
     self->errors.push_back(lastError(prob));
     self->codes.push_back(NVRLlpoptimize(prob, ""));
@@ -199,6 +199,7 @@ struct CallbackProbe {
 
 TEST_F(BusyProblem, TheSolvesOwnCallbacksMayOnlyManageCallbacksAndInterrupt) {
   ASSERT_EQ(NVRLsetintcontrol(prob, kLogLevel, 1), 0);
+  ASSERT_EQ(NVRLsetdblcontrol(prob, nvrl::id::kTimeLimit, 20.0), 0);  // should the stop fail
   CallbackProbe probe;
   ASSERT_EQ(NVRLaddcbmessage(prob, CallbackProbe::onMessage, &probe, 0), 0);
   const auto t0 = std::chrono::steady_clock::now();
@@ -213,9 +214,15 @@ TEST_F(BusyProblem, TheSolvesOwnCallbacksMayOnlyManageCallbacksAndInterrupt) {
   EXPECT_EQ(std::vector<int>(probe.codes.begin() + 2, probe.codes.end()),
             std::vector<int>(4, 0));
   // The callback removed itself: no more lines after the one it handled.
-  EXPECT_EQ(probe.lines.load(), 8);
+  EXPECT_EQ(probe.lines.load(), 12);
   EXPECT_EQ(intAttr(prob, kStopStatus), NVRL_STOP_USER);
+  EXPECT_NE(intAttr(prob, kMipStatus), NVRL_MIP_OPTIMAL);
   EXPECT_EQ(intAttr(prob, kRows), 4);
+  // The request does not linger: the next solve runs to its own limit.
+  ASSERT_EQ(NVRLsetdblcontrol(prob, nvrl::id::kTimeLimit, 0.3), 0);
+  ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError(prob);
+  EXPECT_EQ(intAttr(prob, kStopStatus), NVRL_STOP_TIMELIMIT);
+  EXPECT_NE(NVRLinterrupt(prob, 0), 0);  // 0 is no reason to stop
   // And the problem can be changed again.
   EXPECT_EQ(NVRLdelrows(prob, 1, ints(0)), 0) << lastError(prob);
 }
