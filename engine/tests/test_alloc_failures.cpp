@@ -122,16 +122,17 @@ void makeIntegral(NVRLprob p) { ASSERT_EQ(NVRLchgcoltype(p, 2, ints(0, 1), chars
 
 std::string g_mps, g_lp, g_written, g_svf, g_slx;
 
-// One entry point under test: `prepare` builds the problem the call starts from (outside
-// any injection), `call` is what runs with allocations failing, `after` checks a problem
-// that has been through a failed run still works.
+// One entry point under test: `call` is what runs with allocations failing, `prepare` builds
+// the problem it starts from (outside any injection; the rich model unless given), `after`
+// checks a problem that has been through a failed run still works.
 class AllocFailure;
+void rich(AllocFailure &t);
 struct Case {
   const char *label;
   const char *fn;  // the entry point named in the message
-  std::function<void(AllocFailure &)> prepare;
   std::function<int(AllocFailure &)> call;
-  std::function<void(AllocFailure &)> after;
+  std::function<void(AllocFailure &)> prepare = rich;
+  std::function<void(AllocFailure &)> after = nullptr;
   long ends = 400;  // see allocationsToFail()
 };
 
@@ -261,108 +262,94 @@ void small(AllocFailure &t) { loadSmallLp(t.prob); }
 std::vector<Case> cases() {
   const auto lpAfter = [](AllocFailure &t) { solvesRight(t, false, 2.8); };
   return {
-      {"createprob", "NVRLcreateprob", rich,
+      {"createprob", "NVRLcreateprob",
        [](AllocFailure &) {
          NVRLprob q = nullptr;
          const int rc = NVRLcreateprob(&q);
          if (rc == 0) NVRLdestroyprob(q);
          return rc;
-       },
-       nullptr},
+       }},
       {"copyprob", "NVRLcopyprob",
+       [](AllocFailure &t) { return NVRLcopyprob(t.prob, t.other, "copied"); },
        [](AllocFailure &t) {
          rich(t);
          if (!t.other) {
            ASSERT_EQ(NVRLcreateprob(&t.other), 0);
            loadSmallLp(t.other);
          }
-       },
-       [](AllocFailure &t) { return NVRLcopyprob(t.prob, t.other, "copied"); }, nullptr},
-      {"loadlp64", "NVRLloadlp64", rich,
+       }},
+      {"loadlp64", "NVRLloadlp64",
        [](AllocFailure &t) {
          return NVRLloadlp64(t.prob, "loaded", 2, 2, chars('L', 'R'), dbls(4, 6), dbls(0, 2),
                              dbls(1, 1), starts(0, 2, 4), nullptr, ints(0, 1, 0, 1),
                              dbls(1, 3, 2, 1), dbls(0, 0), dbls(5, 5));
-       },
-       nullptr},
-      {"addrows64", "NVRLaddrows64", rich,
+       }},
+      {"addrows64", "NVRLaddrows64",
        [](AllocFailure &t) {
          return NVRLaddrows64(t.prob, 2, 3, chars('G', 'R'), dbls(1, 9), dbls(0, 3),
                               starts(0, 2, 3), ints(0, 3, 1), dbls(1, 2, 3));
-       },
-       nullptr},
-      {"addcols64", "NVRLaddcols64", rich,
+       }},
+      {"addcols64", "NVRLaddcols64",
        [](AllocFailure &t) {
          return NVRLaddcols64(t.prob, 2, 3, dbls(4, 5), starts(0, 2, 3), ints(0, 2, 1),
                               dbls(1, 2, 3), dbls(0, -1), dbls(1, 1));
-       },
-       nullptr},
-      {"delrows", "NVRLdelrows", rich,
-       [](AllocFailure &t) { return NVRLdelrows(t.prob, 2, ints(2, 0)); }, nullptr},
-      {"delcols", "NVRLdelcols", richPlusColumn,
-       [](AllocFailure &t) { return NVRLdelcols(t.prob, 1, ints(4)); }, nullptr},
-      {"chgcoef", "NVRLchgcoef", rich,
-       [](AllocFailure &t) { return NVRLchgcoef(t.prob, 1, 0, 9.0); }, nullptr},
-      {"chgmqobj", "NVRLchgmqobj", rich,  // drops (0,1), adds three entries
+       }},
+      {"delrows", "NVRLdelrows",
+       [](AllocFailure &t) { return NVRLdelrows(t.prob, 2, ints(2, 0)); }},
+      {"delcols", "NVRLdelcols", [](AllocFailure &t) { return NVRLdelcols(t.prob, 1, ints(4)); },
+       richPlusColumn},
+      {"chgcoef", "NVRLchgcoef", [](AllocFailure &t) { return NVRLchgcoef(t.prob, 1, 0, 9.0); }},
+      {"chgmqobj", "NVRLchgmqobj",  // drops (0,1), adds three entries
        [](AllocFailure &t) {
          return NVRLchgmqobj(t.prob, 4, ints(0, 2, 3, 1), ints(1, 2, 1, 3), dbls(0, 4, 5, 6));
-       },
-       nullptr},
-      {"addqmatrix", "NVRLaddqmatrix64", rich,  // row 2 has no quadratic part yet
+       }},
+      {"addqmatrix", "NVRLaddqmatrix64",  // row 2 has no quadratic part yet
        [](AllocFailure &t) {
          return NVRLaddqmatrix64(t.prob, 2, 3, ints(0, 2, 0), ints(1, 3, 1), dbls(1, 2, 3));
-       },
-       nullptr},
-      {"addnames", "NVRLaddnames", rich,
-       [](AllocFailure &t) { return NVRLaddnames(t.prob, 1, "first\0cap\0third", 0, 2); },
-       nullptr},
-      {"readprob_mps", "NVRLreadprob", rich,
-       [](AllocFailure &t) { return NVRLreadprob(t.prob, g_mps.c_str(), ""); }, nullptr},
-      {"readprob_lp", "NVRLreadprob", rich,
-       [](AllocFailure &t) { return NVRLreadprob(t.prob, g_lp.c_str(), ""); }, nullptr},
-      {"writeprob", "NVRLwriteprob", small,
-       [](AllocFailure &t) { return NVRLwriteprob(t.prob, g_written.c_str(), "l"); },
-       nullptr},
-      {"loadbasis", "NVRLloadbasis", small,
-       [](AllocFailure &t) { return NVRLloadbasis(t.prob, ints(0, 0), ints(1, 1)); },
+       }},
+      {"addnames", "NVRLaddnames",
+       [](AllocFailure &t) { return NVRLaddnames(t.prob, 1, "first\0cap\0third", 0, 2); }},
+      {"readprob_mps", "NVRLreadprob",
+       [](AllocFailure &t) { return NVRLreadprob(t.prob, g_mps.c_str(), ""); }},
+      {"readprob_lp", "NVRLreadprob",
+       [](AllocFailure &t) { return NVRLreadprob(t.prob, g_lp.c_str(), ""); }},
+      {"writeprob", "NVRLwriteprob",
+       [](AllocFailure &t) { return NVRLwriteprob(t.prob, g_written.c_str(), "l"); }, small},
+      {"loadbasis", "NVRLloadbasis",
+       [](AllocFailure &t) { return NVRLloadbasis(t.prob, ints(0, 0), ints(1, 1)); }, small,
        lpAfter},
-      {"loadlpsol", "NVRLloadlpsol", small,
+      {"loadlpsol", "NVRLloadlpsol",
        [](AllocFailure &t) {
          int status = -1;
          return NVRLloadlpsol(t.prob, dbls(1, 1), dbls(1, 2), nullptr, nullptr, &status);
        },
-       lpAfter},
+       small, lpAfter},
       {"restore", "NVRLrestore",  // the rich model over the small one
+       [](AllocFailure &t) { return NVRLrestore(t.prob, g_svf.c_str(), ""); },
        [](AllocFailure &t) {
          rich(t);
          ASSERT_EQ(NVRLsaveas(t.prob, g_svf.c_str()), 0) << lastError(t.prob);
          small(t);
-       },
-       [](AllocFailure &t) { return NVRLrestore(t.prob, g_svf.c_str(), ""); },
-       nullptr},
+       }},
       {"readslxsol", "NVRLreadslxsol",
+       [](AllocFailure &t) { return NVRLreadslxsol(t.prob, g_slx.c_str(), ""); },
        [](AllocFailure &t) {
          small(t);
          ASSERT_EQ(NVRLlpoptimize(t.prob, ""), 0);
          ASSERT_EQ(NVRLwriteslxsol(t.prob, g_slx.c_str(), "sdr"), 0);
        },
-       [](AllocFailure &t) { return NVRLreadslxsol(t.prob, g_slx.c_str(), ""); },
        lpAfter},
-      {"lpoptimize", "NVRLlpoptimize", small,
-       [](AllocFailure &t) { return NVRLlpoptimize(t.prob, ""); }, lpAfter},
+      {"lpoptimize", "NVRLlpoptimize", [](AllocFailure &t) { return NVRLlpoptimize(t.prob, ""); },
+       small, lpAfter},
       {"mipoptimize", "NVRLmipoptimize",
+       [](AllocFailure &t) { return NVRLmipoptimize(t.prob, ""); },
        [](AllocFailure &t) {
          small(t);
          makeIntegral(t.prob);
        },
-       [](AllocFailure &t) { return NVRLmipoptimize(t.prob, ""); },
        [](AllocFailure &t) { solvesRight(t, true, 2.0); },
        80},  // a MIP solve takes long enough to sample more thinly
       {"nslp_createprob", "NSLPcreateprob",
-       [](AllocFailure &t) {
-         small(t);
-         ASSERT_EQ(NSLPinit(nullptr), 0);
-       },
        [](AllocFailure &t) {
          NSLPprob slp = nullptr;
          const int rc = NSLPcreateprob(&slp, &t.prob);
@@ -371,14 +358,14 @@ std::vector<Case> cases() {
          NSLPfree();
          return rc;
        },
-       nullptr},
+       [](AllocFailure &t) {
+         small(t);
+         ASSERT_EQ(NSLPinit(nullptr), 0);
+       }},
   };
 }
 
-INSTANTIATE_TEST_SUITE_P(EntryPoints, AllocFailure, ::testing::ValuesIn(cases()),
-                         [](const ::testing::TestParamInfo<Case> &info) {
-                           return std::string(info.param.label);
-                         });
+INSTANTIATE_TEST_SUITE_P(EntryPoints, AllocFailure, ::testing::ValuesIn(cases()), nvtest::byLabel);
 
 }  // namespace
 }  // namespace storetest

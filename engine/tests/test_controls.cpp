@@ -4,10 +4,7 @@
 
 #include <cctype>
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -364,15 +361,6 @@ TEST_F(Controls, DefaultsCopiesAndDumps) {
 
 // docs/controls.md is generated from the registry; regenerate with NVRL_UPDATE_DOCS=1.
 TEST(ControlsDoc, MatchesTheRegistry) {
-  const std::string path = std::string(NVRL_SOURCE_DIR) + "/docs/controls.md";
-  const std::string expected = nvrl::controlsMarkdown();
-  if (const char *update = std::getenv("NVRL_UPDATE_DOCS"); update && *update == '1') {
-    std::ofstream(path, std::ios::binary) << expected;
-  }
-  std::ifstream in(path, std::ios::binary);
-  ASSERT_TRUE(in) << path << " is missing; run with NVRL_UPDATE_DOCS=1 to write it";
-  std::stringstream actual;
-  actual << in.rdbuf();
-  EXPECT_TRUE(actual.str() == expected)
-      << path << " differs from the registry; run with NVRL_UPDATE_DOCS=1 to regenerate it";
+  nvtest::expectGenerated(std::string(NVRL_SOURCE_DIR) + "/docs/controls.md",
+                          nvrl::controlsMarkdown());
 }

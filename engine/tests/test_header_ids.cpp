@@ -3,42 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
-#include <cstdlib>
-#include <fstream>
 #include <set>
-#include <sstream>
 #include <string>
 
 #include "core/registry.h"
-#include "nvrl.h"
+#include "test_support.h"
 
 namespace {
 
-std::string readFile(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
 // The id block of nvrl.h is rewritten from the registry with NVRL_UPDATE_DOCS=1.
 TEST(HeaderIds, MatchTheRegistry) {
-  const std::string path = std::string(NVRL_SOURCE_DIR) + "/engine/include/nvrl.h";
-  std::string header = readFile(path);
-  ASSERT_FALSE(header.empty()) << path << " is missing";
-  const size_t begin = header.find(nvrl::kIdsBegin);
-  const size_t end = header.find(nvrl::kIdsEnd);
-  ASSERT_NE(begin, std::string::npos) << path << " lacks the line " << nvrl::kIdsBegin;
-  ASSERT_NE(end, std::string::npos) << path << " lacks the line " << nvrl::kIdsEnd;
-  ASSERT_LT(begin, end);
-  const size_t from = begin + std::string(nvrl::kIdsBegin).size();
-  const std::string expected = nvrl::idDefines();
-  if (const char *update = std::getenv("NVRL_UPDATE_DOCS"); update && *update == '1') {
-    header.replace(from, end - from, expected);
-    std::ofstream(path, std::ios::binary) << header;
-  }
-  EXPECT_TRUE(header.substr(from, end - from) == expected)
-      << path << " differs from the registry; run with NVRL_UPDATE_DOCS=1 to regenerate it";
+  nvtest::expectGenerated(std::string(NVRL_SOURCE_DIR) + "/engine/include/nvrl.h",
+                          nvrl::idDefines(), nvrl::kIdsBegin, nvrl::kIdsEnd);
 }
 
 TEST(HeaderIds, NamesAreDistinctIdentifiersThatKeepTheirPrefix) {

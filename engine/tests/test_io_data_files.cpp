@@ -1,5 +1,6 @@
 // The bundled instances: each reads with the sizes an independent reader (HiGHS 1.15.1)
-// reports for it, and each survives being written and read back in both formats.
+// reports for it, each survives being written and read back in both formats, and an LP file
+// loads the same model as its MPS twin.
 // gas11 differs in one respect: HiGHS drops its 12 coefficients of magnitude below 1e-9,
 // which the store keeps (2154 + 12 nonzeros).
 #include <gtest/gtest.h>
@@ -23,7 +24,6 @@ struct Instance {
   bool lp_names = true;  // every column name can stand in an LP file
 };
 
-std::ostream &operator<<(std::ostream &os, const Instance &i) { return os << i.file; }
 
 const Instance kInstances[] = {
     {"25fv47.mps", 821, 1571, 10400, 0, 0, false},  {"adlittle.mps", 56, 97, 383, 0, 0},
@@ -44,7 +44,7 @@ const Instance kInstances[] = {
 
 class DataFile : public iotest::FileTest, public ::testing::WithParamInterface<Instance> {};
 
-TEST_P(DataFile, ReadsWithTheExpectedSizes) {
+TEST_P(DataFile, ReadsWithTheExpectedSizesAndWritesBackUnchanged) {
   const Instance &inst = GetParam();
   ASSERT_EQ(NVRLreadprob(prob, dataFile(inst.file).c_str(), ""), 0) << lastError();
   const nvrl::Model &m = prob->model;
@@ -64,12 +64,17 @@ TEST_P(DataFile, ReadsWithTheExpectedSizes) {
   for (double v : m.A.val) EXPECT_NE(v, 0.0);
   for (int i = 0; i < m.rows(); ++i)
     if (m.rowtype[i] != 'R') EXPECT_EQ(m.range[i], 0.0);
-}
 
-TEST_P(DataFile, WritesAndReadsBackUnchangedInBothFormats) {
-  const Instance &inst = GetParam();
-  ASSERT_EQ(NVRLreadprob(prob, dataFile(inst.file).c_str(), ""), 0) << lastError();
+  // An LP file loads the same model as its MPS twin, if it has one.
   const nvrl::Model original = prob->model;
+  const std::string file = inst.file, twin = dataFile(file.substr(0, file.size() - 3) + ".mps");
+  if (file.ends_with(".lp") && std::filesystem::exists(twin)) {
+    ASSERT_EQ(NVRLreadprob(prob, twin.c_str(), ""), 0) << lastError();
+    expectSameModelByColumnName(prob->model, original);
+    prob->model = original;
+  }
+
+  // Written and read back, it is unchanged in both formats.
   for (const char *flags : {"", "l"}) {
     SCOPED_TRACE(std::string("flags '") + flags + "'");
     std::string out = path("copy");
@@ -92,42 +97,5 @@ TEST_P(DataFile, WritesAndReadsBackUnchangedInBothFormats) {
 
 INSTANTIATE_TEST_SUITE_P(Instances, DataFile, ::testing::ValuesIn(kInstances),
                          [](const auto &info) { return nvtest::testName(info.param.file); });
-
-class Twins : public iotest::FileTest, public ::testing::WithParamInterface<const char *> {};
-
-TEST_P(Twins, LpFileLoadsTheSameModelAsItsMpsTwin) {
-  std::string stem = GetParam();
-  ASSERT_EQ(NVRLreadprob(prob, dataFile(stem + ".mps").c_str(), ""), 0) << lastError();
-  const nvrl::Model mps = prob->model;
-  ASSERT_EQ(NVRLreadprob(prob, dataFile(stem + ".lp").c_str(), ""), 0) << lastError();
-  expectSameModelByColumnName(mps, prob->model);
-}
-
-INSTANTIATE_TEST_SUITE_P(Pairs, Twins,
-                         ::testing::Values("qjh", "semi-continuous", "semi-integer"),
-                         [](const auto &info) { return nvtest::testName(info.param); });
-
-using KnownValues = iotest::FileTest;
-
-TEST_F(KnownValues, SemiContinuousBoundsBecomeLimitAndUpperBound) {
-  // "SC BND x3 10" then "LO BND x3 1.1": 0 or [1.1, 10], continuous despite the markers.
-  for (const char *file : {"semi-continuous.mps", "semi-integer.mps"}) {
-    ASSERT_EQ(NVRLreadprob(prob, dataFile(file).c_str(), ""), 0) << lastError();
-    const nvrl::Model &m = prob->model;
-    EXPECT_EQ(m.coltype[2], file[5] == 'c' ? 'S' : 'R') << file;
-    EXPECT_EQ(m.limit[2], 1.1);
-    EXPECT_EQ(m.lb[2], 0.0);
-    EXPECT_EQ(m.ub[2], 10.0);
-    EXPECT_EQ(m.objsense, -1);
-  }
-}
-
-TEST_F(KnownValues, QuadraticObjectiveOfQjh) {
-  // QSECTION on the objective: x1*x1 2, x1*x3 -1, x2*x2 0.2, x3*x3 2, i.e. the objective
-  // x1^2 - x1*x3 + 0.1*x2^2 + x3^2, which the store holds as v/2*xi^2 and v*xi*xj.
-  ASSERT_EQ(NVRLreadprob(prob, dataFile("qjh.mps").c_str(), ""), 0) << lastError();
-  nvrl::QMatrix expected{{{0, 0}, 2.0}, {{0, 2}, -1.0}, {{1, 1}, 0.2}, {{2, 2}, 2.0}};
-  EXPECT_EQ(prob->model.qobj, expected);
-}
 
 }  // namespace

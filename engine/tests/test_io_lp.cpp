@@ -195,8 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
         Malformed{"general_needs_names", "Minimize\n obj: x\nGenerals\n x 3\nEnd\n", 4,
                   "unexpected '3' where a column name should be"},
         Malformed{"terms_need_signs", "Minimize\n obj: x y\nEnd\n",
-                  2, "unexpected 'y' in the objective"}),
-    [](const auto &info) { return std::string(info.param.label); });
+                  2, "unexpected 'y' in the objective"}), nvtest::byLabel);
 
 TEST_F(LpRead, FileWithoutObjectiveFails) {
   std::string p = writeText("noobj.lp", "Subject To\n c: x >= 1\nEnd\n");

@@ -26,7 +26,6 @@ struct BoundCase {
   double lb, ub, limit;
 };
 
-std::ostream &operator<<(std::ostream &os, const BoundCase &c) { return os << c.label; }
 
 class MpsBounds : public iotest::FileTest, public ::testing::WithParamInterface<BoundCase> {};
 
@@ -62,8 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
         BoundCase{"inf_words", " LO BND x -Inf\n UP BND x infinity\n", 'C', -kInf, kInf, 0},
         BoundCase{"no_vector_name", " UP x 4\n", 'C', 0, 4, 0},
         BoundCase{"no_vector_name_without_value", " FR x\n", 'C', -kInf, kInf, 0},
-        BoundCase{"bv_with_value", " BV x 1\n", 'B', 0, 1, 0}),
-    [](const auto &info) { return std::string(info.param.label); });
+        BoundCase{"bv_with_value", " BV x 1\n", 'B', 0, 1, 0}), nvtest::byLabel);
 
 struct RangeCase {
   const char *label;
@@ -73,7 +71,6 @@ struct RangeCase {
   double want_rhs, want_range;
 };
 
-std::ostream &operator<<(std::ostream &os, const RangeCase &c) { return os << c.label; }
 
 class MpsRanges : public iotest::FileTest, public ::testing::WithParamInterface<RangeCase> {};
 
@@ -98,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, MpsRanges,
                                            RangeCase{"E_zero", 'E', 1, 0, 'E', 1, 0},
                                            RangeCase{"E_infinite_up", 'E', 1, 1e30, 'G', 1, 0},
                                            RangeCase{"E_infinite_down", 'E', 1, -1e30, 'L', 1, 0}),
-                         [](const auto &info) { return std::string(info.param.label); });
+                         nvtest::byLabel);
 
 TEST_F(MpsRead, EverySectionLandsInTheStore) {
   const nvrl::Model &m = load("all.mps",
@@ -345,7 +342,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "indicator value must be 0 or 1, not '2'"},
         Malformed{"columns_field_count", HEAD "    y r 1 r\nRHS\nENDATA\n", 7,
                   "COLUMNS expects a column name and one or two pairs of row name and value"}),
-    [](const auto &info) { return std::string(info.param.label); });
+    nvtest::byLabel);
 #undef HEAD
 
 TEST_F(MpsRead, MissingFileIsReportedAndLeavesTheModel) {

@@ -119,7 +119,6 @@ struct Refusal {
   const char *message;
 };
 
-std::ostream &operator<<(std::ostream &os, const Refusal &r) { return os << r.label; }
 
 class WriteRefusal : public RoundTrip, public ::testing::WithParamInterface<Refusal> {};
 
@@ -155,8 +154,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"default_name_taken", "l", [](nvrl::Model &m) { m.rownames[0] = "R2"; },
                 "row name 'R2' is used more than once"},
         Refusal{"general_constraints", "", [](nvrl::Model &m) { m.gencons.push_back({}); },
-                "general and piecewise-linear constraints cannot be written"}),
-    [](const auto &info) { return std::string(info.param.label); });
+                "general and piecewise-linear constraints cannot be written"}), nvtest::byLabel);
 
 TEST_F(RoundTrip, FlagsAndFileNames) {
   buildEverything(false);

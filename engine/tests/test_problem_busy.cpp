@@ -174,51 +174,55 @@ TEST_F(BusyProblem, NonlinearHandlesOfABusyProblemAreRefused) {
   NSLPfree();
 }
 
-// Runs inside the solve, on the solving thread.
+// Runs inside the solve, on the solving thread: return codes and messages of the calls it
+// makes once HiGHS itself logs (our banner and size lines come first).
 struct CallbackProbe {
   std::atomic<int> lines{0};
-  int delrows_rc = -1, addcb_rc = -1, removecb_rc = -1, remove_self_rc = -1, optimize_rc = -1;
-  int interrupt_rc = -1;
-  std::string delrows_error, optimize_error;
+  std::vector<int> codes;
+  std::vector<std::string> errors;
 
   static void quiet(NVRLprob, void *, const char *, int, int) {}
 
   static void onMessage(NVRLprob prob, void *data, const char *, int, int) {
     auto *self = static_cast<CallbackProbe *>(data);
-    // Let the solve get going (our banner and size lines come first).
-    if (++self->lines != 8) return;
-    self->delrows_rc = NVRLdelrows(prob, 1, ints(0));
-    self->delrows_error = lastError(prob);
-    self->optimize_rc = NVRLlpoptimize(prob, "");
-    self->optimize_error = lastError(prob);
-    self->addcb_rc = NVRLaddcbmessage(prob, quiet, nullptr, 5);
-    self->removecb_rc = NVRLremovecbmessage(prob, quiet, nullptr);
-    self->interrupt_rc = NVRLinterrupt(prob, NVRL_STOP_USER);
-    self->remove_self_rc = NVRLremovecbmessage(prob, onMessage, data);
+    if (++self->lines != 12) return;
+    self->codes.push_back(NVRLdelrows(prob, 1, ints(0)));
+    self->errors.push_back(lastError(prob));
+    self->codes.push_back(NVRLlpoptimize(prob, ""));
+    self->errors.push_back(lastError(prob));
+    self->codes.push_back(NVRLaddcbmessage(prob, quiet, nullptr, 5));
+    self->codes.push_back(NVRLremovecbmessage(prob, quiet, nullptr));
+    self->codes.push_back(NVRLinterrupt(prob, NVRL_STOP_USER));
+    self->codes.push_back(NVRLremovecbmessage(prob, onMessage, data));
   }
 };
 
 TEST_F(BusyProblem, TheSolvesOwnCallbacksMayOnlyManageCallbacksAndInterrupt) {
   ASSERT_EQ(NVRLsetintcontrol(prob, kLogLevel, 1), 0);
+  ASSERT_EQ(NVRLsetdblcontrol(prob, nvrl::id::kTimeLimit, 20.0), 0);  // should the stop fail
   CallbackProbe probe;
   ASSERT_EQ(NVRLaddcbmessage(prob, CallbackProbe::onMessage, &probe, 0), 0);
   const auto t0 = std::chrono::steady_clock::now();
   ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError(prob);
   EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count(), 10.0);
 
-  ASSERT_GE(probe.lines.load(), 8);
-  EXPECT_NE(probe.delrows_rc, 0);
-  EXPECT_EQ(probe.delrows_error, refusal("NVRLdelrows"));
-  EXPECT_NE(probe.optimize_rc, 0);
-  EXPECT_EQ(probe.optimize_error, refusal("NVRLlpoptimize"));
-  EXPECT_EQ(probe.addcb_rc, 0);
-  EXPECT_EQ(probe.removecb_rc, 0);
-  EXPECT_EQ(probe.interrupt_rc, 0);
-  EXPECT_EQ(probe.remove_self_rc, 0);
+  ASSERT_EQ(probe.codes.size(), 6u);
+  EXPECT_NE(probe.codes[0], 0);
+  EXPECT_NE(probe.codes[1], 0);
+  EXPECT_EQ(probe.errors, (std::vector<std::string>{refusal("NVRLdelrows"),
+                                                    refusal("NVRLlpoptimize")}));
+  EXPECT_EQ(std::vector<int>(probe.codes.begin() + 2, probe.codes.end()),
+            std::vector<int>(4, 0));
   // The callback removed itself: no more lines after the one it handled.
-  EXPECT_EQ(probe.lines.load(), 8);
+  EXPECT_EQ(probe.lines.load(), 12);
   EXPECT_EQ(intAttr(prob, kStopStatus), NVRL_STOP_USER);
+  EXPECT_NE(intAttr(prob, kMipStatus), NVRL_MIP_OPTIMAL);
   EXPECT_EQ(intAttr(prob, kRows), 4);
+  // The request does not linger: the next solve runs to its own limit.
+  ASSERT_EQ(NVRLsetdblcontrol(prob, nvrl::id::kTimeLimit, 0.3), 0);
+  ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError(prob);
+  EXPECT_EQ(intAttr(prob, kStopStatus), NVRL_STOP_TIMELIMIT);
+  EXPECT_NE(NVRLinterrupt(prob, 0), 0);  // 0 is no reason to stop
   // And the problem can be changed again.
   EXPECT_EQ(NVRLdelrows(prob, 1, ints(0)), 0) << lastError(prob);
 }

@@ -16,22 +16,10 @@
 namespace {
 
 using iotest::dataFile;
+using iotest::readBytes;
+using iotest::sameBits;
+using iotest::writeBytes;
 namespace snap = nvrl::snap;
-
-std::string readBytes(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-void writeBytes(const std::string &path, const std::string &bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
-}
 
 // Every attribute of the optimiser, read through the C API, as text (bit-exact for doubles).
 std::map<std::string, std::string> attributes(NVRLprob p) {
@@ -57,42 +45,33 @@ std::map<std::string, std::string> attributes(NVRLprob p) {
   return out;
 }
 
-// The answers as the query functions give them: return codes and values.
+// The answers as the query functions give them: return codes and flags, bases, values.
 struct Answers {
-  int lp_rc, mip_rc, basis_rc, unb_rc, pray_rc, dray_rc;
-  std::vector<double> x, slack, duals, djs, mx, mslack, pray, dray;
-  std::vector<int> rowstat, colstat;
-  int unb = -2, has_pray = -1, has_dray = -1;
+  std::vector<int> codes, rowstat, colstat;
+  std::vector<std::vector<double>> values;
 };
 
 Answers answers(NVRLprob p) {
-  const int n = p->model.cols(), m = p->model.rows();
-  Answers a;
-  a.x.resize(n), a.djs.resize(n), a.mx.resize(n), a.colstat.resize(n), a.pray.resize(n);
-  a.slack.resize(m), a.duals.resize(m), a.mslack.resize(m), a.rowstat.resize(m), a.dray.resize(m);
-  a.lp_rc = NVRLgetlpsol(p, a.x.data(), a.slack.data(), a.duals.data(), a.djs.data());
-  a.mip_rc = NVRLgetmipsol(p, a.mx.data(), a.mslack.data());
-  a.basis_rc = NVRLgetbasis(p, a.rowstat.data(), a.colstat.data());
-  a.unb_rc = NVRLgetunbvec(p, &a.unb);
-  a.pray_rc = NVRLgetprimalray(p, a.pray.data(), &a.has_pray);
-  a.dray_rc = NVRLgetdualray(p, a.dray.data(), &a.has_dray);
+  const size_t n = p->model.cols(), m = p->model.rows();
+  std::vector<double> x(n), slack(m), duals(m), djs(n), mx(n), mslack(m), pray(n), dray(m);
+  Answers a{{}, std::vector<int>(m), std::vector<int>(n), {}};
+  int unb = -2, has_pray = -1, has_dray = -1;
+  a.codes = {NVRLgetlpsol(p, x.data(), slack.data(), duals.data(), djs.data()),
+             NVRLgetmipsol(p, mx.data(), mslack.data()),
+             NVRLgetbasis(p, a.rowstat.data(), a.colstat.data()),
+             NVRLgetunbvec(p, &unb),
+             NVRLgetprimalray(p, pray.data(), &has_pray),
+             NVRLgetdualray(p, dray.data(), &has_dray)};
+  a.codes.insert(a.codes.end(), {unb, has_pray, has_dray});
+  a.values = {x, slack, duals, djs, mx, mslack, pray, dray};
   return a;
 }
 
 void expectSameAnswers(const Answers &a, const Answers &b) {
-  EXPECT_EQ(a.lp_rc, b.lp_rc);
-  EXPECT_EQ(a.mip_rc, b.mip_rc);
-  EXPECT_EQ(a.basis_rc, b.basis_rc);
-  EXPECT_EQ(a.unb_rc, b.unb_rc);
-  EXPECT_EQ(a.unb, b.unb);
-  EXPECT_EQ(a.has_pray, b.has_pray);
-  EXPECT_EQ(a.has_dray, b.has_dray);
-  for (auto [u, v] : {std::pair(&a.x, &b.x), {&a.slack, &b.slack}, {&a.duals, &b.duals},
-                      {&a.djs, &b.djs}, {&a.mx, &b.mx}, {&a.mslack, &b.mslack},
-                      {&a.pray, &b.pray}, {&a.dray, &b.dray}})
-    EXPECT_TRUE(sameBits(*u, *v));
+  EXPECT_EQ(a.codes, b.codes);
   EXPECT_EQ(a.rowstat, b.rowstat);
   EXPECT_EQ(a.colstat, b.colstat);
+  for (size_t k = 0; k < a.values.size(); ++k) EXPECT_TRUE(sameBits(a.values[k], b.values[k])) << k;
 }
 
 // What expectSameModel leaves out: general and piecewise-linear constraints, the order of
@@ -105,20 +84,16 @@ void expectIdenticalModel(const nvrl::Model &a, const nvrl::Model &b) {
   EXPECT_EQ(a.rownames, b.rownames);
   EXPECT_EQ(a.colnames, b.colnames);
   EXPECT_EQ(a.setnames, b.setnames);
+  const auto gen = [](const nvrl::GeneralConstraint &g) {
+    return std::tie(g.type, g.resultant, g.cols, g.vals);
+  };
+  const auto pwl = [](const nvrl::PwlConstraint &p) {
+    return std::tie(p.col, p.resultant, p.x, p.y);
+  };
   ASSERT_EQ(a.gencons.size(), b.gencons.size());
-  for (size_t k = 0; k < a.gencons.size(); ++k) {
-    EXPECT_EQ(a.gencons[k].type, b.gencons[k].type);
-    EXPECT_EQ(a.gencons[k].resultant, b.gencons[k].resultant);
-    EXPECT_EQ(a.gencons[k].cols, b.gencons[k].cols);
-    EXPECT_EQ(a.gencons[k].vals, b.gencons[k].vals);
-  }
+  for (size_t k = 0; k < a.gencons.size(); ++k) EXPECT_EQ(gen(a.gencons[k]), gen(b.gencons[k]));
   ASSERT_EQ(a.pwlcons.size(), b.pwlcons.size());
-  for (size_t k = 0; k < a.pwlcons.size(); ++k) {
-    EXPECT_EQ(a.pwlcons[k].col, b.pwlcons[k].col);
-    EXPECT_EQ(a.pwlcons[k].resultant, b.pwlcons[k].resultant);
-    EXPECT_EQ(a.pwlcons[k].x, b.pwlcons[k].x);
-    EXPECT_EQ(a.pwlcons[k].y, b.pwlcons[k].y);
-  }
+  for (size_t k = 0; k < a.pwlcons.size(); ++k) EXPECT_EQ(pwl(a.pwlcons[k]), pwl(b.pwlcons[k]));
 }
 
 class SnapshotTest : public iotest::FileTest {
@@ -146,31 +121,19 @@ class SnapshotTest : public iotest::FileTest {
 
 // ----- Round trips of the data sets ------------------------------------------------------
 
-struct DataSet {
-  std::string file, kind;
-};
+using nvtest::DataInstance;
 
-std::ostream &operator<<(std::ostream &os, const DataSet &d) { return os << d.file; }
-
-std::vector<DataSet> dataSets() {
-  std::vector<DataSet> sets;
-  std::ifstream in(dataFile("optima.csv"));
-  std::string line;
-  std::getline(in, line);  // header
-  while (std::getline(in, line)) {
-    std::istringstream f(line);
-    DataSet d;
-    std::getline(f, d.file, ',');
-    std::getline(f, d.kind, ',');
+std::vector<DataInstance> mpsDataSets() {
+  std::vector<DataInstance> sets;
+  for (const DataInstance &d : nvtest::dataInstances())
     if (d.file.size() > 4 && d.file.substr(d.file.size() - 4) == ".mps") sets.push_back(d);
-  }
   return sets;
 }
 
-class SnapshotDataSet : public SnapshotTest, public ::testing::WithParamInterface<DataSet> {};
+class SnapshotDataSet : public SnapshotTest, public ::testing::WithParamInterface<DataInstance> {};
 
 TEST_P(SnapshotDataSet, RestoredProblemAnswersAsTheSolvedOne) {
-  const DataSet &d = GetParam();
+  const DataInstance &d = GetParam();
   ASSERT_EQ(0, NVRLreadprob(prob, dataFile(d.file).c_str(), "")) << lastError();
   NVRLsetdblcontrol(prob, NVRL_CTRL_MIPTOL, 1e-7);
   NVRLsetstrcontrol(prob, NVRL_CTRL_MPS_RHS_NAME, "rhs set");
@@ -205,12 +168,9 @@ TEST_P(SnapshotDataSet, RestoredProblemAnswersAsTheSolvedOne) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Data, SnapshotDataSet, ::testing::ValuesIn(dataSets()),
-                         [](const ::testing::TestParamInfo<DataSet> &i) {
-                           std::string n = i.param.file.substr(0, i.param.file.size() - 4);
-                           for (char &c : n)
-                             if (!isalnum(static_cast<unsigned char>(c))) c = '_';
-                           return n;
+INSTANTIATE_TEST_SUITE_P(Data, SnapshotDataSet, ::testing::ValuesIn(mpsDataSets()),
+                         [](const auto &i) {
+                           return nvtest::testName(i.param.file.substr(0, i.param.file.size() - 4));
                          });
 
 // ----- Model data the data sets lack -----------------------------------------------------
@@ -297,57 +257,39 @@ struct Damage {
   const char *message;
 };
 
-std::ostream &operator<<(std::ostream &os, const Damage &d) { return os << d.label; }
+
+using Transform = std::function<std::string(const std::string &)>;
+
+// The byte at `at` (counted from the end when negative) xor-ed with `bits`.
+Transform xorByte(long at, char bits) {
+  return [=](std::string f) {
+    f[at < 0 ? f.size() + at : at] ^= bits;
+    return f;
+  };
+}
+
+// The byte at `at` set to `value`; a resealed file carries the checksum of its new contents.
+Transform setByte(size_t at, char value, bool reseal) {
+  return [=](std::string f) {
+    f[at] = value;
+    return reseal ? resealed(f) : f;
+  };
+}
 
 const Damage kDamages[] = {
     {"empty", [](const std::string &) { return std::string(); }, "not a problem snapshot"},
     {"cut_in_magic", [](const std::string &f) { return f.substr(0, 5); }, "not a problem snapshot"},
     {"cut_in_header", [](const std::string &f) { return f.substr(0, 20); }, "truncated"},
     {"cut_in_half", [](const std::string &f) { return f.substr(0, f.size() / 2); }, "truncated"},
-    {"last_byte_missing", [](const std::string &f) { return f.substr(0, f.size() - 1); }, "truncated"},
+    {"last_byte_missing", [](const std::string &f) { return f.substr(0, f.size() - 1); },
+     "truncated"},
     {"byte_appended", [](const std::string &f) { return f + '\0'; }, "corrupt: bytes after"},
-    {"payload_byte_flipped",
-     [](const std::string &f) {
-       std::string g = f;
-       g[g.size() / 2] ^= 0x10;
-       return g;
-     },
-     "corrupt: the checksum"},
-    {"checksum_flipped",
-     [](const std::string &f) {
-       std::string g = f;
-       g.back() ^= 1;
-       return g;
-     },
-     "corrupt: the checksum"},
-    {"text_mode_line_ends",
-     [](const std::string &f) {
-       std::string g = f;
-       g[5] = '\n';  // "\r\n" became "\n\n"
-       return g;
-     },
-     "not a problem snapshot"},
-    {"newer_format",
-     [](const std::string &f) {
-       std::string g = f;
-       g[8] = 2;
-       return resealed(g);
-     },
-     "written in snapshot format 2"},
-    {"unknown_kind",
-     [](const std::string &f) {
-       std::string g = f;
-       g[12] = 7;
-       return resealed(g);
-     },
-     "corrupt: unknown snapshot kind 7"},
-    {"nonlinear_kind",
-     [](const std::string &f) {
-       std::string g = f;
-       g[12] = 2;
-       return resealed(g);
-     },
-     "restore it with NSLPrestore"},
+    {"payload_byte_flipped", xorByte(-100, 0x10), "corrupt: the checksum"},
+    {"checksum_flipped", xorByte(-1, 1), "corrupt: the checksum"},
+    {"text_mode_line_ends", setByte(5, '\n', false), "not a problem snapshot"},  // a text copy
+    {"newer_format", setByte(8, 2, true), "written in snapshot format 2"},
+    {"unknown_kind", setByte(12, 7, true), "corrupt: unknown snapshot kind 7"},
+    {"nonlinear_kind", setByte(12, 2, true), "restore it with NSLPrestore"},
     {"an_mps_file", [](const std::string &) { return readBytes(dataFile("afiro.mps")); },
      "not a problem snapshot"},
 };
@@ -372,38 +314,35 @@ TEST_P(SnapshotDamage, IsRefusedAndChangesNothing) {
   EXPECT_EQ(9, dblCtl(prob, NVRL_CTRL_TIME_LIMIT));
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, SnapshotDamage, ::testing::ValuesIn(kDamages),
-                         [](const ::testing::TestParamInfo<Damage> &i) { return i.param.label; });
+INSTANTIATE_TEST_SUITE_P(Files, SnapshotDamage, ::testing::ValuesIn(kDamages), nvtest::byLabel);
 
 // Files that pass the checksum but whose contents could not belong to any problem: the
 // reader's checks stop them before the queries would read out of bounds.
+void writeForged(const std::string &path, const nvrl::Model &m, const nvrl::SolveState &s,
+                 const nvrl::ControlValues &c) {
+  snap::Writer w;
+  snap::writeProblem(w, m, s, c);
+  writeBytes(path, snap::wrap(snap::Kind::Optimiser, w.bytes()));
+}
+
 struct Forged {
   const char *label;
   std::function<void(nvrl::Model &, nvrl::SolveState &)> spoil;
   const char *message;
 };
 
-std::ostream &operator<<(std::ostream &os, const Forged &d) { return os << d.label; }
 
 const Forged kForged[] = {
-    {"matrix_column_out_of_range", [](nvrl::Model &m, nvrl::SolveState &) { m.A.col[0] = m.cols(); },
+    {"matrix_column_out_of_range", [](auto &m, auto &) { m.A.col[0] = m.cols(); },
      "a matrix entry has a column out of range"},
-    {"row_starts_not_spanning",
-     [](nvrl::Model &m, nvrl::SolveState &) { m.A.start.back() -= 1; }, "do not span"},
-    {"unknown_column_type", [](nvrl::Model &m, nvrl::SolveState &) { m.coltype[1] = 'Q'; },
-     "unknown type"},
-    {"bounds_missing", [](nvrl::Model &m, nvrl::SolveState &) { m.ub.pop_back(); },
-     "the upper bounds has"},
-    {"quadratic_below_diagonal",
-     [](nvrl::Model &m, nvrl::SolveState &) { m.qobj[{3, 1}] = 1; }, "below the diagonal"},
-    {"indicator_without_column",
-     [](nvrl::Model &m, nvrl::SolveState &) { m.indcomp[0] = 1; }, "indicator"},
-    {"solution_too_short", [](nvrl::Model &, nvrl::SolveState &s) { s.x.pop_back(); },
-     "the solution has"},
-    {"basis_status_invalid", [](nvrl::Model &, nvrl::SolveState &s) { s.colstat[0] = 9; },
-     "basis status"},
-    {"sense_not_a_sense", [](nvrl::Model &m, nvrl::SolveState &) { m.objsense = 0; },
-     "objective sense"},
+    {"row_starts_not_spanning", [](auto &m, auto &) { m.A.start.back() -= 1; }, "do not span"},
+    {"unknown_column_type", [](auto &m, auto &) { m.coltype[1] = 'Q'; }, "unknown type"},
+    {"bounds_missing", [](auto &m, auto &) { m.ub.pop_back(); }, "the upper bounds has"},
+    {"quadratic_below_diagonal", [](auto &m, auto &) { m.qobj[{3, 1}] = 1; }, "below the diagonal"},
+    {"indicator_without_column", [](auto &m, auto &) { m.indcomp[0] = 1; }, "indicator"},
+    {"solution_too_short", [](auto &, auto &s) { s.x.pop_back(); }, "the solution has"},
+    {"basis_status_invalid", [](auto &, auto &s) { s.colstat[0] = 9; }, "basis status"},
+    {"sense_not_a_sense", [](auto &m, auto &) { m.objsense = 0; }, "objective sense"},
 };
 
 class SnapshotForged : public SnapshotTest, public ::testing::WithParamInterface<Forged> {};
@@ -413,9 +352,7 @@ TEST_P(SnapshotForged, IsRefusedAsCorrupt) {
   nvrl::Model m = prob->model;
   nvrl::SolveState s = prob->sol;
   GetParam().spoil(m, s);
-  snap::Writer w;
-  snap::writeProblem(w, m, s, prob->controls);
-  writeBytes(path("forged.svf"), snap::wrap(snap::Kind::Optimiser, w.bytes()));
+  writeForged(path("forged.svf"), m, s, prob->controls);
   const nvrl::Model before = other->model;
   EXPECT_NE(0, NVRLrestore(other, path("forged").c_str(), ""));
   EXPECT_NE(lastError(other).find("corrupt"), std::string::npos) << lastError(other);
@@ -423,25 +360,20 @@ TEST_P(SnapshotForged, IsRefusedAsCorrupt) {
   expectIdenticalModel(before, other->model);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, SnapshotForged, ::testing::ValuesIn(kForged),
-                         [](const ::testing::TestParamInfo<Forged> &i) { return i.param.label; });
+INSTANTIATE_TEST_SUITE_P(Files, SnapshotForged, ::testing::ValuesIn(kForged), nvtest::byLabel);
 
 TEST_F(SnapshotTest, UnknownControlsAreSkippedAndBadOnesRefused) {
   solveAfiro();
   nvrl::ControlValues c;
   c.dbls[NVRL_CTRL_TIME_LIMIT] = 12;
   c.ints[-5] = 3;  // no such control: written under an empty name, skipped on reading
-  snap::Writer w;
-  snap::writeProblem(w, prob->model, prob->sol, c);
-  writeBytes(path("c.svf"), snap::wrap(snap::Kind::Optimiser, w.bytes()));
+  writeForged(path("c.svf"), prob->model, prob->sol, c);
   ASSERT_EQ(0, NVRLrestore(other, path("c").c_str(), "")) << lastError(other);
   EXPECT_EQ(12, dblCtl(other, NVRL_CTRL_TIME_LIMIT));
 
   c.ints.clear();
   c.dbls[NVRL_CTRL_FEASIBILITY_TOLERANCE] = 5;  // beyond its range
-  snap::Writer w2;
-  snap::writeProblem(w2, prob->model, prob->sol, c);
-  writeBytes(path("d.svf"), snap::wrap(snap::Kind::Optimiser, w2.bytes()));
+  writeForged(path("d.svf"), prob->model, prob->sol, c);
   EXPECT_NE(0, NVRLrestore(other, path("d").c_str(), ""));
   EXPECT_NE(lastError(other).find("control feasibility_tolerance"), std::string::npos)
       << lastError(other);

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <fstream>
-#include <sstream>
 
 #include "solve/solution_files.h"
 #include "test_io_support.h"
@@ -13,17 +11,8 @@
 namespace {
 
 using iotest::dataFile;
-
-std::string readText(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
-}
+using iotest::readBytes;
+using iotest::sameBits;
 
 class SolutionFileTest : public iotest::FileTest {
  protected:
@@ -45,7 +34,7 @@ TEST_P(SolutionFileFlags, ReadsBackBitForBit) {
   const std::string flags = GetParam();
   const std::string file = path("afiro.slx");
   ASSERT_EQ(0, NVRLwriteslxsol(prob, file.c_str(), flags.c_str())) << lastError();
-  const std::string text = readText(file);
+  const std::string text = readBytes(file);
   EXPECT_EQ(0u, text.find("* nuvrel solution\nNAME AFIRO\nOBJECTIVE -464.7531428571")) << text;
   const nvrl::solfile::Values v = nvrl::solfile::parse(prob, text);
   const nvrl::SolveState &s = prob->sol;
@@ -68,7 +57,7 @@ TEST_F(SolutionFileTest, NamesWithBlanksAndQuotesReadBack) {
   row('L', 5, {{a, 1}, {q, 1}, {u, 1}}, 0, "cap row");
   ASSERT_EQ(0, NVRLlpoptimize(prob, "")) << lastError();
   ASSERT_EQ(0, NVRLwriteslxsol(prob, path("n.slx").c_str(), "s"));
-  const std::string text = readText(path("n.slx"));
+  const std::string text = readBytes(path("n.slx"));
   EXPECT_NE(text.find("\"a b\""), std::string::npos) << text;
   EXPECT_NE(text.find("\"\"\"q\"\"\""), std::string::npos) << text;
   EXPECT_NE(text.find(" C3 "), std::string::npos) << text;
@@ -122,7 +111,6 @@ struct BadFile {
   const char *label, *text, *message;
 };
 
-std::ostream &operator<<(std::ostream &os, const BadFile &b) { return os << b.label; }
 
 const BadFile kBadFiles[] = {
     {"unknown_column", "COLUMNS value\n    x  1\n    w  2\nEND\n", "line 3: unknown column 'w'"},
@@ -158,7 +146,6 @@ TEST_P(SolutionFileBad, IsRefusedNamingTheLine) {
   EXPECT_EQ(NVRL_LP_OPTIMAL, intAttr(NVRL_ATTR_LP_STATUS));
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, SolutionFileBad, ::testing::ValuesIn(kBadFiles),
-                         [](const ::testing::TestParamInfo<BadFile> &i) { return i.param.label; });
+INSTANTIATE_TEST_SUITE_P(Files, SolutionFileBad, ::testing::ValuesIn(kBadFiles), nvtest::byLabel);
 
 }  // namespace

@@ -123,14 +123,6 @@ TEST_F(Limits, NodeAndSolutionLimitsStopTheSearch) {
   EXPECT_GE(intAttr(nvrl::id::kSolutions), 1);
 }
 
-TEST_F(Limits, IterationLimitLeavesTheLpUnfinished) {
-  buildMarketSplit();
-  NVRLsetintcontrol64(prob, nvrl::id::kLpIterLimit, 1);
-  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0);
-  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_UNFINISHED);
-  EXPECT_EQ(intAttr(kStopStatus), NVRL_STOP_ITERLIMIT);
-}
-
 // Log level 0 silences the solve completely; level 1 gives the banner, size and final lines.
 struct Lines {
   std::vector<std::string> text;

@@ -1,8 +1,6 @@
 // Every instance of the shared test set, read from its file and solved, against the optimum
 // recorded in optima.csv.
 #include <cmath>
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "test_solve_support.h"
@@ -10,35 +8,12 @@
 namespace solvetest {
 namespace {
 
-struct Instance {
-  std::string file, kind, status;
-  double objective = 0.0;
-};
+using nvtest::DataInstance;
 
-std::vector<Instance> readOptima() {
-  std::vector<Instance> out;
-  std::ifstream in(std::string(NVRL_DATA_DIR) + "/optima.csv");
-  std::string line;
-  std::getline(in, line);  // header
-  while (std::getline(in, line)) {
-    if (line.empty()) continue;
-    std::stringstream ss(line);
-    Instance r;
-    std::string obj;
-    std::getline(ss, r.file, ',');
-    std::getline(ss, r.kind, ',');
-    std::getline(ss, r.status, ',');
-    std::getline(ss, obj, ',');
-    r.objective = obj.empty() ? NAN : std::stod(obj);
-    out.push_back(r);
-  }
-  return out;
-}
-
-class DataSet : public SolveTest, public ::testing::WithParamInterface<Instance> {};
+class DataSet : public SolveTest, public ::testing::WithParamInterface<DataInstance> {};
 
 TEST_P(DataSet, SolvesToTheRecordedOptimum) {
-  const Instance &inst = GetParam();
+  const DataInstance &inst = GetParam();
   const std::string path = std::string(NVRL_DATA_DIR) + "/" + inst.file;
   ASSERT_EQ(NVRLreadprob(prob, path.c_str(), ""), 0) << lastError();
   const bool mip = inst.kind == "mip";
@@ -81,7 +56,7 @@ TEST_P(DataSet, SolvesToTheRecordedOptimum) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Solve, DataSet, ::testing::ValuesIn(readOptima()),
+INSTANTIATE_TEST_SUITE_P(Solve, DataSet, ::testing::ValuesIn(nvtest::dataInstances()),
                          [](const auto &info) { return nvtest::testName(info.param.file); });
 
 // Problems are independent: two threads solving two instances at once both reach their optima.

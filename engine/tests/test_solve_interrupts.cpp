@@ -1,5 +1,5 @@
-// Solves that end early: a time limit, NVRLinterrupt from a message callback and SIGINT.
-// Each keeps the best solution found so far.
+// Solves that end early: a time limit and SIGINT (NVRLinterrupt from a message callback is in
+// test_problem_busy.cpp). Each keeps the best solution found so far.
 #include <signal.h>
 #include <unistd.h>
 
@@ -44,35 +44,6 @@ TEST_F(EarlyStop, TimeLimitKeepsTheIncumbent) {
   const double secs = timedSolve();
   EXPECT_LT(secs, 3.0);
   expectStoppedWithSolution(NVRL_STOP_TIMELIMIT);
-}
-
-struct InterruptingCallback {
-  std::atomic<int> lines{0};
-  int reason = NVRL_STOP_USER;
-  static void onMessage(NVRLprob prob, void *data, const char *, int, int) {
-    auto *self = static_cast<InterruptingCallback *>(data);
-    // Wait until HiGHS itself logs (our banner and size lines come first).
-    if (++self->lines == 12) NVRLinterrupt(prob, self->reason);
-  }
-};
-
-TEST_F(EarlyStop, InterruptFromAMessageCallback) {
-  buildMarketSplit();
-  NVRLsetintcontrol(prob, nvrl::id::kLogLevel, 1);
-  NVRLsetdblcontrol(prob, nvrl::id::kTimeLimit, 20.0);
-  InterruptingCallback cb;
-  ASSERT_EQ(NVRLaddcbmessage(prob, InterruptingCallback::onMessage, &cb, 0), 0);
-  const double secs = timedSolve();
-  EXPECT_GE(cb.lines.load(), 12);
-  EXPECT_LT(secs, 10.0);
-  EXPECT_EQ(intAttr(kStopStatus), NVRL_STOP_USER);
-  EXPECT_NE(intAttr(kMipStatus), NVRL_MIP_OPTIMAL);
-  // The next solve starts afresh: the request does not linger.
-  NVRLremovecbmessage(prob, nullptr, nullptr);
-  NVRLsetdblcontrol(prob, nvrl::id::kTimeLimit, 0.3);
-  timedSolve();
-  EXPECT_EQ(intAttr(kStopStatus), NVRL_STOP_TIMELIMIT);
-  EXPECT_NE(NVRLinterrupt(prob, 0), 0);
 }
 
 std::atomic<int> g_outerSigints{0};

@@ -14,66 +14,51 @@ using nvrl::id::kSimplexIter;
 
 class LpSolve : public SolveTest {
  protected:
-  // min -x - 2y  s.t.  c0: x + y <= 4,  c1: x + 3y <= 6,  free row n: x - y,  x, y >= 0,
-  // objective constant 10.
-  // Vertices: (4,0): -4, (0,2): -4, (3,1): -5, so x = 3, y = 1, objective 10 - 5 = 5; both
-  // rows tight, the vertex is not degenerate. With x and y basic their reduced costs vanish:
-  // -1 = y0 + y1, -2 = y0 + 3y1  ->  y0 = y1 = -0.5.
-  void buildSmall() {
-    x = col(0, 1e20, -1);
-    y = col(0, 1e20, -2);
-    row('L', 4, {{x, 1}, {y, 1}});
-    row('L', 6, {{x, 1}, {y, 3}});
-    row('N', 0, {{x, 1}, {y, -1}});
-    model().objconst = 10;
-    prob->modelChanged();
-  }
   int x = -1, y = -1;
 };
 
-TEST_F(LpSolve, SmallLpAnswersAndDualSigns) {
-  buildSmall();
-  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
-  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
-  EXPECT_NEAR(dblAttr(kLpObjVal), 5.0, 1e-9);
-  double xs[2], slack[3], duals[3], djs[2];
-  ASSERT_EQ(NVRLgetlpsol(prob, xs, slack, duals, djs), 0);
-  EXPECT_NEAR(xs[0], 3, 1e-9);
-  EXPECT_NEAR(xs[1], 1, 1e-9);
-  EXPECT_NEAR(slack[0], 0, 1e-9);
-  EXPECT_NEAR(slack[1], 0, 1e-9);
-  EXPECT_NEAR(slack[2], -2, 1e-9);  // free row: rhs 0 minus activity 2
-  // Duals are d(objective)/d(rhs): relaxing a binding <= row of a minimisation lowers it.
-  EXPECT_NEAR(duals[0], -0.5, 1e-9);
-  EXPECT_NEAR(duals[1], -0.5, 1e-9);
-  EXPECT_EQ(duals[2], 0.0);
-  // Reduced costs c - A'y.
-  EXPECT_NEAR(djs[0], -1 - (-0.5 - 0.5), 1e-9);
-  EXPECT_NEAR(djs[1], -2 - (-0.5 - 1.5), 1e-9);
-}
+// min -x - 2y + 10  s.t.  c0: x + y <= 4,  c1: x + 3y <= 6,  free row n: x - y,  x, y >= 0.
+// Vertices: (4,0): -4, (0,2): -4, (3,1): -5, so x = 3, y = 1, objective 10 - 5 = 5; both
+// rows tight, the vertex is not degenerate. With x and y basic their reduced costs vanish:
+// -1 = y0 + y1, -2 = y0 + 3y1  ->  y0 = y1 = -0.5. Maximising the negated costs gives the
+// same point, objective 15 and duals +0.5: duals are d(objective)/d(rhs) in either sense.
+class SmallLp : public LpSolve, public ::testing::WithParamInterface<int> {};
 
-TEST_F(LpSolve, MaximisationKeepsTheSameDualMeaning) {
-  // max x + 2y  s.t.  x + y <= 4, x + 3y <= 6: the negated objective of buildSmall, so the
-  // optimum is 5 at (3, 1) and each dual is +0.5.
-  x = col(0, 1e20, 1);
-  y = col(0, 1e20, 2);
+TEST_P(SmallLp, AnswersAndDualSigns) {
+  const int sense = GetParam();
+  x = col(0, 1e20, -1.0 * sense);
+  y = col(0, 1e20, -2.0 * sense);
   row('L', 4, {{x, 1}, {y, 1}});
   row('L', 6, {{x, 1}, {y, 3}});
-  maximise();
-  ASSERT_EQ(NVRLlpoptimize(prob, nullptr), 0) << lastError();
-  EXPECT_NEAR(dblAttr(kLpObjVal), 5.0, 1e-9);
-  double duals[2], djs[2];
-  ASSERT_EQ(NVRLgetlpsol(prob, nullptr, nullptr, duals, djs), 0);
-  EXPECT_NEAR(duals[0], 0.5, 1e-9);
-  EXPECT_NEAR(duals[1], 0.5, 1e-9);
-  EXPECT_NEAR(djs[0], 0.0, 1e-9);
+  row('N', 0, {{x, 1}, {y, -1}});
+  model().objconst = 10;
+  if (sense < 0) maximise();
+  ASSERT_EQ(NVRLlpoptimize(prob, sense > 0 ? "" : nullptr), 0) << lastError();
+  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
+  EXPECT_NEAR(dblAttr(kLpObjVal), 10 - 5 * sense, 1e-9);
+  double xs[2], slack[3], duals[3], djs[2];
+  ASSERT_EQ(NVRLgetlpsol(prob, xs, slack, duals, djs), 0);
+  const double dual = -0.5 * sense;
+  const std::vector<double> want[] = {{3, 1}, {0, 0, -2}, {dual, dual, 0}, {0, 0}};
+  const double *got[] = {xs, slack, duals, djs};  // slack is rhs - activity
+  for (int v = 0; v < 4; ++v)
+    for (size_t k = 0; k < want[v].size(); ++k) EXPECT_NEAR(got[v][k], want[v][k], 1e-9) << v;
+  EXPECT_EQ(duals[2], 0.0);  // the free row's dual is exactly zero
   int npv = -1, nps = -1, nds = -1, ndv = -1;
   ASSERT_EQ(NVRLgetinfeas(prob, &npv, &nps, &nds, &ndv, nullptr, nullptr, nullptr, nullptr), 0);
   EXPECT_EQ(npv + nps + nds + ndv, 0);
+  // Bad flags fail and keep the answer.
+  EXPECT_NE(NVRLlpoptimize(prob, "pz"), 0);
+  EXPECT_NE(lastError().find("'z'"), std::string::npos) << lastError();
+  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
+  EXPECT_NEAR(dblAttr(kLpObjVal), 10 - 5 * sense, 1e-9);
 }
 
+INSTANTIATE_TEST_SUITE_P(Solve, SmallLp, ::testing::Values(1, -1),
+                         [](const auto &info) { return info.param > 0 ? "min" : "max"; });
+
 TEST_F(LpSolve, RangeAndEqualityRows) {
-  // min x + y  s.t.  2 <= x - y <= 5 (range row, rhs 5, range 3), x + y = 4... no: x + 2y = 4
+  // min x + y  s.t.  2 <= x - y <= 5 (range row, rhs 5, range 3), x + 2y = 4
   // with x, y >= 0: from x + 2y = 4, x = 4 - 2y; objective 4 - y, so y as large as possible:
   // x - y = 4 - 3y >= 2 -> y <= 2/3. Optimum y = 2/3, x = 8/3, objective 10/3.
   x = col(0, 1e20, 1);
@@ -121,15 +106,6 @@ TEST_F(LpSolve, UnboundedLpHasPrimalRay) {
   EXPECT_LE(ray[0] - ray[1], 1e-9);  // and the row stays satisfied
   ASSERT_EQ(NVRLgetunbvec(prob, &seq), 0);
   EXPECT_TRUE(seq == 0 || seq == 1);
-}
-
-TEST_F(LpSolve, BadFlagsFailAndKeepTheAnswer) {
-  buildSmall();
-  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0);
-  EXPECT_NE(NVRLlpoptimize(prob, "pz"), 0);
-  EXPECT_NE(lastError().find("'z'"), std::string::npos) << lastError();
-  EXPECT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
-  EXPECT_NEAR(dblAttr(kLpObjVal), 5.0, 1e-9);
 }
 
 TEST_F(LpSolve, NoAnswersBeforeASolveAndEmptyProblems) {
@@ -218,43 +194,33 @@ TEST_F(WarmStart, LoadedBasisRestartsAtTheOptimum) {
   for (int s : cs) basic += s == NVRL_BASIS_BASIC;
   EXPECT_EQ(basic, S + D);  // one basic variable per row
 
-  // A fresh problem with the same model starts from the loaded basis and needs no pivots.
-  NVRLprob other;
-  ASSERT_EQ(NVRLcreateprob(&other), 0);
-  NVRLsetintcontrol(other, nvrl::id::kLogLevel, 0);
-  NVRLsetintcontrol(other, nvrl::id::kPresolve, 0);
-  other->model = model();
-  other->modelChanged();
-  ASSERT_EQ(NVRLloadbasis(other, rs.data(), cs.data()), 0);
-  ASSERT_EQ(NVRLlpoptimize(other, ""), 0);
-  int iters = -1;
-  double obj2 = 0;
-  NVRLgetintattrib(other, kSimplexIter, &iters);
-  NVRLgetdblattrib(other, kLpObjVal, &obj2);
-  EXPECT_EQ(iters, 0);
-  EXPECT_NEAR(obj2, obj, 1e-9);
-
-  rs[0] = 7;
-  EXPECT_NE(NVRLloadbasis(other, rs.data(), cs.data()), 0);
-
-  // A starting point (the optimum) instead of a basis also shortens the solve.
-  const int cold = intAttr(kSimplexIter);
+  // A fresh problem with the same model solves from what `load` gives it.
+  const auto iterationsFrom = [&](bool presolve, auto load) {
+    NVRLprob p = nullptr;
+    EXPECT_EQ(NVRLcreateprob(&p), 0);
+    NVRLsetintcontrol(p, nvrl::id::kLogLevel, 0);
+    if (!presolve) NVRLsetintcontrol(p, nvrl::id::kPresolve, 0);
+    p->model = model();
+    p->modelChanged();
+    EXPECT_EQ(load(p), 0) << lastError(p);
+    EXPECT_EQ(NVRLlpoptimize(p, ""), 0) << lastError(p);
+    EXPECT_NEAR(dblAttr(p, kLpObjVal), obj, 1e-9);
+    const int iterations = intAttr(p, kSimplexIter);
+    NVRLdestroyprob(p);
+    return iterations;
+  };
+  // From the loaded basis no pivot is needed; from the optimal point, far fewer.
   std::vector<double> x(S * D), slack(S + D);
   ASSERT_EQ(NVRLgetlpsol(prob, x.data(), slack.data(), nullptr, nullptr), 0);
-  NVRLprob third;
-  ASSERT_EQ(NVRLcreateprob(&third), 0);
-  NVRLsetintcontrol(third, nvrl::id::kLogLevel, 0);
-  third->model = model();
-  third->modelChanged();
-  int status = -1;
-  ASSERT_EQ(NVRLloadlpsol(third, x.data(), slack.data(), nullptr, nullptr, &status), 0);
-  ASSERT_EQ(NVRLlpoptimize(third, ""), 0);
-  NVRLgetintattrib(third, kSimplexIter, &iters);
-  NVRLgetdblattrib(third, kLpObjVal, &obj2);
-  EXPECT_LT(iters, cold / 2);
-  EXPECT_NEAR(obj2, obj, 1e-9);
-  NVRLdestroyprob(third);
-  NVRLdestroyprob(other);
+  const auto basis = [&](NVRLprob p) { return NVRLloadbasis(p, rs.data(), cs.data()); };
+  const auto point = [&](NVRLprob p) {
+    int status = -1;
+    return NVRLloadlpsol(p, x.data(), slack.data(), nullptr, nullptr, &status);
+  };
+  EXPECT_EQ(iterationsFrom(false, basis), 0);
+  EXPECT_LT(iterationsFrom(true, point), intAttr(kSimplexIter) / 2);
+  rs[0] = 7;
+  EXPECT_NE(NVRLloadbasis(prob, rs.data(), cs.data()), 0);
 }
 
 // A solution is a point HiGHS calls feasible; any other point it leaves is no answer: no

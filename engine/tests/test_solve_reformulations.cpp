@@ -268,8 +268,7 @@ INSTANTIATE_TEST_SUITE_P(
                     [](Refused &t) {
                       t.addGeneral(NVRL_GENCONS_ABS, t.col(-kInf, kInf, 1), {t.col(-kInf, 3, 0)});
                     },
-                    "infinite bound"}),
-    [](const auto &info) { return std::string(info.param.label); });
+                    "infinite bound"}), nvtest::byLabel);
 
 // Auxiliary columns and rows never show: counts and answer vectors keep the user's sizes.
 TEST_F(Reformulation, AnswersHaveTheUserSizes) {

@@ -8,26 +8,89 @@
 namespace storetest {
 namespace {
 
-TEST_F(StoreTest, ObjectiveChangesIncludingTheConstant) {
-  buildRichModel();
-  ASSERT_EQ(NVRLchgobj(prob, 3, ints(2, -1, 2), dbls(7, 4.5, 8)), 0) << lastError(prob);
-  const Snapshot s = snapshot(prob);
-  EXPECT_EQ(s.obj, (std::vector<double>{1, 2, 8, 4}));  // the last value for a column wins
-  EXPECT_EQ(s.objconst, -4.5);
-  ASSERT_EQ(NVRLchgobjsense(prob, -1), 0);
-  EXPECT_EQ(dblAttr(prob, nvrl::id::kObjSenseAttr), -1.0);
-}
+// Rich model: obj {1, 2, 3, 4}, bounds [0, 10] [0, 10] [0, 1] [0, 5], types C C B S, rows
+// 'L' 4, 'G' 1, 'R' 10 (range 4); matrix rows (0: 1, 1: 2), (1: 3, 2: 4), (0: 5, 3: 6).
+const GoodCall kChanges[] = {
+    {"objective_and_constant",  // the last value for a column wins
+     +[](NVRLprob p) { return NVRLchgobj(p, 3, ints(2, -1, 2), dbls(7, 4.5, 8)); },
+     +[](Snapshot &s) {
+       s.obj[2] = 8;
+       s.objconst = -4.5;
+     }},
+    {"sense", +[](NVRLprob p) { return NVRLchgobjsense(p, -1); },
+     +[](Snapshot &s) { s.objsense = -1; }},
+    {"bounds_by_type",  // lb > ub is kept: infeasible
+     +[](NVRLprob p) {
+       return NVRLchgbounds(p, 4, ints(0, 1, 3, 0), chars('U', 'L', 'B', 'L'),
+                            dbls(3, 12, 2.5, -1e25));
+     },
+     +[](Snapshot &s) {
+       s.lb = {-NVRL_INFINITY, 12, 0, 2.5};
+       s.ub = {3, 10, 1, 2.5};
+     }},
+    {"row_types_drop_ranges_of_other_rows",
+     +[](NVRLprob p) { return NVRLchgrowtype(p, 2, ints(2, 0), chars('L', 'R')); },
+     +[](Snapshot &s) {
+       s.rowtype = {'R', 'G', 'L'};
+       s.range = {0, 0, 0};
+     }},
+    {"column_types_clamp_binaries_and_carry_limits",
+     +[](NVRLprob p) -> int {
+       return NVRLchgcoltype(p, 3, ints(0, 1, 3), chars('B', 'P', 'C')) ||
+              NVRLchgglblimit(p, 1, ints(1), dbls(4));
+     },
+     +[](Snapshot &s) {
+       s.coltype = {'B', 'P', 'B', 'C'};
+       s.ub[0] = 1;
+       s.limit = {0, 4, 0, 0};  // column 3 lost its limit
+     }},
+    {"coefficients_update_insert_and_remove",  // removing a missing entry changes nothing
+     +[](NVRLprob p) -> int {
+       return NVRLchgcoef(p, 0, 1, 9) || NVRLchgcoef(p, 1, 3, -2) || NVRLchgcoef(p, 2, 0, 0) ||
+              NVRLchgcoef(p, 2, 1, 0);
+     },
+     +[](Snapshot &s) { s.byrow = {{0, 2, 5, 6}, {0, 1, 1, 2, 3, 3}, {1, 9, 3, 4, -2, 6}}; }},
+    {"many_coefficients_in_one_call_keep_the_last_value",
+     +[](NVRLprob p) {
+       return NVRLchgmcoef64(p, 6, ints(2, 0, 2, 1, 0, 2), ints(2, 3, 2, 0, 3, 0),
+                             dbls(1, 5, 7, 8, 0, 3));
+     },
+     +[](Snapshot &s) {
+       s.byrow = {{0, 2, 5, 8}, {0, 1, 0, 1, 2, 0, 2, 3}, {1, 2, 8, 3, 4, 3, 7, 6}};
+     }},
+    {"quadratic_objective_in_either_order_and_zero_removes",
+     +[](NVRLprob p) -> int {  // (3,1) is stored as (1,3); (0,1) = 5 replaces 1; (0,0) goes
+       return NVRLchgqobj(p, 3, 1, 6) ||
+              NVRLchgmqobj(p, 3, ints(1, 0, 2), ints(0, 0, 2), dbls(5, 0, 1));
+     },
+     +[](Snapshot &s) { s.q = {{0, 0, 1, 2, 3}, {0, 2, 1}, {5, 1, 6}}; }},
+    {"added_columns_reach_existing_rows",  // and sum the repeated entry of row 2
+     +[](NVRLprob p) {
+       return NVRLaddcols64(p, 2, 4, dbls(-1, 0), starts(0, 3, 4), ints(2, 0, 2, 1),
+                            dbls(1, 8, 1, 9), dbls(-5, 1), nullptr);
+     },
+     +[](Snapshot &s) {
+       s.ncols = 6;
+       s.obj.insert(s.obj.end(), {-1, 0});
+       s.lb.insert(s.lb.end(), {-5, 1});
+       s.ub.insert(s.ub.end(), {NVRL_INFINITY, NVRL_INFINITY});
+       s.limit.insert(s.limit.end(), {0, 0});
+       s.coltype.insert(s.coltype.end(), {'C', 'C'});
+       s.colnames.insert(s.colnames.end(), {"C5", "C6"});
+       s.q.start.insert(s.q.start.end(), {2, 2});
+       s.byrow = {{0, 3, 6, 9}, {0, 1, 4, 1, 2, 5, 0, 3, 4}, {1, 2, 8, 3, 4, 9, 5, 6, 2}};
+     }},
+};
 
-TEST_F(StoreTest, BoundChangesByType) {
+TEST_P(GoodCalls, ChangeOnlyWhatTheyAskFor) {
   buildRichModel();
-  const int idx[] = {0, 1, 3, 0};
-  const char type[] = {'U', 'L', 'B', 'L'};
-  const double val[] = {3, 12, 2.5, -1e25};
-  ASSERT_EQ(NVRLchgbounds(prob, 4, idx, type, val), 0) << lastError(prob);
-  const Snapshot s = snapshot(prob);
-  EXPECT_EQ(s.lb, (std::vector<double>{-NVRL_INFINITY, 12, 0, 2.5}));
-  EXPECT_EQ(s.ub, (std::vector<double>{3, 10, 1, 2.5}));  // lb > ub is kept: infeasible
+  Snapshot expected = snapshot(prob);
+  GetParam().change(expected);
+  expected.bycol = transpose(expected.byrow, expected.ncols);
+  ASSERT_EQ(GetParam().call(prob), 0) << lastError(prob);
+  EXPECT_TRUE(snapshot(prob) == expected);
 }
+INSTANTIATE_TEST_SUITE_P(Changes, GoodCalls, ::testing::ValuesIn(kChanges), nvtest::byLabel);
 
 struct RangeCase {
   char type;
@@ -54,69 +117,12 @@ INSTANTIATE_TEST_SUITE_P(Store, RangeChange,
                                            RangeCase{'E', 5, 1, 6}, RangeCase{'R', 10, 3, 10},
                                            RangeCase{'G', -NVRL_INFINITY, 2, -NVRL_INFINITY}));
 
-TEST_F(StoreTest, RowTypeChangesDropRangesOfNonRangeRows) {
+TEST_F(StoreTest, FreeRowsCannotHaveARange) {
   buildRichModel();
-  ASSERT_EQ(NVRLchgrowtype(prob, 2, ints(2, 0), chars('L', 'R')), 0) << lastError(prob);
-  const Snapshot s = snapshot(prob);
-  EXPECT_EQ(s.rowtype, (std::vector<char>{'R', 'G', 'L'}));
-  EXPECT_EQ(s.range, (std::vector<double>{0, 0, 0}));
-  const int free_row[] = {1};
-  const double rng[] = {1};
-  ASSERT_EQ(NVRLchgrowtype(prob, 1, free_row, chars('N')), 0);
-  EXPECT_NE(NVRLchgrhsrange(prob, 1, free_row, rng), 0);
+  ASSERT_EQ(NVRLchgrowtype(prob, 1, ints(1), chars('N')), 0);
+  EXPECT_NE(NVRLchgrhsrange(prob, 1, ints(1), dbls(1)), 0);
   EXPECT_NE(lastError(prob).find("row 1 (rowind[0]) is a free row and cannot have a range"),
             std::string::npos);
-}
-
-TEST_F(StoreTest, ColumnTypesClampBinariesAndCarryLimits) {
-  buildRichModel();
-  ASSERT_EQ(NVRLchgcoltype(prob, 3, ints(0, 1, 3), chars('B', 'P', 'C')), 0) << lastError(prob);
-  ASSERT_EQ(NVRLchgglblimit(prob, 1, ints(1), dbls(4)), 0) << lastError(prob);
-  const Snapshot s = snapshot(prob);
-  EXPECT_EQ(s.coltype, (std::vector<char>{'B', 'P', 'B', 'C'}));
-  EXPECT_EQ(s.ub[0], 1);  // was 10
-  EXPECT_EQ(s.limit, (std::vector<double>{0, 4, 0, 0}));  // column 3 lost its limit
-}
-
-TEST_F(StoreTest, CoefficientChangesUpdateInsertAndRemove) {
-  buildRichModel();
-  const Sparse before = cols(prob, 0, 3);  // builds the column view
-  ASSERT_EQ(NVRLchgcoef(prob, 0, 1, 9), 0);    // update
-  ASSERT_EQ(NVRLchgcoef(prob, 1, 3, -2), 0);   // insert
-  ASSERT_EQ(NVRLchgcoef(prob, 2, 0, 0), 0);    // remove
-  ASSERT_EQ(NVRLchgcoef(prob, 2, 1, 0), 0);    // removing a missing entry changes nothing
-  double v = -1;
-  const struct {
-    int r, c;
-    double want;
-  } expect[] = {{0, 1, 9}, {1, 3, -2}, {2, 0, 0}, {2, 1, 0}, {0, 0, 1}, {2, 3, 6}};
-  for (const auto &e : expect) {
-    ASSERT_EQ(NVRLgetcoef(prob, e.r, e.c, &v), 0);
-    EXPECT_EQ(v, e.want) << e.r << "," << e.c;
-  }
-  const Sparse after = cols(prob, 0, 3);
-  EXPECT_NE(after, before);
-  EXPECT_EQ(after.start, (std::vector<NVRLint64>{0, 1, 3, 4, 6}));
-  EXPECT_EQ(after.idx, (std::vector<int>{0, 0, 1, 1, 1, 2}));
-  EXPECT_EQ(after.val, (std::vector<double>{1, 9, 3, 4, -2, 6}));
-}
-
-TEST_F(StoreTest, ManyCoefficientChangesInOneCallKeepTheLastValue) {
-  buildRichModel();
-  const int r[] = {2, 0, 2, 1, 0, 2}, c[] = {2, 3, 2, 0, 3, 0};
-  ASSERT_EQ(NVRLchgmcoef64(prob, 6, r, c, dbls(1, 5, 7, 8, 0, 3)), 0) << lastError(prob);
-  const Sparse m = rows(prob, 0, 2);
-  EXPECT_EQ(m.start, (std::vector<NVRLint64>{0, 2, 5, 8}));
-  double got = 0;
-  const struct {
-    int r, c;
-    double want;
-  } expect[] = {{2, 2, 7}, {0, 3, 0}, {1, 0, 8}, {2, 0, 3}};
-  for (const auto &e : expect) {
-    ASSERT_EQ(NVRLgetcoef(prob, e.r, e.c, &got), 0);
-    EXPECT_EQ(got, e.want);
-  }
-  EXPECT_EQ(intAttr(prob, nvrl::id::kElems), 8);
 }
 
 const BadCall kBadChanges[] = {
@@ -149,9 +155,16 @@ const BadCall kBadChanges[] = {
      "NVRLchgmcoef: rowcoef[1] is infinite"},
 };
 
-class BadChanges : public BadCallTest {};
-TEST_P(BadChanges, FailsAndChangesNothing) { check(); }
-INSTANTIATE_TEST_SUITE_P(Store, BadChanges, ::testing::ValuesIn(kBadChanges), badCallName);
+// Each call must fail with its message and change nothing.
+TEST_P(BadCalls, FailAndChangeNothing) {
+  buildRichModel();
+  const Snapshot before = snapshot(prob);
+  EXPECT_NE(GetParam().call(prob), 0);
+  EXPECT_NE(lastError(prob).find(GetParam().message), std::string::npos)
+      << "message was: " << lastError(prob);
+  EXPECT_TRUE(snapshot(prob) == before);
+}
+INSTANTIATE_TEST_SUITE_P(Changes, BadCalls, ::testing::ValuesIn(kBadChanges), nvtest::byLabel);
 
 }  // namespace
 }  // namespace storetest

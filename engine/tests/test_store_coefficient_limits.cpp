@@ -50,10 +50,8 @@ const BadCall kHugeCoefficients[] = {
      "rowqcoef[0] = 1e+30 is at or beyond"},
 };
 
-class HugeCoefficients : public BadCallTest {};
-TEST_P(HugeCoefficients, AreRefusedAndChangeNothing) { check(); }
-INSTANTIATE_TEST_SUITE_P(Store, HugeCoefficients, ::testing::ValuesIn(kHugeCoefficients),
-                         badCallName);
+INSTANTIATE_TEST_SUITE_P(Huge, BadCalls, ::testing::ValuesIn(kHugeCoefficients),
+                         nvtest::byLabel);
 
 // Just below the infinity constant is still a number.
 TEST_F(StoreTest, CoefficientsJustBelowTheInfinityConstantAreKept) {
@@ -72,7 +70,6 @@ struct HugeInFile {
   const char *message;
 };
 
-std::ostream &operator<<(std::ostream &os, const HugeInFile &c) { return os << c.label; }
 
 class HugeInFiles : public iotest::FileTest, public ::testing::WithParamInterface<HugeInFile> {};
 
@@ -102,8 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
                    ROWS "    x obj 1 r 2\nRHS\nQUADOBJ\n    x x 1e25\nENDATA\n",
                    "the quadratic objective coefficient of columns 'x' and 'x' is 1e+25" REFUSED},
         HugeInFile{"lp_objective", "e.lp", "max\n obj: 2e20 x + y\nst\n r: x + y <= 1\nend\n",
-                   "the objective coefficient of column 'x' is 2e+20" REFUSED}),
-    [](const auto &info) { return std::string(info.param.label); });
+                   "the objective coefficient of column 'x' is 2e+20" REFUSED}), nvtest::byLabel);
 #undef REFUSED
 #undef TAIL
 #undef ROWS

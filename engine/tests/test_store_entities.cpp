@@ -48,20 +48,39 @@ TEST_F(StoreTest, SetsAddQueryAndDelete) {
   EXPECT_EQ(index, 1);
 }
 
-TEST_F(StoreTest, IndicatorsSetReplaceAndClear) {
-  buildRichModel();
-  const int rows[] = {0, 2, 1};
-  const int cols[] = {3, 0, 99};  // the column of a cleared indicator is not looked at
-  ASSERT_EQ(NVRLsetindicators(prob, 3, rows, cols, ints(-1, 1, 0)), 0) << lastError(prob);
-  std::vector<int> ic(3), cp(3);
-  ASSERT_EQ(NVRLgetindicators(prob, ic.data(), cp.data(), 0, 2), 0);
-  EXPECT_EQ(ic, (std::vector<int>{3, -1, 0}));
-  EXPECT_EQ(cp, (std::vector<int>{-1, 0, 1}));
-  EXPECT_EQ(intAttr(prob, nvrl::id::kIndicators), 2);
-  ASSERT_EQ(NVRLdelindicators(prob, 1, 2), 0);
-  ASSERT_EQ(NVRLgetindicators(prob, ic.data(), nullptr, 0, 2), 0);
-  EXPECT_EQ(ic, (std::vector<int>{3, -1, -1}));
-}
+// The rich model has an indicator on row 1 (column 2) and the piecewise-linear x0 = f(x1).
+const GoodCall kEntityChanges[] = {
+    {"indicators_set_replace_and_clear",  // the column of a cleared indicator is not looked at
+     +[](NVRLprob p) {
+       return NVRLsetindicators(p, 3, ints(0, 2, 1), ints(3, 0, 99), ints(-1, 1, 0));
+     },
+     +[](Snapshot &s) {
+       s.indcol = {3, -1, 0};
+       s.indcomp = {-1, 0, 1};
+     }},
+    {"indicators_deleted_by_range", +[](NVRLprob p) { return NVRLdelindicators(p, 1, 2); },
+     +[](Snapshot &s) {
+       s.indcol = {-1, -1, -1};
+       s.indcomp = {0, 0, 0};
+     }},
+    {"piecewise_linear_with_a_jump",  // column 2 = f(column 3)
+     +[](NVRLprob p) {
+       return NVRLaddpwlcons64(p, 1, 4, ints(3), ints(2), starts(0), dbls(0, 1, 1, 2),
+                               dbls(0, 0, 1, 1));
+     },
+     +[](Snapshot &s) {
+       s.npwls = 2;
+       s.pwl = {{1, 3}, {0, 2}, {0, 3, 7}, {0, 1, 2, 0, 1, 1, 2}, {0, 1, 4, 0, 0, 1, 1}};
+     }},
+    {"piecewise_linear_deleted_before_a_later_one",
+     +[](NVRLprob p) -> int {
+       return NVRLaddpwlcons64(p, 1, 2, ints(3), ints(2), starts(0), dbls(0, 1), dbls(0, 1)) ||
+              NVRLdelpwlcons(p, 1, ints(0));
+     },
+     +[](Snapshot &s) { s.pwl = {{3}, {2}, {0, 2}, {0, 1}, {0, 1}}; }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Entities, GoodCalls, ::testing::ValuesIn(kEntityChanges), nvtest::byLabel);
 
 TEST_F(StoreTest, GeneralConstraintsOfEveryShape) {
   buildRichModel();
@@ -90,21 +109,6 @@ TEST_F(StoreTest, GeneralConstraintsOfEveryShape) {
   // Column 5 is free now and can go; column 6 shifts to 5 everywhere.
   ASSERT_EQ(NVRLdelcols(prob, 1, ints(5)), 0) << lastError(prob);
   EXPECT_EQ(gencons(prob, 2).resultant, (std::vector<int>{4, 5}));
-}
-
-TEST_F(StoreTest, PiecewiseLinearConstraintsWithAJump) {
-  buildRichModel();
-  const double x[] = {0, 1, 1, 2}, y[] = {0, 0, 1, 1};  // column 2 = f(column 3)
-  ASSERT_EQ(NVRLaddpwlcons64(prob, 1, 4, ints(3), ints(2), starts(0), x, y), 0)
-      << lastError(prob);
-  Pwls p = pwls(prob, 2);
-  EXPECT_EQ(p.col, (std::vector<int>{1, 3}));
-  EXPECT_EQ(p.start, (std::vector<NVRLint64>{0, 3, 7}));
-  EXPECT_EQ(p.x, (std::vector<double>{0, 1, 2, 0, 1, 1, 2}));
-  ASSERT_EQ(NVRLdelpwlcons(prob, 1, ints(0)), 0);
-  p = pwls(prob, 1);
-  EXPECT_EQ(p.y, (std::vector<double>{0, 0, 1, 1}));
-  EXPECT_EQ(intAttr(prob, nvrl::id::kGenConsAndPwl), 2);
 }
 
 int addSet(NVRLprob p, int n, const char *type, const int *cols, const double *refs) {
@@ -181,9 +185,7 @@ const BadCall kBadEntities[] = {
      "uses column 2 as both argument and resultant"},
 };
 
-class BadEntities : public BadCallTest {};
-TEST_P(BadEntities, FailsAndChangesNothing) { check(); }
-INSTANTIATE_TEST_SUITE_P(Store, BadEntities, ::testing::ValuesIn(kBadEntities), badCallName);
+INSTANTIATE_TEST_SUITE_P(Entities, BadCalls, ::testing::ValuesIn(kBadEntities), nvtest::byLabel);
 
 }  // namespace
 }  // namespace storetest

@@ -145,9 +145,7 @@ const BadCall kBadNames[] = {
      "names and nbytes must not both be null"},
 };
 
-class BadNames : public BadCallTest {};
-TEST_P(BadNames, FailsAndChangesNothing) { check(); }
-INSTANTIATE_TEST_SUITE_P(Store, BadNames, ::testing::ValuesIn(kBadNames), badCallName);
+INSTANTIATE_TEST_SUITE_P(Names, BadCalls, ::testing::ValuesIn(kBadNames), nvtest::byLabel);
 
 }  // namespace
 }  // namespace storetest

@@ -8,18 +8,6 @@
 namespace storetest {
 namespace {
 
-TEST_F(StoreTest, ObjectiveEntriesAreSetInEitherOrderAndZeroRemoves) {
-  buildRichModel();
-  ASSERT_EQ(NVRLchgqobj(prob, 3, 1, 6), 0) << lastError(prob);  // stored as (1,3)
-  const double v[] = {5, 0, 1};  // (0,1) = 5 replaces 1; (0,0) removed; (2,2) = 1
-  ASSERT_EQ(NVRLchgmqobj(prob, 3, ints(1, 0, 2), ints(0, 0, 2), v), 0) << lastError(prob);
-  const Sparse q = qobj(prob, 4);
-  EXPECT_EQ(q.start, (std::vector<NVRLint64>{0, 0, 1, 2, 3}));
-  EXPECT_EQ(q.idx, (std::vector<int>{0, 2, 1}));
-  EXPECT_EQ(q.val, (std::vector<double>{5, 1, 6}));
-  EXPECT_EQ(intAttr(prob, nvrl::id::kQElems), 3);
-}
-
 // The 32- and 64-bit queries agree, including when the room given is short.
 TEST_F(StoreTest, ObjectiveQueryLayoutAndShortRoom) {
   buildRichModel();
@@ -113,9 +101,8 @@ const BadCall kBadQuadratics[] = {
      "maxcoefs must not be negative"},
 };
 
-class BadQuadratics : public BadCallTest {};
-TEST_P(BadQuadratics, FailsAndChangesNothing) { check(); }
-INSTANTIATE_TEST_SUITE_P(Store, BadQuadratics, ::testing::ValuesIn(kBadQuadratics), badCallName);
+INSTANTIATE_TEST_SUITE_P(Quadratics, BadCalls, ::testing::ValuesIn(kBadQuadratics),
+                         nvtest::byLabel);
 
 }  // namespace
 }  // namespace storetest

@@ -5,8 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,6 +40,58 @@ inline std::string testName(std::string text) {
     if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
   return text;
 }
+
+// The instances of the shared data set with the outcome optima.csv records for each.
+struct DataInstance {
+  std::string file, kind, status;  // kind "lp" or "mip"; status "optimal", "infeasible", ...
+  double objective = NAN;
+};
+
+inline std::vector<DataInstance> dataInstances() {
+  std::vector<DataInstance> out;
+  std::ifstream in(std::string(NVRL_DATA_DIR) + "/optima.csv");
+  std::string line, obj;
+  std::getline(in, line);  // header
+  while (std::getline(in, line)) {
+    if (line.empty()) continue;
+    std::stringstream ss(line);
+    DataInstance d;
+    std::getline(ss, d.file, ',');
+    std::getline(ss, d.kind, ',');
+    std::getline(ss, d.status, ',');
+    std::getline(ss, obj, ',');
+    if (!obj.empty()) d.objective = std::stod(obj);
+    out.push_back(d);
+  }
+  return out;
+}
+
+// A file generated from the registry (or its block between the lines `begin` and `end`) must
+// be what the registry gives now; with NVRL_UPDATE_DOCS=1 it is rewritten instead.
+inline void expectGenerated(const std::string &path, const std::string &expected,
+                            const char *begin = nullptr, const char *end = nullptr) {
+  std::stringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  std::string file = text.str();
+  size_t from = 0, to = file.size();
+  if (begin) {
+    from = file.find(begin);
+    to = file.find(end);
+    ASSERT_NE(from, std::string::npos) << path << " lacks the line " << begin;
+    ASSERT_NE(to, std::string::npos) << path << " lacks the line " << end;
+    ASSERT_LT(from, to);
+    from += std::strlen(begin);
+  }
+  if (const char *update = std::getenv("NVRL_UPDATE_DOCS"); update && *update == '1') {
+    std::ofstream(path, std::ios::binary) << file.replace(from, to - from, expected);
+    return;
+  }
+  EXPECT_TRUE(file.substr(from, to - from) == expected)
+      << path << " differs from the registry; run with NVRL_UPDATE_DOCS=1 to regenerate it";
+}
+
+// Names parametrised tests after the label of their case.
+inline auto byLabel = [](const auto &info) { return std::string(info.param.label); };
 
 inline int intAttr(NVRLprob prob, int id) {
   int v = -1;
