@@ -246,9 +246,18 @@ int append_scaled(PyObject *list, PyObject *item, double factor) {
   return s ? PyList_Append(list, s.get()) : -1;
 }
 
-// Puts a linear part back at the end of a sum list, unless it has become the number 0.
+// A leaf that adds nothing: the number 0, or an expression whose terms all cancelled.
+bool is_zero_leaf(PyObject *obj) {
+  if (nvo_is_number(obj)) return nvo_number_value(obj) == 0.0;
+  if (!expression_check(obj)) return false;
+  auto *e = reinterpret_cast<expression_s *>(obj);
+  return e->constant == 0.0 && (e->lin == nullptr || e->lin->empty()) &&
+         (e->quad == nullptr || e->quad->empty());
+}
+
+// Puts a linear part back at the end of a sum list, unless it has become zero.
 int append_linear(PyObject *list, PyObject *lin) {
-  if (lin == nullptr || is_number(lin, 0.0)) return 0;
+  if (lin == nullptr || is_zero_leaf(lin)) return 0;
   return PyList_Append(list, lin);
 }
 
