@@ -466,12 +466,21 @@ PyObject *array_case(int op, PyObject *a, PyObject *b) {
 // The product node of a and b, flattening product operands into one list when in place.
 PyObject *product(PyObject *a, PyObject *b, bool inplace) {
   if (is_array(a) || is_array(b)) return array_case(NVO_OP_MUL, a, b);
-  if (getExprType(a) < 0 || getExprType(b) < 0) return nullptr;
-  if (is_number(a, 0.0) || is_number(b, 0.0)) return PyFloat_FromDouble(0.0);
-  if (is_number(a, 1.0)) return general_copy(b, 1.0);
-  if (is_number(b, 1.0)) return general_copy(a, 1.0);
-  if (is_number(a, -1.0)) return unary_node(NL_NEG, b);
-  if (is_number(b, -1.0)) return unary_node(NL_NEG, a);
+  const int ka = getExprType(a);
+  if (ka < 0) return nullptr;
+  const int kb = getExprType(b);
+  if (kb < 0) return nullptr;
+  // 0, 1 and -1 factors; only a number operand needs looking at.
+  for (int side = 0; side < 2; ++side) {
+    if ((side == 0 ? ka : kb) != NVO_KIND_NUMBER) continue;
+    const double c = nvo_number_value(side == 0 ? a : b);
+    PyObject *other = side == 0 ? b : a;
+    if (c == 0.0 || ((side == 0 ? kb : ka) == NVO_KIND_NUMBER &&
+                     nvo_number_value(other) == 0.0))
+      return PyFloat_FromDouble(0.0);
+    if (c == 1.0) return general_copy(other, 1.0);
+    if (c == -1.0) return unary_node(NL_NEG, other);
+  }
   if (inplace) {
     const bool pa = is_node_op(a, NL_PROD) && PyList_Check(as_node(a)->args);
     const bool pb = is_node_op(b, NL_PROD) && PyList_Check(as_node(b)->args);
