@@ -23,9 +23,8 @@ _FUNCS.update(abs=abs, min=min, max=max, AND=min, OR=max,
 
 
 def node_value(obj, point):
-    """The value of obj at point (variable -> value), read from its printed form: Python
-    syntax apart from the words "and"/"or", and the formula itself when every leaf is a number
-    or a variable (terms and expressions print without parentheses)."""
+    """obj at point, read from its printed form: the formula itself when every leaf is a
+    number or a variable (terms and expressions print without parentheses)."""
     if isinstance(obj, (int, float)):
         return float(obj)
     text = re.sub(r"\b(and|or) \(", lambda m: m.group(1).upper() + "(", str(obj))
@@ -42,15 +41,8 @@ def xyz():
 
 
 def operands(x, y, z):
-    return {
-        "number": 2.5,
-        "var": x,
-        "linterm": 3 * y,
-        "quadterm": y * z,
-        "expression": x + 1,
-        "nonlin": nv.sin(z),
-        "numpy scalar": np.float64(1.5),
-    }
+    return {"number": 2.5, "var": x, "linterm": 3 * y, "quadterm": y * z, "expression": x + 1,
+            "nonlin": nv.sin(z), "numpy scalar": np.float64(1.5)}
 
 
 OPS = {"+": lambda a, b: a + b, "-": lambda a, b: a - b, "*": lambda a, b: a * b,
@@ -158,22 +150,13 @@ class TestSums:
     def setup_method(self):
         self.x, self.y, self.z = (nv.var(name=n) for n in "xyz")
 
-    def test_linear_part_is_merged_and_kept_last(self):
+    @pytest.mark.parametrize("cancel", [lambda s, x: s - 3 - x, lambda s, x: s - (3 + x)])
+    def test_one_linear_part_kept_last_and_dropped_when_cancelled(self, cancel):
         x, y, z = self.x, self.y, self.z
-        p = x * y * z
-        s = p + 3 + x
+        s = x * y * z + 3 + x
         assert str(s) == "((z * x*y) + 3 + x)"
-        s = s + nv.exp(y) + 2 * y
-        assert str(s) == "((z * x*y) + exp (y) + 3 + x +2 y)"
-
-    @pytest.mark.parametrize("cancel", [
-        lambda s, x: s - 3 - x,
-        lambda s, x: s - (3 + x),
-        lambda s, x: s - x - 3,
-    ])
-    def test_cancelled_linear_part_leaves_no_operand(self, cancel):
-        s = nv.exp(self.y) + 3 + self.x
-        assert str(cancel(s, self.x)) == "(exp (y))"
+        assert str(s + nv.exp(y) + 2 * y) == "((z * x*y) + exp (y) + 3 + x +2 y)"
+        assert str(cancel(s, x)) == "((z * x*y))"
 
     @pytest.mark.parametrize("build, text", [
         # Both sums: the right's nodes follow the left's, one linear part at the end.
@@ -241,16 +224,13 @@ def test_products_flatten_in_place_only():
 
 
 @pytest.mark.parametrize("build, factor, text", [
-    (lambda x: nv.exp(x), 1.0, "exp (x)"),
     (lambda x: nv.exp(x), 2.0, "(2.0 * exp (x))"),
     (lambda x: -(-nv.exp(x)), 2.0, "(2.0 * exp (x))"),
     (lambda x: -(-nv.exp(x)), 1.0, "- (- (exp (x)))"),
     (lambda x: -nv.exp(x), 3.0, "(-3.0 * exp (x))"),
-    (lambda x: -nv.exp(x), -1.0, "exp (x)"),
     (lambda x: -(x ** 3), -2.0, "(2.0 * (x ** 3))"),
     (lambda x: -x * nv.exp(x), 3.0, "(3.0 * (exp (x) * -1*x))"),
     (lambda x: nv.exp(x) * 2, 3.0, "(exp (x) * 6.0)"),
-    (lambda x: 2 * nv.exp(x), 0.5, "(exp (x) * 1.0)"),
     (lambda x: nv.exp(x) * x * x, 2.0, "(2.0 * ((exp (x) * x) * x))"),
 ])
 def test_copy_with_factor(build, factor, text):
@@ -272,7 +252,6 @@ def test_printing_depth_limit():
     assert str(shallow) == "exp (" * 63 + "x" + ")" * 63
     assert str(nv.exp(shallow)) == "exp (" * 64 + "[MAX RECURS LEV]" + ")" * 64
     assert str(deep) == "exp (" * 64 + "[MAX RECURS LEV]" + ")" * 64
-    assert str(nv.sin(deep) + x).startswith("(sin (exp (")
 
 
 def test_deep_trees_copy_with_an_error_and_free_without_recursion():
