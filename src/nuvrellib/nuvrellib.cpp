@@ -15,6 +15,7 @@
 #include "module/pyref.h"
 #include "model/sum.h"
 #include "model/var.h"
+#include "nonlinear/nonlin.h"
 #include "module/errors.h"
 #include "nvrl.h"
 #include "problem/ctrl.h"
@@ -36,8 +37,23 @@ PyMethodDef nuvrel_methods[] = {
     {"Sum", nuvrelmod_Sum, METH_VARARGS, nuvrelmod_Sum_doc},
     {"Prod", nuvrelmod_Prod, METH_VARARGS, nuvrelmod_Prod_doc},
     {"Dot", NVO_KW_METHOD(nuvrelmod_Dot), METH_VARARGS | METH_KEYWORDS, nuvrelmod_Dot_doc},
-    // sin, cos, tan, asin, acos, atan, exp, log, log10, abs, sqrt, sign, erf, erfc; max, min;
-    // user: the nonlinear functions go here, in this order.
+    {"sin", nuvrelmod_sin, METH_O, nuvrelmod_sin_doc},
+    {"cos", nuvrelmod_cos, METH_O, nuvrelmod_cos_doc},
+    {"tan", nuvrelmod_tan, METH_O, nuvrelmod_tan_doc},
+    {"asin", nuvrelmod_asin, METH_O, nuvrelmod_asin_doc},
+    {"acos", nuvrelmod_acos, METH_O, nuvrelmod_acos_doc},
+    {"atan", nuvrelmod_atan, METH_O, nuvrelmod_atan_doc},
+    {"exp", nuvrelmod_exp, METH_O, nuvrelmod_exp_doc},
+    {"log", nuvrelmod_log, METH_O, nuvrelmod_log_doc},
+    {"log10", nuvrelmod_log10, METH_O, nuvrelmod_log10_doc},
+    {"abs", nuvrelmod_abs, METH_O, nuvrelmod_abs_doc},
+    {"sqrt", nuvrelmod_sqrt, METH_O, nuvrelmod_sqrt_doc},
+    {"sign", nuvrelmod_sign, METH_O, nuvrelmod_sign_doc},
+    {"erf", nuvrelmod_erf, METH_O, nuvrelmod_erf_doc},
+    {"erfc", nuvrelmod_erfc, METH_O, nuvrelmod_erfc_doc},
+    {"max", nuvrelmod_max, METH_VARARGS, nuvrelmod_max_doc},
+    {"min", nuvrelmod_min, METH_VARARGS, nuvrelmod_min_doc},
+    // user: goes here.
     {"getlasterror", nuvrelmod_getlasterror, METH_NOARGS, nuvrelmod_getlasterror_doc},
     {"getversion", nuvrelmod_getversion, METH_NOARGS, nuvrelmod_getversion_doc},
     {"getcheckedmode", nuvrelmod_getcheckedmode, METH_NOARGS, nuvrelmod_getcheckedmode_doc},
@@ -56,7 +72,9 @@ PyMethodDef nuvrel_methods[] = {
     {"vars", NVO_KW_METHOD(nuvrelmod_vars), METH_VARARGS | METH_KEYWORDS, nuvrelmod_vars_doc},
     {"setarchconsistency", NVO_KW_METHOD(nuvrelmod_setarchconsistency),
      METH_VARARGS | METH_KEYWORDS, nuvrelmod_setarchconsistency_doc},
-    // evaluate; pwl; and, or: the evaluation and nonlinear functions go here, in this order.
+    // evaluate; pwl: go here.
+    {"And", nuvrelmod_And, METH_VARARGS, nuvrelmod_And_doc},
+    {"Or", nuvrelmod_Or, METH_VARARGS, nuvrelmod_Or_doc},
     {"getOutputEnabled", nuvrelmod_getOutputEnabled, METH_NOARGS,
      nuvrelmod_getOutputEnabled_doc},
     {"setOutputEnabled", nuvrelmod_setOutputEnabled, METH_O, nuvrelmod_setOutputEnabled_doc},
@@ -84,6 +102,7 @@ PyTypeObject *const all_types[] = {
 
 int ready_types() {
   if (problem_build_method_table() != 0) return -1;
+  nonlin_install();
   for (PyTypeObject *type : all_types) {
     // Types with a creation routine of their own keep it: fresh identifiers, or a refusal
     // for the types whose objects only the module makes.

@@ -285,10 +285,15 @@ PyObject *make_constraint(PyObject *a, PyObject *b, int op) {
     case NVO_KIND_VAR:
     case NVO_KIND_LINTERM:
     case NVO_KIND_QUADTERM: break;
-    case NVO_KIND_NONLIN:
-      // TODO(nonlinear nodes): a sum ending in a number, or a difference with a number on one
-      // side, should move that number into the bounds; the node layout is not available here.
+    case NVO_KIND_NONLIN: {
+      PyObject *body = diff.release();
+      int flipped = nvo_nonlinear.split_constant(&body, &rhs);
+      diff = PyRef(body);
+      if (flipped < 0) return nullptr;
+      // c - f <= 0 bounds f from below, and c - f >= 0 from above.
+      if (flipped == 1 && (op == Py_LE || op == Py_GE)) op = op == Py_LE ? Py_GE : Py_LE;
       break;
+    }
     default: return nvo_model_error("Invalid constraint body");
   }
 

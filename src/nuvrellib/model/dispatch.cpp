@@ -84,41 +84,13 @@ PyObject *nvo_array_binop(int op, PyObject *a, PyObject *b) {
   return nvo_model_error("Invalid object in operation");
 }
 
-static void describe_operand(PyObject *obj, char *buf, size_t len) {
-  switch (nvo_kind_noraise(obj)) {
-    case NVO_KIND_NUMBER: snprintf(buf, len, "%g", nvo_number_value(obj)); break;
-    case NVO_KIND_VAR: snprintf(buf, len, "var"); break;
-    case NVO_KIND_LINTERM: snprintf(buf, len, "linterm"); break;
-    case NVO_KIND_QUADTERM: snprintf(buf, len, "quadterm"); break;
-    case NVO_KIND_EXPRESSION: snprintf(buf, len, "expression"); break;
-    case NVO_KIND_NONLIN: snprintf(buf, len, "nonlin"); break;
-    default: snprintf(buf, len, "%s", Py_TYPE(obj)->tp_name);
-  }
-}
+nvo_nonlinear_ops nvo_nonlinear = {};
 
 PyObject *nvo_nonlinear_binary(int op, PyObject *a, PyObject *b) {
-  static const char *const symbols[] = {"+", "-", "*", "/", "**", "|", "&"};
-  int p = plain_op(op);
-  const char *sym = (p >= 0 && p <= NVO_OP_AND) ? symbols[p] : "?";
-  char da[64], db[64];
-  describe_operand(a, da, sizeof da);
-  describe_operand(b, db, sizeof db);
-  PyErr_Format(nvpy_model_exc,
-               "Operation %s %s %s produces a nonlinear expression, which is not available "
-               "in this build",
-               da, sym, db);
-  return nullptr;
+  return nvo_nonlinear.binary(op, a, b);
 }
 
-PyObject *nvo_nonlinear_unary(int op, PyObject *a) {
-  char da[64];
-  describe_operand(a, da, sizeof da);
-  PyErr_Format(nvpy_model_exc,
-               "Operation %s(%s) produces a nonlinear expression, which is not available in "
-               "this build",
-               op == NVO_OP_ABS ? "abs" : "-", da);
-  return nullptr;
-}
+PyObject *nvo_nonlinear_unary(int op, PyObject *a) { return nvo_nonlinear.unary(op, a); }
 
 // --- per-kind operator tables --------------------------------------------------------------
 
@@ -313,12 +285,9 @@ PyObject *general_copy(PyObject *obj, double factor) {
     case NVO_KIND_VAR: res = var_copy(obj, factor); break;
     case NVO_KIND_QUADTERM: res = quadterm_copy(obj, factor); break;
     case NVO_KIND_EXPRESSION: res = expression_copy(obj, factor); break;
-    case NVO_KIND_NONLIN: {
-      PyRef f(PyFloat_FromDouble(factor));
-      if (!f) return nullptr;
-      res = nvo_nonlinear_binary(NVO_OP_MUL, obj, f.get());
-      break;
-    }
+    case NVO_KIND_NONLIN:
+      // A failed node copy has said why.
+      return nvo_nonlinear.copy(obj, factor);
   }
   if (res == nullptr) return nvo_model_error("Invalid object being copied");
   return res;

@@ -108,10 +108,24 @@ PyObject *nvo_kind_binop(int kind, int op, PyObject *a, PyObject *b);
 // order of the operands, and a division by an array multiplies by its reciprocal.
 PyObject *nvo_array_binop(int op, PyObject *a, PyObject *b);
 
-// Results that are nonlinear nodes. Until nonlinear nodes are available they fail with a
-// ModelError naming the operation ("Operation var / var produces a nonlinear expression").
+// Results that are nonlinear nodes: a <op> b (op an nvo_op code, in-place forms included)
+// and -a or abs(a) (NVO_OP_NEG, NVO_OP_ABS).
 PyObject *nvo_nonlinear_binary(int op, PyObject *a, PyObject *b);
 PyObject *nvo_nonlinear_unary(int op, PyObject *a);
+
+// The node builders of the nonlinear layer, which sits above this one and fills the table at
+// import.
+struct nvo_nonlinear_ops {
+  PyObject *(*binary)(int op, PyObject *a, PyObject *b);
+  PyObject *(*unary)(int op, PyObject *a);
+  // factor * node as a new tree.
+  PyObject *(*copy)(PyObject *node, double factor);
+  // Splits the constant off a comparison's difference *body (owned; may be replaced): 0 with
+  // *rhs the right-hand side, 1 when the body was c - f and is now f with *rhs = c (the sense
+  // flips), -1 with an exception set.
+  int (*split_constant)(PyObject **body, double *rhs);
+};
+extern nvo_nonlinear_ops nvo_nonlinear;
 
 
 // Python-callable entry to the generic operators, for diagnostics and tests:

@@ -147,7 +147,8 @@ int expression_accumulate(PyObject *expr, PyObject *obj, double f) {
       return 0;
     }
     case NVO_KIND_NONLIN:
-      nvo_nonlinear_binary(f > 0 ? NVO_OP_ADD : NVO_OP_SUB, expr, obj);
+      // An expression cannot hold a node; callers that may see one build a node sum.
+      nvo_model_error("Error adding expressions");
       return -1;
     default: getExprType(obj); return -1;
   }
@@ -191,10 +192,7 @@ PyObject *expression_copy(PyObject *obj, double f) {
   if (f == 0.0) return expression_base();
   int kind = nvo_kind_noraise(obj);
   if (kind == NVO_KIND_EXPRESSION) return scaled_expression(as_expr(obj), f);
-  if (kind == NVO_KIND_NONLIN) {
-    PyRef factor(PyFloat_FromDouble(f));
-    return factor ? nvo_nonlinear_binary(NVO_OP_MUL, obj, factor.get()) : nullptr;
-  }
+  if (kind == NVO_KIND_NONLIN) return nvo_nonlinear.copy(obj, f);
   PyRef res(expression_base());
   if (!res) return nullptr;
   expression_s *e = as_expr(res.get());
@@ -284,11 +282,7 @@ PyObject *multiply_by_const_expr(PyObject *obj, int *type, double c) {
     case NVO_KIND_LINTERM: res = linterm_copy(obj, c); break;
     case NVO_KIND_QUADTERM: res = quadterm_copy(obj, c); break;
     case NVO_KIND_EXPRESSION: res = expression_copy(obj, c); break;
-    case NVO_KIND_NONLIN: {
-      PyRef factor(PyFloat_FromDouble(c));
-      if (factor) res = nvo_nonlinear_binary(NVO_OP_MUL, obj, factor.get());
-      break;
-    }
+    case NVO_KIND_NONLIN: res = nvo_nonlinear.copy(obj, c); break;
     default: break;
   }
   if (res == nullptr) return nvo_model_error("Error multiplying expressions");

@@ -95,8 +95,9 @@ int convertExpr(const rowcolmap *varmap, PyObject *body, nvo_converted *out) {
     case NVO_KIND_EXPRESSION:
       return convert_expression(varmap, reinterpret_cast<expression_s *>(body), m, out);
     case NVO_KIND_NONLIN:
+      // Refused before anything reaches the library, so the problem stays as it was.
       return nvo_model_error(
-          "Nonlinear expressions cannot be passed to the solver in this version");
+          "Nonlinear constraints and objectives cannot be passed to a problem in this build");
     default:
       return nvo_model_error("Cannot convert expression");
   }
