@@ -620,6 +620,17 @@ bool Loop::secondOrderCorrection(const std::vector<double> &d,
   lin = std::move(saved);
   if (!solved) return false;
   std::vector<double> x2 = sub.x(), act2;
+  // A correction is second order in the step when the linearisation describes the rows at
+  // the trial point. One larger than the step itself means it does not: the "corrected"
+  // point is then a different step that no model has judged, and it can land anywhere (on
+  // HS 63 the first step overshoots the curved row fourfold and its correction lands on a
+  // vertex where that row's violation is locally least). The step is judged uncorrected.
+  double step = 0.0, correction = 0.0;
+  for (int j : hcols) {
+    step = std::max(step, std::fabs(d[j]));
+    correction = std::max(correction, std::fabs(x2[j] - x[j] - d[j]));
+  }
+  if (correction > step) return false;
   double f2;
   cascade(x2);
   if (!evaluate(x2, act2, f2, err)) return false;

@@ -97,12 +97,14 @@ bool judgeSteps(const SlpModel &M, const SlpSettings &S, const std::vector<doubl
     const int set = j < static_cast<int>(S.col_tolset.size()) ? S.col_tolset[j] : 0;
     if (deltaType(S, j) == NSLP_DELTA_FROZEN) {
       codes[j] = NSLP_CONVERGED_FROZEN;
+    } else if (d[j] != 0.0 && (nonlinear[j] || !adaptiveStep(S, j)) &&
+               std::fabs(d[j]) >= 0.99 * delta[j]) {
+      // A step cut short by its step bound says nothing about being close, however small
+      // the bound has become: a column that did not move in a rejected step is left with a
+      // bound near nslp_min_step_bound, which only doubles per good step.
     } else if (set <= 0 || set > static_cast<int>(S.tolsets.size())) {
       if (std::fabs(d[j]) <= S.step_tol * std::max(1.0, std::fabs(x[j])))
         codes[j] = NSLP_CONVERGED_GLOBAL;
-    } else if ((nonlinear[j] || !adaptiveStep(S, j)) && std::fabs(d[j]) >= 0.99 * delta[j]) {
-      // A step cut short by its step bound says nothing about being close, however small
-      // the bound has become.
     } else {
       const SlpTolset &t = S.tolsets[set - 1];
       const double step = std::fabs(d[j]), objImpact = std::fabs(g[j] * d[j]);
