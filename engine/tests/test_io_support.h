@@ -36,7 +36,9 @@ inline void writeBytes(const std::string &path, const std::string &bytes) {
 }
 
 inline bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+  // An empty vector may hold no buffer, and memcmp must not see a null pointer even for 0 bytes.
+  return a.size() == b.size() &&
+         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
 }
 
 class FileTest : public nvtest::ProblemTest {

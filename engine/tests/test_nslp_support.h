@@ -117,7 +117,9 @@ inline std::map<std::string, uint64_t> attributes(NSLPprob s) {
 }
 
 inline bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+  // An empty vector may hold no buffer, and memcmp must not see a null pointer even for 0 bytes.
+  return a.size() == b.size() &&
+         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
 }
 inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
