@@ -227,4 +227,29 @@ TEST_F(NslpTest, AnswersNeedASolveAndAFormulaOutsideTheProblemIsRefused) {
   EXPECT_EQ(NSLP_NLP_UNSTARTED, status());
 }
 
+// Reloading the optimiser problem beneath leaves nonlinear data that names rows and columns
+// the new problem lacks: the solve refuses it with a message instead of reading past its data.
+class ReloadBeneath : public NslpTest, public ::testing::WithParamInterface<int> {};
+
+TEST_P(ReloadBeneath, SolveRefusesStaleCoefficients) {
+  ASSERT_EQ(0, NSLPreadprob(slp, nslptest::nlpFile("hs071").c_str(), "")) << slpError();
+  const int n = GetParam();  // columns of the new LP: fewer and more than hs071's four
+  std::vector<double> obj(n, 1.0), lb(n, 0.0), ub(n, 5.0), coef(n, 1.0), rhs{1.0};
+  std::vector<int> start(n + 1), len(n, 1), ind(n, 0);
+  for (int j = 0; j <= n; ++j) start[j] = j;
+  const char type[] = {'G'};
+  ASSERT_EQ(0, NVRLloadlp(prob, "reloaded", n, 1, type, rhs.data(), nullptr, obj.data(),
+                          start.data(), len.data(), ind.data(), coef.data(), lb.data(),
+                          ub.data()));
+  EXPECT_NE(0, optimize());
+  EXPECT_NE(std::string::npos, slpError().find("a nonlinear coefficient cannot be used"))
+      << slpError();
+  // The problem stays usable: read anew, it solves to its optimum.
+  ASSERT_EQ(0, NSLPreadprob(slp, nslptest::nlpFile("hs071").c_str(), "")) << slpError();
+  ASSERT_EQ(0, optimize()) << slpError();
+  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, ReloadBeneath, ::testing::Values(1, 3, 6));
+
 }  // namespace
