@@ -227,23 +227,29 @@ TEST_F(NslpTest, AnswersNeedASolveAndAFormulaOutsideTheProblemIsRefused) {
   EXPECT_EQ(NSLP_NLP_UNSTARTED, status());
 }
 
-// Reloading the optimiser problem beneath leaves nonlinear data that names rows and columns
-// the new problem lacks: the solve refuses it with a message instead of reading past its data.
+// Reloading the optimiser problem beneath keeps the nonlinear data: with fewer columns the
+// solve refuses it with a message instead of reading past the data; with more, it solves.
 class ReloadBeneath : public NslpTest, public ::testing::WithParamInterface<int> {};
 
-TEST_P(ReloadBeneath, SolveRefusesStaleCoefficients) {
+TEST_P(ReloadBeneath, SolveRefusesStaleCoefficientsOrSolves) {
   ASSERT_EQ(0, NSLPreadprob(slp, nslptest::nlpFile("hs071").c_str(), "")) << slpError();
   const int n = GetParam();  // columns of the new LP: fewer and more than hs071's four
-  std::vector<double> obj(n, 1.0), lb(n, 0.0), ub(n, 5.0), coef(n, 1.0), rhs{1.0};
+  std::vector<double> obj(n, 1.0), lb(n, 1.0), ub(n, 5.0), coef(n, 1.0), rhs{1.0, 1.0};
   std::vector<int> start(n + 1), len(n, 1), ind(n, 0);
   for (int j = 0; j <= n; ++j) start[j] = j;
-  const char type[] = {'G'};
-  ASSERT_EQ(0, NVRLloadlp(prob, "reloaded", n, 1, type, rhs.data(), nullptr, obj.data(),
+  for (int j = 0; j < n; ++j) ind[j] = j % 2;
+  const char type[] = {'G', 'G'};
+  ASSERT_EQ(0, NVRLloadlp(prob, "reloaded", n, 2, type, rhs.data(), nullptr, obj.data(),
                           start.data(), len.data(), ind.data(), coef.data(), lb.data(),
                           ub.data()));
-  EXPECT_NE(0, optimize());
-  EXPECT_NE(std::string::npos, slpError().find("a nonlinear coefficient cannot be used"))
-      << slpError();
+  if (n < 4) {  // hs071's formulas read columns 0-3
+    EXPECT_NE(0, optimize());
+    EXPECT_NE(std::string::npos, slpError().find("a nonlinear coefficient cannot be used"))
+        << slpError();
+  } else {  // the added columns take default settings
+    ASSERT_EQ(0, optimize()) << slpError();
+    EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  }
   // The problem stays usable: read anew, it solves to its optimum.
   ASSERT_EQ(0, NSLPreadprob(slp, nslptest::nlpFile("hs071").c_str(), "")) << slpError();
   ASSERT_EQ(0, optimize()) << slpError();
