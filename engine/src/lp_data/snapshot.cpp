@@ -45,10 +45,10 @@ void checkSize(const Vec &v, size_t n, const char *what) {
   if (v.size() != n) corrupt(format("%s has %zu entries for %zu items", what, v.size(), n));
 }
 
-// Empty, or one entry per item.
+// One entry per item when required, otherwise empty or one entry per item.
 template <class Vec>
-void checkOptionalSize(const Vec &v, size_t n, const char *what) {
-  if (!v.empty()) checkSize(v, n, what);
+void checkSizeIf(bool required, const Vec &v, size_t n, const char *what) {
+  if (required || !v.empty()) checkSize(v, n, what);
 }
 
 void writeQ(Writer &w, const QMatrix &q) {
@@ -489,33 +489,17 @@ SolveState readSolveState(Reader &r, const Model &m) {
 
   const size_t nc = static_cast<size_t>(m.cols()), nr = static_cast<size_t>(m.rows());
   // The queries index these vectors by the flags alone: each flag needs its full vectors.
-  if (s.have_primal || s.have_point) {
-    checkSize(s.x, nc, "the solution");
-    checkSize(s.slack, nr, "the slacks");
-  } else {
-    checkOptionalSize(s.x, nc, "the solution");
-    checkOptionalSize(s.slack, nr, "the slacks");
-  }
-  if (s.have_dual) {
-    checkSize(s.duals, nr, "the duals");
-    checkSize(s.djs, nc, "the reduced costs");
-  } else {
-    checkOptionalSize(s.duals, nr, "the duals");
-    checkOptionalSize(s.djs, nc, "the reduced costs");
-  }
-  if (s.have_basis) {
-    checkSize(s.rowstat, nr, "the row basis");
-    checkSize(s.colstat, nc, "the column basis");
-  } else {
-    checkOptionalSize(s.rowstat, nr, "the row basis");
-    checkOptionalSize(s.colstat, nc, "the column basis");
-  }
+  const bool point = s.have_primal || s.have_point;
+  checkSizeIf(point, s.x, nc, "the solution");
+  checkSizeIf(point, s.slack, nr, "the slacks");
+  checkSizeIf(s.have_dual, s.duals, nr, "the duals");
+  checkSizeIf(s.have_dual, s.djs, nc, "the reduced costs");
+  checkSizeIf(s.have_basis, s.rowstat, nr, "the row basis");
+  checkSizeIf(s.have_basis, s.colstat, nc, "the column basis");
   for (int b : s.rowstat) check(inRange(b, 0, 3), "a basis status is not 0..3");
   for (int b : s.colstat) check(inRange(b, 0, 3), "a basis status is not 0..3");
-  if (s.has_primal_ray) checkSize(s.primal_ray, nc, "the primal ray");
-  else checkOptionalSize(s.primal_ray, nc, "the primal ray");
-  if (s.has_dual_ray) checkSize(s.dual_ray, nr, "the dual ray");
-  else checkOptionalSize(s.dual_ray, nr, "the dual ray");
+  checkSizeIf(s.has_primal_ray, s.primal_ray, nc, "the primal ray");
+  checkSizeIf(s.has_dual_ray, s.dual_ray, nr, "the dual ray");
   check(inRange(s.unbounded_col, -1, static_cast<int64_t>(nc) - 1),
         "the unbounded column is out of range");
   return s;
