@@ -1015,6 +1015,14 @@ NVRL_API int NVRLgetprimalray(NVRLprob prob, double ray[], int *has);
 /* As NVRLgetprimalray for a dual ray proving infeasibility (rows entries). */
 NVRL_API int NVRLgetdualray(NVRLprob prob, double ray[], int *has);
 
+/* ----- Delayed rows, model cuts and presolved answers ---------------------------------- */
+
+/* ===== Infeasibility analysis and repair =============================================== */
+
+/* ===== Sensitivity, basis solves and recomputed answers ================================ */
+
+/* ===== Tuning, directives, bases and solution files ==================================== */
+
 /* ===== Nonlinear solver ================================================================ */
 /* Nonlinear problems are stacked on an optimiser problem. Every call below that takes an
  * NSLPprob checks the handle: a null, destroyed or foreign handle, or a nonlinear solver that
