@@ -3,7 +3,7 @@
 
 #include "module/errors.h"
 
-int nvo_user_tokens(problem_s *, PyObject *, nvo_tokens *, int) {
+int nvo_user_tokens(const nvo_nl_problem *, PyObject *, nvo_tokens *, int) {
   return nvo_model_error(
       "User functions and piecewise-linear functions cannot be converted yet");
 }

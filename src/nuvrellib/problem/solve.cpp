@@ -16,6 +16,7 @@
 #include "module/pyref.h"
 #include "module/sigint.h"
 #include "nonlinear/convert.h"
+#include "problem/con_batch.h"
 #include "problem/method_families.h"
 
 namespace {
@@ -414,7 +415,8 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   nvo_converted converted;
   nvo_nlcoefs nl;  // the nonlinear part, if any
   // Converted before anything changes, so that a refused objective leaves the old one.
-  if (convertExpr(p, objective.get(), &converted, &nl) != 0) return -1;
+  const nvo_nl_problem view = problem_nl_view(p);
+  if (convertExpr(&view, objective.get(), &converted, &nl) != 0) return -1;
   if (nl.size() > 0 && !nslp_usable(p)) return nonlinear_missing();
   // The library refuses such coefficients, but only after the old objective has been cleared.
   if (objective_out_of_range(converted) != 0) return -1;
