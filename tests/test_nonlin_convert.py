@@ -127,6 +127,8 @@ def deep(x, levels):
     (lambda x, w: nv.sin(2 * w), "Variable in nonlinear expression has not been added"),
     (lambda x, w: nv.sin(x) + 3 * w, "Variable in linear part of constraint"),
     (lambda x, w: deep(x, 70), "The expression tree depth reached the maximum limit"),
+    # One level more than the tree that converts below.
+    (lambda x, w: nv.sin(deep(x, 63)), "The expression tree depth reached the maximum limit"),
     (lambda x, w: nv.exp(x * float("nan")), "NaN or infinite"),
     (lambda x, w: nv.exp(x) + x * nv.sin(x) * float("inf"), "NaN or infinite"),
 ])

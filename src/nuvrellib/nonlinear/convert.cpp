@@ -15,6 +15,7 @@
 #include "module/errors.h"
 #include "nonlinear/nonlin.h"
 #include "nonlinear/user_tokens.h"
+#include "module/pyref.h"
 
 namespace {
 
@@ -218,9 +219,14 @@ int write_sum_or_product(const nvo_nl_problem *p, PyObject *args, int op, nvo_to
   if (k == 0) return t->emit(NVO_TOK_CON, op == NL_SUM ? 0.0 : 1.0);
   const double opval = py_to_slp_fun[op];
   size_t w = 0, written = 0;
+  // A user function's registration may run Python code that changes the list: it is held,
+  // and each operand is read afresh and held while it is written.
+  PyRef<> hold = PyRef<>::borrow(args);
   for (Py_ssize_t i = 0; i < n; ++i) {
-    if (skip != nullptr && skip->skips(items[i], i)) continue;
-    if (nvo_formula_operand(p, items[i], t, depth - 1) != 0 ||
+    if (i >= PySequence_Fast_GET_SIZE(args)) return nvo_model_error("Cannot convert expression");
+    PyRef<> item = PyRef<>::borrow(PySequence_Fast_GET_ITEM(args, i));
+    if (skip != nullptr && skip->skips(item.get(), i)) continue;
+    if (nvo_formula_operand(p, item.get(), t, depth - 1) != 0 ||
         balanced_ops(t, w++, k, opval, &written) != 0)
       return -1;
   }
@@ -257,10 +263,11 @@ int write_node(const nvo_nl_problem *p, PyObject *node, nvo_tokens *t, int depth
       if (!PyList_Check(args) && !PyTuple_Check(args))
         return nvo_model_error("N-ary operator should have list or tuple of arguments");
       if (t->emit(NVO_TOK_DEL, 0.0) != 0) return -1;
-      const Py_ssize_t n = PySequence_Fast_GET_SIZE(args);
-      for (Py_ssize_t i = 0; i < n; ++i)
-        if (nvo_formula_operand(p, PySequence_Fast_GET_ITEM(args, i), t, depth - 1) != 0)
-          return -1;
+      PyRef<> hold = PyRef<>::borrow(args);  // held as in write_sum_or_product
+      for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(args); ++i) {
+        PyRef<> item = PyRef<>::borrow(PySequence_Fast_GET_ITEM(args, i));
+        if (nvo_formula_operand(p, item.get(), t, depth - 1) != 0) return -1;
+      }
       break;
     }
     default:  // unary minus and the one-argument functions
@@ -379,13 +386,14 @@ int convert_body(const nvo_nl_problem *p, PyObject *body, nvo_converted *out, nv
     case NL_SUM: {
       if (args == nullptr || !PyList_Check(args))
         return nvo_model_error("Erroneous type for argument of sum");
-      // The list may not change under us: nothing here runs Python code.
-      const Py_ssize_t n = PyList_GET_SIZE(args);
-      for (Py_ssize_t i = 0; i < n; ++i) {
-        PyObject *item = PyList_GET_ITEM(args, i);
+      // Registering a user function may run Python code that changes the list, so each
+      // operand is held while it is converted and the size is read afresh.
+      for (Py_ssize_t i = 0; i < PyList_GET_SIZE(args); ++i) {
+        PyObject *item = Py_NewRef(PyList_GET_ITEM(args, i));
         const int k = nvo_kind_noraise(item);
         const int rc = k == NVO_KIND_NONLIN ? add_coefficient(p, item, 1.0, nl)
                                             : linear_part(p, item, k, 1.0, out);
+        Py_DECREF(item);
         if (rc > 0) return nvo_model_error("Invalid expression in nonlinear sum");
         if (rc < 0) return -1;
       }
