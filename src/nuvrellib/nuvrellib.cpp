@@ -20,6 +20,7 @@
 #include "module/errors.h"
 #include "nvrl.h"
 #include "problem/ctrl.h"
+#include "problem/evaluate.h"
 #include "problem/method_families.h"
 #include "problem/nametables.h"
 #include "problem/problem.h"
@@ -73,7 +74,8 @@ PyMethodDef nuvrel_methods[] = {
     {"vars", NVO_KW_METHOD(nuvrelmod_vars), METH_VARARGS | METH_KEYWORDS, nuvrelmod_vars_doc},
     {"setarchconsistency", NVO_KW_METHOD(nuvrelmod_setarchconsistency),
      METH_VARARGS | METH_KEYWORDS, nuvrelmod_setarchconsistency_doc},
-    // evaluate: goes here.
+    {"evaluate", NVO_KW_METHOD(nuvrelmod_evaluate), METH_VARARGS | METH_KEYWORDS,
+     nuvrelmod_evaluate_doc},
     {"pwl", nuvrelmod_pwl, METH_O, nuvrelmod_pwl_doc},
     {"And", nuvrelmod_And, METH_VARARGS, nuvrelmod_And_doc},
     {"Or", nuvrelmod_Or, METH_VARARGS, nuvrelmod_Or_doc},

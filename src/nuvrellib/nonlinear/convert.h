@@ -1,15 +1,18 @@
 // Conversion of a constraint body or an objective into what the library takes: a constant,
-// linear (column, coefficient) pairs and quadratic (column, column, coefficient) triplets.
-// Nonlinear parts are refused for now with a ModelError.
+// linear (column, coefficient) pairs, quadratic (column, column, coefficient) triplets and
+// nonlinear coefficients (column, factor, formula) for the nonlinear solver.
 #pragma once
 
 #include <Python.h>
 
 #include "model/termmaps.h"
 #include "module/alloc_buffer.h"
+#include "nonlinear/tokens.h"
+#include "problem/problem.h"
 
-// The converted body. Quadratic coefficients are as written: (i, j, c) stands for c*xi*xj
-// (c*xi^2 when i == j); the callers turn them into the library's row or objective forms.
+// The converted linear and quadratic part of a body. Quadratic coefficients are as written:
+// (i, j, c) stands for c*xi*xj (c*xi^2 when i == j); the callers turn them into the library's
+// row or objective forms.
 struct nvo_converted {
   double constant = 0.0;
   AllocBuffer<int> lin_col;
@@ -27,11 +30,44 @@ struct nvo_converted {
   }
 };
 
-// Converts body (number, var, linterm, quadterm or expression) with the columns of varmap
-// (variable identifier -> column, a problem's), appending to *out
-// (which the caller clears). Zero coefficients are skipped. 0, or -1 with ModelError (or a
-// MemoryError) set.
-int convertExpr(const rowcolmap *varmap, PyObject *body, nvo_converted *out);
+// Nonlinear coefficients gathered for one or more rows: coefficient k adds
+// factor[k] * x[col[k]] * formula_k(x) to row[k] (the formula times factor[k] when col[k] is
+// the constant column); formula_k is tokens[start[k] .. start[k+1]) (the last one ending at
+// tokens.size()), each ending with an end token. Rows are the caller's to fill in.
+struct nvo_nlcoefs {
+  AllocBuffer<int> row, col, start;
+  AllocBuffer<double> factor;
+  nvo_tokens tokens;
+
+  size_t size() const { return col.size(); }
+  // Forgets the coefficients from k on and their tokens.
+  void truncate(size_t k);
+  // Gives coefficients from k on the row.
+  void set_rows(size_t k, int r) {
+    for (size_t i = k; i < row.size(); ++i) row[i] = r;
+  }
+  void clear() { truncate(0); }
+  void release();
+  // Appends the end of the last formula to start, as NSLPaddcoefs takes it (start then has
+  // size() + 1 entries until the next truncate or clear). 0, or -1 with an exception set
+  // (MemoryError, or ModelError when the formulas are too long for one library call).
+  int close_starts();
+};
+
+// Converts body with the columns of p: a number, var, linterm, quadterm or expression goes to
+// *out; a nonlin node is split into its linear and quadratic operands (to *out) and nonlinear
+// coefficients (appended to *nl, rows left for the caller). Zero coefficients are skipped.
+// 0, or -1 with an exception set; *nl then holds exactly what it held before.
+int convertExpr(problem_s *p, PyObject *body, nvo_converted *out, nvo_nlcoefs *nl);
+
+// Writes the tokens of one operand of a formula (number, var, term, expression or nonlin
+// node) into tokens, with depth the remaining depth budget (refused below 1). For the
+// conversion of pwl and user-function nodes. 0, or -1 with an exception set.
+int nvo_formula_operand(problem_s *p, PyObject *obj, nvo_tokens *tokens, int depth);
+
+// The nonlinear library's constant column of p, read once per problem. 0, or -1 with an
+// exception set (also when p has no nonlinear problem).
+int nvo_constant_column(problem_s *p, int *col);
 
 // The library's quadratic conventions (see nvrl.h): in a row (i, j, v) with i != j is
 // 2v*xi*xj and (i, i, v) is v*xi^2; in the objective (i, j, v) with i != j is v*xi*xj and

@@ -85,6 +85,32 @@ void append_row(con_batch *b, PyObject *con, const char *name, Py_ssize_t namele
   b->nquad += static_cast<int64_t>(nq);
 }
 
+// The batch's nonlinear coefficients in one library call. When the library refuses them the
+// batch's rows go too, so that no row is left without its nonlinear part.
+int flush_nonlinear(con_batch *b, problem_s *p, int64_t r0) {
+  nvo_nlcoefs &nl = b->nl;
+  if (p->slpprob == nullptr || nslp_state(-1) != 1) {
+    PyErr_SetString(nvpy_interf_exc, "The nonlinear solver is not available for this problem");
+  } else if (nl.close_starts() == 0) {
+    if (NSLPaddcoefs(p->slpprob, static_cast<int>(nl.size()), nl.row.data(), nl.col.data(),
+                     nl.factor.data(), nl.start.data(), 1, nl.tokens.types(),
+                     nl.tokens.values()) == 0) {
+      ++p->n_nonlin_cons;
+      return 0;
+    }
+    nvo_library_error(p);
+  }
+  PyObject *type, *value, *traceback;
+  PyErr_Fetch(&type, &value, &traceback);
+  AllocBuffer<int> rows;
+  if (rows.allocate(static_cast<size_t>(b->nrows)) == 0) {
+    for (int32_t i = 0; i < b->nrows; ++i) rows[i] = static_cast<int>(r0) + i;
+    NVRLdelrows(p->prob, b->nrows, rows.data());
+  }
+  PyErr_Restore(type, value, traceback);
+  return -1;
+}
+
 }  // namespace
 
 void con_batch::release() {
@@ -99,6 +125,7 @@ void con_batch::release() {
   range.reset();
   rowtype.reset();
   names.reset();
+  nl.release();
   nrows = 0;
   nlin = nquad = namelen = 0;
   row_capacity = lin_capacity = quad_capacity = name_capacity = 0;
@@ -157,26 +184,36 @@ int con_batch_check(problem_s *p, PyObject *con) {
 }
 
 int con_batch_queue(con_batch *b, problem_s *p, PyObject *con) {
+  PyObject *body = reinterpret_cast<constraint_s *>(con)->body;
   b->body.clear();
-  if (convertExpr(p->varmap, reinterpret_cast<constraint_s *>(con)->body, &b->body) != 0) return -1;
+  size_t nl_first = b->nl.size();
+  if (convertExpr(p, body, &b->body, &b->nl) != 0) return -1;
   PyRef name_holder;
   Py_ssize_t namelen = 0;
   const char *name = constraint_name(con, &name_holder, &namelen);
-  if (name == nullptr) return -1;
-  if (make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
-    // Send what is queued and start over with empty buffers; only a row that cannot fit
-    // even alone is an error.
+  if (name == nullptr || make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
+    // Send what is queued before this row and start over with empty buffers; only a row that
+    // cannot fit even alone is an error.
+    b->nl.truncate(nl_first);
+    if (name == nullptr) return -1;
     PyErr_Clear();
     if (con_batch_flush(b, p) != 0) return -1;
-    if (make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
+    b->body.clear();
+    nl_first = 0;
+    if (convertExpr(p, body, &b->body, &b->nl) != 0 ||
+        make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
       b->release();
       return -1;
     }
   }
   if (b->nrows == 0) {
     b->first_row = problem_row_count(p);
-    if (b->first_row < 0) return -1;
+    if (b->first_row < 0) {
+      b->nl.truncate(nl_first);
+      return -1;
+    }
   }
+  b->nl.set_rows(nl_first, static_cast<int>(b->first_row + b->nrows));
   append_row(b, con, name, namelen);
   ++b->nrows;
   return 0;
@@ -205,6 +242,7 @@ int con_batch_flush(con_batch *b, problem_s *p) {
       offset += b->qcount[i];
     }
   }
+  if (rc == 0 && b->nl.size() > 0) rc = flush_nonlinear(b, p, r0);
   b->release();
   return rc;
 }

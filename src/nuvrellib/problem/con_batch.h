@@ -25,6 +25,7 @@ struct con_batch {
   AllocBuffer<char> rowtype;
   AllocBuffer<char> names;
   nvo_converted body;  // scratch space for converting one body
+  nvo_nlcoefs nl;      // nonlinear coefficients of the queued rows
 
   con_batch() = default;
   con_batch(const con_batch &) = delete;

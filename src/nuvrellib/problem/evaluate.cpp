@@ -15,6 +15,11 @@
 #include "module/numpy_api.h"
 #include "module/pyref.h"
 #include "module/scalars.h"
+#include "nonlinear/nonlin.h"
+#include "nonlinear/user_tokens.h"
+#include "problem/solution.h"
+
+#include <cmath>
 
 namespace {
 
@@ -189,6 +194,116 @@ PyObject *sequence_value(PyObject *obj, const nvo_eval_context *ctx, int has_pro
   return result.release();
 }
 
+// The evaluation tolerance handed to piecewise-linear nodes: the module's default "miptol"
+// when one has been set.
+double evaluation_tolerance() {
+  double tol = 5e-6;
+  EnvLock lock(nvr_py_env.mtx_defaults);
+  PyObject *defaults = nvr_py_env.default_controls;
+  if (defaults != nullptr && PyDict_Check(defaults)) {
+    PyObject *v = PyDict_GetItemString(defaults, "miptol");
+    if (v != nullptr && nvo_is_number(v)) tol = nvo_number_value(v);
+  }
+  return tol;
+}
+
+int node_value(PyObject *node, const nvo_eval_context *ctx, int depth, double *value);
+
+// The operands of an n-ary node evaluated in order; skip_first leaves out a user function's
+// callable.
+int operand_values(PyObject *args, const nvo_eval_context *ctx, int depth, bool skip_first,
+                   AllocBuffer<double> *out) {
+  if (!PyList_Check(args) && !PyTuple_Check(args)) return nvo_model_error("Unknown nonlinear type");
+  const Py_ssize_t n = PySequence_Fast_GET_SIZE(args);
+  const Py_ssize_t first = skip_first ? 1 : 0;
+  if (out->allocate(static_cast<size_t>(n > first ? n - first : 0)) != 0) return -1;
+  for (Py_ssize_t i = first; i < n; ++i)
+    if (evaluate_object(PySequence_Fast_GET_ITEM(args, i), ctx, depth + 1, &(*out)[i - first]) <
+        0)
+      return -1;
+  return 0;
+}
+
+double apply_unary(int op, double a) {
+  switch (op) {
+    case NL_NEG: return -a;
+    case NL_EXP: return std::exp(a);
+    case NL_LOG: return std::log(a);
+    case NL_LOG10: return std::log10(a);
+    case NL_SIN: return std::sin(a);
+    case NL_COS: return std::cos(a);
+    case NL_TAN: return std::tan(a);
+    case NL_ASIN: return std::asin(a);
+    case NL_ACOS: return std::acos(a);
+    case NL_ATAN: return std::atan(a);
+    case NL_ABS: return std::fabs(a);
+    case NL_SIGN: return a < 0 ? -1.0 : a > 0 ? 1.0 : 0.0;
+    case NL_ERF: return std::erf(a);
+    case NL_ERFC: return std::erfc(a);
+    default: return std::sqrt(a);  // NL_SQRT
+  }
+}
+
+int node_value(PyObject *node, const nvo_eval_context *ctx, int depth, double *value) {
+  // The same bound as for nested structures keeps the recursion off the end of the stack.
+  if (nvo_check_depth(nvo_eval_limit, depth) != 0) return -1;
+  const int op = nonlin_op_of(node);
+  PyObject *args = reinterpret_cast<nonlin_s *>(node)->args;
+  if (args == nullptr || op < 0 || op >= NL_OP_COUNT) return nvo_model_error("Unknown nonlinear type");
+  switch (op) {
+    case NL_SUM:
+    case NL_PROD:
+    case NL_MIN:
+    case NL_MAX:
+    case NL_AND:
+    case NL_OR: {
+      AllocBuffer<double> v;
+      if (operand_values(args, ctx, depth, false, &v) != 0) return -1;
+      const size_t n = v.size();
+      double r = op == NL_SUM ? 0.0 : op == NL_PROD ? 1.0 : n > 0 ? v[0] : 0.0;
+      for (size_t i = op == NL_SUM || op == NL_PROD ? 0 : 1; i < n; ++i) {
+        switch (op) {
+          case NL_SUM: r += v[i]; break;
+          case NL_PROD: r *= v[i]; break;
+          // And and or of 0/1 values are their minimum and maximum, as the solver reads them.
+          case NL_MIN: case NL_AND: r = std::fmin(r, v[i]); break;
+          default: r = std::fmax(r, v[i]); break;
+        }
+      }
+      *value = r;
+      return 0;
+    }
+    case NL_MINUS:
+    case NL_DIV:
+    case NL_POW: {
+      if (!PyTuple_Check(args) || PyTuple_GET_SIZE(args) != 2)
+        return nvo_model_error("Unknown nonlinear type");
+      double a, b;
+      if (evaluate_object(PyTuple_GET_ITEM(args, 0), ctx, depth + 1, &a) < 0 ||
+          evaluate_object(PyTuple_GET_ITEM(args, 1), ctx, depth + 1, &b) < 0)
+        return -1;
+      if (op == NL_DIV && b == 0.0)
+        return nvo_model_error("Division by zero in evaluation of expression containing fraction");
+      *value = op == NL_MINUS ? a - b : op == NL_DIV ? a / b : std::pow(a, b);
+      return 0;
+    }
+    case NL_PWL:
+    case NL_USER:
+    case NL_USER2: {
+      AllocBuffer<double> v;
+      if (operand_values(args, ctx, depth, op != NL_PWL, &v) != 0) return -1;
+      return nvo_user_value(node, v.data(), static_cast<Py_ssize_t>(v.size()),
+                            evaluation_tolerance(), value);
+    }
+    default: {
+      double a;
+      if (evaluate_object(args, ctx, depth + 1, &a) < 0) return -1;
+      *value = apply_unary(op, a);
+      return 0;
+    }
+  }
+}
+
 }  // namespace
 
 int nvo_eval_problem_columns(problem_s *p, Py_ssize_t *n) {
@@ -228,10 +343,7 @@ int evaluate_object(PyObject *obj, const nvo_eval_context *ctx, int depth, doubl
     case NVO_KIND_EXPRESSION:
       return expression_value(reinterpret_cast<expression_s *>(obj), ctx, value);
     case NVO_KIND_NONLIN:
-      // Nonlinear nodes are evaluated operand by operand (at depth + 1) once the operator
-      // table of the nonlinear layer is in place.
-      (void)depth;
-      return nvo_model_error("Evaluation of nonlinear expressions is not available in this build");
+      return node_value(obj, ctx, depth, value);
     default:
       return nvo_model_error("Evaluation of object of incorrect type");
   }
@@ -310,5 +422,105 @@ extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject
   PyObject *result = scan_args_expressions(args, &ctx, has_problem);
   if (result == nullptr && !PyErr_Occurred())
     PyErr_SetString(PyExc_ValueError, "nothing to evaluate");
+  return result;
+}
+
+namespace {
+
+// Column values from a list or a one-dimensional array into *out.
+int values_from_sequence(PyObject *solution, AllocBuffer<double> *out) {
+  PyRef array(PyArray_FROMANY(solution, NPY_DOUBLE, 1, 1, NPY_ARRAY_CARRAY_RO));
+  if (!array) return -1;
+  auto *arr = reinterpret_cast<PyArrayObject *>(array.get());
+  const npy_intp n = PyArray_DIM(arr, 0);
+  if (out->allocate(static_cast<size_t>(n)) != 0) return -1;
+  const auto *data = static_cast<const double *>(PyArray_DATA(arr));
+  for (npy_intp i = 0; i < n; ++i) (*out)[i] = data[i];
+  return 0;
+}
+
+// The problem's current solution, as getSolution reads it.
+int values_from_problem(problem_s *p, AllocBuffer<double> *out) {
+  const int use = use_nslp_solution(p);
+  if (use < 0) return -1;
+  int n = 0;
+  if (problem_solution_length(p, use != 0, false, &n) != 0) return -1;
+  if (out->allocate(static_cast<size_t>(n)) != 0) return -1;
+  return problem_read_primal_values(p, use != 0, out->data());
+}
+
+}  // namespace
+
+const char nuvrelmod_evaluate_doc[] =
+    "evaluate(*expressions, problem=None, solution=None)\n\n"
+    "The values of variables, expressions and nonlinear expressions (or of tuples, lists,\n"
+    "dictionaries and arrays of them, returned in the same shape) at a point: solution is a\n"
+    "dictionary variable -> value, or a list or one-dimensional array of values by column of\n"
+    "problem; with problem alone, the problem's current solution.\n\n"
+    "Example: nuvrel.evaluate(x * nuvrel.exp(y), solution={x: 1, y: 0})";
+
+PyObject *nuvrelmod_evaluate(PyObject *self, PyObject *args, PyObject *kwargs) {
+  PyObject *problem = nullptr, *solution = nullptr, *expressions = nullptr;
+  if (kwargs != nullptr) {
+    static const char *kwlist[] = {"expressions", "problem", "solution", nullptr};
+    PyRef none(PyTuple_New(0));
+    if (!none || !PyArg_ParseTupleAndKeywords(none.get(), kwargs, "|OOO",
+                                              const_cast<char **>(kwlist), &expressions,
+                                              &problem, &solution))
+      return nullptr;
+  }
+  if (problem == Py_None) problem = nullptr;
+  if (solution == Py_None) solution = nullptr;
+  if (problem == nullptr && solution == nullptr) {
+    PyErr_SetString(nvpy_interf_exc,
+                    "nuvrel.evaluate() requires at least of the two arguments \"solution\" and "
+                    "\"problem\".\nSee the documentation of nuvrel.evaluate for details.");
+    return nullptr;
+  }
+  if (problem != nullptr && !problem_check(problem))
+    return nvo_model_error("Argument \"problem\" must be an nuvrel.problem object");
+  problem_s *p = nullptr;
+  if (problem != nullptr && (p = problem_ready_for(problem, "evaluate")) == nullptr)
+    return nullptr;
+
+  nvo_eval_context ctx;
+  ctx.problem = p;
+  AllocBuffer<double> columns;
+  if (solution != nullptr && PyDict_Check(solution)) {
+    ctx.var_values = solution;
+  } else if (solution != nullptr) {
+    const bool sequence = PyList_Check(solution) ||
+                          (nvo_is_array(solution) &&
+                           PyArray_NDIM(reinterpret_cast<PyArrayObject *>(solution)) == 1);
+    if (!sequence)
+      return nvo_model_error(
+          "Argument \"solution\" must be a dictionary, a list, or a one-dimensional NumPy "
+          "array.\nSee the documentation for nuvrel.evaluate");
+    if (p == nullptr)
+      return nvo_model_error(
+          "Argument \"problem\" is necessary when passing a list or NumPy array of variable "
+          "values");
+    if (values_from_sequence(solution, &columns) != 0) return nullptr;
+  } else if (values_from_problem(p, &columns) != 0) {
+    return setNvrlErrIfNull(problem, nullptr);
+  }
+  if (ctx.var_values == nullptr) {
+    ctx.values = columns.data();
+    ctx.n = static_cast<Py_ssize_t>(columns.size());
+  }
+  PyRef packed;
+  if (expressions != nullptr) {
+    if (PyTuple_GET_SIZE(args) > 0) {
+      PyErr_SetString(nvpy_interf_exc,
+                      "nuvrel.evaluate() takes the expressions either as arguments or as "
+                      "\"expressions\"");
+      return nullptr;
+    }
+    packed = PyRef(PyTuple_Pack(1, expressions));
+    if (!packed) return nullptr;
+    args = packed.get();
+  }
+  PyObject *result = scan_args_expressions(args, &ctx, p != nullptr);
+  if (result == nullptr && !PyErr_Occurred()) Py_RETURN_NONE;
   return result;
 }

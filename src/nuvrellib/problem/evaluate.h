@@ -44,3 +44,7 @@ int evaluate_object(PyObject *obj, const nvo_eval_context *ctx, int depth, doubl
 // column values as the problem has columns. New reference, or null with an exception set
 // (also when args is empty).
 extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject *values);
+
+// The module function nuvrel.evaluate(*args, problem=None, solution=None).
+PyObject *nuvrelmod_evaluate(PyObject *self, PyObject *args, PyObject *kwargs);
+extern const char nuvrelmod_evaluate_doc[];

@@ -18,13 +18,6 @@
 #include "module/pyref.h"
 #include "problem/problem.h"
 
-// The nonlinear solver's file functions, bound weakly: a library without them makes the
-// nonlinear paths fail with a message instead of the module failing to load.
-extern "C" int NSLPreadprob(NSLPprob slp, const char *filename, const char *flags)
-    __attribute__((weak));
-extern "C" int NSLPwriteprob(NSLPprob slp, const char *filename, const char *flags)
-    __attribute__((weak));
-
 namespace {
 
 
@@ -266,8 +259,7 @@ int read_nonlinear_counts(problem_s *p) {
 // The library reads the file; the nonlinear solver gets a second chance at it.
 int read_file(problem_s *p, const char *filename, const char *options) {
   if (NVRLreadprob(p->prob, filename, options) == 0) return 0;
-  if (nslp_usable(p) && NSLPreadprob != nullptr &&
-      NSLPreadprob(p->slpprob, filename, options) == 0)
+  if (nslp_usable(p) && NSLPreadprob(p->slpprob, filename, options) == 0)
     return 0;
   return nvo_library_error(p);
 }
@@ -319,7 +311,7 @@ PyObject *problem_write(PyObject *self, PyObject *args, PyObject *kwargs) {
 
   // The nonlinear solver writes nonlinear problems, and linear ones when asked with 'g'.
   bool by_nslp = problem_is_nonlinear(p) || std::strchr(flags, 'g') != nullptr;
-  if (by_nslp && (!nslp_usable(p) || NSLPwriteprob == nullptr)) {
+  if (by_nslp && !nslp_usable(p)) {
     PyErr_SetString(nvpy_solver_exc,
                     "The nonlinear solver is not available to write the problem");
     return nullptr;

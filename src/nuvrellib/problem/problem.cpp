@@ -48,6 +48,7 @@ int create_ctrl_attr(problem_s *p) {
 // Creates the library handles; the nonlinear one stacked on the optimiser's when the
 // nonlinear solver is available (with its automatic presolve off).
 int create_handles(problem_s *p) {
+  p->constant_col = INT32_MIN;
   if (NVRLcreateprob(&p->prob) != 0) {
     p->prob = nullptr;
     PyErr_SetString(nvpy_solver_exc, "Could not create optimization problem");
@@ -355,6 +356,7 @@ problem_s *problem_alloc() {
   p->reserved_index = -1;
   p->objtransfer_col = -1;
   p->objtransfer_row = -1;
+  p->constant_col = INT32_MIN;
   return p;
 }
 

@@ -17,11 +17,6 @@
 #include "module/scalars.h"
 #include "problem/solve.h"
 
-// The nonlinear solver's solution reader, bound weakly: when the library does not provide it,
-// reading a nonlinear solution fails with a message instead of the module failing to load.
-extern "C" int NSLPgetslpsol(NSLPprob slp, double x[], double slack[], double duals[],
-                             double djs[]) __attribute__((weak));
-
 namespace {
 
 
@@ -36,10 +31,6 @@ int solver_error(const char *msg) {
 }
 
 int nslp_getslpsol(NSLPprob slp, double *x, double *slack, double *duals, double *djs) {
-  if (NSLPgetslpsol == nullptr) {
-    PyErr_SetString(nvpy_solver_exc, "The solver library cannot report nonlinear solutions");
-    return -1;
-  }
   return NSLPgetslpsol(slp, x, slack, duals, djs);
 }
 

@@ -20,11 +20,92 @@
 
 namespace {
 
+// Row status bit of the auxiliary row that carries a nonlinear objective.
+constexpr int kTransferRowStatus = 0x800;
 
-// Nonlinear rows and objectives cannot be built yet, so solving a problem that claims them,
-// or changing its objective, is refused plainly.
-int nonlinear_unavailable() {
-  return nvo_model_error("Nonlinear expressions cannot be passed to the solver in this version");
+bool nslp_usable(const problem_s *p) { return p->slpprob != nullptr && nslp_state(-1) == 1; }
+
+int nonlinear_missing() {
+  PyErr_SetString(nvpy_interf_exc, "The nonlinear solver is not available for this problem");
+  return -1;
+}
+
+// Moves the map's indices above a deleted one down by one.
+void close_gap(rowcolmap *map, int64_t deleted) {
+  for (auto &entry : *map)
+    if (entry.second > deleted) --entry.second;
+}
+
+// Removes the auxiliary row and column of a nonlinear objective with its formula.
+int drop_objective_transfer(problem_s *p) {
+  const int row = p->objtransfer_row, col = p->objtransfer_col;
+  if (row < 0 || col < 0) return 0;
+  if (nslp_usable(p)) {
+    int n = 0;
+    if (NSLPgetcoefs(p->slpprob, &n, nullptr, nullptr) != 0) return nvo_library_error(p);
+    AllocBuffer<int> rows, cols;
+    if (rows.allocate(static_cast<size_t>(n)) != 0 || cols.allocate(static_cast<size_t>(n)) != 0)
+      return -1;
+    if (n > 0 && NSLPgetcoefs(p->slpprob, &n, rows.data(), cols.data()) != 0)
+      return nvo_library_error(p);
+    int m = 0;
+    for (int k = 0; k < n; ++k)
+      if (rows[k] == row) {
+        rows[m] = rows[k];
+        cols[m++] = cols[k];
+      }
+    int status = 0;
+    if ((m > 0 && NSLPdelcoefs(p->slpprob, m, rows.data(), cols.data()) != 0) ||
+        NSLPgetrowstatus(p->slpprob, row, &status) != 0)
+      return nvo_library_error(p);
+    status &= ~kTransferRowStatus;
+    if (NSLPchgrowstatus(p->slpprob, row, &status) != 0 ||
+        NSLPdelvars(p->slpprob, 1, &col) != 0)
+      return nvo_library_error(p);
+  }
+  if (NVRLdelcols(p->prob, 1, &col) != 0 || NVRLdelrows(p->prob, 1, &row) != 0)
+    return nvo_library_error(p);
+  // Objects added after the objective sat above the auxiliary row and column.
+  close_gap(p->varmap, col);
+  close_gap(p->conmap, row);
+  p->objtransfer_col = p->objtransfer_row = -1;
+  p->nonlin_obj = 0;
+  return 0;
+}
+
+// The nonlinear part of an objective: the objective gets a free auxiliary column t with cost
+// 1 and the auxiliary row formula - t = 0 carries the formula.
+int add_objective_transfer(problem_s *p, nvo_nlcoefs *nl) {
+  int row = 0, col = 0;
+  if (NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_ROWS, &row) != 0 ||
+      NVRLgetintattrib(p->prob, NVRL_ATTR_ORIGINAL_COLUMNS, &col) != 0)
+    return nvo_library_error(p);
+  const char type = 'E';
+  const double zero = 0.0, one = 1.0, minus_one = -1.0, lb = -NVRL_INFINITY, ub = NVRL_INFINITY;
+  const NVRLint64 start = 0;
+  if (NVRLaddrows64(p->prob, 1, 0, &type, &zero, nullptr, nullptr, nullptr, nullptr) != 0)
+    return nvo_library_error(p);
+  p->objtransfer_row = row;
+  if (NVRLaddcols64(p->prob, 1, 1, &one, &start, &row, &minus_one, &lb, &ub) != 0)
+    return nvo_library_error(p);
+  p->objtransfer_col = col;
+  p->nonlin_obj = 1;
+  int status = 0;
+  if (NVRLaddnames(p->prob, 1, "objtransferrow", row, row) != 0 ||
+      NVRLaddnames(p->prob, 2, "objtransfercol", col, col) != 0 ||
+      NSLPchgvar(p->slpprob, col, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                 nullptr, nullptr, nullptr, nullptr, nullptr) != 0 ||
+      NSLPgetrowstatus(p->slpprob, row, &status) != 0)
+    return nvo_library_error(p);
+  status |= kTransferRowStatus;
+  if (NSLPchgrowstatus(p->slpprob, row, &status) != 0) return nvo_library_error(p);
+  nl->set_rows(0, row);
+  if (nl->close_starts() != 0) return -1;
+  if (NSLPaddcoefs(p->slpprob, static_cast<int>(nl->size()), nl->row.data(), nl->col.data(),
+                   nl->factor.data(), nl->start.data(), 1, nl->tokens.types(),
+                   nl->tokens.values()) != 0)
+    return nvo_library_error(p);
+  return 0;
 }
 
 // Zeroes the linear objective, its constant and the quadratic objective.
@@ -131,8 +212,9 @@ constexpr const char *kNlpStatusNames[10] = {
 
 PyDoc_STRVAR(problem_setObjective_doc,
              "setObjective(objective, sense=nuvrel.minimize)\n\n"
-             "Replaces the objective by a variable or a linear or quadratic expression, to be\n"
-             "minimized (sense=nuvrel.minimize) or maximized (sense=nuvrel.maximize).\n\n"
+             "Replaces the objective by a variable or a linear, quadratic or nonlinear\n"
+             "expression, to be minimized (sense=nuvrel.minimize) or maximized\n"
+             "(sense=nuvrel.maximize).\n\n"
              "Example: p.setObjective(3*x + 2*y - x*x, sense=nuvrel.maximize)");
 
 PyObject *problem_setObjective(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -147,12 +229,43 @@ PyObject *problem_setObjective(PyObject *self, PyObject *args, PyObject *kwargs)
   Py_RETURN_NONE;
 }
 
+// The nonlinear path of solve: integer columns are kept integral by the 'g' flag.
+PyObject *solve_nonlinear(problem_s *p, const char *flags, int is_mip) {
+  char buffer[512];
+  const size_t len = flags != nullptr ? std::min(std::strlen(flags), sizeof buffer - 1) : 0;
+  std::memcpy(buffer, flags != nullptr ? flags : "", len);
+  buffer[len] = '\0';
+  if (is_mip && std::strchr(buffer, 'g') == nullptr) {
+    if (len > 510) {
+      PyErr_SetString(nvpy_solver_exc,
+                      "Problem is mixed integer but the flag string is full; cannot add 'g' to "
+                      "the flags");
+      return nullptr;
+    }
+    buffer[len] = 'g';
+    buffer[len + 1] = '\0';
+  }
+  int rc;
+  {
+    ProblemSolving solving(p);
+    setSigIntHandler();
+    Py_BEGIN_ALLOW_THREADS
+    rc = NSLPnlpoptimize(p->slpprob, buffer);
+    Py_END_ALLOW_THREADS
+    resetSigIntHandler();
+  }
+  if (PyErr_Occurred()) return nullptr;  // raised by a callback or a user function
+  if (rc != 0) return setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+  Py_RETURN_NONE;
+}
+
 PyDoc_STRVAR(problem_solve_doc,
              "solve(flags=None)\n\n"
-             "Solves the problem with the linear, mixed-integer or quadratic optimizer, as its\n"
-             "content requires. flags is an optional string of solver flags: 'p' primal\n"
-             "simplex, 'd' dual simplex, 'b' barrier. Ctrl-C stops the solve with its best\n"
-             "answer so far.\n\n"
+             "Solves the problem with the linear, mixed-integer or quadratic optimizer, or with\n"
+             "the nonlinear solver when constraints or the objective are nonlinear. flags is an\n"
+             "optional string of solver flags: 'p' primal simplex, 'd' dual simplex, 'b'\n"
+             "barrier ('g' is added for a nonlinear problem with integer variables). Ctrl-C\n"
+             "stops the solve with its best answer so far.\n\n"
              "Example: p.solve(); print(p.getProbStatusString(), p.getObjVal())");
 
 PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -180,10 +293,7 @@ PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
     }
     if (flags == nullptr) return nullptr;
   }
-  if (problem_is_nonlinear(p)) {
-    nonlinear_unavailable();
-    return nullptr;
-  }
+  if (problem_is_nonlinear(p) && nslp_usable(p)) return solve_nonlinear(p, flags, is_mip);
   int rc;
   {
     // Other threads run while the library solves, and so do message handlers on this one:
@@ -274,8 +384,12 @@ int problem_is_mip(problem_s *p) {
 }
 
 int check_nl_unconstruct(problem_s *p) {
-  if (!problem_is_nonlinear(p) || nslp_state(-1) != 1) return 0;
-  return nonlinear_unavailable();
+  if (!problem_is_nonlinear(p) || !nslp_usable(p)) return 0;
+  int state = 0;
+  if (NSLPgetintattrib(p->slpprob, NSLP_ATTR_STATE, &state) != 0) return nvo_library_error(p);
+  if ((state & 1) != 0 && NSLPunconstruct(p->slpprob) != 0) return nvo_library_error(p);
+  if ((state & (1 << 29)) != 0 && NSLPpostsolve(p->slpprob) != 0) return nvo_library_error(p);
+  return 0;
 }
 
 int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
@@ -298,11 +412,14 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
     return nvo_model_error("Invalid object set as objective");
   }
   nvo_converted converted;
+  nvo_nlcoefs nl;  // the nonlinear part, if any
   // Converted before anything changes, so that a refused objective leaves the old one.
-  if (convertExpr(p->varmap, objective.get(), &converted) != 0) return -1;
+  if (convertExpr(p, objective.get(), &converted, &nl) != 0) return -1;
+  if (nl.size() > 0 && !nslp_usable(p)) return nonlinear_missing();
   // The library refuses such coefficients, but only after the old objective has been cleared.
   if (objective_out_of_range(converted) != 0) return -1;
   if (check_nl_unconstruct(p) != 0) return -1;
+  if (drop_objective_transfer(p) != 0) return -1;
   if (clear_objective(p) != 0) return -1;
 
   if (converted.constant != 0.0) {
@@ -310,9 +427,9 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
     const double value = -converted.constant;
     if (NVRLchgobj(p->prob, 1, &constant_col, &value) != 0) return nvo_library_error(p);
   }
-  const size_t nl = converted.lin_col.size();
-  if (nl > 0) {
-    if (NVRLchgobj(p->prob, static_cast<int>(nl), converted.lin_col.data(),
+  const size_t nlin = converted.lin_col.size();
+  if (nlin > 0) {
+    if (NVRLchgobj(p->prob, static_cast<int>(nlin), converted.lin_col.data(),
                    converted.lin_coef.data()) != 0)
       return nvo_library_error(p);
   }
@@ -326,6 +443,20 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
     if (NVRLchgmqobj64(p->prob, static_cast<NVRLint64>(nq), converted.quad_col1.data(),
                        converted.quad_col2.data(), q.data()) != 0)
       return nvo_library_error(p);
+  }
+  if (nl.size() > 0 && add_objective_transfer(p, &nl) != 0) {
+    // No half-made objective: whatever was added goes again.
+    PyObject *type, *value, *traceback;
+    PyErr_Fetch(&type, &value, &traceback);
+    if (p->objtransfer_col < 0 && p->objtransfer_row >= 0)
+      NVRLdelrows(p->prob, 1, &p->objtransfer_row);
+    else
+      drop_objective_transfer(p);
+    PyErr_Clear();
+    p->objtransfer_col = p->objtransfer_row = -1;
+    p->nonlin_obj = 0;
+    PyErr_Restore(type, value, traceback);
+    return -1;
   }
   if (NVRLchgobjsense(p->prob, sense == 1 ? 1 : -1) != 0) return nvo_library_error(p);
   if (p->slpprob != nullptr && nslp_state(-1) == 1 &&
