@@ -304,6 +304,7 @@ const char nuvrelmod_user_doc[] =
     "Synopsis:\n"
     "  f = nuvrel.user(callable, arg1, arg2, ..., derivatives=False)\n\n"
     "Example:\n"
+    "  import math\n"
     "  def hyp(a, b):\n"
     "      return math.hypot(a, b)\n"
     "  p.addConstraint(nuvrel.user(hyp, x, y) <= 2)\n";
