@@ -20,8 +20,6 @@ namespace {
 
 // Depth budget of one coefficient's formula: deeper trees are refused, never recursed into.
 constexpr int kMaxDepth = 64;
-// problem_s::constant_col before the library has been asked.
-constexpr int kUnreadColumn = INT_MIN;
 
 // A missing variable is reported by where it sits in the body.
 constexpr const char *kLinearTerm =
@@ -42,7 +40,7 @@ constexpr const char *kDepth =
     "expression";
 
 // Column of var in p, or -1 with ModelError msg.
-inline int column_of(const problem_s *p, PyObject *var, const char *msg) {
+inline int column_of(const nvo_nl_problem *p, PyObject *var, const char *msg) {
   int64_t col;
   if (rowcolmap_get(p->varmap, var_id(var), &col) != 0) return nvo_model_error(msg);
   return static_cast<int>(col);
@@ -54,7 +52,7 @@ inline PyObject *as_obj(const var_s *v) {
 
 // --- linear and quadratic part ---------------------------------------------------------------
 
-inline int add_lin(const problem_s *p, PyObject *var, double coef, const char *msg,
+inline int add_lin(const nvo_nl_problem *p, PyObject *var, double coef, const char *msg,
                    nvo_converted *out) {
   int col = column_of(p, var, msg);
   if (col < 0) return -1;
@@ -63,7 +61,7 @@ inline int add_lin(const problem_s *p, PyObject *var, double coef, const char *m
   return 0;
 }
 
-int add_quad(const problem_s *p, PyObject *x, PyObject *y, double coef, const char *msg,
+int add_quad(const nvo_nl_problem *p, PyObject *x, PyObject *y, double coef, const char *msg,
              nvo_converted *out) {
   int c1 = column_of(p, x, msg);
   if (c1 < 0) return -1;
@@ -75,7 +73,7 @@ int add_quad(const problem_s *p, PyObject *x, PyObject *y, double coef, const ch
   return 0;
 }
 
-int linear_expression(const problem_s *p, expression_s *e, double sign, nvo_converted *out) {
+int linear_expression(const nvo_nl_problem *p, expression_s *e, double sign, nvo_converted *out) {
   out->constant += sign * e->constant;
   if (e->lin != nullptr) {
     const size_t n = out->lin_col.size() + e->lin->size();
@@ -93,7 +91,7 @@ int linear_expression(const problem_s *p, expression_s *e, double sign, nvo_conv
 
 // sign * body into *out for a body of kind (number .. expression). 1 when body is of no such
 // kind (nothing is written), else 0 or -1.
-int linear_part(const problem_s *p, PyObject *body, int kind, double sign, nvo_converted *out) {
+int linear_part(const nvo_nl_problem *p, PyObject *body, int kind, double sign, nvo_converted *out) {
   switch (kind) {
     case NVO_KIND_NUMBER:
       out->constant += sign * nvo_number_value(body);
@@ -145,7 +143,7 @@ inline int balanced_ops(nvo_tokens *t, size_t i, size_t k, double op, size_t *wr
 }
 
 // c*x or c*x*y (y null for the former): c written only when it is not 1 or -1.
-int write_term(const problem_s *p, double c, PyObject *x, PyObject *y, nvo_tokens *t) {
+int write_term(const nvo_nl_problem *p, double c, PyObject *x, PyObject *y, nvo_tokens *t) {
   if (check_finite(c) != 0) return -1;
   const int cx = column_of(p, x, kFormulaTermVar);
   if (cx < 0) return -1;
@@ -167,7 +165,7 @@ int write_term(const problem_s *p, double c, PyObject *x, PyObject *y, nvo_token
 }
 
 // An expression leaf: its constant (when not 0) and its terms joined by balanced plus signs.
-int write_expression(const problem_s *p, expression_s *e, nvo_tokens *t) {
+int write_expression(const nvo_nl_problem *p, expression_s *e, nvo_tokens *t) {
   if (check_finite(e->constant) != 0) return -1;
   size_t k = e->constant != 0.0 ? 1 : 0;
   if (e->lin != nullptr) k += e->lin->size();
@@ -203,10 +201,10 @@ struct Skipped {
   }
 };
 
-int write_node(problem_s *p, PyObject *node, nvo_tokens *t, int depth, const Skipped *skip);
+int write_node(const nvo_nl_problem *p, PyObject *node, nvo_tokens *t, int depth, const Skipped *skip);
 
 // Sum and product: operands in order with the balanced operator scheme.
-int write_sum_or_product(problem_s *p, PyObject *args, int op, nvo_tokens *t, int depth,
+int write_sum_or_product(const nvo_nl_problem *p, PyObject *args, int op, nvo_tokens *t, int depth,
                          const Skipped *skip) {
   if (!PyList_Check(args) && !PyTuple_Check(args))
     return nvo_model_error("N-ary operator should have list or tuple of arguments");
@@ -229,7 +227,7 @@ int write_sum_or_product(problem_s *p, PyObject *args, int op, nvo_tokens *t, in
   return 0;
 }
 
-int write_node(problem_s *p, PyObject *node, nvo_tokens *t, int depth, const Skipped *skip) {
+int write_node(const nvo_nl_problem *p, PyObject *node, nvo_tokens *t, int depth, const Skipped *skip) {
   if (depth < 1) return nvo_model_error(kDepth);
   const int op = nonlin_op_of(node);
   PyObject *args = reinterpret_cast<nonlin_s *>(node)->args;
@@ -275,7 +273,7 @@ int write_node(problem_s *p, PyObject *node, nvo_tokens *t, int depth, const Ski
 
 // One nonlinear coefficient from a node at the top of a body: sign * node. A product gives
 // its first variable as the column and its numbers as the factor.
-int add_coefficient(problem_s *p, PyObject *node, double sign, nvo_nlcoefs *nl) {
+int add_coefficient(const nvo_nl_problem *p, PyObject *node, double sign, nvo_nlcoefs *nl) {
   int col = -1;
   double factor = sign;
   Skipped skip;
@@ -370,7 +368,7 @@ int merge_shared_columns(nvo_nlcoefs *nl, size_t first) {
   return 0;
 }
 
-int convert_body(problem_s *p, PyObject *body, nvo_converted *out, nvo_nlcoefs *nl) {
+int convert_body(const nvo_nl_problem *p, PyObject *body, nvo_converted *out, nvo_nlcoefs *nl) {
   const int kind = nvo_kind_noraise(body);
   if (kind != NVO_KIND_NONLIN) {
     const int rc = linear_part(p, body, kind, 1.0, out);
@@ -441,7 +439,7 @@ int nvo_nlcoefs::close_starts() {
   return start.push_back(static_cast<int>(tokens.size()));
 }
 
-int nvo_formula_operand(problem_s *p, PyObject *obj, nvo_tokens *t, int depth) {
+int nvo_formula_operand(const nvo_nl_problem *p, PyObject *obj, nvo_tokens *t, int depth) {
   if (depth < 1) return nvo_model_error(kDepth);
   switch (nvo_kind_noraise(obj)) {
     case NVO_KIND_NUMBER: {
@@ -470,75 +468,26 @@ int nvo_formula_operand(problem_s *p, PyObject *obj, nvo_tokens *t, int depth) {
   }
 }
 
-int nvo_constant_column(problem_s *p, int *col) {
-  if (p->constant_col == kUnreadColumn) {
+int nvo_constant_column(const nvo_nl_problem *p, int *col) {
+  if (*p->constant_col == NVO_CONSTANT_COL_UNREAD) {
     if (p->slpprob == nullptr || nslp_state(-1) != 1) {
       PyErr_SetString(nvpy_interf_exc, "The nonlinear solver is not available for this problem");
       return -1;
     }
     int c = 0;
     if (NSLPgetintattrib(p->slpprob, NSLP_ATTR_CONSTANT_COLUMN, &c) != 0)
-      return nvo_library_error(p);
-    p->constant_col = c;
+      return nvo_library_error(p->owner);
+    *p->constant_col = c;
   }
-  *col = p->constant_col;
+  *col = *p->constant_col;
   return 0;
 }
 
-int convertExpr(problem_s *p, PyObject *body, nvo_converted *out, nvo_nlcoefs *nl) {
+int convertExpr(const nvo_nl_problem *p, PyObject *body, nvo_converted *out, nvo_nlcoefs *nl) {
   const size_t first = nl->size();
   if (convert_body(p, body, out, nl) != 0 || merge_shared_columns(nl, first) != 0) {
     nl->truncate(first);
     return -1;
   }
   return 0;
-}
-
-// Entry for tests and diagnostics, reached through the extension's exported symbols (not a
-// method): the nonlinear coefficients the library holds for problem, as a list of (row,
-// column, factor, [(type, value), ...]) in the library's order, formulas in parsed form.
-extern "C" __attribute__((visibility("default"))) PyObject *nvo_nl_coefs_py(PyObject *problem) {
-  if (!problem_check(problem)) {
-    PyErr_SetString(PyExc_TypeError, "a nuvrel.problem is needed");
-    return nullptr;
-  }
-  problem_s *p = problem_ready_for(problem, "nl_coefs");
-  if (p == nullptr) return nullptr;
-  if (p->slpprob == nullptr) return PyList_New(0);
-  int n = 0;
-  if (NSLPgetcoefs(p->slpprob, &n, nullptr, nullptr) != 0) return setNvrlErrIfNull(problem, nullptr);
-  AllocBuffer<int> rows, cols;
-  if (rows.allocate(static_cast<size_t>(n)) != 0 || cols.allocate(static_cast<size_t>(n)) != 0)
-    return nullptr;
-  if (n > 0 && NSLPgetcoefs(p->slpprob, &n, rows.data(), cols.data()) != 0)
-    return setNvrlErrIfNull(problem, nullptr);
-  PyObject *result = PyList_New(0);
-  if (result == nullptr) return nullptr;
-  for (int k = 0; k < n; ++k) {
-    int ntok = 0;
-    double factor = 0.0;
-    AllocBuffer<int> types;
-    AllocBuffer<double> values;
-    if (NSLPgetcoefformula(p->slpprob, rows[k], cols[k], &factor, 1, 0, &ntok, nullptr,
-                           nullptr) != 0 ||
-        types.allocate(static_cast<size_t>(ntok)) != 0 ||
-        values.allocate(static_cast<size_t>(ntok)) != 0 ||
-        NSLPgetcoefformula(p->slpprob, rows[k], cols[k], &factor, 1, ntok, &ntok, types.data(),
-                           values.data()) != 0) {
-      Py_DECREF(result);
-      return setNvrlErrIfNull(problem, nullptr);
-    }
-    PyObject *tokens = PyList_New(ntok);
-    for (int i = 0; tokens != nullptr && i < ntok; ++i)
-      PyList_SET_ITEM(tokens, i, Py_BuildValue("(id)", types[i], values[i]));
-    PyObject *item = tokens != nullptr ? Py_BuildValue("(iidN)", rows[k], cols[k], factor, tokens)
-                                       : nullptr;
-    if (item == nullptr || PyList_Append(result, item) != 0) {
-      Py_XDECREF(item);
-      Py_DECREF(result);
-      return nullptr;
-    }
-    Py_DECREF(item);
-  }
-  return result;
 }

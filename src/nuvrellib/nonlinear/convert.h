@@ -5,10 +5,23 @@
 
 #include <Python.h>
 
+#include <cstdint>
+
 #include "model/termmaps.h"
 #include "module/alloc_buffer.h"
 #include "nonlinear/tokens.h"
-#include "problem/problem.h"
+#include "nvrl.h"
+
+// What the conversion needs of a problem; the problem layer fills it in from its fields.
+struct nvo_nl_problem {
+  PyObject *owner = nullptr;          // the problem object, for library errors
+  const rowcolmap *varmap = nullptr;  // variable identifier -> column
+  NSLPprob slpprob = nullptr;         // null when the nonlinear solver is not available
+  int32_t *constant_col = nullptr;    // the problem's cache of the constant column
+  PyObject **userfuncs = nullptr;     // the problem's dict of user functions (null until made)
+};
+// Value of *constant_col before the library has been asked.
+constexpr int32_t NVO_CONSTANT_COL_UNREAD = INT32_MIN;
 
 // The converted linear and quadratic part of a body. Quadratic coefficients are as written:
 // (i, j, c) stands for c*xi*xj (c*xi^2 when i == j); the callers turn them into the library's
@@ -58,16 +71,16 @@ struct nvo_nlcoefs {
 // *out; a nonlin node is split into its linear and quadratic operands (to *out) and nonlinear
 // coefficients (appended to *nl, rows left for the caller). Zero coefficients are skipped.
 // 0, or -1 with an exception set; *nl then holds exactly what it held before.
-int convertExpr(problem_s *p, PyObject *body, nvo_converted *out, nvo_nlcoefs *nl);
+int convertExpr(const nvo_nl_problem *p, PyObject *body, nvo_converted *out, nvo_nlcoefs *nl);
 
 // Writes the tokens of one operand of a formula (number, var, term, expression or nonlin
 // node) into tokens, with depth the remaining depth budget (refused below 1). For the
 // conversion of pwl and user-function nodes. 0, or -1 with an exception set.
-int nvo_formula_operand(problem_s *p, PyObject *obj, nvo_tokens *tokens, int depth);
+int nvo_formula_operand(const nvo_nl_problem *p, PyObject *obj, nvo_tokens *tokens, int depth);
 
 // The nonlinear library's constant column of p, read once per problem. 0, or -1 with an
 // exception set (also when p has no nonlinear problem).
-int nvo_constant_column(problem_s *p, int *col);
+int nvo_constant_column(const nvo_nl_problem *p, int *col);
 
 // The library's quadratic conventions (see nvrl.h): in a row (i, j, v) with i != j is
 // 2v*xi*xj and (i, i, v) is v*xi^2; in the objective (i, j, v) with i != j is v*xi*xj and

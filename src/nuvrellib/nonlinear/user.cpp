@@ -1,13 +1,14 @@
 // User functions: the module function user(), their registration with a problem's nonlinear
-// solver, and the entry points through which the solver calls the Python callable back.
+// solver, the entry points through which the solver calls the Python callable back, and the
+// exceptions they keep for the solve.
 #include "nonlinear/user.h"
 
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/pyref.h"
+#include "nonlinear/convert.h"
 #include "nonlinear/nonlin.h"
 #include "nvrl.h"
-#include "problem/problem.h"
 
 namespace {
 
@@ -168,7 +169,7 @@ PyRef<> function_name(PyObject *callable) {
 
 // The library's steps after the definition: name, address, object. 0, or -1 with the
 // library's error.
-int complete_registration(problem_s *p, int index, const char *name, PyObject *callable,
+int complete_registration(const nvo_nl_problem *p, int index, const char *name, PyObject *callable,
                           bool with_derivatives) {
   NSLPprob slp = p->slpprob;
   NSLPfuncaddress address =
@@ -177,19 +178,19 @@ int complete_registration(problem_s *p, int index, const char *name, PyObject *c
           : reinterpret_cast<NSLPfuncaddress>(nvpy_generic_user_function_no_derivative);
   if (NSLPaddnames(slp, NSLP_NAMES_USERFUNCS, name, index, index) != 0 ||
       NSLPchguserfuncaddress(slp, index, address) != 0)
-    return nvo_library_error(p);
+    return nvo_library_error(p->owner);
   PyRef<> index_obj(PyLong_FromLong(index));
   if (!index_obj) return -1;
   PyRef<> object(PyTuple_Pack(2, callable, index_obj.get()));
   if (!object) return -1;
-  if (NSLPsetuserfuncobject(slp, index, object.get()) != 0) return nvo_library_error(p);
+  if (NSLPsetuserfuncobject(slp, index, object.get()) != 0) return nvo_library_error(p->owner);
   object.release();  // the library's reference, released with the problem
   return 0;
 }
 
 }  // namespace
 
-int createUserFunction(problem_s *p, PyObject *args, int *index, bool with_derivatives) {
+int createUserFunction(const nvo_nl_problem *p, PyObject *args, int *index, bool with_derivatives) {
   if (!(PyTuple_Check(args) || PyList_Check(args)) || PySequence_Fast_GET_SIZE(args) < 1 ||
       !PyCallable_Check(PySequence_Fast_GET_ITEM(args, 0)))
     return nvo_model_error(
@@ -199,8 +200,8 @@ int createUserFunction(problem_s *p, PyObject *args, int *index, bool with_deriv
     PyErr_SetString(nvpy_solver_exc, "The nonlinear solver is not available");
     return -1;
   }
-  if (p->userfuncs == nullptr && (p->userfuncs = PyDict_New()) == nullptr) return -1;
-  PyObject *known = PyDict_GetItemWithError(p->userfuncs, callable);
+  if (*p->userfuncs == nullptr && (*p->userfuncs = PyDict_New()) == nullptr) return -1;
+  PyObject *known = PyDict_GetItemWithError(*p->userfuncs, callable);
   if (known != nullptr) {
     *index = static_cast<int>(PyLong_AsLong(known));
     return 0;
@@ -211,18 +212,18 @@ int createUserFunction(problem_s *p, PyObject *args, int *index, bool with_deriv
   if (!name_obj) return -1;
   const char *name = PyUnicode_AsUTF8(name_obj.get());
   if (name == nullptr) return -1;
-  const int new_index = static_cast<int>(PyDict_GET_SIZE(p->userfuncs)) + 1;
+  const int new_index = static_cast<int>(PyDict_GET_SIZE(*p->userfuncs)) + 1;
   int name_string = 0, linkage_string = 0;
   if (NSLPsetstring(p->slpprob, &name_string, name) != 0 ||
       NSLPsetstring(p->slpprob, &linkage_string, "DirectC") != 0)
-    return nvo_library_error(p);
+    return nvo_library_error(p->owner);
   const int types[] = {NSLP_UFDEF_STRING, NSLP_UFDEF_ARGS, NSLP_UFDEF_CALL, NSLP_UFDEF_STRING,
                        NSLP_TOK_EOF};
   const double values[] = {
       static_cast<double>(name_string), 1.0,
       with_derivatives ? double(NSLP_UFCALL_DERIVATIVES) : double(NSLP_UFCALL_VALUES),
       static_cast<double>(linkage_string), 0.0};
-  if (NSLPadduserfuncs(p->slpprob, 1, types, values) != 0) return nvo_library_error(p);
+  if (NSLPadduserfuncs(p->slpprob, 1, types, values) != 0) return nvo_library_error(p->owner);
 
   PyRef<> index_obj(PyLong_FromLong(new_index));
   if (!index_obj) return -1;
@@ -231,58 +232,25 @@ int createUserFunction(problem_s *p, PyObject *args, int *index, bool with_deriv
     // be, so that later registrations keep counting in step with the library.
     PendingError failure;
     PyRef<> placeholder(PyLong_FromLong(-new_index));
-    if (placeholder) PyDict_SetItem(p->userfuncs, placeholder.get(), index_obj.get());
+    if (placeholder) PyDict_SetItem(*p->userfuncs, placeholder.get(), index_obj.get());
     PyErr_Clear();
     failure.restore();
     return -1;
   }
-  if (PyDict_SetItem(p->userfuncs, callable, index_obj.get()) != 0) return -1;
+  if (PyDict_SetItem(*p->userfuncs, callable, index_obj.get()) != 0) return -1;
   *index = new_index;
   return 0;
 }
 
-// ----- the problem's bookkeeping ----------------------------------------------------------
-
-int nvo_userfuncs_copy(problem_s *dst, const problem_s *src) {
-  if (src->userfuncs == nullptr || PyDict_GET_SIZE(src->userfuncs) == 0 ||
-      dst->slpprob == nullptr)
-    return 0;
-  PyObject *copy = PyDict_Copy(src->userfuncs);
-  if (copy == nullptr) return -1;
-  Py_XSETREF(dst->userfuncs, copy);
-  const Py_ssize_t n = PyDict_GET_SIZE(copy);
-  for (Py_ssize_t i = 1; i <= n; ++i) {
-    void *object = nullptr;
-    if (NSLPgetuserfuncobject(dst->slpprob, static_cast<int>(i), &object) != 0) break;
-    Py_XINCREF(static_cast<PyObject *>(object));
-  }
-  return 0;
-}
-
-void nvo_userfuncs_release(problem_s *p) {
-  if (p->userfuncs != nullptr && p->slpprob != nullptr) {
-    const Py_ssize_t n = PyDict_GET_SIZE(p->userfuncs);
-    for (Py_ssize_t i = 1; i <= n; ++i) {
-      void *object = nullptr;
-      if (NSLPgetuserfuncobject(p->slpprob, static_cast<int>(i), &object) != 0) break;
-      // Cleared first: releasing the object may run Python code that reaches the problem.
-      NSLPsetuserfuncobject(p->slpprob, static_cast<int>(i), nullptr);
-      Py_XDECREF(static_cast<PyObject *>(object));
-    }
-  }
-  Py_CLEAR(p->userfuncs);
-  if (p->slpprob != nullptr) take_error(p->slpprob);
-}
-
 // ----- errors of a solve ------------------------------------------------------------------
 
-void nvo_userfunc_error_discard(problem_s *p) {
-  if (p->slpprob != nullptr) take_error(p->slpprob);
+void nvo_userfunc_error_discard(NSLPprob slp) {
+  if (slp != nullptr) take_error(slp);
 }
 
-int nvo_userfunc_error_raise(problem_s *p) {
-  if (p->slpprob == nullptr) return 0;
-  PyRef<> kept = take_error(p->slpprob);
+int nvo_userfunc_error_raise(NSLPprob slp) {
+  if (slp == nullptr) return 0;
+  PyRef<> kept = take_error(slp);
   if (!kept) return 0;
   // The user's own exception, as raised: it replaces whatever the solve reported since.
   PyErr_Clear();

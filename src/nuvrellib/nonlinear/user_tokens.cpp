@@ -15,8 +15,8 @@ namespace {
 constexpr int kPwlFunction = 35;
 
 // The operands of node, last first, from operand index `last` down to `first`.
-int operands_reversed(problem_s *p, PyObject *items, Py_ssize_t first, nvo_tokens *tokens,
-                      int depth) {
+int operands_reversed(const nvo_nl_problem *p, PyObject *items, Py_ssize_t first,
+                      nvo_tokens *tokens, int depth) {
   for (Py_ssize_t i = PySequence_Fast_GET_SIZE(items) - 1; i >= first; --i)
     if (nvo_formula_operand(p, PySequence_Fast_GET_ITEM(items, i), tokens, depth) != 0)
       return -1;
@@ -29,7 +29,7 @@ bool is_sequence(PyObject *args) {
 
 }  // namespace
 
-int nvo_user_tokens(problem_s *p, PyObject *node, nvo_tokens *tokens, int depth) {
+int nvo_user_tokens(const nvo_nl_problem *p, PyObject *node, nvo_tokens *tokens, int depth) {
   const int op = nonlin_op_of(node);
   PyObject *args = reinterpret_cast<nonlin_s *>(node)->args;
   if (op == NL_PWL) {
@@ -79,7 +79,8 @@ int pwl_value(const double *bp, Py_ssize_t k, double t, double *result) {
 int nvo_user_value(PyObject *node, const double *values, Py_ssize_t nvalues, double,
                    double *result) {
   if (nonlin_op_of(node) == NL_PWL) {
-    if (nvalues < 1 || nvalues % 2 == 0) return nvo_model_error("Invalid piecewise linear function");
+    if (nvalues < 1 || nvalues % 2 == 0)
+      return nvo_model_error("Invalid piecewise linear function");
     return pwl_value(values + 1, (nvalues - 1) / 2, values[0], result);
   }
   PyObject *args = reinterpret_cast<nonlin_s *>(node)->args;

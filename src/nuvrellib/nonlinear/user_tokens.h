@@ -4,12 +4,13 @@
 
 #include <Python.h>
 
+#include "nonlinear/convert.h"
 #include "nonlinear/tokens.h"
-#include "problem/problem.h"
 
 // Writes the whole formula of one pwl or user-function node into tokens, in parsed (reverse
 // Polish) order, for problem p. Called by the conversion for every node whose op is
-// NL_PWL, NL_USER or NL_USER2, with depth = the node's remaining depth budget (>= 1,
+// NL_PWL, NL_USER or NL_USER2 (p gives the problem's nonlinear handle, its dictionary of
+// registered user functions and its owner object for errors), with depth = the node's remaining depth budget (>= 1,
 // already checked); its operands are converted with nvo_formula_operand(p, operand, tokens,
 // depth - 1) (declared in nonlinear/convert.h), which checks the budget again and writes
 // the operand's tokens. The node's tokens are:
@@ -22,7 +23,7 @@
 //     first (yn, xn, ..., y0, x0, x), and (NVO_TOK_IFUN, 35).
 // Each token is written with tokens->emit, or with put after reserve. Returns 0, or -1 with
 // an exception set; on failure the conversion takes back whatever was written.
-int nvo_user_tokens(problem_s *p, PyObject *node, nvo_tokens *tokens, int depth);
+int nvo_user_tokens(const nvo_nl_problem *p, PyObject *node, nvo_tokens *tokens, int depth);
 
 // The value of a pwl or user-function node at a point, for evaluation (nuvrel.evaluate,
 // getSolution on structures). values holds the values of the node's operands in their stored

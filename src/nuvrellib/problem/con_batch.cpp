@@ -185,9 +185,10 @@ int con_batch_check(problem_s *p, PyObject *con) {
 
 int con_batch_queue(con_batch *b, problem_s *p, PyObject *con) {
   PyObject *body = reinterpret_cast<constraint_s *>(con)->body;
+  const nvo_nl_problem view = problem_nl_view(p);
   b->body.clear();
   size_t nl_first = b->nl.size();
-  if (convertExpr(p, body, &b->body, &b->nl) != 0) return -1;
+  if (convertExpr(&view, body, &b->body, &b->nl) != 0) return -1;
   PyRef name_holder;
   Py_ssize_t namelen = 0;
   const char *name = constraint_name(con, &name_holder, &namelen);
@@ -200,7 +201,7 @@ int con_batch_queue(con_batch *b, problem_s *p, PyObject *con) {
     if (con_batch_flush(b, p) != 0) return -1;
     b->body.clear();
     nl_first = 0;
-    if (convertExpr(p, body, &b->body, &b->nl) != 0 ||
+    if (convertExpr(&view, body, &b->body, &b->nl) != 0 ||
         make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
       b->release();
       return -1;

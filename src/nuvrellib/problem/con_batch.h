@@ -10,6 +10,17 @@
 #include "nonlinear/convert.h"
 #include "problem/problem.h"
 
+// The conversion's view of p.
+inline nvo_nl_problem problem_nl_view(problem_s *p) {
+  nvo_nl_problem view;
+  view.owner = reinterpret_cast<PyObject *>(p);
+  view.varmap = p->varmap;
+  view.slpprob = p->slpprob;
+  view.constant_col = &p->constant_col;
+  view.userfuncs = &p->userfuncs;
+  return view;
+}
+
 struct con_batch {
   int32_t nrows = 0;
   int64_t first_row = 0;  // the problem's row count when the first queued row came in

@@ -34,7 +34,8 @@ struct problem_s {
   int32_t objtransfer_col;  // auxiliary objective column of a nonlinear objective, or -1
   int32_t objtransfer_row;  // its row, or -1
   int32_t solving;          // 1 for the whole of an optimisation call on this problem
-  int32_t constant_col;     // the nonlinear solver's constant column; INT32_MIN until read
+  int32_t constant_col;     // the nonlinear solver's constant column, cached by the
+                            // formula conversion; INT32_MIN until read
 };
 
 extern PyTypeObject problem_type;

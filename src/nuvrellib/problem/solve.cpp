@@ -17,6 +17,7 @@
 #include "module/sigint.h"
 #include "nonlinear/convert.h"
 #include "nonlinear/user.h"
+#include "problem/con_batch.h"
 #include "problem/method_families.h"
 
 namespace {
@@ -247,7 +248,7 @@ PyObject *solve_nonlinear(problem_s *p, const char *flags, int is_mip) {
     buffer[len + 1] = '\0';
   }
   int rc;
-  nvo_userfunc_error_discard(p);
+  nvo_userfunc_error_discard(p->slpprob);
   {
     ProblemSolving solving(p);
     setSigIntHandler();
@@ -257,7 +258,7 @@ PyObject *solve_nonlinear(problem_s *p, const char *flags, int is_mip) {
     resetSigIntHandler();
   }
   // A user function that raised stopped the solve: its exception is the answer.
-  if (nvo_userfunc_error_raise(p) != 0) return nullptr;
+  if (nvo_userfunc_error_raise(p->slpprob) != 0) return nullptr;
   if (PyErr_Occurred()) return nullptr;  // raised by a callback
   if (rc != 0) return setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
   Py_RETURN_NONE;
@@ -418,7 +419,8 @@ int problem_setObjective_obj(problem_s *p, PyObject *obj, int sense) {
   nvo_converted converted;
   nvo_nlcoefs nl;  // the nonlinear part, if any
   // Converted before anything changes, so that a refused objective leaves the old one.
-  if (convertExpr(p, objective.get(), &converted, &nl) != 0) return -1;
+  const nvo_nl_problem view = problem_nl_view(p);
+  if (convertExpr(&view, objective.get(), &converted, &nl) != 0) return -1;
   if (nl.size() > 0 && !nslp_usable(p)) return nonlinear_missing();
   // The library refuses such coefficients, but only after the old objective has been cleared.
   if (objective_out_of_range(converted) != 0) return -1;

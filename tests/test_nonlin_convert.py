@@ -1,0 +1,157 @@
+"""Formula conversion: the coefficients and token lists the nonlinear solver receives for
+constraint bodies, read back from the library, and the refusals that leave a problem as it
+was."""
+
+import ctypes
+import math
+
+import pytest
+
+import nuvrel as nv
+
+pytestmark = pytest.mark.usefixtures("collect_cycles")
+
+# Token types and operator values of the library's parsed formulas.
+EOF_, CON, COL, IFUN, DEL, OP = 0, 1, 10, 12, 22, 31
+UMINUS, POW, MUL, DIV, PLUS = 1, 2, 3, 4, 5
+END = (EOF_, 0.0)
+MARK = (DEL, 0.0)
+
+
+def col(j):
+    return (COL, float(j))
+
+
+def op(v):
+    return (OP, float(v))
+
+
+def fn(code):
+    return (IFUN, float(code))
+
+
+SIN, COS, EXP, MIN = fn(27), fn(28), fn(16), fn(33)
+
+
+@pytest.fixture(scope="module")
+def coefs():
+    entry = ctypes.PyDLL(nv.nuvrellib.__file__).nvo_nl_coefs_py
+    entry.restype = ctypes.py_object
+    entry.argtypes = [ctypes.py_object]
+    return entry
+
+
+@pytest.fixture
+def model():
+    """A problem with columns x, y, z (0, 1, 2) and one linear row."""
+    x, y, z = nv.var(name="x", ub=4), nv.var(name="y", ub=4), nv.var(name="z", ub=4)
+    p = nv.problem(x, y, z, x + y <= 5)
+    return p, x, y, z
+
+
+@pytest.mark.parametrize("body, expected", [
+    # A product's variable is the column; the rest is the formula.
+    (lambda x, y, z: x * nv.sin(y), [(0, [MARK, col(1), SIN, END])]),
+    # No variable in front: the constant column.
+    (lambda x, y, z: nv.sin(x), [(-1, [MARK, col(0), SIN, END])]),
+    # Binary operators take no argument marker.
+    (lambda x, y, z: x / y, [(-1, [col(0), col(1), op(DIV), END])]),
+    (lambda x, y, z: x ** 3, [(-1, [col(0), (CON, 3.0), op(POW), END])]),
+    (lambda x, y, z: nv.min(x, y), [(-1, [MARK, col(0), col(1), MIN, END])]),
+    # Term coefficients: -1 negates, 1 is left out, others multiply.
+    (lambda x, y, z: nv.exp(-x), [(-1, [MARK, col(0), op(UMINUS), EXP, END])]),
+    (lambda x, y, z: nv.exp(2 * x), [(-1, [MARK, (CON, 2.0), col(0), op(MUL), EXP, END])]),
+    (lambda x, y, z: nv.exp(-3 * x * y),
+     [(-1, [MARK, (CON, -3.0), col(0), col(1), op(MUL), op(MUL), EXP, END])]),
+    # Expressions: the constant first when not 0, terms joined by plus.
+    (lambda x, y, z: nv.exp(x + y), [(-1, [MARK, col(0), col(1), op(PLUS), EXP, END])]),
+    (lambda x, y, z: nv.exp(x + y + 1),
+     [(-1, [MARK, (CON, 1.0), col(0), op(PLUS), col(1), op(PLUS), EXP, END])]),
+])
+def test_token_streams(model, coefs, body, expected):
+    p, x, y, z = model
+    p.addConstraint(body(x, y, z) <= 1)
+    got = [(c, tokens) for row, c, factor, tokens in coefs(p)]
+    assert got == expected
+    assert all(row == 1 and factor == 1.0 for row, _, factor, _ in coefs(p))
+
+
+def test_sums_are_balanced(model, coefs):
+    p, x, y, z = model
+    terms = [nv.sin(x), nv.cos(y), nv.sin(z), nv.cos(x), nv.sin(y)]
+    inner = terms[0] + terms[1] + terms[2] + terms[3] + terms[4]
+    p.addConstraint(nv.exp(inner) <= 3)
+    [(_, _, _, tokens)] = coefs(p)
+    leaves = [[MARK, col(0), SIN], [MARK, col(1), COS], [MARK, col(2), SIN],
+              [MARK, col(0), COS], [MARK, col(1), SIN]]
+    a, b, c, d, e = leaves
+    plus = [op(PLUS)]
+    assert tokens == [MARK] + a + b + plus + c + d + plus + plus + e + plus + [EXP, END]
+
+
+def test_numbers_of_a_product_become_the_factor(model, coefs):
+    p, x, y, z = model
+    flat = x * nv.sin(y)
+    flat *= 2.5  # one product list: sin(y), x, 2.5
+    nested = nv.sin(y) * x * 2.5  # a product of the product and 2.5
+    p.addConstraint(flat >= -1, nested <= 2)
+    assert coefs(p) == [
+        (1, 0, 2.5, [MARK, col(1), SIN, END]),
+        (2, -1, 2.5, [MARK, col(1), SIN, col(0), op(MUL), END]),
+    ]
+
+
+def test_terms_sharing_a_column_are_joined(model, coefs):
+    p, x, y, z = model
+    p.addConstraint(nv.sin(x) + 2 * nv.cos(y) + x * y * z <= 1)
+    rows = coefs(p)
+    assert len({(r, c) for r, c, _, _ in rows}) == len(rows)
+    p.setObjective(x + y + z, sense=nv.maximize)
+    p.solve()
+    xv, yv, zv = p.getSolution([x, y, z])
+    lhs = math.sin(xv) + 2 * math.cos(yv) + xv * yv * zv
+    assert lhs <= 1 + 1e-5
+    assert nv.evaluate(nv.sin(x) + 2 * nv.cos(y) + x * y * z, problem=p) == pytest.approx(lhs)
+
+
+def deep(x, levels):
+    node = x
+    for _ in range(levels):
+        node = nv.exp(node)
+    return node
+
+
+@pytest.mark.parametrize("build, message", [
+    (lambda x, w: nv.sin(w), "Variable in nonlinear part of constraint has not been added"),
+    (lambda x, w: w * nv.sin(x), "Variable in nonlinear term not added to problem yet"),
+    (lambda x, w: nv.sin(2 * w), "Variable in nonlinear expression has not been added"),
+    (lambda x, w: nv.sin(x) + 3 * w, "Variable in linear part of constraint"),
+    (lambda x, w: deep(x, 70), "The expression tree depth reached the maximum limit"),
+    (lambda x, w: nv.exp(x * float("nan")), "NaN or infinite"),
+    (lambda x, w: nv.exp(x) + x * nv.sin(x) * float("inf"), "NaN or infinite"),
+])
+def test_refused_bodies_leave_the_problem_as_it_was(model, coefs, build, message):
+    p, x, y, z = model
+    w = nv.var(name="w")
+    with pytest.raises(nv.ModelError, match=message):
+        p.addConstraint(x <= 3, build(x, w) <= 1, y <= 2)
+    assert p.attributes.rows == 1
+    assert coefs(p) == []
+    p.setObjective(x + 2 * y, sense=nv.maximize)
+    p.solve()
+    assert p.getObjVal() == pytest.approx(9.0)
+
+
+def test_a_tree_at_the_depth_limit_converts(model, coefs):
+    p, x, y, z = model
+    p.addConstraint(deep(0.01 * x, 3) + deep(y, 60) * 0 + nv.sin(deep(z, 62)) <= 100)
+    assert len(coefs(p)) == 1
+
+
+def test_formulas_from_one_batch_keep_their_rows(model, coefs):
+    p, x, y, z = model
+    cons = [nv.exp(x) * i + y <= 10 * i for i in range(1, 300)]
+    p.addConstraint(cons, x * nv.sin(z) <= 2)
+    rows = coefs(p)
+    assert [r for r, _, _, _ in rows] == list(range(1, 301))
+    assert rows[-1][1] == 0 and rows[-1][3] == [MARK, col(2), SIN, END]

@@ -1,0 +1,155 @@
+"""Nonlinear problems through the problem object: objectives replaced and removed, which
+solver answers, solution queries, files, deletion, evaluate's arguments and Ctrl-C."""
+
+import math
+import textwrap
+
+import numpy as np
+import pytest
+
+import nuvrel as nv
+from conftest import HARD_KNAPSACK
+
+pytestmark = pytest.mark.usefixtures("collect_cycles")
+
+
+@pytest.fixture
+def circle():
+    """max x + y on the disc x^2 + y^2 <= 2 written through exp/log (a nonlinear row)."""
+    x, y = nv.var(lb=-3, ub=3, name="x"), nv.var(lb=-3, ub=3, name="y")
+    row = nv.exp(nv.log(x * x + y * y + 1)) <= 3
+    p = nv.problem(x, y, row, name="circle")
+    p.setObjective(x + y, sense=nv.maximize)
+    return p, x, y, row
+
+
+def test_nonlinear_row_solves_and_reports(circle):
+    p, x, y, row = circle
+    p.solve()
+    assert p.getProbStatusString() in ("nlp_solution", "nlp_globally_optimal")
+    assert p.getProbStatus() in (nv.nlp_locally_optimal, nv.nlp_globally_optimal)
+    assert p.getObjVal() == pytest.approx(2.0, abs=1e-5)
+    assert p.getSolution(x, y) == pytest.approx([1.0, 1.0], abs=1e-4)
+    assert p.getSlack(row) == pytest.approx(0.0, abs=1e-5)
+    # Stationarity of the Lagrangian at (1, 1): grad(x + y) = dual * grad(row).
+    dual = p.getDual(row)
+    assert dual * 2.0 == pytest.approx(1.0, abs=1e-3)
+
+
+def test_replacing_a_nonlinear_objective_keeps_the_columns(circle):
+    p, x, y, row = circle
+    p.setObjective(nv.exp(-x) + (y - 1) ** 4)
+    cols = p.attributes.original_columns
+    p.setObjective(nv.exp(x) + nv.exp(y))
+    assert p.attributes.original_columns == cols
+    p.solve()
+    # On the disc x^2 + y^2 <= 2 the sum of exponentials is least at (-1, -1).
+    assert p.getSolution(x, y) == pytest.approx([-1.0, -1.0], abs=1e-3)
+    assert p.getObjVal() == pytest.approx(2 / math.e, abs=1e-6)
+    # Back to a linear objective: the auxiliary column and row go.
+    p.setObjective(x - y, sense=nv.maximize)
+    assert p.attributes.original_columns == 2 and p.attributes.original_rows == 1
+    p.solve()
+    assert p.getObjVal() == pytest.approx(2.0, abs=1e-4)
+
+
+def test_variables_added_after_a_nonlinear_objective_keep_their_columns():
+    x, y = nv.var(lb=-2, ub=2), nv.var(lb=-2, ub=2)
+    p = nv.problem(x, y)
+    p.setObjective((x - 1) ** 4 + y * nv.exp(y))
+    z = nv.var(lb=0, ub=5, name="z")
+    p.addVariable(z)
+    p.addConstraint(z >= x + 0.5)
+    p.setObjective((x - 1) ** 4 + (y + 1) ** 2 + z ** 4)
+    p.solve()
+    xv, yv, zv = p.getSolution(x, y, z)
+    assert zv == pytest.approx(xv + 0.5, abs=1e-4)
+    assert yv == pytest.approx(-1.0, abs=1e-3)
+    assert nv.evaluate(z, problem=p) == zv
+
+
+def test_quadratic_only_models_stay_with_the_optimiser():
+    x, y = nv.var(ub=3), nv.var(ub=3)
+    p = nv.problem(x, y, x * x + y * y <= 4, x + y, sense=nv.maximize)
+    p.solve()
+    assert p.getProbStatusString() == "lp_optimal"
+    assert p.getObjVal() == pytest.approx(2 * math.sqrt(2), abs=1e-5)
+
+
+def test_deleting_the_nonlinear_row(circle):
+    p, x, y, row = circle
+    other = x <= 0.5
+    p.addConstraint(other)
+    p.delConstraint(row)
+    p.solve()
+    assert p.getSolution(x, y) == pytest.approx([0.5, 3.0], abs=1e-5)
+
+
+def test_write_and_read_back(circle, tmp_path):
+    p, x, y, row = circle
+    p.solve()
+    optimum = p.getObjVal()
+    path = str(tmp_path / "circle.mps")
+    p.write(path)
+    q = nv.problem()
+    q.read(path)
+    q.solve()
+    assert q.getObjVal() == pytest.approx(optimum, abs=1e-5)
+
+
+@pytest.mark.parametrize("kwargs, exc, message", [
+    ({}, nv.InterfaceError, "requires at least of the two arguments"),
+    ({"problem": 3}, nv.ModelError, "must be an nuvrel.problem object"),
+    ({"solution": (1.0, 2.0)}, nv.ModelError, "must be a dictionary, a list, or a one-dim"),
+    ({"solution": [1.0, 2.0]}, nv.ModelError, "\"problem\" is necessary"),
+    ({"solution": np.zeros((2, 2))}, nv.ModelError, "must be a dictionary, a list, or a one-dim"),
+])
+def test_evaluate_argument_errors(kwargs, exc, message):
+    x = nv.var()
+    with pytest.raises(exc, match=message):
+        nv.evaluate(nv.exp(x), **kwargs)
+
+
+def test_evaluate_forms_of_the_point(circle):
+    p, x, y, row = circle
+    e = nv.exp(x) * y - x / y
+    plain = math.exp(0.5) * 2.0 - 0.25
+    assert nv.evaluate(e, solution={x: 0.5, y: 2.0}) == pytest.approx(plain)
+    value, (xv, shaped) = nv.evaluate(e, [x, {"k": y}], problem=p, solution=[0.5, 2.0])
+    assert (value, xv, shaped) == (pytest.approx(plain), 0.5, {"k": 2.0})
+    assert nv.evaluate(e, problem=p, solution=np.array([0.5, 2.0])) == pytest.approx(plain)
+    with pytest.raises(nv.ModelError, match="Division by zero in evaluation"):
+        nv.evaluate(x / (y - 1), solution={x: 1.0, y: 1.0})
+
+
+def test_sigint_stops_a_nonlinear_solve(run_python):
+    # A nonconvex model whose solve takes many seconds of short iterations; the solver
+    # stops at the iteration after the signal.
+    out = run_python(textwrap.dedent(
+        """
+        import os, random, signal, threading, time
+        import nuvrel as nv
+        nv.setOutputEnabled(False)
+        signal.signal(signal.SIGINT, signal.default_int_handler)
+        rng = random.Random(3)
+        n = 400
+        x = [nv.var(lb=-10, ub=10) for _ in range(n)]
+        rows = [nv.sin(x[i]) * x[(i + 1) % n] + x[(i + 7) % n] ** 2 <= 1 + rng.random()
+                for i in range(n)]
+        p = nv.problem(x, rows)
+        p.setObjective(nv.Sum(nv.cos(xi) * xi + 0.01 * xi * xi for xi in x))
+        threading.Timer(1.0, lambda: os.kill(os.getpid(), signal.SIGINT)).start()
+        start = time.time()
+        p.solve()
+        print("elapsed", time.time() - start)
+        print("stop", p.attributes.nslp_stop_status, nv.stop_ctrlc)
+        print("handler", signal.getsignal(signal.SIGINT) is signal.default_int_handler)
+        print("point", len(p.getSolution()))
+        """)
+    ).stdout
+    lines = dict(l.split(" ", 1) for l in out.splitlines())
+    assert float(lines["elapsed"]) < 30
+    stop, ctrlc = lines["stop"].split()
+    assert stop == ctrlc
+    assert lines["handler"] == "True"
+    assert lines["point"] == "401"  # with the objective's auxiliary column
