@@ -46,13 +46,6 @@ def test_breakpoints(intervals, expected):
     assert [v for point in points(nv.pwl(intervals)) for v in point] == pytest.approx(flat)
 
 
-def test_node_is_nonlinear_and_composes():
-    f = nv.pwl({(0, 1): x, (1, 2): 2 * x - 1})
-    assert type(f) is type(nv.exp(x))
-    assert str(f + y) == "(pwl (x, 0.0, 0.0, 1.0, 1.0, 2.0, 3.0) + y)"
-    assert type(f <= 3).__name__ == "constraint"
-
-
 MSG_DICT = ("Function nuvrel.pwl only accepts a dictionary; a call must be for example "
             "nuvrel.pwl({(1,4): 2*x+1, (4,6): 4*x+5, ...})")
 MSG_TWO = "All keys in the dictionary argument of nuvrel.pwl must be two-tuples; <%s> is not"
