@@ -16,6 +16,7 @@
 #include "model/sum.h"
 #include "model/var.h"
 #include "nonlinear/nonlin.h"
+#include "nonlinear/user.h"
 #include "module/errors.h"
 #include "nvrl.h"
 #include "problem/ctrl.h"
@@ -54,7 +55,7 @@ PyMethodDef nuvrel_methods[] = {
     {"erfc", nuvrelmod_erfc, METH_O, nuvrelmod_erfc_doc},
     {"max", nuvrelmod_max, METH_VARARGS, nuvrelmod_max_doc},
     {"min", nuvrelmod_min, METH_VARARGS, nuvrelmod_min_doc},
-    // user: goes here.
+    {"user", NVO_KW_METHOD(nuvrelmod_user), METH_VARARGS | METH_KEYWORDS, nuvrelmod_user_doc},
     {"getlasterror", nuvrelmod_getlasterror, METH_NOARGS, nuvrelmod_getlasterror_doc},
     {"getversion", nuvrelmod_getversion, METH_NOARGS, nuvrelmod_getversion_doc},
     {"getcheckedmode", nuvrelmod_getcheckedmode, METH_NOARGS, nuvrelmod_getcheckedmode_doc},
@@ -75,7 +76,7 @@ PyMethodDef nuvrel_methods[] = {
      METH_VARARGS | METH_KEYWORDS, nuvrelmod_setarchconsistency_doc},
     {"evaluate", NVO_KW_METHOD(nuvrelmod_evaluate), METH_VARARGS | METH_KEYWORDS,
      nuvrelmod_evaluate_doc},
-    // evaluate; pwl: go here.
+    {"pwl", nuvrelmod_pwl, METH_O, nuvrelmod_pwl_doc},
     {"And", nuvrelmod_And, METH_VARARGS, nuvrelmod_And_doc},
     {"Or", nuvrelmod_Or, METH_VARARGS, nuvrelmod_Or_doc},
     {"getOutputEnabled", nuvrelmod_getOutputEnabled, METH_NOARGS,

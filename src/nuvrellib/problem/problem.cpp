@@ -12,6 +12,7 @@
 #include "module/errors.h"
 #include "module/output.h"
 #include "module/pyref.h"
+#include "nonlinear/user.h"
 #include "problem/attr.h"
 #include "problem/controls.h"
 #include "problem/ctrl.h"
@@ -157,6 +158,7 @@ void problem_dealloc(PyObject *self) {
   PendingError pending;
   { EnvLock wait_for_library(nvr_py_env.mtx_lib); }
   if (p->prob != nullptr) NVRLremovecbmessage(p->prob, nvr_py_print_prob, nullptr);
+  nvo_userfuncs_release(p);
   // A handle the library cannot destroy is lost either way; everything else is released.
   if (p->slpprob != nullptr && NSLPdestroyprob(p->slpprob) != 0) report_unraisable(self);
   p->slpprob = nullptr;
@@ -217,6 +219,8 @@ PyObject *problem_copy(PyObject *self, PyObject *) {
   if (dst->slpprob != nullptr && src->slpprob != nullptr &&
       NSLPcopyprob(dst->slpprob, src->slpprob, "") != 0)
     return setNvrlErrIfNull(result.get(), nullptr);
+  // The copied nonlinear problem calls the same user functions through the same objects.
+  if (nvo_userfuncs_copy(dst, src) != 0) return nullptr;
   if (NVRLcopycontrols(dst->prob, src->prob) != 0 ||
       (dst->slpprob != nullptr && src->slpprob != nullptr &&
        NSLPcopycontrols(dst->slpprob, src->slpprob) != 0))
@@ -245,6 +249,8 @@ PyObject *problem_reset(PyObject *self, PyObject *) {
   if (empty_lists_and_maps(p) != 0) return nullptr;
   if (p->prob != nullptr) {
     NVRLremovecbmessage(p->prob, nvr_py_print_prob, nullptr);
+    // The new nonlinear problem has no user functions: they register again when used.
+    nvo_userfuncs_release(p);
     destroy_handles(p);
     if (create_handles(p) != 0 || register_printing(p) != 0) return nullptr;
     if (NVRLsetprobname(p->prob, "") != 0) return setNvrlErrIfNull(self, nullptr);

@@ -16,6 +16,7 @@
 #include "module/pyref.h"
 #include "module/sigint.h"
 #include "nonlinear/convert.h"
+#include "nonlinear/user.h"
 #include "problem/con_batch.h"
 #include "problem/method_families.h"
 
@@ -247,6 +248,7 @@ PyObject *solve_nonlinear(problem_s *p, const char *flags, int is_mip) {
     buffer[len + 1] = '\0';
   }
   int rc;
+  nvo_userfunc_error_discard(p->slpprob);
   {
     ProblemSolving solving(p);
     setSigIntHandler();
@@ -255,7 +257,9 @@ PyObject *solve_nonlinear(problem_s *p, const char *flags, int is_mip) {
     Py_END_ALLOW_THREADS
     resetSigIntHandler();
   }
-  if (PyErr_Occurred()) return nullptr;  // raised by a callback or a user function
+  // A user function that raised stopped the solve: its exception is the answer.
+  if (nvo_userfunc_error_raise(p->slpprob) != 0) return nullptr;
+  if (PyErr_Occurred()) return nullptr;  // raised by a callback
   if (rc != 0) return setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
   Py_RETURN_NONE;
 }

@@ -1,0 +1,304 @@
+// User functions: the module function user(), their registration with a problem's nonlinear
+// solver, the entry points through which the solver calls the Python callable back, and the
+// exceptions they keep for the solve.
+#include "nonlinear/user.h"
+
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/pyref.h"
+#include "nonlinear/convert.h"
+#include "nonlinear/nonlin.h"
+#include "nvrl.h"
+
+namespace {
+
+// Exceptions raised by user functions during a solve, by nonlinear problem (its address as an
+// int): the first one of each solve, until the solve returns and raises it. Touched only with
+// the interpreter lock held.
+PyObject *pending_errors = nullptr;
+
+PyObject *problem_key(NSLPprob slp) { return PyLong_FromVoidPtr(slp); }
+
+// 1 when a user function of slp has failed since the solve began.
+bool error_pending(NSLPprob slp) {
+  if (pending_errors == nullptr || PyDict_GET_SIZE(pending_errors) == 0) return false;
+  PyRef key(problem_key(slp));
+  if (!key) {
+    PyErr_Clear();
+    return false;
+  }
+  PyObject *found = PyDict_GetItemWithError(pending_errors, key.get());
+  PyErr_Clear();
+  return found != nullptr;
+}
+
+// Takes the pending exception of slp out of the table; null when none.
+PyRef<> take_error(NSLPprob slp) {
+  if (pending_errors == nullptr || PyDict_GET_SIZE(pending_errors) == 0) return PyRef<>();
+  PendingError outer;  // whatever is being raised already is not ours to disturb
+  PyRef key(problem_key(slp));
+  PyRef<> kept;
+  if (key) {
+    kept = PyRef<>::borrow(PyDict_GetItemWithError(pending_errors, key.get()));
+    if (kept && PyDict_DelItem(pending_errors, key.get()) != 0) PyErr_Clear();
+  }
+  PyErr_Clear();
+  outer.restore();
+  return kept;
+}
+
+// Keeps the exception being raised for slp (the first one only) and asks the solve to stop:
+// a failed user function has no value the solver could go on with.
+void keep_error(NSLPprob slp) {
+  PyRef<> error;
+  {
+    PendingError raised;
+    error = PyRef<>(raised.take_value());  // with its traceback
+  }
+  if (pending_errors == nullptr) pending_errors = PyDict_New();
+  PyRef key(problem_key(slp));
+  if (error && key && pending_errors != nullptr &&
+      PyDict_GetItemWithError(pending_errors, key.get()) == nullptr && !PyErr_Occurred())
+    PyDict_SetItem(pending_errors, key.get(), error.get());
+  // Not even the exception could be kept: the solve still stops.
+  PyErr_Clear();
+  if (slp != nullptr) NSLPinterrupt(slp, NVRL_STOP_USER);
+}
+
+// x as a float into *out; 0, or -1 with an exception.
+int as_double(PyObject *x, double *out) {
+  *out = PyFloat_AsDouble(x);
+  return *out == -1.0 && PyErr_Occurred() ? -1 : 0;
+}
+
+}  // namespace
+
+int nvo_user_result_value(PyObject *result, double *value) {
+  if (PyTuple_Check(result)) {
+    if (PyTuple_GET_SIZE(result) == 0) {
+      PyErr_SetString(PyExc_ValueError,
+                      "A user function returned an empty tuple; it must return its value first");
+      return -1;
+    }
+    result = PyTuple_GET_ITEM(result, 0);
+  }
+  return as_double(result, value);
+}
+
+namespace {
+
+// The body of both entry points, with the interpreter lock held. -1.0 on failure.
+double call_user_function(const double *values, void *context, const double *deltas,
+                          double *results) {
+  void *info = nullptr;
+  int ninputs = 0, derivatives = 0, want_results = 0, index = 0;
+  NSLPprob slp = nullptr;
+  void *object = nullptr;
+  if (NSLPgetfuncobject(context, NSLP_FUNCOBJ_INFO, &info) != 0 ||
+      NSLPgetfuncinfo(info, &ninputs, &derivatives, &want_results, &slp, &index) != 0 ||
+      NSLPgetuserfuncobject(slp, index, &object) != 0 || object == nullptr)
+    return -1.0;
+  // Once a call has failed the solve is stopping; the callable is not asked again.
+  if (error_pending(slp)) return -1.0;
+  PyObject *callable = PyTuple_GET_ITEM(static_cast<PyObject *>(object), 0);
+
+  PyRef inputs(PyTuple_New(ninputs > 0 ? ninputs : 0));
+  if (!inputs) return keep_error(slp), -1.0;
+  for (int i = 0; i < ninputs; ++i) {
+    PyObject *v = PyFloat_FromDouble(values[i]);
+    if (v == nullptr) return keep_error(slp), -1.0;
+    PyTuple_SET_ITEM(inputs.get(), i, v);
+  }
+  PyRef result(PyObject_Call(callable, inputs.get(), nullptr));
+  if (!result) return keep_error(slp), -1.0;
+
+  const bool tuple = PyTuple_Check(result.get());
+  double value = 0.0;
+  if (nvo_user_result_value(result.get(), &value) != 0) return keep_error(slp), -1.0;
+  const bool into_results = want_results != 0 && results != nullptr;
+  if (into_results) results[0] = value;
+
+  if (tuple && into_results && deltas != nullptr && ninputs > 0 && derivatives != 0) {
+    // Element k is the derivative by input k; the library has room for ninputs of them.
+    const Py_ssize_t m = PyTuple_GET_SIZE(result.get());
+    for (Py_ssize_t k = 1; k < m && k <= ninputs; ++k) {
+      const double delta = deltas[k - 1];
+      if (delta == 0.0) continue;  // NaN is asked for too
+      if (as_double(PyTuple_GET_ITEM(result.get(), k), &results[k]) != 0)
+        return keep_error(slp), -1.0;
+    }
+  }
+  // A value written into results travels there; the return value is only read otherwise.
+  return tuple && into_results ? 0.0 : value;
+}
+
+double nvpy_generic_user_function(const double *values, void *context, const double *deltas,
+                                  double *results) {
+  // The solver calls from any of its threads, without the interpreter lock.
+  PyGILState_STATE gil = PyGILState_Ensure();
+  double r = call_user_function(values, context, deltas, results);
+  PyGILState_Release(gil);
+  return r;
+}
+
+}  // namespace
+
+extern "C" double nvpy_generic_user_function_no_derivative(const double *values, void *context) {
+  return nvpy_generic_user_function(values, context, nullptr, nullptr);
+}
+
+extern "C" double nvpy_generic_user_function_with_derivative(const double *values, void *context,
+                                                             const double *deltas,
+                                                             double *results) {
+  return nvpy_generic_user_function(values, context, deltas, results);
+}
+
+// ----- registration -----------------------------------------------------------------------
+
+namespace {
+
+// The library's name of a user function: a plain Python function's own, else a generic one.
+PyRef<> function_name(PyObject *callable) {
+  if (PyFunction_Check(callable)) {
+    PyRef<> name(PyObject_GetAttrString(callable, "__name__"));
+    if (name && PyUnicode_Check(name.get())) return name;
+    if (!name) return name;
+  }
+  return PyRef<>(PyUnicode_FromString("user_function"));
+}
+
+// The library's steps after the definition: name, address, object. 0, or -1 with the
+// library's error.
+int complete_registration(const nvo_nl_problem *p, int index, const char *name, PyObject *callable,
+                          bool with_derivatives) {
+  NSLPprob slp = p->slpprob;
+  NSLPfuncaddress address =
+      with_derivatives
+          ? reinterpret_cast<NSLPfuncaddress>(nvpy_generic_user_function_with_derivative)
+          : reinterpret_cast<NSLPfuncaddress>(nvpy_generic_user_function_no_derivative);
+  if (NSLPaddnames(slp, NSLP_NAMES_USERFUNCS, name, index, index) != 0 ||
+      NSLPchguserfuncaddress(slp, index, address) != 0)
+    return nvo_library_error(p->owner);
+  PyRef<> index_obj(PyLong_FromLong(index));
+  if (!index_obj) return -1;
+  PyRef<> object(PyTuple_Pack(2, callable, index_obj.get()));
+  if (!object) return -1;
+  if (NSLPsetuserfuncobject(slp, index, object.get()) != 0) return nvo_library_error(p->owner);
+  object.release();  // the library's reference, released with the problem
+  return 0;
+}
+
+}  // namespace
+
+int createUserFunction(const nvo_nl_problem *p, PyObject *args, int *index, bool with_derivatives) {
+  if (!(PyTuple_Check(args) || PyList_Check(args)) || PySequence_Fast_GET_SIZE(args) < 1 ||
+      !PyCallable_Check(PySequence_Fast_GET_ITEM(args, 0)))
+    return nvo_model_error(
+        "Invalid user function, must specify at least one argument (the user function itself)");
+  PyObject *callable = PySequence_Fast_GET_ITEM(args, 0);
+  if (p->slpprob == nullptr) {
+    PyErr_SetString(nvpy_solver_exc, "The nonlinear solver is not available");
+    return -1;
+  }
+  if (*p->userfuncs == nullptr && (*p->userfuncs = PyDict_New()) == nullptr) return -1;
+  PyObject *known = PyDict_GetItemWithError(*p->userfuncs, callable);
+  if (known != nullptr) {
+    *index = static_cast<int>(PyLong_AsLong(known));
+    return 0;
+  }
+  if (PyErr_Occurred()) return -1;  // an unhashable callable
+
+  PyRef<> name_obj = function_name(callable);
+  if (!name_obj) return -1;
+  const char *name = PyUnicode_AsUTF8(name_obj.get());
+  if (name == nullptr) return -1;
+  const int new_index = static_cast<int>(PyDict_GET_SIZE(*p->userfuncs)) + 1;
+  int name_string = 0, linkage_string = 0;
+  if (NSLPsetstring(p->slpprob, &name_string, name) != 0 ||
+      NSLPsetstring(p->slpprob, &linkage_string, "DirectC") != 0)
+    return nvo_library_error(p->owner);
+  const int types[] = {NSLP_UFDEF_STRING, NSLP_UFDEF_ARGS, NSLP_UFDEF_CALL, NSLP_UFDEF_STRING,
+                       NSLP_TOK_EOF};
+  const double values[] = {
+      static_cast<double>(name_string), 1.0,
+      with_derivatives ? double(NSLP_UFCALL_DERIVATIVES) : double(NSLP_UFCALL_VALUES),
+      static_cast<double>(linkage_string), 0.0};
+  if (NSLPadduserfuncs(p->slpprob, 1, types, values) != 0) return nvo_library_error(p->owner);
+
+  PyRef<> index_obj(PyLong_FromLong(new_index));
+  if (!index_obj) return -1;
+  if (complete_registration(p, new_index, name, callable, with_derivatives) != 0) {
+    // The library has the function now: its index stays taken, under a key no callable can
+    // be, so that later registrations keep counting in step with the library.
+    PendingError failure;
+    PyRef<> placeholder(PyLong_FromLong(-new_index));
+    if (placeholder) PyDict_SetItem(*p->userfuncs, placeholder.get(), index_obj.get());
+    PyErr_Clear();
+    failure.restore();
+    return -1;
+  }
+  if (PyDict_SetItem(*p->userfuncs, callable, index_obj.get()) != 0) return -1;
+  *index = new_index;
+  return 0;
+}
+
+// ----- errors of a solve ------------------------------------------------------------------
+
+void nvo_userfunc_error_discard(NSLPprob slp) {
+  if (slp != nullptr) take_error(slp);
+}
+
+int nvo_userfunc_error_raise(NSLPprob slp) {
+  if (slp == nullptr) return 0;
+  PyRef<> kept = take_error(slp);
+  if (!kept) return 0;
+  // The user's own exception, as raised: it replaces whatever the solve reported since.
+  PyErr_Clear();
+  PyObject *value = kept.release();
+  PyErr_Restore(Py_NewRef(reinterpret_cast<PyObject *>(Py_TYPE(value))), value,
+                PyException_GetTraceback(value));
+  return -1;
+}
+
+// ----- user() -------------------------------------------------------------------------------
+
+const char nuvrelmod_user_doc[] =
+    "Purpose:\n"
+    "  A function computed by Python code during a nonlinear solve. The first argument is\n"
+    "  the callable, the others the expressions it takes. The callable receives their\n"
+    "  values as floats and returns the function's value; with derivatives=True it may\n"
+    "  return a tuple (value, d1, d2, ...) of the value and its partial derivatives by each\n"
+    "  argument. An exception it raises stops the solve and is raised by solve().\n\n"
+    "Synopsis:\n"
+    "  f = nuvrel.user(callable, arg1, arg2, ..., derivatives=False)\n\n"
+    "Example:\n"
+    "  import math\n"
+    "  def hyp(a, b):\n"
+    "      return math.hypot(a, b)\n"
+    "  p.addConstraint(nuvrel.user(hyp, x, y) <= 2)\n";
+
+PyObject *nuvrelmod_user(PyObject *, PyObject *args, PyObject *kwargs) {
+  static const char *kwlist[] = {"arguments", "derivatives", nullptr};
+  PyObject *arguments = nullptr;
+  int derivatives = 0;
+  PyRef<> empty(PyTuple_New(0));
+  if (!empty || !PyArg_ParseTupleAndKeywords(empty.get(), kwargs, "|$Op:user",
+                                             const_cast<char **>(kwlist), &arguments,
+                                             &derivatives))
+    return nullptr;
+  PyRef<> items = PyRef<>::borrow(args);
+  if (arguments != nullptr) {
+    if (PyTuple_GET_SIZE(args) != 0) {
+      PyErr_SetString(nvpy_interf_exc,
+                      "user() takes the function and its arguments either positionally or as "
+                      "the keyword arguments, not both");
+      return nullptr;
+    }
+    items = PyRef<>(PySequence_Tuple(arguments));
+    if (!items) return nullptr;
+  }
+  if (PyTuple_GET_SIZE(items.get()) < 1 || !PyCallable_Check(PyTuple_GET_ITEM(items.get(), 0)))
+    return nvo_model_error(
+        "Invalid user function, must specify at least one argument (the user function itself)");
+  return nonlin_checked_args(items.get(), true, derivatives ? NL_USER2 : NL_USER);
+}
