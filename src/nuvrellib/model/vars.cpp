@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "arrays/arrays.h"
 #include "model/dispatch.h"
 #include "model/var.h"
 #include "module/args.h"
@@ -154,6 +155,47 @@ void restate_memory_error() {
   }
 }
 
+// Advances the odometer pos over dims, last index fastest.
+void advance(const std::vector<dimension> &dims, std::vector<Py_ssize_t> &pos) {
+  for (size_t d = dims.size(); d-- > 0;) {
+    if (++pos[d] < dims[d].count) break;
+    pos[d] = 0;
+  }
+}
+
+// The array form: every index set a count, the variables in C order.
+PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &prefix,
+                         bool named, double lb, double ub, double threshold, long vartype) {
+  std::vector<npy_intp> shape;
+  for (const dimension &dim : dims) shape.push_back(dim.count);
+  PyRef arr(nvo_new_elem_array(NVO_ELEM_VAR, static_cast<int>(shape.size()), shape.data()));
+  if (!arr) {
+    restate_memory_error();
+    return nullptr;
+  }
+  char *data = PyArray_BYTES(reinterpret_cast<PyArrayObject *>(arr.get()));
+  const npy_intp total = PyArray_SIZE(reinterpret_cast<PyArrayObject *>(arr.get()));
+  std::vector<Py_ssize_t> pos(dims.size(), 0);
+  for (npy_intp i = 0; i < total; ++i) {
+    PyRef name;
+    if (named) {
+      name = PyRef(make_name(prefix, dims, pos));
+      if (!name) {
+        restate_memory_error();
+        return nullptr;
+      }
+    }
+    PyObject *v = var_create(name.get(), lb, ub, threshold, vartype);
+    if (v == nullptr) {
+      restate_memory_error();
+      return nullptr;
+    }
+    nvo_elem_store(data + i * static_cast<npy_intp>(sizeof(PyObject *)), v);
+    if (named) advance(dims, pos);
+  }
+  return arr.release();
+}
+
 }  // namespace
 
 PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -211,13 +253,6 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
     }
     total *= n;
   }
-  if (all_integers) {
-    // The array form needs the array element type of variables, which is not registered yet.
-    nvo_model_error("nuvrel.vars() with only integer arguments creates an array of variables, "
-                "which is not available in this build; pass lists or ranges to get a "
-                "dictionary of variables");
-    return nullptr;
-  }
   var_binary_bounds(vartype, &lb, &ub);
   if (exceeds_memory(total)) {
     nvo_model_error(MSG_TOO_MANY);
@@ -238,6 +273,8 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
           return nullptr;
     }
   }
+
+  if (all_integers) return make_var_array(dims, prefix, named, lb, ub, threshold, vartype);
 
   PyRef result(PyDict_New());
   if (!result) return nullptr;

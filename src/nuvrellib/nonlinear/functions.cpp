@@ -2,6 +2,7 @@
 // element, anything else becomes a node.
 #include <cmath>
 
+#include "arrays/arrays.h"
 #include "model/dispatch.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -42,28 +43,9 @@ double function_value(int op, double v) {
 
 PyObject *unary_function(int op, PyObject *arg);
 
-// A new object array of the shape of arr with op applied to each element.
-PyObject *map_array(int op, PyObject *arr) {
-  PyArray_Descr *object = PyArray_DescrFromType(NPY_OBJECT);
-  if (object == nullptr) return nullptr;
-  PyRef res(PyArray_FromAny(arr, object, 0, 0,
-                            NPY_ARRAY_ENSURECOPY | NPY_ARRAY_C_CONTIGUOUS | NPY_ARRAY_WRITEABLE,
-                            nullptr));
-  if (!res) return nullptr;
-  auto *a = reinterpret_cast<PyArrayObject *>(res.get());
-  auto **items = static_cast<PyObject **>(PyArray_DATA(a));
-  const npy_intp n = PyArray_SIZE(a);
-  for (npy_intp i = 0; i < n; ++i) {
-    PyObject *v = unary_function(op, items[i] != nullptr ? items[i] : Py_None);
-    if (v == nullptr) return nullptr;
-    Py_XSETREF(items[i], v);
-  }
-  return res.release();
-}
-
 PyObject *unary_function(int op, PyObject *arg) {
   if (nvo_is_number(arg)) return PyFloat_FromDouble(function_value(op, nvo_number_value(arg)));
-  if (nvo_is_array(arg)) return map_array(op, arg);
+  if (nvo_is_array(arg)) return vector_compose_op(arg, unary_function, op);
   return nonlin_checked_args(arg, false, op);
 }
 
