@@ -6,12 +6,15 @@
 #include "module/numpy_api.h"
 
 // Indices into the loop table's type list.
-enum nvo_elem_index { NVO_ELEM_DOUBLE = 0, NVO_ELEM_VAR = 1, NVO_ELEM_EXPR = 2, NVO_ELEM_CON = 3 };
+enum nvo_elem_index {
+  NVO_ELEM_DOUBLE = 0, NVO_ELEM_VAR = 1, NVO_ELEM_EXPR = 2, NVO_ELEM_CON = 3, NVO_ELEM_OBJECT = 4,
+  NVO_ELEM_COUNT = 5
+};
 
 // Registered type numbers (-1 until registration) and the descriptors (borrowed; numpy keeps
 // registered descriptors for the life of the process).
-extern int nvo_typenum[4];
-extern PyArray_Descr *nvo_descr[4];
+extern int nvo_typenum[NVO_ELEM_COUNT];
+extern PyArray_Descr *nvo_descr[NVO_ELEM_COUNT];
 
 // Registers the three element types and the casts between them, storing the descriptors in
 // the environment. 0, or -1 with an exception set.
@@ -47,6 +50,5 @@ PyObject *convert_const_to_expr(PyObject *obj);
 // The matmul loops for arrays of modelling objects (gufunc signature (n,k),(k,m)->(n,m)).
 void nvo_matmul_loop(char **args, const npy_intp *dims, const npy_intp *steps, void *data);
 
-// Function applied to every element of a copy of arr (sin, cos, ... on arrays): an array of
-// element type "expression" for arrays of modelling objects, of arr's type otherwise.
-PyObject *vector_compose_op(PyObject *arr, PyObject *(*fn)(int, PyObject *), int op);
+// Fills the modelling layer's hook table (module/element_types.h).
+void arrays_install();

@@ -10,9 +10,10 @@
 #include "model/var.h"
 #include "module/env.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 
-int nvo_typenum[4] = {NPY_DOUBLE, -1, -1, -1};
-PyArray_Descr *nvo_descr[4] = {nullptr, nullptr, nullptr, nullptr};
+int nvo_typenum[NVO_ELEM_COUNT] = {NPY_DOUBLE, -1, -1, -1, NPY_OBJECT};
+PyArray_Descr *nvo_descr[NVO_ELEM_COUNT] = {};
 
 namespace {
 
@@ -64,7 +65,10 @@ npy_bool true_nonzero(void *, void *) { return NPY_TRUE; }
 
 npy_bool expression_nonzero(void *data, void *) {
   PyObject *o = nvo_elem_load(static_cast<const char *>(data));
-  if (o == nullptr || !expression_check(o)) return o != nullptr ? NPY_TRUE : NPY_FALSE;
+  if (o == nullptr) return NPY_FALSE;
+  // Results of arithmetic may be plain numbers (0 * x is 0.0).
+  if (nvo_is_number(o)) return nvo_number_value(o) != 0.0 ? NPY_TRUE : NPY_FALSE;
+  if (!expression_check(o)) return NPY_TRUE;
   auto *e = reinterpret_cast<expression_s *>(o);
   // NaN compares unequal to zero, so a NaN constant counts as true.
   return (e->constant != 0.0 || e->lin != nullptr || e->quad != nullptr) ? NPY_TRUE : NPY_FALSE;
@@ -83,8 +87,8 @@ void elem_cast(void *from, void *to, npy_intp n, void *, void *) {
 
 // --- descriptors ----------------------------------------------------------------------------
 
-PyArray_ArrFuncs arrfuncs[4];
-PyArray_DescrProto protos[4];
+PyArray_ArrFuncs arrfuncs[NVO_ELEM_COUNT];
+PyArray_DescrProto protos[NVO_ELEM_COUNT];
 
 struct elem_spec {
   int index;
@@ -146,7 +150,8 @@ int register_one(const elem_spec &spec) {
 int nvo_register_element_types() {
   if (nvo_descr[NVO_ELEM_VAR] != nullptr) return 0;
   nvo_descr[NVO_ELEM_DOUBLE] = PyArray_DescrFromType(NPY_DOUBLE);
-  if (nvo_descr[NVO_ELEM_DOUBLE] == nullptr) return -1;
+  nvo_descr[NVO_ELEM_OBJECT] = PyArray_DescrFromType(NPY_OBJECT);
+  if (nvo_descr[NVO_ELEM_DOUBLE] == nullptr || nvo_descr[NVO_ELEM_OBJECT] == nullptr) return -1;
   const elem_spec specs[] = {
       {NVO_ELEM_CON, "constraint", 'c', &constraint_type, true_nonzero},
       {NVO_ELEM_VAR, "variable", 'v', &var_type, true_nonzero},

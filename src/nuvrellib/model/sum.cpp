@@ -6,12 +6,12 @@
 
 #include <utility>
 
-#include "arrays/arrays.h"
 #include "model/dispatch.h"
 #include "model/expression.h"
 #include "model/walk.h"
 #include "module/args.h"
 #include "module/env.h"
+#include "module/element_types.h"
 #include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
@@ -163,8 +163,8 @@ class Folder {
 // The array product of the accumulator and the next factor (acc null for the first factor);
 // out is given only for the last step.
 PyObject *dot_step(PyObject *acc, PyObject *factor, PyObject *out) {
-  if (acc == nullptr) return tensor_mult(Py_None, factor, nullptr);
-  return tensor_mult(acc, factor, out);
+  if (acc == nullptr) return nvo_arrays.tensor_mult(Py_None, factor, nullptr);
+  return nvo_arrays.tensor_mult(acc, factor, out);
 }
 
 }  // namespace

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "arrays/arrays.h"
 #include "model/dispatch.h"
 #include "model/var.h"
 #include "module/args.h"
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/numpy_api.h"
 #include "module/pyref.h"
 #include "module/scalars.h"
 
@@ -168,7 +168,11 @@ PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &
                          bool named, double lb, double ub, double threshold, long vartype) {
   std::vector<npy_intp> shape;
   for (const dimension &dim : dims) shape.push_back(dim.count);
-  PyRef arr(nvo_new_elem_array(NVO_ELEM_VAR, static_cast<int>(shape.size()), shape.data()));
+  auto *descr = reinterpret_cast<PyArray_Descr *>(nvr_py_env.npvar);
+  Py_INCREF(descr);  // stolen by the constructor
+  // The element type needs initialisation, so numpy zero-fills: every reference starts null.
+  PyRef arr(PyArray_NewFromDescr(&PyArray_Type, descr, static_cast<int>(shape.size()),
+                                 shape.data(), nullptr, nullptr, 0, nullptr));
   if (!arr) {
     restate_memory_error();
     return nullptr;
@@ -190,7 +194,8 @@ PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &
       restate_memory_error();
       return nullptr;
     }
-    nvo_elem_store(data + i * static_cast<npy_intp>(sizeof(PyObject *)), v);
+    // A fresh array: the slot holds no reference to release.
+    __builtin_memcpy(data + i * static_cast<npy_intp>(sizeof v), &v, sizeof v);
     if (named) advance(dims, pos);
   }
   return arr.release();
