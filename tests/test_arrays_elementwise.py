@@ -95,31 +95,20 @@ def test_binary_operators_match_scalar_operators(x, y, left, right, op):
         assert same(res[index], expected), (index, res[index], expected)
 
 
-@pytest.mark.parametrize("op", ["and", "or"])
-@pytest.mark.parametrize("left, right", [("npvar", "float"), ("float", "npexpr"),
-                                         ("npvar", "npexpr")])
-def test_logical_operators_build_the_generic_nodes(x, y, left, right, op):
-    a, b = OPERANDS[left](x, y), OPERANDS[right](x, y)
-    res = (a & b) if op == "and" else (a | b)
-    assert res.dtype == nv.npexpr
-    for index in np.ndindex(2, 3):
-        assert same(res[index], general(op, element(a, index), element(b, index)))
-
-
 @pytest.mark.parametrize("kind", ["npvar", "npexpr"])
-def test_unary_minus_and_square(x, y, kind):
-    a = OPERANDS[kind](x, y)
-    neg, sq = -a, np.square(a)
-    assert neg.dtype == sq.dtype == nv.npexpr
-    for index in np.ndindex(2, 3):
-        assert same(neg[index], -a[index])
-        assert same(sq[index], a[index] ** 2)
+def test_unary_and_logical_loops(x, y, kind):
+    a, f = OPERANDS[kind](x, y), OPERANDS["float"](x, y)
+    results = [(-a, lambda e, v: -e), (np.square(a), lambda e, v: e ** 2),
+               (a & f, lambda e, v: general("and", e, v)), (f | a, lambda e, v: general("or", v, e))]
+    for res, scalar in results:
+        assert res.dtype == nv.npexpr
+        for index in np.ndindex(2, 3):
+            assert same(res[index], scalar(a[index], float(f[index])))
 
 
-@pytest.mark.parametrize("op, lb, ub", [
-    (operator.le, -1e20, 0.0), (operator.ge, 0.0, 1e20), (operator.eq, 0.0, 0.0)])
+@pytest.mark.parametrize("op", [operator.le, operator.ge, operator.eq])
 @pytest.mark.parametrize("left, right", [p for p in PAIRS if "var" not in p and p[0] != p[1]])
-def test_comparisons_give_one_constraint_per_element(x, y, left, right, op, lb, ub):
+def test_comparisons_give_one_constraint_per_element(x, y, left, right, op):
     a, b = OPERANDS[left](x, y), OPERANDS[right](x, y)
     res = op(a, b)
     assert res.dtype == nv.npconstraint and res.shape == (2, 3)
@@ -133,18 +122,12 @@ def test_comparisons_give_one_constraint_per_element(x, y, left, right, op, lb, 
             (expected.lb, expected.ub, str(expected.body)), mirrored]
 
 
-def test_the_constraints_are_distinct_objects(x):
-    c = x <= 1.0
-    assert len({id(e) for e in c.flat}) == c.size
-    assert len({e.name for e in c.flat}) == c.size
-
-
 @pytest.mark.parametrize("make, shape", [
     (lambda x: x + np.ones(3), (2, 3)),
     (lambda x: x[:, :1] * np.arange(3.0), (2, 3)),
     (lambda x: x[0] - x[:, None, 0], (2, 3)),
     (lambda x: x.reshape(2, 3, 1) <= np.zeros((1, 1, 4)), (2, 3, 4)),
-    (lambda x: x[::-1, ::-2] + 1, (2, 2)),
+    (lambda x: x[::-1, ::-2] + 1, (2, 2)),  # reversed, strided view
     (lambda x: x.T * 2, (3, 2)),
     (lambda x: x[:0] * 2, (0, 3)),
     (lambda x: x[:0] <= np.zeros((0, 3)), (0, 3)),
@@ -155,30 +138,17 @@ def test_broadcasting_and_views(x, make, shape):
     assert res.dtype in (nv.npexpr, nv.npconstraint)
 
 
-def test_views_pick_the_right_elements(x):
-    res = x[::-1, ::-2] * 2.0
-    for i in range(2):
-        for j in range(2):
-            assert same(res[i, j], 2.0 * x[1 - i, 2 - 2 * j])
-
-
 def test_broadcast_of_mismatched_shapes_is_numpys_error(x):
     with pytest.raises(ValueError, match="broadcast"):
         x + np.ones((2, 2))
 
 
-def test_reductions_along_an_axis(x):
-    rows = x.sum(axis=1)
-    assert rows.dtype == nv.npexpr and rows.shape == (2,)
-    assert same(rows[1], x[1, 0] + x[1, 1] + x[1, 2])
-    total = x.sum()
-    assert isinstance(total, nv.expression)
-    assert len(total.extractLinear()[0]) == 6
-
-
-@pytest.mark.parametrize("fill", [None, "text"])
+@pytest.mark.parametrize("fill", [None, "text", "unfilled"])
 def test_arrays_holding_other_objects_fail_cleanly(x, fill):
     a = np.array([x[0, 0], fill], dtype=nv.npvar)
+    if fill == "unfilled":
+        a = np.empty(2, dtype=nv.npvar)
+        assert a[0] is None
     with pytest.raises(nv.ModelError, match="Invalid object in operation"):
         a + 1.0
     with pytest.raises(nv.ModelError, match="Invalid (object in operation|constraint body)"):
@@ -187,14 +157,10 @@ def test_arrays_holding_other_objects_fail_cleanly(x, fill):
         -a
 
 
-def test_an_unfilled_array_reads_as_none():
-    a = np.empty(2, dtype=nv.npexpr)
-    assert a[0] is None
-    with pytest.raises(nv.ModelError):
-        a * 2.0
-
-
-def test_casts_between_element_types_keep_the_objects(x):
+def test_element_types_and_casts(x):
+    for dtype, kind, scalar in [(nv.npvar, "v", nv.var), (nv.npexpr, "e", nv.expression),
+                                (nv.npconstraint, "c", nv.constraint)]:
+        assert (dtype.kind, dtype.type, dtype.itemsize) == (kind, scalar, 8)
     e = x.astype(nv.npexpr)
     assert e.dtype == nv.npexpr
     assert all(a is b for a, b in zip(e.flat, x.flat))
