@@ -53,7 +53,7 @@ def test_arrays_are_mapped_element_by_element(name):
     f = getattr(nv, name)
     numeric = np.array([[1.0, 4.0], [9.0, 16.0]])
     r = f(numeric)
-    assert r.shape == (2, 2) and r.dtype == object
+    assert r.shape == (2, 2) and r.dtype == np.float64
     assert [float(v) for v in r.ravel()] == [f(v) for v in numeric.ravel()]
     mixed = np.array([0.25, x], dtype=object)
     r = f(mixed)

@@ -15,6 +15,7 @@
 #include "module/pyref.h"
 #include "model/sum.h"
 #include "model/var.h"
+#include "arrays/arrays.h"
 #include "nonlinear/nonlin.h"
 #include "nonlinear/user.h"
 #include "module/errors.h"
@@ -107,6 +108,7 @@ PyTypeObject *const all_types[] = {
 int ready_types() {
   if (problem_build_method_table() != 0) return -1;
   nonlin_install();
+  arrays_install();
   for (PyTypeObject *type : all_types) {
     // Types with a creation routine of their own keep it: fresh identifiers, or a refusal
     // for the types whose objects only the module makes.

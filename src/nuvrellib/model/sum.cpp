@@ -11,6 +11,7 @@
 #include "model/walk.h"
 #include "module/args.h"
 #include "module/env.h"
+#include "module/element_types.h"
 #include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
@@ -160,15 +161,10 @@ class Folder {
 };
 
 // The array product of the accumulator and the next factor (acc null for the first factor);
-// out is given only for the last step. Products of arrays come with the array integration.
-PyObject *dot_step(PyObject *acc, PyObject *factor, PyObject *) {
-  if (acc == nullptr && !nvo_is_array(factor)) {
-    return nvo_model_error("Dot product should only be on NumPy arrays");
-  }
-  if (acc != nullptr && (!nvo_is_array(acc) || !nvo_is_array(factor))) {
-    return nvo_model_error("Dot product can only occur between NumPy arrays");
-  }
-  return nvo_model_error("Dot products of NumPy arrays are not available in this build");
+// out is given only for the last step.
+PyObject *dot_step(PyObject *acc, PyObject *factor, PyObject *out) {
+  if (acc == nullptr) return nvo_arrays.tensor_mult(Py_None, factor, nullptr);
+  return nvo_arrays.tensor_mult(acc, factor, out);
 }
 
 }  // namespace
@@ -276,8 +272,5 @@ const char nuvrelmod_Dot_doc[] =
     "  out:         optional array of the result's shape that receives the product.\n\n"
     "Example:\n"
     "  A = numpy.array([[1, 2], [3, 4]])\n"
-    "  v = numpy.array([x, y], dtype=object)\n"
-    "  try:\n"
-    "      e = nuvrel.Dot(A, v)      # [x + 2*y, 3*x + 4*y]\n"
-    "  except nuvrel.ModelError as error:  # a build without array products says so\n"
-    "      print(error)\n";
+    "  v = numpy.array([x, y], dtype=nuvrel.npvar)\n"
+    "  e = nuvrel.Dot(A, v)      # [x + 2*y, 3*x + 4*y]\n";

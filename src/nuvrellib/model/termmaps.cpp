@@ -4,6 +4,7 @@
 #include "model/termmaps.h"
 
 #include <memory>
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -63,10 +64,16 @@ int has_key(const Container *c, const Key &key) {
   return c != nullptr && c->count(key) ? 1 : 0;
 }
 
-// Insert or overwrite.
+// Insert or overwrite. Keys mostly arrive in increasing order (identifiers are handed out in
+// order, and sums run over variables in creation order), so a key beyond the last one goes in
+// at the end without a search down the tree.
 template <class Map>
 int store(Map *map, typename Map::key_type key, typename Map::mapped_type value) {
   try {
+    if (map->empty() || map->key_comp()(std::prev(map->end())->first, key)) {
+      map->emplace_hint(map->end(), key, value);
+      return 0;
+    }
     (*map)[key] = value;
     return 0;
   } catch (const std::bad_alloc &) {

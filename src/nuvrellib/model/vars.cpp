@@ -13,6 +13,7 @@
 #include "module/args.h"
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/numpy_api.h"
 #include "module/pyref.h"
 #include "module/scalars.h"
 
@@ -154,6 +155,52 @@ void restate_memory_error() {
   }
 }
 
+// Advances the odometer pos over dims, last index fastest.
+void advance(const std::vector<dimension> &dims, std::vector<Py_ssize_t> &pos) {
+  for (size_t d = dims.size(); d-- > 0;) {
+    if (++pos[d] < dims[d].count) break;
+    pos[d] = 0;
+  }
+}
+
+// The array form: every index set a count, the variables in C order.
+PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &prefix,
+                         bool named, double lb, double ub, double threshold, long vartype) {
+  std::vector<npy_intp> shape;
+  for (const dimension &dim : dims) shape.push_back(dim.count);
+  auto *descr = reinterpret_cast<PyArray_Descr *>(nvr_py_env.npvar);
+  Py_INCREF(descr);  // stolen by the constructor
+  // The element type needs initialisation, so numpy zero-fills: every reference starts null.
+  PyRef arr(PyArray_NewFromDescr(&PyArray_Type, descr, static_cast<int>(shape.size()),
+                                 shape.data(), nullptr, nullptr, 0, nullptr));
+  if (!arr) {
+    restate_memory_error();
+    return nullptr;
+  }
+  char *data = PyArray_BYTES(reinterpret_cast<PyArrayObject *>(arr.get()));
+  const npy_intp total = PyArray_SIZE(reinterpret_cast<PyArrayObject *>(arr.get()));
+  std::vector<Py_ssize_t> pos(dims.size(), 0);
+  for (npy_intp i = 0; i < total; ++i) {
+    PyRef name;
+    if (named) {
+      name = PyRef(make_name(prefix, dims, pos));
+      if (!name) {
+        restate_memory_error();
+        return nullptr;
+      }
+    }
+    PyObject *v = var_create(name.get(), lb, ub, threshold, vartype);
+    if (v == nullptr) {
+      restate_memory_error();
+      return nullptr;
+    }
+    // A fresh array: the slot holds no reference to release.
+    __builtin_memcpy(data + i * static_cast<npy_intp>(sizeof v), &v, sizeof v);
+    if (named) advance(dims, pos);
+  }
+  return arr.release();
+}
+
 }  // namespace
 
 PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -211,13 +258,6 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
     }
     total *= n;
   }
-  if (all_integers) {
-    // The array form needs the array element type of variables, which is not registered yet.
-    nvo_model_error("nuvrel.vars() with only integer arguments creates an array of variables, "
-                "which is not available in this build; pass lists or ranges to get a "
-                "dictionary of variables");
-    return nullptr;
-  }
   var_binary_bounds(vartype, &lb, &ub);
   if (exceeds_memory(total)) {
     nvo_model_error(MSG_TOO_MANY);
@@ -238,6 +278,8 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
           return nullptr;
     }
   }
+
+  if (all_integers) return make_var_array(dims, prefix, named, lb, ub, threshold, vartype);
 
   PyRef result(PyDict_New());
   if (!result) return nullptr;

@@ -42,21 +42,42 @@ double function_value(int op, double v) {
 
 PyObject *unary_function(int op, PyObject *arg);
 
-// A new object array of the shape of arr with op applied to each element.
-PyObject *map_array(int op, PyObject *arr) {
-  PyArray_Descr *object = PyArray_DescrFromType(NPY_OBJECT);
-  if (object == nullptr) return nullptr;
-  PyRef res(PyArray_FromAny(arr, object, 0, 0,
-                            NPY_ARRAY_ENSURECOPY | NPY_ARRAY_C_CONTIGUOUS | NPY_ARRAY_WRITEABLE,
-                            nullptr));
+// op applied to every element of arr (vector_compose_op): a function of modelling objects is
+// a node, which only an expression array may hold; numbers keep a float array and an object
+// array stays an object array.
+PyObject *map_array(int op, PyObject *arr_obj) {
+  auto *arr = reinterpret_cast<PyArrayObject *>(arr_obj);
+  PyArray_Descr *d = PyArray_DESCR(arr);
+  const int t = d->type_num;
+  PyObject *res_descr;
+  if (t == NPY_OBJECT) {
+    res_descr = reinterpret_cast<PyObject *>(d);
+  } else if (PyTypeNum_ISNUMBER(t) || PyTypeNum_ISBOOL(t)) {
+    res_descr = reinterpret_cast<PyObject *>(PyArray_DescrFromType(NPY_DOUBLE));
+    Py_DECREF(res_descr);  // numpy keeps the built-in descriptors
+  } else {
+    res_descr = nvr_py_env.npexpr;
+  }
+  Py_INCREF(res_descr);  // stolen by the constructor
+  PyRef res(PyArray_NewFromDescr(&PyArray_Type, reinterpret_cast<PyArray_Descr *>(res_descr),
+                                 PyArray_NDIM(arr), PyArray_DIMS(arr), nullptr, nullptr, 0,
+                                 nullptr));
   if (!res) return nullptr;
-  auto *a = reinterpret_cast<PyArrayObject *>(res.get());
-  auto **items = static_cast<PyObject **>(PyArray_DATA(a));
-  const npy_intp n = PyArray_SIZE(a);
-  for (npy_intp i = 0; i < n; ++i) {
-    PyObject *v = unary_function(op, items[i] != nullptr ? items[i] : Py_None);
-    if (v == nullptr) return nullptr;
-    Py_XSETREF(items[i], v);
+  auto *out = reinterpret_cast<PyArrayObject *>(res.get());
+  PyRef src_it(PyArray_IterNew(arr_obj)), dst_it(PyArray_IterNew(res.get()));
+  if (!src_it || !dst_it) return nullptr;
+  auto *si = reinterpret_cast<PyArrayIterObject *>(src_it.get());
+  auto *di = reinterpret_cast<PyArrayIterObject *>(dst_it.get());
+  while (si->index < si->size) {
+    PyRef item(PyArray_GETITEM(arr, static_cast<const char *>(PyArray_ITER_DATA(si))));
+    PyRef v(item ? unary_function(op, item.get()) : nullptr);
+    if (!v || PyArray_SETITEM(out, static_cast<char *>(PyArray_ITER_DATA(di)), v.get()) < 0) {
+      // A failure of the function keeps its own message; one of the walk gets this one.
+      if (!PyErr_Occurred()) nvo_model_error("Cannot iterate on sequence of arguments");
+      return nullptr;
+    }
+    PyArray_ITER_NEXT(si);
+    PyArray_ITER_NEXT(di);
   }
   return res.release();
 }

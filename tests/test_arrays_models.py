@@ -1,0 +1,129 @@
+"""Models written over arrays, solved to known optima, and the problem methods given arrays."""
+
+import csv
+
+import numpy as np
+import pytest
+
+import nuvrel as nv
+from conftest import SHARED_DATA
+
+pytestmark = pytest.mark.usefixtures("quiet", "collect_cycles")
+
+
+def test_transportation_problem():
+    supply = np.array([20.0, 30.0, 25.0])
+    demand = np.array([10.0, 25.0, 15.0, 20.0])
+    cost = np.array([[8.0, 6, 10, 9], [9, 12, 13, 7], [14, 9, 16, 5]])
+    x = nv.vars(3, 4, name="ship")
+    out_of, into = x.sum(axis=1) <= supply, x.sum(axis=0) >= demand
+    assert out_of.dtype == into.dtype == nv.npconstraint
+    p = nv.problem(x, out_of, into, (cost * x).sum())
+    p.solve()
+    assert p.getObjVal() == pytest.approx(550.0)
+    sol = p.getSolution(x)
+    assert isinstance(sol, np.ndarray) and sol.shape == (3, 4)
+    assert np.all(sol.sum(axis=1) <= supply + 1e-6)
+    assert np.all(sol.sum(axis=0) >= demand - 1e-6)
+    assert float((cost * sol).sum()) == pytest.approx(550.0)
+    # The per-row readers walk an array in order and give flat lists.
+    slack = p.getSlack(out_of)
+    assert slack == pytest.approx(list(supply - sol.sum(axis=1)), abs=1e-6)
+    assert len(p.getDual(into)) == 4 and len(p.getRCost(x)) == 12
+    values = p.getSolution(2 * x + 1)
+    assert values == pytest.approx(2 * sol + 1)
+
+
+def test_diet_lp_with_a_matrix():
+    # min cost @ x  s.t.  N @ x >= need, x >= 0: optimum 0.6 at x = (0.2, 0.2) (hand-solved).
+    N = np.array([[2.0, 1.0], [1.0, 2.0]])
+    need = np.array([0.6, 0.6])
+    cost = np.array([1.0, 2.0])
+    x = nv.vars(2, name="food")
+    rows = N @ x >= need
+    p = nv.problem(x, rows, nv.Dot(cost, x))
+    p.solve()
+    sol = p.getSolution(x)
+    assert np.all(N @ sol >= need - 1e-7)
+    # The LP optimum: the cheaper food covers both needs at x = (0.6, 0) with cost 0.6.
+    assert p.getObjVal() == pytest.approx(0.6)
+
+
+def test_markowitz_qp():
+    # min w' S w  s.t. sum w = 1, mu @ w >= 0.1. The two constraints fix w = (0.5, 0.5) (the
+    # unconstrained minimum-risk mix, about (0.69, 0.31), earns less than 0.1).
+    S = np.array([[0.04, 0.0], [0.0, 0.09]])
+    mu = np.array([0.08, 0.12])
+    x = nv.vars(2, name="w")
+    p = nv.problem(x, x.sum() == 1, mu @ x >= 0.1, x @ S @ x)
+    p.solve()
+    w = np.array(p.getSolution(x))
+    assert w == pytest.approx([0.5, 0.5], abs=1e-4)
+    assert p.getObjVal() == pytest.approx(w @ S @ w, rel=1e-5)
+
+
+def read_mps(path):
+    """Matrix, right-hand sides, senses, objective and its constant of a plain MPS file."""
+    rows, senses, obj, cols = [], {}, None, {}
+    entries, rhs, section = [], {}, None
+    for line in open(path):
+        if not line.strip() or line.startswith("*"):
+            continue
+        if not line[0].isspace():
+            section = line.split()[0]
+            continue
+        f = line.split()
+        if section == "ROWS":
+            if f[0] == "N" and obj is None:
+                obj = f[1]
+            elif f[0] != "N":
+                senses[f[1]] = f[0]
+                rows.append(f[1])
+        elif section == "COLUMNS" and "'MARKER'" not in f:
+            cols.setdefault(f[0], len(cols))
+            for name, value in zip(f[1::2], f[2::2]):
+                entries.append((name, f[0], float(value)))
+        elif section == "RHS":
+            for name, value in zip(f[1::2], f[2::2]):
+                rhs[name] = float(value)
+        elif section in ("BOUNDS", "RANGES"):
+            raise ValueError(f"{section} are not read by this helper")
+    index = {r: i for i, r in enumerate(rows)}
+    A = np.zeros((len(rows), len(cols)))
+    c = np.zeros(len(cols))
+    for r, col, v in entries:
+        if r == obj:
+            c[cols[col]] = v
+        elif r in index:
+            A[index[r], cols[col]] = v
+    b = np.array([rhs.get(r, 0.0) for r in rows])
+    sense = np.array([senses[r] for r in rows])
+    return A, b, sense, c, -rhs.get(obj, 0.0)
+
+
+def optimum(name):
+    with open(SHARED_DATA / "optima.csv") as f:
+        return float(next(r for r in csv.DictReader(f) if r["file"] == name)["objective"])
+
+
+@pytest.mark.parametrize("name", ["afiro.mps", "adlittle.mps"])
+def test_lp_rebuilt_from_its_matrix(name):
+    A, b, sense, c, constant = read_mps(SHARED_DATA / name)
+    x = nv.vars(A.shape[1], name="")
+    lhs = A @ x
+    rows = [lhs[sense == "L"] <= b[sense == "L"], lhs[sense == "G"] >= b[sense == "G"],
+            lhs[sense == "E"] == b[sense == "E"]]
+    p = nv.problem(x, rows, c @ x + constant)
+    p.solve()
+    assert p.getObjVal() == pytest.approx(optimum(name), rel=1e-7)
+
+
+def test_add_and_delete_arrays_of_objects():
+    x = nv.vars(2, 3, name="x")
+    p = nv.problem()
+    p.addVariable(x)
+    c = x <= np.arange(6.0).reshape(2, 3)
+    p.addConstraint(c)
+    assert p.getAttrib("columns") == 6 and p.getAttrib("rows") == 6
+    p.delConstraint(c[0, 0])
+    assert p.getAttrib("rows") == 5
