@@ -260,9 +260,13 @@ def test_random_edits_keep_objects_and_library_in_step(nv, tmp_path):
             p.addcols([0.5] * k, [0] * (k + 1), [], [], [0] * k, [3] * k,
                       names=[f"v{next(serial)}" for _ in range(k)])
         elif action == "delrow" and rows:
-            p.delConstraint(rng.choice(rows))
+            doomed = rng.sample(rows, min(len(rows), 2))
+            p.delrows([doomed[0], p.getIndex(doomed[-1])]) if step % 2 else p.delConstraint(doomed)
+            with pytest.raises(nv.ModelError, match="not in problem"):
+                p.chgrhs(doomed[:1], [0.0])
         elif action == "delcol" and cols:
-            p.delVariable(rng.choice(cols))
+            doomed = rng.choice(cols)
+            p.delcols([doomed.name]) if step % 2 else p.delVariable(doomed)
         elif action == "chg" and cols and rows:
             p.chgcoef(rng.choice(rows), rng.choice(cols), float(rng.randint(1, 4)))
             p.chgbounds([rng.choice(cols)], ["U"], [float(rng.randint(1, 9))])

@@ -1,8 +1,10 @@
 // Changing the matrix piecewise: the methods that take parallel arrays of indices and values,
 // the single-element changes, and the additions of quadratic parts, general and
 // piecewise-linear constraints and set names.
+#include <algorithm>
 #include <climits>
 #include <string>
+#include <vector>
 
 #include "lowlevel/lowlevel.h"
 #include "model/sos.h"
@@ -13,6 +15,7 @@
 #include "module/methods.h"
 #include "module/pyref.h"
 #include "problem/method_families.h"
+#include "problem/removal.h"
 
 namespace {
 
@@ -116,6 +119,47 @@ ARRAY_METHOD(delgencons, 1, KW("conind"), NOLEGACY, KINDS(CONV_ROW),
              NVRLdelgencons(pr, n, at<int>(a, 0)))
 ARRAY_METHOD(delpwlcons, 1, KW("pwlind"), NOLEGACY, KINDS(CONV_ROW),
              NVRLdelpwlcons(pr, n, at<int>(a, 0)))
+
+// ----- deletions of rows, columns and sets ----------------------------------------------------
+
+// Deletes in the library, then drops the objects of the deleted items from the problem: those
+// objects are no longer found in it, and the later ones move down.
+PyObject *delete_items(PyObject *self, PyObject *args, PyObject *kwargs, const char **kw,
+                       const char **legacy, int kind) {
+  PyObject *v[1] = {};
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, legacy, &v[0]) ||
+      nvo_require_args(kw, v, 1) != 0)
+    return nullptr;
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  int64_t n = -1;
+  ConvArray<int> ind;
+  if (ind.convert(p, &n, v[0], kind) != 0) return setNvrlErrIfNull(self, nullptr);
+  if (n <= 0) Py_RETURN_NONE;
+  const int count = static_cast<int>(n);
+  const int rc = kind == CONV_ROW ? NVRLdelrows(p->prob, count, ind.get())
+                 : kind == CONV_COL ? NVRLdelcols(p->prob, count, ind.get())
+                                    : NVRLdelsets(p->prob, count, ind.get());
+  if (rc != 0) return setNvrlErrIfNull(self, nullptr);
+  // The library has refused repeated and invalid indices, so these are distinct and valid.
+  std::vector<int64_t> doomed(ind.get(), ind.get() + count);
+  std::sort(doomed.begin(), doomed.end());
+  if (problem_forget_positions(p, kind, doomed) != 0) return nullptr;
+  Py_RETURN_NONE;
+}
+
+PyObject *NVRL_PY_delrows(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kw[] = {"rowind", nullptr}, *legacy[] = {"mindex", nullptr};
+  return delete_items(self, args, kwargs, kw, legacy, CONV_ROW);
+}
+PyObject *NVRL_PY_delcols(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kw[] = {"colind", nullptr}, *legacy[] = {"mindex", nullptr};
+  return delete_items(self, args, kwargs, kw, legacy, CONV_COL);
+}
+PyObject *NVRL_PY_delsets(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kw[] = {"setind", nullptr}, *legacy[] = {"mindex", nullptr};
+  return delete_items(self, args, kwargs, kw, legacy, CONV_SOS);
+}
 
 // ----- single elements -----------------------------------------------------------------------
 
@@ -420,6 +464,12 @@ DOC(addpwlcons, "addpwlcons(colind, resultant, start, xval, yval)\n\nAdds piecew
                 "Example: p.addpwlcons([x], [y], [0], [0, 1, 2], [0, 1, 4])")
 DOC(addsetnames, "addsetnames(names, first=0, last=first+len(names)-1)\n\nNames special "
                  "ordered sets first..last.\n\nExample: p.addsetnames(['s1', 's2'], 0, 1)")
+DOC(delrows, "delrows(rowind)\n\nDeletes rows (indices, names or constraints); their constraints "
+             "leave the problem.\n\nExample: p.delrows([c1, 'c2'])")
+DOC(delcols, "delcols(colind)\n\nDeletes columns (indices, names or variables); their variables "
+             "leave the problem.\n\nExample: p.delcols([x, 3])")
+DOC(delsets, "delsets(setind)\n\nDeletes special ordered sets (indices or sets).\n\n"
+             "Example: p.delsets([0])")
 DOC(delindicators, "delindicators(first=0, last=ROWS-1)\n\nTurns indicator rows first..last "
                    "back into ordinary rows.\n\nExample: p.delindicators(0, 4)")
 
@@ -435,5 +485,6 @@ PyMethodDef problem_methods_changes[] = {
     ENTRY(loaddelayedrows), ENTRY(delgencons),  ENTRY(delpwlcons),      ENTRY(chgcoef),
     ENTRY(chgqobj),       ENTRY(chgqrowcoeff),  ENTRY(delqmatrix),      ENTRY(chgobjsense),
     ENTRY(addqmatrix),    ENTRY(addgencons),    ENTRY(addpwlcons),      ENTRY(addsetnames),
-    ENTRY(delindicators), {nullptr, nullptr, 0, nullptr},
+    ENTRY(delindicators), ENTRY(delrows),       ENTRY(delcols),         ENTRY(delsets),
+    {nullptr, nullptr, 0, nullptr},
 };
