@@ -28,10 +28,17 @@ def in_step(p):
     return cols, rows
 
 
-def picture(p, tmp_path, name="picture.lp"):
+def written(p, path):
+    """The problem as an MPS file: its columns list their entries in row order, so two
+    problems with the same model give the same text whatever order they were built in."""
+    p.write(str(path), "")
+    return path.read_text()
+
+
+def picture(p, tmp_path, name="picture.mps"):
     """Everything a refused call must leave alone: the written model and the objects."""
     path = tmp_path / name
-    p.write(str(path), "l")
+    text = written(p, path)
     cols, rows = in_step(p)
     sets = p.getSOS(first=0) if p.attributes.sets else []
-    return path.read_text(), [id(v) for v in cols], [id(c) for c in rows], [id(s) for s in sets]
+    return text, [id(v) for v in cols], [id(c) for c in rows], [id(s) for s in sets]

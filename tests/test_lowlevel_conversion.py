@@ -2,6 +2,8 @@
 iterator, numpy array) and of an element (index, name, modelling object) means the same, and a
 bad argument is refused with a clear error and changes nothing."""
 
+import builtins
+
 import numpy as np
 import pytest
 from lowlevel_support import picture, small_problem
@@ -19,18 +21,18 @@ pytestmark = pytest.mark.usefixtures("quiet")
     lambda x, y, z: range(2, -1, -2),
     lambda x, y, z: np.array([2, 0], dtype=np.int32),
     lambda x, y, z: np.array([2, 0], dtype=np.int64),
-    lambda x, y, z: np.array([2, 0, 1], dtype=np.int64)[::2],   # not contiguous
+    lambda x, y, z: np.array([2, 9, 0], dtype=np.int64)[::2],   # not contiguous
     lambda x, y, z: np.array([z, x], dtype=object),
     lambda x, y, z: [np.int32(2), np.int64(0)],
 ], ids=["list", "tuple", "names", "iterator", "generator", "range", "int32", "int64",
         "strided", "objects", "scalars"])
 @pytest.mark.parametrize("values", [
-    [4.0, -1.5], (4, -1.5), np.array([4.0, -1.5]), np.array([4.0, -1.5], dtype=np.float32),
-    iter([4.0, -1.5]),
+    lambda: [4.0, -1.5], lambda: (4, -1.5), lambda: np.array([4.0, -1.5]),
+    lambda: np.array([4.0, -1.5], dtype=np.float32), lambda: iter([4.0, -1.5]),
 ], ids=["list", "tuple", "float64", "float32", "iterator"])
 def test_every_form_of_indices_and_values_means_the_same(nv, make, values):
     p, (x, y, z), _ = small_problem()
-    p.chgbounds(make(x, y, z), ["U", "L"], values)
+    p.chgbounds(make(x, y, z), ["U", "L"], values())
     assert p.getub(None) == [10.0, 10.0, 4.0]
     assert p.getlb(None) == [-1.5, 0.0, 0.0]
 
@@ -85,16 +87,17 @@ BAD = [
      "ModelError", "^Constraint new not in problem$"),
     (lambda nv, p, x, y, z, c1, c2: p.chgobj([np.int16(1)], [1.0]), "ModelError",
      "Invalid variable object"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([0], ["one"]), "TypeError", ""),
+    (lambda nv, p, x, y, z, c1, c2: p.chgobj([0], ["one"]), "TypeError", "real number"),
     (lambda nv, p, x, y, z, c1, c2: p.chgbounds([0], [3], [1.0]), "ModelError",
      "^Invalid object 3$"),
     (lambda nv, p, x, y, z, c1, c2: p.chgobj(["nosuchcolumn"], [1.0]), "SolverError",
      "nosuchcolumn"),
     (lambda nv, p, x, y, z, c1, c2: p.chgobj([3], [1.0]), "SolverError", "not a valid column"),
     (lambda nv, p, x, y, z, c1, c2: p.chgobj([-2], [1.0]), "SolverError", "not a valid column"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([0, 1], [1.0, float("nan")]), "SolverError", ""),
-    # A float where an integer belongs leaves the message to the library (none here).
-    (lambda nv, p, x, y, z, c1, c2: p.setindicators([0], [2], [1.0]), "SolverError", ""),
+    (lambda nv, p, x, y, z, c1, c2: p.chgobj([0, 1], [1.0, float("nan")]), "SolverError",
+     r"objcoef\[1\] is NaN"),
+    # A float where an integer belongs leaves the message to the library's last error.
+    (lambda nv, p, x, y, z, c1, c2: p.setindicators([0], [2], [1.0]), "SolverError", None),
     (lambda nv, p, x, y, z, c1, c2: p.chgbounds([0], ["U"]), "InterfaceError",
      "^Must provide argument bndval$"),
     (lambda nv, p, x, y, z, c1, c2: p.chgmcoef([0]), "InterfaceError",
@@ -113,7 +116,7 @@ def test_bad_arguments_raise_and_change_nothing(nv, tmp_path, collect_cycles, ca
                                                 message):
     p, (x, y, z), (c1, c2) = small_problem()
     before = picture(p, tmp_path)
-    with pytest.raises(getattr(nv, exc, None) or getattr(__builtins__, exc, Exception),
+    with pytest.raises(getattr(nv, exc, None) or getattr(builtins, exc),
                        match=message) as info:
         call(nv, p, x, y, z, c1, c2)
     assert type(info.value).__name__ == exc
@@ -127,7 +130,7 @@ def test_deleted_objects_are_no_longer_found(nv, tmp_path):
     before = picture(p, tmp_path)
     with pytest.raises(nv.ModelError, match="^Variable x not in problem$"):
         p.chgobj([y, x], [1, 2])
-    with pytest.raises(nv.ModelError, match="^Constraint c2 not in problem$"):
+    with pytest.raises(nv.ModelError, match="^Constraint .* not in problem$"):
         p.chgrhs([c2], [1])
     assert picture(p, tmp_path) == before
     p.chgobj([y, z], [1, 2])    # the survivors moved down and are still found

@@ -492,7 +492,7 @@ PyObject *NVRL_PY_addcols(PyObject *self, PyObject *args, PyObject *kwargs) {
   cols.n = ncols;
   cols.lb = lb.get();
   cols.ub = ub.get();
-  cols.coltype = types.get();
+  cols.types = types.get();
   if (addColsAsVariables(p, p->vars, p->varmap, a[6], first, cols) != 0) return nullptr;
   if (NVRLaddcols64(p->prob, static_cast<int>(ncols), ncoefs, obj.get(), start.get(),
                     rowind.get(), rowcoef.get(), lb.get(), ub.get()) != 0) {
