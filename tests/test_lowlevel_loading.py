@@ -326,3 +326,19 @@ def test_random_edits_keep_objects_and_library_in_step(nv, tmp_path):
                           colnames=[f"v{next(serial)}"], rownames=[f"r{next(serial)}"])
     in_step(p)
     p.solve()
+
+
+def test_legacy_keyword_names_build_the_same_model(nv, tmp_path):
+    current, legacy = nv.problem(name="k"), nv.problem(name="k")
+    current.loadproblem(probname="k", rowtype=["L"], rhs=[4], rng=None, objcoef=[1, 2],
+                        start=[0, 1, 2], collen=None, rowind=[0, 0], rowcoef=[1, 1], lb=[0, 0],
+                        ub=[5, 5], coltype=["I"], entind=[1])
+    legacy.loadproblem(probname="k", qrtypes=["L"], rhs=[4], range=None, obj=[1, 2],
+                       mstart=[0, 1, 2], mnel=None, mrwind=[0, 0], dmatval=[1, 1], dlb=[0, 0],
+                       dub=[5, 5], qgtype=["I"], mgcols=[1])
+    current.addrows(rowtype=["G"], rhs=[1], start=[0, 1], colind=[0], rowcoef=[2.0])
+    legacy.addrows(qrtype=["G"], rhs=[1], mstart=[0, 1], mclind=[0], dmatval=[2.0])
+    current.addcols(objcoef=[3], start=[0, 1], rowind=[1], rowcoef=[1.0], lb=[0], ub=[1])
+    legacy.addcols(objx=[3], mstart=[0, 1], mrwind=[1], dmatval=[1.0], bdl=[0], bdu=[1])
+    assert written(current, tmp_path / "a.mps") == written(legacy, tmp_path / "b.mps")
+    assert len(in_step(legacy)[0]) == 3
