@@ -42,7 +42,7 @@ def model():
 def engine_load(m):
     lib = ctypes.CDLL(os.path.join(os.path.dirname(nv.__file__), "libnvrl.so"))
     prob = ctypes.c_void_p()
-    assert lib.NVRLcreateprob(ctypes.byref(prob)) == 0
+    assert lib.NVRLinit(None) == 0 and lib.NVRLcreateprob(ctypes.byref(prob)) == 0
     p = lambda a, t: a.ctypes.data_as(ctypes.POINTER(t))
     types = np.full(ROWS, ord("L"), dtype=np.uint8)
     seconds, rc = timed(lambda: lib.NVRLloadlp64(
@@ -52,6 +52,7 @@ def engine_load(m):
         p(m["lb"], ctypes.c_double), p(m["ub"], ctypes.c_double)))
     assert rc == 0
     lib.NVRLdestroyprob(prob)
+    lib.NVRLfree()
     return seconds
 
 
