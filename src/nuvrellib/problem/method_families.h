@@ -11,6 +11,7 @@ extern PyMethodDef problem_methods_solve[];      // solve.cpp: objective, solve,
 extern PyMethodDef problem_methods_controls[];   // controls.cpp: controls and attributes
 extern PyMethodDef problem_methods_solution[];   // solution.cpp: solution retrieval
 extern PyMethodDef problem_methods_files[];      // files.cpp: read and write
+extern PyMethodDef problem_methods_conversion[]; // lowlevel/bounds.cpp: getIndexFromName, getlb, getub
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.

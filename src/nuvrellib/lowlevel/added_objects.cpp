@@ -1,0 +1,219 @@
+// Modelling objects for rows and columns that reach the library through the low-level
+// interface, and the names and types those rows and columns get in the library.
+#include <string>
+
+#include "lowlevel/conv.h"
+#include "model/constraint.h"
+#include "model/var.h"
+#include "module/alloc_buffer.h"
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/pyref.h"
+
+namespace {
+
+int var_type_of(char c, long *type) {
+  switch (c) {
+    case 'C': *type = VARTYPE_CONTINUOUS; return 0;
+    case 'B': *type = VARTYPE_BINARY; return 0;
+    case 'I': *type = VARTYPE_INTEGER; return 0;
+    case 'S': *type = VARTYPE_SEMICONTINUOUS; return 0;
+    case 'R': *type = VARTYPE_SEMIINTEGER; return 0;
+    case 'P': *type = VARTYPE_PARTIALLYINTEGER; return 0;
+    default: return nvo_model_error("Incorrect variable type");
+  }
+}
+
+// A name list as a fast sequence of n items (null when not given). names must be a list or
+// tuple; msg is raised when its length is not n.
+int name_sequence(PyObject *names, int64_t n, const char *msg, PyRef<> *out) {
+  if (names == nullptr || names == Py_None) return 0;
+  if (!PyList_Check(names) && !PyTuple_Check(names)) return nvo_model_error(msg);
+  if (PySequence_Fast_GET_SIZE(names) != n) return nvo_model_error(msg);
+  *out = PyRef<>::borrow(names);
+  return 0;
+}
+
+// The character type of each new column from a type list or the typed-column description.
+int column_types(const nvo_new_columns &cols, int64_t first, AllocBuffer<char> *types,
+                 AllocBuffer<double> *limits) {
+  const int64_t n = cols.n;
+  if (types->allocate(static_cast<size_t>(n), 'C') != 0 ||
+      limits->allocate(static_cast<size_t>(n), -NVO_INFINITY) != 0)
+    return -1;
+  if (cols.types != nullptr && cols.types != Py_None) {
+    if ((!PyList_Check(cols.types) && !PyTuple_Check(cols.types)) ||
+        PySequence_Fast_GET_SIZE(cols.types) != n)
+      return nvo_model_error("Incorrect length of variable type list");
+    for (int64_t i = 0; i < n; ++i) {
+      PyObject *t = PySequence_Fast_GET_ITEM(cols.types, i);
+      if (!PyUnicode_Check(t) || PyUnicode_GET_LENGTH(t) < 1) {
+        PyErr_Format(nvpy_model_exc, "Cannot get variable type with index %d",
+                     static_cast<int>(i));
+        return -1;
+      }
+      (*types)[i] = static_cast<char>(PyUnicode_READ_CHAR(t, 0));
+    }
+    return 0;
+  }
+  for (int64_t k = 0; k < cols.nentities; ++k) {
+    const int64_t j = cols.entind[k] - first;
+    if (j < 0 || j >= n) continue;  // the library refuses the load
+    (*types)[j] = cols.coltype[k];
+    if (cols.limit != nullptr) (*limits)[j] = cols.limit[k];
+  }
+  return 0;
+}
+
+// Bounds of a constraint for a row of the given type.
+void row_bounds(char type, double rhs, double range, double *lo, double *up) {
+  *lo = -NVO_INFINITY;
+  *up = NVO_INFINITY;
+  switch (type) {
+    case 'E': *lo = *up = rhs; break;
+    case 'G': *lo = rhs; break;
+    case 'L': *up = rhs; break;
+    case 'R': *lo = rhs - range; *up = rhs; break;
+    default: break;
+  }
+}
+
+// The names of a batch, NUL-separated, for one library call. what names the items in the
+// message for a name that is not text.
+int name_buffer(PyObject *names, int n, const char *what, AllocBuffer<char> *buffer) {
+  for (int i = 0; i < n; ++i) {
+    PyObject *name = PySequence_Fast_GET_ITEM(names, i);
+    const char *text = nullptr;
+    Py_ssize_t len = 0;
+    if (PyUnicode_Check(name)) {
+      text = PyUnicode_AsUTF8AndSize(name, &len);
+    } else if (PyBytes_Check(name)) {
+      text = PyBytes_AS_STRING(name);
+      len = PyBytes_GET_SIZE(name);
+    }
+    if (text == nullptr || std::char_traits<char>::length(text) != static_cast<size_t>(len)) {
+      PyErr_Clear();
+      PyErr_Format(nvpy_model_exc, "Erroneous name for %s %d", what, i);
+      return -1;
+    }
+    if (buffer->append(text, static_cast<size_t>(len) + 1) != 0) return -1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+void nvo_drop_added_objects(PyObject *list, rowcolmap *map, int64_t keep, bool columns) {
+  PendingError pending;
+  const Py_ssize_t size = PyList_GET_SIZE(list);
+  for (Py_ssize_t i = static_cast<Py_ssize_t>(keep); i < size; ++i) {
+    PyObject *obj = PyList_GET_ITEM(list, i);
+    rowcolmap_del(map, columns ? var_id(obj) : con_id(obj));
+  }
+  if (keep < size && PyList_SetSlice(list, static_cast<Py_ssize_t>(keep), size, nullptr) != 0)
+    PyErr_Clear();
+}
+
+int addColsAsVariables(problem_s *p, PyObject *vars, rowcolmap *varmap, PyObject *names,
+                       int64_t first, const nvo_new_columns &cols) {
+  PyRef<> name_seq;
+  if (name_sequence(names, cols.n, "Incorrect length of variable name list", &name_seq) != 0)
+    return -1;
+  AllocBuffer<char> types;
+  AllocBuffer<double> limits;
+  if (column_types(cols, first, &types, &limits) != 0) return -1;
+  const Py_ssize_t keep = PyList_GET_SIZE(vars);
+  for (int64_t i = 0; i < cols.n; ++i) {
+    long vartype;
+    int rc = var_type_of(types[i], &vartype);
+    PyRef v;
+    if (rc == 0) {
+      double lb = cols.lb != nullptr ? cols.lb[i] : 0.0;
+      double ub = cols.ub != nullptr ? cols.ub[i] : NVO_INFINITY;
+      // A binary column's bounds are narrowed by the library; its var says the same.
+      var_binary_bounds(vartype, &lb, &ub);
+      PyObject *name = name_seq ? PySequence_Fast_GET_ITEM(name_seq.get(), i) : nullptr;
+      v = PyRef(var_create(name, lb, ub, limits[i] > -NVO_INFINITY ? limits[i] : -NVO_INFINITY,
+                           vartype));
+      rc = v ? PyList_Append(vars, v.get()) : -1;
+    }
+    if (rc == 0 && rowcolmap_set(varmap, var_id(v.get()), first + i) != 0) {
+      PyErr_Clear();
+      rc = nvo_model_error("Could not amend variable map");
+    }
+    if (rc != 0) {
+      nvo_drop_added_objects(vars, varmap, keep, true);
+      return -1;
+    }
+  }
+  return 0;
+}
+
+int addRowsAsConstraints(problem_s *p, PyObject *cons, rowcolmap *conmap, PyObject *names,
+                         int64_t first, int64_t n, const char *rowtype, const double *rhs,
+                         const double *range) {
+  PyRef<> name_seq;
+  if (name_sequence(names, n, "Incorrect length of constraint name list", &name_seq) != 0)
+    return -1;
+  const Py_ssize_t keep = PyList_GET_SIZE(cons);
+  for (int64_t i = 0; i < n; ++i) {
+    auto con = PyRef<constraint_s>::steal(constraint_base());
+    int rc = con ? 0 : -1;
+    if (rc == 0 && rowtype != nullptr) {
+      double lo, up;
+      row_bounds(rowtype[i], rhs != nullptr ? rhs[i] : 0.0, range != nullptr ? range[i] : 0.0,
+                 &lo, &up);
+      rc = set_con_lbound(&con->rec, lo) != 0 || set_con_ubound(&con->rec, up) != 0 ? -1 : 0;
+    }
+    if (rc == 0 && name_seq)
+      rc = set_con_name(&con->rec, PySequence_Fast_GET_ITEM(name_seq.get(), i));
+    if (rc == 0) rc = PyList_Append(cons, con.obj());
+    if (rc == 0 && rowcolmap_set(conmap, con_id(con.obj()), first + i) != 0) {
+      PyErr_Clear();
+      PyErr_SetString(nvpy_interf_exc, "Internal error -- Could not amend constraint map");
+      rc = -1;
+    }
+    if (rc != 0) {
+      nvo_drop_added_objects(cons, conmap, keep, false);
+      return -1;
+    }
+  }
+  return 0;
+}
+
+// Names go to the library in one call for the batch: either all are set or none.
+int setAddedRowsNames(problem_s *p, PyObject *names, int first, int n) {
+  if (names == nullptr || names == Py_None || n == 0) return 0;
+  AllocBuffer<char> buffer;
+  if (name_buffer(names, n, "constraint", &buffer) != 0) return -1;
+  if (NVRLaddnames(p->prob, 1, buffer.data(), first, first + n - 1) != 0)
+    return nvo_library_error(p);
+  return 0;
+}
+
+int setAddedColsNamesTypes(problem_s *p, PyObject *names, PyObject *types, int first, int n) {
+  if (n == 0) return 0;
+  if (names != nullptr && names != Py_None) {
+    AllocBuffer<char> buffer;
+    if (name_buffer(names, n, "variable", &buffer) != 0) return -1;
+    if (NVRLaddnames(p->prob, 2, buffer.data(), first, first + n - 1) != 0)
+      return nvo_library_error(p);
+  }
+  if (types == nullptr || types == Py_None) return 0;
+  nvo_new_columns cols;
+  cols.n = n;
+  cols.types = types;
+  AllocBuffer<char> typechars;
+  AllocBuffer<double> limits;
+  AllocBuffer<int> indices;
+  if (column_types(cols, first, &typechars, &limits) != 0) return -1;
+  if (indices.allocate(static_cast<size_t>(n)) != 0) {
+    PyErr_Clear();
+    PyErr_Format(PyExc_RuntimeError, "Cannot allocate %d columns", n);
+    return -1;
+  }
+  for (int i = 0; i < n; ++i) indices[i] = first + i;
+  if (NVRLchgcoltype(p->prob, n, indices.data(), typechars.data()) != 0)
+    return nvo_library_error(p);
+  return 0;
+}
