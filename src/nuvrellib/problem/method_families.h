@@ -12,6 +12,8 @@ extern PyMethodDef problem_methods_controls[];   // controls.cpp: controls and a
 extern PyMethodDef problem_methods_solution[];   // solution.cpp: solution retrieval
 extern PyMethodDef problem_methods_files[];      // files.cpp: read and write
 extern PyMethodDef problem_methods_conversion[]; // lowlevel/bounds.cpp: getIndexFromName, getlb, getub
+extern PyMethodDef problem_methods_queries_matrix[];    // lowlevel/queries_matrix.cpp
+extern PyMethodDef problem_methods_queries_solution[];  // lowlevel/queries_solution.cpp
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.
