@@ -1016,6 +1016,21 @@ NVRL_API int NVRLgetprimalray(NVRLprob prob, double ray[], int *has);
 NVRL_API int NVRLgetdualray(NVRLprob prob, double ray[], int *has);
 
 /* ----- Delayed rows, model cuts and presolved answers ---------------------------------- */
+/* Marks rows rowind[0..nrows-1] as delayed rows: rows a solver may check only at integer
+ * solutions. The engine enforces every row from the start, so delayed rows are solved as
+ * ordinary rows and the model is not changed. Fails on a negative nrows, a null rowind when
+ * nrows > 0 or an invalid row index. */
+NVRL_API int NVRLloaddelayedrows(NVRLprob prob, int nrows, const int rowind[]);
+/* Marks rows rowind[0..nrows-1] as model cuts: rows of the model a solver may hold in a cut
+ * pool. The engine has no cut pool and solves them as ordinary rows; the model is not
+ * changed. Fails as NVRLloaddelayedrows. */
+NVRL_API int NVRLloadmodelcuts(NVRLprob prob, int nrows, const int rowind[]);
+/* Marks rows rowind[0..nrows-1] and columns colind[0..ncols-1] as secure: presolve must not
+ * remove them. The engine's presolve maps every row and column back into each answer, so
+ * they are secure already and the model is not changed. Fails on a negative count, a null
+ * array for a positive count or an invalid index. */
+NVRL_API int NVRLloadsecurevecs(NVRLprob prob, int nrows, int ncols, const int rowind[],
+                                const int colind[]);
 
 /* The library keeps no presolved form of a problem: HiGHS presolves inside each solve and
  * postsolves before the answers are read back. The presolved problem is therefore the

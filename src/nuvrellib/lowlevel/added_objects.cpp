@@ -41,19 +41,8 @@ int column_types(const nvo_new_columns &cols, int64_t first, AllocBuffer<char> *
   if (types->allocate(static_cast<size_t>(n), 'C') != 0 ||
       limits->allocate(static_cast<size_t>(n), -NVO_INFINITY) != 0)
     return -1;
-  if (cols.types != nullptr && cols.types != Py_None) {
-    if ((!PyList_Check(cols.types) && !PyTuple_Check(cols.types)) ||
-        PySequence_Fast_GET_SIZE(cols.types) != n)
-      return nvo_model_error("Incorrect length of variable type list");
-    for (int64_t i = 0; i < n; ++i) {
-      PyObject *t = PySequence_Fast_GET_ITEM(cols.types, i);
-      if (!PyUnicode_Check(t) || PyUnicode_GET_LENGTH(t) < 1) {
-        PyErr_Format(nvpy_model_exc, "Cannot get variable type with index %d",
-                     static_cast<int>(i));
-        return -1;
-      }
-      (*types)[i] = static_cast<char>(PyUnicode_READ_CHAR(t, 0));
-    }
+  if (cols.types != nullptr) {
+    for (int64_t i = 0; i < n; ++i) (*types)[i] = cols.types[i];
     return 0;
   }
   for (int64_t k = 0; k < cols.nentities; ++k) {
@@ -191,7 +180,7 @@ int setAddedRowsNames(problem_s *p, PyObject *names, int first, int n) {
   return 0;
 }
 
-int setAddedColsNamesTypes(problem_s *p, PyObject *names, PyObject *types, int first, int n) {
+int setAddedColsNamesTypes(problem_s *p, PyObject *names, const char *types, int first, int n) {
   if (n == 0) return 0;
   if (names != nullptr && names != Py_None) {
     AllocBuffer<char> buffer;
@@ -199,21 +188,14 @@ int setAddedColsNamesTypes(problem_s *p, PyObject *names, PyObject *types, int f
     if (NVRLaddnames(p->prob, 2, buffer.data(), first, first + n - 1) != 0)
       return nvo_library_error(p);
   }
-  if (types == nullptr || types == Py_None) return 0;
-  nvo_new_columns cols;
-  cols.n = n;
-  cols.types = types;
-  AllocBuffer<char> typechars;
-  AllocBuffer<double> limits;
+  if (types == nullptr) return 0;
   AllocBuffer<int> indices;
-  if (column_types(cols, first, &typechars, &limits) != 0) return -1;
   if (indices.allocate(static_cast<size_t>(n)) != 0) {
     PyErr_Clear();
     PyErr_Format(PyExc_RuntimeError, "Cannot allocate %d columns", n);
     return -1;
   }
   for (int i = 0; i < n; ++i) indices[i] = first + i;
-  if (NVRLchgcoltype(p->prob, n, indices.data(), typechars.data()) != 0)
-    return nvo_library_error(p);
+  if (NVRLchgcoltype(p->prob, n, indices.data(), types) != 0) return nvo_library_error(p);
   return 0;
 }

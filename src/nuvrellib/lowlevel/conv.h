@@ -97,7 +97,7 @@ struct nvo_new_columns {
   int64_t n = 0;                  // number of new columns
   const double *lb = nullptr;     // n bounds each, or null for [0, +inf)
   const double *ub = nullptr;
-  PyObject *types = nullptr;      // list of one-character strings, or null
+  const char *types = nullptr;    // n type characters, or null (all 'C')
   // Or the typed-column description of a load: nentities entries (entind[k], coltype[k],
   // limit[k]); limit may be null.
   int64_t nentities = 0;
@@ -125,10 +125,11 @@ int addRowsAsConstraints(problem_s *p, PyObject *cons, rowcolmap *conmap, PyObje
 void nvo_drop_added_objects(PyObject *list, rowcolmap *map, int64_t keep, bool columns);
 
 // Names rows (setAddedRowsNames) or columns (setAddedColsNamesTypes, which also sets the
-// column types from a list of one-character strings) first..first+n-1 in the library.
-// names and types may be null. 0, or -1 with an exception set.
+// types of the columns from n type characters) first..first+n-1 in the library, all in one
+// call. names (a list or tuple of n names) and types may be null. 0, or -1 with an exception
+// set; the library is then unchanged.
 int setAddedRowsNames(problem_s *p, PyObject *names, int first, int n);
-int setAddedColsNamesTypes(problem_s *p, PyObject *names, PyObject *types, int first, int n);
+int setAddedColsNamesTypes(problem_s *p, PyObject *names, const char *types, int first, int n);
 
 // Integer attributes read at each use (never cached), -1 with an exception on failure.
 int64_t nvo_int_attrib(problem_s *p, int attrib);

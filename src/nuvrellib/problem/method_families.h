@@ -12,6 +12,8 @@ extern PyMethodDef problem_methods_controls[];   // controls.cpp: controls and a
 extern PyMethodDef problem_methods_solution[];   // solution.cpp: solution retrieval
 extern PyMethodDef problem_methods_files[];      // files.cpp: read and write
 extern PyMethodDef problem_methods_conversion[]; // lowlevel/bounds.cpp: getIndexFromName, getlb, getub
+extern PyMethodDef problem_methods_loading[];    // lowlevel/loading.cpp: loadproblem, addrows, addcols
+extern PyMethodDef problem_methods_changes[];    // lowlevel/changes.cpp: chg..., add..., del... by arrays
 extern PyMethodDef problem_methods_queries_matrix[];    // lowlevel/queries_matrix.cpp
 extern PyMethodDef problem_methods_queries_solution[];  // lowlevel/queries_solution.cpp
 
