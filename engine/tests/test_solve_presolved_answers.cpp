@@ -8,6 +8,10 @@ namespace solvetest {
 namespace {
 
 using nvrl::id::kPresolve;
+using nvtest::chars;
+using nvtest::dbls;
+using nvtest::ints;
+using nvtest::starts;
 
 class PresolvedAnswers : public SolveTest {
  protected:
@@ -28,7 +32,8 @@ TEST_F(PresolvedAnswers, PresolvedSolutionBasisAndMapAreTheProblemsOwn) {
   smallLp();
   Answers pre;
   EXPECT_NE(NVRLgetpresolvesol(prob, pre.x.data(), nullptr, nullptr, nullptr), 0);
-  EXPECT_NE(NVRLgetpresolvebasis(prob, ints(0, 0), nullptr), 0);
+  int none[2];
+  EXPECT_NE(NVRLgetpresolvebasis(prob, none, nullptr), 0);
   ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
   Answers lp;
   ASSERT_EQ(NVRLgetlpsol(prob, lp.x.data(), lp.slack.data(), lp.duals.data(), lp.djs.data()), 0);
