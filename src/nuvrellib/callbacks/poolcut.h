@@ -3,9 +3,6 @@
 
 #include <Python.h>
 
-struct poolcut_s {
-  PyObject_HEAD
-  void *cut;  // the library's cut handle
-};
+#include "module/opaque.h"  // struct poolcut_s
 
 extern PyTypeObject poolcut_type;

@@ -63,7 +63,7 @@ PyDoc_STRVAR(getlb_doc,
              "getlb(lb, first=0, last=COLS-1)\n\n"
              "Lower bounds of columns first..last (indices, names or variables). With lb None\n"
              "a new list is returned; with a list it is filled in place and None returned.\n\n"
-             "Example: bounds = p.getlb(None); p.getlb(L, x, y)");
+             "Example: bounds = p.getlb(None); L = []; p.getlb(L, x, y)");
 
 PyObject *NVRL_PY_getlb(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"lb", "first", "last", nullptr};

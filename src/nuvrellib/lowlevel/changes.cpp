@@ -1,8 +1,10 @@
 // Changing the matrix piecewise: the methods that take parallel arrays of indices and values,
 // the single-element changes, and the additions of quadratic parts, general and
 // piecewise-linear constraints and set names.
+#include <algorithm>
 #include <climits>
 #include <string>
+#include <vector>
 
 #include "lowlevel/lowlevel.h"
 #include "model/sos.h"
@@ -13,6 +15,7 @@
 #include "module/methods.h"
 #include "module/pyref.h"
 #include "problem/method_families.h"
+#include "problem/removal.h"
 
 namespace {
 
@@ -116,6 +119,47 @@ ARRAY_METHOD(delgencons, 1, KW("conind"), NOLEGACY, KINDS(CONV_ROW),
              NVRLdelgencons(pr, n, at<int>(a, 0)))
 ARRAY_METHOD(delpwlcons, 1, KW("pwlind"), NOLEGACY, KINDS(CONV_ROW),
              NVRLdelpwlcons(pr, n, at<int>(a, 0)))
+
+// ----- deletions of rows, columns and sets ----------------------------------------------------
+
+// Deletes in the library, then drops the objects of the deleted items from the problem: those
+// objects are no longer found in it, and the later ones move down.
+PyObject *delete_items(PyObject *self, PyObject *args, PyObject *kwargs, const char **kw,
+                       const char **legacy, int kind) {
+  PyObject *v[1] = {};
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, legacy, &v[0]) ||
+      nvo_require_args(kw, v, 1) != 0)
+    return nullptr;
+  problem_s *p = problem_ready(self);
+  if (p == nullptr) return nullptr;
+  int64_t n = -1;
+  ConvArray<int> ind;
+  if (ind.convert(p, &n, v[0], kind) != 0) return setNvrlErrIfNull(self, nullptr);
+  if (n <= 0) Py_RETURN_NONE;
+  const int count = static_cast<int>(n);
+  const int rc = kind == CONV_ROW ? NVRLdelrows(p->prob, count, ind.get())
+                 : kind == CONV_COL ? NVRLdelcols(p->prob, count, ind.get())
+                                    : NVRLdelsets(p->prob, count, ind.get());
+  if (rc != 0) return setNvrlErrIfNull(self, nullptr);
+  // The library has refused repeated and invalid indices, so these are distinct and valid.
+  std::vector<int64_t> doomed(ind.get(), ind.get() + count);
+  std::sort(doomed.begin(), doomed.end());
+  if (problem_forget_positions(p, kind, doomed) != 0) return nullptr;
+  Py_RETURN_NONE;
+}
+
+PyObject *NVRL_PY_delrows(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kw[] = {"rowind", nullptr}, *legacy[] = {"mindex", nullptr};
+  return delete_items(self, args, kwargs, kw, legacy, CONV_ROW);
+}
+PyObject *NVRL_PY_delcols(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kw[] = {"colind", nullptr}, *legacy[] = {"mindex", nullptr};
+  return delete_items(self, args, kwargs, kw, legacy, CONV_COL);
+}
+PyObject *NVRL_PY_delsets(PyObject *self, PyObject *args, PyObject *kwargs) {
+  static const char *kw[] = {"setind", nullptr}, *legacy[] = {"mindex", nullptr};
+  return delete_items(self, args, kwargs, kw, legacy, CONV_SOS);
+}
 
 // ----- single elements -----------------------------------------------------------------------
 
@@ -379,27 +423,28 @@ DOC(chgrhs, "chgrhs(rowind, rhs)\n\nChanges right-hand sides.\n\nExample: p.chgr
 DOC(chgrhsrange, "chgrhsrange(rowind, rng)\n\nMakes rows range rows with the given ranges.\n\n"
                  "Example: p.chgrhsrange([0], [2.5])")
 DOC(chgrowtype, "chgrowtype(rowind, rowtype)\n\nChanges row types ('L', 'G', 'E', 'R', 'N')."
-                "\n\nExample: p.chgrowtype(['r1'], ['G'])")
+                "\n\nExample: p.chgrowtype(['c1'], ['G'])")
 DOC(chgcoltype, "chgcoltype(colind, coltype)\n\nChanges column types ('C', 'I', 'B', 'S', 'R', "
                 "'P').\n\nExample: p.chgcoltype([x], ['I'])")
 DOC(chgglblimit, "chgglblimit(colind, limit)\n\nChanges thresholds of semi-continuous, "
-                 "semi-integer and partially integer columns.\n\nExample: p.chgglblimit([x], [2])")
+                 "semi-integer and partially integer columns.\n\nExample: p.chgcoltype([x], ['S']); p.chgglblimit([x], [2])")
 DOC(chgmcoef, "chgmcoef(rowind, colind, rowcoef)\n\nChanges matrix coefficients (0 removes "
               "one).\n\nExample: p.chgmcoef([c1, c2], [x, x], [1, 0])")
 DOC(chgmqobj, "chgmqobj(objqcol1, objqcol2, objqcoef)\n\nChanges quadratic objective entries."
               "\n\nExample: p.chgmqobj([x], [y], [2])")
 DOC(setindicators, "setindicators(rowind, colind, complement)\n\nMakes rows indicator rows of "
                    "binary columns: complement 1 (column 1), -1 (column 0) or 0 (none).\n\n"
-                   "Example: p.setindicators([c1], [z], [1])")
+                   "Example: p.addVariable(z); p.setindicators([c1], [z], [1])")
 DOC(loadsecurevecs, "loadsecurevecs(rowind, colind)\n\nMarks rows and columns that presolve must "
                     "keep.\n\nExample: p.loadsecurevecs([c1], [x])")
 DOC(loadmodelcuts, "loadmodelcuts(rowind)\n\nMarks rows as model cuts; they are solved as "
                    "ordinary rows.\n\nExample: p.loadmodelcuts([c1, c2])")
 DOC(loaddelayedrows, "loaddelayedrows(rowind)\n\nMarks rows as delayed rows; they are solved as "
                      "ordinary rows.\n\nExample: p.loaddelayedrows([c1])")
-DOC(delgencons, "delgencons(conind)\n\nDeletes general constraints.\n\nExample: p.delgencons([0])")
+DOC(delgencons, "delgencons(conind)\n\nDeletes general constraints.\n\nExample: p.addgencons([nuvrel.gencons_max], [x1], [0], [x, y]); "
+                "p.delgencons([0])")
 DOC(delpwlcons, "delpwlcons(pwlind)\n\nDeletes piecewise-linear constraints.\n\n"
-                "Example: p.delpwlcons([0, 1])")
+                "Example: p.addpwlcons([x], [x1], [0], [0, 10], [0, 5]); p.delpwlcons([0])")
 DOC(chgcoef, "chgcoef(row, col, coef)\n\nChanges one matrix coefficient.\n\n"
              "Example: p.chgcoef(c1, x, 2.5)")
 DOC(chgqobj, "chgqobj(objqcol1, objqcol2, objqcoef)\n\nChanges one quadratic objective entry."
@@ -414,14 +459,21 @@ DOC(addqmatrix, "addqmatrix(row, rowqcol1, rowqcol2, rowqcoef)\n\nAdds terms to 
                 "part of a row.\n\nExample: p.addqmatrix(c1, [x, x], [x, y], [1, 2])")
 DOC(addgencons, "addgencons(contype, resultant, colstart, colind, valstart=None, val=None)\n\n"
                 "Adds general constraints resultant = contype(columns, values).\n\n"
-                "Example: p.addgencons([nuvrel.gencons_max], [z], [0], [x, y])")
+                "Example: p.addgencons([nuvrel.gencons_max], [x1], [0], [x, y])")
 DOC(addpwlcons, "addpwlcons(colind, resultant, start, xval, yval)\n\nAdds piecewise-linear "
                 "constraints resultant = f(column) through the points (xval, yval).\n\n"
                 "Example: p.addpwlcons([x], [y], [0], [0, 1, 2], [0, 1, 4])")
 DOC(addsetnames, "addsetnames(names, first=0, last=first+len(names)-1)\n\nNames special "
-                 "ordered sets first..last.\n\nExample: p.addsetnames(['s1', 's2'], 0, 1)")
+                 "ordered sets first..last.\n\nExample: p.addSOS(nuvrel.sos([x1, x2], [1, 2]), "
+                 "nuvrel.sos([x2, x3], [1, 2])); p.addsetnames(['s1', 's2'], 0, 1)")
+DOC(delrows, "delrows(rowind)\n\nDeletes rows (indices, names or constraints); their constraints "
+             "leave the problem.\n\nExample: p.delrows([c1, 'c2'])")
+DOC(delcols, "delcols(colind)\n\nDeletes columns (indices, names or variables); their variables "
+             "leave the problem.\n\nExample: p.delcols([x, 3])")
+DOC(delsets, "delsets(setind)\n\nDeletes special ordered sets (indices or sets).\n\n"
+             "Example: p.addSOS(nuvrel.sos([x1, x2], [1, 2])); p.delsets([0])")
 DOC(delindicators, "delindicators(first=0, last=ROWS-1)\n\nTurns indicator rows first..last "
-                   "back into ordinary rows.\n\nExample: p.delindicators(0, 4)")
+                   "back into ordinary rows.\n\nExample: p.delindicators(0, 1)")
 
 }  // namespace
 
@@ -435,5 +487,6 @@ PyMethodDef problem_methods_changes[] = {
     ENTRY(loaddelayedrows), ENTRY(delgencons),  ENTRY(delpwlcons),      ENTRY(chgcoef),
     ENTRY(chgqobj),       ENTRY(chgqrowcoeff),  ENTRY(delqmatrix),      ENTRY(chgobjsense),
     ENTRY(addqmatrix),    ENTRY(addgencons),    ENTRY(addpwlcons),      ENTRY(addsetnames),
-    ENTRY(delindicators), {nullptr, nullptr, 0, nullptr},
+    ENTRY(delindicators), ENTRY(delrows),       ENTRY(delcols),         ENTRY(delsets),
+    {nullptr, nullptr, 0, nullptr},
 };

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "callbacks/poolcut.h"
 #include "model/constraint.h"
 #include "model/sos.h"
 #include "model/var.h"

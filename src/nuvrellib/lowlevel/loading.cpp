@@ -15,22 +15,6 @@
 #include "module/pyref.h"
 #include "problem/method_families.h"
 
-int nvo_require_args(const char **kwlist, PyObject *const *values, int nrequired) {
-  const char *missing[64];
-  int n = 0;
-  for (int i = 0; i < nrequired && n < 64; ++i)
-    if (values[i] == nullptr) missing[n++] = kwlist[i];
-  if (n == 0) return 0;
-  std::string msg = n == 1 ? "Must provide argument" : "Must provide arguments";
-  for (int i = 0; i < n; ++i) {
-    msg += i == 0 ? " " : ", ";
-    msg += missing[i];
-  }
-  if (msg.size() > 255) msg.resize(255);
-  PyErr_SetString(nvpy_interf_exc, msg.c_str());
-  return -1;
-}
-
 int nvo_check_starts(const int64_t *start, int64_t n, int64_t total, const char *what) {
   for (int64_t i = 0; i < n; ++i) {
     if (start[i] < 0 || start[i] > total) {
@@ -384,7 +368,7 @@ PyDoc_STRVAR(addrows_doc,
              "Appends rows given row-wise: row i has the coefficients start[i] ..\n"
              "start[i+1]-1 of colind (indices, names or variables) and rowcoef; start has one\n"
              "entry more than rowtype. A constraint is created for every new row.\n\n"
-             "Example: p.addrows(['L', 'G'], [4, 1], [0, 2, 3], [x, y, 'z'], [1, 1, 2])");
+             "Example: p.addrows(['L', 'G'], [4, 1], [0, 2, 3], [x, y, 'x1'], [1, 1, 2])");
 
 PyObject *NVRL_PY_addrows(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"rowtype", "rhs", "start", "colind", "rowcoef", "range",
@@ -448,7 +432,7 @@ PyDoc_STRVAR(addcols_doc,
              "start[j+1]-1 of rowind (indices, names or constraints) and rowcoef; start has\n"
              "one entry more than objcoef. types holds one of 'C', 'B', 'I', 'S', 'R', 'P' per\n"
              "column. A var is created for every new column.\n\n"
-             "Example: p.addcols([1, 2], [0, 1, 3], [c1, c1, 'row2'], [1, 2, 3], [0, 0], [1, 5])");
+             "Example: p.addcols([1, 2], [0, 1, 3], [c1, c1, 'c2'], [1, 2, 3], [0, 0], [1, 5])");
 
 PyObject *NVRL_PY_addcols(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"objcoef", "start", "rowind", "rowcoef", "lb", "ub",
@@ -492,7 +476,7 @@ PyObject *NVRL_PY_addcols(PyObject *self, PyObject *args, PyObject *kwargs) {
   cols.n = ncols;
   cols.lb = lb.get();
   cols.ub = ub.get();
-  cols.coltype = types.get();
+  cols.types = types.get();
   if (addColsAsVariables(p, p->vars, p->varmap, a[6], first, cols) != 0) return nullptr;
   if (NVRLaddcols64(p->prob, static_cast<int>(ncols), ncoefs, obj.get(), start.get(),
                     rowind.get(), rowcoef.get(), lb.get(), ub.get()) != 0) {

@@ -6,11 +6,7 @@
 #include <cstdint>
 
 #include "lowlevel/conv.h"
-
-// Required arguments parsed as optional ("|O..."), so that a missing one is reported with
-// the names of every missing one: "Must provide argument(s) ...". values[i] is the parsed
-// object of kwlist[i] (null when not given). 0, or -1 with InterfaceError set.
-int nvo_require_args(const char **kwlist, PyObject *const *values, int nrequired);
+#include "module/args.h"
 
 // Checks the starts of n segments of an array of total entries: every start within
 // 0..total. what names the segments in the message. 0, or -1 with InterfaceError set.

@@ -60,3 +60,14 @@ void nvo_PyErr_MissingArgs(const char **kwlist, ...) {
   va_end(indices);
   raise_missing(names, count);
 }
+
+int nvo_require_args(const char **kwlist, PyObject *const *values, int nrequired) {
+  constexpr int kMaxNames = 64;
+  const char *names[kMaxNames];
+  int count = 0;
+  for (int i = 0; i < nrequired && count < kMaxNames; ++i)
+    if (values[i] == nullptr) names[count++] = kwlist[i];
+  if (count == 0) return 0;
+  raise_missing(names, count);
+  return -1;
+}

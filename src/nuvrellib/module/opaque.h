@@ -22,5 +22,12 @@ struct nvrlobject_s {
 // New references; null with an exception set on failure.
 PyObject *voidstar_create(void *ptr);
 PyObject *nvrlobject_create(NVRLobject obj);
+// A cut-pool handle (nuvrel.poolcut, defined in callbacks/): declared here so that the
+// argument conversion of the low-level layer can read and make one.
+struct poolcut_s {
+  PyObject_HEAD
+  void *cut;  // the library's cut handle
+};
+
 // The pointer held by a voidstar; null (with TypeError) for another object.
 void *voidstar_getobj(PyObject *self);

@@ -186,6 +186,18 @@ void renumber_map(rowcolmap *map, const std::vector<int64_t> &doomed) {
   }
 }
 
+}  // namespace
+
+int problem_forget_positions(problem_s *p, int kind, const std::vector<int64_t> &doomed) {
+  const ObjectKind k = static_cast<ObjectKind>(kind);
+  if (doomed.empty()) return 0;
+  if (compact_list(list_of(p, k), doomed) != 0) return -1;
+  renumber_map(map_of(p, k), doomed);
+  return 0;
+}
+
+namespace {
+
 PyObject *delete_objects(PyObject *self, PyObject *args, PyObject *kwargs, ObjectKind kind) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -205,8 +217,7 @@ PyObject *delete_objects(PyObject *self, PyObject *args, PyObject *kwargs, Objec
            : kind == KIND_VARIABLE ? NVRLdelcols(p->prob, n, ind.data())
                                    : NVRLdelsets(p->prob, n, ind.data());
   if (rc != 0) return setNvrlErrIfNull(self, nullptr);
-  if (compact_list(list_of(p, kind), found) != 0) return nullptr;
-  renumber_map(map_of(p, kind), found);
+  if (problem_forget_positions(p, kind, found) != 0) return nullptr;
   Py_RETURN_NONE;
 }
 
