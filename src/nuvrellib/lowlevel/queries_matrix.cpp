@@ -511,39 +511,56 @@ PyObject *NVRL_PY_getglobal(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyMethodDef problem_methods_queries_matrix[] = {
     KW(getrows, "getrows(start, colind, colcoef, maxcoefs, first, last)\n\n"
                 "Fills the lists given with matrix rows first..last: row starts, columns (as\n"
-                "variables) and coefficients, at most maxcoefs entries."),
+                "variables) and coefficients, at most maxcoefs entries.\n\n"
+                "Example: s, c, v = [], [], []; p.getrows(s, c, v, 10, 'c1', c2)"),
     KW(getcols, "getcols(start, rowind, rowcoef, maxcoefs, first, last)\n\n"
                 "Fills the lists given with matrix columns first..last: column starts, rows (as\n"
-                "constraints) and coefficients, at most maxcoefs entries."),
+                "constraints) and coefficients, at most maxcoefs entries.\n\n"
+                "Example: s, r, v = [], [], []; p.getcols(s, r, v, 10, x, 'y')"),
     KW(getmqobj, "getmqobj(start, colind, objqcoef, maxcoefs, first, last)\n\n"
                  "The quadratic objective's upper triangle for columns first..last, laid out\n"
-                 "as getcols."),
+                 "as getcols.\n\n"
+                 "Example: s, c, v = [], [], []; p.getmqobj(s, c, v)"),
     KW(getqrowqmatrix, "getqrowqmatrix(row, start, colind, rowqcoef, maxcoefs, first, last)\n\n"
-                       "The quadratic part of one row for columns first..last."),
+                       "The quadratic part of one row for columns first..last.\n\n"
+                       "Example: s, c, v = [], [], []; p.getqrowqmatrix(c1, s, c, v)"),
     KW(getobj, "getobj(objcoef=None, first=0, last=cols-1)\n\n"
-               "Objective coefficients: the list given is filled, or a new list returned."),
+               "Objective coefficients: the list given is filled, or a new list returned.\n\n"
+               "Example: costs = p.getobj(); p.getobj(costs, 0, 1)"),
     KW(getcoltype, "getcoltype(coltype=None, first=0, last=cols-1)\n\n"
-                   "Column types as one-character strings."),
+                   "Column types as one-character strings.\n\n"
+                   "Example: p.getcoltype(None, x, 'x3')"),
     KW(getrowtype, "getrowtype(rowtype=None, first=0, last=rows-1)\n\n"
-                   "Row types as one-character strings."),
-    KW(getrhs, "getrhs(rhs, first=0, last=rows-1)\n\nFills rhs with right-hand sides."),
-    KW(getrhsrange, "getrhsrange(rng, first=0, last=rows-1)\n\nFills rng with row ranges."),
+                   "Row types as one-character strings.\n\n"
+                   "Example: types = p.getrowtype()"),
+    KW(getrhs, "getrhs(rhs, first=0, last=rows-1)\n\nFills rhs with right-hand sides.\n\n"
+               "Example: rhs = []; p.getrhs(rhs, c1, c2)"),
+    KW(getrhsrange, "getrhsrange(rng, first=0, last=rows-1)\n\nFills rng with row ranges.\n\n"
+                    "Example: rng = []; p.getrhsrange(rng)"),
     KW(getindicators, "getindicators(colind, complement, first=0, last=rows-1)\n\n"
-                      "Indicator variables (-1 for none) and complement flags of rows."),
+                      "Indicator variables (-1 for none) and complement flags of rows.\n\n"
+                      "Example: cols, comp = [], []; p.getindicators(cols, comp)"),
     KW(getgencons, "getgencons(contype, resultant, colstart, colind, maxcols, valstart, val,\n"
                    "           maxvals, first, last)\n\nGeneral constraints first..last."),
     KW(getpwlcons, "getpwlcons(colind, resultant, start, xval, yval, maxpoints, first, last)\n\n"
                    "Piecewise-linear constraints first..last."),
     KW(getnamelist, "getnamelist(type, first=0, last=count-1) -> list of str\n\n"
-                    "Names of rows (type 1), columns (2) or sets (3)."),
-    KW(getcoef, "getcoef(row, col) -> float\n\nOne matrix coefficient."),
+                    "Names of rows (type 1), columns (2) or sets (3).\n\n"
+                    "Example: p.getnamelist(2, 0, 1)"),
+    KW(getcoef, "getcoef(row, col) -> float\n\nOne matrix coefficient.\n\n"
+                "Example: p.getcoef(c1, 'x')"),
     KW(getqrowcoeff, "getqrowcoeff(row, rowqcol1, rowqcol2) -> float\n\n"
-                     "One coefficient of a row's quadratic part."),
+                     "One coefficient of a row's quadratic part.\n\n"
+                     "Example: p.getqrowcoeff(c1, x, y)"),
     KW(getqrowqmatrixtriplets, "getqrowqmatrixtriplets(row, rowqcol1, rowqcol2, rowqcoef)\n\n"
-                               "A row's quadratic part as triplets."),
-    KW(getqrows, "getqrows(rowind=None)\n\nThe rows that have a quadratic part."),
+                               "A row's quadratic part as triplets.\n\n"
+                               "Example: a, b, v = [], [], []\n"
+                               "         p.getqrowqmatrixtriplets(c1, a, b, v)"),
+    KW(getqrows, "getqrows(rowind=None)\n\nThe rows that have a quadratic part.\n\n"
+                 "Example: p.getqrows()"),
     KW(getglobal, "getglobal(coltype, colind, limit, settype, start, setcols, refval)\n\n"
                   "Typed columns (type, index, limit) and special ordered sets (type, starts,\n"
-                  "members, reference values)."),
+                  "members, reference values).\n\n"
+                  "Example: types, cols, limits = [], [], []; p.getglobal(types, cols, limits)"),
     {nullptr, nullptr, 0, nullptr},
 };

@@ -98,7 +98,8 @@ PyObject *NVRL_PY_loadlpsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   // Each vector must cover all columns (rows): the counts are the lengths required.
   int64_t nx = ncols, nslack = nrows, nduals = nrows, ndjs = ncols;
   ConvArray<double> ax, aslack, aduals, adjs;
-  if (ax.convert(p, &nx, x, CONV_DOUBLE) != 0 || aslack.convert(p, &nslack, slack, CONV_DOUBLE) != 0 ||
+  if (ax.convert(p, &nx, x, CONV_DOUBLE) != 0 ||
+      aslack.convert(p, &nslack, slack, CONV_DOUBLE) != 0 ||
       aduals.convert(p, &nduals, duals, CONV_DOUBLE) != 0 ||
       adjs.convert(p, &ndjs, djs, CONV_DOUBLE) != 0)
     return done(p, nullptr);
@@ -184,7 +185,8 @@ PyObject *load_basis(PyObject *self, PyObject *args, PyObject *kwargs, const cha
   int64_t nrows = 0, ncols = 0;
   if (query::rows(p, &nrows) != 0 || query::cols(p, &ncols) != 0) return nullptr;
   ConvArray<int> rs, cs;
-  if (rs.convert(p, &nrows, rowstat, CONV_INT) != 0 || cs.convert(p, &ncols, colstat, CONV_INT) != 0)
+  if (rs.convert(p, &nrows, rowstat, CONV_INT) != 0 ||
+      cs.convert(p, &ncols, colstat, CONV_INT) != 0)
     return done(p, nullptr);
   if (loader(p->prob, rs.get(), cs.get()) != 0) return done(p, nullptr);
   Py_RETURN_NONE;
@@ -371,49 +373,71 @@ PyObject *NVRL_PY_hasdualray(PyObject *self, PyObject *) {
 PyMethodDef problem_methods_queries_solution[] = {
     KW(getlpsol, "getlpsol(x=None, slack=None, duals=None, djs=None)\n\n"
                  "Fills the lists given with the last LP solution: values and reduced costs\n"
-                 "(one per column), slacks and duals (one per row)."),
+                 "(one per column), slacks and duals (one per row).\n\n"
+                 "Example: xs, duals = [], []; p.getlpsol(xs, None, duals)"),
     KW(getpresolvesol, "getpresolvesol(x=None, slack=None, duals=None, djs=None)\n\n"
-                       "getlpsol for the presolved problem."),
+                       "getlpsol for the presolved problem.\n\n"
+                       "Example: xs = []; p.getpresolvesol(xs)"),
     KW(getlastbarsol, "getlastbarsol(x=None, slack=None, duals=None, djs=None) -> int\n\n"
                       "Fills the lists given with the answer of the last barrier solve and\n"
                       "returns its status."),
     KW(getmipsol, "getmipsol(x=None, slack=None)\n\n"
-                  "Fills the lists given with the last MIP solution's values and slacks."),
+                  "Fills the lists given with the last MIP solution's values and slacks.\n\n"
+                  "Example: xs = []; p.getmipsol(xs)"),
     KW(loadlpsol, "loadlpsol(x=None, slack=None, duals=None, djs=None)\n\n"
-                  "Loads a starting point for the next LP solve (full vectors)."),
+                  "Loads a starting point for the next LP solve (full vectors).\n\n"
+                  "Example: xs = []; p.getlpsol(xs); p.loadlpsol(xs)"),
     KW(getinfeas, "getinfeas(x=None, slack=None, duals=None, djs=None)\n\n"
                   "Fills the lists given with the primal infeasible columns and rows and the\n"
-                  "dual infeasible rows and columns of the current solution."),
+                  "dual infeasible rows and columns of the current solution.\n\n"
+                  "Example: cols, rows = [], []; p.getinfeas(cols, rows)"),
     KW(getscaledinfeas, "getscaledinfeas(x=None, slack=None, duals=None, djs=None)\n\n"
-                        "getinfeas for the scaled problem."),
+                        "getinfeas for the scaled problem.\n\n"
+                        "Example: cols, rows = [], []; p.getscaledinfeas(cols, rows)"),
     KW(getbasis, "getbasis(rowstat=None, colstat=None)\n\n"
-                 "Fills the lists given with the basis statuses of the rows and columns."),
+                 "Fills the lists given with the basis statuses of the rows and columns.\n\n"
+                 "Example: rows, cols = [], []; p.getbasis(rows, cols)"),
     KW(getpresolvebasis, "getpresolvebasis(rowstat=None, colstat=None)\n\n"
-                         "getbasis for the presolved problem."),
+                         "getbasis for the presolved problem.\n\n"
+                         "Example: rows, cols = [], []; p.getpresolvebasis(rows, cols)"),
     KW(loadbasis, "loadbasis(rowstat, colstat)\n\n"
-                  "Loads a basis (one status per row and per column) for the next solve."),
+                  "Loads a basis (one status per row and per column) for the next solve.\n\n"
+                  "Example: rows, cols = [], []; p.getbasis(rows, cols); p.loadbasis(rows, cols)"),
     KW(loadpresolvebasis, "loadpresolvebasis(rowstat, colstat)\n\n"
-                          "loadbasis for the presolved problem."),
+                          "loadbasis for the presolved problem.\n\n"
+                          "Example: rows, cols = [], []; p.getbasis(rows, cols)\n"
+                          "         p.loadpresolvebasis(rows, cols)"),
     KW(getlpsolval, "getlpsolval(col, row) -> (x, slack, dual, dj)\n\n"
                     "One column's value and reduced cost and one row's slack and dual; None\n"
-                    "for either argument skips it."),
+                    "for either argument skips it.\n\n"
+                    "Example: value, slack, dual, dj = p.getlpsolval(x, c1)"),
     KW(getmipsolval, "getmipsolval(col, row) -> (x, slack)\n\n"
-                     "One column's value and one row's slack in the last MIP solution."),
+                     "One column's value and one row's slack in the last MIP solution.\n\n"
+                     "Example: value, _ = p.getmipsolval(x, None)"),
     KW(getbasisval, "getbasisval(row, col) -> (rowstat, colstat)\n\n"
-                    "The basis status of one row and one column."),
+                    "The basis status of one row and one column.\n\n"
+                    "Example: rowstat, colstat = p.getbasisval(c1, x)"),
     KW(getpivotorder, "getpivotorder(pivotorder=None)\n\n"
-                      "The basic variables, as constraints and variables, in pivot order."),
+                      "The basic variables, as constraints and variables, in pivot order.\n\n"
+                      "Example: basic = p.getpivotorder()"),
     KW(getpresolvemap, "getpresolvemap(rowmap=None, colmap=None)\n\n"
                        "Fills the lists given with the original index of each row and column\n"
-                       "of the presolved problem."),
+                       "of the presolved problem.\n\n"
+                       "Example: rowmap, colmap = [], []; p.getpresolvemap(rowmap, colmap)"),
     NOARGS(getunbvec, "getunbvec() -> int\n\n"
                       "The column along which the last LP solve found the problem unbounded,\n"
-                      "or -1."),
+                      "or -1.\n\n"
+                      "Example: p.getunbvec()"),
     KW(getprimalray, "getprimalray(ray)\n\n"
-                     "Fills ray with a primal ray proving unboundedness (empty without one)."),
+                     "Fills ray with a primal ray proving unboundedness (empty without one).\n\n"
+                     "Example: ray = []; p.getprimalray(ray)"),
     KW(getdualray, "getdualray(ray)\n\n"
-                   "Fills ray with a dual ray proving infeasibility (empty without one)."),
-    NOARGS(hasprimalray, "hasprimalray() -> bool\n\nWhether the last LP solve left a primal ray."),
-    NOARGS(hasdualray, "hasdualray() -> bool\n\nWhether the last LP solve left a dual ray."),
+                   "Fills ray with a dual ray proving infeasibility (empty without one).\n\n"
+                   "Example: ray = []; p.getdualray(ray)"),
+    NOARGS(hasprimalray, "hasprimalray() -> bool\n\n"
+                         "Whether the last LP solve left a primal ray.\n\n"
+                         "Example: p.hasprimalray()"),
+    NOARGS(hasdualray, "hasdualray() -> bool\n\nWhether the last LP solve left a dual ray.\n\n"
+                       "Example: p.hasdualray()"),
     {nullptr, nullptr, 0, nullptr},
 };

@@ -12,7 +12,8 @@ nvo_failure interface_error(const char *msg) {
 
 int outputs_are_lists(std::initializer_list<PyObject *> outs) {
   for (PyObject *o : outs)
-    if (wanted(o) && !PyList_Check(o)) return nvo_model_error("Unexpected argument to conv_arr2obj");
+    if (wanted(o) && !PyList_Check(o))
+      return nvo_model_error("Unexpected argument to conv_arr2obj");
   return 0;
 }
 
