@@ -90,6 +90,18 @@ int name_buffer(PyObject *names, int n, const char *what, AllocBuffer<char> *buf
   return 0;
 }
 
+// Enters a new object: its identifier is fresh, so larger than every key of the map, and the
+// entry goes at the end without a search (loading a large problem enters one per row and
+// column). 0, or -1 when memory runs out (no exception set).
+int enter(rowcolmap *map, uint64_t id, int64_t index) {
+  try {
+    map->emplace_hint(map->end(), id, index);
+  } catch (...) {
+    return -1;
+  }
+  return 0;
+}
+
 }  // namespace
 
 void nvo_drop_added_objects(PyObject *list, rowcolmap *map, int64_t keep, bool columns) {
@@ -126,10 +138,8 @@ int addColsAsVariables(problem_s *p, PyObject *vars, rowcolmap *varmap, PyObject
                            vartype));
       rc = v ? PyList_Append(vars, v.get()) : -1;
     }
-    if (rc == 0 && rowcolmap_set(varmap, var_id(v.get()), first + i) != 0) {
-      PyErr_Clear();
+    if (rc == 0 && enter(varmap, var_id(v.get()), first + i) != 0)
       rc = nvo_model_error("Could not amend variable map");
-    }
     if (rc != 0) {
       nvo_drop_added_objects(vars, varmap, keep, true);
       return -1;
@@ -157,8 +167,7 @@ int addRowsAsConstraints(problem_s *p, PyObject *cons, rowcolmap *conmap, PyObje
     if (rc == 0 && name_seq)
       rc = set_con_name(&con->rec, PySequence_Fast_GET_ITEM(name_seq.get(), i));
     if (rc == 0) rc = PyList_Append(cons, con.obj());
-    if (rc == 0 && rowcolmap_set(conmap, con_id(con.obj()), first + i) != 0) {
-      PyErr_Clear();
+    if (rc == 0 && enter(conmap, con_id(con.obj()), first + i) != 0) {
       PyErr_SetString(nvpy_interf_exc, "Internal error -- Could not amend constraint map");
       rc = -1;
     }
