@@ -1032,6 +1032,40 @@ NVRL_API int NVRLloadmodelcuts(NVRLprob prob, int nrows, const int rowind[]);
 NVRL_API int NVRLloadsecurevecs(NVRLprob prob, int nrows, int ncols, const int rowind[],
                                 const int colind[]);
 
+/* The library keeps no presolved form of a problem: HiGHS presolves inside each solve and
+ * postsolves before the answers are read back. The presolved problem is therefore the
+ * problem itself, and the four calls below answer as their counterparts without "presolve"
+ * do (and fail as they do). */
+/* NVRLgetlpsol for the presolved problem. */
+NVRL_API int NVRLgetpresolvesol(NVRLprob prob, double x[], double slack[], double duals[],
+                                double djs[]);
+/* NVRLgetbasis for the presolved problem. */
+NVRL_API int NVRLgetpresolvebasis(NVRLprob prob, int rowstat[], int colstat[]);
+/* NVRLloadbasis for the presolved problem. */
+NVRL_API int NVRLloadpresolvebasis(NVRLprob prob, const int rowstat[], const int colstat[]);
+/* The presolved problem's rows and columns as the problem's: rowmap (rows entries) and colmap
+ * (cols entries) receive the identity; either may be null. */
+NVRL_API int NVRLgetpresolvemap(NVRLprob prob, int rowmap[], int colmap[]);
+/* The answers of the last solve when it was a continuous one in which the barrier iterated
+ * (after crossover, when that ran), laid out as NVRLgetlpsol's; *barsolstatus (when not null)
+ * receives that solve's NVRL_LP_... status. Fails when the last solve did not run the barrier
+ * (a MIP, a simplex solve, or a barrier solve that presolve settled without an iteration),
+ * or as NVRLgetlpsol when an answer that is asked for is missing. */
+NVRL_API int NVRLgetlastbarsol(NVRLprob prob, double x[], double slack[], double duals[],
+                               double djs[], int *barsolstatus);
+/* The basic variables of the last (or loaded) basis in the combined numbering (rows 0..rows-1,
+ * then columns rows..rows+cols-1), ascending, into pivots (rows entries). Fails when pivots
+ * is null, there is no basis, or the basis does not have one basic variable per row. */
+NVRL_API int NVRLgetpivotorder(NVRLprob prob, int pivots[]);
+/* The global entities: *nentities the columns of a type other than 'C' and, for each in
+ * column order, its type into coltype, its index into colind and its limit (0 for 'I' and
+ * 'B') into limit; *nsets the special ordered sets, with their types into settype, starts
+ * into start (nsets+1 entries), members into setcols and reference values into refval
+ * (*nmembers entries each). Any output may be null; ask for the counts first. */
+NVRL_API int NVRLgetglobal64(NVRLprob prob, int *nentities, int *nsets, char coltype[],
+                             int colind[], double limit[], char settype[], NVRLint64 start[],
+                             int setcols[], double refval[], NVRLint64 *nmembers);
+
 /* ===== Infeasibility analysis and repair =============================================== */
 
 /* ===== Sensitivity, basis solves and recomputed answers ================================ */

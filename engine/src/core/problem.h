@@ -134,6 +134,7 @@ struct SolveState {
   bool have_primal = false, have_point = false, have_dual = false, have_basis = false;
   bool cut_off = false;  // the solve ended because nothing meets the cutoff
   bool was_mip = false;
+  bool barrier_ran = false;  // a continuous solve in which the barrier iterated
   double lpobjval = 0.0, mipobjval = 0.0, bestbound = 0.0, mipgap = 0.0;
   int64_t simplex_iter = 0, barrier_iter = 0, nodes = 0;
   int solutions = 0;

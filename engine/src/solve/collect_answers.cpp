@@ -152,6 +152,7 @@ void collectAnswers(nvrl_problem_s *p, void *h, const LoweredModel &L, const Run
   s.simplex_iter = branched ? infoInt64(h, "mip_total_lp_iterations")
                             : infoInt(h, "simplex_iteration_count");
   s.barrier_iter = infoInt(h, "ipm_iteration_count");
+  s.barrier_ran = !run.mip && s.barrier_iter > 0;
   s.nodes = branched ? infoInt64(h, "mip_node_count") : 0;
 
   // Only a point HiGHS calls primal feasible is a solution. Any other point it leaves (an

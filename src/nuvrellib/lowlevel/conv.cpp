@@ -453,18 +453,24 @@ int conv_arr2obj(problem_s *p, int64_t n, const void *array, PyObject **list_slo
       PyList_SetSlice(list, static_cast<Py_ssize_t>(n), PyList_GET_SIZE(list), nullptr) != 0)
     return -1;
   const int64_t before = PyList_GET_SIZE(list);
-  for (int64_t i = 0; i < n; ++i) {
+  const int64_t replaced = before < n ? before : n;
+  for (int64_t i = 0; i < replaced; ++i) {
     PyObject *item = back_item(p, array, i, kind);
     if (item == nullptr) return wrong_item(kind);
-    if (i < before) {
-      PyList_SetItem(list, static_cast<Py_ssize_t>(i), item);  // takes the reference
-    } else {
-      int rc = PyList_Append(list, item);
-      Py_DECREF(item);
-      if (rc != 0) return -1;
-    }
+    PyList_SetItem(list, static_cast<Py_ssize_t>(i), item);  // takes the reference
   }
-  return 0;
+  if (n == replaced) return 0;
+  // The rest goes in as one slice: appending a million items one at a time costs several
+  // regrowths of the list.
+  PyRef tail(PyList_New(static_cast<Py_ssize_t>(n - replaced)));
+  if (!tail) return -1;
+  for (int64_t i = replaced; i < n; ++i) {
+    PyObject *item = back_item(p, array, i, kind);
+    if (item == nullptr) return wrong_item(kind);
+    PyList_SET_ITEM(tail.get(), static_cast<Py_ssize_t>(i - replaced), item);
+  }
+  return PyList_SetSlice(list, static_cast<Py_ssize_t>(before), static_cast<Py_ssize_t>(before),
+                         tail.get());
 }
 
 PyObject *convSeqToRowCol(problem_s *p, int index) {

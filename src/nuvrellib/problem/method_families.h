@@ -14,6 +14,8 @@ extern PyMethodDef problem_methods_files[];      // files.cpp: read and write
 extern PyMethodDef problem_methods_conversion[]; // lowlevel/bounds.cpp: getIndexFromName, getlb, getub
 extern PyMethodDef problem_methods_loading[];    // lowlevel/loading.cpp: loadproblem, addrows, addcols
 extern PyMethodDef problem_methods_changes[];    // lowlevel/changes.cpp: chg..., add..., del... by arrays
+extern PyMethodDef problem_methods_queries_matrix[];    // lowlevel/queries_matrix.cpp
+extern PyMethodDef problem_methods_queries_solution[];  // lowlevel/queries_solution.cpp
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.
