@@ -228,6 +228,7 @@ typedef struct {
 #define NVRL_CTRL_LP_ITERATION_LIMIT 8007 /* int64 */
 #define NVRL_CTRL_BARRIER_ITERATION_LIMIT 8008 /* int */
 #define NVRL_CTRL_CROSSOVER 8009 /* int */
+#define NVRL_CTRL_TREE_SEARCH 8020 /* int */
 #define NVRL_CTRL_LOAD_LOG 8035 /* int */
 #define NVRL_CTRL_RANDOM_SEED 22013 /* int */
 /* Optimiser attributes (NVRLget...attrib) */
