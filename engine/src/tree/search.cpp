@@ -164,7 +164,7 @@ void Search::heuristics(const Node &node, const Relaxation &r, bool root) {
                       lim_.inttol,
                       lim_.feastol,
                       [this](const std::vector<double> &x, char s) { return offer(x, s); },
-                      [this]() { return p_->interrupt_reason.load() != 0 ? 0.0 : secondsLeft(); },
+                      [this]() { return stopReason() != 0 ? 0.0 : secondsLeft(); },
                       [this]() { return valueLimit(); }};
   if (rounding) roundingHeuristic(hc, node, r.x);
   if (diving) divingHeuristic(hc, node, r);
