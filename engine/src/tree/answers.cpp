@@ -47,19 +47,15 @@ void SearchLog::line(char mark, int64_t nodes, size_t open, bool haveIncumbent, 
     const double g = relativeGap(incumbent, bound);
     if (std::isfinite(g)) std::snprintf(gap, sizeof gap, "%.2f%%", 100.0 * g);
   }
-  std::snprintf(bnd, sizeof bnd, "%.9g", std::isfinite(bound) ? sense_ * bound : sense_ * bound);
+  std::snprintf(bnd, sizeof bnd, "%.9g", sense_ * bound);
   p_->log(NVRL_MSG_INFO, " %c %10lld %8zu %16s %16s %9s %7.1fs", mark,
           static_cast<long long>(nodes), open, inc, bnd, gap, t);
 }
 
-void SearchLog::tick(int64_t nodes, size_t open, bool haveIncumbent, double incumbent,
-                     double bound) {
-  if (!on_) return;
-  const bool due =
-      nodes - last_nodes_ >= kNodesPerLine ||
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - last_).count() >=
-          kSecondsPerLine;
-  if (due) line(' ', nodes, open, haveIncumbent, incumbent, bound);
+bool SearchLog::due(int64_t nodes) const {
+  return on_ && (nodes - last_nodes_ >= kNodesPerLine ||
+                 std::chrono::duration<double>(std::chrono::steady_clock::now() - last_).count() >=
+                     kSecondsPerLine);
 }
 
 void storeAnswers(nvrl_problem_s *p, const LoweredModel &L, const Outcome &o, double seconds) {
@@ -79,7 +75,7 @@ void storeAnswers(nvrl_problem_s *p, const LoweredModel &L, const Outcome &o, do
     s.solutions = o.solutions;
   }
   const double bound = o.have_incumbent ? std::fmin(o.bound, o.value) : o.bound;
-  s.bestbound = std::isfinite(bound) ? sense * bound : sense * bound;
+  s.bestbound = sense * bound;
   s.mipgap = o.have_incumbent ? relativeGap(o.value, bound) : INFINITY;
   double cutoff = 0.0;
   const bool hasCutoff = cutoffInForce(p, cutoff);

@@ -21,8 +21,8 @@ class SearchLog {
   // mark: ' ' periodic, '*' solution at a node, 'R' rounding, 'D' diving.
   void line(char mark, int64_t nodes, size_t open, bool haveIncumbent, double incumbent,
             double bound);
-  // A periodic line when one is due.
-  void tick(int64_t nodes, size_t open, bool haveIncumbent, double incumbent, double bound);
+  // Whether a periodic line is due.
+  bool due(int64_t nodes) const;
 
  private:
   nvrl_problem_s *p_;

@@ -16,19 +16,29 @@ bool worse(const Node &a, const Node &b) {
 }  // namespace
 
 void NodeQueue::push(Node n) {
-  heap_.push_back(std::move(n));
-  std::push_heap(heap_.begin(), heap_.end(), worse);
+  nodes_.push_back(std::move(n));
+  if (best_bound_) std::push_heap(nodes_.begin(), nodes_.end(), worse);
 }
 
 Node NodeQueue::pop() {
-  std::pop_heap(heap_.begin(), heap_.end(), worse);
-  Node n = std::move(heap_.back());
-  heap_.pop_back();
+  if (best_bound_) std::pop_heap(nodes_.begin(), nodes_.end(), worse);
+  Node n = std::move(nodes_.back());
+  nodes_.pop_back();
   return n;
 }
 
+void NodeQueue::switchToBestBound() {
+  if (best_bound_) return;
+  best_bound_ = true;
+  std::make_heap(nodes_.begin(), nodes_.end(), worse);
+}
+
 double NodeQueue::minBound() const {
-  return heap_.empty() ? std::numeric_limits<double>::infinity() : heap_.front().bound;
+  if (nodes_.empty()) return std::numeric_limits<double>::infinity();
+  if (best_bound_) return nodes_.front().bound;
+  double b = nodes_.front().bound;
+  for (const Node &n : nodes_) b = std::min(b, n.bound);
+  return b;
 }
 
 }  // namespace nvrl::tree

@@ -30,17 +30,21 @@ struct Node {
   BranchRecord branch;
 };
 
-// Best-bound order; among equal bounds the deeper node first, which finishes dives.
+// Depth first (last in, first out) until best-bound order is switched on, which is for good:
+// before the first solution only leaves bring one, afterwards the bound is what matters.
+// Among equal bounds the deeper node comes first, which finishes dives.
 class NodeQueue {
  public:
   void push(Node n);
-  Node pop();  // the node with the smallest bound; the queue must not be empty
-  bool empty() const { return heap_.empty(); }
-  size_t size() const { return heap_.size(); }
+  Node pop();  // the queue must not be empty
+  void switchToBestBound();
+  bool empty() const { return nodes_.empty(); }
+  size_t size() const { return nodes_.size(); }
   double minBound() const;  // +inf when empty
 
  private:
-  std::vector<Node> heap_;
+  std::vector<Node> nodes_;  // a heap once best_bound_ is on, a stack before
+  bool best_bound_ = false;
 };
 
 }  // namespace nvrl::tree

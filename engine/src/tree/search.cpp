@@ -125,6 +125,7 @@ bool Search::offer(const std::vector<double> &x, char source) {
   if (out_.have_incumbent && value >= out_.value - 1e-9 * std::max(1.0, std::fabs(value)))
     return false;
   out_.have_incumbent = true;
+  queue_.switchToBestBound();
   out_.value = value;
   out_.x = x;
   ++out_.solutions;
@@ -180,7 +181,7 @@ Outcome Search::run() {
     if (!haveCurrent) {
       if (queue_.empty()) break;
       // Everything left is within the gap tolerances of the incumbent: done.
-      if (queue_.minBound() >= valueLimit()) {
+      if (out_.have_incumbent && queue_.minBound() >= valueLimit()) {
         closed_bound_ = std::fmin(closed_bound_, queue_.minBound());
         queue_ = NodeQueue();
         break;
@@ -226,19 +227,21 @@ Outcome Search::run() {
       closed_bound_ = std::fmin(closed_bound_, value);
       continue;
     }
+    // Before the heuristics: they leave the solver holding other bounds than the node's.
+    const std::vector<BoundChange> fixings = reducedCostFixing(r);
     heuristics(current, r, root);
     if (value >= valueLimit()) {  // a heuristic's incumbent may close the node
       closed_bound_ = std::fmin(closed_bound_, value);
       continue;
     }
     const int k = selectCandidate(cands, pc_);
-    Children ch = makeChildren(current, reducedCostFixing(r), cands[k], entities_, r.x, value,
-                               lim_.feastol);
+    Children ch = makeChildren(current, fixings, cands[k], entities_, r.x, value, lim_.feastol);
     queue_.push(std::move(ch.node[1 - ch.first]));
     current = std::move(ch.node[ch.first]);
     haveCurrent = true;
-    log_.tick(out_.nodes, queue_.size() + 1, out_.have_incumbent, out_.value,
-              std::fmin(openBound(), value));
+    if (log_.due(out_.nodes))
+      log_.line(' ', out_.nodes, queue_.size() + 1, out_.have_incumbent, out_.value,
+                std::fmin(openBound(), value));
   }
   if (out_.end == Outcome::Stopped && haveCurrent) queue_.push(std::move(current));
   out_.bound = openBound();
