@@ -43,14 +43,16 @@ TEST_P(TreeDataSet, ForcedSearchReachesTheRecordedOptimum) {
   const auto x = mipSolution();
   const nvrl::Model &m = model();
   for (int j = 0; j < m.cols(); ++j)
-    if (m.coltype[j] == 'I' || m.coltype[j] == 'B')
+    if (m.coltype[j] == 'I' || m.coltype[j] == 'B') {
       EXPECT_NEAR(x[j], std::round(x[j]), 1e-5) << "column " << j;
+    }
   std::vector<double> slack(m.rows());
   ASSERT_EQ(NVRLgetmipsol(prob, nullptr, slack.data()), 0);
   for (int i = 0; i < m.rows(); ++i) {
     const double tol = 1e-5 * std::max(1.0, std::fabs(m.rhs[i]));
-    if (m.rowtype[i] == 'L' || m.rowtype[i] == 'E') EXPECT_GE(slack[i], -tol) << "row " << i;
-    if (m.rowtype[i] == 'G' || m.rowtype[i] == 'E') EXPECT_LE(slack[i], tol) << "row " << i;
+    const char t = m.rowtype[i];
+    if (t == 'L' || t == 'E') { EXPECT_GE(slack[i], -tol) << "row " << i; }
+    if (t == 'G' || t == 'E') { EXPECT_LE(slack[i], tol) << "row " << i; }
   }
 }
 

@@ -36,8 +36,8 @@ TEST_P(HandMiqp, ReachesTheOptimumInEitherSense) {
   ASSERT_EQ(NVRLgetmipsol(prob, nullptr, slack.data()), 0);
   for (int i = 0; i < model().rows(); ++i) {
     const char t = model().rowtype[i];
-    if (t == 'L' || t == 'E') EXPECT_GE(slack[i], -1e-6) << "row " << i;
-    if (t == 'G' || t == 'E') EXPECT_LE(slack[i], 1e-6) << "row " << i;
+    if (t == 'L' || t == 'E') { EXPECT_GE(slack[i], -1e-6) << "row " << i; }
+    if (t == 'G' || t == 'E') { EXPECT_LE(slack[i], 1e-6) << "row " << i; }
   }
 }
 
@@ -144,8 +144,12 @@ TEST_P(TreeLimit, StopsWithTheLimitsReasonAndKeepsTheBestSolution) {
   ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
   EXPECT_EQ(intAttr(nvrl::id::kStopStatus), c.stop);
   EXPECT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_SOLUTION);
-  if (c.control == nvrl::id::kNodeLimit) EXPECT_EQ(intAttr(nvrl::id::kNodes), c.value);
-  if (c.control == nvrl::id::kSolutionLimit) EXPECT_EQ(intAttr(nvrl::id::kSolutions), c.value);
+  if (c.control == nvrl::id::kNodeLimit) {
+    EXPECT_EQ(intAttr(nvrl::id::kNodes), c.value);
+  }
+  if (c.control == nvrl::id::kSolutionLimit) {
+    EXPECT_EQ(intAttr(nvrl::id::kSolutions), c.value);
+  }
   EXPECT_GT(dblAttr(nvrl::id::kMipRelGapAttr), 0.0);
   expectSolutionKept();
 }

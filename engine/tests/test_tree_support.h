@@ -9,7 +9,8 @@
 namespace treetest {
 
 class TreeTest : public solvetest::SolveTest {
- protected:
+ public:  // the builders are named in test parameters
+
   // Binary knapsack, weights (5, 4, 3, 2) within 9, minimising sum q_i/2 x_i^2 + x_0 x_2 - c'x
   // with q = (4, 4, 2, 2), c = (12, 10, 7, 4). On binaries x^2 = x, so the items are worth
   // (10, 8, 6, 3) and items 0 and 2 together lose 1: {0, 1} (weight 9) gives -18, against

@@ -14,6 +14,7 @@ RelaxationSolver::RelaxationSolver(nvrl_problem_s *p, HighsSession &session)
   quadratic_ = L.hasHessian();
   root_lo_ = cur_lo_ = L.col_lo;
   root_up_ = cur_up_ = L.col_up;
+  if (quadratic_) node_model_ = L;
   // Each node starts from the basis the previous one left, which presolve would throw away.
   Highs_setStringOptionValue(h_, "presolve", "off");
 }
@@ -42,6 +43,12 @@ bool RelaxationSolver::passBounds(const std::vector<double> &lo, const std::vect
     cur_up_[set[k]] = b[k];
   }
   return true;
+}
+
+const LoweredModel &RelaxationSolver::nodeModel() {
+  node_model_.col_lo = lo_;
+  node_model_.col_up = up_;
+  return node_model_;
 }
 
 Relaxation RelaxationSolver::solve(const std::vector<BoundChange> &changes, double secondsLeft) {
@@ -86,14 +93,14 @@ Relaxation RelaxationSolver::solve(const std::vector<BoundChange> &changes, doub
     case kHighsModelStatusModelEmpty:
       readPoint();
       r.status = Relaxation::Optimal;
-      if (quadratic_ && !qpAnswerHolds(L, h_))
-        r.status = qpHasImprovingRay(L, h_) ? Relaxation::Unbounded : Relaxation::Unverified;
+      if (quadratic_ && !qpAnswerHolds(nodeModel(), h_))
+        r.status = qpHasImprovingRay(nodeModel(), h_) ? Relaxation::Unbounded : Relaxation::Unverified;
       return r;
     case kHighsModelStatusInfeasible: r.status = Relaxation::Infeasible; return r;
     case kHighsModelStatusUnbounded:
     case kHighsModelStatusUnboundedOrInfeasible:
       // HiGHS's QP solver may call a bounded QP unbounded; a direction of improvement decides.
-      if (!quadratic_ || qpHasImprovingRay(L, h_)) {
+      if (!quadratic_ || qpHasImprovingRay(nodeModel(), h_)) {
         r.status = ms == kHighsModelStatusUnbounded || primal == kHighsSolutionStatusFeasible
                        ? Relaxation::Unbounded
                        : Relaxation::Stopped;

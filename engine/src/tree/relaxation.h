@@ -47,6 +47,7 @@ class RelaxationSolver {
 
  private:
   bool passBounds(const std::vector<double> &lo, const std::vector<double> &up);
+  const LoweredModel &nodeModel();
 
   nvrl_problem_s *p_;
   HighsSession &session_;
@@ -54,6 +55,9 @@ class RelaxationSolver {
   int sense_;
   bool quadratic_;
   std::vector<double> root_lo_, root_up_, cur_lo_, cur_up_, lo_, up_;
+  // The lowered model with the current node's column bounds, for the checks of QP answers
+  // (a column at a branching bound may have a reduced cost its root bounds would not allow).
+  LoweredModel node_model_;
   int64_t iterations_ = 0;
 };
 
