@@ -77,8 +77,9 @@ class Search {
   double openBound() const {
     return std::fmin(std::fmin(queue_.minBound(), closed_bound_), out_.have_incumbent ? out_.value : kInf);
   }
-  // Reason to stop before the next node, or 0.
-  int stopReason() const;
+  // Reason to stop before the next node (or, without the node limit, before the next
+  // heuristic solve of the node at hand), or 0.
+  int stopReason(bool nodeLimit = true) const;
   bool offer(const std::vector<double> &x, char source);
   std::vector<BoundChange> reducedCostFixing(const Relaxation &r) const;
   void heuristics(const Node &node, const Relaxation &r, bool root);
@@ -108,11 +109,11 @@ double Search::valueLimit() const {
   return kInf;
 }
 
-int Search::stopReason() const {
+int Search::stopReason(bool nodeLimit) const {
   const int interrupt = p_->interrupt_reason.load();
   if (interrupt != 0) return interrupt;
   if (secondsLeft() <= 0.0) return NVRL_STOP_TIMELIMIT;
-  if (lim_.nodes > 0 && out_.nodes >= lim_.nodes) return NVRL_STOP_NODELIMIT;
+  if (nodeLimit && lim_.nodes > 0 && out_.nodes >= lim_.nodes) return NVRL_STOP_NODELIMIT;
   if (lim_.solutions > 0 && out_.solutions >= lim_.solutions) return NVRL_STOP_SOLLIMIT;
   return 0;
 }
@@ -165,7 +166,7 @@ void Search::heuristics(const Node &node, const Relaxation &r, bool root) {
                       lim_.inttol,
                       lim_.feastol,
                       [this](const std::vector<double> &x, char s) { return offer(x, s); },
-                      [this]() { return stopReason() != 0 ? 0.0 : secondsLeft(); },
+                      [this]() { return stopReason(false) != 0 ? 0.0 : secondsLeft(); },
                       [this]() { return valueLimit(); }};
   if (rounding) roundingHeuristic(hc, node, r.x);
   if (diving) divingHeuristic(hc, node, r);
