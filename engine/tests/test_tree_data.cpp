@@ -20,7 +20,7 @@ std::vector<DataInstance> mipInstances() {
 // Instances the search without presolve and cutting planes does not close within the
 // suite's time budget (none of them in 20 s: the bound stays far from the optimum); run
 // them with --gtest_also_run_disabled_tests.
-const std::set<std::string> kSlow = {"bell5.mps", "egout.mps", "gt2.mps", "p0548.mps"};
+const std::set<std::string> kSlow = {"bell5.mps", "egout.mps", "p0548.mps"};
 
 class TreeDataSet : public SolveTest, public ::testing::WithParamInterface<DataInstance> {};
 
