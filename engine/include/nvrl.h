@@ -228,6 +228,7 @@ typedef struct {
 #define NVRL_CTRL_LP_ITERATION_LIMIT 8007 /* int64 */
 #define NVRL_CTRL_BARRIER_ITERATION_LIMIT 8008 /* int */
 #define NVRL_CTRL_CROSSOVER 8009 /* int */
+#define NVRL_CTRL_TREE_SEARCH 8020 /* int */
 #define NVRL_CTRL_LOAD_LOG 8035 /* int */
 #define NVRL_CTRL_RANDOM_SEED 22013 /* int */
 /* Optimiser attributes (NVRLget...attrib) */
@@ -954,8 +955,9 @@ NVRL_API int NVRLreadslxsol(NVRLprob prob, const char *filename, const char *fla
  * when HiGHS gives no verdict. */
 NVRL_API int NVRLlpoptimize(NVRLprob prob, const char *flags);
 /* Solves the MIP, with the same flags for its LP relaxations; a problem without global
- * entities is solved as by NVRLlpoptimize. Fails as NVRLlpoptimize does, and also on a
- * quadratic objective together with global entities (not supported yet). */
+ * entities is solved as by NVRLlpoptimize. A quadratic objective with global entities (or
+ * the tree_search control at 1) is solved by the engine's own tree search on HiGHS's LP and
+ * QP relaxations. Fails as NVRLlpoptimize does. */
 NVRL_API int NVRLmipoptimize(NVRLprob prob, const char *flags);
 /* Asks a running solve of prob to stop at the next safe point; reason (> 0, e.g.
  * NVRL_STOP_USER) becomes its stop_status. May be called from another thread or a callback.

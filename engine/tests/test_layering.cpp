@@ -6,6 +6,7 @@
 //   io       reading and writing files (on lp_data)
 //   solve    lowering to HiGHS and the answers (on core)
 //   nslp     the nonlinear layer (on the C API and core)
+//   tree     the engine's own branch and bound (on solve and core)
 //
 // Includes of anything else (the C API header, HiGHS's headers) are not checked.
 #include <gtest/gtest.h>
@@ -22,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::map<std::string, int> kLayer = {
-    {"core", 0}, {"lp_data", 1}, {"io", 2}, {"solve", 2}, {"nslp", 3},
+    {"core", 0}, {"lp_data", 1}, {"io", 2}, {"solve", 2}, {"nslp", 3}, {"tree", 3},
 };
 
 TEST(EngineLayering, FilesIncludeOnlyTheirLayerAndTheLayersBelow) {

@@ -83,10 +83,11 @@ TEST_F(QpSolve, RefusedModels) {
   const int x = col(0, 10, 1, 'I'), y = col(0, 10, 1);
   row('G', 1, {{x, 1}, {y, 1}});
   q(x, x, 2);
-  // A quadratic objective with integer columns is refused by the MIP call ...
-  EXPECT_NE(NVRLmipoptimize(prob, ""), 0);
-  EXPECT_NE(lastError().find("not supported"), std::string::npos) << lastError();
-  // ... while the relaxation is an ordinary QP: min x^2 + x + y with x + y >= 1 -> x = 0, y = 1.
+  // A quadratic objective with integer columns goes to the tree search (x = 0, y = 1) ...
+  ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
+  EXPECT_EQ(intAttr(NVRL_ATTR_MIP_STATUS), NVRL_MIP_OPTIMAL);
+  EXPECT_NEAR(dblAttr(NVRL_ATTR_MIP_OBJECTIVE), 1.0, 1e-6);
+  // ... and the relaxation is an ordinary QP: min x^2 + x + y with x + y >= 1 -> x = 0, y = 1.
   ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
   EXPECT_NEAR(dblAttr(kLpObjVal), 1.0, 1e-6);
   // A nonconvex quadratic row (x + y + 2xy >= 1) ends with the nonconvex status.

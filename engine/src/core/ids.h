@@ -74,6 +74,7 @@ constexpr int kBarIterLimit = NVRL_CTRL_BARRIER_ITERATION_LIMIT;        // int, 
 constexpr int kCrossover = NVRL_CTRL_CROSSOVER;           // int, 0 off, 1 on
 constexpr int kLoadLog = NVRL_CTRL_LOAD_LOG;             // int, loading writes a log line
 constexpr int kRandomSeed = NVRL_CTRL_RANDOM_SEED;         // int
+constexpr int kTreeSearch = NVRL_CTRL_TREE_SEARCH;         // int, 1: the engine's own branch and bound for MIPs
 
 // ---- nonlinear solver ----
 constexpr int kSlpRows = NSLP_ATTR_ROWS;

@@ -146,6 +146,9 @@ const ParamInfo kTable[] = {
            "Barrier iterations a solve may take; 0: no limit."),
     intCtl(8009, "crossover", 1, 0, 1,
            "1 to turn a barrier solution into a basic solution, 0 not to."),
+    intCtl(8020, "tree_search", 0, 0, 1,
+           "1: MIPs are solved by the engine's own branch and bound on LP relaxations instead "
+           "of HiGHS's MIP solver; MIPs with a quadratic objective always are."),
     intCtl(8035, "load_log", 1, 0, 1, "1 when loading a problem writes a log line, 0 not."),
     intCtl(22013, "random_seed", 0, 0, kIntMax,
            "Seed of the optimiser's random choices."),

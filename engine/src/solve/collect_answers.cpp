@@ -138,6 +138,12 @@ void collectRays(nvrl_problem_s *p, void *h, const LoweredModel &L, int ms) {
 
 }  // namespace
 
+void userSlacks(const Model &m, const std::vector<double> &x, std::vector<double> &slack) {
+  computeSlacks(m, x, slack);
+}
+
+double userObjective(const Model &m, const std::vector<double> &x) { return objectiveValue(m, x); }
+
 void collectAnswers(nvrl_problem_s *p, void *h, const LoweredModel &L, const RunSummary &run) {
   SolveState &s = p->sol;
   const Model &m = p->model;

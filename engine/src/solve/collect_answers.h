@@ -2,6 +2,9 @@
 // columns (auxiliary rows and columns dropped).
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "core/problem.h"
 #include "solve/lowered_model.h"
 
@@ -18,6 +21,11 @@ struct RunSummary {
 
 // Fills p->sol from the HiGHS instance after Highs_run.
 void collectAnswers(nvrl_problem_s *p, void *highs, const LoweredModel &L, const RunSummary &run);
+
+// slack = rhs - activity of every user row at the user's columns x.
+void userSlacks(const Model &m, const std::vector<double> &x, std::vector<double> &slack);
+// The objective at the user's columns x, constant and quadratic part included.
+double userObjective(const Model &m, const std::vector<double> &x);
 
 // The line that closes a solve's log.
 std::string finalStatusLine(const SolveState &s);

@@ -28,8 +28,9 @@ HighsSession::~HighsSession() {
   if (highs_) Highs_destroy(highs_);
 }
 
-bool HighsSession::passWholeModel(const LoweredModel &L, std::string &err) {
-  const bool mip = L.hasIntegers();
+bool HighsSession::passWholeModel(const LoweredModel &L, LowerMode mode, std::string &err) {
+  // In tree mode the integrality marks are the search's; HiGHS solves the relaxations.
+  const bool mip = mode != LowerMode::Tree && L.hasIntegers();
   const int status = Highs_passModel(
       highs_, L.cols(), L.rows(), static_cast<int>(L.nnz()),
       static_cast<int>(L.q_value.size()), kHighsMatrixFormatRowwise,
@@ -115,9 +116,11 @@ bool HighsSession::sync(const Model &m, uint64_t version, LowerMode mode, std::s
   }
   LoweredModel L;
   if (!lowerModel(m, mode, L, err)) return false;
+  // Integrality reaches HiGHS only outside tree mode, so entering or leaving it passes all.
   const bool incremental = loaded_ && L.sameStructure(lowered_) && L.cols() == lowered_.cols() &&
-                           L.rows() == lowered_.rows();
-  if (!(incremental ? passChanges(L, err) : passWholeModel(L, err))) {
+                           L.rows() == lowered_.rows() &&
+                           (mode == LowerMode::Tree) == (mode_ == LowerMode::Tree);
+  if (!(incremental ? passChanges(L, err) : passWholeModel(L, mode, err))) {
     // HiGHS may hold a half-updated model: pass everything next time.
     loaded_ = false;
     return false;

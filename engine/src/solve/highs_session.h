@@ -46,7 +46,7 @@ class HighsSession {
   bool applyPending(std::string &err);
 
  private:
-  bool passWholeModel(const LoweredModel &L, std::string &err);
+  bool passWholeModel(const LoweredModel &L, LowerMode mode, std::string &err);
   bool passChanges(const LoweredModel &L, std::string &err);
 
   void *highs_ = nullptr;  // Highs_create()

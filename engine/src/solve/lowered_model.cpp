@@ -116,6 +116,12 @@ static bool lowerColumns(const Model &m, LowerMode mode, LoweredModel &L, std::s
       case 'R':
         // In a relaxation the column may take anything between 0 and its upper bound.
         if (mode == LowerMode::Relaxation) lo = std::min(lo, 0.0);
+        // The tree search branches on x = 0 or x >= threshold; negative values are outside
+        // both, as in the full reformulation.
+        if (mode == LowerMode::Tree) {
+          lo = std::max(m.limit[j], lo) > 0.0 ? 0.0 : std::max(m.limit[j], lo);
+          integer = m.coltype[j] == 'R';
+        }
         break;
       default: break;  // 'C'; 'P' is continuous in a relaxation, rebuilt below otherwise
     }
@@ -197,6 +203,10 @@ bool lowerModel(const Model &m, LowerMode mode, LoweredModel &out, std::string &
   if (mode == LowerMode::Full) {
     if (!reformulateColumnTypes(m, L, err) || !reformulateSets(m, L, err) ||
         !reformulateIndicators(m, L, err) || !reformulateGeneralConstraints(m, L, err) ||
+        !reformulatePiecewiseLinear(m, L, err))
+      return false;
+  } else if (mode == LowerMode::Tree) {
+    if (!reformulateIndicators(m, L, err) || !reformulateGeneralConstraints(m, L, err) ||
         !reformulatePiecewiseLinear(m, L, err))
       return false;
   }

@@ -15,6 +15,11 @@ namespace nvrl {
 enum class LowerMode {
   Relaxation,  // global entities ignored: integrality dropped, sets and logic constraints left out
   Full,        // every entity reformulated exactly with binaries
+  // For the engine's own tree search: integer columns keep their integrality mark (HiGHS is
+  // handed the continuous relaxation), semi-continuous, semi-integer and partially integer
+  // columns and sets stay relaxed for native branching; indicators, general and
+  // piecewise-linear constraints are reformulated with binaries as in Full.
+  Tree,
 };
 
 struct LoweredModel {

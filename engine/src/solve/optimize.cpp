@@ -17,6 +17,7 @@
 #include "solve/quadratic_rows.h"
 #include "solve/run_callbacks.h"
 #include "solve/scheduler.h"
+#include "solve/tree_search_hook.h"
 
 namespace nvrl {
 
@@ -96,16 +97,18 @@ int solve(nvrl_problem_s *p, const char *flags, bool mipCall) {
   if (!m.qrows.empty()) return solveQuadraticRows(p, sf, mipCall);
   const bool quadratic = hasQuadraticObjective(m);
   const bool mip = mipCall && hasGlobalEntities(m);
-  if (mip && quadratic)
-    return p->fail(
-        "Quadratic objectives with integer columns or other global entities are not supported "
-        "yet");
+  // HiGHS's MIP solver takes no quadratic objective: those MIPs, and MIPs whose user asks
+  // for it, go to the engine's own tree search on HiGHS's LP and QP relaxations.
+  const bool tree = mip && (quadratic || getIntControl(p, id::kTreeSearch) != 0);
+  if (tree && !treeSearch())
+    return p->fail("The problem needs the tree search, and it is not built in");
 
   const auto t0 = std::chrono::steady_clock::now();
   p->interrupt_reason.store(0);
   const bool log = getIntControl(p, id::kLogLevel) > 0;
   if (log)
-    p->log(NVRL_MSG_INFO, "nuvrel optimiser: solving %s with HiGHS %s", kindName(mip, quadratic),
+    p->log(NVRL_MSG_INFO, "nuvrel optimiser: solving %s%s with HiGHS %s",
+           tree && quadratic ? "MI" : "", tree && quadratic ? "QP" : kindName(mip, quadratic),
            Highs_version());
 
   if (quadratic && !quadraticObjectiveIsConvex(m)) {
@@ -120,13 +123,13 @@ int solve(nvrl_problem_s *p, const char *flags, bool mipCall) {
 
   if (!p->highs) p->highs.reset(new HighsSession());
   HighsSession &session = *p->highs;
-  if (!session.sync(m, p->version, mip ? LowerMode::Full : LowerMode::Relaxation, err) ||
-      !session.applyPending(err))
+  const LowerMode mode = tree ? LowerMode::Tree : mip ? LowerMode::Full : LowerMode::Relaxation;
+  if (!session.sync(m, p->version, mode, err) || !session.applyPending(err))
     return p->fail("%s", err.c_str());
   const LoweredModel &L = session.lowered();
   void *h = session.handle();
   if (log) logProblemSize(p, L, mip);
-  applyControls(h, p, sf, mip, quadratic);
+  applyControls(h, p, sf, mip && !tree, quadratic);
   SchedulerUse running;
   int threads = static_cast<int>(getIntControl(p, id::kThreads));
   // Results that do not depend on the machine need a thread count that does not either.
@@ -135,6 +138,8 @@ int solve(nvrl_problem_s *p, const char *flags, bool mipCall) {
     p->log(NVRL_MSG_WARNING,
            "Other problems are solving: the threads control (%d) takes effect once they finish",
            threads);
+
+  if (tree) return treeSearch()(p, session, t0, log);
 
   RunContext ctx;
   ctx.p = p;

@@ -1,0 +1,205 @@
+"""Cardinality-constrained portfolio MIQPs solved by the engine's tree search, against SCIP.
+
+    PYTHONPATH=build/<name>/stage python benchmarks/miqp.py [--scip] [--mips]
+
+Instances: n = 20, 30, 40, 50, 60 assets with a factor-model covariance (3 factors plus
+specific risk) and expected returns drawn with a fixed seed; minimise the variance x'Sx
+subject to full investment, a return floor, at most K = n/5 assets held and a minimum holding
+of 2% for every asset held (x_i <= z_i, x_i >= 0.02 z_i, z binary).
+
+Each instance is solved through the nuvrel module (relative gap 1e-6) and timed. With
+--scip, pyscipopt is installed into a separate virtual environment (build/bench-scip, never
+into the package's dependencies) and a child process there solves the same instances (the
+quadratic objective as an epigraph row); the script then prints the time ratio engine/SCIP
+per instance, their median (target <= 2) and whether the optima agree. When that
+environment cannot be set up (no network), the script says so and reports the engine alone.
+
+With --mips the tree search (control tree_search = 1) is also run against HiGHS's MIP solver
+on the MIPs of ../shared/data, for information.
+"""
+import argparse
+import json
+import os
+import random
+import statistics
+import subprocess
+import sys
+import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.normpath(os.path.join(HERE, ".."))
+DEFAULT_DATA = os.path.normpath(os.path.join(ROOT, "..", "shared", "data"))
+SCIP_ENV = os.path.join(ROOT, "build", "bench-scip")
+TARGET = 2.0
+SIZES = (20, 30, 40, 50, 60)
+SEED = 20261124
+MIN_HOLDING = 0.02
+
+
+def instance(n, seed):
+    """Covariance S (dense rows), returns mu, return floor and cardinality K."""
+    rng = random.Random(seed * 1000 + n)
+    factors = 3
+    load = [[rng.gauss(0, 0.15) for _ in range(factors)] for _ in range(n)]
+    spec = [rng.uniform(0.01, 0.05) ** 2 * 25 for _ in range(n)]
+    cov = [[sum(load[i][f] * load[j][f] for f in range(factors)) + (spec[i] if i == j else 0.0)
+            for j in range(n)] for i in range(n)]
+    mu = [rng.uniform(0.02, 0.15) for _ in range(n)]
+    k = max(2, n // 5)
+    floor = sorted(mu)[-k] * 0.6 + statistics.mean(mu) * 0.4
+    return {"n": n, "cov": cov, "mu": mu, "floor": floor, "k": k}
+
+
+def solve_engine(inst, time_limit):
+    import nuvrel as nv
+    nv.setOutputEnabled(False)
+    n = inst["n"]
+    x = [nv.var(ub=1) for _ in range(n)]
+    z = [nv.var(vartype=nv.binary) for _ in range(n)]
+    cov = inst["cov"]
+    variance = nv.Sum(cov[i][j] * x[i] * x[j] for i in range(n) for j in range(n))
+    p = nv.problem(x, z, variance)
+    p.addConstraint([xi <= zi for xi, zi in zip(x, z)],
+                    [xi >= MIN_HOLDING * zi for xi, zi in zip(x, z)],
+                    nv.Sum(x) == 1,
+                    nv.Sum(m * xi for m, xi in zip(inst["mu"], x)) >= inst["floor"],
+                    nv.Sum(z) <= inst["k"])
+    p.controls.mip_relative_gap = 1e-6
+    p.controls.time_limit = time_limit
+    t0 = time.perf_counter()
+    p.solve()
+    seconds = time.perf_counter() - t0
+    return {"seconds": seconds, "objective": p.getObjVal(), "status": p.getProbStatusString(),
+            "nodes": p.attributes.nodes}
+
+
+SCIP_CHILD = r"""
+import json, sys, time
+from pyscipopt import Model, quicksum
+insts, time_limit = json.load(sys.stdin)
+out = []
+for inst in insts:
+    n, cov = inst["n"], inst["cov"]
+    m = Model()
+    m.hideOutput()
+    m.setParam("limits/time", time_limit)
+    m.setParam("limits/gap", 1e-6)
+    x = [m.addVar(lb=0, ub=1) for _ in range(n)]
+    z = [m.addVar(vtype="B") for _ in range(n)]
+    t = m.addVar(lb=None)
+    for i in range(n):
+        m.addCons(x[i] <= z[i])
+        m.addCons(x[i] >= %r * z[i])
+    m.addCons(quicksum(x) == 1)
+    m.addCons(quicksum(inst["mu"][i] * x[i] for i in range(n)) >= inst["floor"])
+    m.addCons(quicksum(z) <= inst["k"])
+    m.addCons(quicksum(cov[i][j] * x[i] * x[j] for i in range(n) for j in range(n)) <= t)
+    m.setObjective(t, "minimize")
+    t0 = time.perf_counter()
+    m.optimize()
+    out.append({"seconds": time.perf_counter() - t0, "objective": m.getObjVal(),
+                "status": m.getStatus()})
+json.dump(out, sys.stdout)
+""" % MIN_HOLDING
+
+
+def scip_python():
+    """The benchmark environment's interpreter with pyscipopt, set up on first use; None when
+    that fails (the reason is printed)."""
+    py = os.path.join(SCIP_ENV, "bin", "python")
+    try:
+        if not os.path.exists(py):
+            subprocess.run([sys.executable, "-m", "venv", SCIP_ENV], check=True)
+        probe = subprocess.run([py, "-c", "import pyscipopt"], capture_output=True)
+        if probe.returncode != 0:
+            subprocess.run([py, "-m", "pip", "install", "--quiet", "pyscipopt"], check=True,
+                           timeout=600)
+        return py
+    except (subprocess.CalledProcessError, subprocess.TimeoutExpired, OSError) as exc:
+        print(f"SCIP not available: setting up {SCIP_ENV} with pyscipopt failed ({exc})")
+        return None
+
+
+def solve_scip(py, insts, time_limit):
+    run = subprocess.run([py, "-c", SCIP_CHILD], input=json.dumps([insts, time_limit]),
+                         capture_output=True, text=True)
+    if run.returncode != 0:
+        print("SCIP run failed:", run.stderr.strip().splitlines()[-1:])
+        return None
+    return json.loads(run.stdout)
+
+
+def compare_mips(data, time_limit):
+    import nuvrel as nv
+    nv.setOutputEnabled(False)
+    print("\nTree search (tree_search = 1) against HiGHS's MIP solver, shared data MIPs")
+    print(f"{'instance':24} {'HiGHS s':>9} {'tree s':>9} {'ratio':>8}  {'tree status':14} objective")
+    with open(os.path.join(data, "optima.csv")) as f:
+        rows = [line.strip().split(",") for line in f.readlines()[1:] if line.strip()]
+    for file, kind, status, objective in rows:
+        if kind != "mip":
+            continue
+        times = []
+        for tree in (0, 1):
+            p = nv.problem()
+            p.read(os.path.join(data, file))
+            p.controls.tree_search = tree
+            p.controls.time_limit = time_limit
+            t0 = time.perf_counter()
+            p.solve()
+            times.append(time.perf_counter() - t0)
+        print(f"{file:24} {times[0]:9.3f} {times[1]:9.3f} {times[1] / max(times[0], 1e-3):8.1f}  "
+              f"{p.getProbStatusString():14} {p.getObjVal():.10g} (recorded {objective})")
+
+
+def main():
+    ap = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    ap.add_argument("--scip", action="store_true", help="also solve with SCIP (separate venv)")
+    ap.add_argument("--mips", action="store_true", help="also compare on the shared data MIPs")
+    ap.add_argument("--sizes", type=int, nargs="*", default=list(SIZES))
+    ap.add_argument("--time-limit", type=float, default=300.0)
+    ap.add_argument("--data", default=DEFAULT_DATA)
+    args = ap.parse_args()
+
+    insts = [instance(n, SEED) for n in args.sizes]
+    engine = [solve_engine(inst, args.time_limit) for inst in insts]
+    scip = None
+    if args.scip:
+        py = scip_python()
+        if py:
+            scip = solve_scip(py, insts, args.time_limit)
+    if insts:
+        print(f"{'assets':>6} {'K':>3} {'engine s':>9} {'nodes':>7} {'engine objective':>17} "
+              f"{'SCIP s':>9} {'SCIP objective':>17} {'ratio':>7} same")
+    ratios, same_all = [], True
+    for i, (inst, e) in enumerate(zip(insts, engine)):
+        line = (f"{inst['n']:6} {inst['k']:3} {e['seconds']:9.3f} {e['nodes']:7} "
+                f"{e['objective']:17.10g}")
+        if scip:
+            s = scip[i]
+            ratio = e["seconds"] / max(s["seconds"], 1e-3)
+            # SCIP's objective is the epigraph column, which its feasibility tolerance lets
+            # fall up to about 1e-6 below the variance.
+            same = abs(e["objective"] - s["objective"]) <= 1e-4 * abs(s["objective"]) + 2e-6
+            finished = e["status"] == "mip_optimal" and s["status"] == "optimal"
+            same_all &= same and finished
+            ratios.append(ratio)
+            verdict = ("yes" if same else "NO") if finished else "unfinished"
+            line += f" {s['seconds']:9.3f} {s['objective']:17.10g} {ratio:7.2f} {verdict}"
+            if s["status"] != "optimal":
+                line += f"  (SCIP {s['status']})"
+        if e["status"] != "mip_optimal":
+            line += f"  ({e['status']})"
+        print(line)
+    if scip and ratios:
+        med = statistics.median(ratios)
+        print(f"median time ratio engine/SCIP: {med:.2f} (target <= {TARGET}); "
+              f"same optimum on every instance: {'yes' if same_all else 'NO'}")
+    elif args.scip and not scip:
+        print("SCIP was not available: engine times only")
+    if args.mips:
+        compare_mips(args.data, args.time_limit)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,129 @@
+#include "tree/relaxation.h"
+
+#include <cmath>
+
+#include "interfaces/highs_c_api.h"
+#include "solve/qp_verdict.h"
+
+namespace nvrl::tree {
+
+RelaxationSolver::RelaxationSolver(nvrl_problem_s *p, HighsSession &session)
+    : p_(p), session_(session), h_(session.handle()) {
+  const LoweredModel &L = session.lowered();
+  sense_ = L.sense;
+  quadratic_ = L.hasHessian();
+  root_lo_ = cur_lo_ = L.col_lo;
+  root_up_ = cur_up_ = L.col_up;
+  if (quadratic_) node_model_ = L;
+  // Each node starts from the basis the previous one left, which presolve would throw away.
+  Highs_setStringOptionValue(h_, "presolve", "off");
+}
+
+RelaxationSolver::~RelaxationSolver() {
+  // A failure here leaves HiGHS with a node's bounds; the next sync must then pass the
+  // whole model, which a failed solve forces (the session is dropped on an exception).
+  passBounds(root_lo_, root_up_);
+}
+
+bool RelaxationSolver::passBounds(const std::vector<double> &lo, const std::vector<double> &up) {
+  std::vector<int> set;
+  std::vector<double> a, b;
+  for (size_t j = 0; j < lo.size(); ++j)
+    if (lo[j] != cur_lo_[j] || up[j] != cur_up_[j]) {
+      set.push_back(static_cast<int>(j));
+      a.push_back(lo[j]);
+      b.push_back(up[j]);
+    }
+  if (set.empty()) return true;
+  if (Highs_changeColsBoundsBySet(h_, static_cast<int>(set.size()), set.data(), a.data(),
+                                  b.data()) == kHighsStatusError)
+    return false;
+  for (size_t k = 0; k < set.size(); ++k) {
+    cur_lo_[set[k]] = a[k];
+    cur_up_[set[k]] = b[k];
+  }
+  return true;
+}
+
+const LoweredModel &RelaxationSolver::nodeModel() {
+  node_model_.col_lo = lo_;
+  node_model_.col_up = up_;
+  return node_model_;
+}
+
+Relaxation RelaxationSolver::solve(const std::vector<BoundChange> &changes, double secondsLeft) {
+  Relaxation r;
+  lo_ = root_lo_;
+  up_ = root_up_;
+  for (const BoundChange &c : changes) {
+    lo_[c.col] = std::fmax(lo_[c.col], c.lo);
+    up_[c.col] = std::fmin(up_[c.col], c.up);
+  }
+  for (size_t j = 0; j < lo_.size(); ++j)
+    if (lo_[j] > up_[j] + 1e-9) return r;  // Infeasible
+  if (!passBounds(lo_, up_)) {
+    r.status = Relaxation::Stopped;
+    return r;
+  }
+  Highs_setDoubleOptionValue(h_, "time_limit", std::isfinite(secondsLeft) ? std::fmax(secondsLeft, 0.0)
+                                                                          : INFINITY);
+  Highs_zeroAllClocks(h_);
+  Highs_run(h_);
+  int ms = Highs_getModelStatus(h_);
+  int it = 0;
+  Highs_getIntInfoValue(h_, "simplex_iteration_count", &it);
+  iterations_ += it;
+  it = 0;
+  Highs_getIntInfoValue(h_, "qp_iteration_count", &it);
+  iterations_ += it;
+
+  const LoweredModel &L = session_.lowered();
+  int primal = kHighsSolutionStatusNone;
+  Highs_getIntInfoValue(h_, "primal_solution_status", &primal);
+  auto readPoint = [&]() {
+    r.x.assign(L.cols(), 0.0);
+    r.dj.assign(L.cols(), 0.0);
+    std::vector<double> rowv(L.rows()), rowd(L.rows());
+    Highs_getSolution(h_, r.x.data(), r.dj.data(), rowv.data(), rowd.data());
+    for (double &d : r.dj) d *= sense_;
+    r.value = sense_ * Highs_getObjectiveValue(h_);
+  };
+  switch (ms) {
+    case kHighsModelStatusOptimal:
+    case kHighsModelStatusModelEmpty:
+      readPoint();
+      r.status = Relaxation::Optimal;
+      if (quadratic_ && !qpAnswerHolds(nodeModel(), h_))
+        r.status = qpHasImprovingRay(nodeModel(), h_) ? Relaxation::Unbounded : Relaxation::Unverified;
+      return r;
+    case kHighsModelStatusInfeasible: r.status = Relaxation::Infeasible; return r;
+    case kHighsModelStatusUnbounded:
+    case kHighsModelStatusUnboundedOrInfeasible:
+      // HiGHS's QP solver may call a bounded QP unbounded; a direction of improvement decides.
+      if (!quadratic_ || qpHasImprovingRay(nodeModel(), h_)) {
+        r.status = ms == kHighsModelStatusUnbounded || primal == kHighsSolutionStatusFeasible
+                       ? Relaxation::Unbounded
+                       : Relaxation::Stopped;
+        return r;
+      }
+      break;
+    case kHighsModelStatusTimeLimit: r.stop_reason = NVRL_STOP_TIMELIMIT; break;
+    case kHighsModelStatusIterationLimit: r.stop_reason = NVRL_STOP_ITERLIMIT; break;
+    case kHighsModelStatusInterrupt: {
+      const int reason = p_->interrupt_reason.load();
+      r.stop_reason = reason != 0 ? reason : NVRL_STOP_USER;
+      break;
+    }
+    default: break;
+  }
+  if (r.stop_reason == 0 && primal == kHighsSolutionStatusFeasible) {
+    // No verdict, but a point: the search can still branch on it.
+    readPoint();
+    r.status = Relaxation::Unverified;
+    return r;
+  }
+  r.status = Relaxation::Stopped;
+  return r;
+}
+
+}  // namespace nvrl::tree

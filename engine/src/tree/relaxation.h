@@ -1,0 +1,64 @@
+// Node relaxations on the problem's persistent HiGHS instance: a node's bounds are passed as
+// the changes from the bounds HiGHS holds, so the LP keeps its basis from node to node. The
+// root bounds are put back when the solver goes away, so the instance again holds the model
+// the session lowered.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "core/problem.h"
+#include "solve/highs_session.h"
+#include "tree/node_queue.h"
+
+namespace nvrl::tree {
+
+struct Relaxation {
+  enum Status {
+    Optimal,     // value bounds the node; x and reduced costs hold
+    Unverified,  // HiGHS's QP answer failed the optimality check: x is a point, value no bound
+    Infeasible,
+    Unbounded,
+    Stopped,     // a limit or an interrupt ended the solve (stop_reason), or no verdict (0)
+  } status = Infeasible;
+  double value = 0.0;          // objective in minimisation form (sense * objective)
+  std::vector<double> x, dj;   // lowered columns; dj in minimisation form
+  int stop_reason = 0;
+};
+
+class RelaxationSolver {
+ public:
+  RelaxationSolver(nvrl_problem_s *p, HighsSession &session);
+  ~RelaxationSolver();
+  RelaxationSolver(const RelaxationSolver &) = delete;
+  RelaxationSolver &operator=(const RelaxationSolver &) = delete;
+
+  // Solves the relaxation under the root bounds narrowed by `changes`. secondsLeft limits
+  // the run (infinite: none). Crossing bounds give Infeasible without a run.
+  Relaxation solve(const std::vector<BoundChange> &changes, double secondsLeft);
+
+  // The bounds of the last node passed to solve().
+  const std::vector<double> &lower() const { return lo_; }
+  const std::vector<double> &upper() const { return up_; }
+  const std::vector<double> &rootLower() const { return root_lo_; }
+  const std::vector<double> &rootUpper() const { return root_up_; }
+  int64_t iterations() const { return iterations_; }
+  int sense() const { return sense_; }
+
+ private:
+  bool passBounds(const std::vector<double> &lo, const std::vector<double> &up);
+  const LoweredModel &nodeModel();
+
+  nvrl_problem_s *p_;
+  HighsSession &session_;
+  void *h_;
+  int sense_;
+  bool quadratic_;
+  std::vector<double> root_lo_, root_up_, cur_lo_, cur_up_, lo_, up_;
+  // The lowered model with the current node's column bounds, for the checks of QP answers
+  // (a column at a branching bound may have a reduced cost its root bounds would not allow).
+  LoweredModel node_model_;
+  int64_t iterations_ = 0;
+};
+
+}  // namespace nvrl::tree

@@ -1,0 +1,291 @@
+#include "tree/search.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "core/ids.h"
+#include "interfaces/highs_c_api.h"
+#include "solve/collect_answers.h"
+#include "solve/highs_options.h"
+#include "solve/interrupts.h"
+#include "solve/run_callbacks.h"
+#include "solve/tree_search_hook.h"
+#include "tree/answers.h"
+#include "tree/branching.h"
+#include "tree/entities.h"
+#include "tree/heuristics.h"
+#include "tree/node_queue.h"
+#include "tree/relaxation.h"
+
+namespace nvrl::tree {
+
+namespace {
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+// Heuristic frequencies, in nodes: rounding is one relaxation, a dive up to a few hundred.
+constexpr int64_t kRoundingEvery = 25;
+constexpr int64_t kDivingEvery = 250;
+
+struct Limits {
+  double seconds = kInf;
+  int64_t nodes = 0;  // 0: none
+  int solutions = 0;  // 0: none
+  double relgap = 0.0, absgap = 0.0;
+  bool has_cutoff = false;
+  double cutoff = 0.0;  // user sense
+  double inttol = 0.0, feastol = 0.0;
+};
+
+Limits readLimits(const nvrl_problem_s *p) {
+  Limits l;
+  const double tl = getDblControl(p, id::kTimeLimit);
+  if (tl > 0.0 && tl < 1e20) l.seconds = tl;
+  l.nodes = getIntControl(p, id::kNodeLimit);
+  l.solutions = static_cast<int>(getIntControl(p, id::kSolutionLimit));
+  l.relgap = getDblControl(p, id::kMipRelGap);
+  l.absgap = getDblControl(p, id::kMipAbsGap);
+  l.has_cutoff = cutoffInForce(p, l.cutoff);
+  l.inttol = getDblControl(p, id::kMipTol);
+  l.feastol = getDblControl(p, id::kFeasTol);
+  return l;
+}
+
+class Search {
+ public:
+  Search(nvrl_problem_s *p, HighsSession &session, std::chrono::steady_clock::time_point start,
+         bool log)
+      : p_(p),
+        L_(session.lowered()),
+        lim_(readLimits(p)),
+        entities_(readEntities(p->model, L_)),
+        solver_(p, session),
+        pc_(L_.cols()),
+        start_(start),
+        log_(p, log, L_.sense, start) {}
+
+  Outcome run();
+
+ private:
+  double elapsed() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  }
+  double secondsLeft() const { return lim_.seconds - elapsed(); }
+  // Relaxation values at or above this cannot give a solution better than the incumbent by
+  // more than the gap tolerances (nor one within the cutoff before there is an incumbent).
+  double valueLimit() const;
+  double openBound() const {
+    return std::fmin(std::fmin(queue_.minBound(), closed_bound_), out_.have_incumbent ? out_.value : kInf);
+  }
+  // Reason to stop before the next node (or, without the node limit, before the next
+  // heuristic solve of the node at hand), or 0.
+  int stopReason(bool nodeLimit = true) const;
+  bool offer(const std::vector<double> &x, char source);
+  std::vector<BoundChange> reducedCostFixing(const Relaxation &r) const;
+  void heuristics(const Node &node, const Relaxation &r, bool root);
+
+  nvrl_problem_s *p_;
+  const LoweredModel &L_;
+  Limits lim_;
+  Entities entities_;
+  RelaxationSolver solver_;
+  Pseudocosts pc_;
+  NodeQueue queue_;
+  std::chrono::steady_clock::time_point start_;
+  SearchLog log_;
+  Outcome out_;
+  // Smallest bound of the nodes closed within the gap tolerances or left without a verified
+  // bound: the proven bound cannot exceed it.
+  double closed_bound_ = kInf;
+};
+
+double Search::valueLimit() const {
+  if (out_.have_incumbent)
+    return out_.value - std::max(lim_.absgap, lim_.relgap * std::fabs(out_.value));
+  if (lim_.has_cutoff) {
+    const double c = L_.sense * lim_.cutoff;
+    return c + std::max(1e-6, 1e-9 * std::fabs(c));
+  }
+  return kInf;
+}
+
+int Search::stopReason(bool nodeLimit) const {
+  const int interrupt = p_->interrupt_reason.load();
+  if (interrupt != 0) return interrupt;
+  if (secondsLeft() <= 0.0) return NVRL_STOP_TIMELIMIT;
+  if (nodeLimit && lim_.nodes > 0 && out_.nodes >= lim_.nodes) return NVRL_STOP_NODELIMIT;
+  if (lim_.solutions > 0 && out_.solutions >= lim_.solutions) return NVRL_STOP_SOLLIMIT;
+  return 0;
+}
+
+bool Search::offer(const std::vector<double> &x, char source) {
+  std::vector<double> user(x.begin(), x.begin() + L_.user_cols);
+  const double obj = userObjective(p_->model, user);
+  if (lim_.has_cutoff && !meetsCutoff(obj, lim_.cutoff, p_->model.objsense)) return false;
+  const double value = L_.sense * obj;
+  if (out_.have_incumbent && value >= out_.value - 1e-9 * std::max(1.0, std::fabs(value)))
+    return false;
+  out_.have_incumbent = true;
+  queue_.switchToBestBound();
+  out_.value = value;
+  out_.x = x;
+  ++out_.solutions;
+  log_.line(source, out_.nodes, queue_.size(), true, value, openBound());
+  return true;
+}
+
+// For a convex relaxation at its optimum z with reduced costs d, every point y of the node
+// has objective >= z + d_j (y_j - x_j) for each column j at a bound; a column whose move off
+// its bound would cost more than the incumbent allows is bounded accordingly.
+std::vector<BoundChange> Search::reducedCostFixing(const Relaxation &r) const {
+  std::vector<BoundChange> out;
+  if (!out_.have_incumbent || r.status != Relaxation::Optimal) return out;
+  const double room = out_.value - r.value;
+  if (!(room >= 0.0)) return out;
+  const std::vector<double> &lo = solver_.lower(), &up = solver_.upper();
+  for (int j = 0; j < L_.cols(); ++j) {
+    if (!entities_.integer[j]) continue;
+    const double d = r.dj[j];
+    if (d > 1e-7 && std::isfinite(lo[j]) && r.x[j] <= lo[j] + lim_.feastol) {
+      const double nu = lo[j] + std::floor(room / d + 1e-9);
+      if (nu < up[j]) out.push_back({j, -kInf, nu});
+    } else if (d < -1e-7 && std::isfinite(up[j]) && r.x[j] >= up[j] - lim_.feastol) {
+      const double nl = up[j] - std::floor(room / -d + 1e-9);
+      if (nl > lo[j]) out.push_back({j, nl, kInf});
+    }
+  }
+  return out;
+}
+
+void Search::heuristics(const Node &node, const Relaxation &r, bool root) {
+  const bool rounding = root || out_.nodes % kRoundingEvery == 0;
+  const bool diving = root || out_.nodes % kDivingEvery == 0;
+  if (!rounding && !diving) return;
+  HeuristicContext hc{entities_,
+                      solver_,
+                      lim_.inttol,
+                      lim_.feastol,
+                      [this](const std::vector<double> &x, char s) { return offer(x, s); },
+                      [this]() { return stopReason(false) != 0 ? 0.0 : secondsLeft(); },
+                      [this]() { return valueLimit(); }};
+  if (rounding) roundingHeuristic(hc, node, r.x);
+  if (diving) divingHeuristic(hc, node, r);
+}
+
+Outcome Search::run() {
+  log_.header(L_, entities_.integers, entities_.semis.size(), entities_.partials.size(),
+              entities_.sets.size());
+  Node current;
+  current.bound = -kInf;
+  bool haveCurrent = true;
+  while (true) {
+    if (!haveCurrent) {
+      if (queue_.empty()) break;
+      // Everything left is within the gap tolerances of the incumbent: done.
+      if (out_.have_incumbent && queue_.minBound() >= valueLimit()) {
+        closed_bound_ = std::fmin(closed_bound_, queue_.minBound());
+        queue_ = NodeQueue();
+        break;
+      }
+      current = queue_.pop();
+    }
+    haveCurrent = false;
+    if (current.bound >= valueLimit()) {
+      closed_bound_ = std::fmin(closed_bound_, current.bound);
+      continue;
+    }
+    if (const int reason = stopReason()) {
+      queue_.push(std::move(current));
+      out_.end = Outcome::Stopped;
+      out_.stop_reason = reason;
+      break;
+    }
+    const bool root = out_.nodes == 0;
+    Relaxation r = solver_.solve(current.changes, secondsLeft());
+    ++out_.nodes;
+    if (r.status == Relaxation::Stopped) {
+      queue_.push(std::move(current));
+      out_.end = Outcome::Stopped;
+      out_.stop_reason = r.stop_reason;
+      break;
+    }
+    if (r.status == Relaxation::Unbounded) {
+      out_.end = Outcome::Unbounded;
+      break;
+    }
+    if (r.status == Relaxation::Infeasible) continue;
+    const bool verified = r.status == Relaxation::Optimal;
+    if (verified) pc_.record(current.branch, r.value);
+    const double value = verified ? std::fmax(r.value, current.bound) : current.bound;
+    const std::vector<Candidate> cands = violations(entities_, r.x, lim_.inttol, lim_.feastol);
+    if (cands.empty()) {
+      offer(r.x, '*');
+      // Without a verified optimum the node's own bound stays unproven.
+      if (!verified) closed_bound_ = std::fmin(closed_bound_, value);
+      continue;
+    }
+    if (value >= valueLimit()) {
+      closed_bound_ = std::fmin(closed_bound_, value);
+      continue;
+    }
+    // Before the heuristics: they leave the solver holding other bounds than the node's.
+    const std::vector<BoundChange> fixings = reducedCostFixing(r);
+    heuristics(current, r, root);
+    if (value >= valueLimit()) {  // a heuristic's incumbent may close the node
+      closed_bound_ = std::fmin(closed_bound_, value);
+      continue;
+    }
+    const int k = selectCandidate(cands, pc_);
+    Children ch = makeChildren(current, fixings, cands[k], entities_, r.x, value, lim_.feastol);
+    queue_.push(std::move(ch.node[1 - ch.first]));
+    current = std::move(ch.node[ch.first]);
+    haveCurrent = true;
+    if (log_.due(out_.nodes))
+      log_.line(' ', out_.nodes, queue_.size() + 1, out_.have_incumbent, out_.value,
+                std::fmin(openBound(), value));
+  }
+  if (out_.end == Outcome::Stopped && haveCurrent) queue_.push(std::move(current));
+  out_.bound = openBound();
+  out_.iterations = solver_.iterations();
+  // A search that ran out of nodes with unproven parts has no verdict.
+  if (out_.end == Outcome::Finished && out_.have_incumbent &&
+      out_.bound < out_.value - std::max(lim_.absgap, lim_.relgap * std::fabs(out_.value)) - 1e-9) {
+    out_.end = Outcome::Stopped;
+    out_.stop_reason = NVRL_STOP_NONE;
+  }
+  if (out_.end == Outcome::Finished && !out_.have_incumbent) out_.bound = kInf;
+  log_.line(' ', out_.nodes, queue_.size(), out_.have_incumbent, out_.value, out_.bound);
+  return out_;
+}
+
+}  // namespace
+
+int runTreeSearch(nvrl_problem_s *p, HighsSession &session,
+                  std::chrono::steady_clock::time_point start, bool log) {
+  InterruptGuard guard(p);
+  RunContext ctx;
+  ctx.p = p;
+  void *h = session.handle();
+  RunCallbacks callbacks(h, ctx, false, false);
+  Highs_setBoolOptionValue(h, "output_flag", false);
+  Outcome o;
+  {
+    Search search(p, session, start, log);
+    o = search.run();
+  }
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  storeAnswers(p, session.lowered(), o, seconds);
+  if (log) p->logLine(NVRL_MSG_INFO, finalStatusLine(p->sol));
+  return 0;
+}
+
+namespace {
+
+struct RegisterTreeSearch {
+  RegisterTreeSearch() { setTreeSearch(runTreeSearch); }
+} g_register;
+
+}  // namespace
+
+}  // namespace nvrl::tree
