@@ -269,6 +269,9 @@ def test_addrows_and_addcols_create_named_objects(nv):
      "^Incorrect length of variable name list$"),
     (lambda p: p.addcols([1], [0, 0], [], [], [0], [1], types=["X"]), "ModelError",
      "^Incorrect variable type$"),
+    # The second column fails after the first one's object was made.
+    (lambda p: p.addcols([1, 2], [0, 0, 0], [], [], [0, 0], [1, 1], types=["I", "X"]),
+     "ModelError", "^Incorrect variable type$"),
     (lambda p: p.addcols([1], [0, 0], [], [], [0], [1], names=[3]), "ModelError",
      "^Erroneous name for variable 0$"),
 ])

@@ -115,6 +115,52 @@ void nvo_drop_added_objects(PyObject *list, rowcolmap *map, int64_t keep, bool c
     PyErr_Clear();
 }
 
+namespace {
+
+// Creates the objects of n new rows or columns with make(i, id) (a new reference or null with
+// an exception), enters object i into map at index first + i and appends them all to list in
+// one step, so that the list grows once. On failure list and map are left as they were.
+template <class Make>
+int add_objects(PyObject *list, rowcolmap *map, int64_t first, int64_t n, bool columns,
+                Make make) {
+  if (n == 0) return 0;
+  PyRef fresh(PyList_New(static_cast<Py_ssize_t>(n)));
+  if (!fresh) return -1;
+  const uint64_t id0 = columns ? var_reserve_ids(static_cast<uint64_t>(n))
+                               : con_reserve_ids(static_cast<uint64_t>(n));
+  int64_t entered = 0;
+  int rc = 0;
+  for (; entered < n; ++entered) {
+    PyObject *obj = make(entered, id0 + static_cast<uint64_t>(entered));
+    if (obj == nullptr) {
+      rc = -1;
+      break;
+    }
+    PyList_SET_ITEM(fresh.get(), entered, obj);
+    if (enter(map, columns ? var_id(obj) : con_id(obj), first + entered) != 0) {
+      if (columns) nvo_model_error("Could not amend variable map");
+      else PyErr_SetString(nvpy_interf_exc, "Internal error -- Could not amend constraint map");
+      rc = -1;
+      break;
+    }
+  }
+  const Py_ssize_t size = PyList_GET_SIZE(list);
+  if (rc == 0) rc = PyList_SetSlice(list, size, size, fresh.get());
+  if (rc != 0) {
+    // The fresh list releases the objects (unfilled slots are null); their entries go here.
+    PendingError pending;
+    for (int64_t i = 0; i < entered; ++i) {
+      PyObject *obj = PyList_GET_ITEM(fresh.get(), i);
+      rowcolmap_del(map, columns ? var_id(obj) : con_id(obj));
+    }
+    fresh.reset();
+    return -1;
+  }
+  return 0;
+}
+
+}  // namespace
+
 int addColsAsVariables(problem_s *p, PyObject *vars, rowcolmap *varmap, PyObject *names,
                        int64_t first, const nvo_new_columns &cols) {
   PyRef<> name_seq;
@@ -123,29 +169,17 @@ int addColsAsVariables(problem_s *p, PyObject *vars, rowcolmap *varmap, PyObject
   AllocBuffer<char> types;
   AllocBuffer<double> limits;
   if (column_types(cols, first, &types, &limits) != 0) return -1;
-  const Py_ssize_t keep = PyList_GET_SIZE(vars);
-  for (int64_t i = 0; i < cols.n; ++i) {
+  return add_objects(vars, varmap, first, cols.n, true, [&](int64_t i, uint64_t id) {
     long vartype;
-    int rc = var_type_of(types[i], &vartype);
-    PyRef v;
-    if (rc == 0) {
-      double lb = cols.lb != nullptr ? cols.lb[i] : 0.0;
-      double ub = cols.ub != nullptr ? cols.ub[i] : NVO_INFINITY;
-      // A binary column's bounds are narrowed by the library; its var says the same.
-      var_binary_bounds(vartype, &lb, &ub);
-      PyObject *name = name_seq ? PySequence_Fast_GET_ITEM(name_seq.get(), i) : nullptr;
-      v = PyRef(var_create(name, lb, ub, limits[i] > -NVO_INFINITY ? limits[i] : -NVO_INFINITY,
-                           vartype));
-      rc = v ? PyList_Append(vars, v.get()) : -1;
-    }
-    if (rc == 0 && enter(varmap, var_id(v.get()), first + i) != 0)
-      rc = nvo_model_error("Could not amend variable map");
-    if (rc != 0) {
-      nvo_drop_added_objects(vars, varmap, keep, true);
-      return -1;
-    }
-  }
-  return 0;
+    if (var_type_of(types[i], &vartype) != 0) return static_cast<PyObject *>(nullptr);
+    double lb = cols.lb != nullptr ? cols.lb[i] : 0.0;
+    double ub = cols.ub != nullptr ? cols.ub[i] : NVO_INFINITY;
+    // A binary column's bounds are narrowed by the library; its var says the same.
+    var_binary_bounds(vartype, &lb, &ub);
+    PyObject *name = name_seq ? PySequence_Fast_GET_ITEM(name_seq.get(), i) : nullptr;
+    return var_create_with_id(id, name, lb, ub,
+                              limits[i] > -NVO_INFINITY ? limits[i] : -NVO_INFINITY, vartype);
+  });
 }
 
 int addRowsAsConstraints(problem_s *p, PyObject *cons, rowcolmap *conmap, PyObject *names,
@@ -154,29 +188,20 @@ int addRowsAsConstraints(problem_s *p, PyObject *cons, rowcolmap *conmap, PyObje
   PyRef<> name_seq;
   if (name_sequence(names, n, "Incorrect length of constraint name list", &name_seq) != 0)
     return -1;
-  const Py_ssize_t keep = PyList_GET_SIZE(cons);
-  for (int64_t i = 0; i < n; ++i) {
-    auto con = PyRef<constraint_s>::steal(constraint_base());
-    int rc = con ? 0 : -1;
-    if (rc == 0 && rowtype != nullptr) {
+  return add_objects(cons, conmap, first, n, false, [&](int64_t i, uint64_t id) {
+    auto con = PyRef<constraint_s>::steal(constraint_base_with_id(id));
+    if (!con) return static_cast<PyObject *>(nullptr);
+    if (rowtype != nullptr) {
       double lo, up;
       row_bounds(rowtype[i], rhs != nullptr ? rhs[i] : 0.0, range != nullptr ? range[i] : 0.0,
                  &lo, &up);
-      rc = set_con_lbound(&con->rec, lo) != 0 || set_con_ubound(&con->rec, up) != 0 ? -1 : 0;
+      if (set_con_lbound(&con->rec, lo) != 0 || set_con_ubound(&con->rec, up) != 0)
+        return static_cast<PyObject *>(nullptr);
     }
-    if (rc == 0 && name_seq)
-      rc = set_con_name(&con->rec, PySequence_Fast_GET_ITEM(name_seq.get(), i));
-    if (rc == 0) rc = PyList_Append(cons, con.obj());
-    if (rc == 0 && enter(conmap, con_id(con.obj()), first + i) != 0) {
-      PyErr_SetString(nvpy_interf_exc, "Internal error -- Could not amend constraint map");
-      rc = -1;
-    }
-    if (rc != 0) {
-      nvo_drop_added_objects(cons, conmap, keep, false);
-      return -1;
-    }
-  }
-  return 0;
+    if (name_seq && set_con_name(&con->rec, PySequence_Fast_GET_ITEM(name_seq.get(), i)) != 0)
+      return static_cast<PyObject *>(nullptr);
+    return con.release_obj();
+  });
 }
 
 // Names go to the library in one call for the batch: either all are set or none.

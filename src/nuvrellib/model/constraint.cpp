@@ -73,6 +73,13 @@ void con_assign_id(uint64_t *word) {
   *word = (*word & ~CON_ID_MASK) | (id & CON_ID_MASK);
 }
 
+uint64_t con_reserve_ids(uint64_t n) {
+  EnvLock lock(nvr_py_env.mtx_con);
+  const uint64_t first = nvr_py_env.next_con_id;
+  nvr_py_env.next_con_id += n;
+  return first;
+}
+
 double get_con_lbound(uint64_t word) {
   switch ((word & CON_LB_MASK) >> CON_LB_SHIFT) {
     case LB_MINUS_INF: return -INF;
@@ -144,6 +151,15 @@ static PyObject *constraint_new(PyTypeObject *type, PyObject *, PyObject *) {
 }
 
 PyObject *constraint_base() { return constraint_new(&constraint_type, nullptr, nullptr); }
+
+PyObject *constraint_base_with_id(uint64_t id) {
+  // The constraint type is neither collected nor variable-sized: no zeroing or tracking.
+  constraint_s *con = PyObject_New(constraint_s, &constraint_type);
+  if (con == nullptr) return nullptr;
+  con->rec = id & CON_ID_MASK;
+  con->body = nullptr;
+  return reinterpret_cast<PyObject *>(con);
+}
 
 PyObject *constraint_create(PyObject *body, double lb, double ub) {
   auto con = PyRef<constraint_s>::steal(constraint_base());

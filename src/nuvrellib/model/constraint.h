@@ -49,8 +49,13 @@ int set_con_ubound(uint64_t *word, double v);
 int set_con_name(uint64_t *word, PyObject *name);
 // Takes the next identifier under the constraint mutex and stores it in bits 0-56.
 void con_assign_id(uint64_t *word);
+// Takes n consecutive identifiers under one lock and returns the first.
+uint64_t con_reserve_ids(uint64_t n);
 
 // A new constraint with a fresh identifier, infinite bounds and no body.
 PyObject *constraint_base();
+// As constraint_base, with an identifier from con_reserve_ids and allocated without the
+// generic constructor, for batches of rows.
+PyObject *constraint_base_with_id(uint64_t id);
 // A new constraint lb <= body <= ub (one new reference to body); NULL on failure.
 PyObject *constraint_create(PyObject *body, double lb, double ub);

@@ -73,6 +73,13 @@ void var_assign_id(uint64_t *word) {
   *word = (*word & ~VAR_ID_MASK) | (id & VAR_ID_MASK);
 }
 
+uint64_t var_reserve_ids(uint64_t n) {
+  EnvLock lock(nvr_py_env.mtx_var);
+  const uint64_t first = nvr_py_env.next_var_id;
+  nvr_py_env.next_var_id += n;
+  return first;
+}
+
 double get_var_lbound(uint64_t word) {
   switch (lb_code(word)) {
     case LB_ZERO:
@@ -194,13 +201,27 @@ static int var_apply(uint64_t *word, double lb, double ub, double threshold, lon
   return 0;
 }
 
-PyObject *var_create(PyObject *name, double lb, double ub, double threshold, long vartype) {
-  auto self = PyRef<var_s>::steal(var_base());
+// Gives a fresh variable its bounds, threshold, type and name; releases it on failure.
+static PyObject *var_setup(PyObject *obj, PyObject *name, double lb, double ub,
+                           double threshold, long vartype) {
+  auto self = PyRef<var_s>::steal(obj);
   if (!self) return nullptr;
   uint64_t *word = &self->rec;
   if (var_apply(word, lb, ub, threshold, vartype) < 0) return nullptr;
   if (name != nullptr && set_var_name(word, name) < 0) return nullptr;
   return self.release_obj();
+}
+
+PyObject *var_create(PyObject *name, double lb, double ub, double threshold, long vartype) {
+  return var_setup(var_base(), name, lb, ub, threshold, vartype);
+}
+
+PyObject *var_create_with_id(uint64_t id, PyObject *name, double lb, double ub,
+                             double threshold, long vartype) {
+  // The var type is neither collected nor variable-sized: no zeroing or tracking is needed.
+  var_s *v = PyObject_New(var_s, &var_type);
+  if (v != nullptr) v->rec = id & VAR_ID_MASK;
+  return var_setup(reinterpret_cast<PyObject *>(v), name, lb, ub, threshold, vartype);
 }
 
 PyObject *var_copy(PyObject *x, double c) {

@@ -86,12 +86,18 @@ int set_var_name(uint64_t *word, PyObject *name);
 
 // Takes the next identifier under the variable mutex and stores it in bits 0-51.
 void var_assign_id(uint64_t *word);
+// Takes n consecutive identifiers under one lock and returns the first.
+uint64_t var_reserve_ids(uint64_t n);
 
 // --- creation -----------------------------------------------------------------------------
 
 // Allocates a variable of exactly the var type with a fresh identifier, default bounds
 // [0, 1e20], no threshold, continuous, default name. New reference or NULL.
 PyObject *var_base();
+// As var_create, but with an identifier from var_reserve_ids and allocated without the
+// generic constructor: batches of columns pay for their objects one by one.
+PyObject *var_create_with_id(uint64_t id, PyObject *name, double lb, double ub,
+                             double threshold, long vartype);
 
 // Confines the bounds of a binary to [0, 1] (a lower bound above 1 or an upper bound below 0
 // is kept); other types are left alone. Applied after the feasibility test.
