@@ -1070,6 +1070,10 @@ SlpOutcome Loop::run() {
     bool accepted = false;
     double ratio = 0.0;
     std::string why;
+    // A rejected step shrinks the step bounds by its own length, not by that of its
+    // correction: a correction that fails can be (nearly) zero, when the shifted rows pull
+    // back to the current point, and would collapse the bounds after a single rejection.
+    const std::vector<double> dTried = d;
     if (!evaluate(xh, acth, fh, err)) {
       why = "rejected: " + err;
     } else {
@@ -1126,8 +1130,9 @@ SlpOutcome Loop::run() {
       smallChanges = 0;
       for (int j : hcols)
         if (adaptiveStep(S, j))
-          delta[j] = std::max(S.min_step, S.shrink * std::min(delta[j], std::max(std::fabs(d[j]),
-                                                                                 S.min_step)));
+          delta[j] = std::max(S.min_step, S.shrink * std::min(delta[j],
+                                                              std::max(std::fabs(dTried[j]),
+                                                                       S.min_step)));
     }
     const double infeas = infeasibility(act);
     double trust = 0.0;
