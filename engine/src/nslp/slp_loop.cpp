@@ -863,6 +863,8 @@ bool Loop::leaveSaddle(double &merit) {
 
 SlpOutcome Loop::run() {
   SlpOutcome out;
+  // Every subproblem (a MIP can take long) stops at a stop request, not only the iterations.
+  sub.setStop(env.stopRequested);
   const auto t0 = std::chrono::steady_clock::now();
   auto elapsed = [&] {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
@@ -982,7 +984,8 @@ SlpOutcome Loop::run() {
       break;
     }
     if (ms == kHighsModelStatusInterrupt) {
-      out.stop = NVRL_STOP_USER;
+      const int reason = env.stopRequested ? env.stopRequested() : 0;
+      out.stop = reason != 0 ? reason : NVRL_STOP_USER;
       break;
     }
     if (sub.x().empty() ||
