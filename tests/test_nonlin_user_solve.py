@@ -5,6 +5,7 @@ import gc
 import math
 import sys
 import traceback
+import weakref
 
 import pytest
 
@@ -153,3 +154,35 @@ def test_copy_and_reset_keep_the_references_right(xy):
     del q
     gc.collect()
     assert sys.getrefcount(f) == base
+
+
+
+class Owner:
+    """A callable whose instance keeps the problem that calls it."""
+
+    def __call__(self, a, b):
+        return math.hypot(a, b)
+
+
+@pytest.mark.parametrize("how", ["function", "bound method", "copy", "objective"])
+def test_a_user_function_referring_to_its_problem_is_collected(xy, how):
+    x, y = xy
+    if how == "bound method":
+        keeper = Owner()
+        f = keeper.__call__
+    else:
+        def f(a, b):
+            return math.hypot(a, b)
+        keeper = f
+    ref = weakref.ref(keeper)
+    if how == "objective":
+        p = nv.problem(x, y, x + y >= 1, nv.user(f, x, y))
+    else:
+        p = nv.problem(x, y, nv.user(f, x, y) <= 2, x + y)
+    keeper.problems = [p, p.copy()] if how == "copy" else [p]
+    for q in keeper.problems:
+        q.solve()
+        assert q.getObjVal() == pytest.approx(math.sqrt(0.5) if how == "objective" else OPT, abs=1e-5)
+    del f, p, q, keeper
+    gc.collect()
+    assert ref() is None

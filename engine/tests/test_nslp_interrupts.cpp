@@ -3,7 +3,10 @@
 #include <signal.h>
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
+#include <cstdint>
+#include <thread>
 #include <vector>
 
 #include "test_nslp_support.h"
@@ -87,6 +90,44 @@ TEST_F(SlpInterrupt, SigintEndsTheSolveAtItsLastPointAndRestoresTheHandler) {
   raise(SIGINT);
   EXPECT_EQ(1, g_outerSigints.load());
   sigaction(SIGINT, &before, nullptr);
+}
+
+TEST_F(NslpTest, AStopRequestInterruptsALongMixedIntegerSubproblem) {
+  // A hard multi-dimensional knapsack (200 binaries, 30 rows) with one nonlinear row: each
+  // linearisation is a MIP that takes far longer than the solve is allowed to run here.
+  uint32_t seed = 7;
+  auto next = [&](int lo, int hi) {
+    seed = seed * 1664525u + 1013904223u;
+    return lo + static_cast<int>((seed >> 8) % static_cast<uint32_t>(hi - lo + 1));
+  };
+  std::vector<int> xs;
+  for (int j = 0; j < 200; ++j) xs.push_back(col(0, 1, -next(10, 100), 'B'));
+  for (int i = 0; i < 30; ++i) {
+    std::vector<std::pair<int, double>> w;
+    double total = 0;
+    for (int j : xs) {
+      w.push_back({j, next(20, 80)});
+      total += w.back().second;
+    }
+    row('L', std::floor(total / 2), w);
+  }
+  const int z = col(0, 1, -1.0);
+  coef(row('L', 0.5, {}), -1, 1.0, F().x(z).k(2).pow());
+  NVRLsetdblcontrol(prob, NVRL_CTRL_MIP_RELATIVE_GAP, 0.0);
+  NSLPsetdblcontrol(slp, NSLP_CTRL_TIME_LIMIT, 60.0);
+  const auto t0 = std::chrono::steady_clock::now();
+  std::thread stopper([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    NSLPinterrupt(slp, NVRL_STOP_USER);
+  });
+  const int rc = optimize("g");
+  stopper.join();
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+  ASSERT_EQ(0, rc) << slpError();
+  EXPECT_EQ(NVRL_STOP_USER, intAttr(NSLP_ATTR_STOP_STATUS));
+  EXPECT_EQ(NSLP_NLP_UNFINISHED, status());
+  EXPECT_LT(seconds, 10.0);
 }
 
 }  // namespace

@@ -157,5 +157,29 @@ TEST_F(NslpTest, ALocalMinimumIsNotLeft) {
   EXPECT_NEAR(0.0, objective(), 1e-8);
 }
 
+// max x*y on the circle x^2 + y^2 = 8 from (0.5, 0.5): the first step overshoots the circle
+// far enough that its correction pulls back to the start. Rejecting that step must shrink the
+// step bounds by the step's length, not end the solve at once; the optimum is 4 at (2, 2).
+class SlpOvershoot : public NslpTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(SlpOvershoot, ARejectedCorrectedStepKeepsItsStepBounds) {
+  const int a = col(0.5, 1e20, 0.0), b = col(0.5, 1e20, 0.0);
+  start(a, 0.5);
+  start(b, 0.5);
+  const int r = row('E', 8.0, {});
+  coef(r, -1, 1.0, F().x(a).k(2).pow().x(b).k(2).pow().add());
+  if (GetParam())  // -sqrt(x^2 y^2), which the same start reached as locally infeasible
+    formulaObjective(F().args().x(a).k(2).pow().x(b).k(2).pow().mul().fn(NSLP_FN_SQRT).k(-1).mul());
+  else
+    formulaObjective(F().x(a).x(b).mul().k(-1).mul());
+  ASSERT_EQ(0, optimize()) << slpError();
+  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  EXPECT_NEAR(-4.0, objective(), 1e-6);
+  EXPECT_NEAR(2.0, x()[a], 1e-5);
+  EXPECT_NEAR(2.0, x()[b], 1e-5);
+}
+
+INSTANTIATE_TEST_SUITE_P(Slp, SlpOvershoot, ::testing::Bool());
+
 }  // namespace
 }  // namespace nslptest

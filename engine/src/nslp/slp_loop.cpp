@@ -863,6 +863,8 @@ bool Loop::leaveSaddle(double &merit) {
 
 SlpOutcome Loop::run() {
   SlpOutcome out;
+  // Every subproblem (a MIP can take long) stops at a stop request, not only the iterations.
+  sub.setStop(env.stopRequested);
   const auto t0 = std::chrono::steady_clock::now();
   auto elapsed = [&] {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
@@ -982,7 +984,8 @@ SlpOutcome Loop::run() {
       break;
     }
     if (ms == kHighsModelStatusInterrupt) {
-      out.stop = NVRL_STOP_USER;
+      const int reason = env.stopRequested ? env.stopRequested() : 0;
+      out.stop = reason != 0 ? reason : NVRL_STOP_USER;
       break;
     }
     if (sub.x().empty() ||
@@ -1070,6 +1073,8 @@ SlpOutcome Loop::run() {
     bool accepted = false;
     double ratio = 0.0;
     std::string why;
+    // The step before its correction: see the shrinking of the step bounds below.
+    const std::vector<double> dTried = d;
     if (!evaluate(xh, acth, fh, err)) {
       why = "rejected: " + err;
     } else {
@@ -1124,10 +1129,22 @@ SlpOutcome Loop::run() {
     rejections = accepted ? 0 : rejections + 1;
     if (!accepted) {
       smallChanges = 0;
+      // A rejected step shrinks the step bounds by the length of the step judged. A correction
+      // far shorter than its step is the exception: the shifted rows pulled back towards the
+      // current point (to it, on max x*y over x^2 + y^2 = 8 from (0.5, 0.5)), so its length
+      // says nothing about where the model fails, and would collapse the bounds to
+      // nslp_min_step_bound after a single rejection. The step itself is used then.
+      double judged = 0.0, tried = 0.0;
+      for (int j : hcols) {
+        judged = std::max(judged, std::fabs(d[j]));
+        tried = std::max(tried, std::fabs(dTried[j]));
+      }
+      const std::vector<double> &shrinkBy = judged < 0.1 * tried ? dTried : d;
       for (int j : hcols)
         if (adaptiveStep(S, j))
-          delta[j] = std::max(S.min_step, S.shrink * std::min(delta[j], std::max(std::fabs(d[j]),
-                                                                                 S.min_step)));
+          delta[j] = std::max(S.min_step,
+                              S.shrink * std::min(delta[j], std::max(std::fabs(shrinkBy[j]),
+                                                                     S.min_step)));
     }
     const double infeas = infeasibility(act);
     double trust = 0.0;

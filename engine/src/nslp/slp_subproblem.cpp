@@ -19,6 +19,29 @@ SlpSubproblem::SlpSubproblem(const SlpModel &model, bool integers)
   ncols_ = M_.cols() + 2 * static_cast<int>(M_.nonlinearRows().size());
 }
 
+namespace {
+const int kInterruptCallbacks[] = {kHighsCallbackSimplexInterrupt, kHighsCallbackIpmInterrupt,
+                                   kHighsCallbackMipInterrupt};
+
+void onHighsCallback(int, const char *, const HighsCallbackDataOut *, HighsCallbackDataIn *in,
+                     void *data) {
+  if (in && static_cast<const SlpSubproblem *>(data)->stopRequested() != 0)
+    in->user_interrupt = 1;
+}
+}  // namespace
+
+void SlpSubproblem::setStop(std::function<int()> stop) {
+  void *h = h_.get();
+  stop_ = std::move(stop);
+  if (stop_) {
+    Highs_setCallback(h, onHighsCallback, this);
+    for (int t : kInterruptCallbacks) Highs_startCallback(h, t);
+  } else {
+    for (int t : kInterruptCallbacks) Highs_stopCallback(h, t);
+    Highs_setCallback(h, nullptr, nullptr);
+  }
+}
+
 void SlpSubproblem::configure(const nvrl_problem_s *p, const SolveFlags &flags) {
   void *h = h_.get();
   applyControls(h, p, flags, integers_, true);

@@ -8,6 +8,7 @@
 // linear rows are.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -41,6 +42,10 @@ class SlpSubproblem {
   // logs for itself).
   void configure(const nvrl_problem_s *p, const SolveFlags &flags);
   void setTimeLimit(double seconds);
+  // A running subproblem stops (HiGHS model status "interrupted") as soon as stop returns
+  // non-zero, so that a stop request need not wait for a long MIP; an empty stop removes it.
+  void setStop(std::function<int()> stop);
+  int stopRequested() const { return stop_ ? stop_() : 0; }
 
   // Loads the linearisation (the whole model the first time, changes afterwards) and solves.
   // Returns HiGHS's model status; false with err set when HiGHS refuses the data.
@@ -75,6 +80,7 @@ class SlpSubproblem {
   std::vector<double> x_, duals_, elastic_;
   bool have_duals_ = false;
   int64_t iterations_ = 0;
+  std::function<int()> stop_;  // HiGHS holds this object's address while it is set
 };
 
 }  // namespace nvrl

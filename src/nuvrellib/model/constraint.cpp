@@ -141,9 +141,29 @@ int set_con_name(uint64_t *word, PyObject *name) {
 
 // --- creation and destruction ---------------------------------------------------------------
 
+// A constraint is in a cycle only through a nonlinear body (a user function referring to the
+// problem that holds the constraint). Only such constraints are tracked by the collector, so
+// that linear ones cost it nothing.
+static void track_if_cyclic(constraint_s *con) {
+  if (con->body != nullptr && PyObject_IS_GC(con->body) &&
+      !PyObject_GC_IsTracked(reinterpret_cast<PyObject *>(con)))
+    PyObject_GC_Track(con);
+}
+
+static int constraint_traverse(PyObject *self, visitproc visit, void *arg) {
+  Py_VISIT(as_con(self)->body);
+  return 0;
+}
+
+static int constraint_clear(PyObject *self) {
+  Py_CLEAR(as_con(self)->body);
+  return 0;
+}
+
 static PyObject *constraint_new(PyTypeObject *type, PyObject *, PyObject *) {
   PyObject *self = type->tp_alloc(type, 0);
   if (self == nullptr) return nullptr;
+  PyObject_GC_UnTrack(self);
   as_con(self)->rec = 0;
   as_con(self)->body = nullptr;
   con_assign_id(&as_con(self)->rec);
@@ -166,10 +186,12 @@ PyObject *constraint_create(PyObject *body, double lb, double ub) {
   if (!con) return nullptr;
   if (set_con_lbound(&con->rec, lb) < 0 || set_con_ubound(&con->rec, ub) < 0) return nullptr;
   con->body = Py_NewRef(body);
+  track_if_cyclic(con.get());
   return con.release_obj();
 }
 
 static void constraint_dealloc(PyObject *self) {
+  PyObject_GC_UnTrack(self);
   Py_CLEAR(as_con(self)->body);
   drop_table_entries(&as_con(self)->rec);
   Py_TYPE(self)->tp_free(self);
@@ -232,6 +254,7 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
         set_con_ubound(&con->rec, get_con_ubound(src->rec)) < 0)
       return -1;
     con->body = Py_XNewRef(src->body);
+    track_if_cyclic(con);
     return 0;
   }
 
@@ -243,6 +266,7 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
     return nvo_model_error("Cannot create constraint by specifying both rhs AND lb/ub.");
   }
   con->body = the_body.release();
+  track_if_cyclic(con);
   if (has_rhs) {
     if ((sense == CON_SENSE_GEQ || sense == CON_SENSE_EQ) && set_con_lbound(&con->rec, rhs) < 0)
       return -1;
@@ -389,6 +413,7 @@ static PyObject *constraint_copy(PyObject *self, PyObject *) {
                                        name.get()));
   if (!copy_name || set_con_name(&con->rec, copy_name.get()) < 0) return nullptr;
   con->body = body.release();
+  track_if_cyclic(con.get());
   return con.release_obj();
 }
 
@@ -437,10 +462,13 @@ PyTypeObject constraint_type = {
     .tp_str = constraint_str,
     .tp_getattro = con_getattr,
     .tp_setattro = con_setattr,
-    .tp_flags = Py_TPFLAGS_DEFAULT,
+    .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC,
     .tp_doc = constraint_doc,
+    .tp_traverse = constraint_traverse,
+    .tp_clear = constraint_clear,
     .tp_methods = constraint_methods,
     .tp_init = constraint_init,
     .tp_alloc = PyType_GenericAlloc,
     .tp_new = constraint_new,
+    .tp_free = PyObject_GC_Del,
 };

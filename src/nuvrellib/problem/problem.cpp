@@ -151,8 +151,48 @@ void report_unraisable(PyObject *self) {
   PyErr_WriteUnraisable(reinterpret_cast<PyObject *>(Py_TYPE(self)));
 }
 
+// The problem holds Python objects that can lead back to it: a user function (a closure, a
+// bound method) referring to its problem, a callback list, a constraint whose formula calls
+// such a function. The user functions' objects are held by the library for the problem.
+int problem_traverse(PyObject *self, visitproc visit, void *arg) {
+  problem_s *p = as_problem(self);
+  Py_VISIT(p->vars);
+  Py_VISIT(p->cons);
+  Py_VISIT(p->sets);
+  Py_VISIT(p->userfuncs);
+  for (PyObject *list : p->callbacks) Py_VISIT(list);
+  if (p->userfuncs != nullptr && p->slpprob != nullptr) {
+    const Py_ssize_t n = PyDict_GET_SIZE(p->userfuncs);
+    for (Py_ssize_t i = 1; i <= n; ++i) {
+      void *object = nullptr;
+      if (NSLPgetuserfuncobject(p->slpprob, static_cast<int>(i), &object) != 0) break;
+      Py_VISIT(static_cast<PyObject *>(object));
+    }
+  }
+  return 0;
+}
+
+// Breaks the cycles through the problem; the library handles stay until deallocation. A
+// problem without its lists answers as one never initialised.
+int problem_clear(PyObject *self) {
+  problem_s *p = as_problem(self);
+  {
+    PendingError pending;
+    nvo_userfuncs_release(p);
+    pending.restore();
+  }
+  for (PyObject *&list : p->callbacks) Py_CLEAR(list);
+  Py_CLEAR(p->vars);
+  Py_CLEAR(p->cons);
+  Py_CLEAR(p->sets);
+  return 0;
+}
+
 void problem_dealloc(PyObject *self) {
   problem_s *p = as_problem(self);
+  // Untracked first: the releases below can run a collection that must not see a
+  // half-released problem.
+  PyObject_GC_UnTrack(self);
   // Keep a pending exception (deallocation can happen while one propagates) out of the
   // library error reports below.
   PendingError pending;
@@ -221,6 +261,11 @@ PyObject *problem_copy(PyObject *self, PyObject *) {
     return setNvrlErrIfNull(result.get(), nullptr);
   // The copied nonlinear problem calls the same user functions through the same objects.
   if (nvo_userfuncs_copy(dst, src) != 0) return nullptr;
+  // Without these the copy of a nonlinear problem would be solved as a linear one.
+  dst->n_nonlin_cons = src->n_nonlin_cons;
+  dst->nonlin_obj = src->nonlin_obj;
+  dst->objtransfer_col = src->objtransfer_col;
+  dst->objtransfer_row = src->objtransfer_row;
   if (NVRLcopycontrols(dst->prob, src->prob) != 0 ||
       (dst->slpprob != nullptr && src->slpprob != nullptr &&
        NSLPcopycontrols(dst->slpprob, src->slpprob) != 0))
@@ -388,8 +433,11 @@ PyTypeObject problem_type = {
     .tp_basicsize = sizeof(problem_s),
     .tp_dealloc = problem_dealloc,
     .tp_str = problem_str,
-    .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE,
+    .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE | Py_TPFLAGS_HAVE_GC,
     .tp_doc = problem_doc,
+    .tp_traverse = problem_traverse,
+    .tp_clear = problem_clear,
     .tp_members = problem_members,
     .tp_init = problem_init,
+    .tp_free = PyObject_GC_Del,
 };
