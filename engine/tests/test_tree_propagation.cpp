@@ -35,10 +35,20 @@ TEST_P(Propagation, TightensBoundsOrFindsTheRowsUnsatisfiable) {
   nvrl::LoweredModel L;
   std::vector<char> roundable;
   for (const Col &col : c.cols) {
-    L.addCol(0.0, col.lo, col.up, col.integer ? 1 : 0);
+    L.cost.push_back(0.0);
+    L.col_lo.push_back(col.lo);
+    L.col_up.push_back(col.up);
     roundable.push_back(col.integer);
   }
-  for (const Row &r : c.rows) L.addRow(r.lo, r.up, r.entries);
+  for (const Row &r : c.rows) {
+    L.row_lo.push_back(r.lo);
+    L.row_up.push_back(r.up);
+    for (auto [j, a] : r.entries) {
+      L.a_index.push_back(j);
+      L.a_value.push_back(a);
+    }
+    L.a_start.push_back(static_cast<int>(L.a_index.size()));
+  }
   nvrl::tree::Propagator prop(L, roundable, 1e-6);
   std::vector<double> lo = L.col_lo, up = L.col_up;
   std::vector<nvrl::tree::BoundChange> changes;

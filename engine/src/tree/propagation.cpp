@@ -50,8 +50,6 @@ Propagator::Propagator(const LoweredModel &L, std::vector<char> roundable, doubl
   marked_.assign(n, 0);
 }
 
-// Narrows one bound of column j to v (or less, after rounding and slack); false when the
-// column's range becomes empty.
 void Propagator::setObjectiveLimit(double limit) {
   if (objective_row_ >= 0 && std::fabs(limit) < kHuge)
     row_up_[objective_row_] = limit - objective_shift_;
@@ -61,6 +59,8 @@ bool Propagator::objectiveInForce() const {
   return objective_row_ >= 0 && row_up_[objective_row_] < kHuge;
 }
 
+// Narrows one bound of column j to v (or less, after rounding and slack); false when the
+// column's range becomes empty.
 bool Propagator::tighten(int j, bool upper, double v, std::vector<double> &lo,
                          std::vector<double> &up) {
   if (std::isnan(v) || std::fabs(v) >= kHuge) return true;
@@ -143,10 +143,10 @@ bool Propagator::run(std::vector<double> &lo, std::vector<double> &up,
                      std::vector<BoundChange> &changes) {
   queue_.clear();
   changed_.clear();
-  auto enqueueRowsOf = [&](int j, int except) {
+  auto enqueueRowsOf = [&](int j) {
     for (int k = col_start_[j]; k < col_start_[j + 1]; ++k) {
       const int r = col_rows_[k];
-      if (r != except && !queued_[r]) {
+      if (!queued_[r]) {
         queued_[r] = 1;
         queue_.push_back(r);
       }
@@ -169,7 +169,7 @@ bool Propagator::run(std::vector<double> &lo, std::vector<double> &up,
       queue_.push_back(i);
     }
   } else {
-    for (int j : seeds) enqueueRowsOf(j, -1);
+    for (int j : seeds) enqueueRowsOf(j);
     if (objective_row_ >= 0 && row_up_[objective_row_] < kHuge && !queued_[objective_row_]) {
       queued_[objective_row_] = 1;
       queue_.push_back(objective_row_);
@@ -183,7 +183,8 @@ bool Propagator::run(std::vector<double> &lo, std::vector<double> &up,
     if (work > workLimit) continue;  // leaves the flags clean for the next run
     pending_.clear();
     feasible = row(i, lo, up, work);
-    for (int j : pending_) enqueueRowsOf(j, i);
+    // The row itself too: rounding may have moved its activities further.
+    for (int j : pending_) enqueueRowsOf(j);
   }
   for (size_t h = head; h < queue_.size(); ++h) queued_[queue_[h]] = 0;
   for (int j : changed_) {

@@ -10,9 +10,14 @@
 #include "solve/lowered_model.h"
 #include "tree/node_queue.h"
 
+#ifndef NVRL_INTERNAL_API
+#define NVRL_INTERNAL_API __attribute__((visibility("default")))
+#endif
+
 namespace nvrl::tree {
 
-class Propagator {
+// Exported for the engine's tests.
+class NVRL_INTERNAL_API Propagator {
  public:
   // roundable: per lowered column, bounds may be rounded to integers (integer columns that
   // are integer over their whole range).
