@@ -133,7 +133,8 @@ def compare_mips(data, time_limit):
     import nuvrel as nv
     nv.setOutputEnabled(False)
     print("\nTree search (tree_search = 1) against HiGHS's MIP solver, shared data MIPs")
-    print(f"{'instance':24} {'HiGHS s':>9} {'tree s':>9} {'ratio':>8}  {'tree status':14} objective")
+    print(f"{'instance':24} {'HiGHS s':>9} {'tree s':>9} {'ratio':>8} {'tree nodes':>10}  "
+          f"{'tree status':14} objective")
     with open(os.path.join(data, "optima.csv")) as f:
         rows = [line.strip().split(",") for line in f.readlines()[1:] if line.strip()]
     for file, kind, status, objective in rows:
@@ -148,8 +149,9 @@ def compare_mips(data, time_limit):
             t0 = time.perf_counter()
             p.solve()
             times.append(time.perf_counter() - t0)
-        print(f"{file:24} {times[0]:9.3f} {times[1]:9.3f} {times[1] / max(times[0], 1e-3):8.1f}  "
-              f"{p.getProbStatusString():14} {p.getObjVal():.10g} (recorded {objective})")
+        print(f"{file:24} {times[0]:9.3f} {times[1]:9.3f} {times[1] / max(times[0], 1e-3):8.1f} "
+              f"{p.attributes.nodes:10}  {p.getProbStatusString():14} {p.getObjVal():.10g} "
+              f"(recorded {objective})")
 
 
 def main():

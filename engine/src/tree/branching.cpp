@@ -20,6 +20,7 @@ Node child(const Node &parent, const std::vector<BoundChange> &extra, double val
   Node n;
   n.changes.reserve(parent.changes.size() + extra.size() + 1);
   n.changes = parent.changes;
+  n.settled = parent.propagated ? parent.changes.size() : 0;
   n.changes.insert(n.changes.end(), extra.begin(), extra.end());
   n.bound = value;
   n.depth = parent.depth + 1;

@@ -95,6 +95,7 @@ bool divingHeuristic(HeuristicContext &hc, const Node &node, const Relaxation &s
     }
     Children ch = makeChildren(current, {}, cands[pick], e, r.x, r.value, hc.feastol);
     current = std::move(ch.node[ch.first]);
+    if (!hc.propagate(current)) return false;
     const double left = hc.seconds_left();
     if (left <= 0.0) return false;
     r = hc.solver.solve(current.changes, left);

@@ -22,6 +22,8 @@ struct HeuristicContext {
   std::function<double()> seconds_left;
   // Relaxation values at or above this cannot improve on the incumbent.
   std::function<double()> value_limit;
+  // Tightens a node's bounds by propagation (adding changes); false when it is infeasible.
+  std::function<bool(Node &)> propagate;
 };
 
 // Both return true when they found a new incumbent.

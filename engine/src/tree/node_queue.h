@@ -28,6 +28,8 @@ struct Node {
   double bound = 0.0;  // lower bound on the objective in the node (minimisation form)
   int depth = 0;
   BranchRecord branch;
+  size_t settled = 0;  // changes before this index have been propagated
+  bool propagated = false;
 };
 
 // Depth first (last in, first out) until best-bound order is switched on, which is for good:

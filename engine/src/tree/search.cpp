@@ -16,6 +16,7 @@
 #include "tree/entities.h"
 #include "tree/heuristics.h"
 #include "tree/node_queue.h"
+#include "tree/propagation.h"
 #include "tree/relaxation.h"
 
 namespace nvrl::tree {
@@ -26,6 +27,9 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 // Heuristic frequencies, in nodes: rounding is one relaxation, a dive up to a few hundred.
 constexpr int64_t kRoundingEvery = 25;
 constexpr int64_t kDivingEvery = 250;
+// Propagation work per node, in passes over the matrix: a few at the root, one at other
+// nodes, where few bounds moved.
+constexpr int64_t kRootWorkPasses = 20, kNodeWorkMin = 10000;
 
 struct Limits {
   double seconds = kInf;
@@ -51,6 +55,14 @@ Limits readLimits(const nvrl_problem_s *p) {
   return l;
 }
 
+// Integer columns whose bounds may be rounded: not the partially integer ones, which are
+// continuous above their limit.
+std::vector<char> roundable(const Entities &e) {
+  std::vector<char> r(e.integer);
+  for (const PartialColumn &pc : e.partials) r[pc.col] = 0;
+  return r;
+}
+
 class Search {
  public:
   Search(nvrl_problem_s *p, HighsSession &session, std::chrono::steady_clock::time_point start,
@@ -61,6 +73,7 @@ class Search {
         entities_(readEntities(p->model, L_)),
         solver_(p, session),
         pc_(L_.cols()),
+        prop_(L_, roundable(entities_), lim_.feastol),
         start_(start),
         log_(p, log, L_.sense, start) {}
 
@@ -83,6 +96,9 @@ class Search {
   bool offer(const std::vector<double> &x, char source);
   std::vector<BoundChange> reducedCostFixing(const Relaxation &r) const;
   void heuristics(const Node &node, const Relaxation &r, bool root);
+  // Propagates the node's new bound changes through the rows and records the tightened
+  // bounds as further changes; false when the node is infeasible.
+  bool propagate(Node &node);
 
   nvrl_problem_s *p_;
   const LoweredModel &L_;
@@ -90,6 +106,10 @@ class Search {
   Entities entities_;
   RelaxationSolver solver_;
   Pseudocosts pc_;
+  Propagator prop_;
+  std::vector<double> plo_, pup_;
+  std::vector<int> seeds_;
+  bool root_propagated_ = false;
   NodeQueue queue_;
   std::chrono::steady_clock::time_point start_;
   SearchLog log_;
@@ -98,6 +118,37 @@ class Search {
   // bound: the proven bound cannot exceed it.
   double closed_bound_ = kInf;
 };
+
+bool Search::propagate(Node &node) {
+  plo_ = solver_.rootLower();
+  pup_ = solver_.rootUpper();
+  for (const BoundChange &c : node.changes) {
+    plo_[c.col] = std::fmax(plo_[c.col], c.lo);
+    pup_[c.col] = std::fmin(pup_[c.col], c.up);
+  }
+  const bool all = !root_propagated_;
+  seeds_.clear();
+  for (size_t k = node.settled; k < node.changes.size(); ++k) seeds_.push_back(node.changes[k].col);
+  // A row visit reads its entries twice.
+  const int64_t pass = 2 * prop_.nnz();
+  const int64_t work = all ? kRootWorkPasses * pass + kNodeWorkMin : std::max(kNodeWorkMin, pass);
+  const size_t before = node.changes.size();
+  prop_.setObjectiveLimit(valueLimit());
+  const bool feasible = prop_.run(plo_, pup_, seeds_, all, work, node.changes);
+  root_propagated_ = true;
+  if (!feasible) return false;
+  // Long paths pile up changes to the same columns: keep one per column that differs from
+  // the root.
+  if (node.changes.size() > before && node.changes.size() > static_cast<size_t>(L_.cols())) {
+    node.changes.clear();
+    const std::vector<double> &rl = solver_.rootLower(), &ru = solver_.rootUpper();
+    for (int j = 0; j < L_.cols(); ++j)
+      if (plo_[j] != rl[j] || pup_[j] != ru[j]) node.changes.push_back({j, plo_[j], pup_[j]});
+  }
+  node.settled = node.changes.size();
+  node.propagated = true;
+  return true;
+}
 
 double Search::valueLimit() const {
   if (out_.have_incumbent)
@@ -167,7 +218,8 @@ void Search::heuristics(const Node &node, const Relaxation &r, bool root) {
                       lim_.feastol,
                       [this](const std::vector<double> &x, char s) { return offer(x, s); },
                       [this]() { return stopReason(false) != 0 ? 0.0 : secondsLeft(); },
-                      [this]() { return valueLimit(); }};
+                      [this]() { return valueLimit(); },
+                      [this](Node &n) { return propagate(n); }};
   if (rounding) roundingHeuristic(hc, node, r.x);
   if (diving) divingHeuristic(hc, node, r);
 }
@@ -201,6 +253,12 @@ Outcome Search::run() {
       break;
     }
     const bool root = out_.nodes == 0;
+    if (!propagate(current)) {
+      // Perhaps cut off by the objective: its points are within the gaps of the incumbent
+      // at best.
+      if (prop_.objectiveInForce()) closed_bound_ = std::fmin(closed_bound_, valueLimit());
+      continue;
+    }
     Relaxation r = solver_.solve(current.changes, secondsLeft());
     ++out_.nodes;
     if (r.status == Relaxation::Stopped) {
