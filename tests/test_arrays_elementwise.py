@@ -195,3 +195,12 @@ def test_vars_with_integer_dimensions(x):
     assert len({id(v) for v in x.flat}) == 6
     b = nv.vars(4, lb=-1, ub=2, vartype=nv.integer, name="")
     assert b.shape == (4,) and (b[3].lb, b[3].ub, b[3].vartype) == (-1, 2, nv.integer)
+
+
+@pytest.mark.parametrize("dims, prefix", [((3, 11, 2), "y"), ((12,), "é"), ((2, 2), "p" * 2497)])
+def test_array_names_match_the_dictionary_form(dims, prefix):
+    # Carries across indices of different widths (10 -> 0) rewrite the shared name buffer.
+    arr = nv.vars(*dims, name=prefix)
+    keyed = nv.vars(*(range(d) for d in dims), name=prefix)
+    assert [v.name for v in arr.flat] == [v.name for v in keyed.values()]
+    assert all(len(v.name) <= 2500 for v in arr.flat)

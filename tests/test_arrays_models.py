@@ -127,3 +127,28 @@ def test_add_and_delete_arrays_of_objects():
     assert p.getAttrib("columns") == 6 and p.getAttrib("rows") == 6
     p.delConstraint(c[0, 0])
     assert p.getAttrib("rows") == 5
+
+
+def test_exponential_fit_with_array_residuals():
+    # Noise-free samples of 2 exp(-1.5 t): the least-squares optimum is a = 2, b = -1.5, sum 0.
+    t = np.linspace(0.0, 2.0, 9)
+    y = 2.0 * np.exp(-1.5 * t)
+    ab = nv.vars(2, lb=-5, ub=5, name="ab")
+    # One-element slices broadcast against t, so the residuals form an npexpr array.
+    res = ab[:1] * nv.exp(ab[1:] * t) - y
+    assert res.dtype == nv.npexpr and res.shape == t.shape
+    # Residual columns tied to the array by equality rows leave a quadratic objective.
+    r = nv.vars(t.size, lb=-nv.infinity, name="r")
+    p = nv.problem(ab, r, r == res, r @ r)
+    p.solve()
+    a, b = p.getSolution(ab)
+    assert (a, b) == pytest.approx((2.0, -1.5), abs=1e-4)
+    assert p.getObjVal() == pytest.approx(0.0, abs=1e-8)
+    at_opt = nv.evaluate(res, problem=p)
+    assert isinstance(at_opt, np.ndarray) and at_opt.shape == t.shape
+    assert at_opt == pytest.approx(a * np.exp(b * t) - y, abs=1e-12)
+    # Away from the optimum the residuals are not all zero, so the comparison has teeth.
+    off = nv.evaluate(res, solution={ab[0]: 1.0, ab[1]: 0.5})
+    assert off == pytest.approx(np.exp(0.5 * t) - y, rel=1e-12)
+    assert nv.evaluate(np.square(res).sum(), solution={ab[0]: 1.0, ab[1]: 0.5}) == \
+        pytest.approx(np.sum((np.exp(0.5 * t) - y) ** 2), rel=1e-12)

@@ -4,7 +4,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -155,13 +158,63 @@ void restate_memory_error() {
   }
 }
 
-// Advances the odometer pos over dims, last index fastest.
-void advance(const std::vector<dimension> &dims, std::vector<Py_ssize_t> &pos) {
+// Advances the odometer pos over dims, last index fastest; gives the first index that changed.
+size_t advance(const std::vector<dimension> &dims, std::vector<Py_ssize_t> &pos) {
   for (size_t d = dims.size(); d-- > 0;) {
-    if (++pos[d] < dims[d].count) break;
+    if (++pos[d] < dims[d].count) return d;
     pos[d] = 0;
   }
+  return 0;
 }
+
+// The names prefix(i,j,...) of an array, made in one reused buffer: between two consecutive
+// names only the indices from the first one that changed are rewritten, and an ASCII name
+// becomes a str by one copy, without decoding.
+class array_names {
+ public:
+  array_names(const std::string &prefix, const std::vector<dimension> &dims)
+      : dims_(dims), starts_(dims.size()), buf_(prefix) {
+    for (unsigned char c : prefix) ascii_ = ascii_ && c < 0x80;
+    buf_ += '(';
+    starts_[0] = buf_.size();
+    rewrite_from(0, std::vector<Py_ssize_t>(dims.size(), 0));
+  }
+
+  // The current name; the caller advances with next() after using it.
+  PyObject *make() const {
+    if (!ascii_) {
+      PyRef name(PyUnicode_DecodeUTF8(buf_.data(), static_cast<Py_ssize_t>(buf_.size()),
+                                      "replace"));
+      if (!name || PyUnicode_GET_LENGTH(name.get()) <= MAX_NAME_LENGTH) return name.release();
+      return PyUnicode_Substring(name.get(), 0, MAX_NAME_LENGTH);
+    }
+    const Py_ssize_t len = std::min(static_cast<Py_ssize_t>(buf_.size()), MAX_NAME_LENGTH);
+    PyObject *name = PyUnicode_New(len, 127);
+    if (name != nullptr) std::memcpy(PyUnicode_1BYTE_DATA(name), buf_.data(), len);
+    return name;
+  }
+
+  void next(size_t changed, const std::vector<Py_ssize_t> &pos) { rewrite_from(changed, pos); }
+
+ private:
+  // Keeps the text before index `first` and writes the rest: "t_first,...,t_last)".
+  void rewrite_from(size_t first, const std::vector<Py_ssize_t> &pos) {
+    buf_.resize(starts_[first]);
+    for (size_t d = first; d < dims_.size(); ++d) {
+      if (d > first) {
+        buf_ += ',';
+        starts_[d] = buf_.size();
+      }
+      buf_ += dims_[d].texts[static_cast<size_t>(pos[d])];
+    }
+    buf_ += ')';
+  }
+
+  const std::vector<dimension> &dims_;
+  std::vector<size_t> starts_;  // offset in buf_ of each index's text
+  std::string buf_;
+  bool ascii_ = true;
+};
 
 // The array form: every index set a count, the variables in C order.
 PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &prefix,
@@ -180,10 +233,12 @@ PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &
   char *data = PyArray_BYTES(reinterpret_cast<PyArrayObject *>(arr.get()));
   const npy_intp total = PyArray_SIZE(reinterpret_cast<PyArrayObject *>(arr.get()));
   std::vector<Py_ssize_t> pos(dims.size(), 0);
+  std::optional<array_names> names;
+  if (named) names.emplace(prefix, dims);
   for (npy_intp i = 0; i < total; ++i) {
     PyRef name;
     if (named) {
-      name = PyRef(make_name(prefix, dims, pos));
+      name = PyRef(names->make());
       if (!name) {
         restate_memory_error();
         return nullptr;
@@ -196,7 +251,7 @@ PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &
     }
     // A fresh array: the slot holds no reference to release.
     __builtin_memcpy(data + i * static_cast<npy_intp>(sizeof v), &v, sizeof v);
-    if (named) advance(dims, pos);
+    if (named) names->next(advance(dims, pos), pos);
   }
   return arr.release();
 }
