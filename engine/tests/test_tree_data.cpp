@@ -1,6 +1,7 @@
 // The tree search forced on every MIP of the shared data set reaches the recorded optimum.
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <set>
 
 #include "test_solve_support.h"
@@ -18,15 +19,17 @@ std::vector<DataInstance> mipInstances() {
 }
 
 // Instances the search without presolve and cutting planes does not close within the
-// suite's time budget (in 20 s p0548's bound stays far below its optimum); run it with
-// --gtest_also_run_disabled_tests.
+// suite's time budget (in 20 s p0548's bound stays far below its optimum); run them with
+// NVRL_SLOW_TESTS=1 in the environment. (CTest passes --gtest_also_run_disabled_tests to
+// every test it discovers, so that flag cannot select them.)
 const std::set<std::string> kSlow = {"p0548.mps"};
 
 class TreeDataSet : public SolveTest, public ::testing::WithParamInterface<DataInstance> {};
 
 TEST_P(TreeDataSet, ForcedSearchReachesTheRecordedOptimum) {
   const DataInstance &inst = GetParam();
-  if (kSlow.count(inst.file) && !GTEST_FLAG_GET(also_run_disabled_tests))
+  const char *slow = std::getenv("NVRL_SLOW_TESTS");
+  if (kSlow.count(inst.file) && (slow == nullptr || std::string(slow) != "1"))
     GTEST_SKIP() << inst.file << " takes the search more than 20 s";
   const std::string path = std::string(NVRL_DATA_DIR) + "/" + inst.file;
   ASSERT_EQ(NVRLreadprob(prob, path.c_str(), ""), 0) << lastError();
