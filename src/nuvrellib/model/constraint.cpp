@@ -173,8 +173,9 @@ static PyObject *constraint_new(PyTypeObject *type, PyObject *, PyObject *) {
 PyObject *constraint_base() { return constraint_new(&constraint_type, nullptr, nullptr); }
 
 PyObject *constraint_base_with_id(uint64_t id) {
-  // The constraint type is neither collected nor variable-sized: no zeroing or tracking.
-  constraint_s *con = PyObject_New(constraint_s, &constraint_type);
+  // Constraints take part in garbage collection (a nonlinear body can reach back to them), so
+  // the object carries the collector's header; it starts untracked, as the body is empty.
+  constraint_s *con = PyObject_GC_New(constraint_s, &constraint_type);
   if (con == nullptr) return nullptr;
   con->rec = id & CON_ID_MASK;
   con->body = nullptr;
