@@ -54,19 +54,6 @@ int column_types(const nvo_new_columns &cols, int64_t first, AllocBuffer<char> *
   return 0;
 }
 
-// Bounds of a constraint for a row of the given type.
-void row_bounds(char type, double rhs, double range, double *lo, double *up) {
-  *lo = -NVO_INFINITY;
-  *up = NVO_INFINITY;
-  switch (type) {
-    case 'E': *lo = *up = rhs; break;
-    case 'G': *lo = rhs; break;
-    case 'L': *up = rhs; break;
-    case 'R': *lo = rhs - range; *up = rhs; break;
-    default: break;
-  }
-}
-
 // The names of a batch, NUL-separated, for one library call. what names the items in the
 // message for a name that is not text.
 int name_buffer(PyObject *names, int n, const char *what, AllocBuffer<char> *buffer) {
@@ -193,8 +180,8 @@ int addRowsAsConstraints(problem_s *p, PyObject *cons, rowcolmap *conmap, PyObje
     if (!con) return static_cast<PyObject *>(nullptr);
     if (rowtype != nullptr) {
       double lo, up;
-      row_bounds(rowtype[i], rhs != nullptr ? rhs[i] : 0.0, range != nullptr ? range[i] : 0.0,
-                 &lo, &up);
+      constraint_bounds_of_row(rowtype[i], rhs != nullptr ? rhs[i] : 0.0,
+                               range != nullptr ? range[i] : 0.0, &lo, &up);
       if (set_con_lbound(&con->rec, lo) != 0 || set_con_ubound(&con->rec, up) != 0)
         return static_cast<PyObject *>(nullptr);
     }

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "model/var.h"
+
 // Layout of the record word.
 //   bits 0-56  identifier
 //   bits 57-58 lower-bound code: 0 -> -1e20, 1 -> 0.0, 2 -> 1.0, 3 -> value in conlboundmap
@@ -59,3 +61,18 @@ PyObject *constraint_base();
 PyObject *constraint_base_with_id(uint64_t id);
 // A new constraint lb <= body <= ub (one new reference to body); NULL on failure.
 PyObject *constraint_create(PyObject *body, double lb, double ub);
+
+// Bounds lo <= body <= up of a library row from its type ('E', 'G', 'L', 'R' or 'N'),
+// right-hand side and range (an 'R' row spans [rhs - range, rhs]).
+inline void constraint_bounds_of_row(char type, double rhs, double range, double *lo,
+                                     double *up) {
+  *lo = -NVO_INFINITY;
+  *up = NVO_INFINITY;
+  switch (type) {
+    case 'E': *lo = *up = rhs; break;
+    case 'G': *lo = rhs; break;
+    case 'L': *up = rhs; break;
+    case 'R': *lo = rhs - range; *up = rhs; break;
+    default: break;  // 'N': free
+  }
+}

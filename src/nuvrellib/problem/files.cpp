@@ -132,19 +132,6 @@ PyObject *build_vars(problem_s *p, const ReadCounts &c) {
   return list.release();
 }
 
-// Bounds of a row from its type, right-hand side and range.
-void row_bounds(char type, double rhs, double range, double *lo, double *up) {
-  *lo = -NVO_INFINITY;
-  *up = NVO_INFINITY;
-  switch (type) {
-    case 'E': *lo = *up = rhs; break;
-    case 'G': *lo = rhs; break;
-    case 'L': *up = rhs; break;
-    case 'R': *lo = rhs - range; *up = rhs; break;
-    default: break;  // 'N': free
-  }
-}
-
 // A new list with one constraint (no body) per row of the library problem.
 PyObject *build_constraints(problem_s *p, const ReadCounts &c) {
   int n = c.rows;
@@ -165,7 +152,7 @@ PyObject *build_constraints(problem_s *p, const ReadCounts &c) {
     PyRef name(names.name(i));
     if (!name) return nullptr;
     double lo, up;
-    row_bounds(types[i], rhs[i], range[i], &lo, &up);
+    constraint_bounds_of_row(types[i], rhs[i], range[i], &lo, &up);
     auto con = PyRef<constraint_s>::steal(constraint_base());
     if (!con) return creation_failed("Cannot read constraint from problem");
     uint64_t *rec = &con->rec;
