@@ -21,6 +21,20 @@ def test_rosenbrock():
     assert nv.evaluate(f, problem=p) == pytest.approx((1 - xv) ** 2 + 100 * (yv - xv * xv) ** 2)
 
 
+def test_exponential_least_squares_reaches_a_stationary_point():
+    # From the origin the quasi-Newton term grows so stiff that the subproblem stopped
+    # promising progress at (2.09, -1.29), where the gradient is about (0.8, 0.9).
+    ts = [0.25 * i for i in range(9)]
+    ys = [2 * math.exp(-1.5 * t) for t in ts]
+    a, b = nv.var(lb=-10, ub=10, name="a"), nv.var(lb=-10, ub=10, name="b")
+    f = nv.Sum((a * nv.exp(b * t) - y) ** 2 for t, y in zip(ts, ys))
+    p = nv.problem(a, b, f)
+    p.solve()
+    av, bv = p.getSolution(a, b)
+    assert (av, bv) == pytest.approx((2.0, -1.5), abs=1e-4)
+    assert p.getObjVal() == pytest.approx(0.0, abs=1e-8)
+
+
 # Chemical equilibrium of a mixture from hydrazine and oxygen: ten species, three elements
 # (H, N, O); the free energy sum x_j (c_j + log(x_j / sum x)) is minimised subject to the
 # element balances. Published optimum -47.76109 (test problem 112 of Hock and Schittkowski).

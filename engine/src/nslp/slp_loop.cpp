@@ -159,6 +159,8 @@ constexpr double kHugeStep = 1e6;
 // by less than the objective tolerances), stationarity this many times the optimality
 // tolerance is enough: the last digits of the multipliers are not worth more iterations.
 constexpr double kLooseStationarity = 1e3;
+// Times a stiff quasi-Newton term is started again at a point that is not stationary.
+constexpr int kMaxBfgsRestarts = 3;
 
 class Loop {
  public:
@@ -920,7 +922,7 @@ SlpOutcome Loop::run() {
     return out;
   }
   double merit = f + mu * penaltySum(act);
-  int smallChanges = 0, rejections = 0;
+  int smallChanges = 0, rejections = 0, bfgsRestarts = 0;
   // Integer columns keep steps of 1 however often a step is rejected: a run of rejections
   // this long means no neighbouring point improves.
   constexpr int kMaxRejections = 30;
@@ -1054,6 +1056,15 @@ SlpOutcome Loop::run() {
       log(NVRL_MSG_INFO, fmt("%6d %14.7e %8.2e %10.3e %10s %10.3e  no further progress", it,
                              M.sense() * f, infeasNow, stepMax, "", mu));
       if (hooks.iterationEnd) hooks.iterationEnd(hooks.data, it, false);
+      // A quasi-Newton term that has grown far too stiff also promises nothing: when the point
+      // is far from stationary, start the term again from the identity before giving up.
+      if (useHessian && !exactRows && bfgsRestarts < kMaxBfgsRestarts && !y_.empty() &&
+          stationarity(y_) > kLooseStationarity * S.opt_tol) {
+        ++bfgsRestarts;
+        bfgs.init(static_cast<int>(hcols.size()));
+        smallChanges = rejections = 0;
+        continue;
+      }
       if (infeasNow <= S.feas_tol && !exactModel && leaveSaddle(merit)) {
         smallChanges = rejections = 0;
         continue;
