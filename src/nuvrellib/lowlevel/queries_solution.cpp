@@ -153,13 +153,14 @@ PyObject *NVRL_PY_getscaledinfeas(PyObject *self, PyObject *args, PyObject *kwar
 const char *kw_basis[] = {"rowstat", "colstat", nullptr};
 const char *kw_basis_alt[] = {"rstatus", "cstatus", nullptr};
 
-PyObject *get_basis(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
-                    int (*reader)(NVRLprob, int *, int *)) {
+// One integer per row and one per column (a basis, the presolve map) into two optional lists.
+PyObject *get_row_col_ints(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                           const char **kw, const char **kw_alt,
+                           int (*reader)(NVRLprob, int *, int *)) {
   problem_s *p = problem_ready_for(self, name);
   if (p == nullptr) return nullptr;
   PyObject *rowstat = nullptr, *colstat = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw_basis, kw_basis_alt, &rowstat,
-                                 &colstat))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw, kw_alt, &rowstat, &colstat))
     return nullptr;
   if (query::outputs_are_lists({rowstat, colstat}) != 0) return nullptr;
   int64_t nrows = 0, ncols = 0;
@@ -193,10 +194,11 @@ PyObject *load_basis(PyObject *self, PyObject *args, PyObject *kwargs, const cha
 }
 
 PyObject *NVRL_PY_getbasis(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return get_basis(self, args, kwargs, "getbasis", NVRLgetbasis);
+  return get_row_col_ints(self, args, kwargs, "getbasis", kw_basis, kw_basis_alt, NVRLgetbasis);
 }
 PyObject *NVRL_PY_getpresolvebasis(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return get_basis(self, args, kwargs, "getpresolvebasis", NVRLgetpresolvebasis);
+  return get_row_col_ints(self, args, kwargs, "getpresolvebasis", kw_basis, kw_basis_alt,
+                          NVRLgetpresolvebasis);
 }
 PyObject *NVRL_PY_loadbasis(PyObject *self, PyObject *args, PyObject *kwargs) {
   return load_basis(self, args, kwargs, "loadbasis", NVRLloadbasis);
@@ -292,23 +294,8 @@ PyObject *NVRL_PY_getpivotorder(PyObject *self, PyObject *args, PyObject *kwargs
 }
 
 PyObject *NVRL_PY_getpresolvemap(PyObject *self, PyObject *args, PyObject *kwargs) {
-  problem_s *p = problem_ready(self);
-  if (p == nullptr) return nullptr;
   static const char *kw[] = {"rowmap", "colmap", nullptr};
-  PyObject *rowmap = nullptr, *colmap = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw, nullptr, &rowmap, &colmap))
-    return nullptr;
-  if (query::outputs_are_lists({rowmap, colmap}) != 0) return nullptr;
-  int64_t nrows = 0, ncols = 0;
-  if (query::rows(p, &nrows) != 0 || query::cols(p, &ncols) != 0) return nullptr;
-  AllocBuffer<int> rm, cm;
-  if (query::room_for(rowmap, rm, nrows) != 0 || query::room_for(colmap, cm, ncols) != 0)
-    return nullptr;
-  if (NVRLgetpresolvemap(p->prob, rm.data(), cm.data()) != 0) return done(p, nullptr);
-  if (query::fill_in_place(p, nrows, rm.data(), rowmap, CONV_INT) != 0 ||
-      query::fill_in_place(p, ncols, cm.data(), colmap, CONV_INT) != 0)
-    return nullptr;
-  Py_RETURN_NONE;
+  return get_row_col_ints(self, args, kwargs, "getpresolvemap", kw, nullptr, NVRLgetpresolvemap);
 }
 
 PyObject *NVRL_PY_getunbvec(PyObject *self, PyObject *) {
