@@ -41,8 +41,8 @@ def instance(n, seed):
     rng = random.Random(seed * 1000 + n)
     factors = 3
     load = [[rng.gauss(0, 0.15) for _ in range(factors)] for _ in range(n)]
-    spec = [rng.uniform(0.01, 0.05) ** 2 * 25 for _ in range(n)]
-    cov = [[sum(load[i][f] * load[j][f] for f in range(factors)) + (spec[i] if i == j else 0.0)
+    specific_var = [rng.uniform(0.01, 0.05) ** 2 * 25 for _ in range(n)]
+    cov = [[sum(load[i][f] * load[j][f] for f in range(factors)) + (specific_var[i] if i == j else 0.0)
             for j in range(n)] for i in range(n)]
     mu = [rng.uniform(0.02, 0.15) for _ in range(n)]
     k = max(2, n // 5)

@@ -90,7 +90,7 @@ void elem_cast(void *from, void *to, npy_intp n, void *, void *) {
 PyArray_ArrFuncs arrfuncs[NVO_ELEM_COUNT];
 PyArray_DescrProto protos[NVO_ELEM_COUNT];
 
-struct elem_spec {
+struct element_type_def {
   int index;
   const char *name;
   char kind;
@@ -100,11 +100,11 @@ struct elem_spec {
 
 // Registers one element type: a structured descriptor with a single object field named after
 // the type, which is how numpy accepts a user type whose elements hold references.
-int register_one(const elem_spec &spec) {
+int register_one(const element_type_def &def) {
   PyArray_Descr *object = PyArray_DescrFromType(NPY_OBJECT);
   if (object == nullptr) return -1;
   PyRef<> object_ref(reinterpret_cast<PyObject *>(object));
-  PyRef name(PyUnicode_FromString(spec.name));
+  PyRef name(PyUnicode_FromString(def.name));
   PyRef zero(PyLong_FromLong(0));
   if (!name || !zero) return -1;
   PyRef field(PyTuple_Pack(2, object_ref.get(), zero.get()));
@@ -113,21 +113,21 @@ int register_one(const elem_spec &spec) {
   if (!field || !fields || !names || PyDict_SetItem(fields.get(), name.get(), field.get()) < 0)
     return -1;
 
-  PyArray_ArrFuncs *f = &arrfuncs[spec.index];
+  PyArray_ArrFuncs *f = &arrfuncs[def.index];
   PyArray_InitArrFuncs(f);
   f->getitem = elem_getitem;
   f->setitem = elem_setitem;
   f->copyswap = elem_copyswap;
   f->copyswapn = elem_copyswapn;
-  f->nonzero = spec.nonzero;
+  f->nonzero = def.nonzero;
 
-  PyArray_DescrProto *p = &protos[spec.index];
+  PyArray_DescrProto *p = &protos[def.index];
   std::memset(p, 0, sizeof *p);
   Py_SET_TYPE(reinterpret_cast<PyObject *>(p), &PyArrayDescr_Type);
   Py_SET_REFCNT(reinterpret_cast<PyObject *>(p), 1);
-  p->typeobj = spec.scalar;
-  p->kind = spec.kind;
-  p->type = spec.kind;
+  p->typeobj = def.scalar;
+  p->kind = def.kind;
+  p->type = def.kind;
   p->byteorder = '|';
   p->flags = NPY_OBJECT_DTYPE_FLAGS;
   p->elsize = sizeof(PyObject *);
@@ -140,8 +140,8 @@ int register_one(const elem_spec &spec) {
   if (typenum < 0) return -1;
   PyArray_Descr *descr = PyArray_DescrFromType(typenum);
   if (descr == nullptr) return -1;
-  nvo_typenum[spec.index] = typenum;
-  nvo_descr[spec.index] = descr;  // the reference from DescrFromType is kept
+  nvo_typenum[def.index] = typenum;
+  nvo_descr[def.index] = descr;  // the reference from DescrFromType is kept
   return 0;
 }
 
@@ -152,12 +152,12 @@ int nvo_register_element_types() {
   nvo_descr[NVO_ELEM_DOUBLE] = PyArray_DescrFromType(NPY_DOUBLE);
   nvo_descr[NVO_ELEM_OBJECT] = PyArray_DescrFromType(NPY_OBJECT);
   if (nvo_descr[NVO_ELEM_DOUBLE] == nullptr || nvo_descr[NVO_ELEM_OBJECT] == nullptr) return -1;
-  const elem_spec specs[] = {
+  const element_type_def type_defs[] = {
       {NVO_ELEM_CON, "constraint", 'c', &constraint_type, true_nonzero},
       {NVO_ELEM_VAR, "variable", 'v', &var_type, true_nonzero},
       {NVO_ELEM_EXPR, "expression", 'e', &expression_type, expression_nonzero},
   };
-  for (const elem_spec &s : specs)
+  for (const element_type_def &s : type_defs)
     if (register_one(s) < 0) return -1;
 
   for (int from = NVO_ELEM_VAR; from <= NVO_ELEM_CON; ++from)
