@@ -1070,9 +1070,25 @@ NVRL_API int NVRLgetglobal64(NVRLprob prob, int *nentities, int *nsets, char col
 
 /* ===== Infeasibility analysis and repair =============================================== */
 
+/* ----- Irreducible infeasible sets ----------------------------------------------------- */
+
+/* ----- Repairing infeasibility --------------------------------------------------------- */
+
 /* ===== Sensitivity, basis solves and recomputed answers ================================ */
 
+/* ----- Ranging and basis solves -------------------------------------------------------- */
+
+/* ----- Answers recomputed from given vectors ------------------------------------------- */
+
 /* ===== Tuning, directives, bases and solution files ==================================== */
+
+/* ----- Tuning -------------------------------------------------------------------------- */
+
+/* ----- Branching directives ------------------------------------------------------------ */
+
+/* ----- Basis, solution and snapshot files, logging and messages ------------------------ */
+
+/* ----- MIP solutions and solver operations --------------------------------------------- */
 
 /* ===== Nonlinear solver ================================================================ */
 /* Nonlinear problems are stacked on an optimiser problem. Every call below that takes an
