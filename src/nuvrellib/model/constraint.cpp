@@ -155,7 +155,7 @@ static int constraint_traverse(PyObject *self, visitproc visit, void *arg) {
   return 0;
 }
 
-// The collector's clear slot: the body is nulled before its release (Py_CLEAR).
+// The collector's clear slot: the body is nulled before its release.
 static int constraint_clear(PyObject *self) {
   Py_CLEAR(as_con(self)->body);
   return 0;

@@ -135,7 +135,7 @@ static int sos_traverse(PyObject *self, visitproc visit, void *arg) {
   return 0;
 }
 
-// The collector's clear slot: each field is nulled before its release (Py_CLEAR), since the
+// The collector's clear slot: each field is nulled before its release, since the
 // release may come back to this set.
 static int sos_clear(PyObject *self) {
   sos_s *s = as_sos(self);

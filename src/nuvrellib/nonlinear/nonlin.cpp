@@ -717,7 +717,7 @@ int nonlin_traverse(PyObject *self, visitproc visit, void *arg) {
   return 0;
 }
 
-// The collector's clear slot: the arguments are nulled before their release (Py_CLEAR).
+// The collector's clear slot: the arguments are nulled before their release.
 int nonlin_clear(PyObject *self) {
   Py_CLEAR(as_node(self)->args);
   return 0;
