@@ -4,8 +4,8 @@ Run with the package on the path, e.g. PYTHONPATH=build/NAME/stage python benchm
 
 When a comparison environment exists it then builds four of the models (vars(1000, 1000); A @ x <= b, dense
 1000 x 1000; a 10000 x 10000 matrix with 1e6 nonzeros; 3 * x + 2 * y - 1 over 1e6 elements)
-through PyOptInterface's and linopy's array interfaces too and prints the time ratios
-nuvrel/other (below 1 is faster). Each side builds the constraints into a model of its own
+through PyOptInterface's and linopy's array interfaces too and prints the processor-time
+ratios nuvrel/other (below 1 is faster). Each side builds the constraints into a model of its own
 (nuvrel: problem.addConstraint). Those packages are never dependencies of nuvrel: they run in a
 child process of a separate virtual environment, .bench-venv/ beside the repository's files,
 which --setup-compare creates (python -m venv, pip install pyoptinterface highsbox linopy).
@@ -111,10 +111,12 @@ def sparse_data():
 
 
 def seconds(fn):
+    """Processor seconds: the sides run one after another, and on a busy machine wall time
+    would compare the load of different moments."""
     gc.collect()
-    start = time.perf_counter()
+    start = time.process_time()
     fn()
-    return time.perf_counter() - start
+    return time.process_time() - start
 
 
 def compare_ours():
@@ -222,7 +224,7 @@ def compare(env):
             continue
         # A solver banner may come first: the figures are the last line.
         theirs[which] = json.loads(run.stdout.strip().splitlines()[-1])
-    print(f"\n{'model (seconds; ratio nuvrel/other)':36s} {'nuvrel':>8s}"
+    print(f"\n{'model (processor s; nuvrel/other)':36s} {'nuvrel':>8s}"
           + "".join(f" {w:>24s}" for w in theirs))
     for key, label in labels.items():
         cells = "".join(f" {t[key]:10.3f} s ({ours[key] / t[key]:5.2f}x)" for t in theirs.values())
