@@ -1,16 +1,34 @@
 """Time to build array models: prints seconds per step and bytes per array element.
 
 Run with the package on the path, e.g. PYTHONPATH=build/NAME/stage python benchmarks/arrays_build.py
+
+When a comparison environment exists it then builds four of the models (vars(1000, 1000); A @ x <= b, dense
+1000 x 1000; a 10000 x 10000 matrix with 1e6 nonzeros; 3 * x + 2 * y - 1 over 1e6 elements)
+through PyOptInterface's and linopy's array interfaces too and prints the processor-time
+ratios nuvrel/other (below 1 is faster). Each side builds the constraints into a model of its own
+(nuvrel: problem.addConstraint). Those packages are never dependencies of nuvrel: they run in a
+child process of a separate virtual environment, .bench-venv/ beside the repository's files,
+which --setup-compare creates (python -m venv, pip install pyoptinterface highsbox linopy).
+Without it the comparison is skipped, and the script says how to create it; --no-compare
+skips it anyway (it takes minutes).
 """
 
+import argparse
 import gc
+import json
+import os
+import pathlib
+import subprocess
 import sys
 import time
 import tracemalloc
 
 import numpy as np
 
-import nuvrel as nv
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BENCH_VENV = ROOT / ".bench-venv"
+OTHERS = ("pyoptinterface", "linopy")
+N, M, PER_ROW = 1000, 10_000, 100
 
 
 def timed(label, fn):
@@ -34,6 +52,8 @@ def bytes_per_element(build, count):
 
 
 def main():
+    import nuvrel as nv
+
     rng = np.random.default_rng(0)
     n = 1000
     timed("vars(1000, 1000)", lambda: nv.vars(n, n))
@@ -83,5 +103,155 @@ def main():
     print(f"numpy {np.__version__}, Python {sys.version.split()[0]}")
 
 
+def sparse_data():
+    """The 1e6-nonzero matrix of the comparison: row i has PER_ROW distinct columns."""
+    rng = np.random.default_rng(1)
+    cols = np.stack([rng.choice(M, PER_ROW, replace=False) for _ in range(M)])
+    return cols, rng.random((M, PER_ROW)) + 0.5
+
+
+def seconds(fn):
+    """Processor seconds: the sides run one after another, and on a busy machine wall time
+    would compare the load of different moments."""
+    gc.collect()
+    start = time.process_time()
+    fn()
+    return time.process_time() - start
+
+
+def compare_ours():
+    import nuvrel as nv
+
+    nv.setOutputEnabled(False)
+    A, b = np.random.default_rng(0).random((N, N)), np.ones(N)
+    cols, vals = sparse_data()
+    times = {"vars": seconds(lambda: nv.vars(N, N))}
+
+    p = nv.problem()
+    x = nv.vars(N, name=None)
+    p.addVariable(x)
+    times["dense"] = seconds(lambda: p.addConstraint(A @ x <= b))
+
+    p = nv.problem()
+    xs = nv.vars(M, name=None)
+    p.addVariable(xs)
+
+    def sparse():
+        row = np.zeros(M)
+        rows = []
+        for i in range(M):
+            row[:] = 0.0
+            row[cols[i]] = vals[i]
+            rows.append(nv.Dot(row, xs) <= 1)
+        p.addConstraint(rows)
+
+    times["sparse"] = seconds(sparse)
+    X, Y = nv.vars(N, N, name=None), nv.vars(N, N, name=None)
+    times["elementwise"] = seconds(lambda: 3 * X + 2 * Y - 1)
+    return times
+
+
+def compare_child(which):
+    """Runs in the comparison environment: the same four models through `which`."""
+    cols, vals = sparse_data()
+    A, b = np.random.default_rng(0).random((N, N)), np.ones(N)
+    times = {}
+    if which == "pyoptinterface":
+        import pyoptinterface as poi
+        import scipy.sparse as sparse
+        from pyoptinterface import highs
+
+        def new_model():
+            model = highs.Model()
+            model.set_model_attribute(poi.ModelAttribute.Silent, True)
+            return model
+
+        model = new_model()
+        times["vars"] = seconds(lambda: model.add_m_variables((N, N)))
+        model = new_model()
+        x = model.add_m_variables(N)
+        times["dense"] = seconds(lambda: model.add_m_linear_constraints(A, x, poi.Leq, b))
+        model = new_model()
+        xs = model.add_m_variables(M)
+        S = sparse.csr_array((vals.ravel(), cols.ravel(), np.arange(0, M * PER_ROW + 1, PER_ROW)),
+                             shape=(M, M))
+        times["sparse"] = seconds(lambda: model.add_m_linear_constraints(S, xs, poi.Leq,
+                                                                         np.ones(M)))
+        X, Y = model.add_m_variables((N, N)), model.add_m_variables((N, N))
+        times["elementwise"] = seconds(lambda: 3 * X + 2 * Y - 1)
+    else:
+        import linopy
+        import pandas as pd
+        import xarray as xr
+
+        def index(n, dim):
+            return pd.RangeIndex(n, name=dim)
+
+        model = linopy.Model()
+        times["vars"] = seconds(lambda: model.add_variables(
+            coords=[index(N, "i"), index(N, "j")], name="x"))
+        model = linopy.Model()
+        x = model.add_variables(coords=[index(N, "j")], name="x")
+        Ad, bd = xr.DataArray(A, dims=["i", "j"]), xr.DataArray(b, dims=["i"])
+        times["dense"] = seconds(lambda: model.add_constraints((Ad * x).sum("j") <= bd))
+        model = linopy.Model()
+        xs = model.add_variables(coords=[index(M, "j")], name="x")
+        at = xr.DataArray(cols, dims=["r", "k"])
+        coef = xr.DataArray(vals, dims=["r", "k"])
+        times["sparse"] = seconds(lambda: model.add_constraints(
+            (coef * xs.isel(j=at)).sum("k") <= 1))
+        X = model.add_variables(coords=[index(N, "i"), index(N, "j")], name="X")
+        Y = model.add_variables(coords=[index(N, "i"), index(N, "j")], name="Y")
+        times["elementwise"] = seconds(lambda: 3 * X + 2 * Y - 1)
+    print(json.dumps(times))
+
+
+def compare(env):
+    python = env / "bin" / "python"
+    if not python.exists():
+        print(f"comparison: no environment {env}; create it with --setup-compare")
+        return
+    labels = {"vars": "vars(1000, 1000)", "dense": "A @ x <= b, dense 1000 x 1000",
+              "sparse": "1e6 nonzeros, 10000 rows", "elementwise": "3 * x + 2 * y - 1, 1e6"}
+    ours = compare_ours()
+    theirs = {}
+    for which in OTHERS:
+        run = subprocess.run([str(python), os.path.abspath(__file__), "--compare-child", which],
+                             capture_output=True, text=True,
+                             env={k: v for k, v in os.environ.items() if k != "PYTHONPATH"})
+        if run.returncode != 0:
+            print(f"{which} run failed:\n{run.stderr}")
+            continue
+        # A solver banner may come first: the figures are the last line.
+        theirs[which] = json.loads(run.stdout.strip().splitlines()[-1])
+    print(f"\n{'model (processor s; nuvrel/other)':36s} {'nuvrel':>8s}"
+          + "".join(f" {w:>24s}" for w in theirs))
+    for key, label in labels.items():
+        cells = "".join(f" {t[key]:10.3f} s ({ours[key] / t[key]:5.2f}x)" for t in theirs.values())
+        print(f"{label:36s} {ours[key]:8.3f}{cells}")
+
+
+def setup_compare(env):
+    subprocess.run([sys.executable, "-m", "venv", str(env)], check=True)
+    subprocess.run([str(env / "bin" / "pip"), "install", "-q", "numpy", "scipy",
+                    "pyoptinterface", "highsbox", "linopy"], check=True)
+
+
 if __name__ == "__main__":
-    main()
+    ap = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    ap.add_argument("--no-compare", action="store_true",
+                    help="skip building the models through PyOptInterface and linopy")
+    ap.add_argument("--compare-env", type=pathlib.Path, default=BENCH_VENV,
+                    help="virtual environment holding them (default %(default)s)")
+    ap.add_argument("--setup-compare", action="store_true",
+                    help="create that environment and install them into it first")
+    ap.add_argument("--compare-child", choices=OTHERS, help=argparse.SUPPRESS)
+    args = ap.parse_args()
+    if args.compare_child:
+        compare_child(args.compare_child)
+    else:
+        if args.setup_compare:
+            setup_compare(args.compare_env)
+        main()
+        if not args.no_compare:
+            compare(args.compare_env)

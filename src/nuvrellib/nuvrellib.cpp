@@ -147,6 +147,7 @@ int create_exceptions() {
   return nvpy_model_exc && nvpy_interf_exc && nvpy_solver_exc ? 0 : -1;
 }
 
+// Module teardown: the exception types are plain globals, nulled before their release.
 void release_exceptions() {
   Py_CLEAR(nvpy_model_exc);
   Py_CLEAR(nvpy_interf_exc);

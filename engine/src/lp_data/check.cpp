@@ -81,7 +81,7 @@ bool Check::finite(double v, const char *arg, int64_t at) {
   return false;
 }
 
-bool Check::coefficient(double v, const char *arg, int64_t at) {
+bool Check::badCoefficient(double v, const char *arg, int64_t at) {
   if (!finite(v, arg, at)) return false;
   if (std::fabs(v) < kInf) return true;
   fail("%s = %g is at or beyond the infinity constant 1e20; objective and matrix coefficients "

@@ -3,6 +3,7 @@
 // validate everything before they change the model, so a failed call changes nothing.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <string>
 
@@ -33,7 +34,10 @@ class Check {
   bool finite(double v, const char *arg, int64_t at = -1);      // not NaN, not +-inf
   // An objective or matrix coefficient: a number below the infinity constant 1e20 in
   // absolute value (HiGHS takes larger ones for infinite and the answer would be meaningless).
-  bool coefficient(double v, const char *arg, int64_t at = -1);
+  // Inline, as it runs once per coefficient; NaN fails the comparison too.
+  bool coefficient(double v, const char *arg, int64_t at = -1) {
+    return std::fabs(v) < kInf || badCoefficient(v, arg, at);
+  }
   bool notNaN(double v, const char *arg, int64_t at = -1);
   bool rowType(char t, const char *arg, int64_t at);
   bool colType(char t, const char *arg, int64_t at);
@@ -50,6 +54,7 @@ class Check {
                 const char *what);
 
  private:
+  bool badCoefficient(double v, const char *arg, int64_t at);
   bool index(int64_t i, int64_t count, const char *arg, int64_t at, const char *what);
   nvrl_problem_s *p_;
   const char *fn_;

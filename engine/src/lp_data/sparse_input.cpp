@@ -2,6 +2,7 @@
 #include "lp_data/sparse_input.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace nvrl {
@@ -34,6 +35,17 @@ bool segmentsFromStarts(Check &c, const int64_t *start, int64_t n, int64_t total
 
 bool checkSegmentEntries(Check &c, const Segments &s, int limit, const char *idxarg,
                          const char *valarg, const char *what) {
+  // One branch-free pass over the entries; the first bad one is looked for only when there is
+  // one, so that the message names exactly that entry.
+  bool bad = false;
+  for (int64_t k = 0; k < s.size(); ++k) {
+    const int *idx = s.idx;
+    const double *val = s.val;
+    for (int64_t e = s.begin[k]; e < s.end[k]; ++e)
+      bad |= (static_cast<unsigned>(idx[e]) >= static_cast<unsigned>(limit)) |
+             !(std::fabs(val[e]) < kInf);
+  }
+  if (!bad) return true;
   for (int64_t k = 0; k < s.size(); ++k) {
     for (int64_t e = s.begin[k]; e < s.end[k]; ++e) {
       int i = s.idx[e];
@@ -56,36 +68,52 @@ namespace {
 RowMatrix transposeColumns(const Segments &cols, int nrows, int first_col) {
   RowMatrix out;
   out.start.assign(static_cast<size_t>(nrows) + 1, 0);
+  int64_t *count = out.start.data() + 1;
   for (int64_t j = 0; j < cols.size(); ++j)
     for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e)
-      if (cols.val[e] != 0.0) ++out.start[cols.idx[e] + 1];
+      count[cols.idx[e]] += cols.val[e] != 0.0;
   for (int r = 0; r < nrows; ++r) out.start[r + 1] += out.start[r];
   out.col.resize(out.start[nrows]);
   out.val.resize(out.start[nrows]);
-  std::vector<int64_t> next(out.start.begin(), out.start.end() - 1);
+  // Where each row's next entry goes and the column of its latest one, side by side: one
+  // memory access per entry finds both, and a repeat is found without reading the output.
+  struct RowFill {
+    int64_t next;
+    int last;
+  };
+  std::vector<RowFill> fill(static_cast<size_t>(nrows));
+  for (int r = 0; r < nrows; ++r) fill[r] = {out.start[r], -1};
+  int *out_col = out.col.data();
+  double *out_val = out.val.data();
+  const int *idx = cols.idx;
+  const double *val = cols.val;
+  bool merged = false;
   for (int64_t j = 0; j < cols.size(); ++j) {
     const int col = first_col + static_cast<int>(j);
     for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e) {
-      const double v = cols.val[e];
+      const double v = val[e];
       if (v == 0.0) continue;
-      const int r = cols.idx[e];
-      int64_t &p = next[r];
-      if (p > out.start[r] && out.col[p - 1] == col) {
-        out.val[p - 1] += v;
+      RowFill &f = fill[idx[e]];
+      if (f.last == col) {
+        out_val[f.next - 1] += v;
+        merged = true;
       } else {
-        out.col[p] = col;
-        out.val[p] = v;
-        ++p;
+        out_col[f.next] = col;
+        out_val[f.next] = v;
+        ++f.next;
+        f.last = col;
       }
     }
   }
+  // Without repeats every row is full and holds no zero: nothing to close up.
+  if (!merged) return out;
   // Close the gaps left by merged repeats and drop entries that summed to zero. Each row's
   // old start is read before it is overwritten with the new one.
   int64_t w = 0;
   for (int r = 0; r < nrows; ++r) {
     const int64_t b = out.start[r];
     out.start[r] = w;
-    for (int64_t p = b; p < next[r]; ++p) {
+    for (int64_t p = b; p < fill[r].next; ++p) {
       if (out.val[p] == 0.0) continue;
       out.col[w] = out.col[p];
       out.val[w] = out.val[p];

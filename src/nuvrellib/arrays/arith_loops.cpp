@@ -4,6 +4,7 @@
 #include "arrays/loops.h"
 #include "model/dispatch.h"
 #include "model/expression.h"
+#include "module/pyref.h"
 
 namespace {
 
@@ -13,21 +14,19 @@ enum operand_kind { BOTH_OBJECTS = 0, FIRST_DOUBLE = 1, SECOND_DOUBLE = 2 };
 // coefficients are common: a vector of ones, a constant right-hand side).
 class float_cache {
  public:
-  ~float_cache() { Py_XDECREF(obj_); }
   PyObject *get(const char *p) {
     double v;
     __builtin_memcpy(&v, p, sizeof v);
     // Bitwise equality: NaN repeats too, and -0.0 keeps its own object.
-    if (obj_ == nullptr || __builtin_memcmp(&v, &value_, sizeof v) != 0) {
-      Py_XDECREF(obj_);
-      obj_ = PyFloat_FromDouble(v);
+    if (!obj_ || __builtin_memcmp(&v, &value_, sizeof v) != 0) {
+      obj_.reset(PyFloat_FromDouble(v));
       value_ = v;
     }
-    return obj_;
+    return obj_.get();
   }
 
  private:
-  PyObject *obj_ = nullptr;
+  PyRef<> obj_;
   double value_ = 0.0;
 };
 

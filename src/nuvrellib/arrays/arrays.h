@@ -33,7 +33,8 @@ inline PyObject *nvo_elem_load(const char *p) {
   __builtin_memcpy(&o, p, sizeof o);
   return o;
 }
-// Stores obj at p, taking the reference given and releasing the one stored before.
+// Stores obj at p, taking the reference given and releasing the one stored before. Array
+// elements are raw memory that numpy hands over, so the count is kept by hand here.
 inline void nvo_elem_store(char *p, PyObject *owned) {
   PyObject *old = nvo_elem_load(p);
   __builtin_memcpy(p, &owned, sizeof owned);

@@ -35,6 +35,7 @@ void swap8(char *p) {
   for (int i = 0; i < 4; ++i) std::swap(p[i], p[7 - i]);
 }
 
+// numpy's copy slots: the destination element gets its own reference to the source's.
 void elem_copyswap(void *dst, void *src, int swap, void *) {
   if (src != nullptr) {
     PyObject *o = nvo_elem_load(static_cast<const char *>(src));
@@ -183,8 +184,8 @@ int nvo_is_elem_descr(const PyArray_Descr *descr, int which) {
 }
 
 PyObject *nvo_new_elem_array(int which, int nd, const npy_intp *dims) {
-  PyArray_Descr *d = nvo_descr[which];
-  Py_INCREF(d);  // stolen by the constructor
+  // A new reference to the descriptor: the constructor steals it.
+  auto *d = reinterpret_cast<PyArray_Descr *>(Py_NewRef(nvo_descr[which]));
   // Elements needing initialisation are zero-filled: every reference starts null.
   return PyArray_NewFromDescr(&PyArray_Type, d, nd, const_cast<npy_intp *>(dims), nullptr,
                               nullptr, 0, nullptr);

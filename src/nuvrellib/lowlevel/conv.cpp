@@ -279,10 +279,9 @@ int convert(problem_s *p, int64_t *count, PyObject *obj, void **out, int kind) {
   // A list may change size while its items are converted (names call into the library, not
   // into Python, but __float__ may): the size is read again each step.
   for (int64_t i = 0; i < n && i < PySequence_Fast_GET_SIZE(seq); ++i) {
-    PyObject *item = PySequence_Fast_GET_ITEM(seq, i);
-    Py_INCREF(item);
-    int rc = convert_element(p, item, *out, i, kind);
-    Py_DECREF(item);
+    // Held while converted: the item's own methods may drop it from the list.
+    PyRef item = PyRef<>::borrow(PySequence_Fast_GET_ITEM(seq, i));
+    int rc = convert_element(p, item.get(), *out, i, kind);
     if (rc != 0) {
       if (kind == CONV_STRING) conv_free(out, kind, n);
       return -1;
@@ -441,7 +440,7 @@ int conv_arr2obj(problem_s *p, int64_t n, const void *array, PyObject **list_slo
       if (item == nullptr) return wrong_item(kind);
       PyList_SET_ITEM(fresh.get(), i, item);
     }
-    Py_XDECREF(list);
+    PyRef replaced(list);  // the slot's reference (None or null), given up for the new list
     *list_slot = fresh.release();
     return 0;
   }

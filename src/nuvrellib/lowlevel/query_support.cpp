@@ -2,6 +2,7 @@
 
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/pyref.h"
 
 namespace query {
 
@@ -45,27 +46,21 @@ int range(problem_s *p, PyObject *first, PyObject *last, int kind, int64_t n,
 }
 
 PyObject *fill(problem_s *p, int64_t n, const void *array, PyObject *out, int kind) {
-  PyObject *slot = out != nullptr ? out : Py_None;
-  Py_INCREF(slot);  // the conversion releases a None it replaces
-  if (conv_arr2obj(p, n, array, &slot, kind) != 0) {
-    Py_XDECREF(slot);
-    return nullptr;
-  }
-  return slot;
+  // The slot owns a reference: the conversion releases a None it replaces.
+  PyObject *slot = Py_NewRef(out != nullptr ? out : Py_None);
+  const int rc = conv_arr2obj(p, n, array, &slot, kind);
+  PyRef list(slot);
+  return rc != 0 ? nullptr : list.release();
 }
 
 int fill_in_place(problem_s *p, int64_t n, const void *array, PyObject *out, int kind) {
   if (!wanted(out)) return 0;
-  PyObject *list = fill(p, n, array, out, kind);
-  if (list == nullptr) return -1;
-  Py_DECREF(list);
-  return 0;
+  return PyRef(fill(p, n, array, out, kind)) ? 0 : -1;
 }
 
 PyObject *filled_or_new(problem_s *p, int64_t n, const void *array, PyObject *out, int kind) {
-  PyObject *list = fill(p, n, array, out, kind);
-  if (list == nullptr || !wanted(out)) return list;
-  Py_DECREF(list);
+  PyRef list(fill(p, n, array, out, kind));
+  if (!list || !wanted(out)) return list.release();
   Py_RETURN_NONE;
 }
 

@@ -135,7 +135,7 @@ int set_con_name(uint64_t *word, PyObject *name) {
   if (namemap_set(table, id, stored.get()) < 0) return -1;
   stored.release();  // the table's now
   *word |= CON_NAME_ENTRY;
-  Py_XDECREF(old);
+  PyRef dropped(old);
   return 0;
 }
 
@@ -155,6 +155,7 @@ static int constraint_traverse(PyObject *self, visitproc visit, void *arg) {
   return 0;
 }
 
+// The collector's clear slot: the body is nulled before its release.
 static int constraint_clear(PyObject *self) {
   Py_CLEAR(as_con(self)->body);
   return 0;
@@ -214,7 +215,7 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   // A second __init__ starts from scratch: the old identifier's entries must not linger.
   drop_table_entries(&con->rec);
   con_assign_id(&con->rec);
-  Py_CLEAR(con->body);
+  Py_CLEAR(con->body);  // a raw object field, nulled before its release as in the clear slot
   con->rec &= CON_ID_MASK;  // both bounds infinite, no name
 
   PyObject *source = nullptr, *body = nullptr, *name = nullptr;

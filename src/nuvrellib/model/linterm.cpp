@@ -49,6 +49,7 @@ PyObject *linterm_copy(PyObject *t, double f) {
   return linterm_fill(as_lin(t)->var, f * as_lin(t)->coef);
 }
 
+// The deallocation slot releases the term's own field; the var is never null here.
 static void linterm_dealloc(PyObject *self) {
   Py_DECREF(as_lin(self)->var);
   Py_TYPE(self)->tp_free(self);

@@ -30,6 +30,7 @@ PyObject *quadterm_copy(PyObject *t, double f) {
   return quadterm_fill(as_quad(t)->var1, as_quad(t)->var2, f * as_quad(t)->coef);
 }
 
+// The deallocation slot releases the term's own fields; the vars are never null here.
 static void quadterm_dealloc(PyObject *self) {
   Py_DECREF(as_quad(self)->var1);
   Py_DECREF(as_quad(self)->var2);

@@ -51,15 +51,14 @@ int parse_type(PyObject *obj, int *type) {
 void sos_store(PyObject *self, int64_t id, PyObject *name, int type, PyObject *indices,
                PyObject *weights) {
   sos_s *s = as_sos(self);
-  PyObject *old_name = s->name, *old_indices = s->indices, *old_weights = s->weights;
+  // Released when the function ends, after the new fields are in place: their finalisers may
+  // look at this set.
+  PyRef old_name(s->name), old_indices(s->indices), old_weights(s->weights);
   s->id = id;
   s->type = type;
   s->name = Py_XNewRef(name);
   s->indices = Py_XNewRef(indices);
   s->weights = Py_XNewRef(weights);
-  Py_XDECREF(old_name);
-  Py_XDECREF(old_indices);
-  Py_XDECREF(old_weights);
 }
 
 // Checks type and lists as the constructor does; 0 or -1 with ModelError set.
@@ -136,6 +135,8 @@ static int sos_traverse(PyObject *self, visitproc visit, void *arg) {
   return 0;
 }
 
+// The collector's clear slot: each field is nulled before its release, since the
+// release may come back to this set.
 static int sos_clear(PyObject *self) {
   sos_s *s = as_sos(self);
   Py_CLEAR(s->indices);

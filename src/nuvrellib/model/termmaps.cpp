@@ -15,7 +15,9 @@ inline PyObject *as_obj(const var_s *v) {
   return reinterpret_cast<PyObject *>(const_cast<var_s *>(v));
 }
 
-// Releases a variable reference that a map held; done after the map is consistent again
+// The maps own one reference per key through a plain pointer (the key must stay a pointer for
+// the ordering), so they count by hand: an INCREF once a key is in, this release once it is
+// out. Releases a variable reference that a map held; done after the map is consistent again
 // because the release may run the variable's deallocation.
 inline void release_var(const var_s *v) { Py_DECREF(as_obj(v)); }
 
@@ -341,6 +343,6 @@ int namemap_del(namemap *map, uint64_t id) {
   if (it == map->end()) return 0;
   PyObject *obj = it->second;
   map->erase(it);
-  Py_XDECREF(obj);
+  Py_XDECREF(obj);  // the entry's reference, released once the map is consistent
   return 0;
 }

@@ -1,6 +1,7 @@
 // nuvrel.var: the decision variable. The object is the header plus one packed record word;
 // bounds other than 0, 1 and +-infinity, thresholds and user names live in the environment's
 // side tables under the variable's identifier, and leave them when the variable dies.
+#include "model/array_names.h"
 #include "model/var.h"
 
 #include "model/dispatch.h"
@@ -38,7 +39,8 @@ void drop_table_entries(uint64_t *word) {
   if ((*word & VAR_UB_ENTRY) && env.uboundmap) boundmap_del(env.uboundmap, id);
   if ((*word & VAR_THOLD_ENTRY) && env.tholdmap) boundmap_del(env.tholdmap, id);
   if ((*word & VAR_NAME_ENTRY) && env.varnamemap) namemap_del(env.varnamemap, id);
-  *word &= ~(VAR_LB_ENTRY | VAR_UB_ENTRY | VAR_THOLD_ENTRY | VAR_NAME_ENTRY);
+  if (*word & VAR_NAME_PATTERN) array_names_release(id);
+  *word &= ~(VAR_LB_ENTRY | VAR_UB_ENTRY | VAR_THOLD_ENTRY | VAR_NAME_ENTRY | VAR_NAME_PATTERN);
 }
 
 // Shared by set_var_lbound and set_var_ubound: writes code into the field and keeps the table
@@ -118,6 +120,7 @@ long get_var_type(uint64_t word) {
 
 PyObject *get_var_name(uint64_t word) {
   const uint64_t id = var_word_id(word);
+  if (word & VAR_NAME_PATTERN) return array_names_get(id);
   if (!(word & VAR_NAME_ENTRY))
     return PyUnicode_FromFormat("C%llu", static_cast<unsigned long long>(id));
   PyObject *name = nvr_py_env.varnamemap ? namemap_get(nvr_py_env.varnamemap, id) : nullptr;
@@ -166,8 +169,12 @@ int set_var_name(uint64_t *word, PyObject *name) {
   if (namemap_set(table, id, stored.get()) < 0) return -1;
   stored.release();  // the table's now
   *word |= VAR_NAME_ENTRY;
+  if (*word & VAR_NAME_PATTERN) {
+    array_names_release(id);
+    *word &= ~VAR_NAME_PATTERN;
+  }
   // Released last: the old name's finaliser must see a consistent record.
-  Py_XDECREF(old);
+  PyRef dropped(old);
   return 0;
 }
 
@@ -175,7 +182,7 @@ void var_sidetable_sizes(Py_ssize_t sizes[4]) {
   sizes[0] = boundmap_size(nvr_py_env.lboundmap);
   sizes[1] = boundmap_size(nvr_py_env.uboundmap);
   sizes[2] = boundmap_size(nvr_py_env.tholdmap);
-  sizes[3] = namemap_size(nvr_py_env.varnamemap);
+  sizes[3] = namemap_size(nvr_py_env.varnamemap) + array_names_live();
 }
 
 // ===== type slots =========================================================================

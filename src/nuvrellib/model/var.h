@@ -16,7 +16,7 @@
 //   bit  58    tholdmap holds an entry (else the threshold is -1e20)
 //   bit  59    varnamemap holds a name (else the name is "C<identifier>")
 //   bits 60-62 variable type
-//   bit  63    reserved, preserved by every update
+//   bit  63    the name comes from an array's name pattern (model/array_names.h)
 constexpr uint64_t VAR_ID_MASK = 0xfffffffffffffULL;
 constexpr int VAR_LB_SHIFT = 52;
 constexpr uint64_t VAR_LB_MASK = 3ULL << VAR_LB_SHIFT;
@@ -28,6 +28,7 @@ constexpr uint64_t VAR_THOLD_ENTRY = 1ULL << 58;
 constexpr uint64_t VAR_NAME_ENTRY = 1ULL << 59;
 constexpr int VAR_TYPE_SHIFT = 60;
 constexpr uint64_t VAR_TYPE_MASK = 7ULL << VAR_TYPE_SHIFT;
+constexpr uint64_t VAR_NAME_PATTERN = 1ULL << 63;
 
 // Bound that stands for "unbounded" in either direction (the library's NVRL_INFINITY).
 constexpr double NVO_INFINITY = 1e20;

@@ -7,10 +7,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "model/array_names.h"
 #include "model/dispatch.h"
 #include "model/var.h"
 #include "module/args.h"
@@ -22,7 +22,6 @@
 
 namespace {
 
-constexpr Py_ssize_t MAX_NAME_LENGTH = 2500;
 constexpr const char *DEFAULT_PREFIX = "x";
 constexpr double BOUND_TOLERANCE = 1e-6;
 
@@ -133,9 +132,7 @@ PyObject *make_name(const std::string &prefix, const std::vector<dimension> &dim
     s += dims[d].texts[pos[d]];
   }
   s += ')';
-  PyRef name(PyUnicode_DecodeUTF8(s.data(), static_cast<Py_ssize_t>(s.size()), "replace"));
-  if (!name || PyUnicode_GET_LENGTH(name.get()) <= MAX_NAME_LENGTH) return name.release();
-  return PyUnicode_Substring(name.get(), 0, MAX_NAME_LENGTH);
+  return array_name_object(s, false);
 }
 
 // The key of one combination: the element itself for one index set, else the tuple.
@@ -158,71 +155,14 @@ void restate_memory_error() {
   }
 }
 
-// Advances the odometer pos over dims, last index fastest; gives the first index that changed.
-size_t advance(const std::vector<dimension> &dims, std::vector<Py_ssize_t> &pos) {
-  for (size_t d = dims.size(); d-- > 0;) {
-    if (++pos[d] < dims[d].count) return d;
-    pos[d] = 0;
-  }
-  return 0;
-}
-
-// The names prefix(i,j,...) of an array, made in one reused buffer: between two consecutive
-// names only the indices from the first one that changed are rewritten, and an ASCII name
-// becomes a str by one copy, without decoding.
-class array_names {
- public:
-  array_names(const std::string &prefix, const std::vector<dimension> &dims)
-      : dims_(dims), starts_(dims.size()), buf_(prefix) {
-    for (unsigned char c : prefix) ascii_ = ascii_ && c < 0x80;
-    buf_ += '(';
-    starts_[0] = buf_.size();
-    rewrite_from(0, std::vector<Py_ssize_t>(dims.size(), 0));
-  }
-
-  // The current name; the caller advances with next() after using it.
-  PyObject *make() const {
-    if (!ascii_) {
-      PyRef name(PyUnicode_DecodeUTF8(buf_.data(), static_cast<Py_ssize_t>(buf_.size()),
-                                      "replace"));
-      if (!name || PyUnicode_GET_LENGTH(name.get()) <= MAX_NAME_LENGTH) return name.release();
-      return PyUnicode_Substring(name.get(), 0, MAX_NAME_LENGTH);
-    }
-    const Py_ssize_t len = std::min(static_cast<Py_ssize_t>(buf_.size()), MAX_NAME_LENGTH);
-    PyObject *name = PyUnicode_New(len, 127);
-    if (name != nullptr) std::memcpy(PyUnicode_1BYTE_DATA(name), buf_.data(), len);
-    return name;
-  }
-
-  void next(size_t changed, const std::vector<Py_ssize_t> &pos) { rewrite_from(changed, pos); }
-
- private:
-  // Keeps the text before index `first` and writes the rest: "t_first,...,t_last)".
-  void rewrite_from(size_t first, const std::vector<Py_ssize_t> &pos) {
-    buf_.resize(starts_[first]);
-    for (size_t d = first; d < dims_.size(); ++d) {
-      if (d > first) {
-        buf_ += ',';
-        starts_[d] = buf_.size();
-      }
-      buf_ += dims_[d].texts[static_cast<size_t>(pos[d])];
-    }
-    buf_ += ')';
-  }
-
-  const std::vector<dimension> &dims_;
-  std::vector<size_t> starts_;  // offset in buf_ of each index's text
-  std::string buf_;
-  bool ascii_ = true;
-};
-
-// The array form: every index set a count, the variables in C order.
+// The array form: every index set a count, the variables in C order with consecutive
+// identifiers, so that their names can come from one pattern.
 PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &prefix,
                          bool named, double lb, double ub, double threshold, long vartype) {
   std::vector<npy_intp> shape;
   for (const dimension &dim : dims) shape.push_back(dim.count);
-  auto *descr = reinterpret_cast<PyArray_Descr *>(nvr_py_env.npvar);
-  Py_INCREF(descr);  // stolen by the constructor
+  // A new reference to the descriptor: the constructor steals it.
+  auto *descr = reinterpret_cast<PyArray_Descr *>(Py_NewRef(nvr_py_env.npvar));
   // The element type needs initialisation, so numpy zero-fills: every reference starts null.
   PyRef arr(PyArray_NewFromDescr(&PyArray_Type, descr, static_cast<int>(shape.size()),
                                  shape.data(), nullptr, nullptr, 0, nullptr));
@@ -232,26 +172,30 @@ PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &
   }
   char *data = PyArray_BYTES(reinterpret_cast<PyArrayObject *>(arr.get()));
   const npy_intp total = PyArray_SIZE(reinterpret_cast<PyArrayObject *>(arr.get()));
-  std::vector<Py_ssize_t> pos(dims.size(), 0);
-  std::optional<array_names> names;
-  if (named) names.emplace(prefix, dims);
-  for (npy_intp i = 0; i < total; ++i) {
-    PyRef name;
-    if (named) {
-      name = PyRef(names->make());
-      if (!name) {
-        restate_memory_error();
-        return nullptr;
-      }
-    }
-    PyObject *v = var_create(name.get(), lb, ub, threshold, vartype);
-    if (v == nullptr) {
+  const uint64_t first_id = var_reserve_ids(static_cast<uint64_t>(total));
+  array_name_pattern *pattern = nullptr;
+  if (named) {
+    std::vector<Py_ssize_t> counts(shape.begin(), shape.end());
+    pattern = array_names_new(prefix, counts, first_id);
+    if (pattern == nullptr) {
       restate_memory_error();
       return nullptr;
     }
+  }
+  for (npy_intp i = 0; i < total; ++i) {
+    PyObject *v = var_create_with_id(first_id + static_cast<uint64_t>(i), nullptr, lb, ub,
+                                     threshold, vartype);
+    if (v == nullptr) {
+      if (pattern != nullptr) array_names_unused(pattern);
+      restate_memory_error();
+      return nullptr;
+    }
+    if (pattern != nullptr) {
+      reinterpret_cast<var_s *>(v)->rec |= VAR_NAME_PATTERN;
+      array_names_use(pattern);
+    }
     // A fresh array: the slot holds no reference to release.
     __builtin_memcpy(data + i * static_cast<npy_intp>(sizeof v), &v, sizeof v);
-    if (named) names->next(advance(dims, pos), pos);
   }
   return arr.release();
 }
@@ -318,6 +262,8 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
     nvo_model_error(MSG_TOO_MANY);
     return nullptr;
   }
+  // The array form names its variables from a pattern, without element lists or texts.
+  if (all_integers) return make_var_array(dims, prefix, named, lb, ub, threshold, vartype);
   for (dimension &dim : dims) {
     if (fill_range(&dim) < 0) {
       restate_memory_error();
@@ -333,8 +279,6 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
           return nullptr;
     }
   }
-
-  if (all_integers) return make_var_array(dims, prefix, named, lb, ub, threshold, vartype);
 
   PyRef result(PyDict_New());
   if (!result) return nullptr;

@@ -76,6 +76,8 @@ int env_create_containers() {
   return 0;
 }
 
+// Module teardown: the environment's objects are plain fields of a global record, nulled
+// before their release so that code run by a release finds them gone, not dangling.
 void env_release_containers() {
   nvr_py_env_t &env = nvr_py_env;
   Py_CLEAR(env.controls);

@@ -389,11 +389,11 @@ int convert_body(const nvo_nl_problem *p, PyObject *body, nvo_converted *out, nv
       // Registering a user function may run Python code that changes the list, so each
       // operand is held while it is converted and the size is read afresh.
       for (Py_ssize_t i = 0; i < PyList_GET_SIZE(args); ++i) {
-        PyObject *item = Py_NewRef(PyList_GET_ITEM(args, i));
-        const int k = nvo_kind_noraise(item);
-        const int rc = k == NVO_KIND_NONLIN ? add_coefficient(p, item, 1.0, nl)
-                                            : linear_part(p, item, k, 1.0, out);
-        Py_DECREF(item);
+        PyRef item = PyRef<>::borrow(PyList_GET_ITEM(args, i));
+        const int k = nvo_kind_noraise(item.get());
+        const int rc = k == NVO_KIND_NONLIN ? add_coefficient(p, item.get(), 1.0, nl)
+                                            : linear_part(p, item.get(), k, 1.0, out);
+        item.reset();
         if (rc > 0) return nvo_model_error("Invalid expression in nonlinear sum");
         if (rc < 0) return -1;
       }

@@ -49,17 +49,16 @@ PyObject *map_array(int op, PyObject *arr_obj) {
   auto *arr = reinterpret_cast<PyArrayObject *>(arr_obj);
   PyArray_Descr *d = PyArray_DESCR(arr);
   const int t = d->type_num;
-  PyObject *res_descr;
+  // A new reference: the constructor steals it.
+  PyArray_Descr *res_descr;
   if (t == NPY_OBJECT) {
-    res_descr = reinterpret_cast<PyObject *>(d);
+    res_descr = reinterpret_cast<PyArray_Descr *>(Py_NewRef(d));
   } else if (PyTypeNum_ISNUMBER(t) || PyTypeNum_ISBOOL(t)) {
-    res_descr = reinterpret_cast<PyObject *>(PyArray_DescrFromType(NPY_DOUBLE));
-    Py_DECREF(res_descr);  // numpy keeps the built-in descriptors
+    res_descr = PyArray_DescrFromType(NPY_DOUBLE);
   } else {
-    res_descr = nvr_py_env.npexpr;
+    res_descr = reinterpret_cast<PyArray_Descr *>(Py_NewRef(nvr_py_env.npexpr));
   }
-  Py_INCREF(res_descr);  // stolen by the constructor
-  PyRef res(PyArray_NewFromDescr(&PyArray_Type, reinterpret_cast<PyArray_Descr *>(res_descr),
+  PyRef res(PyArray_NewFromDescr(&PyArray_Type, res_descr,
                                  PyArray_NDIM(arr), PyArray_DIMS(arr), nullptr, nullptr, 0,
                                  nullptr));
   if (!res) return nullptr;

@@ -59,13 +59,11 @@ inline bool is_number(PyObject *obj, double value) {
 
 // A node of nuvrel.nonlin owning args (stolen; may be null on failure, which is passed on).
 PyObject *make_node(int op, PyObject *args) {
-  if (args == nullptr) return nullptr;
+  PyRef owned(args);
+  if (!owned) return nullptr;
   nonlin_s *n = PyObject_GC_New(nonlin_s, &nonlin_type);
-  if (n == nullptr) {
-    Py_DECREF(args);
-    return nullptr;
-  }
-  n->args = args;
+  if (n == nullptr) return nullptr;
+  n->args = owned.release();
   n->op = op;
   PyObject_GC_Track(n);
   return reinterpret_cast<PyObject *>(n);
@@ -219,12 +217,9 @@ Py_ssize_t linear_part_index(PyObject *list) {
 
 // Removes and returns (owned) element i of list.
 PyObject *list_pop(PyObject *list, Py_ssize_t i) {
-  PyObject *item = Py_NewRef(PyList_GET_ITEM(list, i));
-  if (PySequence_DelItem(list, i) < 0) {
-    Py_DECREF(item);
-    return nullptr;
-  }
-  return item;
+  PyRef item = PyRef<>::borrow(PyList_GET_ITEM(list, i));
+  if (PySequence_DelItem(list, i) < 0) return nullptr;
+  return item.release();
 }
 
 // lin + factor * other for two leaves (numbers, variables, terms, expressions). An expression
@@ -722,6 +717,7 @@ int nonlin_traverse(PyObject *self, visitproc visit, void *arg) {
   return 0;
 }
 
+// The collector's clear slot: the arguments are nulled before their release.
 int nonlin_clear(PyObject *self) {
   Py_CLEAR(as_node(self)->args);
   return 0;

@@ -24,6 +24,7 @@ PyObject *attr_create(PyObject *problem) {
 
 void attr_detach(PyObject *attr) { reinterpret_cast<attr_s *>(attr)->detached = 1; }
 
+// The deallocation slot releases the object's own field.
 static void attr_dealloc(PyObject *self) {
   Py_CLEAR(reinterpret_cast<attr_s *>(self)->dict);
   Py_TYPE(self)->tp_free(self);

@@ -36,6 +36,7 @@ static bool ctrl_problem_gone(ctrl_s *c) {
   return true;
 }
 
+// The deallocation slot releases the object's own field.
 static void ctrl_dealloc(PyObject *self) {
   Py_CLEAR(reinterpret_cast<ctrl_s *>(self)->dict);
   Py_TYPE(self)->tp_free(self);

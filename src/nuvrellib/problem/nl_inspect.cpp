@@ -3,6 +3,7 @@
 
 #include "module/alloc_buffer.h"
 #include "module/errors.h"
+#include "module/pyref.h"
 #include "nvrl.h"
 #include "problem/problem.h"
 
@@ -24,8 +25,8 @@ extern "C" __attribute__((visibility("default"))) PyObject *nvo_nl_coefs_py(PyOb
     return nullptr;
   if (n > 0 && NSLPgetcoefs(p->slpprob, &n, rows.data(), cols.data()) != 0)
     return setNvrlErrIfNull(problem, nullptr);
-  PyObject *result = PyList_New(0);
-  if (result == nullptr) return nullptr;
+  PyRef result(PyList_New(0));
+  if (!result) return nullptr;
   for (int k = 0; k < n; ++k) {
     int ntok = 0;
     double factor = 0.0;
@@ -36,21 +37,17 @@ extern "C" __attribute__((visibility("default"))) PyObject *nvo_nl_coefs_py(PyOb
         types.allocate(static_cast<size_t>(ntok)) != 0 ||
         values.allocate(static_cast<size_t>(ntok)) != 0 ||
         NSLPgetcoefformula(p->slpprob, rows[k], cols[k], &factor, 1, ntok, &ntok, types.data(),
-                           values.data()) != 0) {
-      Py_DECREF(result);
+                           values.data()) != 0)
       return setNvrlErrIfNull(problem, nullptr);
+    PyRef tokens(PyList_New(ntok));
+    if (!tokens) return nullptr;
+    for (int i = 0; i < ntok; ++i) {
+      PyObject *token = Py_BuildValue("(id)", types[i], values[i]);
+      if (token == nullptr) return nullptr;
+      PyList_SET_ITEM(tokens.get(), i, token);
     }
-    PyObject *tokens = PyList_New(ntok);
-    for (int i = 0; tokens != nullptr && i < ntok; ++i)
-      PyList_SET_ITEM(tokens, i, Py_BuildValue("(id)", types[i], values[i]));
-    PyObject *item = tokens != nullptr ? Py_BuildValue("(iidN)", rows[k], cols[k], factor, tokens)
-                                       : nullptr;
-    if (item == nullptr || PyList_Append(result, item) != 0) {
-      Py_XDECREF(item);
-      Py_DECREF(result);
-      return nullptr;
-    }
-    Py_DECREF(item);
+    PyRef item(Py_BuildValue("(iidN)", rows[k], cols[k], factor, tokens.release()));
+    if (!item || PyList_Append(result.get(), item.get()) != 0) return nullptr;
   }
-  return result;
+  return result.release();
 }

@@ -173,7 +173,8 @@ int problem_traverse(PyObject *self, visitproc visit, void *arg) {
 }
 
 // Breaks the cycles through the problem; the library handles stay until deallocation. A
-// problem without its lists answers as one never initialised.
+// problem without its lists answers as one never initialised. This and the deallocation slot
+// release raw fields, each nulled before its release.
 int problem_clear(PyObject *self) {
   problem_s *p = as_problem(self);
   {

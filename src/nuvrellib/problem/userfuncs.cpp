@@ -17,6 +17,8 @@ int nvo_userfuncs_copy(problem_s *dst, const problem_s *src) {
   for (Py_ssize_t i = 1; i <= n; ++i) {
     void *object = nullptr;
     if (NSLPgetuserfuncobject(dst->slpprob, static_cast<int>(i), &object) != 0) break;
+    // The library holds each user object as a plain pointer that owns one reference; the
+    // copied problem's pointers need their own.
     Py_XINCREF(static_cast<PyObject *>(object));
   }
   return 0;
