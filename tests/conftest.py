@@ -6,6 +6,7 @@ or the run_python fixture). The solver library is reached through its C interfac
 Helpers that several test files share live here too.
 """
 
+import csv
 import ctypes
 import gc
 import os
@@ -39,6 +40,16 @@ def _shared_data_dir():
 
 # Known at collection time, so that tests can be parametrised over its files.
 SHARED_DATA = _shared_data_dir()
+
+
+def data_instances(files=None):
+    """The rows of optima.csv (all, or those of the given files) as test parameters."""
+    table = SHARED_DATA / "optima.csv"
+    if not table.exists():
+        return [pytest.param(None, marks=pytest.mark.skip(reason=f"no test data in {SHARED_DATA}"))]
+    with table.open(newline="") as f:
+        return [pytest.param(row, id=row["file"]) for row in csv.DictReader(f)
+                if files is None or row["file"] in files]
 
 
 # Code for a child interpreter: a multi-dimensional knapsack p (binary x, rows W x <= cap,
@@ -118,6 +129,17 @@ def collect_cycles():
 @pytest.fixture
 def xyz():
     return nuvrel.var(name="x"), nuvrel.var(name="y"), nuvrel.var(name="z")
+
+
+def rss_bytes():
+    with open("/proc/self/statm") as f:
+        return int(f.read().split()[1]) * 4096
+
+
+def object_count():
+    """Live objects and allocated blocks after a collection: flat when nothing leaks."""
+    gc.collect()
+    return len(gc.get_objects()) + sys.getallocatedblocks()
 
 
 def same_objects(got, expected):

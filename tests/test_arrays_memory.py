@@ -10,15 +10,11 @@ import sys
 
 import numpy as np
 import pytest
+from conftest import rss_bytes
 
 import nuvrel as nv
 
 N_ROWS, N_COLS = 200, 250
-
-
-def rss_mb():
-    with open("/proc/self/statm") as f:
-        return int(f.read().split()[1]) * 4096 / 1e6
 
 
 @pytest.fixture(scope="module")
@@ -44,12 +40,12 @@ def test_building_and_dropping_arrays_is_flat(xy, build):
     probe = x[7, 11]
     build(x, y)  # the first round sizes the allocator's pools
     gc.collect()
-    before_count, before_rss = sys.getrefcount(probe), rss_mb()
+    before_count, before_rss = sys.getrefcount(probe), rss_bytes()
     for _ in range(10):
         build(x, y)
     gc.collect()
     assert sys.getrefcount(probe) == before_count
-    assert rss_mb() - before_rss < 8.0
+    assert rss_bytes() - before_rss < 8e6
 
 
 def test_element_references_follow_assignment():

@@ -1,10 +1,9 @@
 """Reading and writing problem files: test instances against their known optima, round trips
 through both formats, and the modelling objects rebuilt from a file."""
 
-import csv
-
 import pytest
 from conftest import SHARED_DATA as DATA
+from conftest import data_instances
 
 import nuvrel as nv
 
@@ -14,15 +13,6 @@ pytestmark = pytest.mark.usefixtures("quiet")
 # The engine solves and round-trips every instance; the module needs a MIP from an MPS file, a
 # model from an LP file and an infeasible LP read end to end.
 MODULE_INSTANCES = ["flugpl.mps", "semi-integer.lp", "galenet.mps"]
-
-
-def _instances():
-    table = DATA / "optima.csv"
-    if not table.exists():
-        return [pytest.param(None, marks=pytest.mark.skip(reason=f"no test data in {DATA}"))]
-    with table.open(newline="") as f:
-        return [pytest.param(row, id=row["file"]) for row in csv.DictReader(f)
-                if row["file"] in MODULE_INSTANCES]
 
 
 EXPECTED_STATUS = {("lp", "optimal"): "lp_optimal", ("mip", "optimal"): "mip_optimal",
@@ -71,7 +61,7 @@ def _describe(problem):
     return cols, rows, sets
 
 
-@pytest.mark.parametrize("row", _instances())
+@pytest.mark.parametrize("row", data_instances(MODULE_INSTANCES))
 def test_instance_solves_to_its_optimum_through_rebuilt_objects(row):
     p = nv.problem()
     p.read(str(DATA / row["file"]))

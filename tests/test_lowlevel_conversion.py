@@ -62,11 +62,6 @@ def _other_var(nv):
     return v
 
 
-def _deleted_x(p, x):
-    p.delVariable(x)
-    return x
-
-
 # (call on (p, x, y, z, c1, c2), exception, message). None of them may change anything.
 BAD = [
     (lambda nv, p, x, y, z, c1, c2: p.chgobj([0, 1], [1.0]), "ModelError",

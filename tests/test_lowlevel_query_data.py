@@ -2,22 +2,13 @@
 reloaded from those answers with loadproblem and solved to the same optimum; the reloaded
 problem answers every query as the original does."""
 
-import csv
-
 import pytest
 from conftest import SHARED_DATA as DATA
+from conftest import data_instances
 
 import nuvrel as nv
 
 pytestmark = pytest.mark.usefixtures("quiet")
-
-
-def _instances():
-    table = DATA / "optima.csv"
-    if not table.exists():
-        return [pytest.param(None, marks=pytest.mark.skip(reason=f"no test data in {DATA}"))]
-    with table.open(newline="") as f:
-        return [pytest.param(row, id=row["file"]) for row in csv.DictReader(f)]
 
 
 def _positions(objects):
@@ -106,7 +97,7 @@ def optimum(p):
     return status, (p.getObjVal() if status in ("lp_optimal", "mip_optimal") else None)
 
 
-@pytest.mark.parametrize("row", _instances())
+@pytest.mark.parametrize("row", data_instances())
 def test_instance_queried_reloaded_and_solved(row):
     p = nv.problem()
     p.read(str(DATA / row["file"]))

@@ -56,9 +56,10 @@ def test_node_limit_keeps_the_best_solution(nv):
     assert p.getObjVal() == pytest.approx(sum((s - t) ** 2 for s, t in zip(sol, targets)))
 
 
-def test_nonconvex_miqp_is_reported(nv):
+@pytest.mark.parametrize("mip", [False, True])
+def test_nonconvex_objective_is_reported(nv, mip):
     x = nv.var(lb=-1, ub=1)
-    b = nv.var(vartype=nv.binary)
+    b = nv.var(vartype=nv.binary if mip else nv.continuous)
     p = nv.problem(x, b, -x * x + b)
     with pytest.raises(nv.SolverError, match="determined to be nonconvex"):
         p.solve()

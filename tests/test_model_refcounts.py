@@ -1,26 +1,16 @@
 """Reference counts and memory: building and dropping modelling objects leaves nothing behind,
 on success and on every error path."""
 
-import gc
 import os
 import sys
 
 import numpy as np
 import pytest
+from conftest import object_count, rss_bytes
 
 import nuvrel as nv
 
 general = nv.expression._general
-
-
-def rss_bytes():
-    with open("/proc/self/statm") as f:
-        return int(f.read().split()[1]) * 4096
-
-
-def object_count():
-    gc.collect()
-    return len(gc.get_objects()) + sys.getallocatedblocks()
 
 
 OPERATIONS = [

@@ -2,12 +2,12 @@
 messages; reference counts of building and dropping trees; nonlinear bodies and objectives
 refused by problems."""
 
-import gc
 import math
 import sys
 
 import numpy as np
 import pytest
+from conftest import object_count
 
 import nuvrel as nv
 
@@ -113,11 +113,6 @@ def test_function_messages(call, message, name):
     assert str(err.value) == message.replace("%s", name)
 
 
-def _object_count():
-    gc.collect()
-    return len(gc.get_objects()) + sys.getallocatedblocks()
-
-
 BUILDS = [
     lambda x, y: x * nv.exp(y) + x ** 2 <= 1,
     lambda x, y: nv.Sum(nv.sin(v) for v in (x, y, x)) - 3,
@@ -154,8 +149,8 @@ def test_building_and_dropping_trees_leaves_nothing(build):
                 pass
 
     run(50)
-    before = _object_count()
+    before = object_count()
     refs = (sys.getrefcount(x), sys.getrefcount(y))
     run(2000)
-    assert _object_count() - before < 50
+    assert object_count() - before < 50
     assert (sys.getrefcount(x), sys.getrefcount(y)) == refs

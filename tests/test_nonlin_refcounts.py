@@ -2,22 +2,12 @@
 converting and adding them (also when conversion fails), and evaluating them leave object
 counts and memory flat."""
 
-import gc
 import sys
 
 import pytest
+from conftest import object_count, rss_bytes
 
 import nuvrel as nv
-
-
-def rss_bytes():
-    with open("/proc/self/statm") as f:
-        return int(f.read().split()[1]) * 4096
-
-
-def object_count():
-    gc.collect()
-    return len(gc.get_objects()) + sys.getallocatedblocks()
 
 
 @pytest.fixture

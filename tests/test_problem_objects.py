@@ -4,18 +4,9 @@ lists and index maps must stay in step with the solver's columns, rows and sets.
 import numpy as np
 import pytest
 from conftest import same_objects
+from lowlevel_support import in_step
 
 pytestmark = pytest.mark.usefixtures("quiet")
-
-
-def assert_in_step(p, nv):
-    """Every object's index is its list position, and the solver has as many items."""
-    variables = p.getVariable(first=0) if p.attributes.columns else []
-    constraints = p.getConstraint(first=0) if p.attributes.rows else []
-    assert len(variables) == p.attributes.columns
-    assert len(constraints) == p.attributes.rows
-    assert [p.getIndex(v) for v in variables] == list(range(len(variables)))
-    assert [p.getIndex(c) for c in constraints] == list(range(len(constraints)))
 
 
 COUNTS = ("columns", "rows", "sets", "indicators")
@@ -69,7 +60,7 @@ def test_add_errors_change_nothing(nv, method, make, message):
     with pytest.raises(nv.ModelError, match=message):
         getattr(p, method)(*make(nv, x, y, z, c))
     assert [getattr(p.attributes, k) for k in COUNTS] == [2, 1, 0, 0]
-    assert_in_step(p, nv)
+    in_step(p)
 
 
 def test_many_constraints_in_one_call_land_in_order(nv):
@@ -120,7 +111,7 @@ def test_deleting_renumbers_lists_and_maps(nv, kind, selection, remaining):
     for i in gone:
         with pytest.raises(nv.ModelError):
             p.getIndex(objects[i])
-    assert_in_step(p, nv)
+    in_step(p)
 
 
 @pytest.mark.parametrize("item", [
@@ -134,7 +125,7 @@ def test_one_item_may_be_named_in_every_form(nv, item):
     assert p.getVariable(index=item(x)) is x[1]
     p.delVariable(index=item(x))
     assert same_objects(p.getVariable(first=0), [x[0], x[2], x[3]])
-    assert_in_step(p, nv)
+    in_step(p)
 
 
 @pytest.mark.parametrize("selection, exc, message", [
@@ -225,7 +216,7 @@ def test_a_failed_call_leaves_the_problem_as_it_was(nv, method):
     good = [y, z] if method == "addVariable" else [x <= 1, x >= 0]
     with pytest.raises(nv.ModelError):
         getattr(p, method)(good, "not a model object")
-    assert_in_step(p, nv)
+    in_step(p)
     assert p.attributes.columns == 1 and p.attributes.rows == 0
     getattr(p, method)(good)  # the same objects are accepted afterwards
-    assert_in_step(p, nv)
+    in_step(p)

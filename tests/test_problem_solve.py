@@ -71,10 +71,3 @@ def test_setObjective_accepts_a_one_element_array_only(nv):
     assert p.getObjVal() == pytest.approx(7)
     with pytest.raises(nv.ModelError, match="Only one objective can be set"):
         p.setObjective(np.array([x, y], dtype=object))
-
-
-def test_nonconvex_objective_is_reported(nv):
-    x = nv.var(lb=-1, ub=1)
-    p = nv.problem(x, -x * x)
-    with pytest.raises(nv.SolverError, match="determined to be nonconvex"):
-        p.solve()

@@ -41,25 +41,28 @@ inline bool sameBits(const std::vector<double> &a, const std::vector<double> &b)
          (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
 }
 
-class FileTest : public nvtest::ProblemTest {
- protected:
-  void SetUp() override {
-    ASSERT_NO_FATAL_FAILURE(ProblemTest::SetUp());
+// A fresh directory of the running test's own, removed with the fixture. The process id keeps
+// concurrent runs of the same test (several builds) apart.
+class TestDir {
+ public:
+  explicit TestDir(const std::string &prefix) {
     const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string leaf = std::string(info->test_suite_name()) + "_" + info->name();
     std::replace(leaf.begin(), leaf.end(), '/', '_');
-    // The process id keeps concurrent runs of the same test (several builds) apart.
     dir = std::filesystem::path(::testing::TempDir()) /
-          ("nvrl_io_" + std::to_string(getpid()) + "_" + leaf);
+          (prefix + std::to_string(getpid()) + "_" + leaf);
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
   }
-  void TearDown() override {
-    ProblemTest::TearDown();
-    std::filesystem::remove_all(dir);
-  }
-
+  ~TestDir() { std::filesystem::remove_all(dir); }
   std::string path(const std::string &leaf) const { return (dir / leaf).string(); }
+
+  std::filesystem::path dir;
+};
+
+class FileTest : public nvtest::ProblemTest, public TestDir {
+ protected:
+  FileTest() : TestDir("nvrl_io_") {}
 
   std::string writeText(const std::string &leaf, const std::string &text) const {
     std::string p = path(leaf);
@@ -73,8 +76,6 @@ class FileTest : public nvtest::ProblemTest {
     EXPECT_EQ(NVRLreadprob(prob, p.c_str(), ""), 0) << lastError();
     return prob->model;
   }
-
-  std::filesystem::path dir;
 };
 
 inline void expectSameModel(const nvrl::Model &a, const nvrl::Model &b,

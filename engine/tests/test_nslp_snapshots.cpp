@@ -13,22 +13,17 @@
 #include "core/registry.h"
 #include "lp_data/snapshot.h"
 #include "solve/solution_files.h"
+#include "test_io_support.h"
 #include "test_nslp_support.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 namespace snap = nvrl::snap;
 using nslptest::attributes;
 using nslptest::expectSameData;
 using nslptest::sameBits;
 
-std::string readBytes(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
+using iotest::readBytes;
 
 void expectSameState(const nvrl::SlpState &a, const nvrl::SlpState &b) {
   // A restored problem is not presolved (the presolved form is not saved).
@@ -52,28 +47,21 @@ void expectSameState(const nvrl::SlpState &a, const nvrl::SlpState &b) {
 }
 
 // A second problem pair to restore into, and a directory for the files.
-class SlpSnapshotTest : public nslptest::NslpTest {
+class SlpSnapshotTest : public nslptest::NslpTest, public iotest::TestDir {
  protected:
+  SlpSnapshotTest() : TestDir("nvrl_slpsnap_") {}
   void SetUp() override {
     ASSERT_NO_FATAL_FAILURE(NslpTest::SetUp());
     ASSERT_EQ(0, NVRLcreateprob(&prob2));
     ASSERT_EQ(0, NSLPcreateprob(&slp2, &prob2));
     NSLPsetintcontrol(slp2, NSLP_CTRL_LOG_LEVEL, 0);
     NVRLsetintcontrol(prob2, NVRL_CTRL_LOG_LEVEL, 0);
-    const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string leaf = std::string(info->test_suite_name()) + "_" + info->name();
-    std::replace(leaf.begin(), leaf.end(), '/', '_');
-    dir = fs::path(::testing::TempDir()) / ("nvrl_slpsnap_" + std::to_string(getpid()) + "_" + leaf);
-    fs::remove_all(dir);
-    fs::create_directories(dir);
   }
   void TearDown() override {
     NSLPdestroyprob(slp2);
     NVRLdestroyprob(prob2);
     NslpTest::TearDown();
-    fs::remove_all(dir);
   }
-  std::string path(const std::string &leaf) const { return (dir / leaf).string(); }
   std::string error2() const {
     char msg[NVRL_MAXMESSAGELEN] = {};
     NSLPgetlasterror(slp2, nullptr, msg);
@@ -90,7 +78,6 @@ class SlpSnapshotTest : public nslptest::NslpTest {
   }
   NVRLprob prob2 = nullptr;
   NSLPprob slp2 = nullptr;
-  fs::path dir;
 };
 
 // ----- The nonlinear test problems -----------------------------------------------------
