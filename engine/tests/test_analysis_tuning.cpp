@@ -121,16 +121,6 @@ TEST_F(TuneTest, TimeLimitsBoundAMipTune) {
   EXPECT_NE(std::find(defaults.begin(), defaults.end(), won), defaults.end()) << won;
 }
 
-TEST_F(TuneTest, MethodFileRoundTrip) {
-  readData("small_mip.mps");
-  ASSERT_EQ(NVRLtunerwritemethod(prob, path.c_str()), 0) << lastError();
-  const std::string first = withoutComments(slurp(path));
-  EXPECT_NE(first.find("tree_search 1"), std::string::npos) << "a MIP's default method";
-  ASSERT_EQ(NVRLtunerreadmethod(prob, path.c_str()), 0) << lastError();
-  ASSERT_EQ(NVRLtunerwritemethod(prob, path.c_str()), 0) << lastError();
-  EXPECT_EQ(withoutComments(slurp(path)), first);
-}
-
 struct BadMethod {
   const char *label;
   const char *text;
@@ -154,25 +144,9 @@ INSTANTIATE_TEST_SUITE_P(
     Files, TuneBadMethod,
     ::testing::Values(BadMethod{"unknown", "combination\nno_such_control 1\n", "no_such_control"},
                       BadMethod{"string", "mps_rhs_name x\n", "not a numerical control"},
-                      BadMethod{"attribute", "rows 3\n", "not a numerical control"},
                       BadMethod{"range", "presolve 2\n", "line 1: presolve 2"},
                       BadMethod{"fraction", "combination\n\npresolve 0.5\n", "line 3"},
-                      BadMethod{"two_values", "presolve 0 1\n", "one value"},
                       BadMethod{"empty", "# nothing\n", "no combination"}),
     nvtest::byLabel);
-
-TEST_F(TuneTest, BadCallsFail) {
-  readData("afiro.mps");
-  EXPECT_NE(NVRLtune(prob, "x"), 0);
-  EXPECT_NE(lastError().find("unknown flag 'x'"), std::string::npos) << lastError();
-  EXPECT_NE(NVRLtunerreadmethod(prob, "/nonexistent/dir/method.txt"), 0);
-  EXPECT_NE(NVRLtunerwritemethod(prob, "/nonexistent/dir/method.txt"), 0);
-  EXPECT_NE(NVRLtunerreadmethod(prob, nullptr), 0);
-  NVRLprob empty = nullptr;
-  ASSERT_EQ(NVRLcreateprob(&empty), 0);
-  EXPECT_NE(NVRLtune(empty, ""), 0);
-  EXPECT_NE(lastError(empty).find("no columns"), std::string::npos);
-  NVRLdestroyprob(empty);
-}
 
 }  // namespace
