@@ -1095,7 +1095,7 @@ NVRL_API int NVRLgetglobal64(NVRLprob prob, int *nentities, int *nsets, char col
  * new rows, or the old ones with 'k'), no duals or basis; lp_status/mip_status read optimal
  * after a phase 2 that reached its optimum, else unfinished/solution. Flags: 'k' keep the
  * rhs and bounds, 'r' log each relaxation, blanks ignored. *status receives an
- * NVRL_REPAIR_...; with any other status than optimal or limit the problem is unchanged. */
+ * NVRL_REPAIR_...; when phase 1 found no point (status 1, 3 or 4) nothing changes. */
 #define NVRL_REPAIR_OPTIMAL 0    /* relaxed optimum found (and phase 2 done when asked) */
 #define NVRL_REPAIR_INFEASIBLE 1 /* even the relaxation is infeasible */
 #define NVRL_REPAIR_UNBOUNDED 2  /* phase 2 unbounded: phase 1's relaxation applied */

@@ -109,8 +109,8 @@ PyDoc_STRVAR(repairweightedinfeasbounds_doc,
              "repairweightedinfeas with each relaxation limited by lerelax, gerelax (per row)\n"
              "and lbrelax, ubrelax (per column); 1e20 means no limit. Returns the repair\n"
              "status.\n\n"
-             "Example: p.repairweightedinfeasbounds(None, [1], None, [1], [0], [1e20], [0], [2],\n"
-             "                                      'n', 0, '')");
+             "Example: p.repairweightedinfeasbounds([1, 1], [1, 1], None, [1] * 5, [1e20] * 2,\n"
+             "                                      [1e20] * 2, [0] * 5, [2] * 5, 'n', 0, '')");
 
 PyObject *NVRL_PY_repairweightedinfeasbounds(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"lepref",  "gepref",  "lbpref",  "ubpref", "lerelax", "gerelax",

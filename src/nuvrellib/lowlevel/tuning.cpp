@@ -41,7 +41,7 @@ PyDoc_STRVAR(tunerreadmethod_doc,
              "Reads a tuner method file: lines 'combination' each starting a combination of\n"
              "controls, then one 'name value' line per control; '#' starts a comment. The next\n"
              "tune runs these combinations.\n\n"
-             "Example: p.tunerreadmethod('method.txt'); p.tune()");
+             "Example: p.tunerwritemethod('method.txt'); p.tunerreadmethod('method.txt'); p.tune()");
 
 PyDoc_STRVAR(tunerwritemethod_doc,
              "tunerwritemethod(methodfile)\n\n"
