@@ -230,6 +230,10 @@ typedef struct {
 #define NVRL_CTRL_CROSSOVER 8009 /* int */
 #define NVRL_CTRL_TREE_SEARCH 8020 /* int */
 #define NVRL_CTRL_LOAD_LOG 8035 /* int */
+#define NVRL_CTRL_REPAIR_BIG_M 8110 /* double */
+#define NVRL_CTRL_TUNER_TIME_LIMIT 8111 /* double */
+#define NVRL_CTRL_TUNER_RUN_TIME_LIMIT 8112 /* double */
+#define NVRL_CTRL_MIP_HEURISTIC_EFFORT 8113 /* double */
 #define NVRL_CTRL_RANDOM_SEED 22013 /* int */
 /* Optimiser attributes (NVRLget...attrib) */
 #define NVRL_ATTR_ROWS 1001 /* int */
@@ -1073,6 +1077,55 @@ NVRL_API int NVRLgetglobal64(NVRLprob prob, int *nentities, int *nsets, char col
 /* ----- Irreducible infeasible sets ----------------------------------------------------- */
 
 /* ----- Repairing infeasibility --------------------------------------------------------- */
+/* The repair solves a relaxation of the problem as a problem of its own (with the problem's
+ * controls; a MIP when the problem has global entities): each row side and bound whose
+ * preference is positive gets a violation amount v >= 0 ("<=" side: activity - v <= rhs; ">="
+ * side: activity + v >= rhs; bounds: lb - v <= x <= ub + v) costing weight w = 1/preference.
+ * A preference of 0 or less means "may not be relaxed". Equality and range rows have both
+ * sides; infinite bounds and the bounds of binary, semi-continuous and semi-integer columns
+ * are never relaxed. Penalty types: 's' sum of w*v, 'q' sum of w*v^2 (a QP), 'c' sum of w
+ * over the relaxed items (a binary z per item with v <= M*z, M = the repair_big_m control or
+ * the item's relaxation limit, plus 1e-6*w*v to keep amounts no larger than needed). Phase 2:
+ * 'n' keep the point of least penalty; 'o' optimise the problem's own objective among the
+ * relaxations whose penalty is at most (1+delta) times the least; 'f' optimise it among those
+ * relaxing each item at most as much as the least-penalty point does.
+ * On a relaxed optimum (or a point found before a limit stopped phase 1) the problem's rhs,
+ * ranges and bounds move by the amounts found (those above the feasibility tolerance), unless
+ * the flags hold 'k', and the point becomes the problem's solution: x and slacks (against the
+ * new rows, or the old ones with 'k'), no duals or basis; lp_status/mip_status read optimal
+ * after a phase 2 that reached its optimum, else unfinished/solution. Flags: 'k' keep the
+ * rhs and bounds, 'r' log each relaxation, blanks ignored. *status receives an
+ * NVRL_REPAIR_...; when phase 1 found no point (status 1, 3 or 4) nothing changes. */
+#define NVRL_REPAIR_OPTIMAL 0    /* relaxed optimum found (and phase 2 done when asked) */
+#define NVRL_REPAIR_INFEASIBLE 1 /* even the relaxation is infeasible */
+#define NVRL_REPAIR_UNBOUNDED 2  /* phase 2 unbounded: phase 1's relaxation applied */
+#define NVRL_REPAIR_LIMIT 3      /* a limit or interrupt stopped a phase */
+#define NVRL_REPAIR_ERROR 4      /* the solver gave no verdict */
+/* The same preferences for every row side and bound: lepref for "<=" sides, gepref for ">="
+ * sides, lbpref and ubpref for bounds; penalty 's', 'q' or 'c'; flags one letter ('k', 'r',
+ * or ' ', '0', '\0' for none). Fails on a null status, an unknown letter, a non-finite
+ * preference or a delta below 0, changing nothing. */
+NVRL_API int NVRLrepairinfeas(NVRLprob prob, int *status, char penalty, char phase2, char flags,
+                              double lepref, double gepref, double lbpref, double ubpref,
+                              double delta);
+/* Preferences per row (lepref, gepref: rows entries) and per column (lbpref, ubpref: cols
+ * entries); a null array relaxes nothing of its kind. flags: an optional penalty letter
+ * ('s' by default, 'q', 'c') and 'k', 'r'. Fails as NVRLrepairinfeas and on a NaN or
+ * infinite preference. */
+NVRL_API int NVRLrepairweightedinfeas(NVRLprob prob, int *status, const double lepref[],
+                                      const double gepref[], const double lbpref[],
+                                      const double ubpref[], char phase2, double delta,
+                                      const char *flags);
+/* NVRLrepairweightedinfeas with each amount limited by the relaxation arrays (lerelax,
+ * gerelax: rows entries; lbrelax, ubrelax: cols entries; 1e20 and beyond: no limit), all
+ * four required. Fails also on a null or negative (or NaN) relaxation entry. */
+NVRL_API int NVRLrepairweightedinfeasbounds(NVRLprob prob, int *status, const double lepref[],
+                                            const double gepref[], const double lbpref[],
+                                            const double ubpref[], const double lerelax[],
+                                            const double gerelax[], const double lbrelax[],
+                                            const double ubrelax[], char phase2, double delta,
+                                            const char *flags);
+
 
 /* ===== Sensitivity, basis solves and recomputed answers ================================ */
 
@@ -1083,6 +1136,31 @@ NVRL_API int NVRLgetglobal64(NVRLprob prob, int *nentities, int *nsets, char col
 /* ===== Tuning, directives, bases and solution files ==================================== */
 
 /* ----- Tuning -------------------------------------------------------------------------- */
+/* The tuner solves the problem once per combination of controls of its method, each run
+ * starting afresh (no warm start) under a time limit: the smaller of tuner_run_time_limit and
+ * what remains of tuner_time_limit (0: none). Every other control keeps the problem's value.
+ * The default method for an LP (or with flag 'l') is the problem's own controls, then
+ * lp_algorithm 2, 3 and 4 with presolve on, then 2 and 3 with presolve off; for a MIP it is
+ * the problem's own controls, presolve 0, mip_heuristic_effort 0 and 0.3, and tree_search 1.
+ * A run that finishes (an optimum or a proof of infeasibility or unboundedness) beats one that
+ * stops at a limit; finished runs rank by time, stopped MIP runs by their gap and then their
+ * best objective. The best combination's controls are applied to the problem, which is left
+ * without answers. flags: 'l' tune NVRLlpoptimize even for a problem with global entities;
+ * blanks ignored. Stops early, keeping the best so far, when the tuner's time is up or a run
+ * is interrupted (NVRLinterrupt, SIGINT). Fails on an unknown flag, when the problem has no
+ * columns, or when a run fails (the controls are then as before the call). */
+NVRL_API int NVRLtune(NVRLprob prob, const char *flags);
+/* Writes a method file: text, one "name value" line per control, combinations separated by
+ * blank lines, "#" starting a comment line. After a tune it holds the best combination alone;
+ * otherwise the combinations the next tune would run (those read by NVRLtunerreadmethod, or
+ * the default method for the problem as it is). Fails on a null name or an unwritable file. */
+NVRL_API int NVRLtunerwritemethod(NVRLprob prob, const char *methodfile);
+/* Reads a method file (the format above) and makes its combinations the ones the next tunes
+ * run, in order. Fails, keeping the previous method, on a null name, an unreadable file, an
+ * unknown or non-optimiser control, a value of the wrong type or out of range, or a file
+ * without any combination. */
+NVRL_API int NVRLtunerreadmethod(NVRLprob prob, const char *methodfile);
+
 
 /* ----- Branching directives ------------------------------------------------------------ */
 

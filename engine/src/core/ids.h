@@ -74,6 +74,10 @@ constexpr int kBarIterLimit = NVRL_CTRL_BARRIER_ITERATION_LIMIT;        // int, 
 constexpr int kCrossover = NVRL_CTRL_CROSSOVER;           // int, 0 off, 1 on
 constexpr int kLoadLog = NVRL_CTRL_LOAD_LOG;             // int, loading writes a log line
 constexpr int kRandomSeed = NVRL_CTRL_RANDOM_SEED;         // int
+constexpr int kRepairBigM = NVRL_CTRL_REPAIR_BIG_M;          // double, the count penalty's big M
+constexpr int kTunerTimeLimit = NVRL_CTRL_TUNER_TIME_LIMIT;   // double, seconds, 0 none
+constexpr int kTunerRunTimeLimit = NVRL_CTRL_TUNER_RUN_TIME_LIMIT;  // double, seconds, 0 none
+constexpr int kMipHeuristicEffort = NVRL_CTRL_MIP_HEURISTIC_EFFORT;  // double, 0..1
 constexpr int kTreeSearch = NVRL_CTRL_TREE_SEARCH;         // int, 1: the engine's own branch and bound for MIPs
 
 // ---- nonlinear solver ----

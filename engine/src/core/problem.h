@@ -227,6 +227,8 @@ struct nvrl_problem_s : nvrl_object_s {
   // The nonlinear problems stacked on this one (not owned; each removes itself when it is
   // destroyed).
   std::vector<nvrl::StoreDependent *> dependents;
+  // The tuner's method and its last result (analysis/), kept with the problem it tunes.
+  std::shared_ptr<void> tuner;
 
   // Records an error (message formatted printf-style) and returns its non-zero code.
   int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));

@@ -150,6 +150,15 @@ const ParamInfo kTable[] = {
            "1: MIPs are solved by the engine's own branch and bound on LP relaxations instead "
            "of HiGHS's MIP solver; MIPs with a quadratic objective always are."),
     intCtl(8035, "load_log", 1, 0, 1, "1 when loading a problem writes a log line, 0 not."),
+    dblCtl(8110, "repair_big_m", 1e5, 1.0, 1e15,
+           "Largest violation the count penalty of a repair allows for a row side or bound "
+           "without a relaxation limit of its own."),
+    dblCtl(8111, "tuner_time_limit", 0.0, 0.0, kNoLimit,
+           "Seconds the tuner may run in all; 0 or 1e20 and beyond: no limit."),
+    dblCtl(8112, "tuner_run_time_limit", 0.0, 0.0, kNoLimit,
+           "Seconds each of the tuner's runs may take; 0 or 1e20 and beyond: no limit."),
+    dblCtl(8113, "mip_heuristic_effort", 0.05, 0.0, 1.0,
+           "Share of a MIP search's effort spent on primal heuristics."),
     intCtl(22013, "random_seed", 0, 0, kIntMax,
            "Seed of the optimiser's random choices."),
 

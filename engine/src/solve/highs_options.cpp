@@ -98,6 +98,7 @@ void applyControls(void *h, const nvrl_problem_s *p, const SolveFlags &flags, bo
   Highs_setIntOptionValue(h, "qp_iteration_limit", countLimit(qpLimit > 0 ? qpLimit : qpCap));
 
   Highs_setStringOptionValue(h, "presolve", getIntControl(p, id::kPresolve) ? "choose" : "off");
+  Highs_setDoubleOptionValue(h, "mip_heuristic_effort", getDblControl(p, id::kMipHeuristicEffort));
   Highs_setStringOptionValue(h, "run_crossover", getIntControl(p, id::kCrossover) ? "on" : "off");
 
   const int64_t seed = getIntControl(p, id::kRandomSeed);

@@ -16,6 +16,8 @@ extern PyMethodDef problem_methods_loading[];    // lowlevel/loading.cpp: loadpr
 extern PyMethodDef problem_methods_changes[];    // lowlevel/changes.cpp: chg..., add..., del... by arrays
 extern PyMethodDef problem_methods_queries_matrix[];    // lowlevel/queries_matrix.cpp
 extern PyMethodDef problem_methods_queries_solution[];  // lowlevel/queries_solution.cpp
+extern PyMethodDef problem_methods_repair[];    // lowlevel/repair.cpp: repairinfeas and its weighted forms
+extern PyMethodDef problem_methods_tuning[];    // lowlevel/tuning.cpp: tune and the tuner's method files
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.
