@@ -216,10 +216,17 @@ NVRL_API int NVRLcrossoverlpsol(NVRLprob prob, int *status) NVRL_TRY {
   for (int i = 0; i < L.user_rows; ++i)
     if (L.user_row_to_highs[i] >= 0) rowd[L.user_row_to_highs[i]] = s.duals[i];
   const auto t0 = std::chrono::steady_clock::now();
-  const HighsInt rc = Highs_crossover(h, L.cols(), L.rows(), x.data(), dj.data(), rowd.data());
+  HighsInt rc = Highs_crossover(h, L.cols(), L.rows(), x.data(), dj.data(), rowd.data());
+  if (rc == kHighsStatusError || Highs_getModelStatus(h) != kHighsModelStatusOptimal) {
+    // HiGHS's crossover refuses some points (it wants its own barrier's); the simplex then
+    // finds a basic optimum of the same LP, from its current state.
+    Highs_setStringOptionValue(h, "solver", "simplex");
+    rc = Highs_run(h);
+  }
   HighsInt valid = 0;
   Highs_getIntInfoValue(h, "basis_validity", &valid);
-  if (rc == kHighsStatusError || valid != kHighsBasisValidityValid) {
+  if (rc == kHighsStatusError || Highs_getModelStatus(h) != kHighsModelStatusOptimal ||
+      valid != kHighsBasisValidityValid) {
     if (status) *status = 2;
     return 0;
   }

@@ -16,25 +16,19 @@ struct Item {
 
 // One knapsack sum a_k y_k <= b over binaries y (x or 1 - x): a cover C (sum over C of a > b)
 // gives sum_C y <= |C| - 1, extended by every item at least as heavy as the heaviest of C.
-bool coverCut(std::vector<Item> &items, double b, double minViolation, Cut &cut, double &violation) {
-  double total = 0.0;
-  for (const Item &it : items) total += it.a;
-  if (b < 0.0 || total <= b + 1e-9) return false;
-  // Greedy: items the point holds near 1 are cheap to put in the cover, per unit of weight.
-  std::sort(items.begin(), items.end(), [](const Item &p, const Item &q) {
-    return (1.0 - p.v) * q.a < (1.0 - q.v) * p.a;
-  });
+// The items are taken into the cover in the given order.
+bool coverFromOrder(const std::vector<Item> &items, const std::vector<size_t> &order, double b,
+                    Cut &cut, double &violation) {
   std::vector<char> in(items.size(), 0);
   double w = 0.0;
-  size_t k = 0;
-  for (; k < items.size() && w <= b + 1e-9; ++k) {
-    in[k] = 1;
-    w += items[k].a;
+  std::vector<size_t> members;
+  for (size_t k = 0; k < order.size() && w <= b + 1e-9; ++k) {
+    in[order[k]] = 1;
+    w += items[order[k]].a;
+    members.push_back(order[k]);
   }
   if (w <= b + 1e-9) return false;
   // Minimal: drop the members the point holds lowest while the rest still covers.
-  std::vector<size_t> members;
-  for (size_t i = 0; i < k; ++i) members.push_back(i);
   std::sort(members.begin(), members.end(), [&](size_t p, size_t q) { return items[p].v < items[q].v; });
   for (size_t i : members)
     if (w - items[i].a > b + 1e-9) {
@@ -54,7 +48,6 @@ bool coverCut(std::vector<Item> &items, double b, double minViolation, Cut &cut,
       lhs += items[i].v;
     }
   violation = lhs - (size - 1);
-  if (violation <= minViolation) return false;
   cut.index.clear();
   cut.value.clear();
   cut.rhs = size - 1;
@@ -66,6 +59,34 @@ bool coverCut(std::vector<Item> &items, double b, double minViolation, Cut &cut,
     if (items[i].complement) cut.rhs -= 1.0;
   }
   return true;
+}
+
+// The more violated cover of two greedy orders: by (1 - y) per unit of weight (the classic
+// one), and by y alone, which finds the cover of an LP vertex (its items at 1 and the
+// fractional one) when a heavy item at 0 would come first in the classic order.
+bool coverCut(const std::vector<Item> &items, double b, double minViolation, Cut &cut,
+              double &violation) {
+  double total = 0.0;
+  for (const Item &it : items) total += it.a;
+  if (b < 0.0 || total <= b + 1e-9) return false;
+  std::vector<size_t> order(items.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+  violation = -1.0;
+  for (int pass = 0; pass < 2; ++pass) {
+    if (pass == 0)
+      std::sort(order.begin(), order.end(), [&](size_t p, size_t q) {
+        return (1.0 - items[p].v) * items[q].a < (1.0 - items[q].v) * items[p].a;
+      });
+    else
+      std::sort(order.begin(), order.end(), [&](size_t p, size_t q) { return items[p].v > items[q].v; });
+    Cut c;
+    double v = 0.0;
+    if (coverFromOrder(items, order, b, c, v) && v > violation) {
+      violation = v;
+      cut = std::move(c);
+    }
+  }
+  return violation > minViolation;
 }
 
 }  // namespace
