@@ -11,7 +11,8 @@ Each instance is solved through the nuvrel module (relative gap 1e-6) and timed.
 --scip, pyscipopt is installed into a separate virtual environment (build/bench-scip, never
 into the package's dependencies) and a child process there solves the same instances (the
 quadratic objective as an epigraph row); the script then prints the time ratio engine/SCIP
-per instance, their median (target <= 2) and whether the optima agree. When that
+per instance, their median over the instances both finish within the time limit (target <= 2;
+it says how many), the instances either leaves unfinished, and whether the optima agree. When that
 environment cannot be set up (no network), the script says so and reports the engine alone.
 
 With --mips the tree search (control tree_search = 1) is also run against HiGHS's MIP solver
