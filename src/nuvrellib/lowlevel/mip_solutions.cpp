@@ -40,7 +40,7 @@ PyDoc_STRVAR(loadmipsol_doc,
              "Checks the full solution x (one value per column) and, when it is feasible and\n"
              "better than the current MIP solution, makes it the problem's MIP solution. Returns\n"
              "0 loaded, 1 infeasible, 2 feasible but not better.\n\n"
-             "Example: status = p.loadmipsol([1, 0, 2.5])");
+             "Example: status = p.loadmipsol([1, 3, 0, 0, 0])");
 
 PyObject *NVRL_PY_loadmipsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"x", nullptr};
@@ -96,7 +96,7 @@ PyDoc_STRVAR(refinemipsol_doc,
              "continuous columns again; the list refined_solution is filled with the result.\n"
              "options 1 also makes it the problem's MIP solution when better. Returns 0 refined,\n"
              "1 no feasible point with these integer decisions, 2 no answer in time.\n\n"
-             "Example: r = []; status = p.refinemipsol(0, '', x, r)");
+             "Example: r = []; status = p.refinemipsol(0, '', [1, 3, 0, 0, 0], r)");
 
 PyObject *NVRL_PY_refinemipsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"options", "flags", "solution", "refined_solution", nullptr};
@@ -151,7 +151,7 @@ PyDoc_STRVAR(fixglobals_doc,
              "Fixes the integer, semi-continuous and partially integer columns and the zero set\n"
              "members at their values in the current MIP solution; options 1 rounds values\n"
              "that are not integral, 0 refuses them.\n\n"
-             "Example: p.fixglobals(1); p.lpoptimize()");
+             "Example: p.loadmipsol([1, 3, 0, 0, 0]); p.fixglobals(1)");
 
 PyObject *NVRL_PY_fixglobals(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"options", nullptr};
@@ -181,7 +181,7 @@ PyDoc_STRVAR(scale_doc,
              "Checks scale factors given as power-of-two exponents, one per row and one per\n"
              "column (each -64 to 64). The problem is scaled by HiGHS at each solve, so the\n"
              "factors change nothing.\n\n"
-             "Example: p.scale([0, 1], [0, 0, -1])");
+             "Example: p.scale([0, 1], [0, 0, -1, 0, 0])");
 
 PyObject *NVRL_PY_scale(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"rowscale", "colscale", nullptr};
