@@ -1167,6 +1167,61 @@ NVRL_API int NVRLtunerreadmethod(NVRLprob prob, const char *methodfile);
 /* ----- Basis, solution and snapshot files, logging and messages ------------------------ */
 
 /* ----- MIP solutions and solver operations --------------------------------------------- */
+/* Gives a solution for the next MIP solve (NVRLmipoptimize) to start from: the values
+ * solval[0..length-1] of columns colind[0..length-1], or of all COLS columns in order when colind
+ * is null (length must then be COLS). Several may be given; name (may be null) names the
+ * solution in the log. When the solve starts, each is completed by fixing its columns
+ * (integer columns at their nearest integer) and solving for the others; the feasible ones
+ * become the search's first incumbents, the rest are dropped with a log line. The solve
+ * consumes them. Fails for a length below 1, an index out of range or repeated, or a value
+ * that is not finite; values off integrality are rejected only at the solve. */
+NVRL_API int NVRLaddmipsol(NVRLprob prob, int length, const double solval[], const int colind[],
+                           const char *name);
+/* Checks the full solution x (COLS values) against every bound, row and global entity and,
+ * when it is feasible and better than the problem's MIP solution (or there is none), makes it
+ * that solution (MIP status NVRL_MIP_SOLUTION, objective and slacks computed from x). A
+ * feasible x is also kept as a start for the next MIP solve, as NVRLaddmipsol does. *status
+ * (may be null): 0 loaded, 1 infeasible, 2 feasible but not better. Fails for a null x, a
+ * value that is not finite, or a problem with quadratic rows. */
+NVRL_API int NVRLloadmipsol(NVRLprob prob, const double x[], int *status);
+/* Refines the MIP solution `solution` (COLS values): its integer decisions (integer columns
+ * at their rounded values, semi-continuous columns off or on, set members at zero) are kept
+ * and the continuous columns solved again as an LP or QP; refined (COLS values) receives the
+ * result, or a copy of solution when there is none. options 1 also makes the refined solution
+ * the problem's MIP solution when it is better (as NVRLloadmipsol), 0 does not. flags: none are
+ * defined (null or ""). *status (may be null): 0 refined, 1 the integer decisions admit no
+ * feasible point, 2 no answer within the time limit. */
+NVRL_API int NVRLrefinemipsol(NVRLprob prob, int options, const char *flags,
+                              const double solution[], double refined[], int *status);
+/* Crosses the last LP solution (a barrier run with crossover off) over to a basic solution;
+ * the answers are then those of the basis. *status (may be null): 0 done, 1 the solution was
+ * basic already, 2 crossover failed (answers unchanged). Fails without an LP solution with
+ * duals, or for a QP. */
+NVRL_API int NVRLcrossoverlpsol(NVRLprob prob, int *status);
+/* Fixes the global entities at their values in the current MIP solution: integer and binary
+ * columns (at the value, which options 1 rounds to the nearest integer), semi-continuous,
+ * semi-integer and partially integer columns (which become continuous at their value) and
+ * set members that are zero. The MIP solution is then gone (the model changed). Fails
+ * without a MIP solution, for options other than 0 and 1, or, with options 0, for a value
+ * farther than miptol from an integer (nothing is changed). */
+NVRL_API int NVRLfixglobals(NVRLprob prob, int options);
+/* The library keeps no presolved form (HiGHS presolves and postsolves inside each solve):
+ * there is nothing to postsolve and the call only checks the handle. */
+NVRL_API int NVRLpostsolve(NVRLprob prob);
+/* Checks scale factors given as power-of-two exponents, rowscale (ROWS) and colscale (COLS),
+ * either may be null; every exponent must lie in -64 .. 64. The store is not scaled: HiGHS
+ * scales its own copy of the problem at each solve, so the call changes nothing. */
+NVRL_API int NVRLscale(NVRLprob prob, const int rowscale[], const int colscale[]);
+/* Expresses the row sum_k origrowcoef[k] x[origcolind[k]] (rowtype 'L', 'G' or 'E') origrhs of
+ * the problem in the presolved problem's columns: the presolved problem is the problem itself
+ * (see NVRLgetpresolvemap), so columns keep their indices; repeated columns are summed and
+ * fixed columns (equal bounds) move into the right-hand side *rhs. *ncoefs receives the count;
+ * when it exceeds maxcoefs nothing else is written and *status (may be null) is 1, else
+ * colind and rowcoef receive the entries and *status is 0. */
+NVRL_API int NVRLpresolverow(NVRLprob prob, char rowtype, int norigcoefs, const int origcolind[],
+                             const double origrowcoef[], double origrhs, int maxcoefs,
+                             int *ncoefs, int colind[], double rowcoef[], double *rhs,
+                             int *status);
 
 /* ===== Nonlinear solver ================================================================ */
 /* Nonlinear problems are stacked on an optimiser problem. Every call below that takes an

@@ -13,6 +13,7 @@
 #include "solve/highs_session.h"
 #include "solve/interrupts.h"
 #include "solve/lowered_model.h"
+#include "solve/mip_starts.h"
 #include "solve/qp_verdict.h"
 #include "solve/quadratic_rows.h"
 #include "solve/run_callbacks.h"
@@ -140,6 +141,18 @@ int solve(nvrl_problem_s *p, const char *flags, bool mipCall) {
            threads);
 
   if (tree) return treeSearch()(p, session, t0, log);
+  if (mip) {
+    // HiGHS takes one starting solution: the best of the user's.
+    const std::vector<CompletedStart> starts = completeStarts(p, h, log);
+    const CompletedStart *best = nullptr;
+    for (const CompletedStart &c : starts)
+      if (!best || m.objsense * (c.objective - best->objective) < 0.0) best = &c;
+    // The completion lowered the model as this solve did, so its point fits HiGHS's columns.
+    if (best && static_cast<int>(best->lowered.size()) == L.cols() &&
+        Highs_setSolution(h, best->lowered.data(), nullptr, nullptr, nullptr) == kHighsStatusError &&
+        log)
+      p->log(NVRL_MSG_WARNING, "HiGHS did not take the user's solution as a start");
+  }
 
   RunContext ctx;
   ctx.p = p;

@@ -18,9 +18,10 @@ class SearchLog {
 
   SearchLog(nvrl_problem_s *p, bool on, int sense, std::chrono::steady_clock::time_point start);
   void header(const LoweredModel &L, int integers, size_t semis, size_t partials, size_t sets);
-  // mark: ' ' periodic, '*' solution at a node, 'R' rounding, 'D' diving.
+  // mark: ' ' periodic, '*' solution at a node, 'R' rounding, 'D' diving, 'U' the user's.
   void line(char mark, int64_t nodes, size_t open, bool haveIncumbent, double incumbent,
             double bound);
+  bool on() const { return on_; }
   // Whether a periodic line is due.
   bool due(int64_t nodes) const;
 

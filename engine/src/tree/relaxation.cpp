@@ -12,8 +12,8 @@ RelaxationSolver::RelaxationSolver(nvrl_problem_s *p, HighsSession &session)
   const LoweredModel &L = session.lowered();
   sense_ = L.sense;
   quadratic_ = L.hasHessian();
-  root_lo_ = cur_lo_ = L.col_lo;
-  root_up_ = cur_up_ = L.col_up;
+  root_lo_ = cur_lo_ = model_lo_ = L.col_lo;
+  root_up_ = cur_up_ = model_up_ = L.col_up;
   if (quadratic_) node_model_ = L;
   // Each node starts from the basis the previous one left, which presolve would throw away.
   Highs_setStringOptionValue(h_, "presolve", "off");
@@ -22,7 +22,31 @@ RelaxationSolver::RelaxationSolver(nvrl_problem_s *p, HighsSession &session)
 RelaxationSolver::~RelaxationSolver() {
   // A failure here leaves HiGHS with a node's bounds; the next sync must then pass the
   // whole model, which a failed solve forces (the session is dropped on an exception).
-  passBounds(root_lo_, root_up_);
+  passBounds(model_lo_, model_up_);
+  if (cuts_ > 0) {
+    const int first = session_.lowered().rows();
+    Highs_deleteRowsByRange(h_, first, first + cuts_ - 1);
+  }
+}
+
+void RelaxationSolver::tightenRoot(int col, double lo, double up) {
+  root_lo_[col] = std::fmax(root_lo_[col], lo);
+  root_up_[col] = std::fmin(root_up_[col], up);
+}
+
+bool RelaxationSolver::addCuts(const std::vector<Cut> &cuts) {
+  for (const Cut &c : cuts) {
+    if (Highs_addRow(h_, -INFINITY, c.rhs, static_cast<int>(c.index.size()), c.index.data(),
+                     c.value.data()) == kHighsStatusError)
+      return false;
+    ++cuts_;
+    if (quadratic_) {
+      std::vector<std::pair<int, double>> e;
+      for (size_t k = 0; k < c.index.size(); ++k) e.push_back({c.index[k], c.value[k]});
+      node_model_.addRow(-INFINITY, c.rhs, e);
+    }
+  }
+  return true;
 }
 
 bool RelaxationSolver::passBounds(const std::vector<double> &lo, const std::vector<double> &up) {
@@ -83,7 +107,8 @@ Relaxation RelaxationSolver::solve(const std::vector<BoundChange> &changes, doub
   auto readPoint = [&]() {
     r.x.assign(L.cols(), 0.0);
     r.dj.assign(L.cols(), 0.0);
-    std::vector<double> rowv(L.rows()), rowd(L.rows());
+    // HiGHS's rows: the lowered model's and the cuts.
+    std::vector<double> rowv(L.rows() + cuts_), rowd(L.rows() + cuts_);
     Highs_getSolution(h_, r.x.data(), r.dj.data(), rowv.data(), rowd.data());
     for (double &d : r.dj) d *= sense_;
     r.value = sense_ * Highs_getObjectiveValue(h_);

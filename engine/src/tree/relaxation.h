@@ -9,6 +9,7 @@
 
 #include "core/problem.h"
 #include "solve/highs_session.h"
+#include "tree/cuts.h"
 #include "tree/node_queue.h"
 
 namespace nvrl::tree {
@@ -37,6 +38,13 @@ class RelaxationSolver {
   // the run (infinite: none). Crossing bounds give Infeasible without a run.
   Relaxation solve(const std::vector<BoundChange> &changes, double secondsLeft);
 
+  // Appends cuts to the relaxation of every node from now on (and to the model that checks
+  // QP answers); they are removed again when the solver goes away. False when HiGHS refused.
+  bool addCuts(const std::vector<Cut> &cuts);
+  int cutCount() const { return cuts_; }
+  // Narrows the root bounds of column col for the rest of the search (global fixings).
+  void tightenRoot(int col, double lo, double up);
+
   // The bounds of the last node passed to solve().
   const std::vector<double> &lower() const { return lo_; }
   const std::vector<double> &upper() const { return up_; }
@@ -44,6 +52,7 @@ class RelaxationSolver {
   const std::vector<double> &rootUpper() const { return root_up_; }
   int64_t iterations() const { return iterations_; }
   int sense() const { return sense_; }
+  void *handle() const { return h_; }
 
  private:
   bool passBounds(const std::vector<double> &lo, const std::vector<double> &up);
@@ -55,10 +64,13 @@ class RelaxationSolver {
   int sense_;
   bool quadratic_;
   std::vector<double> root_lo_, root_up_, cur_lo_, cur_up_, lo_, up_;
+  // The lowered model's bounds, which HiGHS gets back at the end.
+  std::vector<double> model_lo_, model_up_;
   // The lowered model with the current node's column bounds, for the checks of QP answers
   // (a column at a branching bound may have a reduced cost its root bounds would not allow).
   LoweredModel node_model_;
   int64_t iterations_ = 0;
+  int cuts_ = 0;  // rows beyond the lowered model's
 };
 
 }  // namespace nvrl::tree

@@ -9,6 +9,7 @@
 #include "solve/collect_answers.h"
 #include "solve/highs_options.h"
 #include "solve/interrupts.h"
+#include "solve/mip_starts.h"
 #include "solve/run_callbacks.h"
 #include "solve/tree_search_hook.h"
 #include "tree/answers.h"
@@ -30,6 +31,10 @@ constexpr int64_t kDivingEvery = 250;
 // Propagation work per node, in passes over the matrix: a few at the root, one at other
 // nodes, where few bounds moved.
 constexpr int64_t kRootWorkPasses = 20, kNodeWorkMin = 10000;
+// Cover cuts at the root: rounds of separation and re-solve, cuts per round, and the least
+// relative rise of the root bound for another round.
+constexpr int kCutRounds = 10, kCutsPerRound = 200;
+constexpr double kCutProgress = 1e-4;
 
 struct Limits {
   double seconds = kInf;
@@ -94,8 +99,15 @@ class Search {
   // heuristic solve of the node at hand), or 0.
   int stopReason(bool nodeLimit = true) const;
   bool offer(const std::vector<double> &x, char source);
+  // The user's solutions (NVRLaddmipsol, NVRLloadmipsol) offered as incumbents.
+  void offerUserSolutions();
   std::vector<BoundChange> reducedCostFixing(const Relaxation &r) const;
+  // Reduced-cost fixing with the root's relaxation, applied to the root bounds (so to every
+  // node) whenever the incumbent improves.
+  void rootFixing();
   void heuristics(const Node &node, const Relaxation &r, bool root);
+  // Rounds of cover cuts at the root, re-solving after each; returns the last relaxation.
+  Relaxation rootCuts(const Node &root, Relaxation r);
   // Propagates the node's new bound changes through the rows and records the tightened
   // bounds as further changes; false when the node is infeasible.
   bool propagate(Node &node);
@@ -117,6 +129,11 @@ class Search {
   // Smallest bound of the nodes closed within the gap tolerances or left without a verified
   // bound: the proven bound cannot exceed it.
   double closed_bound_ = kInf;
+  // The root relaxation (after the cuts), kept for rootFixing.
+  bool have_root_ = false;
+  Relaxation root_r_;
+  std::vector<double> root_node_lo_, root_node_up_;
+  int root_fixed_ = 0;
 };
 
 bool Search::propagate(Node &node) {
@@ -182,7 +199,32 @@ bool Search::offer(const std::vector<double> &x, char source) {
   out_.x = x;
   ++out_.solutions;
   log_.line(source, out_.nodes, queue_.size(), true, value, openBound());
+  rootFixing();
   return true;
+}
+
+void Search::rootFixing() {
+  if (!have_root_ || !out_.have_incumbent) return;
+  const double room = out_.value - root_r_.value;
+  if (!(room >= 0.0)) return;
+  const std::vector<double> &lo = root_node_lo_, &up = root_node_up_;
+  for (int j = 0; j < L_.cols(); ++j) {
+    if (!entities_.integer[j]) continue;
+    const double d = root_r_.dj[j];
+    if (d > 1e-7 && std::isfinite(lo[j]) && root_r_.x[j] <= lo[j] + lim_.feastol) {
+      const double nu = lo[j] + std::floor(room / d + 1e-9);
+      if (nu < solver_.rootUpper()[j]) {
+        solver_.tightenRoot(j, -kInf, nu);
+        ++root_fixed_;
+      }
+    } else if (d < -1e-7 && std::isfinite(up[j]) && root_r_.x[j] >= up[j] - lim_.feastol) {
+      const double nl = up[j] - std::floor(room / -d + 1e-9);
+      if (nl > solver_.rootLower()[j]) {
+        solver_.tightenRoot(j, nl, kInf);
+        ++root_fixed_;
+      }
+    }
+  }
 }
 
 // For a convex relaxation at its optimum z with reduced costs d, every point y of the node
@@ -224,9 +266,40 @@ void Search::heuristics(const Node &node, const Relaxation &r, bool root) {
   if (diving) divingHeuristic(hc, node, r);
 }
 
+void Search::offerUserSolutions() {
+  void *h = solver_.handle();
+  for (const CompletedStart &c : completeStarts(p_, h, log_.on())) {
+    // The auxiliary columns of this lowering (indicators, general constraints) follow from
+    // the user's columns.
+    std::vector<ColumnFix> fixes;
+    for (int j = 0; j < L_.user_cols; ++j) fixes.push_back({j, c.x[j], c.x[j]});
+    const Completion t = completePoint(L_, fixes, h, secondsLeft());
+    if (t.status == Completion::Found) offer(t.x, 'U');
+  }
+}
+
+Relaxation Search::rootCuts(const Node &root, Relaxation r) {
+  for (int round = 0; round < kCutRounds && r.status == Relaxation::Optimal; ++round) {
+    if (violations(entities_, r.x, lim_.inttol, lim_.feastol).empty()) break;
+    if (stopReason(false) != 0) break;
+    const std::vector<Cut> cuts =
+        separateCovers(L_, solver_.lower(), solver_.upper(), r.x, kCutsPerRound);
+    if (cuts.empty() || !solver_.addCuts(cuts)) break;
+    const double before = r.value;
+    r = solver_.solve(root.changes, secondsLeft());
+    if (r.status != Relaxation::Optimal) break;
+    if (r.value - before <= kCutProgress * std::max(1.0, std::fabs(before))) break;
+  }
+  if (log_.on() && solver_.cutCount() > 0)
+    p_->log(NVRL_MSG_INFO, "Root cuts: %d cover cuts, bound %.9g", solver_.cutCount(),
+            L_.sense * r.value);
+  return r;
+}
+
 Outcome Search::run() {
   log_.header(L_, entities_.integers, entities_.semis.size(), entities_.partials.size(),
               entities_.sets.size());
+  offerUserSolutions();
   Node current;
   current.bound = -kInf;
   bool haveCurrent = true;
@@ -260,6 +333,17 @@ Outcome Search::run() {
       continue;
     }
     Relaxation r = solver_.solve(current.changes, secondsLeft());
+    if (root && r.status == Relaxation::Optimal) {
+      r = rootCuts(current, std::move(r));
+      if (r.status == Relaxation::Optimal) {
+        // The fixings hold against the root's own bounds, propagation included.
+        have_root_ = true;
+        root_r_ = r;
+        root_node_lo_ = solver_.lower();
+        root_node_up_ = solver_.upper();
+        rootFixing();
+      }
+    }
     ++out_.nodes;
     if (r.status == Relaxation::Stopped) {
       queue_.push(std::move(current));

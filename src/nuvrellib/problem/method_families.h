@@ -18,6 +18,7 @@ extern PyMethodDef problem_methods_queries_matrix[];    // lowlevel/queries_matr
 extern PyMethodDef problem_methods_queries_solution[];  // lowlevel/queries_solution.cpp
 extern PyMethodDef problem_methods_repair[];    // lowlevel/repair.cpp: repairinfeas and its weighted forms
 extern PyMethodDef problem_methods_tuning[];    // lowlevel/tuning.cpp: tune and the tuner's method files
+extern PyMethodDef problem_methods_mip_solutions[];  // lowlevel/mip_solutions.cpp
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.

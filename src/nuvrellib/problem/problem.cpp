@@ -421,7 +421,8 @@ int problem_build_method_table() {
                              problem_methods_changes,    problem_methods_queries_matrix,
                              problem_methods_queries_solution,
                              problem_methods_repair,
-                             problem_methods_tuning};
+                             problem_methods_tuning,
+                             problem_methods_mip_solutions};
   assembled_methods.clear();
   for (PyMethodDef *family : families)
     for (PyMethodDef *m = family; m->ml_name != nullptr; ++m) assembled_methods.push_back(*m);

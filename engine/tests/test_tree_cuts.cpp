@@ -1,0 +1,125 @@
+// The root's cover cuts: on random knapsack rows (mixed signs, fixed and continuous columns,
+// both row sides) every cut must hold at every integer point of the row and be violated at
+// the point it was separated from.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <algorithm>
+#include <random>
+
+#include "tree/cuts.h"
+
+namespace {
+
+using nvrl::LoweredModel;
+using nvrl::tree::Cut;
+
+double activity(const Cut &c, const std::vector<double> &x) {
+  double s = 0.0;
+  for (size_t k = 0; k < c.index.size(); ++k) s += c.value[k] * x[c.index[k]];
+  return s;
+}
+
+// Filled directly: the lowered model's builders are internal to the library.
+void addCol(LoweredModel &L, double lo, double up, int integer) {
+  L.cost.push_back(0.0);
+  L.col_lo.push_back(lo);
+  L.col_up.push_back(up);
+  L.integrality.push_back(integer);
+}
+
+void addRow(LoweredModel &L, double lo, double up, const std::vector<std::pair<int, double>> &e) {
+  L.row_lo.push_back(lo);
+  L.row_up.push_back(up);
+  for (auto [j, a] : e) {
+    L.a_index.push_back(j);
+    L.a_value.push_back(a);
+  }
+  L.a_start.push_back(static_cast<int>(L.a_index.size()));
+}
+
+class CoverCuts : public ::testing::TestWithParam<int> {};
+
+TEST_P(CoverCuts, HoldAtEveryIntegerPointAndCutOffTheirPoint) {
+  std::mt19937 rng(GetParam());
+  std::uniform_int_distribution<int> weight(1, 9), sign(0, 3);
+  const int nb = 7;  // binaries 0..6, a fixed binary 7, a continuous column 8 in [0, 2]
+  LoweredModel L;
+  for (int j = 0; j < nb; ++j) addCol(L, 0, 1, 1);
+  addCol(L, 1, 1, 1);
+  addCol(L, 0, 2, 0);
+  std::vector<std::pair<int, double>> e;
+  double total = 0.0;
+  for (int j = 0; j < nb; ++j) {
+    const double a = weight(rng) * (sign(rng) == 0 ? -1.0 : 1.0);
+    e.push_back({j, a});
+    total += std::fabs(a);
+  }
+  e.push_back({nb, 3.0});
+  e.push_back({nb + 1, -1.5});
+  const std::vector<std::pair<int, double>> knapsack = e;  // as "<= rhs"
+  const bool lower_side = GetParam() % 2 == 0;
+  const double rhs = std::floor(total / 2);
+  // The same knapsack as "row <= rhs" or as "-row >= -rhs".
+  if (lower_side) {
+    for (auto &[j, a] : e) a = -a;
+    addRow(L, -rhs, INFINITY, e);
+  } else {
+    addRow(L, -INFINITY, rhs, e);
+  }
+  const std::vector<double> lo = L.col_lo, up = L.col_up;
+
+  // Every binary assignment that some value of the continuous column makes feasible.
+  std::vector<std::vector<double>> feasible;
+  for (int mask = 0; mask < (1 << nb); ++mask) {
+    std::vector<double> x(nb + 2, 0.0);
+    x[nb] = 1.0;
+    for (int j = 0; j < nb; ++j) x[j] = (mask >> j) & 1;
+    x[nb + 1] = 2;  // the continuous column where it helps most
+    double act = 0.0;
+    for (const auto &[j, a] : knapsack) act += a * x[j];
+    if (act <= rhs + 1e-9) {
+      feasible.push_back(x);
+    }
+  }
+
+  // Points like the LP's: the knapsack filled in a random order, the first item that does
+  // not fit taken in part (complemented items count as y = 1 - x).
+  double room = rhs - 3.0 + 3.0;  // the fixed binary, the continuous column at 2
+  for (int j = 0; j < nb; ++j)
+    if (knapsack[j].second < 0) room -= knapsack[j].second;
+  int separated = 0;
+  for (int trial = 0; trial < 20; ++trial) {
+    std::vector<int> order(nb);
+    for (int j = 0; j < nb; ++j) order[j] = j;
+    std::shuffle(order.begin(), order.end(), rng);
+    std::vector<double> x(nb + 2, 0.0);
+    double left = room;
+    bool fractional = false;
+    for (int j : order) {
+      const double a = std::fabs(knapsack[j].second);
+      const double y = std::clamp(left / a, 0.0, 1.0);
+      fractional |= y > 1e-3 && y < 1.0;
+      left -= a * y;
+      x[j] = knapsack[j].second < 0 ? 1.0 - y : y;
+    }
+    x[nb] = 1.0;
+    x[nb + 1] = 2.0;
+    const std::vector<Cut> cuts = nvrl::tree::separateCovers(L, lo, up, x, 10);
+    // Its items at 1 and the fractional one form a cover that the point violates.
+    if (fractional) EXPECT_FALSE(cuts.empty()) << "trial " << trial;
+    for (const Cut &c : cuts) {
+      ++separated;
+      EXPECT_GT(activity(c, x), c.rhs + 1e-4);
+      for (const auto &p : feasible) ASSERT_LE(activity(c, p), c.rhs + 1e-9);
+    }
+  }
+  // Some seeds make the row too loose for any cover (complemented items add room).
+  double total_weight = 0.0;
+  for (int j = 0; j < nb; ++j) total_weight += std::fabs(knapsack[j].second);
+  if (total_weight > room) EXPECT_GT(separated, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Random, CoverCuts, ::testing::Range(1, 13));
+
+}  // namespace
