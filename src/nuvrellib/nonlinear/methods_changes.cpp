@@ -313,17 +313,19 @@ PyMethodDef problem_methods_nl_changes[] = {
              "defaults (the columns stay).\n\nExample: p.delvars([x, y])"),
     KW_ENTRY(deltolsets,
              "deltolsets(tolind)\n\nDeletes tolerance sets (numbers 1, 2, ...); later sets move\n"
-             "down, columns of a deleted set get none.\n\nExample: p.deltolsets([1])"),
+             "down, columns of a deleted set get none.\n\n"
+             "Example: p.loadtolsets([1e-6, 0, 0, 0, 0, 0]); p.deltolsets([1])"),
     KW_ENTRY(delcoefs,
              "delcoefs(rowind, colind)\n\nDeletes the nonlinear coefficients (rowind[k],\n"
-             "colind[k]).\n\nExample: p.delcoefs([0], [-1])"),
+             "colind[k]).\n\nExample: p.chgccoef(c1, -1, 1.0, 'x*y'); p.delcoefs([c1], [-1])"),
     KW_ENTRY(chgtolset,
              "chgtolset(tolset, status=None, tols=None)\n\nChanges tolerance set tolset: the\n"
              "bitmap of its active entries and/or its 6 values (None: unchanged).\n\n"
-             "Example: p.chgtolset(1, 1, [1e-8, 0, 0, 0, 0, 0])"),
+             "Example: p.addtolsets([1e-6, 0, 0, 0, 0, 0])\n"
+             "p.chgtolset(1, 1, [1e-8, 0, 0, 0, 0, 0])"),
     KW_ENTRY(chgrowstatus,
              "chgrowstatus(row, status)\n\nSets the nonlinear solver's status bits of row.\n\n"
-             "Example: p.chgrowstatus(c, 0)"),
+             "Example: p.chgrowstatus(c1, 0)"),
     KW_ENTRY(chgdeltatype,
              "chgdeltatype(varind, deltatypes, values=None)\n\nStep types of columns: 0\n"
              "adaptive, 1 fixed (values: the bound), 2 relative (values times max(1, |x|)),\n"
@@ -334,13 +336,13 @@ PyMethodDef problem_methods_nl_changes[] = {
     KW_ENTRY(chgccoef,
              "chgccoef(row, col, factor=None, formula=None)\n\nSets coefficient (row, col) to\n"
              "factor (None: 1.0) times the formula given as text (None: keep the formula),\n"
-             "adding it when absent.\n\nExample: p.chgccoef(c, -1, 1.0, 'x^2 + sin(y)')"),
+             "adding it when absent.\n\nExample: p.chgccoef(c1, -1, 1.0, 'x^2 + sin(y)')"),
     KW_ENTRY(chgrowwt,
              "chgrowwt(row, weight)\n\nThe row's weight in the penalty of row violations.\n\n"
-             "Example: p.chgrowwt(c, 10.0)"),
+             "Example: p.chgrowwt(c1, 10.0)"),
     KW_ENTRY(chgdf,
              "chgdf(col, row, value=None)\n\nSets the derivative estimate of row by col (None:\n"
-             "removes it).\n\nExample: p.chgdf(x, c, 1.0)"),
+             "removes it).\n\nExample: p.chgdf(x, c1, 1.0)"),
     KW_ENTRY(chgnlcoef,
              "chgnlcoef(row, col, factor=None, parsed=1, type=None, value=None)\n\nSets\n"
              "coefficient (row, col) to factor (None: 1.0) times the formula given by its\n"

@@ -173,9 +173,12 @@ PyObject *NSLP_PY_addcoefs(PyObject *self, PyObject *args, PyObject *kwargs) {
   return coefs_body(self, args, kwargs, false);
 }
 
-#define DOC_PAIR(load, add, sig, text)                                        \
-  const char load##_doc[] = #load sig "\n\n" text "\nReplaces every item of its kind.";  \
-  const char add##_doc[] = #add sig "\n\n" text "\nAdds to the items held.";
+// One text for both forms of a pair, each saying how it treats the items held.
+#define DOC_PAIR(load, add, sig, text, example)                                  \
+  const char load##_doc[] =                                                      \
+      #load sig "\n\n" text "\nReplaces every item of its kind.\n\nExample: " example; \
+  const char add##_doc[] =                                                       \
+      #add sig "\n\n" text "\nAdds to the items held.\n\nExample: " example;
 
 DOC_PAIR(loadvars, addvars,
          "(colindex, vartype=None, detrow=None, seqnum=None, tolindex=None, initvalue=None, "
@@ -183,22 +186,24 @@ DOC_PAIR(loadvars, addvars,
          "Nonlinear settings of the columns colindex (indices, names or variables): type\n"
          "(kept for the caller), determining row (-1 none), cascade sequence number,\n"
          "tolerance set (0 none), initial value and initial step bound. Each other argument\n"
-         "is a sequence as long as colindex, or None to leave that setting alone.\n"
-         "Example: p.loadvars([x, y], initvalue=[1.0, 2.0])")
+         "is a sequence as long as colindex, or None to leave that setting alone.",
+         "p.loadvars([x, y], initvalue=[1.0, 2.0])")
 DOC_PAIR(loadtolsets, addtolsets, "(tol)",
          "Tolerance sets from tol, 6 values per set (absolute and relative step, objective\n"
          "and row impact); a value > 0 is an active test, <= 0 is off. Sets are numbered 1,\n"
-         "2, ... in order.\nExample: p.loadtolsets([1e-6, 0, 0, 0, 0, 0])")
+         "2, ... in order.",
+         "p.loadtolsets([1e-6, 0, 0, 0, 0, 0])")
 DOC_PAIR(loaddfs, adddfs, "(colindex, rowindex, value)",
          "Derivative estimates: value[k] stands for d row[k] / d col[k] (row -1 the objective)\n"
-         "until a solve accepts its first step.\nExample: p.loaddfs([x], [c], [1.0])")
+         "until a solve accepts its first step.",
+         "p.loaddfs([x], [c1], [1.0])")
 DOC_PAIR(loadcoefs, addcoefs, "(rowindex, colindex, factor, fstart, parsed, type, value)",
          "Nonlinear coefficients: coefficient k on (rowindex[k], colindex[k]) (row -1 the\n"
          "objective, column -1 the constant column) is factor[k] (factor None: all 1.0)\n"
          "times the formula in type/value[fstart[k] ...], tokens in reverse Polish order\n"
          "(parsed=1) or in written order (parsed=0), each formula ended by token type 0.\n"
-         "fstart may also hold the end of the last formula.\n"
-         "Example: p.loadcoefs([0], [x], None, [0], 1, [10, 0], [1, 0])")
+         "fstart may also hold the end of the last formula.",
+         "p.loadcoefs([0], [x], None, [0], 1, [10, 0], [1, 0])")
 
 }  // namespace
 

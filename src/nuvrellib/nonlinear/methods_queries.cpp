@@ -333,21 +333,22 @@ PyMethodDef problem_methods_nl_queries[] = {
     KW_ENTRY(gettolset,
              "gettolset(tolset, tols=None)\n\nTolerance set number tolset (1, 2, ...) as the\n"
              "tuple (status, tols): the bitmap of its active entries and its 6 values; a list\n"
-             "given as tols is filled and returned.\n\nExample: status, tols = p.gettolset(1)"),
+             "given as tols is filled and returned.\n\n"
+             "Example: p.loadtolsets([1e-6, 0, 0, 0, 0, 0]); status, tols = p.gettolset(1)"),
     KW_ENTRY(getslpsol,
              "getslpsol(x=None, slack=None, duals=None, djs=None)\n\nThe last nonlinear solve's\n"
              "answer: values (columns), slacks and duals (rows), reduced costs (columns). Each\n"
              "list given is filled; with x None a new list of the values is returned, else\n"
-             "None.\n\nExample: x = p.getslpsol()"),
+             "None.\n\nExample: p.nlpoptimize(); values = p.getslpsol()"),
     KW_ENTRY(getrowwt,
              "getrowwt(row)\n\nThe weight of row in the penalty of row violations.\n\n"
-             "Example: w = p.getrowwt(c)"),
+             "Example: w = p.getrowwt(c1)"),
     KW_ENTRY(getrowstatus,
              "getrowstatus(row)\n\nThe nonlinear solver's status bits of row.\n\n"
              "Example: s = p.getrowstatus(0)"),
     KW_ENTRY(getdf,
              "getdf(col, row)\n\nThe derivative estimate of row by col when one is set, else\n"
-             "the derivative at the current point.\n\nExample: d = p.getdf(x, c)"),
+             "the derivative at the current point.\n\nExample: d = p.getdf(x, c1)"),
     KW_ENTRY(getcoefs,
              "getcoefs(rowind=None, colind=None)\n\nThe nonlinear coefficients held, as the\n"
              "tuple (rowind, colind) of row and column indices ordered by row, then column\n"
@@ -358,23 +359,26 @@ PyMethodDef problem_methods_nl_queries[] = {
              "the tuple (factor, type, value): its factor and the token types and values of\n"
              "its formula, in reverse Polish order (parsed=1) or written order (parsed=0),\n"
              "end token included. maxtypes limits the tokens read (None: all).\n\n"
-             "Example: factor, types, values = p.getcoefformula(0, x)"),
+             "Example: p.chgccoef(c1, x, 2.0, 'y^2')\n"
+             "factor, types, values = p.getcoefformula(c1, x)"),
     KW_ENTRY(getccoef,
              "getccoef(row, col, maxbytes=None)\n\nCoefficient (row, col) as the tuple\n"
              "(factor, formula), the formula as text. maxbytes limits the text's length with\n"
-             "its terminator (None: no limit).\n\nExample: factor, text = p.getccoef(0, -1)"),
+             "its terminator (None: no limit).\n\n"
+             "Example: p.chgccoef(c1, -1, 1.0, 'exp(x)'); factor, text = p.getccoef(c1, -1)"),
     KW_ENTRY(evaluateformula,
              "evaluateformula(parsed, type, values)\n\nThe value of the formula given by its\n"
              "token types and values (ended by token type 0) at the current point.\n\n"
              "Example: p.evaluateformula(1, [10, 10, 31, 0], [0, 1, 3, 0])"),
     KW_ENTRY(evaluatecoef,
              "evaluatecoef(row, col)\n\nThe value factor * formula of coefficient (row, col) at\n"
-             "the current point.\n\nExample: v = p.evaluatecoef(0, x)"),
+             "the current point.\n\n"
+             "Example: p.chgccoef(c1, -1, 1.0, 'x*y'); v = p.evaluatecoef(c1, -1)"),
     KW_ENTRY(getrowinfo,
              "getrowinfo(rowindex, infotype)\n\nOne item of information on a row (slack 1,\n"
              "dual 2, penalty weight 3, penalty iterations 4, largest penalty 5, total\n"
              "penalty 6, nonlinear coefficients 7), an int or a float by item.\n\n"
-             "Example: p.getrowinfo(c, 1)"),
+             "Example: p.getrowinfo(c1, 1)"),
     KW_ENTRY(getcolinfo,
              "getcolinfo(colindex, infotype)\n\nOne item of information on a column (value 1,\n"
              "reduced cost 2, step 3, step bound 4, converged 5, step type 6, step type value\n"

@@ -74,16 +74,6 @@ PyObject *no_args(PyObject *self, PyObject *) {
   Py_RETURN_NONE;
 }
 
-// Those that change what the problem's answers are read from keep the routing count right.
-template <int (*call)(NSLPprob)>
-PyObject *no_args_recount(PyObject *self, PyObject *) {
-  problem_s *p = NL_READY(self);
-  if (p == nullptr) return nullptr;
-  if (call(p->slpprob) != 0) return nvo_nl_fail(p);
-  if (nvo_nl_recount(p) != 0) return nullptr;
-  Py_RETURN_NONE;
-}
-
 int run_global(NSLPprob slp, const char *) { return NSLPglobal(slp); }
 
 PyObject *NSLP_PY_globalsol(PyObject *self, PyObject *) {
@@ -110,11 +100,11 @@ PyMethodDef problem_methods_nl_solving[] = {
      "validatevector(solution)\n\nEvaluates the point solution (a value per column) without\n"
      "changing anything, as the tuple (suminf, sumscaledinf, objval): the sum of the row and\n"
      "bound violations, the sum of the relative ones and the objective's value.\n\n"
-     "Example: suminf, scaled, obj = p.validatevector(x)"},
+     "Example: suminf, scaled, obj = p.validatevector([1, 1, 0, 0, 0])"},
     {"validaterow", NVO_KW_METHOD(NSLP_PY_validaterow), METH_VARARGS | METH_KEYWORDS,
      "validaterow(row)\n\nWrites a report of row at the current point: its terms, values,\n"
      "derivatives checked against differences, activity and violation.\n\n"
-     "Example: p.validaterow(c)"},
+     "Example: p.validaterow(c1)"},
     {"validatekkt", NVO_KW_METHOD(NSLP_PY_validatekkt), METH_VARARGS | METH_KEYWORDS,
      "validatekkt(mode, respectbasis, updatemult, violtarget)\n\nChecks the first-order\n"
      "optimality conditions at the current point (mode 0 absolute, 1 relative; with the\n"
@@ -143,9 +133,10 @@ PyMethodDef problem_methods_nl_solving[] = {
           "solves."),
     NOARG(printmemory, NSLPprintmemory,
           "printmemory()\n\nWrites the memory held by the nonlinear problem's structures."),
-    {"presolve", no_args_recount<NSLPpresolve>, METH_NOARGS,
-     "presolve()\n\nSubstitutes columns fixed by their bounds into the formulas (the user's\n"
-     "problem is kept beside the presolved form)."},
+    // The coefficient count then describes the presolved form: the routing count stays.
+    NOARG(presolve, NSLPpresolve,
+          "presolve()\n\nSubstitutes columns fixed by their bounds into the formulas (the\n"
+          "user's problem is kept beside the presolved form)."),
     NOARG(fixpenalties, NSLPfixpenalties,
           "fixpenalties()\n\nMakes the penalty the last solve ended with the starting penalty\n"
           "of the next solves."),
@@ -166,6 +157,6 @@ PyMethodDef problem_methods_nl_solving[] = {
      "nlpoptimize(flags='')\n\nSolves the nonlinear problem by successive linear\n"
      "programming (flags as for lpoptimize, plus 'g': keep integer columns integral), then\n"
      "the queued multistart jobs. Ctrl-C stops it with its best point so far.\n\n"
-     "Example: p.nlpoptimize(); x = p.getslpsol()"},
+     "Example: p.nlpoptimize(); values = p.getslpsol()"},
     {nullptr, nullptr, 0, nullptr},
 };
