@@ -16,7 +16,7 @@ extern PyMethodDef problem_methods_loading[];    // lowlevel/loading.cpp: loadpr
 extern PyMethodDef problem_methods_changes[];    // lowlevel/changes.cpp: chg..., add..., del... by arrays
 extern PyMethodDef problem_methods_queries_matrix[];    // lowlevel/queries_matrix.cpp
 extern PyMethodDef problem_methods_queries_solution[];  // lowlevel/queries_solution.cpp
-extern PyMethodDef problem_methods_nl_loading[], problem_methods_nl_queries[],  // nonlinear/
+extern PyMethodDef problem_methods_nl_loading[], problem_methods_nl_queries[],  // lowlevel/nl_
     problem_methods_nl_changes[], problem_methods_nl_solving[], problem_methods_nl_multistart[];
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.

@@ -12,7 +12,7 @@
 #include "module/errors.h"
 #include "module/output.h"
 #include "module/pyref.h"
-#include "nonlinear/methods.h"
+#include "nonlinear/methods_jobs.h"
 #include "nonlinear/user.h"
 #include "problem/attr.h"
 #include "problem/controls.h"

@@ -7,7 +7,7 @@
 #include "module/alloc_buffer.h"
 #include "module/args.h"
 #include "module/methods.h"
-#include "nonlinear/methods.h"
+#include "lowlevel/nl_methods.h"
 #include "nvrl.h"
 
 namespace {
@@ -142,8 +142,7 @@ PyObject *coefs_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load
   if (fits_int(n) != 0 || fits_int(ntok) != 0) return nullptr;
   // fstart holds one start per coefficient; the end of the last formula may be given too.
   if (nstart != n && nstart != n + 1) {
-    PyErr_Format(nvpy_interf_exc,
-                 "Mismatched lengths in arguments: expected %d, found %d",
+    PyErr_Format(nvpy_model_exc, "Mismatched lengths in arguments: expected %d, found %d",
                  static_cast<int>(n), static_cast<int>(nstart));
     return nullptr;
   }

@@ -6,7 +6,7 @@
 #include "lowlevel/conv.h"
 #include "module/args.h"
 #include "module/methods.h"
-#include "nonlinear/methods.h"
+#include "lowlevel/nl_methods.h"
 #include "nvrl.h"
 
 namespace {

@@ -1,6 +1,6 @@
-// Shared pieces of the nonlinear solver's methods of nuvrel.problem (methods_*.cpp): the entry
-// check, the error path and the bookkeeping that keeps the modelling layer in step with
-// coefficients and multistart jobs given through these methods.
+// Shared pieces of the nonlinear solver's methods of nuvrel.problem (nl_methods_*.cpp): the
+// entry check, the error path and the count that keeps the modelling layer in step with
+// coefficients given through these methods.
 #pragma once
 
 #include <Python.h>
@@ -25,16 +25,3 @@ int nvo_nl_recount(problem_s *p);
 // is raised again. Returns None, or null with an exception set.
 PyObject *nvo_nl_run_guarded(problem_s *p, int (*call)(NSLPprob, const char *),
                              const char *flags);
-
-// Multistart job objects: the problem keeps one reference per queued call that passed one,
-// so that the pointer the library holds stays valid until the jobs are cleared or the
-// problem goes.
-int nvo_msjobs_keep(problem_s *p, PyObject *object);
-// Drops the problem's job objects (msclear, reset, deallocation). Keeps a pending exception.
-void nvo_msjobs_release(problem_s *p);
-// The copy's library jobs point at the source's objects: the copy takes its own references.
-int nvo_msjobs_copy(problem_s *dst, const problem_s *src);
-// Visits the job objects for the cycle collector.
-int nvo_msjobs_traverse(const problem_s *p, visitproc visit, void *arg);
-// The number of job objects the problem keeps (for tests through the exported entry).
-Py_ssize_t nvo_msjobs_count(const problem_s *p);

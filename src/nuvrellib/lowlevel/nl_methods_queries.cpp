@@ -7,7 +7,7 @@
 #include "module/alloc_buffer.h"
 #include "module/args.h"
 #include "module/methods.h"
-#include "nonlinear/methods.h"
+#include "lowlevel/nl_methods.h"
 #include "nvrl.h"
 
 namespace {

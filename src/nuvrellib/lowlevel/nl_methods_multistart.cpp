@@ -1,28 +1,22 @@
 // Multistart through the methods of nuvrel.problem: jobs with their own initial values and
 // controls, presets, and clearing the queue. Each job carries a Python object the library
 // keeps as an opaque pointer; the problem holds a reference to it for as long as the job is
-// queued, so that the pointer stays valid for whoever is handed it back.
+// queued (nonlinear/methods_jobs.h), so that the pointer stays valid for whoever is handed
+// it back.
 #include <strings.h>
 
 #include <climits>
-#include <unordered_map>
 
 #include "lowlevel/conv.h"
 #include "module/alloc_buffer.h"
 #include "module/args.h"
 #include "module/methods.h"
 #include "module/pyref.h"
-#include "nonlinear/methods.h"
+#include "lowlevel/nl_methods.h"
+#include "nonlinear/methods_jobs.h"
 #include "nvrl.h"
 
 namespace {
-
-// Problem -> list of its job objects (one entry per queuing call that passed one). Touched
-// only with the interpreter lock held.
-std::unordered_map<const problem_s *, PyObject *> &job_objects() {
-  static auto *table = new std::unordered_map<const problem_s *, PyObject *>();
-  return *table;
-}
 
 // The controls of a job, split by type as the library takes them.
 struct JobControls {
@@ -106,16 +100,6 @@ const char *description_of(PyObject *obj) {
 // None stands for no object: the library then holds a null pointer.
 void *job_pointer(PyObject *object) { return object == Py_None ? nullptr : object; }
 
-// Takes the reference before the library queues the pointer, and gives it back when the
-// library refuses the job, so that a failed call changes nothing.
-void drop_last_job_object(problem_s *p) {
-  auto it = job_objects().find(p);
-  if (it == job_objects().end()) return;
-  PendingError pending;
-  PyList_SetSlice(it->second, PyList_GET_SIZE(it->second) - 1, PyList_GET_SIZE(it->second),
-                  nullptr);
-}
-
 // msaddjob and msaddcustompreset share this body; preset < 0 queues one explicit job.
 PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, bool custom) {
   static const char *job_kw[] = {"description", "ivcols", "ivvalues", "control", "job_object",
@@ -165,7 +149,7 @@ PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, bool custom
                             c.dbl_values.data(), object);
   if (rc != 0) {
     nvo_nl_fail(p);
-    if (object != nullptr) drop_last_job_object(p);
+    if (object != nullptr) nvo_msjobs_drop_last(p);
     return nullptr;
   }
   Py_RETURN_NONE;
@@ -193,7 +177,7 @@ PyObject *NSLP_PY_msaddpreset(PyObject *self, PyObject *args, PyObject *kwargs) 
   if (object != nullptr && nvo_msjobs_keep(p, data) != 0) return nullptr;
   if (NSLPmsaddpreset(p->slpprob, text, preset, maxjobs, object) != 0) {
     nvo_nl_fail(p);
-    if (object != nullptr) drop_last_job_object(p);
+    if (object != nullptr) nvo_msjobs_drop_last(p);
     return nullptr;
   }
   Py_RETURN_NONE;
@@ -208,52 +192,6 @@ PyObject *NSLP_PY_msclear(PyObject *self, PyObject *) {
 }
 
 }  // namespace
-
-int nvo_msjobs_keep(problem_s *p, PyObject *object) {
-  auto &table = job_objects();
-  auto it = table.find(p);
-  if (it == table.end()) {
-    PyObject *list = PyList_New(0);
-    if (list == nullptr) return -1;
-    it = table.emplace(p, list).first;
-  }
-  return PyList_Append(it->second, object);
-}
-
-void nvo_msjobs_release(problem_s *p) {
-  auto &table = job_objects();
-  auto it = table.find(p);
-  if (it == table.end()) return;
-  PyObject *list = it->second;
-  table.erase(it);
-  // Releasing the objects can run Python code: the table is consistent before it does.
-  PendingError pending;
-  Py_DECREF(list);
-}
-
-int nvo_msjobs_copy(problem_s *dst, const problem_s *src) {
-  auto &table = job_objects();
-  auto it = table.find(src);
-  if (it == table.end()) return 0;
-  PyObject *list = PyList_GetSlice(it->second, 0, PyList_GET_SIZE(it->second));
-  if (list == nullptr) return -1;
-  nvo_msjobs_release(dst);
-  job_objects()[dst] = list;
-  return 0;
-}
-
-int nvo_msjobs_traverse(const problem_s *p, visitproc visit, void *arg) {
-  auto &table = job_objects();
-  auto it = table.find(p);
-  if (it != table.end()) Py_VISIT(it->second);
-  return 0;
-}
-
-Py_ssize_t nvo_msjobs_count(const problem_s *p) {
-  auto &table = job_objects();
-  auto it = table.find(p);
-  return it == table.end() ? 0 : PyList_GET_SIZE(it->second);
-}
 
 #define KW_ENTRY(name, doc) \
   {#name, NVO_KW_METHOD(NSLP_PY_##name), METH_VARARGS | METH_KEYWORDS, doc}

@@ -5,7 +5,7 @@
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/sigint.h"
-#include "nonlinear/methods.h"
+#include "lowlevel/nl_methods.h"
 #include "nonlinear/user.h"
 #include "nvrl.h"
 
