@@ -2,6 +2,7 @@
 
     python benchmarks/nlp_hock_schittkowski.py [--lib build/<name>/engine/libnvrl.so]
            [--only engine|ipopt] [--repeat N] [FILE ...]
+    python benchmarks/nlp_hock_schittkowski.py --methods [FILE ...]
 
 Files default to engine/tests/data/nlp/hs*.mps. Our side reads and solves each file through
 libnvrl (ctypes: NVRLinit, NSLPinit, NVRLcreateprob, NSLPcreateprob, NSLPreadprob,
@@ -14,6 +15,12 @@ file by tools/nlp_files.py. casadi never becomes a dependency of the package.
 Per problem the script prints iterations, the best time of --repeat runs and the objective
 error against the published optimum for both solvers, then the median time ratio
 ours/Ipopt over the problems both solved.
+
+With --methods the script compares instead, through the nuvrel package, each file read and
+solved as it is with the same file whose coefficients and initial values are given again
+through problem.loadcoefs and problem.loadvars as token formulas made in Python from the
+file's text (tools/nlp_tokens.py): status, iterations and objective of both and the error
+against the published optimum. Exit status 1 when an answer differs.
 """
 import argparse
 import ctypes
@@ -30,6 +37,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 BENCH_VENV = ROOT / ".bench-venv"
 sys.path.insert(0, str(ROOT / "tools"))
 import nlp_files  # noqa: E402
+import nlp_tokens  # noqa: E402
 
 NSLP_ATTR_STATUS = 12044
 NSLP_ATTR_ITERATIONS = 12101
@@ -150,6 +158,42 @@ def ipopt_worker(files, repeat):
     print(json.dumps(results))
 
 
+# --- the same set through the nonlinear methods of nuvrel.problem ---------------------------
+
+def methods_check(files):
+    import nuvrel as nv
+    nv.setOutputEnabled(False)
+
+    def solve(path, tokens):
+        p = nv.problem()
+        p.read(str(path))
+        if tokens:
+            nlp_tokens.load_coefficients(p, nlp_files.read(path))
+        start = time.perf_counter()
+        p.nlpoptimize("g" if p.attributes.discrete_columns else "")
+        seconds = time.perf_counter() - start
+        return (p.attributes.nslp_status, p.attributes.nslp_iterations, p.getObjVal(), seconds)
+
+    print(f"{'problem':<10} {'optimum':>14} | {'file: st':>8} {'iter':>5} {'ms':>8} "
+          f"| {'tokens: st':>10} {'iter':>5} {'ms':>8} {'error':>9}")
+    differ = 0
+    for path in files:
+        optimum = nlp_files.read(path).optimum
+        try:
+            a, b = solve(path, False), solve(path, True)
+        except (nv.SolverError, nv.InterfaceError, nv.ModelError, ValueError) as e:
+            print(f"{path.stem:<10} failed: {e}")
+            differ += 1
+            continue
+        same = a[0] == b[0] and abs(a[2] - b[2]) <= 1e-6 * max(1.0, abs(a[2]))
+        differ += not same
+        print(f"{path.stem:<10} {optimum:>14.7g} | {a[0]:>8} {a[1]:>5} {a[3] * 1e3:>8.2f} "
+              f"| {b[0]:>10} {b[1]:>5} {b[3] * 1e3:>8.2f} "
+              f"{abs(b[2] - optimum) / max(1.0, abs(optimum)):>9.1e}{'' if same else '  DIFFERS'}")
+    print(f"{len(files) - differ} of {len(files)} problems give the same answer both ways")
+    return 1 if differ else 0
+
+
 # --- the report ----------------------------------------------------------------------------
 
 def error(result, optimum):
@@ -173,9 +217,13 @@ def main(argv=None):
     ap.add_argument("--lib", help="path of libnvrl.so")
     ap.add_argument("--only", choices=("engine", "ipopt"))
     ap.add_argument("--repeat", type=int, default=3)
+    ap.add_argument("--methods", action="store_true",
+                    help="compare file and token-formula models through nuvrel instead")
     ap.add_argument("--ipopt-worker", action="store_true", help=argparse.SUPPRESS)
     args = ap.parse_args(argv)
     files = args.files or sorted(nlp_files.DATA_DIR.glob("hs*.mps"))
+    if args.methods:
+        return methods_check(files)
     if args.ipopt_worker:
         ipopt_worker(files, args.repeat)
         return 0

@@ -19,6 +19,8 @@ extern PyMethodDef problem_methods_queries_solution[];  // lowlevel/queries_solu
 extern PyMethodDef problem_methods_repair[];    // lowlevel/repair.cpp: repairinfeas and its weighted forms
 extern PyMethodDef problem_methods_tuning[];    // lowlevel/tuning.cpp: tune and the tuner's method files
 extern PyMethodDef problem_methods_mip_solutions[];  // lowlevel/mip_solutions.cpp
+extern PyMethodDef problem_methods_nl_loading[], problem_methods_nl_queries[],  // lowlevel/nl_
+    problem_methods_nl_changes[], problem_methods_nl_solving[], problem_methods_nl_multistart[];
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.

@@ -1,0 +1,64 @@
+// What the nonlinear solver's method families share: the entry check, the error path, the
+// routing count and the guarded optimisation call.
+#include <cstring>
+
+#include "module/env.h"
+#include "module/errors.h"
+#include "module/sigint.h"
+#include "lowlevel/nl_methods.h"
+#include "nonlinear/user.h"
+#include "nvrl.h"
+
+problem_s *nvo_nl_ready(PyObject *self, const char *method) {
+  problem_s *p = problem_ready_for(self, method);
+  if (p == nullptr) return nullptr;
+  if (p->slpprob == nullptr || nslp_state(-1) != 1) {
+    PyErr_SetString(nvpy_interf_exc, "The nonlinear solver is not available for this problem");
+    return nullptr;
+  }
+  return p;
+}
+
+PyObject *nvo_nl_fail(problem_s *p) {
+  if (PyErr_Occurred()) return nullptr;
+  // The nonlinear problem's own message: the optimiser's last error may be an older one
+  // that has nothing to do with this call.
+  char msg[NVRL_MAXMESSAGELEN];
+  std::memset(msg, 0, sizeof msg);
+  int code = 0;
+  if (NSLPgetlasterror(p->slpprob, &code, msg) == 0 && msg[0] != '\0') {
+    PyErr_SetString(nvpy_solver_exc, msg);
+    return nullptr;
+  }
+  return setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+}
+
+int nvo_nl_recount(problem_s *p) {
+  int rows = 0, coefs = 0;
+  if (NSLPgetintattrib(p->slpprob, NSLP_ATTR_NONLINEAR_ROWS, &rows) != 0 ||
+      NSLPgetintattrib(p->slpprob, NSLP_ATTR_COEFFICIENTS, &coefs) != 0) {
+    nvo_nl_fail(p);
+    return -1;
+  }
+  p->n_nonlin_cons = rows + coefs;
+  return 0;
+}
+
+PyObject *nvo_nl_run_guarded(problem_s *p, int (*call)(NSLPprob, const char *),
+                             const char *flags) {
+  int rc;
+  nvo_userfunc_error_discard(p->slpprob);
+  {
+    ProblemSolving solving(p);
+    setSigIntHandler();
+    Py_BEGIN_ALLOW_THREADS
+    rc = call(p->slpprob, flags);
+    Py_END_ALLOW_THREADS
+    resetSigIntHandler();
+  }
+  // A user function that raised stopped the solve: its exception is the answer.
+  if (nvo_userfunc_error_raise(p->slpprob) != 0) return nullptr;
+  if (PyErr_Occurred()) return nullptr;  // raised by a callback
+  if (rc != 0) return nvo_nl_fail(p);
+  Py_RETURN_NONE;
+}
