@@ -1148,9 +1148,9 @@ NVRL_API int NVRLwriteprtsol(NVRLprob prob, const char *filename, const char *fl
  * must be null or "". Fails on a null or empty filename, a flag, no solution, or a file that
  * cannot be written. */
 NVRL_API int NVRLwritebinsol(NVRLprob prob, const char *filename, const char *flags);
-/* Reads a binary solution file written for a problem of the same size as the starting point
- * of the next solve (as NVRLreadslxsol) and, when it holds a basis, loads that basis (as
- * NVRLloadbasis). flags: 'x' the column values only. Fails, changing nothing, on a null or
+/* Reads a binary solution file written for a problem of the same size as the start of the
+ * next solve: its basis when it holds one (loaded as NVRLloadbasis does), else its values
+ * (as NVRLreadslxsol takes them). flags: 'x' the column values only. Fails, changing nothing, on a null or
  * empty filename, an unknown flag, a file that cannot be read, is not a binary solution file,
  * was written by a newer format, is truncated or corrupt, or has other dimensions. */
 NVRL_API int NVRLreadbinsol(NVRLprob prob, const char *filename, const char *flags);

@@ -317,14 +317,16 @@ NVRL_API int NVRLreadbinsol(NVRLprob prob, const char *filename, const char *fla
   std::unique_ptr<nvrl::HighsSession> fresh;
   if (!p->highs) fresh.reset(new nvrl::HighsSession());
   nvrl::HighsSession &session = p->highs ? *p->highs : *fresh;
+  // A basis is the better start: HiGHS would drop it for a point given after it.
   if (!v.rowstat.empty()) {
     session.setPendingBasis(v.rowstat, v.colstat);
     p->sol.rowstat = std::move(v.rowstat);
     p->sol.colstat = std::move(v.colstat);
     p->sol.have_basis = true;
+  } else {
+    session.setPendingSolution(std::move(v.x), std::move(activity), std::move(v.duals),
+                               std::move(v.djs));
   }
-  session.setPendingSolution(std::move(v.x), std::move(activity), std::move(v.duals),
-                             std::move(v.djs));
   if (fresh) p->highs.reset(fresh.release());
   return 0;
 } NVRL_CATCH(prob)

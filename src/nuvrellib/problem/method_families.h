@@ -16,6 +16,9 @@ extern PyMethodDef problem_methods_loading[];    // lowlevel/loading.cpp: loadpr
 extern PyMethodDef problem_methods_changes[];    // lowlevel/changes.cpp: chg..., add..., del... by arrays
 extern PyMethodDef problem_methods_queries_matrix[];    // lowlevel/queries_matrix.cpp
 extern PyMethodDef problem_methods_queries_solution[];  // lowlevel/queries_solution.cpp
+extern PyMethodDef problem_methods_solver_ops[];    // lowlevel/solver_ops.cpp: optimize, state
+extern PyMethodDef problem_methods_solver_files[];  // lowlevel/solver_files.cpp: save, solution, basis files
+extern PyMethodDef problem_methods_directives[];    // lowlevel/directives.cpp: branching directives
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.
