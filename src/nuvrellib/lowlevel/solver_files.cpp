@@ -129,7 +129,7 @@ PyMethodDef problem_methods_solver_files[] = {
               "p.save('before.svf')"),
     KWM(restore, "restore(probname, flags='')\n\nReplaces the problem by a snapshot; 'c' keeps "
                  "the current controls, 'n' leaves out the saved answers. Variables and "
-                 "constraints are created anew.\n\nExample: p.restore('before.svf')"),
+                 "constraints are created anew.\n\nExample: p.save('before.svf'); p.restore('before.svf')"),
     KWM(writesol, "writesol(filename, flags='')\n\nWrites the answers as comma-separated values; "
                   "'x' columns only.\n\nExample: p.writesol('answers.csv')"),
     KWM(writeprtsol, "writeprtsol(filename, flags='')\n\nWrites the answers as a printable "
@@ -140,18 +140,18 @@ PyMethodDef problem_methods_solver_files[] = {
                      "'s' slacks, 'd' duals, 'r' reduced costs.\n\nExample: "
                      "p.writeslxsol('x.slx', 'sdr')"),
     KWM(readslxsol, "readslxsol(filename, flags='')\n\nReads a solution file as the next "
-                    "solve's start; 'x' values only.\n\nExample: p.readslxsol('x.slx')"),
+                    "solve's start; 'x' values only.\n\nExample: p.writeslxsol('x.slx'); p.readslxsol('x.slx')"),
     KWM(readbinsol, "readbinsol(filename, flags='')\n\nReads a binary solution file as the next "
                     "solve's start (its basis, or its values); 'x' values only.\n\nExample: "
-                    "p.readbinsol('answers.bsol')"),
+                    "p.writebinsol('a.bsol'); p.readbinsol('a.bsol')"),
     KWM(readbasis, "readbasis(filename, flags='')\n\nLoads a basis file (MPS basis format).\n\n"
-                   "Example: p.readbasis('opt.bss')"),
+                   "Example: p.writebasis('opt.bss'); p.readbasis('opt.bss')"),
     KWM(writebasis, "writebasis(filename=None, flags='')\n\nWrites the basis in the MPS basis "
                     "format; 'a' lists every nonbasic column.\n\nExample: "
                     "p.writebasis('opt.bss')"),
     KWM(writedirs, "writedirs(filename)\n\nWrites the branching directives to a file.\n\n"
                    "Example: p.writedirs('search.dir')"),
     KWM(readdirs, "readdirs(filename)\n\nReplaces the branching directives by those of a file."
-                  "\n\nExample: p.readdirs('search.dir')"),
+                  "\n\nExample: p.writedirs('search.dir'); p.readdirs('search.dir')"),
     {nullptr, nullptr, 0, nullptr},
 };

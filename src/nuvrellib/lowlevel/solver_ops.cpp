@@ -153,7 +153,7 @@ PyMethodDef problem_methods_solver_ops[] = {
      "dumpcontrols()\n\nLogs every control that differs from its default.\n\nExample: "
      "p.dumpcontrols()"},
     KWM(copycontrols, "copycontrols(src)\n\nCopies every control of the problem src.\n\n"
-                      "Example: p.copycontrols(template)"),
+                      "Example: q = nuvrel.problem(); q.copycontrols(p)"),
     KWM(setmessagestatus, "setmessagestatus(msgcode, status)\n\n0 suppresses the log lines of a "
                           "message code, 1 shows them.\n\nExample: p.setmessagestatus(1002, 0)"),
     KWM(getmessagestatus, "getmessagestatus(msgcode)\n\nWhether the lines of a message code are "
