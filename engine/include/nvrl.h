@@ -1163,8 +1163,89 @@ NVRL_API int NVRLtunerreadmethod(NVRLprob prob, const char *methodfile);
 
 
 /* ----- Branching directives ------------------------------------------------------------ */
+/* Directives tell the engine's tree search (tree_search = 1, and MIPs with a quadratic
+ * objective) how to treat a column: its priority (0..1000, smaller first; columns without a
+ * directive have 500), which branch to take first (dir 'U' up, 'D' down, 'N' the search's
+ * choice) and initial pseudocosts (objective change per unit of distance of the up and down
+ * branches; a negative value leaves that estimate to the search). Directives of columns the
+ * search never branches on are kept and ignored; HiGHS's own MIP solver ignores them all (a
+ * warning with code NVRL_MSGCODE_DIRECTIVES_UNUSED says so). They follow deleted columns and
+ * go with a model replaced by a load or read; snapshots do not hold them. */
+
+/* Replaces all directives by ndirs new ones for the columns colind (each at most once);
+ * priority, dir, uppseudo and downpseudo hold ndirs entries each or are null (500, 'N', -1,
+ * -1). Fails, changing nothing, on a negative ndirs, a null colind with ndirs > 0, an index
+ * out of range or repeated, a priority outside 0..1000, another direction or a pseudocost
+ * that is not finite. */
+NVRL_API int NVRLloaddirs(NVRLprob prob, int ndirs, const int colind[], const int priority[],
+                          const char dir[], const double uppseudo[], const double downpseudo[]);
+/* NVRLloaddirs for the presolved problem, which is the problem itself (the engine keeps no
+ * presolved form). */
+NVRL_API int NVRLloadpresolvedirs(NVRLprob prob, int ndirs, const int colind[],
+                                  const int priority[], const char dir[],
+                                  const double uppseudo[], const double downpseudo[]);
+/* Sets the preferred first branch of the columns colind[0..ncols-1]: dir > 0 up, < 0 down,
+ * 0 the search's choice. Other directives and the priorities and pseudocosts of these columns
+ * stay; a column without a directive gets one with priority 500. Fails, changing nothing, on
+ * a negative ncols, null arrays with ncols > 0, or an index out of range or repeated. */
+NVRL_API int NVRLloadbranchdirs(NVRLprob prob, int ncols, const int colind[], const int dir[]);
+/* The directives in ascending column order: their number into *ndirs, and into each array
+ * that is not null one entry per directive (ask for the number first). */
+NVRL_API int NVRLgetdirs(NVRLprob prob, int *ndirs, int colind[], int priority[], char dir[],
+                         double uppseudo[], double downpseudo[]);
+/* Writes the directives as a directive file (docs/file-formats.md), columns by name. Fails
+ * on a null or empty filename or a file that cannot be written. */
+NVRL_API int NVRLwritedirs(NVRLprob prob, const char *filename);
+/* Replaces all directives by those of a directive file. Fails, changing nothing, on a null
+ * or empty filename, a file that cannot be read, or a fault in it (the message names the
+ * line: unknown or repeated column, bad priority or direction, a missing ENDATA). */
+NVRL_API int NVRLreaddirs(NVRLprob prob, const char *filename);
 
 /* ----- Basis, solution and snapshot files, logging and messages ------------------------ */
+/* Writes the last (or loaded) basis as a basis file in the usual MPS basis format (XU, XL,
+ * UL, LL lines by names; docs/file-formats.md), to filename or, when it is null or empty, to
+ * "<problem name>.bss". flags: 'a' lists every nonbasic column, not only those away from
+ * their default state. Fails on an unknown flag, no basis, or a file that cannot be
+ * written. */
+NVRL_API int NVRLwritebasis(NVRLprob prob, const char *filename, const char *flags);
+/* Reads a basis file and loads it as NVRLloadbasis does (items not listed take their default
+ * state). flags must be null or "". Fails, changing nothing, on a null or empty filename, a
+ * flag, a file that cannot be read, or a fault in it (the message names the line: unknown
+ * code or name, an item given twice, a missing ENDATA). */
+NVRL_API int NVRLreadbasis(NVRLprob prob, const char *filename, const char *flags);
+/* Writes the last solve's answers as comma-separated values: a header line, a line per
+ * column (value, reduced cost, bounds, cost, basis status) and per row (activity, slack,
+ * dual, limits, basis status); unavailable values are empty fields. flags: 'x' columns only.
+ * Fails on a null or empty filename, an unknown flag, no solution, or a file that cannot be
+ * written. */
+NVRL_API int NVRLwritesol(NVRLprob prob, const char *filename, const char *flags);
+/* As NVRLwritesol, as an aligned printable report. */
+NVRL_API int NVRLwriteprtsol(NVRLprob prob, const char *filename, const char *flags);
+/* Writes the last solve's answers bit for bit (values, slacks, duals and reduced costs when
+ * there are some, the basis when there is one) to a versioned binary solution file. flags
+ * must be null or "". Fails on a null or empty filename, a flag, no solution, or a file that
+ * cannot be written. */
+NVRL_API int NVRLwritebinsol(NVRLprob prob, const char *filename, const char *flags);
+/* Reads a binary solution file written for a problem of the same size as the start of the
+ * next solve: its basis when it holds one (loaded as NVRLloadbasis does), else its values
+ * (as NVRLreadslxsol takes them). flags: 'x' the column values only. Fails, changing nothing, on a null or
+ * empty filename, an unknown flag, a file that cannot be read, is not a binary solution file,
+ * was written by a newer format, is truncated or corrupt, or has other dimensions. */
+NVRL_API int NVRLreadbinsol(NVRLprob prob, const char *filename, const char *flags);
+/* Appends every line of the problem's log to filename as well (created when missing), after
+ * the callbacks and handlers have had it; null or "" stops. Fails, keeping the previous log
+ * file, when the file cannot be opened. */
+NVRL_API int NVRLsetlogfile(NVRLprob prob, const char *filename);
+/* Some log lines carry a message code (NVRL_MSGCODE_...); status 0 suppresses the lines of
+ * msgcode on this problem (callbacks, handlers and log file alike), 1 shows them again (the
+ * default). Fails on a code <= 0 or another status. */
+NVRL_API int NVRLsetmessagestatus(NVRLprob prob, int msgcode, int status);
+/* The status of msgcode (1 shown, 0 suppressed) into *status. Fails on a code <= 0 or a null
+ * status. */
+NVRL_API int NVRLgetmessagestatus(NVRLprob prob, int msgcode, int *status);
+/* Message codes. */
+#define NVRL_MSGCODE_CONTROLS_SKIPPED 1001  /* NVRLrestore skipped unknown controls */
+#define NVRL_MSGCODE_DIRECTIVES_UNUSED 1002 /* a MIP solved by HiGHS ignores the directives */
 
 /* ----- MIP solutions and solver operations --------------------------------------------- */
 /* Gives a solution for the next MIP solve (NVRLmipoptimize) to start from: the values

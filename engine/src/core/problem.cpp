@@ -75,6 +75,17 @@ NVRL_EXPORTED void nvrl_problem_s::logLine(int msgtype, const std::string &line)
     if (present) c.cb(this, c.data, line.c_str(), static_cast<int>(line.size()), msgtype);
   }
   nvrl::dispatchGlobal(this, msgtype, line.c_str(), static_cast<int>(line.size()));
+  // Copied first: NVRLsetlogfile may run from a callback above and drop the file.
+  if (std::shared_ptr<std::FILE> f = logfile) {
+    std::fwrite(line.data(), 1, line.size(), f.get());
+    std::fputc('\n', f.get());
+    std::fflush(f.get());
+  }
+}
+
+NVRL_EXPORTED void nvrl_problem_s::logCoded(int code, int msgtype, const std::string &line) {
+  if (std::binary_search(suppressed_codes.begin(), suppressed_codes.end(), code)) return;
+  logLine(msgtype, line);
 }
 
 void nvrl_problem_s::logAfterCommit(int msgtype, const std::string &line) noexcept {

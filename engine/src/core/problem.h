@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstdio>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -89,6 +90,17 @@ struct PwlConstraint {
   std::vector<double> x, y;   // breakpoints, x non-decreasing
 };
 
+// How the tree search treats one column (NVRLloaddirs): smaller priorities are branched on
+// first; dir 'U' up branch first, 'D' down first, 'N' the search's choice; a negative
+// pseudocost leaves that direction's estimate to the search.
+struct BranchDirective {
+  int col = -1;
+  int priority = 500;
+  char dir = 'N';
+  double up = -1.0, down = -1.0;
+};
+constexpr int kDefaultDirectivePriority = 500;
+
 // The user's model. Vectors indexed by column have cols() entries, by row rows() entries.
 struct Model {
   std::string name;
@@ -114,6 +126,7 @@ struct Model {
   std::vector<int> indcomp;           // per row: 1 (col = 1), -1 (col = 0), 0 none
   std::vector<GeneralConstraint> gencons;
   std::vector<PwlConstraint> pwlcons;
+  std::vector<BranchDirective> directives;  // ascending columns, one at most per column
 
   // names; an empty string means "unnamed" (reported as the default name)
   std::vector<std::string> rownames, colnames, setnames;
@@ -238,9 +251,16 @@ struct nvrl_problem_s : nvrl_object_s {
   bool busy() const { return solving_thread.load(std::memory_order_acquire) != nullptr; }
   // Drops answers and cached views after any change to the model.
   void modelChanged();
+  // Lines of the problem's log are also appended here (NVRLsetlogfile); null: no file.
+  std::shared_ptr<std::FILE> logfile;
+  // Message codes whose lines are dropped (NVRLsetmessagestatus), ascending.
+  std::vector<int> suppressed_codes;
+
   // Sends one log line to the problem's callbacks and the global handlers.
   void log(int msgtype, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
   void logLine(int msgtype, const std::string &line);
+  // A line that carries a message code: dropped when the code is suppressed.
+  void logCoded(int code, int msgtype, const std::string &line);
   // For a line logged after a change has been committed: a call that has changed the problem
   // must not fail, so a line that cannot be delivered for want of memory is dropped.
   void logAfterCommit(int msgtype, const std::string &line) noexcept;

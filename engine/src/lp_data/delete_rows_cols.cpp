@@ -161,6 +161,16 @@ NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]) NVRL_TRY 
   nvrl::compactByMap(m.coltype, map);
   nvrl::compactByMap(m.limit, map);
   nvrl::compactByMap(m.colnames, map);
+  // Directives of deleted columns go; the others follow their columns (order is kept).
+  {
+    size_t w = 0;
+    for (const nvrl::BranchDirective &d : m.directives)
+      if (map[d.col] >= 0) {
+        m.directives[w] = d;
+        m.directives[w++].col = map[d.col];
+      }
+    m.directives.resize(w);
+  }
   m.qobj = std::move(qobj);
   m.qrows = std::move(qrows);
   // Sets lose deleted members but stay, so set indices do not move.

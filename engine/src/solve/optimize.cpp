@@ -111,6 +111,9 @@ int solve(nvrl_problem_s *p, const char *flags, bool mipCall) {
     p->log(NVRL_MSG_INFO, "nuvrel optimiser: solving %s%s with HiGHS %s",
            tree && quadratic ? "MI" : "", tree && quadratic ? "QP" : kindName(mip, quadratic),
            Highs_version());
+  if (log && mip && !tree && !m.directives.empty())
+    p->logCoded(NVRL_MSGCODE_DIRECTIVES_UNUSED, NVRL_MSG_WARNING,
+                "Branching directives are used by the engine's tree search only (tree_search = 1)");
 
   if (quadratic && !quadraticObjectiveIsConvex(m)) {
     p->sol.clear();

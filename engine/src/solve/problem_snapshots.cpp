@@ -82,8 +82,12 @@ NVRL_API int NVRLrestore(NVRLprob prob, const char *probname, const char *flags)
   if (!keep_controls) p->controls = std::move(img.controls);
   p->highs.reset(session.release());
   if (!skipped.empty() && !keep_controls)
-    p->logAfterCommit(NVRL_MSG_WARNING,
-                      "NVRLrestore: controls this library does not know were skipped: " + skipped);
+    try {
+      p->logCoded(NVRL_MSGCODE_CONTROLS_SKIPPED, NVRL_MSG_WARNING,
+                  "NVRLrestore: controls this library does not know were skipped: " + skipped);
+    } catch (...) {
+      // The problem has changed: a line that cannot be delivered is dropped.
+    }
   return 0;
 } NVRL_CATCH(prob)
 

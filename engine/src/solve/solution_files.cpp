@@ -29,20 +29,21 @@
 
 namespace nvrl::solfile {
 
-namespace {
-
 std::string number(double v) {
   char buf[40];
   std::snprintf(buf, sizeof buf, "%.17g", v);
   return buf;
 }
 
+namespace {
 bool needsQuotes(std::string_view name) {
   if (name.empty() || name[0] == '"' || name[0] == '*') return true;
   for (char c : name)
     if (c == ' ' || c == '\t' || c == '\r' || c == '\n') return true;
   return false;
 }
+
+}  // namespace
 
 std::string quoted(std::string_view name) {
   if (!needsQuotes(name)) return std::string(name);
@@ -96,8 +97,6 @@ double parseNumber(const std::string &w, int line) {
     fault(line, "'" + w + "' is not a finite number");
   return v;
 }
-
-}  // namespace
 
 bool parseWriteFlags(const char *fn, const char *flags, WriteFlags &out, std::string &err) {
   WriteFlags f;

@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/problem.h"
@@ -22,12 +23,43 @@ struct Contents {
   const std::vector<double> *slack = nullptr, *duals = nullptr;  // per row
 };
 
+struct ParseError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
 // Which of the optional parts a write flags string asks for: 's' slacks, 'd' duals, 'r'
 // reduced costs. Returns false with err set for another letter.
 struct WriteFlags {
   bool slacks = false, duals = false, reduced_costs = false;
 };
 bool parseWriteFlags(const char *fn, const char *flags, WriteFlags &out, std::string &err);
+
+// Text helpers shared by the engine's text files (solutions, bases, directives): numbers
+// with 17 significant digits, names quoted when they hold blanks or quotes, lines split into
+// words (a quoted word runs to its closing quote), finite numbers. The readers throw
+// ParseError with "line N: ...".
+std::string number(double v);
+std::string quoted(std::string_view name);
+std::vector<std::string> words(std::string_view s, int line);
+double parseNumber(const std::string &w, int line);
+[[noreturn]] void fault(int line, const std::string &what);
+
+// Calls f(line number, text) for each line that is neither blank nor a comment ('*' first).
+template <class F>
+void forEachLine(const std::string &text, F f) {
+  int line = 0;
+  size_t pos = 0;
+  while (pos < text.size()) {
+    size_t eol = text.find('\n', pos);
+    if (eol == std::string::npos) eol = text.size();
+    const std::string_view s(text.data() + pos, eol - pos);
+    pos = eol + 1;
+    ++line;
+    if (s.empty() || s[0] == '*' || s.find_first_not_of(" \t\r") == std::string_view::npos)
+      continue;
+    f(line, s);
+  }
+}
 
 NVRL_INTERNAL_API std::string format(const Model &m, const Contents &c);
 
@@ -38,9 +70,6 @@ struct Values {
   std::vector<char> have_x;  // per column: whether the file lists it
 };
 
-struct ParseError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
 // Reads the text against p's names (user names, then default names). Throws ParseError with
 // "line N: ..." for a fault.
 NVRL_INTERNAL_API Values parse(nvrl_problem_s *p, const std::string &text);

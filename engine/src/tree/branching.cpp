@@ -45,26 +45,52 @@ void Pseudocosts::record(const BranchRecord &b, double childValue) {
   ++observations_[b.dir];
 }
 
+void Pseudocosts::setDirectives(const std::vector<BranchDirective> &dirs) {
+  const size_t cols = sum_[0].size();
+  priority_.assign(cols, dirs.empty() ? 0 : kDefaultDirectivePriority);
+  dir_.assign(cols, 'N');
+  for (int d = 0; d < 2; ++d) initial_[d].assign(cols, -1.0);
+  for (const BranchDirective &d : dirs) {
+    if (d.col < 0 || static_cast<size_t>(d.col) >= cols) continue;
+    priority_[d.col] = d.priority;
+    dir_[d.col] = d.dir;
+    initial_[0][d.col] = d.down;
+    initial_[1][d.col] = d.up;
+  }
+}
+
+bool Pseudocosts::informed(int col) const {
+  return reliable(col) ||
+         (!initial_[0].empty() && initial_[0][col] >= 0.0 && initial_[1][col] >= 0.0);
+}
+
 bool Pseudocosts::reliable(int col) const {
   return count_[0][col] >= reliability_ && count_[1][col] >= reliability_;
 }
 
 double Pseudocosts::estimate(int col, int dir, double distance) const {
   if (count_[dir][col] > 0) return distance * sum_[dir][col] / count_[dir][col];
+  if (!initial_[dir].empty() && initial_[dir][col] >= 0.0) return distance * initial_[dir][col];
   if (observations_[dir] > 0) return distance * total_[dir] / observations_[dir];
   return distance;
 }
 
 int selectCandidate(const std::vector<Candidate> &cands, const Pseudocosts &pc) {
   bool anyReliable = false;
+  int topPriority = std::numeric_limits<int>::max();
   for (const Candidate &c : cands)
     if (c.kind == Candidate::Integer || c.kind == Candidate::Partial)
-      anyReliable = anyReliable || pc.reliable(c.index);
+      topPriority = std::min(topPriority, pc.priority(c.index));
+  for (const Candidate &c : cands)
+    if ((c.kind == Candidate::Integer || c.kind == Candidate::Partial) &&
+        pc.priority(c.index) == topPriority)
+      anyReliable = anyReliable || pc.informed(c.index);
   int best = -1;
   double bestScore = -kInf;
   for (int k = 0; k < static_cast<int>(cands.size()); ++k) {
     const Candidate &c = cands[k];
     if (c.kind != Candidate::Integer && c.kind != Candidate::Partial) continue;
+    if (pc.priority(c.index) != topPriority) continue;
     const double down = c.value - std::floor(c.value);
     const double up =
         (c.kind == Candidate::Partial ? std::min(std::ceil(c.value), c.limit) : std::ceil(c.value)) -
@@ -94,7 +120,7 @@ int selectCandidate(const std::vector<Candidate> &cands, const Pseudocosts &pc) 
 
 Children makeChildren(const Node &parent, const std::vector<BoundChange> &extra,
                       const Candidate &c, const Entities &e, const std::vector<double> &x,
-                      double value, double feastol) {
+                      double value, double feastol, const Pseudocosts *pc) {
   Children ch;
   for (Node &n : ch.node) n = child(parent, extra, value);
   switch (c.kind) {
@@ -144,6 +170,8 @@ Children makeChildren(const Node &parent, const std::vector<BoundChange> &extra,
       break;
     }
   }
+  if (pc && c.kind != Candidate::Set && pc->direction(c.index) != 'N')
+    ch.first = pc->direction(c.index) == 'U' ? 1 : 0;
   return ch;
 }
 

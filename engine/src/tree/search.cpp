@@ -80,7 +80,9 @@ class Search {
         pc_(L_.cols()),
         prop_(L_, roundable(entities_), lim_.feastol),
         start_(start),
-        log_(p, log, L_.sense, start) {}
+        log_(p, log, L_.sense, start) {
+    pc_.setDirectives(p->model.directives);
+  }
 
   Outcome run();
 
@@ -378,7 +380,8 @@ Outcome Search::run() {
       continue;
     }
     const int k = selectCandidate(cands, pc_);
-    Children ch = makeChildren(current, fixings, cands[k], entities_, r.x, value, lim_.feastol);
+    Children ch =
+        makeChildren(current, fixings, cands[k], entities_, r.x, value, lim_.feastol, &pc_);
     queue_.push(std::move(ch.node[1 - ch.first]));
     current = std::move(ch.node[ch.first]);
     haveCurrent = true;

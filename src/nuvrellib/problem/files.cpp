@@ -264,26 +264,30 @@ PyObject *problem_read(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (p == nullptr) return nullptr;
 
   if (read_file(p, filename, options) != 0) return nullptr;
+  if (problem_objects_from_library(p) != 0) return nullptr;
+  Py_RETURN_NONE;
+}
 
+int problem_objects_from_library(problem_s *p) {
   ReadCounts counts;
-  if (read_counts(p, &counts) != 0) return nullptr;
+  if (read_counts(p, &counts) != 0) return -1;
   PyRef vars(build_vars(p, counts));
-  if (!vars) return nullptr;
+  if (!vars) return -1;
   PyRef cons(build_constraints(p, counts));
-  if (!cons) return nullptr;
+  if (!cons) return -1;
   PyRef sets(build_sets(p, counts, vars.get()));
-  if (!sets) return nullptr;
-  if (read_nonlinear_counts(p) != 0) return nullptr;
+  if (!sets) return -1;
+  if (read_nonlinear_counts(p) != 0) return -1;
 
   if (append_objects(p->vars, p->varmap, vars.get(), [](PyObject *o) { return var_id(o); }) != 0)
-    return nullptr;
+    return -1;
   if (append_objects(p->cons, p->conmap, cons.get(), [](PyObject *o) { return con_id(o); }) !=
       0)
-    return nullptr;
+    return -1;
   if (append_objects(p->sets, p->sosmap, sets.get(),
                      [](PyObject *o) { return static_cast<uint64_t>(sos_id(o)); }) != 0)
-    return nullptr;
-  Py_RETURN_NONE;
+    return -1;
+  return 0;
 }
 
 PyObject *problem_write(PyObject *self, PyObject *args, PyObject *kwargs) {

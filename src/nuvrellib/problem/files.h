@@ -5,6 +5,13 @@
 
 #include <Python.h>
 
+#include "problem/problem.h"
+
 // Methods: read(filename, options="") and write(filename, flags="").
 PyObject *problem_read(PyObject *self, PyObject *args, PyObject *kwargs);
 PyObject *problem_write(PyObject *self, PyObject *args, PyObject *kwargs);
+
+// Appends a var for every column, a constraint for every row and an sos for every set of the
+// library problem to p's lists and maps (after a read, or a restore that replaced the model).
+// 0, or -1 with an exception set.
+int problem_objects_from_library(problem_s *p);

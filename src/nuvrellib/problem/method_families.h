@@ -21,6 +21,9 @@ extern PyMethodDef problem_methods_tuning[];    // lowlevel/tuning.cpp: tune and
 extern PyMethodDef problem_methods_mip_solutions[];  // lowlevel/mip_solutions.cpp
 extern PyMethodDef problem_methods_nl_loading[], problem_methods_nl_queries[],  // lowlevel/nl_
     problem_methods_nl_changes[], problem_methods_nl_solving[], problem_methods_nl_multistart[];
+extern PyMethodDef problem_methods_solver_ops[];    // lowlevel/solver_ops.cpp: optimize, state
+extern PyMethodDef problem_methods_solver_files[];  // lowlevel/solver_files.cpp: save, solution, basis files
+extern PyMethodDef problem_methods_directives[];    // lowlevel/directives.cpp: branching directives
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.

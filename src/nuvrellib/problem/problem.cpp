@@ -430,7 +430,10 @@ int problem_build_method_table() {
                              problem_methods_mip_solutions,
                              problem_methods_nl_loading, problem_methods_nl_queries,
                              problem_methods_nl_changes, problem_methods_nl_solving,
-                             problem_methods_nl_multistart};
+                             problem_methods_nl_multistart,
+                             problem_methods_solver_ops,
+                             problem_methods_solver_files,
+                             problem_methods_directives};
   assembled_methods.clear();
   for (PyMethodDef *family : families)
     for (PyMethodDef *m = family; m->ml_name != nullptr; ++m) assembled_methods.push_back(*m);
