@@ -151,21 +151,6 @@ Key keys(const std::vector<Member> &v) {
 
 // ---- sets known by construction ------------------------------------------------------------
 
-TEST_F(Iis, RowAndBoundsOfOneConflictAreFoundAndCertified) {
-  const int x = col(2, 1e20, 0), y = col(0, 1e20, 0), z = col(0, 1e20, 0);
-  row('L', 1, {{x, 1}, {y, 1}});  // with x >= 2, y >= 0: infeasible
-  row('L', 5, {{z, 1}});          // unrelated
-  row('R', 4, {{x, 1}, {z, 1}}, 10);  // -6 <= x + z <= 4: satisfiable
-  ASSERT_EQ(first(), NVRL_IIS_FOUND);
-  ASSERT_EQ(count(), 2);
-  const auto set = membersOf(prob, 1);
-  EXPECT_EQ(keys(set), (Key{{false, 0, 'L'}, {true, x, 'L'}, {true, y, 'L'}}));
-  expectCertificate(model(), set);
-  // Set 0 (the elastic filter's candidate set) contains the IIS.
-  const Key initial = keys(membersOf(prob, 0));
-  for (auto &k : keys(set)) EXPECT_TRUE(initial.count(k));
-}
-
 // Each case: rows (type, rhs, range, entries on two free columns) and the sets iisall must
 // find, as sets of (row, side).
 struct KnownCase {
@@ -259,32 +244,6 @@ TEST_F(Iis, FeasibleProblemHasNothingAndModeZeroStopsAtTheInitialSubsystem) {
   EXPECT_EQ(first(0), NVRL_IIS_FOUND);
   EXPECT_EQ(count(), 1);  // the initial subsystem only
   EXPECT_FALSE(membersOf(prob, 0).empty());
-}
-
-TEST_F(Iis, AChangedModelDropsTheSetsAndBadRequestsFailWithoutChangingThem) {
-  const int x = col(0, 1, 0);
-  row('G', 2, {{x, 1}});
-  ASSERT_EQ(first(), NVRL_IIS_FOUND);
-  int status = 0, r = 0, c = 0;
-  EXPECT_NE(NVRLiisfirst(prob, 2, &status), 0);
-  EXPECT_NE(NVRLiisfirst(prob, 1, nullptr), 0);
-  EXPECT_NE(NVRLgetiisdata(prob, 2, &r, &c, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           nullptr, nullptr, nullptr), 0);
-  EXPECT_NE(NVRLgetiisdata(prob, -1, &r, &c, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           nullptr, nullptr, nullptr), 0);
-  EXPECT_NE(NVRLiiswrite(prob, 1, "iis_bad", 2, ""), 0);
-  EXPECT_NE(NVRLiiswrite(prob, 1, "iis_bad", 0, "x"), 0);
-  EXPECT_NE(NVRLiiswrite(prob, 1, "", 0, ""), 0);
-  EXPECT_NE(NVRLiisisolations(prob, 5), 0);
-  EXPECT_EQ(count(), 2);  // the failures left the set in place
-
-  const int idx = 0;
-  const double rhs = 0.5;
-  ASSERT_EQ(NVRLchgrhs(prob, 1, &idx, &rhs), 0);
-  EXPECT_EQ(count(), 1);
-  ASSERT_EQ(first(), NVRL_IIS_FEASIBLE);
-  ASSERT_EQ(NVRLiisclear(prob), 0);
-  EXPECT_EQ(count(), 1);
 }
 
 // ---- a MIP ---------------------------------------------------------------------------------

@@ -43,7 +43,8 @@ void pushBounds(IisStore &s, std::vector<int> &rows, std::vector<int> &cols) {
 }
 
 // Puts the listed units into state st: a relaxed unit's side becomes infinite, an elastic
-// unit's elastic columns may move, an enforced unit has its side and no elastic move.
+// row side's elastic columns may move, an enforced unit has its side and no elastic move (a
+// bound has no elastic column: elastic means enforced for it).
 void setStates(IisStore &s, const std::vector<int> &units, UnitState st) {
   std::vector<int> rows, cols;
   for (int u : units) {
@@ -152,7 +153,7 @@ Verdict leastViolation(IisStore &s, const std::vector<int> &members,
 }
 
 // Contribution of one multiplier to the certificate's bound (see certificate()).
-double contribution(const IisUnit &U, double m, const IisStore &s) {
+double contribution(const IisUnit &U, double m) {
   if (m == 0.0) return 0.0;
   if (U.type == 'E') return m * U.bound;
   const bool lowerSide = U.col ? U.type == 'L' : U.type == 'G';
@@ -198,7 +199,7 @@ void certificate(IisStore &s, IisSet &set, IisClock::time_point deadline) {
     for (size_t k = 0; k < m.size(); ++k) {
       // A multiplier below rounding noise carries no side; keep it out of the sign test.
       const double mk = std::fabs(m[k]) < 1e-12 ? 0.0 : sign * m[k];
-      total += contribution(s.units[set.units[k]], mk, s);
+      total += contribution(s.units[set.units[k]], mk);
     }
     if (total > best) best = total, bestSign = sign;
   }

@@ -1,10 +1,9 @@
 // Irreducible infeasible sets: the sets found for a problem and the HiGHS instance that the
 // searches share. A search works on "units": one side of a row (an equality row is one unit
 // for both sides) or one finite bound of a column. The instance holds the lowered model with
-// elastic columns: each row unit has an elastic column that can move the row's activity past
-// its side, each bound unit one that can move the column past its bound (x = y + p - q with
-// y bounded, so the copy of the column carries the move into every row). Switching units
-// between enforced, elastic and relaxed changes bounds only, so every re-solve warm-starts.
+// an elastic column per row side that can move the row's activity past that side. Switching
+// units between enforced, elastic and relaxed changes bounds only, so every re-solve
+// warm-starts.
 #pragma once
 
 #include <chrono>
@@ -26,7 +25,7 @@ struct IisUnit {
   char type = 'L';
   int h = -1;            // HiGHS row (row units) or column (bound units)
   double bound = 0.0;    // the side's value
-  int elastic[2] = {-1, -1};  // elastic HiGHS columns (an equality row has two)
+  int elastic[2] = {-1, -1};  // elastic HiGHS columns of a row (an equality row has two)
 };
 
 enum class UnitState : char { Enforced, Elastic, Relaxed };
