@@ -172,11 +172,12 @@ PyMethodDef problem_methods_iis[] = {
     KW(iisisolations, "iisisolations(iis)\n\n"
                       "Marks the members of set iis that are in no other set found; read\n"
                       "them with getiisdata.\n\n"
-                      "Example: p.iisisolations(1)"),
+                      "Example: p.chgrhs([c1], [-1]); p.iisfirst(1); p.iisisolations(1)"),
     KW(iiswrite, "iiswrite(iis, filename, filetype, flags)\n\n"
                  "Writes set iis as an infeasible problem of its own: filetype 0 LP, 1 MPS;\n"
                  "flags must be empty.\n\n"
-                 "Example: p.iiswrite(1, 'conflict', 0, '')"),
+                 "Example: p.chgrhs([c1], [-1]); p.iisfirst(1)\n"
+                 "         p.iiswrite(1, 'conflict', 0, '')"),
     KW(iisstatus, "iisstatus(nrows, ncols, suminfeas, numinfeas) -> int\n\n"
                   "Fills the four lists with one entry per set, the initial subsystem (set 0)\n"
                   "first: rows, bounds, least total violation and violated members. Returns\n"
@@ -188,6 +189,7 @@ PyMethodDef problem_methods_iis[] = {
                    "variables, row types ('L', 'G', 'E') and bound types ('L', 'U'), their\n"
                    "multipliers in a certificate of infeasibility, and isolation flags as\n"
                    "strings ('1': in no other set).\n\n"
-                   "Example: rows, cols = [], []; p.getiisdata(1, rows, cols)"),
+                   "Example: p.chgrhs([c1], [-1]); p.iisfirst(1)\n"
+                   "         rows, cols = [], []; p.getiisdata(1, rows, cols)"),
     {nullptr, nullptr, 0, nullptr},
 };
