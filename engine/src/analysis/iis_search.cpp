@@ -104,6 +104,8 @@ Verdict runOnce(IisStore &s, IisClock::time_point deadline, double *value) {
   void *h = s.highs.get();
   const double left = secondsLeft(deadline);
   if (left <= 0) return Verdict::Unknown;
+  // HiGHS counts its time limit over all runs of an instance unless its clocks restart.
+  Highs_zeroAllClocks(h);
   Highs_setDoubleOptionValue(h, "time_limit", left);
   Highs_run(h);
   const HighsInt ms = Highs_getModelStatus(h);
