@@ -230,6 +230,8 @@ typedef struct {
 #define NVRL_CTRL_CROSSOVER 8009 /* int */
 #define NVRL_CTRL_TREE_SEARCH 8020 /* int */
 #define NVRL_CTRL_LOAD_LOG 8035 /* int */
+#define NVRL_CTRL_IIS_TIME_LIMIT 8100 /* double */
+#define NVRL_CTRL_IIS_MAX_SETS 8101 /* int */
 #define NVRL_CTRL_REPAIR_BIG_M 8110 /* double */
 #define NVRL_CTRL_TUNER_TIME_LIMIT 8111 /* double */
 #define NVRL_CTRL_TUNER_RUN_TIME_LIMIT 8112 /* double */
@@ -1075,6 +1077,64 @@ NVRL_API int NVRLgetglobal64(NVRLprob prob, int *nentities, int *nsets, char col
 /* ===== Infeasibility analysis and repair =============================================== */
 
 /* ----- Irreducible infeasible sets ----------------------------------------------------- */
+/* An irreducible infeasible set (IIS) is a set of row sides and column bounds that admits no
+ * point while every proper subset does. Members are row sides ('L' a row's upper side, 'G'
+ * its lower side, 'E' an equality row; a range row appears by the side that matters) and
+ * column bounds ('L' lower, 'U' upper). Each search runs an elastic filter, whose candidate
+ * set is the "initial infeasible subsystem" kept as set 0, then a deletion filter over it on
+ * a HiGHS instance of the search's own; for a MIP the tests are MIP solves (integrality and
+ * other entities stay enforced). The sets belong to the problem until NVRLiisclear, another
+ * NVRLiisfirst or NVRLiisall, or a change of the model (which drops them). The controls
+ * NVRL_CTRL_IIS_TIME_LIMIT and NVRL_CTRL_IIS_MAX_SETS bound a search; see
+ * docs/infeasibility.md. */
+/* Statuses of NVRLiisfirst and NVRLiisnext. */
+#define NVRL_IIS_FOUND 0       /* a new set was found (or, mode 0, the initial subsystem) */
+#define NVRL_IIS_FEASIBLE 1    /* the problem is feasible: there is nothing to find */
+#define NVRL_IIS_NO_MORE 2     /* NVRLiisnext: no set other than those already found */
+#define NVRL_IIS_APPROXIMATE 3 /* the time limit ended the deletion filter: the new set is
+                                * infeasible but perhaps not irreducible */
+#define NVRL_IIS_STOPPED 4     /* the time limit ended the search before a set was found */
+/* Starts a new search (earlier sets are dropped) and writes its NVRL_IIS_... status to
+ * *status. mode 0: the elastic filter only (set 0, no set proper); mode 1: one IIS (set 1).
+ * Fails for a null status, another mode, quadratic rows, or a model HiGHS rejects. */
+NVRL_API int NVRLiisfirst(NVRLprob prob, int mode, int *status);
+/* Searches for one further IIS, different from those found, and writes its status
+ * (NVRL_IIS_NO_MORE when none is left). Without an earlier search it runs NVRLiisfirst in
+ * mode 1. */
+NVRL_API int NVRLiisnext(NVRLprob prob, int *status);
+/* NVRLiisfirst (mode 1) and then NVRLiisnext until no set is left, the time limit or
+ * NVRL_CTRL_IIS_MAX_SETS sets. A feasible problem leaves no set; that is not a failure. */
+NVRL_API int NVRLiisall(NVRLprob prob);
+/* *count: the number of sets, set 0 included (so at least 1; set 0 is empty before a search
+ * and for a feasible problem). Each non-null array receives *count entries: the rows and
+ * columns of each set (a column counted once per bound), its least total violation when only
+ * its members may be violated, and the number of members violated then. Call first with null
+ * arrays to learn the count. */
+NVRL_API int NVRLiisstatus(NVRLprob prob, int *count, int rowsizes[], int colsizes[],
+                           double suminfeas[], int numinfeas[]);
+/* The members of set num (0 <= num < count): *rownumber rows and *colnumber bounds, and for
+ * each non-null array that many entries: row indices, column indices, row types
+ * ('L','G','E'), bound types ('L','U'), the rows' and bounds' multipliers in a Farkas
+ * certificate (y and -A'y, signed so that the sum of multiplier times side is positive; 0
+ * for MIPs and the initial subsystem), and isolation flags (1: the member is in no other set
+ * found; all 0 until NVRLiisisolations has been called for the set). Ask for the counts
+ * first. Fails for a set that does not exist. */
+NVRL_API int NVRLgetiisdata(NVRLprob prob, int num, int *rownumber, int *colnumber,
+                            int miisrow[], int miiscol[], char constrainttype[],
+                            char colbndtype[], double duals[], double rdcs[],
+                            char isolationrows[], char isolationcols[]);
+/* Computes the isolation flags of set num (read by NVRLgetiisdata) from the sets found so
+ * far. Fails for a set that does not exist. */
+NVRL_API int NVRLiisisolations(NVRLprob prob, int num);
+/* Writes set num as a problem of its own: every column, no objective, the member rows with
+ * their member sides and the member bounds (other bounds infinite), integer and binary
+ * columns as integers for a MIP (other entities are left out). filetype 0 LP, 1 MPS; a name
+ * without extension gets ".lp" or ".mps". flags must be null or empty. Fails before any
+ * search, for a set that does not exist, or a file that cannot be written. */
+NVRL_API int NVRLiiswrite(NVRLprob prob, int num, const char *filename, int filetype,
+                          const char *flags);
+/* Drops the sets found and the search's HiGHS instance. */
+NVRL_API int NVRLiisclear(NVRLprob prob);
 
 /* ----- Repairing infeasibility --------------------------------------------------------- */
 /* The repair solves a relaxation of the problem as a problem of its own (with the problem's

@@ -209,6 +209,11 @@ struct HighsSessionDeleter {
   void operator()(HighsSession *s) const noexcept;
 };
 
+struct IisStore;  // analysis/iis_store.h: the infeasible sets found and their search state
+struct IisStoreDeleter {
+  void operator()(IisStore *s) const noexcept;
+};
+
 }  // namespace nvrl
 
 struct nvrl_problem_s : nvrl_object_s {
@@ -233,6 +238,8 @@ struct nvrl_problem_s : nvrl_object_s {
   std::atomic<const void *> solving_thread{nullptr};
   // Created lazily by the solver.
   std::unique_ptr<nvrl::HighsSession, nvrl::HighsSessionDeleter> highs;
+  // Created by the first infeasible-set search; stamped with the version it analysed.
+  std::unique_ptr<nvrl::IisStore, nvrl::IisStoreDeleter> iis;
   // Incremented by modelChanged(); the solver and the store cache compare it with the
   // version they were built for.
   uint64_t version = 0;

@@ -150,6 +150,11 @@ const ParamInfo kTable[] = {
            "1: MIPs are solved by the engine's own branch and bound on LP relaxations instead "
            "of HiGHS's MIP solver; MIPs with a quadratic objective always are."),
     intCtl(8035, "load_log", 1, 0, 1, "1 when loading a problem writes a log line, 0 not."),
+    dblCtl(8100, "iis_time_limit", 0.0, 0.0, kNoLimit,
+           "Seconds one infeasible-set search (NVRLiisfirst, NVRLiisnext, NVRLiisall) may run; "
+           "0 or 1e20 and beyond: no limit."),
+    intCtl(8101, "iis_max_sets", 0, 0, kIntMax,
+           "NVRLiisall stops after this many infeasible sets; 0: no limit."),
     dblCtl(8110, "repair_big_m", 1e5, 1.0, 1e15,
            "Largest violation the count penalty of a repair allows for a row side or bound "
            "without a relaxation limit of its own."),

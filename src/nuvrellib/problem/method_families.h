@@ -24,6 +24,7 @@ extern PyMethodDef problem_methods_nl_loading[], problem_methods_nl_queries[],  
 extern PyMethodDef problem_methods_solver_ops[];    // lowlevel/solver_ops.cpp: optimize, state
 extern PyMethodDef problem_methods_solver_files[];  // lowlevel/solver_files.cpp: save, solution, basis files
 extern PyMethodDef problem_methods_directives[];    // lowlevel/directives.cpp: branching directives
+extern PyMethodDef problem_methods_iis[];  // lowlevel/iis.cpp: irreducible infeasible sets
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.
