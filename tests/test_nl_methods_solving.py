@@ -144,3 +144,19 @@ def test_engine_refusals_are_solver_errors(call, match):
     with pytest.raises(nv.SolverError, match=match):
         call(p)
     assert (p.gettolset(1), p.getvar(0), p.getcolinfo(0, 6), p.attributes.nslp_status) == before
+
+
+def test_getters_report_the_solver_that_ran_last():
+    # A quadratic objective without nonlinear coefficients, solved by either solver:
+    # min (x - 1)^2 + 3 = x^2 - 2x + 4 on 0 <= x <= 5.
+    p = nv.problem()
+    x = p.addVariable(lb=0, ub=5)
+    p.setObjective(x * x - 2 * x + 4)
+    p.nlpoptimize()
+    assert p.getObjVal() == pytest.approx(3.0, abs=1e-7)
+    assert p.getSolution(x) == pytest.approx(1.0, abs=1e-6)
+    # The optimiser then answers a changed model; the nonlinear run's answer is stale.
+    p.chgbounds([x], ["L"], [2.0])
+    p.lpoptimize()
+    assert p.getObjVal() == pytest.approx(4.0, abs=1e-7)
+    assert p.getSolution(x) == pytest.approx(2.0, abs=1e-6)

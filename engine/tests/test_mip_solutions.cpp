@@ -4,7 +4,7 @@
 #include <cmath>
 #include <string>
 
-#include "core/user_solutions.h"
+#include "core/problem.h"
 #include "test_tree_support.h"
 
 namespace treetest {
@@ -273,7 +273,7 @@ TEST_P(BadMipSolutionCalls, FailWithAMessageAndChangeNothing) {
   EXPECT_EQ(model().lb, before.lb);
   EXPECT_EQ(model().ub, before.ub);
   EXPECT_EQ(model().coltype, before.coltype);
-  EXPECT_EQ(nvrl::countUserMipStarts(prob), 0u);  // nothing kept for the next solve
+  EXPECT_EQ(prob->user_mip_starts.size(), 0u);  // nothing kept for the next solve
 }
 
 const double kVals[] = {1, 0, 1, 0};

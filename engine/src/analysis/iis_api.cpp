@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "analysis/iis_store.h"
@@ -11,6 +12,7 @@
 #include "io/mps_writer.h"
 #include "io/problem_files.h"
 #include "io/text_input.h"
+#include "solve/interrupts.h"
 
 using nvrl::IisClock;
 using nvrl::IisSet;
@@ -20,10 +22,19 @@ namespace {
 
 // Holds the problem as being solved for a search, so that no other thread changes it while
 // HiGHS works; the problem's own answers and session are not touched.
+// Ctrl-C and NVRLinterrupt stop it between two solves.
 struct SearchScope {
   nvrl::SolveMarker marker;
-  SearchScope(nvrl_problem_s *p, const char *fn) : marker(p, fn) {}
-  ~SearchScope() { marker.finished(); }
+  std::optional<nvrl::InterruptGuard> guard;
+  SearchScope(nvrl_problem_s *p, const char *fn) : marker(p, fn) {
+    if (!marker.acquired()) return;  // another thread's solve owns the stop request
+    p->interrupt_reason.store(0);
+    guard.emplace(p);
+  }
+  ~SearchScope() {
+    guard.reset();
+    marker.finished();
+  }
 };
 
 // The store for the current model; a store built for an older version is dropped.
@@ -43,6 +54,7 @@ IisClock::time_point deadlineOf(const nvrl_problem_s *p) {
 int first(nvrl_problem_s *p, const char *fn, int mode, IisClock::time_point deadline,
           int *status) {
   std::unique_ptr<IisStore, nvrl::IisStoreDeleter> store(new IisStore());
+  store->interrupt_reason = &p->interrupt_reason;
   std::string err;
   if (!nvrl::buildIisStore(p, *store, err)) return p->fail("%s: %s", fn, err.c_str());
   IisSet found, initial;
@@ -148,6 +160,7 @@ NVRL_API int NVRLiisall(NVRLprob prob) NVRL_TRY {
   if (first(p, __func__, 1, deadline, &status)) return 1;
   IisStore &s = *p->iis;
   while (status == nvrl::kIisFound || status == nvrl::kIisApproximate) {
+    if (p->interrupt_reason.load() != 0) break;
     if (most > 0 && static_cast<int64_t>(s.sets.size()) - 1 >= most) break;
     if (next(p, s, deadline, &status)) return 1;
   }

@@ -103,7 +103,8 @@ Verdict run(IisStore &s, IisClock::time_point deadline, double *value = nullptr)
 Verdict runOnce(IisStore &s, IisClock::time_point deadline, double *value) {
   void *h = s.highs.get();
   const double left = secondsLeft(deadline);
-  if (left <= 0) return Verdict::Unknown;
+  if (left <= 0 || (s.interrupt_reason != nullptr && s.interrupt_reason->load() != 0))
+    return Verdict::Unknown;
   // HiGHS counts its time limit over all runs of an instance unless its clocks restart.
   Highs_zeroAllClocks(h);
   Highs_setDoubleOptionValue(h, "time_limit", left);

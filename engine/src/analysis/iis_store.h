@@ -6,6 +6,7 @@
 // warm-starts.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -57,6 +58,9 @@ struct IisStore {
   std::vector<char> queued;  // per unit
 
   HighsInstance highs;
+  // The problem's stop request (NVRLinterrupt, Ctrl-C), polled between solves; a stopped
+  // search ends as if its time limit had passed.
+  const std::atomic<int> *interrupt_reason = nullptr;
   int hcols = 0, hrows = 0;
   std::vector<UnitState> state;
   std::vector<double> row_lo, row_up, col_lo, col_up;  // current HiGHS bounds

@@ -9,7 +9,6 @@
 #include "core/entry.h"
 #include "core/environment.h"
 #include "core/text.h"
-#include "core/user_solutions.h"
 
 // The engine's tests build and inspect problems directly, so the object's members are
 // exported although the rest of the engine's internals are not.
@@ -20,7 +19,6 @@ NVRL_EXPORTED nvrl_problem_s::nvrl_problem_s() : nvrl_object_s(nvrl::ObjectKind:
 }
 
 NVRL_EXPORTED nvrl_problem_s::~nvrl_problem_s() {
-  nvrl::dropUserMipStarts(this);
   nvrl::unregisterObject(this);
   magic = 0;
 }

@@ -214,6 +214,14 @@ struct IisStoreDeleter {
   void operator()(IisStore *s) const noexcept;
 };
 
+// A solution given by the user (NVRLaddmipsol, NVRLloadmipsol) for the next MIP solve: values
+// of some columns, or of all of them in order when cols is empty.
+struct UserMipSolution {
+  std::string name;
+  std::vector<int> cols;
+  std::vector<double> vals;
+};
+
 }  // namespace nvrl
 
 struct nvrl_problem_s : nvrl_object_s {
@@ -249,6 +257,8 @@ struct nvrl_problem_s : nvrl_object_s {
   std::vector<nvrl::StoreDependent *> dependents;
   // The tuner's method and its last result (analysis/), kept with the problem it tunes.
   std::shared_ptr<void> tuner;
+  // Solutions given by the user, taken by the next MIP solve.
+  std::vector<nvrl::UserMipSolution> user_mip_starts;
 
   // Records an error (message formatted printf-style) and returns its non-zero code.
   int fail(const char *fmt, ...) __attribute__((format(printf, 2, 3)));

@@ -8,7 +8,6 @@
 
 #include "core/entry.h"
 #include "core/ids.h"
-#include "core/user_solutions.h"
 #include "interfaces/highs_c_api.h"
 #include "lp_data/model_rules.h"
 #include "lp_data/store_cache.h"
@@ -121,7 +120,7 @@ NVRL_API int NVRLaddmipsol(NVRLprob prob, int length, const double solval[], con
     s.vals.assign(solval, solval + length);
   }
   if (name) s.name = name;
-  addUserMipStart(p, std::move(s));
+  p->user_mip_starts.push_back(std::move(s));
   return 0;
 } NVRL_CATCH(prob)
 
@@ -154,7 +153,7 @@ NVRL_API int NVRLloadmipsol(NVRLprob prob, const double x[], int *status) NVRL_T
       }
       // Whether it beats the current answer or not, it is a feasible start.
       s.vals = std::move(ux);
-      addUserMipStart(p, std::move(s));
+      p->user_mip_starts.push_back(std::move(s));
     }
   }
   if (status) *status = verdict;

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <chrono>
+#include <utility>
 
 #include "core/ids.h"
 #include "core/text.h"
@@ -149,7 +150,7 @@ std::vector<ColumnFix> integerDecisions(const Model &m, const std::vector<double
 }
 
 std::vector<CompletedStart> completeStarts(nvrl_problem_s *p, void *like, bool log) {
-  const std::vector<UserMipSolution> starts = takeUserMipStarts(p);
+  const std::vector<UserMipSolution> starts = std::exchange(p->user_mip_starts, {});
   std::vector<CompletedStart> out;
   if (starts.empty()) return out;
   const Model &m = p->model;

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/problem.h"
-#include "core/user_solutions.h"
+#include "core/problem.h"
 #include "solve/lowered_model.h"
 
 namespace nvrl {

@@ -4,6 +4,7 @@
 #include "module/args.h"
 #include "module/errors.h"
 #include "module/methods.h"
+#include "module/sigint.h"
 #include "problem/method_families.h"
 
 namespace {
@@ -17,9 +18,11 @@ template <typename Call>
 int search(problem_s *p, Call call) {
   int rc;
   ProblemSolving solving(p);
+  setSigIntHandler();  // Ctrl-C stops the search between two of its solves
   Py_BEGIN_ALLOW_THREADS
   rc = call();
   Py_END_ALLOW_THREADS
+  resetSigIntHandler();
   return rc;
 }
 

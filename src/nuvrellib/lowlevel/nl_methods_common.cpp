@@ -4,9 +4,8 @@
 
 #include "module/env.h"
 #include "module/errors.h"
-#include "module/sigint.h"
 #include "lowlevel/nl_methods.h"
-#include "nonlinear/user.h"
+#include "problem/solve.h"
 #include "nvrl.h"
 
 problem_s *nvo_nl_ready(PyObject *self, const char *method) {
@@ -46,19 +45,8 @@ int nvo_nl_recount(problem_s *p) {
 
 PyObject *nvo_nl_run_guarded(problem_s *p, int (*call)(NSLPprob, const char *),
                              const char *flags) {
-  int rc;
-  nvo_userfunc_error_discard(p->slpprob);
-  {
-    ProblemSolving solving(p);
-    setSigIntHandler();
-    Py_BEGIN_ALLOW_THREADS
-    rc = call(p->slpprob, flags);
-    Py_END_ALLOW_THREADS
-    resetSigIntHandler();
-  }
-  // A user function that raised stopped the solve: its exception is the answer.
-  if (nvo_userfunc_error_raise(p->slpprob) != 0) return nullptr;
-  if (PyErr_Occurred()) return nullptr;  // raised by a callback
+  int rc = 0;
+  if (!problem_run_nonlinear(p, call, flags, &rc)) return nullptr;
   if (rc != 0) return nvo_nl_fail(p);
   Py_RETURN_NONE;
 }

@@ -133,7 +133,7 @@ int problem_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   }
   if (p->vars == nullptr && create_lists_and_maps(p) != 0) return -1;
   if (turnNVRLon(0) != 0) return -1;
-  p->reserved_index = -1;
+  p->last_run_nonlinear = 0;
   p->objtransfer_col = p->objtransfer_row = -1;
   p->n_nonlin_cons = p->nonlin_obj = 0;
   if (create_handles(p) != 0) return -1;
@@ -404,7 +404,7 @@ problem_s *problem_alloc() {
   PyObject *obj = PyType_GenericAlloc(&problem_type, 0);
   if (obj == nullptr) return nullptr;
   problem_s *p = as_problem(obj);
-  p->reserved_index = -1;
+  p->last_run_nonlinear = 0;
   p->objtransfer_col = -1;
   p->objtransfer_row = -1;
   p->constant_col = INT32_MIN;

@@ -27,7 +27,7 @@ struct problem_s {
   rowcolmap *conmap;    // constraint identifier -> row
   rowcolmap *sosmap;    // set identifier -> set index
   PyObject *callbacks[NVO_N_CALLBACKS];  // list of [problem, callable, data, priority]
-  int32_t reserved_index;   // -1; kept for layout, never read
+  int32_t last_run_nonlinear;  // 1 when the last solving call was the nonlinear solver's
   int32_t n_nonlin_cons;    // flushed constraint batches with nonlinear coefficients
   int32_t nonlin_obj;       // 1 when the objective has a nonlinear part
   PyObject *userfuncs;      // dict of user functions, created on first use (or null)
@@ -61,7 +61,12 @@ problem_s *problem_ready_for(PyObject *self, const char *method);
 // problem_ready and holds the interpreter lock at both ends.
 class ProblemSolving {
  public:
-  explicit ProblemSolving(problem_s *p) : p_(p) { p_->solving = 1; }
+  // nonlinear: the call is the nonlinear solver's, whose answers the getters then report
+  // even for a problem without nonlinear parts.
+  explicit ProblemSolving(problem_s *p, bool nonlinear = false) : p_(p) {
+    p_->solving = 1;
+    p_->last_run_nonlinear = nonlinear ? 1 : 0;
+  }
   ~ProblemSolving() { p_->solving = 0; }
   ProblemSolving(const ProblemSolving &) = delete;
   ProblemSolving &operator=(const ProblemSolving &) = delete;

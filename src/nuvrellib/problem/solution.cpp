@@ -183,10 +183,8 @@ PyObject *problem_getResult(problem_s *p, PyObject *args, bool rows, Reader read
 
 int use_nslp_solution(problem_s *p) {
   if (p->slpprob == nullptr || nslp_state(-1) != 1) return 0;
-  if (problem_is_nonlinear(p)) return 1;
-  int status = 0;
-  if (NSLPgetintattrib(p->slpprob, NSLP_ATTR_STATUS, &status) != 0) return nvo_library_error(p);
-  return status >= 1 && status <= 6 ? 1 : 0;
+  // After the optimiser ran last, a status left by an earlier nonlinear run is stale.
+  return problem_is_nonlinear(p) || p->last_run_nonlinear != 0 ? 1 : 0;
 }
 
 int problem_solution_length(problem_s *p, bool use_nslp, bool rows, int *n) {

@@ -173,10 +173,12 @@ int int_attrib(problem_s *p, int id, int *value) {
   return 0;
 }
 
-// True when the nonlinear solver answers for p: the problem is nonlinear and the solver is
-// there. A nonlinear problem without the solver reports the optimiser's values.
+// True when the nonlinear solver answers for p: the problem is nonlinear, or its last solving
+// call was the nonlinear solver's, and the solver is there. Without the solver the
+// optimiser's values are reported.
 bool answered_by_nslp(problem_s *p) {
-  return problem_is_nonlinear(p) && nslp_state(-1) == 1 && p->slpprob != nullptr;
+  return (problem_is_nonlinear(p) || p->last_run_nonlinear != 0) && nslp_state(-1) == 1 &&
+         p->slpprob != nullptr;
 }
 
 // The status number of the last solve, read as getProbStatus does; *mip tells whether the
@@ -231,6 +233,26 @@ PyObject *problem_setObjective(PyObject *self, PyObject *args, PyObject *kwargs)
   Py_RETURN_NONE;
 }
 
+}  // namespace
+
+bool problem_run_nonlinear(problem_s *p, int (*call)(NSLPprob, const char *), const char *flags,
+                           int *rc) {
+  nvo_userfunc_error_discard(p->slpprob);
+  {
+    ProblemSolving solving(p, true);
+    setSigIntHandler();
+    Py_BEGIN_ALLOW_THREADS
+    *rc = call(p->slpprob, flags);
+    Py_END_ALLOW_THREADS
+    resetSigIntHandler();
+  }
+  // A user function that raised stopped the solve: its exception is the answer.
+  if (nvo_userfunc_error_raise(p->slpprob) != 0) return false;
+  return !PyErr_Occurred();  // else raised by a callback
+}
+
+namespace {
+
 // The nonlinear path of solve: integer columns are kept integral by the 'g' flag.
 PyObject *solve_nonlinear(problem_s *p, const char *flags, int is_mip) {
   char buffer[512];
@@ -247,19 +269,8 @@ PyObject *solve_nonlinear(problem_s *p, const char *flags, int is_mip) {
     buffer[len] = 'g';
     buffer[len + 1] = '\0';
   }
-  int rc;
-  nvo_userfunc_error_discard(p->slpprob);
-  {
-    ProblemSolving solving(p);
-    setSigIntHandler();
-    Py_BEGIN_ALLOW_THREADS
-    rc = NSLPnlpoptimize(p->slpprob, buffer);
-    Py_END_ALLOW_THREADS
-    resetSigIntHandler();
-  }
-  // A user function that raised stopped the solve: its exception is the answer.
-  if (nvo_userfunc_error_raise(p->slpprob) != 0) return nullptr;
-  if (PyErr_Occurred()) return nullptr;  // raised by a callback
+  int rc = 0;
+  if (!problem_run_nonlinear(p, NSLPnlpoptimize, buffer, &rc)) return nullptr;
   if (rc != 0) return setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
   Py_RETURN_NONE;
 }
