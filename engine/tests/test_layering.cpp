@@ -7,6 +7,7 @@
 //   solve    lowering to HiGHS and the answers (on core)
 //   nslp     the nonlinear layer (on the C API and core)
 //   tree     the engine's own branch and bound (on solve and core)
+//   analysis infeasibility sets, repair, sensitivity and tuning (on solve, io, lp_data, core)
 //
 // Includes of anything else (the C API header, HiGHS's headers) are not checked.
 #include <gtest/gtest.h>
@@ -23,7 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::map<std::string, int> kLayer = {
-    {"core", 0}, {"lp_data", 1}, {"io", 2}, {"solve", 2}, {"nslp", 3}, {"tree", 3},
+    {"core", 0}, {"lp_data", 1}, {"io", 2}, {"solve", 2}, {"nslp", 3}, {"tree", 3}, {"analysis", 3},
 };
 
 TEST(EngineLayering, FilesIncludeOnlyTheirLayerAndTheLayersBelow) {
