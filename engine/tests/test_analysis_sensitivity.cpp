@@ -353,6 +353,83 @@ TEST_P(RangingData, BasisSolvesInvertTheBasisMatrix) {
   }
 }
 
+// Answers recomputed from given vectors. Rosen-Suzuki's optimum (0, 1, 2, -1) with the duals
+// -1, 0, -2 (in the engine's sign: the objective's gradient minus the duals times the rows'
+// gradients vanishes there); its rows' slacks are 0, 1 and 0 and its objective -44.
+class Recompute : public SolveTest {};
+
+TEST_F(Recompute, QuadraticProblemAtItsOptimum) {
+  rosenSuzuki();
+  const double x[] = {0, 1, 2, -1}, good[] = {-1, 0, -2}, bad[] = {1, 0, 2};
+  double obj = 0, slack[3], dj[4];
+  ASSERT_EQ(NVRLcalcobjective(prob, x, &obj), 0) << lastError();
+  EXPECT_NEAR(obj, -44, 1e-12);
+  ASSERT_EQ(NVRLcalcslacks(prob, x, slack), 0);
+  EXPECT_NEAR(slack[0], 0, 1e-12);
+  EXPECT_NEAR(slack[1], 1, 1e-12);
+  EXPECT_NEAR(slack[2], 0, 1e-12);
+  ASSERT_EQ(NVRLcalcreducedcosts(prob, good, x, dj), 0);
+  for (double d : dj) EXPECT_NEAR(d, 0, 1e-12);
+  EXPECT_NE(NVRLcalcreducedcosts(prob, good, nullptr, dj), 0);  // needs the point
+  // With the duals' signs flipped: reduced costs (-10, -6, -26, 10) on free columns, and the
+  // tight rows' duals point the wrong way by 1 and 2.
+  struct Case {
+    int property;
+    const double *duals;
+    double want;
+  } cases[] = {{NVRL_SOLINFO_ABSDUALINFEAS, good, 0},   {NVRL_SOLINFO_ABSDUALINFEAS, bad, 26},
+               {NVRL_SOLINFO_RELDUALINFEAS, bad, 2},    {NVRL_SOLINFO_ABSPRIMALINFEAS, bad, 0},
+               {NVRL_SOLINFO_MAXMIPFRACTIONAL, bad, 0}};
+  for (const Case &c : cases) {
+    double v = -1;
+    ASSERT_EQ(NVRLcalcsolinfo(prob, x, c.duals, c.property, &v), 0) << lastError();
+    EXPECT_NEAR(v, c.want, 1e-12) << c.property;
+  }
+  double v;
+  EXPECT_NE(NVRLcalcsolinfo(prob, x, nullptr, NVRL_SOLINFO_ABSDUALINFEAS, &v), 0);
+  EXPECT_NE(NVRLcalcsolinfo(prob, x, good, 5, &v), 0);
+}
+
+// x in [0, 3], y integer >= 0;  r0: x + y <= 4,  r1: 1 <= x - y <= 2 (ranged).  At (4, 1.25)
+// x is 1 above its bound (relative 1/4), r0 1.25 above its rhs (1.25/5) and r1 0.75 above
+// (0.75/3); y is 0.25 from an integer.
+TEST_F(Recompute, PrimalInfeasibilityAndFractionality) {
+  col(0, 3, 1);
+  col(0, kInf, 1, 'I');
+  row('L', 4, {{0, 1}, {1, 1}});
+  row('R', 2, {{0, 1}, {1, -1}}, 1);
+  const double x[] = {4, 1.25};
+  const std::pair<int, double> cases[] = {{NVRL_SOLINFO_ABSPRIMALINFEAS, 1.25},
+                                          {NVRL_SOLINFO_RELPRIMALINFEAS, 0.25},
+                                          {NVRL_SOLINFO_MAXMIPFRACTIONAL, 0.25}};
+  for (auto [property, want] : cases) {
+    double v = -1;
+    ASSERT_EQ(NVRLcalcsolinfo(prob, x, nullptr, property, &v), 0) << lastError();
+    EXPECT_NEAR(v, want, 1e-12) << property;
+  }
+  double slack[2];
+  ASSERT_EQ(NVRLcalcslacks(prob, x, slack), 0);
+  EXPECT_NEAR(slack[0], -1.25, 1e-12);
+  EXPECT_NEAR(slack[1], -0.75, 1e-12);
+}
+
+// On the data: the recomputed answers at the solve's own vectors are the solve's answers.
+TEST_P(RangingData, RecomputedAnswersMatchTheSolve) {
+  std::vector<double> slack(m), s2(m), d2(n);
+  ASSERT_EQ(NVRLgetlpsol(prob, nullptr, slack.data(), nullptr, nullptr), 0);
+  ASSERT_EQ(NVRLcalcslacks(prob, x.data(), s2.data()), 0);
+  ASSERT_EQ(NVRLcalcreducedcosts(prob, duals.data(), nullptr, d2.data()), 0);
+  for (int i = 0; i < m; ++i) EXPECT_NEAR(s2[i], slack[i], 1e-9 * (1 + std::fabs(slack[i])));
+  for (int j = 0; j < n; ++j) EXPECT_NEAR(d2[j], djs[j], 1e-9 * (1 + std::fabs(djs[j])));
+  double obj = 0, pinf = -1, dinf = -1;
+  ASSERT_EQ(NVRLcalcobjective(prob, x.data(), &obj), 0);
+  EXPECT_NEAR(obj, obj0, 1e-9 * std::fabs(obj0));
+  ASSERT_EQ(NVRLcalcsolinfo(prob, x.data(), duals.data(), NVRL_SOLINFO_ABSPRIMALINFEAS, &pinf), 0);
+  ASSERT_EQ(NVRLcalcsolinfo(prob, x.data(), duals.data(), NVRL_SOLINFO_ABSDUALINFEAS, &dinf), 0);
+  EXPECT_LT(pinf, 1e-6);
+  EXPECT_LT(dinf, 1e-6);
+}
+
 INSTANTIATE_TEST_SUITE_P(Sensitivity, RangingData,
                          ::testing::Values(Perturbed{"afiro", "afiro.mps", 1},
                                            Perturbed{"adlittle", "adlittle.mps", 5}),

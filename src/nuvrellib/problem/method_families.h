@@ -16,6 +16,8 @@ extern PyMethodDef problem_methods_loading[];    // lowlevel/loading.cpp: loadpr
 extern PyMethodDef problem_methods_changes[];    // lowlevel/changes.cpp: chg..., add..., del... by arrays
 extern PyMethodDef problem_methods_queries_matrix[];    // lowlevel/queries_matrix.cpp
 extern PyMethodDef problem_methods_queries_solution[];  // lowlevel/queries_solution.cpp
+extern PyMethodDef problem_methods_sensitivity[];  // lowlevel/sensitivity.cpp: ranging, basis solves
+extern PyMethodDef problem_methods_recompute[];    // lowlevel/recompute.cpp: calcslacks, calcobjective, ...
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.

@@ -418,7 +418,8 @@ int problem_build_method_table() {
                              problem_methods_solution,  problem_methods_files,
                              problem_methods_conversion, problem_methods_loading,
                              problem_methods_changes,    problem_methods_queries_matrix,
-                             problem_methods_queries_solution};
+                             problem_methods_queries_solution,
+                             problem_methods_sensitivity, problem_methods_recompute};
   assembled_methods.clear();
   for (PyMethodDef *family : families)
     for (PyMethodDef *m = family; m->ml_name != nullptr; ++m) assembled_methods.push_back(*m);
