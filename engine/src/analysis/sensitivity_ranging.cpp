@@ -112,15 +112,16 @@ bool rhsRange(const BasisView &bv, int row, double &down, double &up, std::strin
 bool boundRanges(const BasisView &bv, int var, double lbRange[2], double ubRange[2],
                  std::string &err) {
   const double lo = bv.lower(var), hi = bv.upper(var), x = bv.value(var);
+  auto at = [](double base, double delta) {
+    return delta >= kInf ? kInf : delta <= -kInf ? -kInf : base + delta;
+  };
   const int s = bv.position(var) >= 0 ? 2 : bv.side(var);
   if (s == 2) {
     // Basic or between its bounds: each bound may move up to the value and away from it.
     lbRange[0] = -kInf;
-    lbRange[1] = x - lo;
-    ubRange[0] = x - hi;
+    lbRange[1] = x;
+    ubRange[0] = x;
     ubRange[1] = kInf;
-    if (lo <= -kInf) lbRange[1] = kInf;
-    if (hi >= kInf) ubRange[0] = -kInf;
     return true;
   }
   // The variable sits on a bound and moves with it: basics move by -delta * B^-1 a.
@@ -131,24 +132,23 @@ bool boundRanges(const BasisView &bv, int var, double lbRange[2], double ubRange
   double down, up;
   basicRatioTest(bv, w, down, up);
   if (s == 1) {
-    lbRange[0] = down;
-    lbRange[1] = hi < kInf ? std::min(up, hi - lo) : up;
-    ubRange[0] = x - hi;  // down to the value it sits at
+    lbRange[0] = at(lo, down);
+    lbRange[1] = std::min(at(lo, up), hi);
+    ubRange[0] = x;  // down to the value it sits at
     ubRange[1] = kInf;
-    if (hi >= kInf) ubRange[0] = -kInf;
   } else if (s == -1) {
-    ubRange[0] = lo > -kInf ? std::max(down, lo - hi) : down;
-    ubRange[1] = up;
+    ubRange[0] = std::max(at(hi, down), lo);
+    ubRange[1] = at(hi, up);
     lbRange[0] = -kInf;
-    lbRange[1] = x - lo;
-    if (lo <= -kInf) lbRange[1] = kInf;
+    lbRange[1] = x;
   } else {
-    // Fixed: lowering the lower bound (or raising the upper) leaves the value where it is;
-    // the other direction drags it along.
-    lbRange[0] = -kInf;
-    lbRange[1] = up;
-    ubRange[0] = down;
-    ubRange[1] = kInf;
+    // Fixed: neither bound can pass the other. Opening the pair, the value stays on the bound
+    // its reduced cost favours (dragged along by it) or on the other one (free to go).
+    const double sd = bv.sense() * bv.dj(var);
+    lbRange[0] = sd > 0 ? at(lo, down) : -kInf;
+    lbRange[1] = lo;
+    ubRange[0] = hi;
+    ubRange[1] = sd < 0 ? at(hi, up) : kInf;
   }
   return true;
 }
@@ -245,10 +245,10 @@ NVRL_API int NVRLbndsa(NVRLprob prob, int ncols, const int colind[], double lblo
     const int j = colind[k];
     double lb[2], ub[2];
     if (!nvrl::boundRanges(bv, bv.rows() + j, lb, ub, err)) return p->fail("%s", err.c_str());
-    out[0][k] = shifted(p->model.lb[j], lb[0]);
-    out[1][k] = shifted(p->model.lb[j], lb[1]);
-    out[2][k] = shifted(p->model.ub[j], ub[0]);
-    out[3][k] = shifted(p->model.ub[j], ub[1]);
+    out[0][k] = lb[0];
+    out[1][k] = lb[1];
+    out[2][k] = ub[0];
+    out[3][k] = ub[1];
   }
   double *dst[4] = {lblower, lbupper, ublower, ubupper};
   for (int i = 0; i < 4; ++i)

@@ -18,7 +18,8 @@ void basicRatioTest(const BasisView &bv, const std::vector<double> &dir, double 
 bool costRange(const BasisView &bv, int var, double &down, double &up, std::string &err);
 // Change of the right-hand side of row i (every finite bound of the row moves with it).
 bool rhsRange(const BasisView &bv, int row, double &down, double &up, std::string &err);
-// Changes of the lower and of the upper bound of variable `var` (a column).
+// The ranges of the lower and of the upper bound of variable `var` (a column), as bound
+// values rather than changes (a bound may sit at +-kInf).
 bool boundRanges(const BasisView &bv, int var, double lbRange[2], double ubRange[2],
                  std::string &err);
 
