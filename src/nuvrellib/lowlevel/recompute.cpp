@@ -101,19 +101,20 @@ PyObject *NVRL_PY_calcsolinfo(PyObject *self, PyObject *args, PyObject *kwargs) 
 PyMethodDef problem_methods_recompute[] = {
     KW(calcobjective, "calcobjective(solution) -> float\n\n"
                       "The objective (constant and quadratic part included) at a solution.\n\n"
-                      "Example: p.calcobjective([1.0, 2.0])"),
+                      "Example: p.calcobjective([1.0, 2.0, 0.0, 0.0, 0.0])"),
     KW(calcslacks, "calcslacks(solution, calculatedslacks=None)\n\n"
                    "The slack (rhs - activity) of every row at a solution.\n\n"
-                   "Example: s = []; p.calcslacks([1.0, 2.0], s)"),
+                   "Example: s = []; p.calcslacks([1.0, 2.0, 0.0, 0.0, 0.0], s)"),
     KW(calcreducedcosts, "calcreducedcosts(duals, solution, djs)\n\n"
                          "The reduced cost of every column for the duals given (and the\n"
                          "solution, which quadratic problems need; None otherwise).\n\n"
-                         "Example: d = []; p.calcreducedcosts(duals, None, d)"),
+                         "Example: duals, d = [], []; p.getlpsol(None, None, duals, None)\n"
+                         "         p.calcreducedcosts(duals, None, d)"),
     KW(calcsolinfo, "calcsolinfo(solution, dual, property) -> float\n\n"
                     "A measure of a solution: property 0 (1) the largest absolute (relative)\n"
                     "primal infeasibility, 2 (3) the largest absolute (relative) dual\n"
                     "infeasibility, 4 the largest distance of an integer column from an integer.\n"
                     "dual may be None for 0, 1 and 4.\n\n"
-                    "Example: p.calcsolinfo(x, duals, 0)"),
+                    "Example: sol = []; p.getlpsol(sol); p.calcsolinfo(sol, None, 0)"),
     {nullptr, nullptr, 0, nullptr},
 };
