@@ -293,16 +293,16 @@ PyMethodDef problem_methods_sensitivity[] = {
               "Solves y'B = vec' with the basis matrix B (vec indexed by basis position); y is\n"
               "indexed by row. A list is overwritten, another sequence gives a new list.\n\n"
               "Example: v = [1.0, 0.0]; p.btran(v)"),
-    KW(strongbranch, "strongbranch(colind, bndtype, bndval, iterlim, objval=None, status=None)\n\n"
+    KW(strongbranch, "strongbranch(colind, bndtype, bndval, iterlim, objval, status)\n\n"
                      "For each candidate bound change, the objective and LP status after at\n"
                      "most iterlim dual simplex iterations from the optimal basis. The problem\n"
                      "is left unchanged.\n\n"
                      "Example: obj, st = [], []; p.strongbranch([x, x], ['U', 'L'], [0, 1], 50, obj, st)"),
-    KW(estimaterowdualranges, "estimaterowdualranges(rowind, iterlim, mindual=None, maxdual=None)\n\n"
+    KW(estimaterowdualranges, "estimaterowdualranges(rowind, iterlim, mindual, maxdual)\n\n"
                               "Estimates the smallest and largest dual value of each row as its\n"
                               "right-hand side moves, following at most iterlim basis changes\n"
                               "each way.\n\n"
-                              "Example: lo, hi = p.estimaterowdualranges([c1], 10)"),
+                              "Example: lo, hi = [], []; p.estimaterowdualranges([c1], 10, lo, hi)"),
     KW(basisstability, "basisstability(type, norm, scaled) -> float\n\n"
                        "type 0 the basis's condition number, 1 the norm of its inverse, 2 its\n"
                        "norm; norm 0 infinity, 1 one-norm; scaled non-zero scales its columns\n"
