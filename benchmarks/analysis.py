@@ -1,6 +1,7 @@
-"""Infeasibility analysis on the shared data: time and size of the first irreducible
-infeasible set (IIS) of each infeasible instance, and of an infeasible variant of each LP (a
-row bounding the objective one unit, or 0.1%, beyond its optimum).
+"""Analysis methods on the shared data: time and size of the first irreducible infeasible set
+(IIS) of each infeasible instance and of an infeasible variant of each LP (a row bounding the
+objective one unit, or 0.1%, beyond its optimum); and the time of full ranging on the largest
+LP as a multiple of its solve time.
 
 Run with the package on the path, e.g.
     PYTHONPATH=build/NAME/stage python benchmarks/analysis.py
@@ -68,5 +69,29 @@ def bench_iis():
     sys.stdout.flush()
 
 
+def bench_ranging():
+    """Full ranging (objsa and bndsa of every column, rhssa of every row) of the largest LP of
+    the data set, as a multiple of the time of its solve (best of three each)."""
+    lps = [r["file"] for r in _instances() if r["status"] == "optimal"]
+    nnz, name = max((_read(n).attributes.elements, n) for n in lps)
+    solve = ranging = float("inf")
+    for _ in range(3):
+        p = _read(name)  # a new problem each round, so that each solve starts cold
+        t0 = time.perf_counter()
+        p.solve()
+        solve = min(solve, time.perf_counter() - t0)
+        cols = range(p.attributes.columns)
+        rows = range(p.attributes.rows)
+        t0 = time.perf_counter()
+        p.objsa(cols)
+        p.rhssa(rows)
+        p.bndsa(cols)
+        ranging = min(ranging, time.perf_counter() - t0)
+    print(f"ranging of {name} ({p.attributes.rows} rows, {p.attributes.columns} columns, "
+          f"{nnz} nonzeros): solve {solve:.4f} s, full ranging {ranging:.4f} s "
+          f"= {ranging / solve:.1f} x the solve")
+
+
 if __name__ == "__main__":
     bench_iis()
+    bench_ranging()

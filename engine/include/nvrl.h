@@ -1191,7 +1191,88 @@ NVRL_API int NVRLrepairweightedinfeasbounds(NVRLprob prob, int *status, const do
 
 /* ----- Ranging and basis solves -------------------------------------------------------- */
 
+/* All of these work on the basis of the last solve, which must have been an LP solve (not a
+ * MIP) of the problem as it stands (unchanged since), with HiGHS seeing the problem's own rows
+ * and columns: they fail on a problem with free rows, quadratic parts or global entities that
+ * the solver reformulates, and when a basis was loaded after the solve. The basis matrix B has
+ * a column of A for each basic column and the unit column +e_i for each basic row (its slack,
+ * rhs - activity); its positions follow NVRLgetpivotorder. Infinite range ends are +-1e20. */
+/* Cost ranging: for the ncols columns colind, lower[k]..upper[k] is the range of the column's
+ * cost over which the basis stays optimal (the other data fixed). Either output may be null.
+ * Needs an optimal last solve; fails on an index out of range. */
+NVRL_API int NVRLobjsa(NVRLprob prob, int ncols, const int colind[], double lower[],
+                       double upper[]);
+/* Right-hand side ranging: lower[k]..upper[k] is the range of row rowind[k]'s rhs (a ranged
+ * row keeps its range width) over which the basis stays feasible, hence optimal. */
+NVRL_API int NVRLrhssa(NVRLprob prob, int nrows, const int rowind[], double lower[],
+                       double upper[]);
+/* Bound ranging: for each column, the range lblower..lbupper of its lower bound and
+ * ublower..ubupper of its upper bound (each moved alone) over which the basis stays feasible,
+ * hence optimal. Any output may be null. */
+NVRL_API int NVRLbndsa(NVRLprob prob, int ncols, const int colind[], double lblower[],
+                       double lbupper[], double ublower[], double ubupper[]);
+/* An estimate of the range of each row's dual value as its rhs moves: from the optimal basis,
+ * the rhs is moved just past each end of its range and the LP re-solved, up to iterlim times
+ * each way; mindual/maxdual receive the smallest and largest duals seen (the current one
+ * included). Works on a copy: the problem and its answers are unchanged. */
+NVRL_API int NVRLestimaterowdualranges(NVRLprob prob, int nrows, const int rowind[], int iterlim,
+                                       double mindual[], double maxdual[]);
+/* Forward solve: vec (rows entries, indexed by row) is overwritten with B^-1 vec, indexed by
+ * basis position. Needs a basis, not an optimal one. */
+NVRL_API int NVRLftran(NVRLprob prob, double vec[]);
+/* Backward solve: vec (rows entries, indexed by basis position) is overwritten with y, indexed
+ * by row, where y'B = vec'. */
+NVRL_API int NVRLbtran(NVRLprob prob, double vec[]);
+/* A measure of the basis matrix into *value: type 0 its condition number ||B||*||B^-1||, 1 the
+ * norm of B^-1, 2 the norm of B; norm 0 the infinity norm, 1 the one-norm; scaled non-zero
+ * divides each basis column by its largest entry first. Computed exactly with one forward
+ * solve per row. */
+NVRL_API int NVRLbasisstability(NVRLprob prob, int type, int norm, int scaled, double *value);
+/* Strong branching: for each of nbnds candidates, column colind[k]'s bound of type bndtype[k]
+ * ('L', 'U' or 'B') set to bndval[k], the dual simplex runs from the optimal basis for at most
+ * iterlim iterations; objval[k] receives its objective (a bound on the branch's optimum when
+ * the limit stops it) and status[k] its NVRL_LP_... status (NVRL_LP_UNFINISHED when stopped;
+ * an infeasible branch reads +-1e20 in the objective's sense). Works on a copy of the LP: the
+ * problem, its bounds and answers are unchanged. Either output may be null. */
+NVRL_API int NVRLstrongbranch(NVRLprob prob, int nbnds, const int colind[], const char bndtype[],
+                              const double bndval[], int iterlim, double objval[], int status[]);
+/* The ratio test of a nonbasic variable `in` (combined numbering: rows, then columns) entering
+ * the basis: moving away from its bound (a free or superbasic one in its improving direction),
+ * the basic variables that reach a bound, with the step at which each does, into outlist and
+ * x in increasing order of the step (the entering variable itself when it reaches its other
+ * bound first), at most maxpiv of them; *npiv receives their number and *dobj the objective
+ * after the pivot on the first (+-1e20 when nothing limits the step). Fails when `in` is
+ * basic or fixed. */
+NVRL_API int NVRLgetpivots(NVRLprob prob, int in, int outlist[], double x[], double *dobj,
+                           int *npiv, int maxpiv);
+
+
 /* ----- Answers recomputed from given vectors ------------------------------------------- */
+
+/* Properties for NVRLcalcsolinfo. */
+#define NVRL_SOLINFO_ABSPRIMALINFEAS 0 /* largest violation of a bound or row */
+#define NVRL_SOLINFO_RELPRIMALINFEAS 1 /* the same, each divided by 1 + |bound or rhs| */
+#define NVRL_SOLINFO_ABSDUALINFEAS 2   /* largest reduced cost of the wrong sign */
+#define NVRL_SOLINFO_RELDUALINFEAS 3   /* the same, each divided by 1 + |cost| */
+#define NVRL_SOLINFO_MAXMIPFRACTIONAL 4 /* largest distance of an integer column from an integer */
+
+/* The slacks rhs - activity (quadratic parts included) of every row at the given solution
+ * (cols entries) into slacks (rows entries). */
+NVRL_API int NVRLcalcslacks(NVRLprob prob, const double solution[], double slacks[]);
+/* The reduced costs (gradient of the objective minus the duals times the rows' gradients) at
+ * the given duals (rows entries) and solution (cols entries; may be null for a problem without
+ * quadratic parts) into djs (cols entries). */
+NVRL_API int NVRLcalcreducedcosts(NVRLprob prob, const double duals[], const double solution[],
+                                  double djs[]);
+/* The objective (constant and quadratic part included) at the given solution into *objval. */
+NVRL_API int NVRLcalcobjective(NVRLprob prob, const double solution[], double *objval);
+/* One NVRL_SOLINFO_... property of the given solution (and duals, which the dual properties
+ * need) into *value. A dual violation counts a reduced cost that would improve the objective
+ * by moving the variable off the bound it sits at, or any non-zero reduced cost of a variable
+ * strictly between its bounds. Fails on an unknown property. */
+NVRL_API int NVRLcalcsolinfo(NVRLprob prob, const double solution[], const double duals[],
+                             int property, double *value);
+
 
 /* ===== Tuning, directives, bases and solution files ==================================== */
 

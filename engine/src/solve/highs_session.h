@@ -36,6 +36,10 @@ class HighsSession {
   bool sync(const Model &m, uint64_t version, LowerMode mode, std::string &err);
 
   const LoweredModel &lowered() const { return lowered_; }
+  // The model version and mode HiGHS was last brought up to date with.
+  uint64_t syncedVersion() const { return version_; }
+  LowerMode syncedMode() const { return mode_; }
+  bool loaded() const { return loaded_; }
 
   // A basis (user rows and columns, NVRL_BASIS_... codes) to start the next solve from.
   void setPendingBasis(std::vector<int> rowstat, std::vector<int> colstat);

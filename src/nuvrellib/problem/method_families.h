@@ -25,6 +25,8 @@ extern PyMethodDef problem_methods_solver_ops[];    // lowlevel/solver_ops.cpp: 
 extern PyMethodDef problem_methods_solver_files[];  // lowlevel/solver_files.cpp: save, solution, basis files
 extern PyMethodDef problem_methods_directives[];    // lowlevel/directives.cpp: branching directives
 extern PyMethodDef problem_methods_iis[];  // lowlevel/iis.cpp: irreducible infeasible sets
+extern PyMethodDef problem_methods_sensitivity[];  // lowlevel/sensitivity.cpp: ranging, basis solves
+extern PyMethodDef problem_methods_recompute[];    // lowlevel/recompute.cpp: calcslacks, calcobjective, ...
 
 // Concatenates the families into problem_type.tp_methods. Call before PyType_Ready.
 // 0 on success, -1 with an exception set.

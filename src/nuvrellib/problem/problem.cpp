@@ -434,7 +434,8 @@ int problem_build_method_table() {
                              problem_methods_solver_ops,
                              problem_methods_solver_files,
                              problem_methods_directives,
-                             problem_methods_iis};
+                             problem_methods_iis,
+                             problem_methods_sensitivity, problem_methods_recompute};
   assembled_methods.clear();
   for (PyMethodDef *family : families)
     for (PyMethodDef *m = family; m->ml_name != nullptr; ++m) assembled_methods.push_back(*m);
