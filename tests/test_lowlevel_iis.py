@@ -161,3 +161,23 @@ def test_bad_requests_raise_and_leave_the_sets_alone(call, error, text):
     again = []
     p.getiisdata(1, again)
     assert again == rows
+
+
+@pytest.mark.skipif(not (DATA / "25fv47.mps").exists(), reason=f"no test data in {DATA}")
+def test_ctrl_c_stops_a_long_search():
+    # 25fv47 with its objective bounded past the optimum: the deletion filter takes many
+    # solves, far longer than the second after which Ctrl-C arrives.
+    import os
+    import signal
+    import threading
+    import time
+
+    p = _read(DATA / "25fv47.mps")
+    body = nv.Sum(c * v for c, v in zip(p.getobj(), p.getVariable(first=0)) if c != 0)
+    p.addConstraint(body <= 5501.8458 - p.attributes.objective_constant - 10)
+    p.controls.iis_time_limit = 60  # bounds the test if the request went unheard
+    threading.Timer(1.0, lambda: os.kill(os.getpid(), signal.SIGINT)).start()
+    start = time.perf_counter()
+    status = p.iisfirst(1)
+    assert time.perf_counter() - start < 10
+    assert status in (3, 4)  # stopped: an unfinished set, or none yet

@@ -150,7 +150,8 @@ def test_getters_report_the_solver_that_ran_last():
     # A quadratic objective without nonlinear coefficients, solved by either solver:
     # min (x - 1)^2 + 3 = x^2 - 2x + 4 on 0 <= x <= 5.
     p = nv.problem()
-    x = p.addVariable(lb=0, ub=5)
+    x = nv.var(lb=0, ub=5)
+    p.addVariable(x)
     p.setObjective(x * x - 2 * x + 4)
     p.nlpoptimize()
     assert p.getObjVal() == pytest.approx(3.0, abs=1e-7)

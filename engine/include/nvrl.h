@@ -229,6 +229,7 @@ typedef struct {
 #define NVRL_CTRL_BARRIER_ITERATION_LIMIT 8008 /* int */
 #define NVRL_CTRL_CROSSOVER 8009 /* int */
 #define NVRL_CTRL_TREE_SEARCH 8020 /* int */
+#define NVRL_CTRL_TREE_CUT_ROUNDS 8021 /* int */
 #define NVRL_CTRL_LOAD_LOG 8035 /* int */
 #define NVRL_CTRL_IIS_TIME_LIMIT 8100 /* double */
 #define NVRL_CTRL_IIS_MAX_SETS 8101 /* int */

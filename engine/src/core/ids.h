@@ -78,6 +78,7 @@ constexpr int kRepairBigM = NVRL_CTRL_REPAIR_BIG_M;          // double, the coun
 constexpr int kTunerTimeLimit = NVRL_CTRL_TUNER_TIME_LIMIT;   // double, seconds, 0 none
 constexpr int kTunerRunTimeLimit = NVRL_CTRL_TUNER_RUN_TIME_LIMIT;  // double, seconds, 0 none
 constexpr int kMipHeuristicEffort = NVRL_CTRL_MIP_HEURISTIC_EFFORT;  // double, 0..1
+constexpr int kTreeCutRounds = NVRL_CTRL_TREE_CUT_ROUNDS;  // int, root cover-cut rounds
 constexpr int kTreeSearch = NVRL_CTRL_TREE_SEARCH;         // int, 1: the engine's own branch and bound for MIPs
 
 // ---- nonlinear solver ----

@@ -149,6 +149,9 @@ const ParamInfo kTable[] = {
     intCtl(8020, "tree_search", 0, 0, 1,
            "1: MIPs are solved by the engine's own branch and bound on LP relaxations instead "
            "of HiGHS's MIP solver; MIPs with a quadratic objective always are."),
+    intCtl(8021, "tree_cut_rounds", 10, 0, 100,
+           "Rounds of knapsack cover cuts at the root of the engine's own tree search; 0: no "
+           "cuts."),
     intCtl(8035, "load_log", 1, 0, 1, "1 when loading a problem writes a log line, 0 not."),
     dblCtl(8100, "iis_time_limit", 0.0, 0.0, kNoLimit,
            "Seconds one infeasible-set search (NVRLiisfirst, NVRLiisnext, NVRLiisall) may run; "

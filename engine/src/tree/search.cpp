@@ -31,9 +31,9 @@ constexpr int64_t kDivingEvery = 250;
 // Propagation work per node, in passes over the matrix: a few at the root, one at other
 // nodes, where few bounds moved.
 constexpr int64_t kRootWorkPasses = 20, kNodeWorkMin = 10000;
-// Cover cuts at the root: rounds of separation and re-solve, cuts per round, and the least
-// relative rise of the root bound for another round.
-constexpr int kCutRounds = 10, kCutsPerRound = 200;
+// Cover cuts at the root (rounds by the control tree_cut_rounds): cuts per round, and the
+// least relative rise of the root bound for another round.
+constexpr int kCutsPerRound = 200;
 constexpr double kCutProgress = 1e-4;
 
 struct Limits {
@@ -281,7 +281,8 @@ void Search::offerUserSolutions() {
 }
 
 Relaxation Search::rootCuts(const Node &root, Relaxation r) {
-  for (int round = 0; round < kCutRounds && r.status == Relaxation::Optimal; ++round) {
+  const int64_t rounds = getIntControl(p_, id::kTreeCutRounds);
+  for (int64_t round = 0; round < rounds && r.status == Relaxation::Optimal; ++round) {
     if (violations(entities_, r.x, lim_.inttol, lim_.feastol).empty()) break;
     if (stopReason(false) != 0) break;
     const std::vector<Cut> cuts =

@@ -4,7 +4,6 @@
 #include "module/args.h"
 #include "module/errors.h"
 #include "module/methods.h"
-#include "module/sigint.h"
 #include "problem/method_families.h"
 
 namespace {
@@ -12,18 +11,11 @@ namespace {
 using query::done;
 using query::wanted;
 
-// Runs a search with the interpreter lock released: it may take long, and the problem is
-// marked as being solved so that other threads cannot change it meanwhile.
+// A search may take long: the interpreter is released, and Ctrl-C stops the search between
+// two of its solves.
 template <typename Call>
 int search(problem_s *p, Call call) {
-  int rc;
-  ProblemSolving solving(p);
-  setSigIntHandler();  // Ctrl-C stops the search between two of its solves
-  Py_BEGIN_ALLOW_THREADS
-  rc = call();
-  Py_END_ALLOW_THREADS
-  resetSigIntHandler();
-  return rc;
+  return problem_run_released(p, call);
 }
 
 PyObject *NVRL_PY_iisall(PyObject *self, PyObject *) {

@@ -8,7 +8,6 @@
 #include "module/args.h"
 #include "module/errors.h"
 #include "module/methods.h"
-#include "module/sigint.h"
 #include "problem/method_families.h"
 
 namespace {
@@ -17,14 +16,7 @@ namespace {
 // released, under the interrupt guard of the optimisation calls.
 template <class Call>
 int solving_call(problem_s *p, Call &&call) {
-  ProblemSolving solving(p);
-  setSigIntHandler();
-  int rc;
-  Py_BEGIN_ALLOW_THREADS
-  rc = call();
-  Py_END_ALLOW_THREADS
-  resetSigIntHandler();
-  return rc;
+  return problem_run_released(p, call);
 }
 
 // A full vector of column values: COLS doubles.

@@ -1,7 +1,7 @@
 // Multistart through the methods of nuvrel.problem: jobs with their own initial values and
 // controls, presets, and clearing the queue. Each job carries a Python object the library
 // keeps as an opaque pointer; the problem holds a reference to it for as long as the job is
-// queued (nonlinear/methods_jobs.h), so that the pointer stays valid for whoever is handed
+// queued (its msjobs list), so that the pointer stays valid for whoever is handed
 // it back.
 #include <strings.h>
 
@@ -13,7 +13,6 @@
 #include "module/methods.h"
 #include "module/pyref.h"
 #include "lowlevel/nl_methods.h"
-#include "nonlinear/methods_jobs.h"
 #include "nvrl.h"
 
 namespace {
@@ -100,6 +99,20 @@ const char *description_of(PyObject *obj) {
 // None stands for no object: the library then holds a null pointer.
 void *job_pointer(PyObject *object) { return object == Py_None ? nullptr : object; }
 
+// Keeps object alive for the library's copy of its pointer. 0, or -1 with an exception set.
+int keep_job_object(problem_s *p, PyObject *object) {
+  if (p->msjobs == nullptr && (p->msjobs = PyList_New(0)) == nullptr) return -1;
+  return PyList_Append(p->msjobs, object);
+}
+
+// Gives back the reference taken last, for a job the library refused. Keeps the pending
+// exception.
+void drop_last_job_object(problem_s *p) {
+  PendingError pending;
+  const Py_ssize_t n = PyList_GET_SIZE(p->msjobs);
+  if (n > 0) PyList_SetSlice(p->msjobs, n - 1, n, nullptr);
+}
+
 // msaddjob and msaddcustompreset share this body; preset < 0 queues one explicit job.
 PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, bool custom) {
   static const char *job_kw[] = {"description", "ivcols", "ivvalues", "control", "job_object",
@@ -139,7 +152,7 @@ PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, bool custom
   const int ninitial = n < 0 ? 0 : static_cast<int>(n);
   const int nint = static_cast<int>(c.int_ids.size()), ndbl = static_cast<int>(c.dbl_ids.size());
   void *object = job_pointer(job_object);
-  if (object != nullptr && nvo_msjobs_keep(p, job_object) != 0) return nullptr;
+  if (object != nullptr && keep_job_object(p, job_object) != 0) return nullptr;
   const int rc =
       custom ? NSLPmsaddcustompreset(p->slpprob, text, preset, count, ninitial, cols.get(),
                                      values.get(), nint, c.int_ids.data(), c.int_values.data(),
@@ -149,7 +162,7 @@ PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, bool custom
                             c.dbl_values.data(), object);
   if (rc != 0) {
     nvo_nl_fail(p);
-    if (object != nullptr) nvo_msjobs_drop_last(p);
+    if (object != nullptr) drop_last_job_object(p);
     return nullptr;
   }
   Py_RETURN_NONE;
@@ -174,10 +187,10 @@ PyObject *NSLP_PY_msaddpreset(PyObject *self, PyObject *args, PyObject *kwargs) 
   const char *text = description_of(description);
   if (text == nullptr && PyErr_Occurred()) return nullptr;
   void *object = job_pointer(data);
-  if (object != nullptr && nvo_msjobs_keep(p, data) != 0) return nullptr;
+  if (object != nullptr && keep_job_object(p, data) != 0) return nullptr;
   if (NSLPmsaddpreset(p->slpprob, text, preset, maxjobs, object) != 0) {
     nvo_nl_fail(p);
-    if (object != nullptr) nvo_msjobs_drop_last(p);
+    if (object != nullptr) drop_last_job_object(p);
     return nullptr;
   }
   Py_RETURN_NONE;
@@ -187,7 +200,7 @@ PyObject *NSLP_PY_msclear(PyObject *self, PyObject *) {
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
   if (NSLPmsclear(p->slpprob) != 0) return nvo_nl_fail(p);
-  nvo_msjobs_release(p);
+  Py_CLEAR(p->msjobs);
   Py_RETURN_NONE;
 }
 
@@ -224,5 +237,6 @@ PyMethodDef problem_methods_nl_multistart[] = {
 extern "C" __attribute__((visibility("default"))) Py_ssize_t nvo_msjobs_count_py(
     PyObject *problem) {
   if (!problem_check(problem)) return -1;
-  return nvo_msjobs_count(reinterpret_cast<problem_s *>(problem));
+  PyObject *jobs = reinterpret_cast<problem_s *>(problem)->msjobs;
+  return jobs == nullptr ? 0 : PyList_GET_SIZE(jobs);
 }

@@ -2,12 +2,15 @@
 // column settings, tolerance sets, the last solve's vectors, row weights and statuses,
 // derivatives, coefficients and their formulas (tokens or text), and formula values.
 #include <climits>
+#include <utility>
 
 #include "lowlevel/conv.h"
 #include "module/alloc_buffer.h"
 #include "module/args.h"
 #include "module/methods.h"
 #include "lowlevel/nl_methods.h"
+#include "lowlevel/query_support.h"
+#include "module/pyref.h"
 #include "nvrl.h"
 
 namespace {
@@ -112,13 +115,9 @@ PyObject *NSLP_PY_gettolset(PyObject *self, PyObject *args, PyObject *kwargs) {
   int status = 0;
   double values[NSLP_TOLSET_SIZE] = {};
   if (NSLPgettolset(p->slpprob, tolset, &status, values) != 0) return nvo_nl_fail(p);
-  PyObject *slot = tols;
-  Py_INCREF(slot);
-  if (conv_arr2obj(p, NSLP_TOLSET_SIZE, values, &slot, CONV_DOUBLE) != 0) {
-    Py_XDECREF(slot);
-    return nullptr;
-  }
-  return Py_BuildValue("(iN)", status, slot);
+  PyObject *list = query::fill(p, NSLP_TOLSET_SIZE, values, tols, CONV_DOUBLE);
+  if (list == nullptr) return nullptr;
+  return Py_BuildValue("(iN)", status, list);
 }
 
 PyObject *NSLP_PY_getslpsol(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -141,22 +140,14 @@ PyObject *NSLP_PY_getslpsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (NSLPgetslpsol(p->slpprob, out[0].data(), want[1] ? out[1].data() : nullptr,
                     want[2] ? out[2].data() : nullptr, want[3] ? out[3].data() : nullptr) != 0)
     return nvo_nl_fail(p);
-  PyObject *result = nullptr;
+  PyRef<> result;
   for (int i = 0; i < 4; ++i) {
     if (!want[i]) continue;
-    PyObject *slot = v[i];
-    Py_INCREF(slot);
-    if (conv_arr2obj(p, size[i], out[i].data(), &slot, CONV_DOUBLE) != 0) {
-      Py_XDECREF(slot);
-      Py_XDECREF(result);
-      return nullptr;
-    }
-    if (i == 0 && v[0] == Py_None)
-      result = slot;
-    else
-      Py_DECREF(slot);
+    PyRef<> list(query::fill(p, size[i], out[i].data(), v[i], CONV_DOUBLE));
+    if (!list) return nullptr;
+    if (i == 0 && v[0] == Py_None) result = std::move(list);
   }
-  if (result != nullptr) return result;
+  if (result) return result.release();
   Py_RETURN_NONE;
 }
 
@@ -174,16 +165,11 @@ PyObject *NSLP_PY_getcoefs(PyObject *self, PyObject *args, PyObject *kwargs) {
     return nullptr;
   if (n > 0 && NSLPgetcoefs(p->slpprob, &n, rows.data(), cols.data()) != 0)
     return nvo_nl_fail(p);
-  PyObject *slots[2] = {v[0], v[1]};
-  Py_INCREF(slots[0]);
-  Py_INCREF(slots[1]);
-  if (conv_arr2obj(p, n, rows.data(), &slots[0], CONV_INT) != 0 ||
-      conv_arr2obj(p, n, cols.data(), &slots[1], CONV_INT) != 0) {
-    Py_XDECREF(slots[0]);
-    Py_XDECREF(slots[1]);
-    return nullptr;
-  }
-  return Py_BuildValue("(NN)", slots[0], slots[1]);
+  PyRef<> rowlist(query::fill(p, n, rows.data(), v[0], CONV_INT));
+  if (!rowlist) return nullptr;
+  PyRef<> collist(query::fill(p, n, cols.data(), v[1], CONV_INT));
+  if (!collist) return nullptr;
+  return Py_BuildValue("(NN)", rowlist.release(), collist.release());
 }
 
 PyObject *NSLP_PY_getcoefformula(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -216,13 +202,11 @@ PyObject *NSLP_PY_getcoefformula(PyObject *self, PyObject *args, PyObject *kwarg
   if (NSLPgetcoefformula(p->slpprob, row, col, &factor, parsed, maxtypes, &ntok, types.data(),
                          values.data()) != 0)
     return nvo_nl_fail(p);
-  PyObject *tlist = nullptr, *vlist = nullptr;
-  if (conv_arr2obj(p, ntok, types.data(), &tlist, CONV_INT) != 0) return nullptr;
-  if (conv_arr2obj(p, ntok, values.data(), &vlist, CONV_DOUBLE) != 0) {
-    Py_DECREF(tlist);
-    return nullptr;
-  }
-  return Py_BuildValue("(dNN)", factor, tlist, vlist);
+  PyRef<> tlist(query::fill(p, ntok, types.data(), nullptr, CONV_INT));
+  if (!tlist) return nullptr;
+  PyRef<> vlist(query::fill(p, ntok, values.data(), nullptr, CONV_DOUBLE));
+  if (!vlist) return nullptr;
+  return Py_BuildValue("(dNN)", factor, tlist.release(), vlist.release());
 }
 
 PyObject *NSLP_PY_getccoef(PyObject *self, PyObject *args, PyObject *kwargs) {

@@ -5,7 +5,6 @@
 #include "module/args.h"
 #include "module/errors.h"
 #include "module/methods.h"
-#include "module/sigint.h"
 #include "problem/method_families.h"
 
 namespace {
@@ -15,15 +14,7 @@ namespace {
 template <typename Call>
 PyObject *run_repair(PyObject *self, problem_s *p, Call call) {
   int status = -1;
-  int rc;
-  {
-    ProblemSolving solving(p);
-    setSigIntHandler();
-    Py_BEGIN_ALLOW_THREADS
-    rc = call(&status);
-    Py_END_ALLOW_THREADS
-    resetSigIntHandler();
-  }
+  const int rc = problem_run_released(p, [&] { return call(&status); });
   if (rc != 0) return setNvrlErrIfNull(self, nullptr);
   if (PyErr_Occurred()) return nullptr;  // raised by a message handler
   return PyLong_FromLong(status);

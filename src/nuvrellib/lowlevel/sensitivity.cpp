@@ -15,7 +15,6 @@
 #include "module/errors.h"
 #include "module/methods.h"
 #include "module/pyref.h"
-#include "module/sigint.h"
 #include "problem/method_families.h"
 
 namespace {
@@ -158,14 +157,7 @@ PyObject *NVRL_PY_btran(PyObject *self, PyObject *args, PyObject *kwargs) {
 // Re-solving analyses run without the interpreter lock, under the interrupt guard.
 template <typename F>
 int unlocked(problem_s *p, F &&f) {
-  int rc;
-  ProblemSolving solving(p);
-  setSigIntHandler();
-  Py_BEGIN_ALLOW_THREADS
-  rc = f();
-  Py_END_ALLOW_THREADS
-  resetSigIntHandler();
-  return rc;
+  return problem_run_released(p, f);
 }
 
 PyObject *NVRL_PY_strongbranch(PyObject *self, PyObject *args, PyObject *kwargs) {

@@ -5,7 +5,6 @@
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/methods.h"
-#include "module/sigint.h"
 #include "problem/method_families.h"
 
 namespace {
@@ -29,15 +28,7 @@ PyObject *optimize(PyObject *self, PyObject *args, PyObject *kwargs,
   if (!nvo_ParseTupleAndKeywords(args, kwargs, "|s", kw, nullptr, &flags)) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
-  int rc;
-  {
-    ProblemSolving solving(p);
-    setSigIntHandler();
-    Py_BEGIN_ALLOW_THREADS
-    rc = call(p->prob, flags);
-    Py_END_ALLOW_THREADS
-    resetSigIntHandler();
-  }
+  const int rc = problem_run_released(p, [&] { return call(p->prob, flags); });
   if (rc != 0) return fail(p);
   if (PyErr_Occurred()) return nullptr;
   Py_RETURN_NONE;

@@ -2,7 +2,6 @@
 #include "module/args.h"
 #include "module/errors.h"
 #include "module/methods.h"
-#include "module/sigint.h"
 #include "problem/method_families.h"
 #include "problem/problem.h"
 
@@ -22,15 +21,7 @@ PyObject *NVRL_PY_tune(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (!nvo_ParseTupleAndKeywords(args, kwargs, "|s", kwlist, nullptr, &flags)) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
-  int rc;
-  {
-    ProblemSolving solving(p);
-    setSigIntHandler();
-    Py_BEGIN_ALLOW_THREADS
-    rc = NVRLtune(p->prob, flags);
-    Py_END_ALLOW_THREADS
-    resetSigIntHandler();
-  }
+  const int rc = problem_run_released(p, [&] { return NVRLtune(p->prob, flags); });
   if (rc != 0) return setNvrlErrIfNull(self, nullptr);
   if (PyErr_Occurred()) return nullptr;  // raised by a callback during a run
   Py_RETURN_NONE;

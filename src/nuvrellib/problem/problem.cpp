@@ -12,7 +12,6 @@
 #include "module/errors.h"
 #include "module/output.h"
 #include "module/pyref.h"
-#include "nonlinear/methods_jobs.h"
 #include "nonlinear/user.h"
 #include "problem/attr.h"
 #include "problem/controls.h"
@@ -162,7 +161,7 @@ int problem_traverse(PyObject *self, visitproc visit, void *arg) {
   Py_VISIT(p->sets);
   Py_VISIT(p->userfuncs);
   for (PyObject *list : p->callbacks) Py_VISIT(list);
-  if (int rc = nvo_msjobs_traverse(p, visit, arg)) return rc;
+  Py_VISIT(p->msjobs);
   if (p->userfuncs != nullptr && p->slpprob != nullptr) {
     const Py_ssize_t n = PyDict_GET_SIZE(p->userfuncs);
     for (Py_ssize_t i = 1; i <= n; ++i) {
@@ -182,7 +181,7 @@ int problem_clear(PyObject *self) {
   {
     PendingError pending;
     nvo_userfuncs_release(p);
-    nvo_msjobs_release(p);
+    Py_CLEAR(p->msjobs);
     pending.restore();
   }
   for (PyObject *&list : p->callbacks) Py_CLEAR(list);
@@ -203,7 +202,7 @@ void problem_dealloc(PyObject *self) {
   { EnvLock wait_for_library(nvr_py_env.mtx_lib); }
   if (p->prob != nullptr) NVRLremovecbmessage(p->prob, nvr_py_print_prob, nullptr);
   nvo_userfuncs_release(p);
-  nvo_msjobs_release(p);
+  Py_CLEAR(p->msjobs);
   // A handle the library cannot destroy is lost either way; everything else is released.
   if (p->slpprob != nullptr && NSLPdestroyprob(p->slpprob) != 0) report_unraisable(self);
   p->slpprob = nullptr;
@@ -265,7 +264,11 @@ PyObject *problem_copy(PyObject *self, PyObject *) {
       NSLPcopyprob(dst->slpprob, src->slpprob, "") != 0)
     return setNvrlErrIfNull(result.get(), nullptr);
   // The copied nonlinear problem calls the same user functions through the same objects.
-  if (nvo_userfuncs_copy(dst, src) != 0 || nvo_msjobs_copy(dst, src) != 0) return nullptr;
+  if (nvo_userfuncs_copy(dst, src) != 0) return nullptr;
+  // The copied jobs point at the same objects: the copy holds its own references.
+  if (src->msjobs != nullptr &&
+      (dst->msjobs = PyList_GetSlice(src->msjobs, 0, PyList_GET_SIZE(src->msjobs))) == nullptr)
+    return nullptr;
   // Without these the copy of a nonlinear problem would be solved as a linear one.
   dst->n_nonlin_cons = src->n_nonlin_cons;
   dst->nonlin_obj = src->nonlin_obj;
@@ -301,7 +304,7 @@ PyObject *problem_reset(PyObject *self, PyObject *) {
     NVRLremovecbmessage(p->prob, nvr_py_print_prob, nullptr);
     // The new nonlinear problem has no user functions: they register again when used.
     nvo_userfuncs_release(p);
-    nvo_msjobs_release(p);
+    Py_CLEAR(p->msjobs);
     destroy_handles(p);
     if (create_handles(p) != 0 || register_printing(p) != 0) return nullptr;
     if (NVRLsetprobname(p->prob, "") != 0) return setNvrlErrIfNull(self, nullptr);

@@ -9,6 +9,7 @@
 
 #include "model/termmaps.h"
 #include "module/errors.h"
+#include "module/sigint.h"
 #include "nvrl.h"
 
 // One callback list per callback kind.
@@ -31,6 +32,10 @@ struct problem_s {
   int32_t n_nonlin_cons;    // flushed constraint batches with nonlinear coefficients
   int32_t nonlin_obj;       // 1 when the objective has a nonlinear part
   PyObject *userfuncs;      // dict of user functions, created on first use (or null)
+  // The objects given with multistart jobs, one per queuing call that passed one (or null).
+  // The library keeps each as an opaque pointer; this list keeps it alive until the jobs
+  // are cleared or the problem goes.
+  PyObject *msjobs;
   int32_t objtransfer_col;  // auxiliary objective column of a nonlinear objective, or -1
   int32_t objtransfer_row;  // its row, or -1
   int32_t solving;          // 1 for the whole of an optimisation call on this problem
@@ -74,6 +79,23 @@ class ProblemSolving {
  private:
   problem_s *p_;
 };
+
+// Runs call(), a library call that may solve for long, the way every such call runs: the
+// problem marked as solving (nonlinear: by the nonlinear solver), the interpreter's Ctrl-C
+// handler set aside for the library's, and the interpreter released so that other threads
+// go on. call must not touch Python objects. Returns what call returns; an exception that a
+// handler raised meanwhile is pending for the caller to check.
+template <typename Call>
+int problem_run_released(problem_s *p, Call &&call, bool nonlinear = false) {
+  int rc;
+  ProblemSolving solving(p, nonlinear);
+  setSigIntHandler();
+  Py_BEGIN_ALLOW_THREADS
+  rc = call();
+  Py_END_ALLOW_THREADS
+  resetSigIntHandler();
+  return rc;
+}
 
 // How setNvrlErrIfNull reports a problem's error; registered at import.
 extern const nvo_error_source problem_error_source;

@@ -14,7 +14,6 @@
 #include "module/methods.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
-#include "module/sigint.h"
 #include "nonlinear/convert.h"
 #include "nonlinear/user.h"
 #include "problem/con_batch.h"
@@ -238,14 +237,7 @@ PyObject *problem_setObjective(PyObject *self, PyObject *args, PyObject *kwargs)
 bool problem_run_nonlinear(problem_s *p, int (*call)(NSLPprob, const char *), const char *flags,
                            int *rc) {
   nvo_userfunc_error_discard(p->slpprob);
-  {
-    ProblemSolving solving(p, true);
-    setSigIntHandler();
-    Py_BEGIN_ALLOW_THREADS
-    *rc = call(p->slpprob, flags);
-    Py_END_ALLOW_THREADS
-    resetSigIntHandler();
-  }
+  *rc = problem_run_released(p, [&] { return call(p->slpprob, flags); }, true);
   // A user function that raised stopped the solve: its exception is the answer.
   if (nvo_userfunc_error_raise(p->slpprob) != 0) return false;
   return !PyErr_Occurred();  // else raised by a callback
@@ -310,17 +302,9 @@ PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
     if (flags == nullptr) return nullptr;
   }
   if (problem_is_nonlinear(p) && nslp_usable(p)) return solve_nonlinear(p, flags, is_mip);
-  int rc;
-  {
-    // Other threads run while the library solves, and so do message handlers on this one:
-    // none of them may reach the problem until the library is done with it.
-    ProblemSolving solving(p);
-    setSigIntHandler();
-    Py_BEGIN_ALLOW_THREADS
-    rc = is_mip ? NVRLmipoptimize(p->prob, flags) : NVRLlpoptimize(p->prob, flags);
-    Py_END_ALLOW_THREADS
-    resetSigIntHandler();
-  }
+  const int rc = problem_run_released(p, [&] {
+    return is_mip ? NVRLmipoptimize(p->prob, flags) : NVRLlpoptimize(p->prob, flags);
+  });
   if (PyErr_Occurred()) return nullptr;  // raised by a callback during the solve
   if (rc == 0) Py_RETURN_NONE;
   int status = 0;
