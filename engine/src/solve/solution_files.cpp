@@ -147,16 +147,7 @@ Values parse(nvrl_problem_s *p, const std::string &text) {
   enum Section { None, Columns, Rows, Done } section = None;
   std::vector<int> fields;
   bool have[2][2] = {};  // [columns/rows][first/second field] given in the header
-  int line = 0;
-  size_t pos = 0;
-  while (pos < text.size()) {
-    size_t eol = text.find('\n', pos);
-    if (eol == std::string::npos) eol = text.size();
-    const std::string_view s(text.data() + pos, eol - pos);
-    pos = eol + 1;
-    ++line;
-    if (s.empty() || s[0] == '*' || s.find_first_not_of(" \t\r") == std::string_view::npos)
-      continue;
+  forEachLine(text, [&](int line, std::string_view s) {
     if (section == Done) fault(line, "text after END");
     const std::vector<std::string> w = words(s, line);
     if (s[0] != ' ' && s[0] != '\t') {
@@ -200,7 +191,7 @@ Values parse(nvrl_problem_s *p, const std::string &text) {
       } else {
         fault(line, "unknown keyword '" + key + "' (data lines start with a blank)");
       }
-      continue;
+      return;
     }
     if (section != Columns && section != Rows) fault(line, "a data line outside COLUMNS and ROWS");
     if (w.size() != fields.size() + 1)
@@ -216,7 +207,7 @@ Values parse(nvrl_problem_s *p, const std::string &text) {
       if (cols) (fields[k] == 0 ? v.x : v.djs)[idx] = value;
       else (fields[k] == 0 ? v.slack : v.duals)[idx] = value;
     }
-  }
+  });
   if (section != Done) throw ParseError("the file ends without END (is it cut short?)");
   if (v.have_x.empty()) throw ParseError("the file has no COLUMNS section");
   // Fields of rows and reduced costs are used only when given for every item.
