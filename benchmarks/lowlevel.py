@@ -8,6 +8,8 @@ For one LP of 100,000 rows, 50,000 columns and 1,000,000 nonzeros, best of three
 3. problem.addrows of 100,000 more rows (1,000,000 nonzeros) in one call (target: under 0.3 s);
 4. highspy's passModel and getRowsEntries (its row-wise matrix query) of the same model, as
    ratios nuvrel/highspy (target: below 1).
+Each figure is given as wall and processor seconds, with the machine's load averages before
+and after: on a busy machine the processor seconds are the steadier figure.
 
     PYTHONPATH=build/NAME/stage .venv/bin/python benchmarks/lowlevel.py [--setup-highs]
 
@@ -33,12 +35,6 @@ ROWS, COLS, PER_COL = 100_000, 50_000, 20  # COLS * PER_COL = 1,000,000 nonzeros
 ADD_ROWS, PER_ROW = 100_000, 10
 ROUNDS = 3
 HIGHS_ENV = str(pathlib.Path(__file__).resolve().parent.parent / ".bench-venv")
-
-
-def timed(f):
-    t0 = time.perf_counter()
-    result = f()
-    return time.perf_counter() - t0, result
 
 
 def timed_cpu(f):
@@ -89,9 +85,9 @@ def engine_load(lib, m):
 
 
 def ours(nv, lib, m, extra):
-    """Best-of-ROUNDS seconds of (engine load, loadproblem, getrows, addrows), all but the last
-    as (wall, processor) pairs."""
-    best = [(float("inf"),) * 2] * 3 + [float("inf")]
+    """Best-of-ROUNDS seconds of (engine load, loadproblem, getrows, addrows), each as a
+    (wall, processor) pair."""
+    best = [(float("inf"),) * 2] * 4
     for _ in range(ROUNDS):
         # Alternating, so that neither side gains from a warmed-up allocator.
         engine = engine_load(lib, m)
@@ -106,13 +102,12 @@ def ours(nv, lib, m, extra):
                 or abs(sum(colcoef) - float(m["rowcoef"].sum())) > 1e-6 * len(colcoef)):
             sys.exit(f"getrows gave {len(start)} starts and {len(colind)} entries")
         del start, colind, colcoef
-        add, _ = timed(lambda: p.addrows(extra["rowtype"], extra["rhs"], extra["start"],
+        add = timed_cpu(lambda: p.addrows(extra["rowtype"], extra["rhs"], extra["start"],
                                          extra["colind"], extra["rowcoef"]))
         if (p.attributes.rows != ROWS + ADD_ROWS
                 or len(p.getConstraint(first=0)) != ROWS + ADD_ROWS):
             sys.exit("addrows did not add every row and its constraint")
-        best = [tuple(map(min, best[0], engine)), tuple(map(min, best[1], load)),
-                tuple(map(min, best[2], rows)), min(best[3], add)]
+        best = [tuple(map(min, b, t)) for b, t in zip(best, (engine, load, rows, add))]
         del p
     return best
 
@@ -187,18 +182,22 @@ def main():
     nv.setOutputEnabled(False)
     lib = ctypes.CDLL(os.path.join(os.path.dirname(nv.__file__), "libnvrl.so"))
     m = model()
+    load_before = os.getloadavg()
     engine, load, rows, add = ours(nv, lib, m, added_rows())
     print(f"LP: {ROWS} rows, {COLS} columns, {COLS * PER_COL} nonzeros; best of {ROUNDS}")
+    print("load average %.2f %.2f %.2f before, %.2f %.2f %.2f after (%d processors)"
+          % (*load_before, *os.getloadavg(), os.cpu_count()))
     print(f"engine NVRLloadlp64:        {engine[0]:.3f} s (processor {engine[1]:.3f} s)")
     print(f"loadproblem (numpy):        {load[0]:.3f} s (processor {load[1]:.3f} s); "
           f"{load[0] / engine[0]:.2f}x the engine, processor {load[1] / engine[1]:.2f}x "
           f"(target 1.5x)")
     print(f"getrows of all {ROWS} rows: {rows[0]:.3f} s (processor {rows[1]:.3f} s; "
           f"target 0.2 s)")
-    print(f"addrows of {ADD_ROWS} rows:    {add:.3f} s, {ADD_ROWS * PER_ROW} nonzeros "
-          f"(target 0.3 s)")
+    print(f"addrows of {ADD_ROWS} rows:    {add[0]:.3f} s (processor {add[1]:.3f} s), "
+          f"{ADD_ROWS * PER_ROW} nonzeros (target 0.3 s)")
     highs = highs_times(m, args.highs_env)
     if highs is not None:
+        print("load average %.2f %.2f %.2f after the highspy run" % os.getloadavg())
         # Processor time is the fair ratio on a busy machine: the child runs at another moment.
         hp, hr = highs["pass"], highs["rows"]
         print(f"highspy passModel:          {hp[0]:.3f} s (processor {hp[1]:.3f} s); "

@@ -8,6 +8,7 @@ import numpy as np
 import pytest
 from conftest import same_objects
 from lowlevel_support import in_step, picture, small_problem, written
+from test_lowlevel_query_data import query_all
 
 pytestmark = pytest.mark.usefixtures("quiet")
 
@@ -165,9 +166,10 @@ def test_three_ways_of_building_give_the_same_model_and_optimum(nv, tmp_path, se
     built = [_by_modelling_layer(nv, cols, rows, obj),
              _by_loadproblem(nv, cols, rows, obj, as_numpy=seed % 2 == 0),
              _by_additions(nv, cols, rows, obj)]
-    texts, outcomes = [], []
+    texts, answers, outcomes = [], [], []
     for k, p in enumerate(built):
         texts.append(written(p, tmp_path / f"m{k}.mps"))
+        answers.append(query_all(p))
         vars_, rows_ = in_step(p)
         assert [v.name for v in vars_] == [c[0] for c in cols]
         assert [c.name for c in rows_] == [r[0] for r in rows]
@@ -175,6 +177,7 @@ def test_three_ways_of_building_give_the_same_model_and_optimum(nv, tmp_path, se
         status = p.getProbStatus()
         outcomes.append((status, round(p.getObjVal(), 6) if status in (1, 6) else None))
     assert texts[1] == texts[0] and texts[2] == texts[0]
+    assert answers[1] == answers[0] and answers[2] == answers[0]
     assert outcomes[1] == outcomes[0] and outcomes[2] == outcomes[0]
 
 
@@ -283,12 +286,20 @@ def test_failed_additions_change_nothing(nv, tmp_path, collect_cycles, call, exc
     assert picture(p, tmp_path) == before
 
 
+def named_in_step(p):
+    """in_step, and each object has the name of the row or column at its position."""
+    cols, rows = in_step(p)
+    assert [v.name for v in cols] == (p.getnamelist(2) if cols else [])
+    assert [c.name for c in rows] == (p.getnamelist(1) if rows else [])
+    return cols, rows
+
+
 def test_random_edits_keep_objects_and_library_in_step(nv, tmp_path):
     rng = random.Random(11)
     p, _, _ = small_problem()
     serial = iter(range(10**6))
     for step in range(120):
-        cols, rows = in_step(p)
+        cols, rows = named_in_step(p)
         action = "load" if step == 60 else rng.choice(
             ["addrows", "addcols", "delrow", "delcol", "chg", "bad"])
         if action == "addrows" and cols:
@@ -327,7 +338,7 @@ def test_random_edits_keep_objects_and_library_in_step(nv, tmp_path):
         elif action == "load":
             p.loadproblem("again", ["G"], [1], None, [1.0], [0, 1], None, [0], [1.0], [0], [4],
                           colnames=[f"v{next(serial)}"], rownames=[f"r{next(serial)}"])
-    in_step(p)
+    named_in_step(p)
     p.solve()
 
 

@@ -102,8 +102,6 @@ def test_instance_queried_reloaded_and_solved(row):
     p = nv.problem()
     p.read(str(DATA / row["file"]))
     before = query_all(p)
-    if not hasattr(p, "loadproblem"):
-        pytest.skip("loadproblem is not available in this build")
     q = reload(before)
     assert query_all(q) == before
     status, obj = optimum(q)

@@ -237,8 +237,8 @@ int load(NVRLprob prob, const char *fn, const LoadInput &in) {
                    in.refval);
   m.indcol.assign(in.nrows, -1);
   m.indcomp.assign(in.nrows, 0);
-  m.rownames.resize(in.nrows);
-  m.colnames.resize(in.ncols);
+  nvrl::freshArray(m.rownames, static_cast<size_t>(in.nrows));
+  nvrl::freshArray(m.colnames, static_cast<size_t>(in.ncols));
 
   std::string loaded;  // formatted before the commit, which nothing may follow that can fail
   if (nvrl::getIntControl(p, nvrl::id::kLoadLog))

@@ -5,7 +5,24 @@
 #include <cmath>
 #include <utility>
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
 namespace nvrl {
+
+void adviseHugePages(const void *data, size_t bytes) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+  constexpr uintptr_t kHuge = uintptr_t{1} << 21;
+  if (bytes < 2 * kHuge) return;
+  const uintptr_t from = (reinterpret_cast<uintptr_t>(data) + kHuge - 1) & ~(kHuge - 1);
+  const uintptr_t to = (reinterpret_cast<uintptr_t>(data) + bytes) & ~(kHuge - 1);
+  if (to > from) madvise(reinterpret_cast<void *>(from), to - from, MADV_HUGEPAGE);
+#else
+  (void)data;
+  (void)bytes;
+#endif
+}
 
 int64_t Segments::entries() const {
   int64_t n = 0;
@@ -62,9 +79,107 @@ bool checkSegmentEntries(Check &c, const Segments &s, int limit, const char *idx
 
 namespace {
 
-// Transposes column segments (column j = first_col + segment index) into a row-wise matrix.
-// Within a row, entries arrive column by column, so a repeated (row, column) pair is always
-// the row's latest entry and is summed there.
+// reserveMore for the matrix arrays: a grown array is moved into new advised memory.
+template <class T>
+void reserveMoreAdvised(std::vector<T> &v, size_t more) {
+  const size_t need = v.size() + more;
+  if (need <= v.capacity()) return;
+  std::vector<T> bigger;
+  bigger.reserve(std::max(need, 2 * v.capacity()));
+  adviseHugePages(bigger.data(), bigger.capacity() * sizeof(T));
+  bigger.insert(bigger.end(), v.begin(), v.end());
+  v.swap(bigger);
+}
+
+// Where a row's next entry goes and the column of its latest one, side by side: one memory
+// access per entry finds both, and a repeat is found without reading the output.
+struct RowFill {
+  int64_t next;
+  int last;
+};
+
+// Places entry (col, v) of a row; columns arrive in ascending order, so a repeated (row,
+// column) pair is always the row's latest entry and is summed there. True for a repeat.
+inline bool place(RowFill &f, int col, double v, int *out_col, double *out_val) {
+  if (f.last == col) {
+    out_val[f.next - 1] += v;
+    return true;
+  }
+  out_col[f.next] = col;
+  out_val[f.next] = v;
+  ++f.next;
+  f.last = col;
+  return false;
+}
+
+// Below this many entries the output fits in the cache and entries go straight to their rows.
+constexpr int64_t kBlockedFrom = int64_t{1} << 17;
+// Entries per block of rows in the two-pass placement (the block's output stays in the cache).
+constexpr int64_t kBlockEntries = int64_t{1} << 15;
+
+// Straight into the rows: one random write per entry.
+bool placeDirect(const Segments &cols, int first_col, RowFill *fill, int *out_col,
+                 double *out_val) {
+  const int *idx = cols.idx;
+  const double *val = cols.val;
+  bool merged = false;
+  for (int64_t j = 0; j < cols.size(); ++j) {
+    const int col = first_col + static_cast<int>(j);
+    for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e) {
+      const double v = val[e];
+      if (v != 0.0) merged |= place(fill[idx[e]], col, v, out_col, out_val);
+    }
+  }
+  return merged;
+}
+
+// In two passes over blocks of 2^shift rows: the first moves each entry into its block's
+// part of the output (one sequential stream per block, in column order), the second places
+// one block at a time into its rows, where the block's part of the output is in the cache.
+// On a large matrix each entry's random write would otherwise miss the cache twice.
+bool placeBlocked(const Segments &cols, int nrows, int first_col, const int64_t *start,
+                  RowFill *fill, int *out_col, double *out_val) {
+  const int64_t nnz = start[nrows];
+  int shift = 0;  // at most 16: a row's place in its block is kept in 16 bits
+  while (shift < 16 && (nnz << (shift + 1)) <= kBlockEntries * nrows) ++shift;
+  const int nblocks = static_cast<int>((static_cast<int64_t>(nrows) + (1 << shift) - 1) >> shift);
+  const unsigned mask = (1u << shift) - 1;
+  std::vector<int64_t> block_next(static_cast<size_t>(nblocks));
+  for (int b = 0; b < nblocks; ++b) block_next[b] = start[static_cast<int64_t>(b) << shift];
+  std::vector<uint16_t> row_in_block(static_cast<size_t>(nnz));
+  const int *idx = cols.idx;
+  const double *val = cols.val;
+  for (int64_t j = 0; j < cols.size(); ++j) {
+    const int col = first_col + static_cast<int>(j);
+    for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e) {
+      const double v = val[e];
+      if (v == 0.0) continue;
+      const unsigned r = static_cast<unsigned>(idx[e]);
+      const int64_t p = block_next[r >> shift]++;
+      out_col[p] = col;
+      out_val[p] = v;
+      row_in_block[p] = static_cast<uint16_t>(r & mask);
+    }
+  }
+  bool merged = false;
+  std::vector<int> block_col;
+  std::vector<double> block_val;
+  for (int b = 0; b < nblocks; ++b) {
+    const int first = b << shift;
+    const int64_t from = start[first];
+    const int64_t to = start[std::min(nrows, first + (1 << shift))];
+    block_col.assign(out_col + from, out_col + to);
+    block_val.assign(out_val + from, out_val + to);
+    RowFill *block_fill = fill + first;
+    for (int64_t k = 0; k < to - from; ++k)
+      merged |= place(block_fill[row_in_block[from + k]], block_col[k], block_val[k], out_col,
+                      out_val);
+  }
+  return merged;
+}
+
+// Transposes column segments (column j = first_col + segment index) into a row-wise matrix,
+// summing repeated (row, column) pairs and dropping zeros.
 RowMatrix transposeColumns(const Segments &cols, int nrows, int first_col) {
   RowMatrix out;
   out.start.assign(static_cast<size_t>(nrows) + 1, 0);
@@ -73,38 +188,16 @@ RowMatrix transposeColumns(const Segments &cols, int nrows, int first_col) {
     for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e)
       count[cols.idx[e]] += cols.val[e] != 0.0;
   for (int r = 0; r < nrows; ++r) out.start[r + 1] += out.start[r];
-  out.col.resize(out.start[nrows]);
-  out.val.resize(out.start[nrows]);
-  // Where each row's next entry goes and the column of its latest one, side by side: one
-  // memory access per entry finds both, and a repeat is found without reading the output.
-  struct RowFill {
-    int64_t next;
-    int last;
-  };
+  const int64_t nnz = out.start[nrows];
+  freshArray(out.col, static_cast<size_t>(nnz));
+  freshArray(out.val, static_cast<size_t>(nnz));
   std::vector<RowFill> fill(static_cast<size_t>(nrows));
   for (int r = 0; r < nrows; ++r) fill[r] = {out.start[r], -1};
-  int *out_col = out.col.data();
-  double *out_val = out.val.data();
-  const int *idx = cols.idx;
-  const double *val = cols.val;
-  bool merged = false;
-  for (int64_t j = 0; j < cols.size(); ++j) {
-    const int col = first_col + static_cast<int>(j);
-    for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e) {
-      const double v = val[e];
-      if (v == 0.0) continue;
-      RowFill &f = fill[idx[e]];
-      if (f.last == col) {
-        out_val[f.next - 1] += v;
-        merged = true;
-      } else {
-        out_col[f.next] = col;
-        out_val[f.next] = v;
-        ++f.next;
-        f.last = col;
-      }
-    }
-  }
+  const bool merged =
+      nnz < kBlockedFrom
+          ? placeDirect(cols, first_col, fill.data(), out.col.data(), out.val.data())
+          : placeBlocked(cols, nrows, first_col, out.start.data(), fill.data(), out.col.data(),
+                         out.val.data());
   // Without repeats every row is full and holds no zero: nothing to close up.
   if (!merged) return out;
   // Close the gaps left by merged repeats and drop entries that summed to zero. Each row's
@@ -157,8 +250,8 @@ void appendRows(RowMatrix &A, const Segments &rows, int ncols) {
   thread_local RowMarker marker;
   marker.prepare(ncols);
   // Reserve first: once memory is secured nothing below can fail half way.
-  reserveMore(A.col, rows.entries());
-  reserveMore(A.val, rows.entries());
+  reserveMoreAdvised(A.col, static_cast<size_t>(rows.entries()));
+  reserveMoreAdvised(A.val, static_cast<size_t>(rows.entries()));
   reserveMore(A.start, rows.size());
   for (int64_t k = 0; k < rows.size(); ++k) {
     marker.nextRow();
@@ -198,8 +291,10 @@ void appendColumns(RowMatrix &A, const Segments &cols, int first_col) {
   RowMatrix add = transposeColumns(cols, A.rows(), first_col);
   if (add.nnz() == 0) return;
   const int nrows = A.rows();
-  std::vector<int> col(A.nnz() + add.nnz());
-  std::vector<double> val(col.size());
+  std::vector<int> col;
+  std::vector<double> val;
+  freshArray(col, static_cast<size_t>(A.nnz() + add.nnz()));
+  freshArray(val, col.size());
   std::vector<int64_t> start(A.start.size());
   int64_t w = 0;
   for (int r = 0; r < nrows; ++r) {
