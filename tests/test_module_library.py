@@ -1,11 +1,13 @@
-"""Start and release of the solver library, checked mode, defaults and library errors."""
+"""Start and release of the solver library, checked mode, defaults and library errors, and the
+environment's locks meeting finalisers that run the module again."""
 
 import ctypes
 import re
 
 import numpy as np
-
 import pytest
+
+from conftest import run_child
 
 
 def test_version_and_banner(nv):
@@ -181,3 +183,57 @@ def test_release_of_a_library_never_started_reports_the_library_error(run_python
     raised, last, code = proc.stdout.splitlines()
     assert raised and raised == last
     assert code == "int True True"
+
+
+CYCLES = """
+import gc, sys, threading
+import nuvrel as nv
+nv.setOutputEnabled(False)
+x = nv.var()
+p = nv.problem(x, x <= 1, x)
+reads = []
+
+class Finalised:
+    # In a reference cycle, so that only the collector frees it.
+    def __init__(self):
+        self.me = self
+    def __del__(self):
+        reads.append(p.getControl("time_limit"))
+        nv.controls.time_limit = 7.0          # the defaults lock
+        p.getAttrib("rows")
+
+# With threshold 1 and a fresh count, the collection falls on the next allocation of a
+# collected object after the instance: the dictionary that getControl() builds while it holds
+# the name-table lock.
+gc.set_threshold(1)
+
+def churn(rounds):
+    for _ in range(rounds):
+        gc.collect()
+        Finalised()
+        assert len(p.getControl()) > 10
+        gc.collect()
+        Finalised()
+        assert len(p.getAttrib()) > 10
+
+def read_controls(rounds):
+    for _ in range(rounds):
+        p.getControl()
+        nv.problem()                           # defaults applied under their lock
+"""
+
+
+@pytest.mark.parametrize("threads", [1, 3])  # alone, and with threads using the same locks
+def test_finalisers_reentering_the_module_under_its_locks(threads):
+    out = run_child(CYCLES + f"""
+workers = [threading.Thread(target=read_controls, args=(200,)) for _ in range({threads} - 1)]
+for w in workers:
+    w.start()
+churn(40)
+for w in workers:
+    w.join()
+gc.collect()
+print(len(reads), set(reads) <= {{0.0, 7.0}})
+""", timeout=30).stdout.split()
+    assert int(out[0]) == 80
+    assert out[1] == "True"

@@ -1,12 +1,155 @@
-"""Adding, deleting and looking up variables, constraints, sets and indicators: the problem's
-lists and index maps must stay in step with the solver's columns, rows and sets."""
+"""Problems: construction from positional elements, copy, reset, name and module defaults;
+adding, deleting and looking up variables, constraints, sets and indicators (the problem's lists
+and index maps stay in step with the solver's columns, rows and sets); reading solutions back
+by object (getSolution, getSlack, getDual, getRCost)."""
+
+import gc
 
 import numpy as np
 import pytest
-from conftest import same_objects
+
+import nuvrel as nv
+from conftest import nested, same_objects
 from lowlevel_support import in_step
 
+
 pytestmark = pytest.mark.usefixtures("quiet")
+
+
+def test_constructor_adds_elements_in_order_and_sets_the_objective(nv):
+    x, y = nv.var(ub=4, name="x"), nv.var(ub=3, name="y")
+    c = x + y <= 5
+    p = nv.problem([x, (y,)], {"cap": c}, x + 2 * y, "model", sense=nv.maximize)
+    assert p.name() == "model" and str(p) == "model"
+    assert same_objects(p.getVariable(first=0), [x, y])
+    assert p.getConstraint(index=0) is c
+    p.solve()
+    # x + y <= 5 with y <= 3: y = 3, x = 2, objective 8.
+    assert p.getObjVal() == pytest.approx(8)
+
+
+def test_a_variable_given_again_becomes_the_objective(nv):
+    x = nv.var(ub=7)
+    p = nv.problem(x, x, sense=nv.maximize)
+    assert p.attributes.columns == 1
+    p.solve()
+    assert p.getObjVal() == pytest.approx(7)
+
+
+def test_positional_name_wins_over_keyword(nv):
+    assert nv.problem("positional", name="keyword").name() == "positional"
+    assert nv.problem(name="keyword").name() == "keyword"
+    assert nv.problem().name() == "noname"
+
+
+def test_generator_element_is_consumed_by_the_declaration_walk(nv):
+    # The walk that classifies a generator consumes it: only its last item is added.
+    xs = [nv.var() for _ in range(3)]
+    p = nv.problem(v for v in xs)
+    assert same_objects(p.getVariable(first=0), [xs[-1]])
+
+
+@pytest.mark.parametrize("make, message", [
+    (lambda nv, x, y: nv.problem(sense=0), "Invalid optimization sense"),
+    (lambda nv, x, y: nv.problem("a", "b"), "More than one string passed in problem declaration"),
+    (lambda nv, x, y: nv.problem(x, y, x + y, x - y),
+     "At most one expression can be used as an objective function"),
+    (lambda nv, x, y: nv.problem(x, [x + y]), "Incorrect way of defining an objective function"),
+    (lambda nv, x, y: nv.problem(3), "Erroneous problem declaration; argument contained object"),
+    (lambda nv, x, y: nv.problem([x, x + y <= 1]), "Erroneous problem declaration"),
+    (lambda nv, x, y: nv.problem(nested(x, 33)), r"Maximum recursion \(inclusion\) level"),
+    (lambda nv, x, y: nv.problem(x, y, np.array([x + y, x - y], dtype=object)),
+     "Only one objective can be set, but a sequence or NumPy array"),
+])
+def test_constructor_errors(nv, make, message):
+    with pytest.raises(nv.ModelError, match=message):
+        make(nv, nv.var(), nv.var())
+
+
+def test_nesting_up_to_the_limit_is_walked(nv):
+    x = nv.var()
+    p = nv.problem(nested(x, 32))
+    assert p.getIndex(x) == 0
+
+
+def test_copy_shares_objects_but_not_the_model(nv):
+    x, y = nv.var(ub=2), nv.var(ub=3)
+    c = x + y <= 4
+    p = nv.problem(x, y, c, x + y, sense=nv.maximize, name="orig")
+    p.controls.threads = 1
+    q = p.copy()
+    assert same_objects(q.getVariable(first=0), [x, y]) and q.getConstraint(index=0) is c
+    assert q.name() == "orig" and q.controls.threads == 1
+    z = nv.var(ub=10)
+    q.addVariable(z)
+    q.setObjective(z, sense=nv.maximize)
+    q.delConstraint(index=c)
+    assert p.attributes.columns == 2 and p.getIndex(c) == 0
+    p.solve()
+    q.solve()
+    assert p.getObjVal() == pytest.approx(4)
+    assert q.getObjVal() == pytest.approx(10)
+    with pytest.raises(nv.ModelError):
+        p.getIndex(z)
+
+
+def test_reset_empties_the_problem_and_keeps_the_object(nv):
+    x = nv.var(ub=1)
+    p = nv.problem(x, x <= 0.5, x, name="before")
+    controls = p.controls
+    p.reset()
+    assert p.name() == ""
+    assert p.attributes.rows == 0 and p.attributes.columns == 0
+    with pytest.raises(nv.ModelError):
+        p.getIndex(x)
+    assert p.controls is controls
+    p.addVariable(x)  # x is no longer in the problem, so it may come back
+    p.setObjective(x, sense=nv.maximize)
+    p.solve()
+    assert p.getObjVal() == pytest.approx(1)
+
+
+def test_controls_object_outliving_its_problem_refuses_access(nv):
+    controls = nv.problem().controls
+    gc.collect()
+    with pytest.raises(nv.InterfaceError, match="no longer exists"):
+        controls.threads
+
+
+def test_problems_release_every_reference_they_take(nv):
+    import sys
+
+    x, y = nv.var(), nv.var()
+    c, s = x + y <= 1, nv.sos([x, y], [1, 2])
+    before = [sys.getrefcount(o) for o in (x, y, c, s)]
+    for _ in range(20):
+        p = nv.problem(x, y, c, s, x + y)
+        q = p.copy()
+        q.delVariable(index=0)
+        p.getVariable(index=[0, 1])
+        p.reset()
+        del p, q
+    gc.collect()
+    assert [sys.getrefcount(o) for o in (x, y, c, s)] == before
+
+
+UNINITIALISED = "The problem has not been initialized"
+
+
+@pytest.mark.parametrize("use, exc, message", [
+    *[(use, "InterfaceError", UNINITIALISED) for use in (
+        str, lambda p: p.name(), lambda p: p.copy(), lambda p: p.reset(),
+        lambda p: p.addVariable(), lambda p: p.addConstraint(), lambda p: p.delVariable(index=0),
+        lambda p: p.getIndex(0), lambda p: p.setObjective(1), lambda p: p.solve(),
+        lambda p: p.getProbStatus(), lambda p: p.getControl("threads"))],
+    # There is no library problem to ask.
+    (lambda p: p.getlasterror(), "SolverError",
+     "^Unidentified error associated with optimization problem$"),
+])
+def test_a_problem_made_without_init_refuses_use(nv, use, exc, message):
+    p = nv.problem.__new__(nv.problem)
+    with pytest.raises(getattr(nv, exc), match=message):
+        use(p)
 
 
 COUNTS = ("columns", "rows", "sets", "indicators")
@@ -220,3 +363,116 @@ def test_a_failed_call_leaves_the_problem_as_it_was(nv, method):
     assert p.attributes.columns == 1 and p.attributes.rows == 0
     getattr(p, method)(good)  # the same objects are accepted afterwards
     in_step(p)
+
+
+@pytest.fixture
+def lp():
+    """max 3x + 5y  s.t.  c1: x <= 4,  c2: 2y <= 12,  c3: 3x + 2y <= 18.
+    Optimum x = 2, y = 6 (objective 36), duals (0, 1.5, 1), slacks (2, 0, 0)."""
+    x, y = nv.var(name="x"), nv.var(name="y")
+    c1, c2, c3 = x <= 4, 2 * y <= 12, 3 * x + 2 * y <= 18
+    c1.name, c2.name, c3.name = "c1", "c2", "c3"
+    p = nv.problem(x, y, c1, c2, c3, 3 * x + 5 * y, sense=nv.maximize)
+    p.solve()
+    assert p.getProbStatusString() == "lp_optimal"
+    return p, x, y, (c1, c2, c3)
+
+
+def assert_same_shape(got, expected):
+    assert type(got) is type(expected), (got, expected)
+    if isinstance(expected, dict):
+        assert got.keys() == expected.keys()
+        for key in expected:
+            assert_same_shape(got[key], expected[key])
+    elif isinstance(expected, (list, tuple)):
+        assert len(got) == len(expected)
+        for g, e in zip(got, expected):
+            assert_same_shape(g, e)
+    else:
+        assert got == pytest.approx(expected)
+
+
+# getSolution keeps the shape of its arguments; the other readers give a flat list.
+@pytest.mark.parametrize("method, make_args, kwargs, expected", [
+    ("getSolution", lambda x, y, c: (), {}, [2.0, 6.0]),
+    ("getSolution", lambda x, y, c: (x,), {}, 2.0),
+    ("getSolution", lambda x, y, c: (1,), {}, 6.0),
+    ("getSolution", lambda x, y, c: (np.int64(1),), {}, 6.0),
+    ("getSolution", lambda x, y, c: (x + 2 * y,), {}, 14.0),
+    ("getSolution", lambda x, y, c: ((x, y),), {}, (2.0, 6.0)),
+    ("getSolution", lambda x, y, c: ({"a": x, "b": 3 * x + 5 * y},), {}, {"a": 2.0, "b": 36.0}),
+    ("getSolution", lambda x, y, c: ([x, [y, 2 * x]],), {}, [2.0, [6.0, 4.0]]),
+    ("getSolution", lambda x, y, c: ([x, [y, [x]]],), {"flatten": True}, [2.0, 6.0, 2.0]),
+    ("getSolution", lambda x, y, c: (x, [y, "x"], 1), {"flatten": True}, [2.0, 6.0, 2.0, 6.0]),
+    ("getSlack", lambda x, y, c: (), {}, [2.0, 0.0, 0.0]),
+    ("getSlack", lambda x, y, c: (c[0],), {}, 2.0),
+    ("getSlack", lambda x, y, c: ("c1",), {}, 2.0),
+    ("getSlack", lambda x, y, c: ([c[2], [c[0], "c2"]],), {}, [0.0, 2.0, 0.0]),
+    ("getSlack", lambda x, y, c: (iter([c[0], c[1]]),), {}, [2.0, 0.0]),
+    ("getDual", lambda x, y, c: (), {}, [0.0, 1.5, 1.0]),
+    ("getDual", lambda x, y, c: (np.int32(2),), {}, 1.0),
+    ("getDual", lambda x, y, c: ((c[2], c[1]),), {}, [1.0, 1.5]),
+    ("getDual", lambda x, y, c: ({"k": c[2]},), {}, [1.0]),
+    ("getRCost", lambda x, y, c: (), {}, [0.0, 0.0]),
+    ("getRCost", lambda x, y, c: (x,), {}, 0.0),
+    ("getRCost", lambda x, y, c: ([x, "y", 0],), {}, [0.0, 0.0, 0.0]),
+])
+def test_values_by_object_index_and_name(lp, method, make_args, kwargs, expected):
+    p, x, y, cons = lp
+    assert_same_shape(getattr(p, method)(*make_args(x, y, cons), **kwargs), expected)
+
+
+@pytest.mark.parametrize("call, exc, message", [
+    (lambda p, x, c: p.getSlack(3), nv.ModelError, "Index out of range"),
+    (lambda p, x, c: p.getSlack(2**70), nv.ModelError, "Index out of range"),
+    # A negative index has no message of its own: the library's last error is raised.
+    (lambda p, x, c: p.getSlack(-1), nv.SolverError, ""),
+    (lambda p, x, c: p.getDual(np.int64(-2)), nv.SolverError, ""),
+    (lambda p, x, c: p.getRCost([0, -2**70]), nv.SolverError, ""),
+    (lambda p, x, c: p.getSolution([x, -1], flatten=True), nv.SolverError, ""),
+    (lambda p, x, c: p.getSlack("nope"), nv.ModelError, "Index out of range"),
+    (lambda p, x, c: p.getSolution([x, 2], flatten=True), nv.ModelError, "Index out of range"),
+    (lambda p, x, c: p.getRCost(nv.var()), nv.ModelError, "Index out of range"),
+    (lambda p, x, c: p.getDual(x <= 1), nv.ModelError, "Index out of range"),
+    (lambda p, x, c: p.getSlack(x), nv.ModelError,
+     "Incorrect object(s) passed: need index, variable, constraint, or SOS"),
+    (lambda p, x, c: p.getDual([c[0], None]), nv.ModelError,
+     "Incorrect object(s) passed: need index, variable, constraint, or SOS"),
+    (lambda p, x, c: p.getSolution(2), nv.InterfaceError,
+     "Call to nuvrel.problem.getSolution() contains an out-of-range index"),
+    (lambda p, x, c: p.getSolution(x + nv.var()), nv.ModelError,
+     "Object does not belong to problem or cannot be identified within expression"),
+    (lambda p, x, c: p.getSolution(x, sense=1), TypeError, ""),
+    (lambda p, x, c: p.getSlack(nested(c[0], 40)), nv.ModelError, "Maximum recursion"),
+])
+def test_bad_arguments_raise(lp, call, exc, message):
+    p, x, _, cons = lp
+    before = p.getSolution()
+    with pytest.raises(exc) as info:
+        call(p, x, cons)
+    assert message in str(info.value)
+    assert p.getSolution() == before
+
+
+def test_mip_refuses_duals_and_reduced_costs_but_gives_values():
+    x = nv.var(vartype=nv.integer, ub=10, name="x")
+    y = nv.var(name="y", ub=10)
+    row = 2 * x + y <= 7.5
+    p = nv.problem(x, y, row, 3 * x + y, sense=nv.maximize)
+    p.solve()
+    assert p.getProbStatusString() == "mip_optimal"
+    assert p.getSolution(x) == pytest.approx(3.0)
+    assert p.getSolution(y) == pytest.approx(1.5)
+    assert p.getSlack(row) == pytest.approx(0.0, abs=1e-9)
+    with pytest.raises(nv.SolverError, match="Cannot retrieve dual variables in a MIP"):
+        p.getDual()
+    with pytest.raises(nv.SolverError, match="Cannot retrieve reduced cost in a MIP"):
+        p.getRCost(x)
+
+
+def test_empty_problem_gives_empty_vectors():
+    p = nv.problem()
+    p.solve()
+    assert p.getSolution() == [] and p.getSlack() == []
+    with pytest.raises(nv.ModelError, match="Index out of range"):
+        p.getSlack(0)

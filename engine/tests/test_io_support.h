@@ -35,11 +35,7 @@ inline void writeBytes(const std::string &path, const std::string &bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
-inline bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
-  // An empty vector may hold no buffer, and memcmp must not see a null pointer even for 0 bytes.
-  return a.size() == b.size() &&
-         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
-}
+using nvtest::sameBits;
 
 // A fresh directory of the running test's own, removed with the fixture. The process id keeps
 // concurrent runs of the same test (several builds) apart.
@@ -75,6 +71,15 @@ class FileTest : public nvtest::ProblemTest, public TestDir {
     std::string p = writeText(leaf, text);
     EXPECT_EQ(NVRLreadprob(prob, p.c_str(), ""), 0) << lastError();
     return prob->model;
+  }
+};
+
+// A file test whose solves log nothing.
+class QuietFileTest : public FileTest {
+ protected:
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(FileTest::SetUp());
+    NVRLsetintcontrol(prob, NVRL_CTRL_LOG_LEVEL, 0);
   }
 };
 

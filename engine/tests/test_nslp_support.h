@@ -44,9 +44,9 @@ inline std::vector<std::string> nlpStems() {
   return names;
 }
 
-// The "* optimum" and "* solution name value ..." comments of a test problem.
+// The "* optimum value tolerance t" and "* solution name value ..." comments of a test problem.
 struct Published {
-  double optimum = NAN;
+  double optimum = NAN, tolerance = 1e-6;
   std::map<std::string, double> solution;
 };
 
@@ -57,7 +57,7 @@ inline Published published(const std::string &file) {
     std::istringstream words(line);
     std::string star, key, name;
     words >> star >> key;
-    if (star == "*" && key == "optimum") words >> p.optimum;
+    if (star == "*" && key == "optimum") words >> p.optimum >> key >> p.tolerance;
     if (star == "*" && key == "solution")
       for (double v; words >> name >> v;) p.solution[name] = v;
   }
@@ -116,12 +116,7 @@ inline std::map<std::string, uint64_t> attributes(NSLPprob s) {
   return out;
 }
 
-inline bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
-  // An empty vector may hold no buffer, and memcmp must not see a null pointer even for 0 bytes.
-  return a.size() == b.size() &&
-         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
-}
-inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+using nvtest::sameBits;
 
 inline void expectSameCoefficients(const nvrl::SlpData &a, const nvrl::SlpData &b) {
   ASSERT_EQ(a.coefs.size(), b.coefs.size());
@@ -200,11 +195,7 @@ class SlpPairTest : public ::testing::TestWithParam<Param> {
     NSLPfree();
     NVRLfree();
   }
-  std::string error() {
-    char msg[NVRL_MAXMESSAGELEN] = {};
-    NSLPgetlasterror(slp, nullptr, msg);
-    return msg;
-  }
+  std::string error() const { return nvtest::slpError(slp); }
   NVRLprob prob = nullptr;
   NSLPprob slp = nullptr;
 };
@@ -316,11 +307,7 @@ class NslpTest : public solvetest::SolveTest {
       if (l.find(text) != std::string::npos) out.push_back(l);
     return out;
   }
-  std::string slpError() {
-    char msg[NVRL_MAXMESSAGELEN] = {};
-    NSLPgetlasterror(slp, nullptr, msg);
-    return msg;
-  }
+  std::string slpError() const { return nvtest::slpError(slp); }
 
   NSLPprob slp = nullptr;
   std::vector<std::pair<int, std::string>> lines;

@@ -304,7 +304,7 @@ struct GoodCall {
   void (*change)(Snapshot &);
 };
 
-// The test of both tables is in test_store_changes.cpp; each file instantiates its own.
+// The test of both tables is in test_store.cpp; each family of calls instantiates its own.
 class GoodCalls : public StoreTest, public ::testing::WithParamInterface<GoodCall> {};
 
 // One bad call: what it does and a fragment its message must contain.

@@ -28,6 +28,12 @@ inline std::string lastError(NVRLprob prob) {
   return msg;
 }
 
+inline std::string slpError(NSLPprob slp) {
+  char msg[NVRL_MAXMESSAGELEN] = {};
+  NSLPgetlasterror(slp, nullptr, msg);
+  return msg;
+}
+
 inline std::string globalError() {
   char msg[1024] = {};
   EXPECT_EQ(0, NVRL_ge_getlasterror(nullptr, msg, sizeof msg, nullptr));
@@ -89,6 +95,13 @@ inline void expectGenerated(const std::string &path, const std::string &expected
   EXPECT_TRUE(file.substr(from, to - from) == expected)
       << path << " differs from the registry; run with NVRL_UPDATE_DOCS=1 to regenerate it";
 }
+
+inline bool sameBits(const std::vector<double> &a, const std::vector<double> &b) {
+  // An empty vector may hold no buffer, and memcmp must not see a null pointer even for 0 bytes.
+  return a.size() == b.size() &&
+         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
+}
+inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 // Names parametrised tests after the label of their case.
 inline auto byLabel = [](const auto &info) { return std::string(info.param.label); };
@@ -237,11 +250,7 @@ class SlpHandleTest : public ::testing::Test {
     for (int j = 0; j < ncols; ++j) names += std::string(1, char('x' + j)) + '\0';
     ASSERT_EQ(0, NVRLaddnames(prob_, 2, names.c_str(), 0, ncols - 1));
   }
-  std::string error() const {
-    char msg[NVRL_MAXMESSAGELEN] = {};
-    NSLPgetlasterror(slp_, nullptr, msg);
-    return msg;
-  }
+  std::string error() const { return nvtest::slpError(slp_); }
   NVRLprob prob_ = nullptr;
   NSLPprob slp_ = nullptr;
 };

@@ -1,7 +1,9 @@
-"""The walks over nested structures share one classification of containers but open different
-kinds: the add methods and the solution readers open tuples, lists, dictionaries, arrays and
-iterators but refuse sets and dictionary views; Sum opens every iterable and skips None values
-of a dictionary; to all of them a string is one leaf."""
+"""Arguments: Python ints and numpy integer scalars are integers wherever an integer is asked
+for (objects that merely convert to one are not); the walks over nested structures share one
+classification of containers but open different kinds: the add methods and the solution
+readers open tuples, lists, dictionaries, arrays and iterators but refuse sets and dictionary
+views; Sum opens every iterable and skips None values of a dictionary; to all of them a
+string is one leaf."""
 
 import numpy as np
 import pytest
@@ -9,7 +11,37 @@ import pytest
 import nuvrel as nv
 from conftest import lin_of
 
+
 pytestmark = pytest.mark.usefixtures("quiet")
+
+
+class IndexOnly:
+    """Converts to an int through __index__ but is neither an int nor a numpy integer."""
+
+    def __index__(self):
+        return 2
+
+
+@pytest.mark.parametrize("count", [2, np.int8(2), np.uint16(2), np.int64(2)])
+def test_integer_widths_are_counts_for_vars(count):
+    assert list(nv.vars(count, ["a"])) == [(0, "a"), (1, "a")]
+
+
+@pytest.mark.parametrize("set_type", [2, np.int8(2), np.uint64(2)])
+def test_integer_widths_are_set_types(set_type):
+    x = [nv.var(), nv.var()]
+    assert nv.sos(x, [1, 2], type=set_type).type == 2
+
+
+@pytest.mark.parametrize("build", [
+    lambda: nv.vars(IndexOnly(), ["a"]),
+    lambda: nv.sos([nv.var(), nv.var()], [1, 2], type=IndexOnly()),
+    lambda: nv.sos([nv.var(), nv.var()], [1, 2], type=2.0),
+], ids=["vars count", "sos type", "sos type float"])
+def test_non_integers_are_refused(build):
+    with pytest.raises(nv.ModelError):
+        build()
+
 
 REFUSED_BY_ADD = "^Incorrect objects added as variables to problem$"
 REFUSED_BY_READER = "^Incorrect object"
