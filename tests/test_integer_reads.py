@@ -1,5 +1,6 @@
-"""The nonlinear methods read integer arguments by the module's one rule: a numpy integer
-scalar counts wherever a Python int does."""
+"""Integer arguments are read by the module's one rule: a numpy integer scalar counts wherever
+a Python int does, and an integer beyond the C int range is refused, never wrapped around to
+another row or column."""
 
 import numpy as np
 import pytest
@@ -24,3 +25,14 @@ def test_numpy_integer_scalars_are_integers(nonlinear, kind):
     assert p.getrowstatus(0) == status
     p.msaddjob("job", [x], [1.0], {kind(12100): kind(3)})
     assert p.attributes.nslp_multistart_jobs == 1
+
+
+@pytest.mark.parametrize("index", [2**32, -2**32, 2**70])
+def test_indices_beyond_int_do_not_wrap(nv, index):
+    x, y = nv.var(name="x"), nv.var(name="y")
+    p = nv.problem(x, y, x + y <= 1)
+    with pytest.raises(nv.ModelError, match="out of bounds"):
+        p.delVariable(index)
+    with pytest.raises(OverflowError):
+        p.chgbounds([index], ["U"], [5])
+    assert p.attributes.columns == 2 and 5 not in p.getub(None, 0, 1)
