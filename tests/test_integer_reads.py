@@ -35,4 +35,7 @@ def test_indices_beyond_int_do_not_wrap(nv, index):
         p.delVariable(index)
     with pytest.raises(OverflowError):
         p.chgbounds([index], ["U"], [5])
+    with pytest.raises(OverflowError):
+        p.addSOS(nv.sos([index, 1], [1, 2]))
     assert p.attributes.columns == 2 and 5 not in p.getub(None, 0, 1)
+    assert p.attributes.sets == 0
