@@ -16,7 +16,7 @@ namespace {
 // (callable, index, errors), where errors is the owning problem's list of exceptions raised by
 // its user functions during a solve: at most one, the first, until the solve returns and
 // raises it. Touched only with the interpreter lock held.
-constexpr Py_ssize_t kCallable = 0, kErrors = 2;
+constexpr Py_ssize_t kCallable = 0, kIndex = 1, kErrors = 2;
 
 // Takes the kept exception out of errors; null when none.
 PyRef<> take_error(PyObject *errors) {
@@ -227,7 +227,7 @@ int createUserFunction(const nvo_nl_problem *p, PyObject *args, int *index, bool
 void nvo_userfunc_error_discard(PyObject *errors) { take_error(errors); }
 
 PyObject *nvo_userfunc_object_for(PyObject *object, PyObject *errors) {
-  return PyTuple_Pack(3, PyTuple_GET_ITEM(object, kCallable), PyTuple_GET_ITEM(object, 1),
+  return PyTuple_Pack(3, PyTuple_GET_ITEM(object, kCallable), PyTuple_GET_ITEM(object, kIndex),
                       errors);
 }
 
