@@ -2,6 +2,7 @@
 // nonlinear solver.
 #include <Python.h>
 
+#include "module/pyref.h"
 #include "nonlinear/user.h"
 #include "nvrl.h"
 #include "problem/problem.h"
@@ -14,23 +15,22 @@ int nvo_userfuncs_copy(problem_s *dst, const problem_s *src) {
   // an object of the copy's own (so that the copy's solves keep their exceptions on the copy),
   // or none when that cannot be made.
   const int n = static_cast<int>(PyDict_GET_SIZE(src->userfuncs));
-  PyObject *copy = PyDict_Copy(src->userfuncs);
-  PyObject *errors = copy != nullptr ? PyList_New(0) : nullptr;
+  PyRef<> copy(PyDict_Copy(src->userfuncs));
+  PyRef<> errors(copy ? PyList_New(0) : nullptr);
   int i = 1;
-  if (errors != nullptr) {
-    Py_XSETREF(dst->userfuncs, copy);
-    Py_XSETREF(dst->userfunc_errors, errors);
+  if (errors) {
+    // dst is a new problem (see copy()): it holds no user functions of its own yet.
+    dst->userfuncs = copy.release();
+    dst->userfunc_errors = errors.release();
     for (; i <= n; ++i) {
       void *shared = nullptr;
       if (NSLPgetuserfuncobject(dst->slpprob, i, &shared) != 0) break;
       PyObject *own = shared == nullptr ? nullptr
                                         : nvo_userfunc_object_for(static_cast<PyObject *>(shared),
-                                                                  errors);
+                                                                  dst->userfunc_errors);
       if (shared != nullptr && own == nullptr) break;
       NSLPsetuserfuncobject(dst->slpprob, i, own);  // owns the new reference
     }
-  } else {
-    Py_XDECREF(copy);
   }
   for (int j = i; j <= n; ++j) NSLPsetuserfuncobject(dst->slpprob, j, nullptr);
   return i > n ? 0 : -1;
