@@ -105,7 +105,6 @@ BAD = [
     ("loadmipsol_short", lambda p: p.loadmipsol([1, 0]), "Mismatched lengths"),
     ("addmipsol_repeated_by_name", lambda p: p.addmipsol([1, 1], [0, "x0"]), "given twice"),
     ("addmipsol_lengths", lambda p: p.addmipsol([1, 1], [0]), "Mismatched lengths"),
-    ("addmipsol_index_beyond_int", lambda p: p.addmipsol([1], [2**32]), "out of range"),
     ("refinemipsol_not_a_list", lambda p: p.refinemipsol(0, "", [0] * 4, None), "must be a list"),
     ("scale_length", lambda p: p.scale([0, 0]), "Mismatched lengths"),
     ("presolverow_type", lambda p: p.presolverow("N", [0], [1], 0, 1, [], []), "rowtype"),
@@ -116,7 +115,7 @@ BAD = [
 def test_bad_input_raises_and_changes_nothing(nv, tmp_path, call, message):
     p, x = knapsack(nv, False)
     before = picture(p, tmp_path)
-    with pytest.raises((nv.ModelError, nv.InterfaceError, nv.SolverError, OverflowError)) as info:
+    with pytest.raises((nv.ModelError, nv.InterfaceError, nv.SolverError)) as info:
         call(p)
     assert message in str(info.value)
     assert picture(p, tmp_path) == before

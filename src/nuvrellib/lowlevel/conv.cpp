@@ -75,10 +75,12 @@ int convert_element(problem_s *p, PyObject *item, void *array, int64_t i, int ki
     case CONV_INT:
     case CONV_INT64: {
       if (!nvo_is_int_or_long(item)) return -1;
-      if (kind == CONV_INT) return nvo_int_value(item, static_cast<int *>(array) + i);
       long long v = PyLong_AsLongLong(item);
       if (v == -1 && PyErr_Occurred()) return -1;
-      static_cast<int64_t *>(array)[i] = v;
+      if (kind == CONV_INT)
+        static_cast<int *>(array)[i] = static_cast<int>(v);
+      else
+        static_cast<int64_t *>(array)[i] = v;
       return 0;
     }
     case CONV_DOUBLE: {
@@ -372,7 +374,12 @@ int conv_obj2arr(problem_s *p, int64_t *count, PyObject *obj, void **out, int ki
 }
 
 int ObjInt2int(PyObject *obj, problem_s *p, int *index, int kind) {
-  if (nvo_is_int_or_long(obj)) return nvo_int_value(obj, index);
+  if (nvo_is_int_or_long(obj)) {
+    long v = PyLong_AsLong(obj);
+    if (v == -1 && PyErr_Occurred()) return -1;
+    *index = static_cast<int>(v);
+    return 0;
+  }
   if (PyUnicode_Check(obj) || PyBytes_Check(obj)) {
     const char *name = PyBytes_Check(obj) ? PyBytes_AS_STRING(obj) : PyUnicode_AsUTF8(obj);
     if (name == nullptr) return -1;

@@ -33,8 +33,12 @@ int optional_value(PyObject *obj, T *out, bool *given) {
       PyErr_Format(PyExc_TypeError, "an integer is required, not %.100s", Py_TYPE(obj)->tp_name);
       return -1;
     }
-    int v = 0;
-    if (nvo_int_value(obj, &v) != 0) return -1;
+    long v = PyLong_AsLong(obj);
+    if (v == -1 && PyErr_Occurred()) return -1;
+    if (v < INT_MIN || v > INT_MAX) {
+      PyErr_SetString(PyExc_OverflowError, "integer out of range");
+      return -1;
+    }
     *out = static_cast<T>(v);
   }
   return 0;

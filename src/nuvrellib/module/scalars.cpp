@@ -1,7 +1,6 @@
 // What an object counts as: integers, numbers and flags.
 #include "module/scalars.h"
 
-#include <climits>
 #include <cmath>
 
 #include "module/numpy_api.h"
@@ -16,18 +15,6 @@ bool nvo_is_integer(PyObject *obj) {
 bool nvo_is_int_or_long(PyObject *obj) {
   if (PyLong_Check(obj)) return true;
   return PyArray_API != nullptr && (PyArray_IsScalar(obj, Int) || PyArray_IsScalar(obj, Long));
-}
-
-int nvo_int_value(PyObject *obj, int *out) {
-  int overflow = 0;
-  const long long v = PyLong_AsLongLongAndOverflow(obj, &overflow);
-  if (v == -1 && overflow == 0 && PyErr_Occurred()) return -1;
-  if (overflow != 0 || v < INT_MIN || v > INT_MAX) {
-    PyErr_SetString(PyExc_OverflowError, "integer out of range");
-    return -1;
-  }
-  *out = static_cast<int>(v);
-  return 0;
 }
 
 int nvo_is_numpy_number(PyObject *obj) {

@@ -16,9 +16,6 @@ bool nvo_is_integer(PyObject *obj);
 // narrowed or widened silently.
 bool nvo_is_int_or_long(PyObject *obj);
 
-// The value of an integer (one nvo_is_integer or nvo_is_int_or_long accepts) as a C int: 0, or
-// -1 with OverflowError when it does not fit, so that no index or count wraps around.
-int nvo_int_value(PyObject *obj, int *out);
 // --- numbers ---------------------------------------------------------------------------
 
 // Plain numbers, the operands that arithmetic on modelling objects treats as constants: a

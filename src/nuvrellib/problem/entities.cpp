@@ -29,7 +29,12 @@ int set_member_column(problem_s *p, PyObject *item, int *col) {
     *col = static_cast<int>(c);
     return 0;
   }
-  if (nvo_is_integer(item)) return nvo_int_value(item, col);
+  if (nvo_is_integer(item)) {
+    long long c = PyLong_AsLongLong(item);
+    if (c == -1 && PyErr_Occurred()) return -1;
+    *col = static_cast<int>(c);
+    return 0;
+  }
   return nvo_model_error("SOS indices must be passed as a list");
 }
 

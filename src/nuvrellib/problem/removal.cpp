@@ -63,15 +63,13 @@ KindTexts texts_of(ObjectKind kind) {
 }
 
 // One item given as an integer, a name or an object of the problem, as a 32-bit index.
-// Names are looked up among the rows for constraints and among the columns otherwise, sets
-// included. 0, or -1 with an exception.
+// Integers are taken as they are (truncated to 32 bits); names are looked up among the rows
+// for constraints and among the columns otherwise, sets included. 0, or -1 with an exception.
 int item_index(problem_s *p, PyObject *item, ObjectKind kind, int *index) {
   if (nvo_is_int_or_long(item)) {
-    if (nvo_int_value(item, index) == 0) return 0;
-    // Beyond the int range: out of bounds like any other index that names no item.
-    if (!PyErr_ExceptionMatches(PyExc_OverflowError)) return -1;
-    PyErr_Clear();
-    *index = -1;
+    long value = PyLong_AsLong(item);
+    if (value == -1 && PyErr_Occurred()) return -1;
+    *index = static_cast<int>(value);
     return 0;
   }
   if (PyUnicode_Check(item) || PyBytes_Check(item)) {
