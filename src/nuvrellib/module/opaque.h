@@ -29,3 +29,5 @@ struct poolcut_s {
   void *cut;  // the library's cut handle
 };
 
+// The pointer held by a voidstar; null (with TypeError) for another object.
+void *voidstar_getobj(PyObject *self);
