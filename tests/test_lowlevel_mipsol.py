@@ -24,17 +24,18 @@ def knapsack(nv, quadratic):
 
 
 @pytest.mark.parametrize("quadratic, optimum, given", [(False, -22, -21), (True, -18, -17)])
-@pytest.mark.parametrize("partial", [False, True])
-def test_added_solution_is_the_first_incumbent(nv, quadratic, optimum, given, partial):
+@pytest.mark.parametrize("add", [
+    lambda p, x: p.addmipsol([1, 1, 0], [x[1], "x2", 0], "guess"),   # x3 is completed to 1
+    lambda p, x: p.addmipsol(mipsolval=[0, 1, 1, 1]),                 # the legacy keyword
+    lambda p, x: p.addmipsol([0, 1, 1, 1], None, None),               # None: no name
+], ids=["partial", "legacy", "none"])
+def test_added_solution_is_the_first_incumbent(nv, quadratic, optimum, given, add):
     p, x = knapsack(nv, quadratic)
     p.controls.solution_limit = 1
     # HiGHS's presolve settles this small knapsack whatever it starts from: the engine's own
     # search shows the start as its first incumbent.
     p.controls.tree_search = 1
-    if partial:
-        p.addmipsol([1, 1, 0], [x[1], "x2", 0], "guess")   # x3 is completed to 1
-    else:
-        p.addmipsol(mipsolval=[0, 1, 1, 1])                 # the legacy keyword
+    add(p, x)
     p.solve()
     assert p.attributes.mip_objective == pytest.approx(given, abs=1e-9)
     assert p.getSolution(x) == pytest.approx([0, 1, 1, 1], abs=1e-9)

@@ -1258,14 +1258,16 @@ NVRL_API int NVRLgetpivots(NVRLprob prob, int in, int outlist[], double x[], dou
 #define NVRL_SOLINFO_MAXMIPFRACTIONAL 4 /* largest distance of an integer column from an integer */
 
 /* The slacks rhs - activity (quadratic parts included) of every row at the given solution
- * (cols entries) into slacks (rows entries). */
+ * (cols entries) into slacks (rows entries). Fails when solution or slacks is null. */
 NVRL_API int NVRLcalcslacks(NVRLprob prob, const double solution[], double slacks[]);
 /* The reduced costs (gradient of the objective minus the duals times the rows' gradients) at
  * the given duals (rows entries) and solution (cols entries; may be null for a problem without
- * quadratic parts) into djs (cols entries). */
+ * quadratic parts) into djs (cols entries). Fails when duals or djs is null, or solution is
+ * null for a problem with quadratic parts. */
 NVRL_API int NVRLcalcreducedcosts(NVRLprob prob, const double duals[], const double solution[],
                                   double djs[]);
-/* The objective (constant and quadratic part included) at the given solution into *objval. */
+/* The objective (constant and quadratic part included) at the given solution into *objval.
+ * Fails when solution or objval is null. */
 NVRL_API int NVRLcalcobjective(NVRLprob prob, const double solution[], double *objval);
 /* One NVRL_SOLINFO_... property of the given solution (and duals, which the dual properties
  * need) into *value. A dual violation counts a reduced cost that would improve the objective

@@ -30,15 +30,21 @@ struct Setting {
 };
 using Combination = std::vector<Setting>;  // empty: the problem's own controls
 
+}  // namespace
+
 struct TunerState {
   std::vector<Combination> method;  // read by NVRLtunerreadmethod; empty: the default method
   bool haveBest = false;
   Combination best;
 };
 
+void TunerStateDeleter::operator()(TunerState *s) const noexcept { delete s; }
+
+namespace {
+
 TunerState &tunerOf(nvrl_problem_s *p) {
-  if (!p->tuner) p->tuner = std::make_shared<TunerState>();
-  return *static_cast<TunerState *>(p->tuner.get());
+  if (!p->tuner) p->tuner.reset(new TunerState());
+  return *p->tuner;
 }
 
 Setting intSetting(int id, int64_t v) { return {findParam(id), v, 0.0}; }
@@ -314,7 +320,7 @@ NVRL_API int NVRLtunerwritemethod(NVRLprob prob, const char *methodfile) NVRL_TR
   nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
   if (!methodfile) return p->fail("NVRLtunerwritemethod: null file name");
-  const TunerState *st = static_cast<const TunerState *>(p->tuner.get());
+  const TunerState *st = p->tuner.get();
   std::string text;
   if (st && st->haveBest) text = methodText({st->best}, "the best combination of the last tune");
   else if (st && !st->method.empty()) text = methodText(st->method, "as read");

@@ -214,6 +214,11 @@ struct IisStoreDeleter {
   void operator()(IisStore *s) const noexcept;
 };
 
+struct TunerState;  // analysis/tuning_runs.cpp: the tuner's method and its last result
+struct TunerStateDeleter {
+  void operator()(TunerState *s) const noexcept;
+};
+
 // A solution given by the user (NVRLaddmipsol, NVRLloadmipsol) for the next MIP solve: values
 // of some columns, or of all of them in order when cols is empty.
 struct UserMipSolution {
@@ -256,7 +261,7 @@ struct nvrl_problem_s : nvrl_object_s {
   // destroyed).
   std::vector<nvrl::StoreDependent *> dependents;
   // The tuner's method and its last result (analysis/), kept with the problem it tunes.
-  std::shared_ptr<void> tuner;
+  std::unique_ptr<nvrl::TunerState, nvrl::TunerStateDeleter> tuner;
   // Solutions given by the user, taken by the next MIP solve.
   std::vector<nvrl::UserMipSolution> user_mip_starts;
 

@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "lowlevel/conv.h"
+#include "module/scalars.h"
 #include "module/args.h"
 #include "module/methods.h"
 #include "lowlevel/nl_methods.h"
@@ -28,7 +29,7 @@ int optional_value(PyObject *obj, T *out, bool *given) {
     *out = PyFloat_AsDouble(obj);
     if (*out == -1.0 && PyErr_Occurred()) return -1;
   } else {
-    if (!PyLong_Check(obj)) {
+    if (!nvo_is_integer(obj)) {
       PyErr_Format(PyExc_TypeError, "an integer is required, not %.100s", Py_TYPE(obj)->tp_name);
       return -1;
     }

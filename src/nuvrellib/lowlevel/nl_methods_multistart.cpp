@@ -11,6 +11,7 @@
 #include "module/alloc_buffer.h"
 #include "module/args.h"
 #include "module/methods.h"
+#include "module/scalars.h"
 #include "module/pyref.h"
 #include "lowlevel/nl_methods.h"
 #include "nvrl.h"
@@ -30,7 +31,7 @@ const NVRLcaentry *find_control(problem_s *p, PyObject *key) {
   if (PyUnicode_Check(key)) {
     name = PyUnicode_AsUTF8(key);
     if (name == nullptr) return nullptr;
-  } else if (PyLong_Check(key)) {
+  } else if (nvo_is_integer(key)) {
     id = PyLong_AsLong(key);
     if (id == -1 && PyErr_Occurred()) return nullptr;
   } else {
@@ -64,7 +65,7 @@ int convert_controls(problem_s *p, PyObject *dict, JobControls *out) {
     const NVRLcaentry *e = find_control(p, key);
     if (e == nullptr) return -1;
     if (e->type == NVRL_TYPE_INT || e->type == NVRL_TYPE_INT64) {
-      if (!PyLong_Check(value)) {
+      if (!nvo_is_integer(value)) {
         PyErr_Format(nvpy_interf_exc, "Control %s takes an integer value", e->name);
         return -1;
       }

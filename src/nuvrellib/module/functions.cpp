@@ -7,6 +7,7 @@
 
 #include "module/args.h"
 #include "module/env.h"
+#include "module/errors.h"
 #include "module/scalars.h"
 #include "nvrl.h"
 #include "module/casing.h"
@@ -176,14 +177,15 @@ PyObject *nuvrelmod_setdefaultcontrol(PyObject *self, PyObject *args, PyObject *
   if (!nvo_ParseTupleAndKeywords(args, kwargs, "s", kwlist, nullptr, &name)) return nullptr;
   std::string lower;
   if (to_lowercase_all(name, &lower) != 0) return nullptr;
-  PyObject *result = nullptr;
+  bool done = false;
   {
     EnvLock lock(nvr_py_env.mtx_defaults);
     PyObject *dict = nvr_py_env.default_controls;
     PyObject *present = PyDict_GetItemString(dict, lower.c_str());
-    if (present == nullptr || PyDict_DelItemString(dict, lower.c_str()) == 0) result = Py_None;
+    done = present == nullptr || PyDict_DelItemString(dict, lower.c_str()) == 0;
   }
-  return setNvrlErrIfNull(nullptr, Py_XNewRef(result));
+  if (!done) return nvo_library_error(nullptr);
+  Py_RETURN_NONE;
 }
 
 const char nuvrelmod_setdefaults_doc[] =

@@ -1,6 +1,5 @@
 // Counted start and release of the solver library. Starting is lazy (the first user starts
 // it); releasing happens only through free() and module teardown.
-#include <cstring>
 
 #include "module/env.h"
 #include "module/errors.h"
@@ -37,11 +36,7 @@ int turnNVRLon(int force) {
 
   if (NVRLinit(nullptr) != 0) {
     bump_refcount(-1);
-    char msg[2048];
-    std::memset(msg, 0, sizeof msg);
-    NVRL_ge_getlasterror(nullptr, msg, sizeof msg, nullptr);
-    PyErr_SetString(nvpy_interf_exc, msg);
-    return -1;
+    return nvo_library_error(nullptr);
   }
   // A forced start of a running library must not register the print routine twice, or every
   // global line would be printed twice.

@@ -151,19 +151,15 @@ PyObject *nuvrelmod_addcbmsghandler(PyObject *self, PyObject *args, PyObject *kw
     EnvLock lock(nvr_py_env.mtx_msg);
     if (PyList_Append(nvr_py_env.msg_handlers, entry.get()) != 0) return nullptr;
   }
-  PyObject *result = nullptr;
-  if (turnNVRLon(0) == 0) {
-    if (NVRL_ge_addcbmsghandler(wrapper_msghandler, entry.get(), static_cast<int>(priority)) ==
-        0) {
-      result = Py_NewRef(Py_None);
-    }
-  }
-  if (result == nullptr) {
+  if (turnNVRLon(0) != 0 ||
+      NVRL_ge_addcbmsghandler(wrapper_msghandler, entry.get(), static_cast<int>(priority)) != 0) {
+    nvo_library_error(nullptr);
     // Keep the list in step with the library: what is not registered is not listed.
     PendingError pending;
     forget_entry(entry.get());
+    return nullptr;
   }
-  return setNvrlErrIfNull(nullptr, result);
+  Py_RETURN_NONE;
 }
 
 const char nuvrelmod_removecbmsghandler_doc[] =

@@ -78,7 +78,7 @@ const char nuvrelmod_setOutputEnabled_doc[] =
 
 PyObject *nuvrelmod_setOutputEnabled(PyObject *self, PyObject *flag) {
   if (nvo_is_flag(flag)) {
-    int on = PyObject_IsTrue(flag);
+    int on = nvo_flag_truth(flag);
     if (on < 0) return nullptr;
     output_state(on ? 1 : 0);
   } else {

@@ -19,6 +19,7 @@ struct nvo_nl_problem {
   NSLPprob slpprob = nullptr;         // null when the nonlinear solver is not available
   int32_t *constant_col = nullptr;    // the problem's cache of the constant column
   PyObject **userfuncs = nullptr;     // the problem's dict of user functions (null until made)
+  PyObject **userfunc_errors = nullptr;  // the problem's list of their exceptions (likewise)
 };
 // Value of *constant_col before the library has been asked.
 constexpr int32_t NVO_CONSTANT_COL_UNREAD = INT32_MIN;

@@ -12,54 +12,31 @@
 
 namespace {
 
-// Exceptions raised by user functions during a solve, by nonlinear problem (its address as an
-// int): the first one of each solve, until the solve returns and raises it. Touched only with
-// the interpreter lock held.
-PyObject *pending_errors = nullptr;
+// The function object the library keeps for each user function is the tuple
+// (callable, index, errors), where errors is the owning problem's list of exceptions raised by
+// its user functions during a solve: at most one, the first, until the solve returns and
+// raises it. Touched only with the interpreter lock held.
+constexpr Py_ssize_t kCallable = 0, kIndex = 1, kErrors = 2;
 
-PyObject *problem_key(NSLPprob slp) { return PyLong_FromVoidPtr(slp); }
-
-// 1 when a user function of slp has failed since the solve began.
-bool error_pending(NSLPprob slp) {
-  if (pending_errors == nullptr || PyDict_GET_SIZE(pending_errors) == 0) return false;
-  PyRef key(problem_key(slp));
-  if (!key) {
-    PyErr_Clear();
-    return false;
-  }
-  PyObject *found = PyDict_GetItemWithError(pending_errors, key.get());
-  PyErr_Clear();
-  return found != nullptr;
-}
-
-// Takes the pending exception of slp out of the table; null when none.
-PyRef<> take_error(NSLPprob slp) {
-  if (pending_errors == nullptr || PyDict_GET_SIZE(pending_errors) == 0) return PyRef<>();
+// Takes the kept exception out of errors; null when none.
+PyRef<> take_error(PyObject *errors) {
+  if (errors == nullptr || PyList_GET_SIZE(errors) == 0) return PyRef<>();
   PendingError outer;  // whatever is being raised already is not ours to disturb
-  PyRef key(problem_key(slp));
-  PyRef<> kept;
-  if (key) {
-    kept = PyRef<>::borrow(PyDict_GetItemWithError(pending_errors, key.get()));
-    if (kept && PyDict_DelItem(pending_errors, key.get()) != 0) PyErr_Clear();
-  }
-  PyErr_Clear();
+  PyRef<> kept = PyRef<>::borrow(PyList_GET_ITEM(errors, 0));
+  if (PyList_SetSlice(errors, 0, PyList_GET_SIZE(errors), nullptr) != 0) PyErr_Clear();
   outer.restore();
   return kept;
 }
 
-// Keeps the exception being raised for slp (the first one only) and asks the solve to stop:
-// a failed user function has no value the solver could go on with.
-void keep_error(NSLPprob slp) {
+// Keeps the exception being raised (the first one only) and asks the solve to stop: a failed
+// user function has no value the solver could go on with.
+void keep_error(NSLPprob slp, PyObject *errors) {
   PyRef<> error;
   {
     PendingError raised;
     error = PyRef<>(raised.take_value());  // with its traceback
   }
-  if (pending_errors == nullptr) pending_errors = PyDict_New();
-  PyRef key(problem_key(slp));
-  if (error && key && pending_errors != nullptr &&
-      PyDict_GetItemWithError(pending_errors, key.get()) == nullptr && !PyErr_Occurred())
-    PyDict_SetItem(pending_errors, key.get(), error.get());
+  if (error && PyList_GET_SIZE(errors) == 0) PyList_Append(errors, error.get());
   // Not even the exception could be kept: the solve still stops.
   PyErr_Clear();
   if (slp != nullptr) NSLPinterrupt(slp, NVRL_STOP_USER);
@@ -98,23 +75,24 @@ double call_user_function(const double *values, void *context, const double *del
       NSLPgetfuncinfo(info, &ninputs, &derivatives, &want_results, &slp, &index) != 0 ||
       NSLPgetuserfuncobject(slp, index, &object) != 0 || object == nullptr)
     return -1.0;
+  PyObject *callable = PyTuple_GET_ITEM(static_cast<PyObject *>(object), kCallable);
+  PyObject *errors = PyTuple_GET_ITEM(static_cast<PyObject *>(object), kErrors);
   // Once a call has failed the solve is stopping; the callable is not asked again.
-  if (error_pending(slp)) return -1.0;
-  PyObject *callable = PyTuple_GET_ITEM(static_cast<PyObject *>(object), 0);
+  if (PyList_GET_SIZE(errors) != 0) return -1.0;
 
   PyRef inputs(PyTuple_New(ninputs > 0 ? ninputs : 0));
-  if (!inputs) return keep_error(slp), -1.0;
+  if (!inputs) return keep_error(slp, errors), -1.0;
   for (int i = 0; i < ninputs; ++i) {
     PyObject *v = PyFloat_FromDouble(values[i]);
-    if (v == nullptr) return keep_error(slp), -1.0;
+    if (v == nullptr) return keep_error(slp, errors), -1.0;
     PyTuple_SET_ITEM(inputs.get(), i, v);
   }
   PyRef result(PyObject_Call(callable, inputs.get(), nullptr));
-  if (!result) return keep_error(slp), -1.0;
+  if (!result) return keep_error(slp, errors), -1.0;
 
   const bool tuple = PyTuple_Check(result.get());
   double value = 0.0;
-  if (nvo_user_result_value(result.get(), &value) != 0) return keep_error(slp), -1.0;
+  if (nvo_user_result_value(result.get(), &value) != 0) return keep_error(slp, errors), -1.0;
   const bool into_results = want_results != 0 && results != nullptr;
   if (into_results) results[0] = value;
 
@@ -125,7 +103,7 @@ double call_user_function(const double *values, void *context, const double *del
       const double delta = deltas[k - 1];
       if (delta == 0.0) continue;  // NaN is asked for too
       if (as_double(PyTuple_GET_ITEM(result.get(), k), &results[k]) != 0)
-        return keep_error(slp), -1.0;
+        return keep_error(slp, errors), -1.0;
     }
   }
   // A value written into results travels there; the return value is only read otherwise.
@@ -181,7 +159,7 @@ int complete_registration(const nvo_nl_problem *p, int index, const char *name, 
     return nvo_library_error(p->owner);
   PyRef<> index_obj(PyLong_FromLong(index));
   if (!index_obj) return -1;
-  PyRef<> object(PyTuple_Pack(2, callable, index_obj.get()));
+  PyRef<> object(PyTuple_Pack(3, callable, index_obj.get(), *p->userfunc_errors));
   if (!object) return -1;
   if (NSLPsetuserfuncobject(slp, index, object.get()) != 0) return nvo_library_error(p->owner);
   object.release();  // the library's reference, released with the problem
@@ -201,6 +179,8 @@ int createUserFunction(const nvo_nl_problem *p, PyObject *args, int *index, bool
     return -1;
   }
   if (*p->userfuncs == nullptr && (*p->userfuncs = PyDict_New()) == nullptr) return -1;
+  if (*p->userfunc_errors == nullptr && (*p->userfunc_errors = PyList_New(0)) == nullptr)
+    return -1;
   PyObject *known = PyDict_GetItemWithError(*p->userfuncs, callable);
   if (known != nullptr) {
     *index = static_cast<int>(PyLong_AsLong(known));
@@ -244,13 +224,15 @@ int createUserFunction(const nvo_nl_problem *p, PyObject *args, int *index, bool
 
 // ----- errors of a solve ------------------------------------------------------------------
 
-void nvo_userfunc_error_discard(NSLPprob slp) {
-  if (slp != nullptr) take_error(slp);
+void nvo_userfunc_error_discard(PyObject *errors) { take_error(errors); }
+
+PyObject *nvo_userfunc_object_for(PyObject *object, PyObject *errors) {
+  return PyTuple_Pack(3, PyTuple_GET_ITEM(object, kCallable), PyTuple_GET_ITEM(object, kIndex),
+                      errors);
 }
 
-int nvo_userfunc_error_raise(NSLPprob slp) {
-  if (slp == nullptr) return 0;
-  PyRef<> kept = take_error(slp);
+int nvo_userfunc_error_raise(PyObject *errors) {
+  PyRef<> kept = take_error(errors);
   if (!kept) return 0;
   // The user's own exception, as raised: it replaces whatever the solve reported since.
   PyErr_Clear();

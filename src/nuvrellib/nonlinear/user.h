@@ -36,8 +36,13 @@ extern "C" double nvpy_generic_user_function_with_derivative(const double *value
                                                              const double *deltas,
                                                              double *results);
 
-// An exception raised by a user function stops the solve; it is kept here, by nonlinear
-// problem, until the solve returns. Discards what a previous call on slp left (before a
-// solve), or raises it again unchanged: 0 when there was none, -1 with it set.
-void nvo_userfunc_error_discard(NSLPprob slp);
-int nvo_userfunc_error_raise(NSLPprob slp);
+// An exception raised by a user function stops the solve; it is kept in errors, the owning
+// problem's list (see nvo_nl_problem), until the solve returns. Discards what a previous call
+// left (before a solve), or raises it again unchanged: 0 when there was none, -1 with it set.
+// errors may be null (no user function registered).
+void nvo_userfunc_error_discard(PyObject *errors);
+int nvo_userfunc_error_raise(PyObject *errors);
+
+// A copied problem's own function object for object (one of the source's): the same callable
+// and index, the copy's errors list. A new reference, or null with an exception.
+PyObject *nvo_userfunc_object_for(PyObject *object, PyObject *errors);

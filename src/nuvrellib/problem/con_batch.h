@@ -18,6 +18,7 @@ inline nvo_nl_problem problem_nl_view(problem_s *p) {
   view.slpprob = p->slpprob;
   view.constant_col = &p->constant_col;
   view.userfuncs = &p->userfuncs;
+  view.userfunc_errors = &p->userfunc_errors;
   return view;
 }
 

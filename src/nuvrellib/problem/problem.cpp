@@ -160,6 +160,7 @@ int problem_traverse(PyObject *self, visitproc visit, void *arg) {
   Py_VISIT(p->cons);
   Py_VISIT(p->sets);
   Py_VISIT(p->userfuncs);
+  Py_VISIT(p->userfunc_errors);  // an exception's traceback may reach the problem
   for (PyObject *list : p->callbacks) Py_VISIT(list);
   Py_VISIT(p->msjobs);
   if (p->userfuncs != nullptr && p->slpprob != nullptr) {

@@ -32,6 +32,9 @@ struct problem_s {
   int32_t n_nonlin_cons;    // flushed constraint batches with nonlinear coefficients
   int32_t nonlin_obj;       // 1 when the objective has a nonlinear part
   PyObject *userfuncs;      // dict of user functions, created on first use (or null)
+  // The first exception a user function raised in the running solve (a list of at most one,
+  // created with the first user function, or null); the functions' objects point at it.
+  PyObject *userfunc_errors;
   // The objects given with multistart jobs, one per queuing call that passed one (or null).
   // The library keeps each as an opaque pointer; this list keeps it alive until the jobs
   // are cleared or the problem goes.

@@ -236,10 +236,10 @@ PyObject *problem_setObjective(PyObject *self, PyObject *args, PyObject *kwargs)
 
 bool problem_run_nonlinear(problem_s *p, int (*call)(NSLPprob, const char *), const char *flags,
                            int *rc) {
-  nvo_userfunc_error_discard(p->slpprob);
+  nvo_userfunc_error_discard(p->userfunc_errors);
   *rc = problem_run_released(p, [&] { return call(p->slpprob, flags); }, true);
   // A user function that raised stopped the solve: its exception is the answer.
-  if (nvo_userfunc_error_raise(p->slpprob) != 0) return false;
+  if (nvo_userfunc_error_raise(p->userfunc_errors) != 0) return false;
   return !PyErr_Occurred();  // else raised by a callback
 }
 
