@@ -27,8 +27,7 @@ def knapsack(nv, quadratic):
 @pytest.mark.parametrize("add", [
     lambda p, x: p.addmipsol([1, 1, 0], [x[1], "x2", 0], "guess"),   # x3 is completed to 1
     lambda p, x: p.addmipsol(mipsolval=[0, 1, 1, 1]),                 # the legacy keyword
-    lambda p, x: p.addmipsol([0, 1, 1, 1], None, None),               # None: no name
-], ids=["partial", "legacy", "none"])
+], ids=["partial", "legacy"])
 def test_added_solution_is_the_first_incumbent(nv, quadratic, optimum, given, add):
     p, x = knapsack(nv, quadratic)
     p.controls.solution_limit = 1

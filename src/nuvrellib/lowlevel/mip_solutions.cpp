@@ -64,7 +64,7 @@ PyObject *NVRL_PY_addmipsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *legacy[] = {"mipsolval", "mipsolcol", "solname", nullptr};
   PyObject *solval = nullptr, *colind = Py_None;
   const char *name = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|Oz", kwlist, legacy, &solval, &colind, &name))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|Os", kwlist, legacy, &solval, &colind, &name))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
