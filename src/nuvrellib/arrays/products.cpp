@@ -35,6 +35,8 @@ class dot_sum {
   // c * obj.
   int add_scaled(PyObject *obj, double c) {
     if (c == 0.0) return 0;
+    // Plain variables are the common operand of A @ x: no classification needed.
+    if (Py_TYPE(obj) == &var_type) return expression_addToLinTerm(expr_.get(), obj, c);
     const int kind = getExprType(obj);
     if (kind < 0) return -1;
     if (kind == NVO_KIND_VAR) return expression_addToLinTerm(expr_.get(), obj, c);

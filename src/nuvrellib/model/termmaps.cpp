@@ -138,6 +138,17 @@ int linmap_set(linmap *map, PyObject *var, double coef) {
 
 int linmap_add(linmap *map, PyObject *var, double coef) {
   if (coef == 0.0) return 0;
+  // Sums mostly run over variables in creation order: a key beyond the last one goes in at
+  // the end without a search down the tree.
+  if (map->empty() || less_variable(std::prev(map->end())->first, as_var(var))) {
+    try {
+      map->emplace_hint(map->end(), as_var(var), coef);
+    } catch (const std::bad_alloc &) {
+      return no_memory();
+    }
+    Py_INCREF(var);
+    return 0;
+  }
   auto it = map->lower_bound(as_var(var));
   if (it != map->end() && it->first == as_var(var)) {
     it->second += coef;
