@@ -118,3 +118,14 @@ def test_dot_of_two_vectors_reads_any_numeric_vector(coef):
         assert lin_of(got) == lin_of(want)
     x[1] = None  # skipped where the coefficient is zero, as in the general product
     assert lin_of(nv.Dot(coef, x)) == lin_of(want)
+
+
+@pytest.mark.parametrize("step", [1, 2])
+def test_dot_skips_only_zeros_in_long_rows(step):
+    coef = np.zeros(41 * step)[::step]
+    coef[[0, 8, 9, 23, 31, 39, 40]] = [1.0, 2.0, -0.5, 3.0, 4.0, 5.0, 6.0]
+    coef[16:20] = -0.0
+    x = nv.vars(41, name="x")
+    want = {f"x({i})": coef[i] for i in np.flatnonzero(coef)}
+    assert lin_of(nv.Dot(coef, x)) == want
+    assert lin_of((coef[None, :] @ x)[0]) == want

@@ -2,6 +2,7 @@
 // accumulated in place: number-times-variable products go straight into the linear map of one
 // expression and variable-times-variable products into its quadratic map, so no temporary
 // object is made per product.
+#include <cstdint>
 #include <vector>
 
 #include "arrays/arrays.h"
@@ -78,6 +79,19 @@ class dot_sum {
 
 enum operand_kind { OPERAND_DOUBLE, OPERAND_OBJECT };
 
+constexpr npy_intp kZeroBlock = 8;
+
+// True when the kZeroBlock doubles at p are all zeros of either sign.
+inline bool all_zero(const char *p) {
+  uint64_t bits = 0;
+  for (npy_intp j = 0; j < kZeroBlock; ++j) {
+    uint64_t w;
+    __builtin_memcpy(&w, p + j * static_cast<npy_intp>(sizeof w), sizeof w);
+    bits |= w << 1;  // without the sign bit
+  }
+  return bits == 0;
+}
+
 // The sum over k of a[k] * b[k] (strided), of the given operand kinds, into sum.
 int contract(dot_sum &sum, int ka, const char *a, npy_intp sa, int kb, const char *b,
              npy_intp sb, npy_intp n) {
@@ -87,12 +101,20 @@ int contract(dot_sum &sum, int ka, const char *a, npy_intp sa, int kb, const cha
     // over the coefficients is kept tight and the object is only read for a non-zero one.
     const char *num = ka == OPERAND_DOUBLE ? a : b, *obj = ka == OPERAND_DOUBLE ? b : a;
     const npy_intp sn = ka == OPERAND_DOUBLE ? sa : sb, so = ka == OPERAND_DOUBLE ? sb : sa;
-    for (npy_intp k = 0; k < n; ++k) {
+    npy_intp k = 0;
+    while (k < n) {
       double c;
       __builtin_memcpy(&c, num + k * sn, sizeof c);
-      if (c == 0.0) continue;
+      if (c == 0.0) {
+        ++k;
+        // After a zero, contiguous coefficients are skipped in blocks while all are zero.
+        if (sn == sizeof(double))
+          while (k + kZeroBlock <= n && all_zero(num + k * sn)) k += kZeroBlock;
+        continue;
+      }
       PyObject *o = nvo_elem_load(obj + k * so);
       if (sum.add_scaled(o != nullptr ? o : Py_None, c) < 0) return -1;
+      ++k;
     }
     return 0;
   }
