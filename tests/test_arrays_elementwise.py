@@ -204,3 +204,31 @@ def test_array_names_match_the_dictionary_form(dims, prefix):
     keyed = nv.vars(*(range(d) for d in dims), name=prefix)
     assert [v.name for v in arr.flat] == [v.name for v in keyed.values()]
     assert all(len(v.name) <= 2500 for v in arr.flat)
+
+
+# Coefficients where the generic scalar rules branch: 1 keeps the variable, zeros (of either
+# sign) give the number 0, -1 cancels a sum over one variable, NaN stays a coefficient.
+SPECIAL = np.array([1.0, 0.0, -0.0, -1.0, 2.5, np.nan])
+COMMON = {
+    "vars": lambda x: x,
+    "terms": lambda x: SPECIAL * x,
+    "terms reversed": lambda x: 3 * x[::-1],
+    "expressions": lambda x: x * SPECIAL - 1,
+}
+
+
+# A NaN coefficient raises the processor's invalid flag, which numpy reports after the loop.
+@pytest.mark.filterwarnings("ignore:invalid value:RuntimeWarning")
+@pytest.mark.parametrize("op", [operator.add, operator.sub, operator.mul])
+@pytest.mark.parametrize("kind", COMMON)
+@pytest.mark.parametrize("other", ["special", "same variables", "other variables"])
+def test_common_element_kinds_match_scalar_operators(op, kind, other):
+    x, y = nv.vars(6, name="x"), nv.vars(6, name="y")
+    a = COMMON[kind](x)
+    b = {"special": SPECIAL, "same variables": -1 * x, "other variables": 2 * y}[other]
+    for left, right in [(a, b), (b, a)]:
+        res = op(left, right)
+        assert res.dtype == nv.npexpr
+        for i in range(6):
+            want = op(element(left, i), element(right, i))
+            assert same(res[i], want), (i, res[i], want)

@@ -104,3 +104,28 @@ def test_none_element_in_a_product_is_refused(product):
     a = np.array([nv.var(), None], dtype=nv.npvar)
     with pytest.raises(nv.ModelError, match="Invalid object"):
         product(a)
+
+
+@pytest.mark.parametrize("coef", [
+    np.array([2, 0, -1, 3]), np.array([True, False, True, True]),
+    np.array([2.0, 0.0, -1.0, 3.0], dtype=">f8"),
+    np.array([3.0, 9.0, -1.0, 9.0, 0.0, 9.0, 2.0])[::-2],
+])
+def test_dot_of_two_vectors_reads_any_numeric_vector(coef):
+    x = nv.vars(4, name="x")
+    want = nv.Dot(coef.astype(float).copy(), x)
+    for got in (nv.Dot(coef, x), nv.Dot(x, coef), nv.Dot(coef, x[::-1][::-1])):
+        assert lin_of(got) == lin_of(want)
+    x[1] = None  # skipped where the coefficient is zero, as in the general product
+    assert lin_of(nv.Dot(coef, x)) == lin_of(want)
+
+
+@pytest.mark.parametrize("step", [1, 2])
+def test_dot_skips_only_zeros_in_long_rows(step):
+    coef = np.zeros(41 * step)[::step]
+    coef[[0, 8, 9, 23, 31, 39, 40]] = [1.0, 2.0, -0.5, 3.0, 4.0, 5.0, 6.0]
+    coef[16:20] = -0.0
+    x = nv.vars(41, name="x")
+    want = {f"x({i})": coef[i] for i in np.flatnonzero(coef)}
+    assert lin_of(nv.Dot(coef, x)) == want
+    assert lin_of((coef[None, :] @ x)[0]) == want

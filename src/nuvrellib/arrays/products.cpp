@@ -2,6 +2,7 @@
 // accumulated in place: number-times-variable products go straight into the linear map of one
 // expression and variable-times-variable products into its quadratic map, so no temporary
 // object is made per product.
+#include <cstdint>
 #include <vector>
 
 #include "arrays/arrays.h"
@@ -35,6 +36,8 @@ class dot_sum {
   // c * obj.
   int add_scaled(PyObject *obj, double c) {
     if (c == 0.0) return 0;
+    // Plain variables are the common operand of A @ x: no classification needed.
+    if (Py_TYPE(obj) == &var_type) return expression_addToLinTerm(expr_.get(), obj, c);
     const int kind = getExprType(obj);
     if (kind < 0) return -1;
     if (kind == NVO_KIND_VAR) return expression_addToLinTerm(expr_.get(), obj, c);
@@ -76,10 +79,45 @@ class dot_sum {
 
 enum operand_kind { OPERAND_DOUBLE, OPERAND_OBJECT };
 
+constexpr npy_intp kZeroBlock = 8;
+
+// True when the kZeroBlock doubles at p are all zeros of either sign.
+inline bool all_zero(const char *p) {
+  uint64_t bits = 0;
+  for (npy_intp j = 0; j < kZeroBlock; ++j) {
+    uint64_t w;
+    __builtin_memcpy(&w, p + j * static_cast<npy_intp>(sizeof w), sizeof w);
+    bits |= w << 1;  // without the sign bit
+  }
+  return bits == 0;
+}
+
 // The sum over k of a[k] * b[k] (strided), of the given operand kinds, into sum.
 int contract(dot_sum &sum, int ka, const char *a, npy_intp sa, int kb, const char *b,
              npy_intp sb, npy_intp n) {
   if (sum.start() < 0) return -1;
+  if (ka == OPERAND_DOUBLE || kb == OPERAND_DOUBLE) {
+    // Numbers times objects: a row given dense with its zeros is mostly skipped, so the scan
+    // over the coefficients is kept tight and the object is only read for a non-zero one.
+    const char *num = ka == OPERAND_DOUBLE ? a : b, *obj = ka == OPERAND_DOUBLE ? b : a;
+    const npy_intp sn = ka == OPERAND_DOUBLE ? sa : sb, so = ka == OPERAND_DOUBLE ? sb : sa;
+    npy_intp k = 0;
+    while (k < n) {
+      double c;
+      __builtin_memcpy(&c, num + k * sn, sizeof c);
+      if (c == 0.0) {
+        ++k;
+        // After a zero, contiguous coefficients are skipped in blocks while all are zero.
+        if (sn == sizeof(double))
+          while (k + kZeroBlock <= n && all_zero(num + k * sn)) k += kZeroBlock;
+        continue;
+      }
+      PyObject *o = nvo_elem_load(obj + k * so);
+      if (sum.add_scaled(o != nullptr ? o : Py_None, c) < 0) return -1;
+      ++k;
+    }
+    return 0;
+  }
   for (npy_intp k = 0; k < n; ++k, a += sa, b += sb) {
     int rc;
     if (ka == OPERAND_DOUBLE) {
@@ -230,6 +268,24 @@ PyObject *tensor_mult(PyObject *a_obj, PyObject *b_obj, PyObject *out) {
         !PyArray_ISWRITEABLE(o))
       return nvo_model_error(kNoResult);
     result = PyRef<>::borrow(out);
+  }
+
+  if (na == 1 && nb == 1 && out == nullptr) {
+    // Two vectors (Dot of a row and x): one sum straight from the operands' own data, without
+    // the reshaped views of the general case; only a non-double number vector is converted.
+    PyRef<> ca_arr = PyRef<>::borrow(a_obj), cb_arr = PyRef<>::borrow(b_obj);
+    if (ca == OPERAND_DOUBLE && (PyArray_TYPE(a) != NPY_DOUBLE || !PyArray_ISNOTSWAPPED(a)))
+      ca_arr = PyRef(PyArray_FROM_OTF(a_obj, NPY_DOUBLE, NPY_ARRAY_ALIGNED));
+    if (cb == OPERAND_DOUBLE && (PyArray_TYPE(b) != NPY_DOUBLE || !PyArray_ISNOTSWAPPED(b)))
+      cb_arr = PyRef(PyArray_FROM_OTF(b_obj, NPY_DOUBLE, NPY_ARRAY_ALIGNED));
+    if (!ca_arr || !cb_arr) return nullptr;
+    auto *va = reinterpret_cast<PyArrayObject *>(ca_arr.get());
+    auto *vb = reinterpret_cast<PyArrayObject *>(cb_arr.get());
+    dot_sum sum;
+    if (contract(sum, ca, PyArray_BYTES(va), PyArray_STRIDE(va, 0), cb, PyArray_BYTES(vb),
+                 PyArray_STRIDE(vb, 0), k) < 0)
+      return nullptr;
+    return sum.finish();
   }
 
   PyRef ma(as_matrix(a, ca, na - 1, 1));

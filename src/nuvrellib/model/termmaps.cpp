@@ -34,6 +34,30 @@ Container *new_container() {
   return c;
 }
 
+// Term maps themselves come from the same allocator as their nodes (see py_node_allocator).
+// NULL with a MemoryError set on failure.
+template <class Map, class... Args>
+Map *new_term_map(Args &&...args) {
+  void *p = PyObject_Malloc(sizeof(Map));
+  if (p == nullptr) {
+    PyErr_NoMemory();
+    return nullptr;
+  }
+  try {
+    return new (p) Map(std::forward<Args>(args)...);
+  } catch (const std::bad_alloc &) {
+    PyObject_Free(p);
+    PyErr_NoMemory();
+    return nullptr;
+  }
+}
+
+template <class Map>
+void delete_term_map(Map *m) {
+  m->~Map();
+  PyObject_Free(m);
+}
+
 // For containers that hold no references: a plain copy (NULL for NULL) and a plain delete.
 template <class Container>
 int copy_plain(Container **dst, const Container *src) {
@@ -87,21 +111,18 @@ int store(Map *map, typename Map::key_type key, typename Map::mapped_type value)
 
 // ===== linmap =============================================================================
 
-linmap *linmap_new() { return new_container<linmap>(); }
+linmap *linmap_new() { return new_term_map<linmap>(); }
 
 int linmap_copy(linmap **dst, const linmap *src) {
   if (src == nullptr) {
     *dst = nullptr;
     return 0;
   }
-  try {
-    auto *m = new linmap(*src);
-    for (const auto &[v, c] : *m) Py_INCREF(as_obj(v));
-    *dst = m;
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
+  auto *m = new_term_map<linmap>(*src);
+  if (m == nullptr) return -1;
+  for (const auto &[v, c] : *m) Py_INCREF(as_obj(v));
+  *dst = m;
+  return 0;
 }
 
 void linmap_free(linmap **map) {
@@ -109,7 +130,7 @@ void linmap_free(linmap **map) {
   linmap *m = *map;
   *map = nullptr;
   for (const auto &[v, c] : *m) release_var(v);
-  delete m;
+  delete_term_map(m);
 }
 
 Py_ssize_t linmap_size(const linmap *map) { return size_of(map); }
@@ -138,6 +159,17 @@ int linmap_set(linmap *map, PyObject *var, double coef) {
 
 int linmap_add(linmap *map, PyObject *var, double coef) {
   if (coef == 0.0) return 0;
+  // Sums mostly run over variables in creation order: a key beyond the last one goes in at
+  // the end without a search down the tree.
+  if (map->empty() || less_variable(std::prev(map->end())->first, as_var(var))) {
+    try {
+      map->emplace_hint(map->end(), as_var(var), coef);
+    } catch (const std::bad_alloc &) {
+      return no_memory();
+    }
+    Py_INCREF(var);
+    return 0;
+  }
   auto it = map->lower_bound(as_var(var));
   if (it != map->end() && it->first == as_var(var)) {
     it->second += coef;
@@ -182,7 +214,7 @@ using owned_quadmap = std::unique_ptr<quadmap, quadmap_deleter>;
 
 }  // namespace
 
-quadmap *quadmap_new() { return new_container<quadmap>(); }
+quadmap *quadmap_new() { return new_term_map<quadmap>(); }
 
 void quadmap_free(quadmap **map) {
   if (map == nullptr || *map == nullptr) return;
@@ -192,7 +224,7 @@ void quadmap_free(quadmap **map) {
     linmap_free(&inner);
     release_var(v);
   }
-  delete m;
+  delete_term_map(m);
 }
 
 int quadmap_copy(quadmap **dst, const quadmap *src) {

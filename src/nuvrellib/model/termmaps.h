@@ -20,13 +20,36 @@
 
 #include <cstdint>
 #include <map>
+#include <new>
 #include <set>
 
 #include "model/var.h"
 #include "module/env.h"
 
-using linmap = std::map<const var_s *, double, less_variable_t>;
-using quadmap = std::map<const var_s *, linmap *, less_variable_t>;
+// Term maps are built and dropped by the million in array models: their nodes come from the
+// interpreter's small-object allocator, which is faster than the general heap for blocks of
+// this size and packs them without per-block headers. It needs the interpreter lock, which
+// every user of these maps holds anyway.
+template <class T>
+struct py_node_allocator {
+  using value_type = T;
+  py_node_allocator() = default;
+  template <class U>
+  py_node_allocator(const py_node_allocator<U> &) {}
+  T *allocate(std::size_t n) {
+    void *p = PyObject_Malloc(n * sizeof(T));
+    if (p == nullptr) throw std::bad_alloc();
+    return static_cast<T *>(p);
+  }
+  void deallocate(T *p, std::size_t) { PyObject_Free(p); }
+  template <class U>
+  bool operator==(const py_node_allocator<U> &) const { return true; }
+};
+
+using linmap = std::map<const var_s *, double, less_variable_t,
+                        py_node_allocator<std::pair<const var_s *const, double>>>;
+using quadmap = std::map<const var_s *, linmap *, less_variable_t,
+                         py_node_allocator<std::pair<const var_s *const, linmap *>>>;
 using indexset = std::set<int64_t>;
 using rowcolmap = std::map<uint64_t, int64_t>;
 

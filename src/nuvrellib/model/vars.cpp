@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -182,18 +183,22 @@ PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &
       return nullptr;
     }
   }
+  // The default threshold 0 needs no table entry: a threshold flag without an entry reads 0
+  // (boundmap_get), which saves a tree node per variable of a large array.
+  const bool zero_threshold = threshold == 0.0 && !std::signbit(threshold);
+  const uint64_t extra_bits = (zero_threshold ? VAR_THOLD_ENTRY : 0) |
+                              (pattern != nullptr ? VAR_NAME_PATTERN : 0);
+  const double stored_threshold = zero_threshold ? -NVO_INFINITY : threshold;
   for (npy_intp i = 0; i < total; ++i) {
     PyObject *v = var_create_with_id(first_id + static_cast<uint64_t>(i), nullptr, lb, ub,
-                                     threshold, vartype);
+                                     stored_threshold, vartype);
     if (v == nullptr) {
       if (pattern != nullptr) array_names_unused(pattern);
       restate_memory_error();
       return nullptr;
     }
-    if (pattern != nullptr) {
-      reinterpret_cast<var_s *>(v)->rec |= VAR_NAME_PATTERN;
-      array_names_use(pattern);
-    }
+    reinterpret_cast<var_s *>(v)->rec |= extra_bits;
+    if (pattern != nullptr) array_names_use(pattern);
     // A fresh array: the slot holds no reference to release.
     __builtin_memcpy(data + i * static_cast<npy_intp>(sizeof v), &v, sizeof v);
   }
