@@ -1,5 +1,6 @@
 // Modelling objects for rows and columns that reach the library through the low-level
 // interface, and the names and types those rows and columns get in the library.
+#include <new>
 #include <string>
 
 #include "lowlevel/conv.h"
@@ -77,12 +78,11 @@ int name_buffer(PyObject *names, int n, const char *what, AllocBuffer<char> *buf
   return 0;
 }
 
-// Enters a new object: its identifier is fresh, so larger than every key of the map, and the
-// entry goes at the end without a search (loading a large problem enters one per row and
-// column). 0, or -1 when memory runs out (no exception set).
+// Enters a new object (loading a large problem enters one per row and column). 0, or -1 when
+// memory runs out (no exception set).
 int enter(rowcolmap *map, uint64_t id, int64_t index) {
   try {
-    map->emplace_hint(map->end(), id, index);
+    map->set(id, index);
   } catch (...) {
     return -1;
   }
@@ -115,6 +115,12 @@ int add_objects(PyObject *list, rowcolmap *map, int64_t first, int64_t n, bool c
   if (!fresh) return -1;
   const uint64_t id0 = columns ? var_reserve_ids(static_cast<uint64_t>(n))
                                : con_reserve_ids(static_cast<uint64_t>(n));
+  try {
+    map->reserve(map->size() + static_cast<size_t>(n));
+  } catch (const std::bad_alloc &) {
+    PyErr_NoMemory();
+    return -1;
+  }
   int64_t entered = 0;
   int rc = 0;
   for (; entered < n; ++entered) {

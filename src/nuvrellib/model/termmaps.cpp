@@ -334,7 +334,14 @@ int rowcolmap_get(const rowcolmap *map, uint64_t id, int64_t *index) {
 
 int rowcolmap_has(const rowcolmap *map, uint64_t id) { return has_key(map, id); }
 
-int rowcolmap_set(rowcolmap *map, uint64_t id, int64_t index) { return store(map, id, index); }
+int rowcolmap_set(rowcolmap *map, uint64_t id, int64_t index) {
+  try {
+    map->set(id, index);
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
 
 int rowcolmap_del(rowcolmap *map, uint64_t id) {
   map->erase(id);  // an absent key is not an error

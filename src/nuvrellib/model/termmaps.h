@@ -12,8 +12,8 @@
 // quadmap never holds an empty inner linmap.
 //
 // Results: 0 for success unless stated otherwise; -1 with a MemoryError set if the tree cannot
-// allocate a node. Callers iterate over the containers directly (they are standard maps and
-// sets). All containers rely on the interpreter lock; none is locked.
+// allocate a node. Callers iterate over the containers directly (standard maps and sets, and
+// the hash table of model/rowcolmap.h). All containers rely on the interpreter lock; none is locked.
 #pragma once
 
 #include <Python.h>
@@ -23,6 +23,7 @@
 #include <new>
 #include <set>
 
+#include "model/rowcolmap.h"
 #include "model/var.h"
 #include "module/env.h"
 
@@ -51,7 +52,6 @@ using linmap = std::map<const var_s *, double, less_variable_t,
 using quadmap = std::map<const var_s *, linmap *, less_variable_t,
                          py_node_allocator<std::pair<const var_s *const, linmap *>>>;
 using indexset = std::set<int64_t>;
-using rowcolmap = std::map<uint64_t, int64_t>;
 
 // --- linmap (keys are var objects, passed as PyObject*) -----------------------------------
 
