@@ -122,4 +122,30 @@ TEST_P(CoverCuts, HoldAtEveryIntegerPointAndCutOffTheirPoint) {
 
 INSTANTIATE_TEST_SUITE_P(Random, CoverCuts, ::testing::Range(1, 13));
 
+// Weights (2, 2, 2, 3) within 4 at y = (1/2, 1/2, 1/2, 1/3). The cover {0, 1, 2} gives
+// y0 + y1 + y2 <= 2; with y3 = 1 the room left (1) holds none of the cover, so lifting gives
+// y3 the coefficient 2: y0 + y1 + y2 + 2 y3 <= 2, violated (13/6). The extended cover
+// (coefficient 1 on y3, 11/6) and the cover {0, 3} (5/6 against 1) are not. With x3 = 1 - y3
+// (negative coefficient) the cut reads y0 + y1 + y2 - 2 x3 <= 0.
+class LiftedCover : public ::testing::TestWithParam<bool> {};
+
+TEST_P(LiftedCover, LiftsTheItemOutsideTheCover) {
+  const bool complemented = GetParam();
+  LoweredModel L;
+  for (int j = 0; j < 4; ++j) addCol(L, 0, 1, 1);
+  const double s = complemented ? -1.0 : 1.0;
+  addRow(L, -INFINITY, complemented ? 1.0 : 4.0, {{0, 2}, {1, 2}, {2, 2}, {3, 3 * s}});
+  const double y3 = 1.0 / 3.0;
+  const std::vector<double> x = {0.5, 0.5, 0.5, complemented ? 1.0 - y3 : y3};
+  const std::vector<Cut> cuts = nvrl::tree::separateCovers(L, L.col_lo, L.col_up, x, 10);
+  ASSERT_EQ(cuts.size(), 1u);
+  std::vector<double> coef(4, 0.0);
+  for (size_t k = 0; k < cuts[0].index.size(); ++k) coef[cuts[0].index[k]] = cuts[0].value[k];
+  EXPECT_EQ(coef, (std::vector<double>{1, 1, 1, 2 * s}));
+  EXPECT_DOUBLE_EQ(cuts[0].rhs, complemented ? 0.0 : 2.0);
+  EXPECT_NEAR(activity(cuts[0], x) - cuts[0].rhs, 1.0 / 6.0, 1e-12);
+}
+
+INSTANTIATE_TEST_SUITE_P(Tree, LiftedCover, ::testing::Bool());
+
 }  // namespace

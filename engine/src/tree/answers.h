@@ -18,7 +18,8 @@ class SearchLog {
 
   SearchLog(nvrl_problem_s *p, bool on, int sense, std::chrono::steady_clock::time_point start);
   void header(const LoweredModel &L, int integers, size_t semis, size_t partials, size_t sets);
-  // mark: ' ' periodic, '*' solution at a node, 'R' rounding, 'D' diving, 'U' the user's.
+  // mark: ' ' periodic, '*' solution at a node, 'R' rounding, 'D' diving, 'N' neighbourhood
+  // search, 'U' the user's.
   void line(char mark, int64_t nodes, size_t open, bool haveIncumbent, double incumbent,
             double bound);
   bool on() const { return on_; }

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace nvrl::tree {
 
 namespace {
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
 
 struct Item {
   int col;
@@ -14,8 +17,30 @@ struct Item {
   bool complement;
 };
 
-// One knapsack sum a_k y_k <= b over binaries y (x or 1 - x): a cover C (sum over C of a > b)
-// gives sum_C y <= |C| - 1, extended by every item at least as heavy as the heaviest of C.
+// Largest sum of values (integers, capped at cap) of a subset of items whose weight stays
+// within room, from minWeight[v], the least weight reaching value v (kInf: none).
+int bestValue(const std::vector<double> &minWeight, double room) {
+  for (int v = static_cast<int>(minWeight.size()) - 1; v > 0; --v)
+    if (minWeight[v] <= room + 1e-9) return v;
+  return 0;
+}
+
+void addItem(std::vector<double> &minWeight, int value, double a) {
+  const int cap = static_cast<int>(minWeight.size()) - 1;
+  for (int v = cap; v >= 0; --v) {
+    if (!std::isfinite(minWeight[v])) continue;
+    const int t = std::min(cap, v + value);
+    minWeight[t] = std::min(minWeight[t], minWeight[v] + a);
+  }
+  // Reaching a value also reaches every smaller one.
+  for (int v = cap - 1; v >= 0; --v) minWeight[v] = std::min(minWeight[v], minWeight[v + 1]);
+}
+
+// One knapsack sum a_k y_k <= b over binaries y (x or 1 - x): a minimal cover C (sum over C
+// of a > b) gives sum_C y <= |C| - 1, and every other item is lifted into it in turn (those
+// the point holds highest first): its coefficient is what the cut's left side can still
+// gain when the item takes its weight out of the knapsack, found by a small knapsack over
+// the values of the items already in the cut.
 // The items are taken into the cover in the given order.
 bool coverFromOrder(const std::vector<Item> &items, const std::vector<size_t> &order, double b,
                     Cut &cut, double &violation) {
@@ -36,28 +61,41 @@ bool coverFromOrder(const std::vector<Item> &items, const std::vector<size_t> &o
       w -= items[i].a;
     }
   int size = 0;
-  double amax = 0.0, lhs = 0.0;
+  for (size_t i = 0; i < items.size(); ++i) size += in[i];
+  const int rhs = size - 1;
+  std::vector<int> coef(items.size(), 0);
+  std::vector<double> minWeight(rhs + 1, kInf);
+  minWeight[0] = 0.0;
   for (size_t i = 0; i < items.size(); ++i)
     if (in[i]) {
-      ++size;
-      amax = std::max(amax, items[i].a);
+      coef[i] = 1;
+      addItem(minWeight, 1, items[i].a);
     }
+  std::vector<size_t> rest;
   for (size_t i = 0; i < items.size(); ++i)
-    if (in[i] || items[i].a >= amax) {
-      in[i] = 1;
-      lhs += items[i].v;
-    }
-  violation = lhs - (size - 1);
+    if (!in[i]) rest.push_back(i);
+  std::stable_sort(rest.begin(), rest.end(), [&](size_t p, size_t q) { return items[p].v > items[q].v; });
+  for (size_t i : rest) {
+    const double room = b - items[i].a;
+    // An item heavier than the knapsack is 0 at every solution: any coefficient holds.
+    const int alpha = room < -1e-9 ? rhs : rhs - bestValue(minWeight, room);
+    if (alpha <= 0) continue;
+    coef[i] = alpha;
+    addItem(minWeight, alpha, items[i].a);
+  }
+  double lhs = 0.0;
   cut.index.clear();
   cut.value.clear();
-  cut.rhs = size - 1;
+  cut.rhs = rhs;
   for (size_t i = 0; i < items.size(); ++i) {
-    if (!in[i]) continue;
+    if (coef[i] == 0) continue;
+    lhs += coef[i] * items[i].v;
     cut.index.push_back(items[i].col);
-    // 1 - x on a complemented item: -x, and the 1 moves to the right-hand side.
-    cut.value.push_back(items[i].complement ? -1.0 : 1.0);
-    if (items[i].complement) cut.rhs -= 1.0;
+    // alpha (1 - x) on a complemented item: -alpha x, and alpha moves to the right-hand side.
+    cut.value.push_back(items[i].complement ? -coef[i] : coef[i]);
+    if (items[i].complement) cut.rhs -= coef[i];
   }
+  violation = lhs - rhs;
   return true;
 }
 

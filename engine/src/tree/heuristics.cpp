@@ -4,7 +4,6 @@
 #include <cmath>
 #include <limits>
 
-#include "tree/branching.h"
 
 namespace nvrl::tree {
 
@@ -68,39 +67,122 @@ bool roundingHeuristic(HeuristicContext &hc, const Node &node, const std::vector
   return hc.offer(r.x, 'R');
 }
 
-bool divingHeuristic(HeuristicContext &hc, const Node &node, const Relaxation &start) {
+namespace {
+
+// Distance of a candidate from being satisfied, in [0, 1/2]-like units: the dive bounds the
+// one that costs least to settle.
+double settleDistance(const Candidate &c) {
+  if (c.kind == Candidate::Integer || c.kind == Candidate::Partial)
+    return std::fabs(c.value - std::round(c.value));
+  if (c.kind == Candidate::Semi) return std::min(c.value, c.limit - c.value) / c.limit;
+  return 0.5;
+}
+
+}  // namespace
+
+bool divingHeuristic(HeuristicContext &hc, const Node &node, const Relaxation &start, bool guided) {
   const Entities &e = hc.entities;
-  Node current = node;
+  const std::vector<double> *inc = guided ? hc.incumbent : nullptr;
+  Node current = node, other;
+  bool haveOther = false, backtrackLeft = true;
   Relaxation r = start;
+  // Propagates and solves n into r; false when time is up.
+  auto solveNode = [&](Node &n) {
+    if (!hc.propagate(n)) {
+      r = Relaxation();  // infeasible
+      return true;
+    }
+    const double left = hc.seconds_left();
+    if (left <= 0.0) return false;
+    r = hc.solver.solve(n.changes, left);
+    return true;
+  };
   for (int depth = 0; depth < kMaxDiveDepth; ++depth) {
-    if (!usable(r) || r.value >= hc.value_limit()) return false;
+    if (!usable(r) || r.value >= hc.value_limit()) {
+      // One step back per dive: the other side of the choice that failed.
+      if (!haveOther) return false;
+      haveOther = backtrackLeft = false;
+      current = std::move(other);
+      if (!solveNode(current)) return false;
+      continue;
+    }
     const std::vector<Candidate> cands = violations(e, r.x, hc.inttol, hc.feastol);
     if (cands.empty()) return hc.offer(r.x, 'D');
-    // The entity closest to satisfied is the one whose rounding costs least.
     int pick = 0;
     double closest = kInf;
     for (int k = 0; k < static_cast<int>(cands.size()); ++k) {
       const Candidate &c = cands[k];
-      double dist = kInf;
-      if (c.kind == Candidate::Integer || c.kind == Candidate::Partial)
-        dist = std::fabs(c.value - std::round(c.value));
-      else if (c.kind == Candidate::Semi)
-        dist = std::min(c.value, c.limit - c.value) / c.limit;
-      else
-        dist = 0.5;
+      // Guided: the column nearest to its incumbent value.
+      const double dist = inc && c.kind != Candidate::Set
+                              ? std::fabs(c.value - (*inc)[c.index])
+                              : settleDistance(c);
       if (dist < closest) {
         closest = dist;
         pick = k;
       }
     }
     Children ch = makeChildren(current, {}, cands[pick], e, r.x, r.value, hc.feastol);
-    current = std::move(ch.node[ch.first]);
-    if (!hc.propagate(current)) return false;
-    const double left = hc.seconds_left();
-    if (left <= 0.0) return false;
-    r = hc.solver.solve(current.changes, left);
+    int first = ch.first;
+    if (inc && cands[pick].kind != Candidate::Set) {
+      const double target = (*inc)[cands[pick].index];
+      first = cands[pick].kind == Candidate::Semi ? (target > hc.feastol ? 1 : 0)
+                                                  : (target > cands[pick].value ? 1 : 0);
+    }
+    if (backtrackLeft) {
+      other = std::move(ch.node[1 - first]);
+      haveOther = true;
+    }
+    current = std::move(ch.node[first]);
+    if (!solveNode(current)) return false;
   }
   return false;
+}
+
+bool neighbourhoodSearch(HeuristicContext &hc, const Node &node, const std::vector<double> &lo,
+                         const std::vector<double> &up, const std::vector<double> &x,
+                         int maxNodes, double minFixedShare) {
+  if (hc.incumbent == nullptr) return false;
+  const Entities &e = hc.entities;
+  const std::vector<double> &inc = *hc.incumbent;
+  std::vector<char> special(e.integer.size(), 0);
+  for (const SemiColumn &s : e.semis) special[s.col] = 1;
+  for (const PartialColumn &pc : e.partials) special[pc.col] = 1;
+  Node sub = node;
+  int free = 0, fixed = 0;
+  for (size_t j = 0; j < e.integer.size(); ++j) {
+    if (!e.integer[j] || special[j] || lo[j] == up[j]) continue;
+    ++free;
+    if (std::fabs(x[j] - inc[j]) <= hc.inttol) {
+      const double v = std::round(inc[j]);
+      sub.changes.push_back({static_cast<int>(j), v, v});
+      ++fixed;
+    }
+  }
+  if (free == 0 || fixed < minFixedShare * free) return false;
+  std::vector<Node> stack;
+  stack.push_back(std::move(sub));
+  bool found = false;
+  for (int solved = 0; !stack.empty() && solved < maxNodes;) {
+    Node n = std::move(stack.back());
+    stack.pop_back();
+    if (n.bound >= hc.value_limit() || !hc.propagate(n)) continue;
+    const double left = hc.seconds_left();
+    if (left <= 0.0) break;
+    const Relaxation r = hc.solver.solve(n.changes, left);
+    ++solved;
+    if (!usable(r) || r.value >= hc.value_limit()) continue;
+    const std::vector<Candidate> cands = violations(e, r.x, hc.inttol, hc.feastol);
+    if (cands.empty()) {
+      found = hc.offer(r.x, 'N') || found;
+      continue;
+    }
+    const double value = r.status == Relaxation::Optimal ? std::fmax(r.value, n.bound) : n.bound;
+    Children ch = makeChildren(n, {}, cands[selectCandidate(cands, hc.pc)], e, r.x, value,
+                               hc.feastol, &hc.pc);
+    stack.push_back(std::move(ch.node[1 - ch.first]));
+    stack.push_back(std::move(ch.node[ch.first]));
+  }
+  return found;
 }
 
 }  // namespace nvrl::tree

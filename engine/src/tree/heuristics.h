@@ -1,11 +1,14 @@
 // Primal heuristics on a node's relaxation point: rounding (every entity rounded or switched
-// to its nearest side, then the continuous part solved again) and fractional diving (the
-// least fractional entity bounded toward its rounding, repeatedly, without backtracking).
+// to its nearest side, then the continuous part solved again), diving (one entity at a time
+// bounded toward its rounding or toward the incumbent, with one step back when a dive runs
+// into infeasibility) and a neighbourhood search (a small depth-first search with the integer
+// columns fixed where the relaxation point agrees with the incumbent).
 #pragma once
 
 #include <functional>
 #include <vector>
 
+#include "tree/branching.h"
 #include "tree/entities.h"
 #include "tree/relaxation.h"
 
@@ -24,10 +27,23 @@ struct HeuristicContext {
   std::function<double()> value_limit;
   // Tightens a node's bounds by propagation (adding changes); false when it is infeasible.
   std::function<bool(Node &)> propagate;
+  // Branching choices for the neighbourhood search.
+  const Pseudocosts &pc;
+  // The incumbent's point, or null.
+  const std::vector<double> *incumbent;
 };
 
-// Both return true when they found a new incumbent.
+// Each returns true when it found a new incumbent.
 bool roundingHeuristic(HeuristicContext &hc, const Node &node, const std::vector<double> &x);
-bool divingHeuristic(HeuristicContext &hc, const Node &node, const Relaxation &start);
+// guided: toward the incumbent's values (fractional diving without an incumbent).
+bool divingHeuristic(HeuristicContext &hc, const Node &node, const Relaxation &start,
+                     bool guided = false);
+// Up to maxNodes relaxations below `node` with the integer columns fixed where x and the
+// incumbent agree; nothing is tried when fewer than minFixedShare of the node's free integer
+// columns would be fixed (the neighbourhood would be nearly the whole node).
+// lo/up: the node's column bounds.
+bool neighbourhoodSearch(HeuristicContext &hc, const Node &node, const std::vector<double> &lo,
+                         const std::vector<double> &up, const std::vector<double> &x,
+                         int maxNodes, double minFixedShare = 0.3);
 
 }  // namespace nvrl::tree

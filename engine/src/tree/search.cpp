@@ -28,6 +28,11 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 // Heuristic frequencies, in nodes: rounding is one relaxation, a dive up to a few hundred.
 constexpr int64_t kRoundingEvery = 25;
 constexpr int64_t kDivingEvery = 250;
+// Neighbourhood search around the incumbent: relaxations per run, and the nodes between runs
+// (doubled after a run that finds nothing, up to the maximum; back to the least after one
+// that does).
+constexpr int kNeighbourhoodNodes = 100;
+constexpr int64_t kNeighbourhoodEvery = 100, kNeighbourhoodMaxEvery = 3200;
 // Propagation work per node, in passes over the matrix: a few at the root, one at other
 // nodes, where few bounds moved.
 constexpr int64_t kRootWorkPasses = 20, kNodeWorkMin = 10000;
@@ -136,6 +141,8 @@ class Search {
   Relaxation root_r_;
   std::vector<double> root_node_lo_, root_node_up_;
   int root_fixed_ = 0;
+  int64_t next_neighbourhood_ = 0, neighbourhood_every_ = kNeighbourhoodEvery;
+  int64_t dives_ = 0;
 };
 
 bool Search::propagate(Node &node) {
@@ -255,7 +262,10 @@ std::vector<BoundChange> Search::reducedCostFixing(const Relaxation &r) const {
 void Search::heuristics(const Node &node, const Relaxation &r, bool root) {
   const bool rounding = root || out_.nodes % kRoundingEvery == 0;
   const bool diving = root || out_.nodes % kDivingEvery == 0;
-  if (!rounding && !diving) return;
+  const bool neighbourhood = out_.nodes >= next_neighbourhood_;
+  if (!rounding && !diving && !neighbourhood) return;
+  // The node's bounds: the heuristics' own solves change what the solver holds.
+  const std::vector<double> lo = solver_.lower(), up = solver_.upper();
   HeuristicContext hc{entities_,
                       solver_,
                       lim_.inttol,
@@ -263,9 +273,26 @@ void Search::heuristics(const Node &node, const Relaxation &r, bool root) {
                       [this](const std::vector<double> &x, char s) { return offer(x, s); },
                       [this]() { return stopReason(false) != 0 ? 0.0 : secondsLeft(); },
                       [this]() { return valueLimit(); },
-                      [this](Node &n) { return propagate(n); }};
+                      [this](Node &n) { return propagate(n); },
+                      pc_,
+                      nullptr};
   if (rounding) roundingHeuristic(hc, node, r.x);
-  if (diving) divingHeuristic(hc, node, r);
+  if (diving) {
+    // Fractional and guided dives take turns once there is an incumbent (both at the root).
+    if (root || !out_.have_incumbent || dives_ % 2 == 0) divingHeuristic(hc, node, r);
+    if (out_.have_incumbent && (root || dives_ % 2 == 1)) {
+      hc.incumbent = &out_.x;
+      divingHeuristic(hc, node, r, true);
+    }
+    ++dives_;
+  }
+  if (neighbourhood && out_.have_incumbent) {
+    hc.incumbent = &out_.x;
+    const bool found = neighbourhoodSearch(hc, node, lo, up, r.x, kNeighbourhoodNodes);
+    neighbourhood_every_ =
+        found ? kNeighbourhoodEvery : std::min(2 * neighbourhood_every_, kNeighbourhoodMaxEvery);
+    next_neighbourhood_ = out_.nodes + neighbourhood_every_;
+  }
 }
 
 void Search::offerUserSolutions() {
