@@ -3,7 +3,7 @@
 // An open-addressing hash table on one flat array. Loading a large problem enters one key per
 // row and column, and deleting or reloading it drops them all again: a tree node per entry
 // made those the largest costs of a load after the library's own work. Identifiers are handed
-// out in increasing order, which multiplicative hashing spreads evenly.
+// out in increasing order; see slot_of for how they are spread.
 //
 // The interface is the subset of std::map the module uses: iteration (in no particular
 // order) with erase while iterating, find, emplace, operator-free updates through iterators.
@@ -121,8 +121,14 @@ class rowcolmap {
   static constexpr uint64_t kEmpty = UINT64_MAX;
   static constexpr uint64_t kTombstone = UINT64_MAX - 1;
 
+  // Runs of kRun consecutive identifiers share one scattered block of kRun slots: a load
+  // enters whole ranges of identifiers, and this keeps their slots adjacent in memory while the
+  // blocks themselves stay spread, so clusters (and the probes of absent keys) stay short.
+  static constexpr unsigned kRunBits = 3;
+  static constexpr uint64_t kRun = uint64_t{1} << kRunBits;
   size_t slot_of(uint64_t key) const {
-    return static_cast<size_t>((key * 0x9E3779B97F4A7C15ull) >> shift_);
+    const uint64_t block = ((key >> kRunBits) * 0x9E3779B97F4A7C15ull) >> shift_;
+    return static_cast<size_t>((block << kRunBits) | (key & (kRun - 1)));
   }
 
   ptrdiff_t locate(uint64_t key) const {
@@ -148,7 +154,7 @@ class rowcolmap {
     old.swap(slots_);
     unsigned bits = 0;
     while ((size_t{1} << bits) < cap) ++bits;
-    shift_ = 64 - bits;
+    shift_ = 64 - (bits - kRunBits);  // capacity is at least 16, so at least one block bit
     const size_t mask = cap - 1;
     for (const value_type &s : old) {
       if (s.first >= kTombstone) continue;
