@@ -13,7 +13,8 @@
 //   bit  54    lboundmap holds an entry
 //   bits 55-56 upper-bound code: 0 -> 1e20, 1 -> 0.0, 2 -> 1.0, 3 -> value in uboundmap
 //   bit  57    uboundmap holds an entry
-//   bit  58    tholdmap holds an entry (else the threshold is -1e20)
+//   bit  58    the threshold is set: its value is tholdmap's entry, or 0 when there is none
+//               (arrays from vars() with the default threshold 0 store no entry); unset: -1e20
 //   bit  59    varnamemap holds a name (else the name is "C<identifier>")
 //   bits 60-62 variable type
 //   bit  63    the name comes from an array's name pattern (model/array_names.h)
