@@ -62,8 +62,9 @@ def element_raw(obj, index):
 
 
 def same(a, b):
-    """Two modelling objects (or numbers) print the same."""
-    return type(a) is type(b) and str(a) == str(b)
+    """Two modelling objects (or numbers) print the same. The sign of a NaN that arithmetic
+    produces depends on the order of the operations the compiler emits, so it is not compared."""
+    return type(a) is type(b) and str(a).replace("-nan", "nan") == str(b).replace("-nan", "nan")
 
 
 @pytest.mark.parametrize("op", OPS)
