@@ -73,7 +73,11 @@ def bench_ranging():
     """Full ranging (objsa and bndsa of every column, rhssa of every row) of the largest LP of
     the data set, as a multiple of the time of its solve (best of three each)."""
     lps = [r["file"] for r in _instances() if r["status"] == "optimal"]
-    nnz, name = max((_read(n).attributes.elements, n) for n in lps)
+    def elements(n):
+        p = _read(n)  # held here: a problem's attributes object reads through its problem
+        return p.attributes.elements
+
+    nnz, name = max((elements(n), n) for n in lps)
     solve = ranging = float("inf")
     for _ in range(3):
         p = _read(name)  # a new problem each round, so that each solve starts cold
