@@ -218,6 +218,39 @@ Values parse(nvrl_problem_s *p, const std::string &text) {
   return v;
 }
 
+int readFlags(nvrl_problem_s *p, const char *fn, const char *flags, bool &valuesOnly) {
+  valuesOnly = false;
+  for (const char *c = flags ? flags : ""; *c; ++c) {
+    if (*c != 'x') return p->fail("%s: unknown flag '%c' (known: 'x' column values only)", fn, *c);
+    valuesOnly = true;
+  }
+  return 0;
+}
+
+void stageReadPoint(nvrl_problem_s *p, std::vector<double> x, const std::vector<double> &slack,
+                    std::vector<double> duals, std::vector<double> djs, std::vector<int> rowstat,
+                    std::vector<int> colstat) {
+  const Model &m = p->model;
+  std::vector<double> activity;
+  if (!slack.empty()) {
+    activity.resize(m.rows());
+    for (int i = 0; i < m.rows(); ++i) activity[i] = m.rhs[i] - slack[i];
+  }
+  std::unique_ptr<HighsSession> fresh;
+  if (!p->highs) fresh.reset(new HighsSession());
+  HighsSession &session = p->highs ? *p->highs : *fresh;
+  if (!rowstat.empty()) {
+    session.setPendingBasis(rowstat, colstat);
+    p->sol.rowstat = std::move(rowstat);
+    p->sol.colstat = std::move(colstat);
+    p->sol.have_basis = true;
+  } else {
+    session.setPendingSolution(std::move(x), std::move(activity), std::move(duals),
+                               std::move(djs));
+  }
+  if (fresh) p->highs.reset(fresh.release());
+}
+
 }  // namespace nvrl::solfile
 
 using nvrl::checkProblem;
@@ -256,11 +289,7 @@ NVRL_API int NVRLreadslxsol(NVRLprob prob, const char *filename, const char *fla
   if (!p) return 1;
   if (!filename || !*filename) return p->fail("NVRLreadslxsol: no file name given");
   bool values_only = false;
-  for (const char *c = flags ? flags : ""; *c; ++c) {
-    if (*c != 'x')
-      return p->fail("NVRLreadslxsol: unknown flag '%c' (known: 'x' column values only)", *c);
-    values_only = true;
-  }
+  if (int rc = solfile::readFlags(p, __func__, flags, values_only)) return rc;
   solfile::Values v;
   try {
     v = solfile::parse(p, nvrl::snap::readFileBytes(filename));
@@ -273,18 +302,8 @@ NVRL_API int NVRLreadslxsol(NVRLprob prob, const char *filename, const char *fla
   // Columns the file leaves out start at the point of their bounds nearest to 0.
   for (int j = 0; j < m.cols(); ++j)
     if (!v.have_x[j]) v.x[j] = std::min(std::max(0.0, m.lb[j]), m.ub[j]);
-  std::vector<double> activity;
-  if (!values_only && !v.slack.empty()) {
-    activity.resize(m.rows());
-    for (int i = 0; i < m.rows(); ++i) activity[i] = m.rhs[i] - v.slack[i];
-  }
-  if (values_only) v.duals.clear(), v.djs.clear();
-  std::unique_ptr<nvrl::HighsSession> fresh;
-  if (!p->highs) fresh.reset(new nvrl::HighsSession());
-  nvrl::HighsSession &session = p->highs ? *p->highs : *fresh;
-  session.setPendingSolution(std::move(v.x), std::move(activity), std::move(v.duals),
-                             std::move(v.djs));
-  if (fresh) p->highs.reset(fresh.release());
+  if (values_only) v.slack.clear(), v.duals.clear(), v.djs.clear();
+  solfile::stageReadPoint(p, std::move(v.x), v.slack, std::move(v.duals), std::move(v.djs));
   return 0;
 } NVRL_CATCH(prob)
 

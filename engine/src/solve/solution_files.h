@@ -74,4 +74,18 @@ struct Values {
 // "line N: ..." for a fault.
 NVRL_INTERNAL_API Values parse(nvrl_problem_s *p, const std::string &text);
 
+// The flags of a solution reader: only 'x' (column values only) is known. 0, or p->fail's
+// result naming fn.
+NVRL_INTERNAL_API int readFlags(nvrl_problem_s *p, const char *fn, const char *flags,
+                                bool &valuesOnly);
+
+// Hands a point read from a file to HiGHS as the next solve's start, through the problem's
+// session (created when it has none). Row activities come from the slacks (none when slack is
+// empty); a basis, when given, is staged instead of the point and kept as the problem's basis,
+// since HiGHS would drop a basis for a point given after it.
+NVRL_INTERNAL_API void stageReadPoint(nvrl_problem_s *p, std::vector<double> x,
+                                      const std::vector<double> &slack, std::vector<double> duals,
+                                      std::vector<double> djs, std::vector<int> rowstat = {},
+                                      std::vector<int> colstat = {});
+
 }  // namespace nvrl::solfile

@@ -265,7 +265,7 @@ extern "C" {
 NVRL_API int NVRLwritesol(NVRLprob prob, const char *filename, const char *flags) NVRL_TRY {
   nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
-  bool columnsOnly;
+  bool columnsOnly = false;
   if (int rc = reportArgs(p, __func__, filename, flags, columnsOnly)) return rc;
   return writeText(p, __func__, filename, solreport::csv(p->model, p->sol, columnsOnly));
 } NVRL_CATCH(prob)
@@ -273,7 +273,7 @@ NVRL_API int NVRLwritesol(NVRLprob prob, const char *filename, const char *flags
 NVRL_API int NVRLwriteprtsol(NVRLprob prob, const char *filename, const char *flags) NVRL_TRY {
   nvrl_problem_s *p = checkProblem(prob, __func__);
   if (!p) return 1;
-  bool columnsOnly;
+  bool columnsOnly = false;
   if (int rc = reportArgs(p, __func__, filename, flags, columnsOnly)) return rc;
   return writeText(p, __func__, filename, solreport::printable(p->model, p->sol, columnsOnly));
 } NVRL_CATCH(prob)
@@ -293,41 +293,22 @@ NVRL_API int NVRLreadbinsol(NVRLprob prob, const char *filename, const char *fla
   if (!p) return 1;
   if (!filename || !*filename) return p->fail("NVRLreadbinsol: no file name given");
   bool valuesOnly = false;
-  for (const char *c = flags ? flags : ""; *c; ++c) {
-    if (*c != 'x')
-      return p->fail("NVRLreadbinsol: unknown flag '%c' (known: 'x' column values only)", *c);
-    valuesOnly = true;
-  }
+  if (int rc = nvrl::solfile::readFlags(p, __func__, flags, valuesOnly)) return rc;
   solreport::BinaryValues v;
   try {
     v = solreport::readBinary(p->model, nvrl::snap::readFileBytes(filename));
   } catch (const nvrl::snap::SnapshotError &e) {
     return p->fail("NVRLreadbinsol: %s: %s", filename, e.what());
   }
-  const nvrl::Model &m = p->model;
-  std::vector<double> activity;
-  if (!valuesOnly) {
-    activity.resize(m.rows());
-    for (int i = 0; i < m.rows(); ++i) activity[i] = m.rhs[i] - v.slack[i];
-  } else {
+  if (valuesOnly) {
+    v.slack.clear();
     v.duals.clear();
     v.djs.clear();
     v.rowstat.clear();
+    v.colstat.clear();
   }
-  std::unique_ptr<nvrl::HighsSession> fresh;
-  if (!p->highs) fresh.reset(new nvrl::HighsSession());
-  nvrl::HighsSession &session = p->highs ? *p->highs : *fresh;
-  // A basis is the better start: HiGHS would drop it for a point given after it.
-  if (!v.rowstat.empty()) {
-    session.setPendingBasis(v.rowstat, v.colstat);
-    p->sol.rowstat = std::move(v.rowstat);
-    p->sol.colstat = std::move(v.colstat);
-    p->sol.have_basis = true;
-  } else {
-    session.setPendingSolution(std::move(v.x), std::move(activity), std::move(v.duals),
-                               std::move(v.djs));
-  }
-  if (fresh) p->highs.reset(fresh.release());
+  nvrl::solfile::stageReadPoint(p, std::move(v.x), v.slack, std::move(v.duals), std::move(v.djs),
+                          std::move(v.rowstat), std::move(v.colstat));
   return 0;
 } NVRL_CATCH(prob)
 
