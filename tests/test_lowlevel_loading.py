@@ -356,3 +356,99 @@ def test_legacy_keyword_names_build_the_same_model(nv, tmp_path):
     legacy.addcols(objx=[3], mstart=[0, 1], mrwind=[1], dmatval=[1.0], bdl=[0], bdu=[1])
     assert written(current, tmp_path / "a.mps") == written(legacy, tmp_path / "b.mps")
     assert len(in_step(legacy)[0]) == 3
+
+
+# ----- numpy arrays in every memory layout ----------------------------------------------------
+
+def _laid_out(values, dtype, layout):
+    """values as a one-dimensional numpy array of dtype in the given memory layout."""
+    a = np.array(values, dtype=dtype)
+    if layout == "swapped":
+        return a.astype(a.dtype.newbyteorder())
+    if layout == "strided":
+        return np.repeat(a, 2)[::2]
+    if layout == "reversed":
+        return a[::-1].copy()[::-1]
+    if layout == "readonly":
+        a.flags.writeable = False
+        return a
+    if layout == "unaligned":
+        return np.frombuffer(b"\0" + a.tobytes(), dtype=a.dtype, offset=1)
+    return a
+
+
+LAYOUTS = ["native", "swapped", "strided", "reversed", "readonly", "unaligned"]
+# Rows r0: x0 + 2x2 <= 4, r1: 3x0 - x1 >= -1, r2: 1 <= x1 + x2 <= 5; min x0 - 2x1 + 0.5x2.
+LOAD = dict(rowtype=["L", "G", "R"], rhs=[4.0, -1.0, 5.0], rng=[0.0, 0.0, 4.0],
+            objcoef=[1.0, -2.0, 0.5], start=[0, 2, 4, 6], rowind=[0, 1, 1, 2, 0, 2],
+            rowcoef=[1.0, 3.0, -1.0, 1.0, 2.0, 1.0], lb=[0.0, -1.0, 0.0], ub=[3.0, 2.0, 1e20])
+LOAD_TYPES = dict(rhs=np.float64, rng=np.float64, objcoef=np.float64, start=np.int64,
+                  rowind=np.int32, rowcoef=np.float64, lb=np.float64, ub=np.float64)
+
+
+def _load(p, arrays):
+    p.loadproblem("lay", arrays["rowtype"], arrays["rhs"], arrays["rng"], arrays["objcoef"],
+                  arrays["start"], None, arrays["rowind"], arrays["rowcoef"], arrays["lb"],
+                  arrays["ub"])
+
+
+@pytest.mark.parametrize("layout", LAYOUTS)
+@pytest.mark.parametrize("rowtype_dtype", ["U1", "S1"])
+def test_loadproblem_reads_numpy_arrays_in_any_layout(nv, tmp_path, layout, rowtype_dtype):
+    want = nv.problem()
+    _load(want, LOAD)
+    arrays = {k: _laid_out(v, LOAD_TYPES.get(k, rowtype_dtype), layout) for k, v in LOAD.items()}
+    kept = {k: a.copy() for k, a in arrays.items()}
+    got = nv.problem()
+    _load(got, arrays)
+    assert written(got, tmp_path / "got.mps") == written(want, tmp_path / "want.mps")
+    assert all(np.array_equal(arrays[k], kept[k]) for k in arrays)    # read, never written
+    # The library keeps its own copy: the caller's arrays are theirs again at once.
+    for a in arrays.values():
+        if a.flags.writeable:
+            a[...] = a[0]
+    assert written(got, tmp_path / "after.mps") == written(want, tmp_path / "want.mps")
+    got.solve()
+    assert got.getObjVal() == pytest.approx(-11 / 3)  # x = (1/3, 2, 0)
+
+
+@pytest.mark.parametrize("layout", LAYOUTS)
+def test_addrows_and_addcols_read_numpy_arrays_in_any_layout(nv, tmp_path, layout):
+    built = []
+    for lay in (lambda v, t: v), (lambda v, t: _laid_out(v, t, layout)):
+        p, _, _ = small_problem()
+        p.addrows(lay(["G", "R"], "S1"), lay([1.0, 5.0], np.float64), lay([0, 1, 3], np.int64),
+                  lay([2, 0, 1], np.int32), lay([1.0, -1.0, 2.5], np.float64),
+                  range=lay([0.0, 2.0], np.float64))
+        p.addcols(lay([1.0, 0.0], np.float64), lay([0, 2, 3], np.int64),
+                  lay([0, 3, 1], np.int32), lay([1.0, 1.0, 3.0], np.float64),
+                  lay([0.0, -2.0], np.float64), lay([2.0, 1.0], np.float64))
+        in_step(p)
+        built.append(written(p, tmp_path / f"{len(built)}.mps"))
+    assert built[1] == built[0]
+
+
+@pytest.mark.parametrize("name, dtype", [
+    ("rhs", np.int32), ("rhs", np.float32), ("lb", np.bool_), ("rowcoef", np.int64),
+    ("start", np.int32), ("rowind", np.int64), ("rowind", object),
+])
+def test_other_numeric_dtypes_are_converted(nv, tmp_path, name, dtype):
+    want, got = nv.problem(), nv.problem()
+    values = dict(LOAD, lb=[0.0, 1.0, 0.0], rowcoef=[1, 3, -1, 1, 2, 1])
+    _load(want, values)
+    _load(got, dict(values, **{name: np.array(values[name], dtype=dtype)}))
+    assert written(got, tmp_path / "got.mps") == written(want, tmp_path / "want.mps")
+
+
+# Indices take integer objects only: floats, narrow and unsigned integers are refused, as each
+# of their items would be.
+@pytest.mark.parametrize("name, dtype", [
+    ("rowind", np.float64), ("rowind", np.int16), ("rowind", np.uint32), ("start", np.float64),
+    ("start", np.uint64),
+])
+def test_index_arrays_of_other_dtypes_are_refused(nv, tmp_path, collect_cycles, name, dtype):
+    p, _, _ = small_problem()
+    before = picture(p, tmp_path)
+    with pytest.raises(nv.SolverError):
+        _load(p, dict(LOAD, **{name: np.array(LOAD[name], dtype=dtype)}))
+    assert picture(p, tmp_path) == before

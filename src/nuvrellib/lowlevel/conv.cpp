@@ -160,16 +160,16 @@ bool array_fits(PyArrayObject *a, int kind) {
 
 // Copies a fitting numpy array (see array_fits) into a new array of n elements.
 int copy_numpy(PyArrayObject *a, void **out, int64_t n, int kind) {
-  // A contiguous array, of the target type for numbers (the array itself when it already is).
-  PyRef contiguous;
-  if (kind == CONV_DOUBLE || kind == CONV_INT64) {
-    contiguous = PyRef(PyArray_FromAny(reinterpret_cast<PyObject *>(a),
-                                       PyArray_DescrFromType(kind == CONV_DOUBLE ? NPY_DOUBLE
-                                                                                 : NPY_INT64),
-                                       1, 1, NPY_ARRAY_IN_ARRAY | NPY_ARRAY_FORCECAST, nullptr));
-  } else {
-    contiguous = PyRef(reinterpret_cast<PyObject *>(PyArray_GETCONTIGUOUS(a)));
-  }
+  // A contiguous, aligned array in native byte order, of the target type for numbers (the
+  // array itself when it already is). The raw copies below read the elements as they lie, so
+  // a byte-swapped array must be put in native order first.
+  PyArray_Descr *descr =
+      kind == CONV_DOUBLE  ? PyArray_DescrFromType(NPY_DOUBLE)
+      : kind == CONV_INT64 ? PyArray_DescrFromType(NPY_INT64)
+                           : PyArray_DescrNewByteorder(PyArray_DESCR(a), NPY_NATIVE);
+  if (descr == nullptr) return -1;
+  PyRef contiguous(PyArray_FromAny(reinterpret_cast<PyObject *>(a), descr, 1, 1,
+                                   NPY_ARRAY_IN_ARRAY | NPY_ARRAY_FORCECAST, nullptr));
   if (!contiguous) return -1;
   auto *c = reinterpret_cast<PyArrayObject *>(contiguous.get());
   if (allocate(out, n, kind) != 0) return -1;
@@ -360,6 +360,38 @@ void conv_free(void **array, int kind, int64_t n) {
       nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, &strings[i]);
   }
   nvo_MemoryAllocator_Free_Untyped(nvo_MemoryAllocator_DefaultHeap, array);
+}
+
+int conv_obj_view(PyObject *obj, int64_t *count, int kind, const void **data,
+                  PyObject **owner) {
+  *data = nullptr;
+  *owner = nullptr;
+  if (obj == nullptr || PyArray_API == nullptr || !PyArray_Check(obj)) return 0;
+  auto *a = reinterpret_cast<PyArrayObject *>(obj);
+  if (PyArray_NDIM(a) != 1 || PyArray_DIM(a, 0) < 1 || !PyArray_IS_C_CONTIGUOUS(a) ||
+      !PyArray_ISALIGNED(a) || !PyArray_ISNOTSWAPPED(a))
+    return 0;
+  // Exactly the types whose elements the copy would take over unchanged.
+  const int t = PyArray_TYPE(a);
+  const int itemsize = static_cast<int>(PyArray_ITEMSIZE(a));
+  bool same = false;
+  switch (kind) {
+    case CONV_ROW:
+    case CONV_COL:
+    case CONV_SOS:
+    case CONV_INT: same = t == NPY_INT && itemsize == sizeof(int); break;
+    case CONV_INT64: same = t == NPY_LONG && itemsize == sizeof(int64_t); break;
+    case CONV_DOUBLE: same = t == NPY_DOUBLE; break;
+    case CONV_CHAR: same = t == NPY_STRING && itemsize == 1; break;
+    default: break;
+  }
+  if (!same) return 0;
+  const int64_t n = PyArray_DIM(a, 0);
+  if (check_length(count, n) != 0) return -1;
+  if (count != nullptr) *count = n;
+  *data = PyArray_DATA(a);
+  *owner = Py_NewRef(obj);
+  return 1;
 }
 
 int conv_obj2arr(problem_s *p, int64_t *count, PyObject *obj, void **out, int kind) {

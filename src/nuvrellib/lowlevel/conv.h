@@ -55,18 +55,28 @@ PyObject *convSeqToRowCol(problem_s *p, int index);
 // Frees an array of conv_obj2arr. CONV_STRING arrays own their n strings too.
 void conv_free(void **array, int kind = CONV_INT, int64_t n = 0);
 
+// The data of a numpy array that already holds the kind's C elements as they are: one
+// dimension, at least one element, native byte order, aligned and contiguous, of exactly the
+// kind's element type (C int for 32-bit kinds, 64-bit C long for CONV_INT64, double, or
+// one-byte strings for CONV_CHAR). 1 with *data and a new reference to the array in *owner;
+// 0 when the object has to be converted (a copy) instead; -1 with an exception when its
+// length does not match count (count as for conv_obj2arr, and set on success).
+int conv_obj_view(PyObject *obj, int64_t *count, int kind, const void **data,
+                  PyObject **owner);
+
 // An owned converted array, freed on every exit path. The element type must match the kind.
+// Or a view of a numpy array's own data (see view), which holds a reference to the array.
 template <typename T>
 class ConvArray {
  public:
   ConvArray() = default;
   ConvArray(const ConvArray &) = delete;
   ConvArray &operator=(const ConvArray &) = delete;
-  ~ConvArray() { conv_free(reinterpret_cast<void **>(&data_), kind_, n_); }
+  ~ConvArray() { release(); }
 
   // conv_obj2arr into this array (replacing what it held).
   int convert(problem_s *p, int64_t *count, PyObject *obj, int kind) {
-    conv_free(reinterpret_cast<void **>(&data_), kind_, n_);
+    release();
     kind_ = kind;
     int64_t local = count != nullptr ? *count : -1;
     int rc = conv_obj2arr(p, &local, obj, reinterpret_cast<void **>(&data_), kind);
@@ -79,13 +89,42 @@ class ConvArray {
     return rc;
   }
 
+  // The array's elements in place when they are already what the kind takes (a large load
+  // then copies nothing), else as convert. A view may be read-only memory: only for
+  // arguments that are read, never written.
+  int view(problem_s *p, int64_t *count, PyObject *obj, int kind) {
+    release();
+    const void *data = nullptr;
+    PyObject *owner = nullptr;
+    int64_t local = count != nullptr ? *count : -1;
+    const int rc = conv_obj_view(obj, &local, kind, &data, &owner);
+    if (rc <= 0) return rc < 0 ? -1 : convert(p, count, obj, kind);
+    data_ = static_cast<T *>(const_cast<void *>(data));
+    owner_ = owner;
+    kind_ = kind;
+    n_ = local;
+    if (count != nullptr) *count = local;
+    return 0;
+  }
+
   T *get() const { return data_; }
   bool given() const { return data_ != nullptr; }
   int64_t size() const { return n_; }
   T &operator[](int64_t i) const { return data_[i]; }
 
  private:
+  void release() {
+    if (owner_ != nullptr) {
+      data_ = nullptr;
+      Py_CLEAR(owner_);
+    } else {
+      conv_free(reinterpret_cast<void **>(&data_), kind_, n_);
+    }
+    n_ = 0;
+  }
+
   T *data_ = nullptr;
+  PyObject *owner_ = nullptr;  // the viewed array, or null when data_ is owned
   int kind_ = CONV_INT;
   int64_t n_ = 0;
 };

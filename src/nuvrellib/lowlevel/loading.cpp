@@ -206,31 +206,31 @@ PyObject *NVRL_PY_loadproblem(PyObject *self, PyObject *args, PyObject *kwargs) 
   ConvArray<double> rhs, rng, obj, rowcoef, lb, ub, objqcoef, rowqcoef, limit, refval;
   ConvArray<int64_t> start, nrowqcoefs, setstart;
   ConvArray<int> collen, rowind, objqcol1, objqcol2, qrowind, rowqcol1, rowqcol2, entind, setind;
-  if (rowtype.convert(p, &nrows, a[L_ROWTYPE], CONV_CHAR) != 0 ||
-      rhs.convert(p, &nrows, a[L_RHS], CONV_DOUBLE) != 0 ||
-      rng.convert(p, &nrows, a[L_RNG], CONV_DOUBLE) != 0 ||
-      obj.convert(p, &ncols, a[L_OBJCOEF], CONV_DOUBLE) != 0 ||
-      start.convert(p, &nstart, a[L_START], CONV_INT64) != 0 ||
-      collen.convert(p, &ncols, a[L_COLLEN], CONV_INT) != 0 ||
-      rowind.convert(p, &nnz, a[L_ROWIND], CONV_INT) != 0 ||
-      rowcoef.convert(p, &nnz, a[L_ROWCOEF], CONV_DOUBLE) != 0 ||
-      lb.convert(p, &ncols, a[L_LB], CONV_DOUBLE) != 0 ||
-      ub.convert(p, &ncols, a[L_UB], CONV_DOUBLE) != 0 ||
-      objqcol1.convert(p, &nobjq, a[L_OBJQCOL1], CONV_INT) != 0 ||
-      objqcol2.convert(p, &nobjq, a[L_OBJQCOL2], CONV_INT) != 0 ||
-      objqcoef.convert(p, &nobjq, a[L_OBJQCOEF], CONV_DOUBLE) != 0 ||
-      qrowind.convert(p, &nqrows, a[L_QROWIND], CONV_INT) != 0 ||
-      nrowqcoefs.convert(p, &nqrows, a[L_NROWQCOEFS], CONV_INT64) != 0 ||
-      rowqcol1.convert(p, &nqterms, a[L_ROWQCOL1], CONV_INT) != 0 ||
-      rowqcol2.convert(p, &nqterms, a[L_ROWQCOL2], CONV_INT) != 0 ||
-      rowqcoef.convert(p, &nqterms, a[L_ROWQCOEF], CONV_DOUBLE) != 0 ||
-      coltype.convert(p, &nent, a[L_COLTYPE], CONV_CHAR) != 0 ||
-      entind.convert(p, &nent, a[L_ENTIND], CONV_INT) != 0 ||
-      limit.convert(p, &nent, a[L_LIMIT], CONV_DOUBLE) != 0 ||
-      settype.convert(p, &nsets, a[L_SETTYPE], CONV_CHAR) != 0 ||
-      setstart.convert(p, &nsetstart, a[L_SETSTART], CONV_INT64) != 0 ||
-      setind.convert(p, &nsetelems, a[L_SETIND], CONV_INT) != 0 ||
-      refval.convert(p, &nsetelems, a[L_REFVAL], CONV_DOUBLE) != 0)
+  if (rowtype.view(p, &nrows, a[L_ROWTYPE], CONV_CHAR) != 0 ||
+      rhs.view(p, &nrows, a[L_RHS], CONV_DOUBLE) != 0 ||
+      rng.view(p, &nrows, a[L_RNG], CONV_DOUBLE) != 0 ||
+      obj.view(p, &ncols, a[L_OBJCOEF], CONV_DOUBLE) != 0 ||
+      start.view(p, &nstart, a[L_START], CONV_INT64) != 0 ||
+      collen.view(p, &ncols, a[L_COLLEN], CONV_INT) != 0 ||
+      rowind.view(p, &nnz, a[L_ROWIND], CONV_INT) != 0 ||
+      rowcoef.view(p, &nnz, a[L_ROWCOEF], CONV_DOUBLE) != 0 ||
+      lb.view(p, &ncols, a[L_LB], CONV_DOUBLE) != 0 ||
+      ub.view(p, &ncols, a[L_UB], CONV_DOUBLE) != 0 ||
+      objqcol1.view(p, &nobjq, a[L_OBJQCOL1], CONV_INT) != 0 ||
+      objqcol2.view(p, &nobjq, a[L_OBJQCOL2], CONV_INT) != 0 ||
+      objqcoef.view(p, &nobjq, a[L_OBJQCOEF], CONV_DOUBLE) != 0 ||
+      qrowind.view(p, &nqrows, a[L_QROWIND], CONV_INT) != 0 ||
+      nrowqcoefs.view(p, &nqrows, a[L_NROWQCOEFS], CONV_INT64) != 0 ||
+      rowqcol1.view(p, &nqterms, a[L_ROWQCOL1], CONV_INT) != 0 ||
+      rowqcol2.view(p, &nqterms, a[L_ROWQCOL2], CONV_INT) != 0 ||
+      rowqcoef.view(p, &nqterms, a[L_ROWQCOEF], CONV_DOUBLE) != 0 ||
+      coltype.view(p, &nent, a[L_COLTYPE], CONV_CHAR) != 0 ||
+      entind.view(p, &nent, a[L_ENTIND], CONV_INT) != 0 ||
+      limit.view(p, &nent, a[L_LIMIT], CONV_DOUBLE) != 0 ||
+      settype.view(p, &nsets, a[L_SETTYPE], CONV_CHAR) != 0 ||
+      setstart.view(p, &nsetstart, a[L_SETSTART], CONV_INT64) != 0 ||
+      setind.view(p, &nsetelems, a[L_SETIND], CONV_INT) != 0 ||
+      refval.view(p, &nsetelems, a[L_REFVAL], CONV_DOUBLE) != 0)
     return setNvrlErrIfNull(self, nullptr);
   nrows = nrows < 0 ? 0 : nrows;
   if (ncols < 0) ncols = start.given() ? (collen.given() ? nstart : nstart - 1) : 0;
@@ -387,21 +387,21 @@ PyObject *NVRL_PY_addrows(PyObject *self, PyObject *args, PyObject *kwargs) {
   ConvArray<int64_t> start;
   ConvArray<double> rhs, range, rowcoef;
   ConvArray<int> colind;
-  if (rowtype.convert(p, &nrows, a[0], CONV_CHAR) != 0) return setNvrlErrIfNull(self, nullptr);
+  if (rowtype.view(p, &nrows, a[0], CONV_CHAR) != 0) return setNvrlErrIfNull(self, nullptr);
   if (nrows < 0) nrows = 0;
   int64_t ncoefs = 0;
   if (nrows != 0) {
     int64_t nstart = nrows + 1;
-    if (start.convert(p, &nstart, a[2], CONV_INT64) != 0) return setNvrlErrIfNull(self, nullptr);
+    if (start.view(p, &nstart, a[2], CONV_INT64) != 0) return setNvrlErrIfNull(self, nullptr);
     if (start.given()) ncoefs = start[nrows];
   }
   int64_t n = nrows;
-  if (rhs.convert(p, &n, a[1], CONV_DOUBLE) != 0 || range.convert(p, &n, a[5], CONV_DOUBLE) != 0)
+  if (rhs.view(p, &n, a[1], CONV_DOUBLE) != 0 || range.view(p, &n, a[5], CONV_DOUBLE) != 0)
     return setNvrlErrIfNull(self, nullptr);
   if (ncoefs != 0) {
     int64_t m = ncoefs;
-    if (colind.convert(p, &m, a[3], CONV_COL) != 0 ||
-        rowcoef.convert(p, &m, a[4], CONV_DOUBLE) != 0)
+    if (colind.view(p, &m, a[3], CONV_COL) != 0 ||
+        rowcoef.view(p, &m, a[4], CONV_DOUBLE) != 0)
       return setNvrlErrIfNull(self, nullptr);
     if (!colind.given() || !rowcoef.given()) {
       PyErr_SetString(nvpy_interf_exc, "Coefficients announced by start but not given");
@@ -451,18 +451,18 @@ PyObject *NVRL_PY_addcols(PyObject *self, PyObject *args, PyObject *kwargs) {
   ConvArray<int64_t> start;
   ConvArray<int> rowind;
   ConvArray<char> types;
-  if (obj.convert(p, &ncols, a[0], CONV_DOUBLE) != 0) return setNvrlErrIfNull(self, nullptr);
+  if (obj.view(p, &ncols, a[0], CONV_DOUBLE) != 0) return setNvrlErrIfNull(self, nullptr);
   if (ncols < 0) ncols = 0;
   int64_t nstart = ncols + 1, ncoefs = 0;
   if (ncols != 0) {
-    if (start.convert(p, &nstart, a[1], CONV_INT64) != 0) return setNvrlErrIfNull(self, nullptr);
+    if (start.view(p, &nstart, a[1], CONV_INT64) != 0) return setNvrlErrIfNull(self, nullptr);
     if (start.given()) ncoefs = start[ncols];
   }
   int64_t m = ncoefs, n = ncols;
-  if ((ncoefs != 0 && (rowind.convert(p, &m, a[2], CONV_ROW) != 0 ||
-                       rowcoef.convert(p, &m, a[3], CONV_DOUBLE) != 0)) ||
-      lb.convert(p, &n, a[4], CONV_DOUBLE) != 0 || ub.convert(p, &n, a[5], CONV_DOUBLE) != 0 ||
-      types.convert(p, &n, a[7], CONV_CHAR) != 0)
+  if ((ncoefs != 0 && (rowind.view(p, &m, a[2], CONV_ROW) != 0 ||
+                       rowcoef.view(p, &m, a[3], CONV_DOUBLE) != 0)) ||
+      lb.view(p, &n, a[4], CONV_DOUBLE) != 0 || ub.view(p, &n, a[5], CONV_DOUBLE) != 0 ||
+      types.view(p, &n, a[7], CONV_CHAR) != 0)
     return setNvrlErrIfNull(self, nullptr);
   if (ncoefs != 0 && (!rowind.given() || !rowcoef.given())) {
     PyErr_SetString(nvpy_interf_exc, "Coefficients announced by start but not given");
