@@ -206,12 +206,15 @@ PyObject *NVRL_PY_loadproblem(PyObject *self, PyObject *args, PyObject *kwargs) 
   ConvArray<double> rhs, rng, obj, rowcoef, lb, ub, objqcoef, rowqcoef, limit, refval;
   ConvArray<int64_t> start, nrowqcoefs, setstart;
   ConvArray<int> collen, rowind, objqcol1, objqcol2, qrowind, rowqcol1, rowqcol2, entind, setind;
+  // Arrays that only the library reads are taken in place when they can be; those checked
+  // here first (starts, lengths, counts) or indexed here afterwards (set members) are copies,
+  // which no finalizer run by a later allocation can change after their check.
   if (rowtype.view(p, &nrows, a[L_ROWTYPE], CONV_CHAR) != 0 ||
       rhs.view(p, &nrows, a[L_RHS], CONV_DOUBLE) != 0 ||
       rng.view(p, &nrows, a[L_RNG], CONV_DOUBLE) != 0 ||
       obj.view(p, &ncols, a[L_OBJCOEF], CONV_DOUBLE) != 0 ||
-      start.view(p, &nstart, a[L_START], CONV_INT64) != 0 ||
-      collen.view(p, &ncols, a[L_COLLEN], CONV_INT) != 0 ||
+      start.convert(p, &nstart, a[L_START], CONV_INT64) != 0 ||
+      collen.convert(p, &ncols, a[L_COLLEN], CONV_INT) != 0 ||
       rowind.view(p, &nnz, a[L_ROWIND], CONV_INT) != 0 ||
       rowcoef.view(p, &nnz, a[L_ROWCOEF], CONV_DOUBLE) != 0 ||
       lb.view(p, &ncols, a[L_LB], CONV_DOUBLE) != 0 ||
@@ -220,7 +223,7 @@ PyObject *NVRL_PY_loadproblem(PyObject *self, PyObject *args, PyObject *kwargs) 
       objqcol2.view(p, &nobjq, a[L_OBJQCOL2], CONV_INT) != 0 ||
       objqcoef.view(p, &nobjq, a[L_OBJQCOEF], CONV_DOUBLE) != 0 ||
       qrowind.view(p, &nqrows, a[L_QROWIND], CONV_INT) != 0 ||
-      nrowqcoefs.view(p, &nqrows, a[L_NROWQCOEFS], CONV_INT64) != 0 ||
+      nrowqcoefs.convert(p, &nqrows, a[L_NROWQCOEFS], CONV_INT64) != 0 ||
       rowqcol1.view(p, &nqterms, a[L_ROWQCOL1], CONV_INT) != 0 ||
       rowqcol2.view(p, &nqterms, a[L_ROWQCOL2], CONV_INT) != 0 ||
       rowqcoef.view(p, &nqterms, a[L_ROWQCOEF], CONV_DOUBLE) != 0 ||
@@ -229,7 +232,7 @@ PyObject *NVRL_PY_loadproblem(PyObject *self, PyObject *args, PyObject *kwargs) 
       limit.view(p, &nent, a[L_LIMIT], CONV_DOUBLE) != 0 ||
       settype.view(p, &nsets, a[L_SETTYPE], CONV_CHAR) != 0 ||
       setstart.view(p, &nsetstart, a[L_SETSTART], CONV_INT64) != 0 ||
-      setind.view(p, &nsetelems, a[L_SETIND], CONV_INT) != 0 ||
+      setind.convert(p, &nsetelems, a[L_SETIND], CONV_INT) != 0 ||
       refval.view(p, &nsetelems, a[L_REFVAL], CONV_DOUBLE) != 0)
     return setNvrlErrIfNull(self, nullptr);
   nrows = nrows < 0 ? 0 : nrows;
@@ -455,7 +458,8 @@ PyObject *NVRL_PY_addcols(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (ncols < 0) ncols = 0;
   int64_t nstart = ncols + 1, ncoefs = 0;
   if (ncols != 0) {
-    if (start.view(p, &nstart, a[1], CONV_INT64) != 0) return setNvrlErrIfNull(self, nullptr);
+    // A copy: checked here before the library reads it.
+    if (start.convert(p, &nstart, a[1], CONV_INT64) != 0) return setNvrlErrIfNull(self, nullptr);
     if (start.given()) ncoefs = start[ncols];
   }
   int64_t m = ncoefs, n = ncols;
