@@ -111,6 +111,12 @@ class rowcolmap {
     size_ = tombstones_ = 0;
   }
 
+  // Starts bringing key's home slot into the cache: a batch entering consecutive keys asks
+  // for a later one while it makes the objects in between, instead of waiting on each miss.
+  void prefetch(uint64_t key) const {
+    if (!slots_.empty()) __builtin_prefetch(slots_.data() + slot_of(key), 1);
+  }
+
   // Room for n entries without growing.
   void reserve(size_t n) {
     if ((n + tombstones_) * 2 > slots_.size()) rehash(capacity_for(n));
