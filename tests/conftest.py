@@ -118,7 +118,7 @@ def quiet(nv, output_switch):
     nv.setOutputEnabled(False)
 
 
-@pytest.fixture
+@pytest.fixture(autouse=True)
 def collect_cycles():
     # A failed-operation traceback keeps the test's frame (and its named variables, which hold
     # side-table entries) in a cycle; collect it here rather than during a later test.

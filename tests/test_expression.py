@@ -15,8 +15,6 @@ import nuvrel as nv
 from conftest import constant_of, lin_of, quad_of, same_objects
 
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
-
 general = nv.expression._general
 
 

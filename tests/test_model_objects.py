@@ -18,8 +18,6 @@ import nuvrel as nv
 from conftest import lin_of, same_objects
 
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
-
 
 INF = 1e20
 

@@ -8,8 +8,6 @@ import pytest
 
 import nuvrel as nv
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
-
 EXP, LN = 16, 15
 
 

@@ -14,8 +14,6 @@ import pytest
 import nuvrel as nv
 
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
-
 
 def curved(start=(1.0, 1.0)):
     """min exp(x0) + x0 + 2 x1 on x0^2 + x1^2 <= 5 (free columns), built from token

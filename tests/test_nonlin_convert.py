@@ -12,8 +12,6 @@ import nuvrel as nv
 from conftest import nested
 
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
-
 
 # Token types and operator values of the library's parsed formulas.
 EOF_, CON, COL, IFUN, DEL, OP = 0, 1, 10, 12, 22, 31

@@ -10,8 +10,6 @@ import pytest
 
 import nuvrel as nv
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
-
 general = nv.expression._general
 NONLIN = type(nv.exp(nv.var()))
 
