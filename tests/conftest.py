@@ -173,6 +173,13 @@ def constant_of(e):
     return -(e <= 0).ub
 
 
+def nl_formulas(p):
+    """The nonlinear coefficients the library holds for p, as (row, column, factor, token
+    types, token values) in its order."""
+    rows, cols = p.getcoefs()
+    return [(r, c, *p.getcoefformula(r, c)) for r, c in zip(rows, cols)]
+
+
 def nested(obj, depth):
     """obj inside depth single-element lists."""
     for _ in range(depth):

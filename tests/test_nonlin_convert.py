@@ -9,7 +9,7 @@ import numpy as np
 import pytest
 
 import nuvrel as nv
-from conftest import nested
+from conftest import nested, nl_formulas
 
 
 
@@ -38,11 +38,7 @@ SIN, COS, EXP, MIN = fn(27), fn(28), fn(16), fn(33)
 @pytest.fixture(scope="module")
 def coefs():
     """The nonlinear coefficients the library holds, as (row, column, factor, tokens)."""
-    def read(p):
-        rows, cols = p.getcoefs()
-        return [(r, c, f, list(zip(types, values)))
-                for r, c in zip(rows, cols) for f, types, values in [p.getcoefformula(r, c)]]
-    return read
+    return lambda p: [(r, c, f, list(zip(t, v))) for r, c, f, t, v in nl_formulas(p)]
 
 
 @pytest.fixture
