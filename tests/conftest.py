@@ -118,7 +118,7 @@ def quiet(nv, output_switch):
     nv.setOutputEnabled(False)
 
 
-@pytest.fixture
+@pytest.fixture(autouse=True)
 def collect_cycles():
     # A failed-operation traceback keeps the test's frame (and its named variables, which hold
     # side-table entries) in a cycle; collect it here rather than during a later test.
@@ -171,6 +171,13 @@ def quad_of(e):
 def constant_of(e):
     # A comparison moves the constant into the bound: e <= 0 has ub == -constant.
     return -(e <= 0).ub
+
+
+def nl_formulas(p):
+    """The nonlinear coefficients the library holds for p, as (row, column, factor, token
+    types, token values) in its order."""
+    rows, cols = p.getcoefs()
+    return [(r, c, *p.getcoefformula(r, c)) for r, c in zip(rows, cols)]
 
 
 def nested(obj, depth):

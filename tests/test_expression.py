@@ -1,7 +1,11 @@
-"""Expressions and terms: printing, products, divisions, powers, in-place operations, copies and
-extraction; operations that leave the polynomials; Sum, Prod and Dot over collections, user
-objects left intact, errors. (Every kind against every other kind: test_dispatch.py.)"""
+"""Expressions and terms: every operand kind against every other, printing, products, divisions,
+powers, in-place operations, copies and extraction; operations that leave the polynomials; the
+generic operators and numpy operands; Sum, Prod and Dot over collections, user objects left
+intact, errors."""
 
+import itertools
+import math
+import random
 from operator import iadd, imul, ipow, isub, itruediv
 
 import numpy as np
@@ -11,17 +15,28 @@ import nuvrel as nv
 from conftest import constant_of, lin_of, quad_of, same_objects
 
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
+general = nv.expression._general
 
 
 @pytest.fixture
 def names():
     # Created in this order, so identifiers increase x < y < z.
-    return {"x": nv.var(name="x"), "y": nv.var(name="y"), "z": nv.var(name="z"),
-            "const2": nv.expression() + 2, "np": np, "general": nv.expression._general}
+    x = nv.var(name="x")
+    return {"x": x, "y": nv.var(name="y"), "z": nv.var(name="z"), "e": x + 1,
+            "const2": nv.expression() + 2, "np": np, "general": general, "iadd": iadd}
 
 
 @pytest.mark.parametrize("source, kind, text", [
+    # Operations that change nothing give the variable itself.
+    *[(source, "x itself", None)
+      for source in ("x + 0", "x - 0.0", "x * 1", "1.0 * x", "x / 1", "x ** 1", "+x")],
+    ("x * 0", "float", "0.0"),
+    ("0 / x", "float", "0.0"),
+    ("x / x", "float", "1.0"),
+    ("x - x", "float", "0.0"),
+    ("x ** 0", "float", "1.0"),
+    ("1 ** x", "float", "1.0"),
+    ("x + x", "linterm", "2*x"),
     ("3 * x", "linterm", "3*x"),
     ("-x", "linterm", "-1*x"),
     ("3 * x + x", "linterm", "4*x"),
@@ -51,8 +66,10 @@ def names():
 ])
 def test_results(names, source, kind, text):
     result = eval(source, names)
-    assert type(result).__name__ == kind
-    assert str(result) == text
+    if kind == "x itself":
+        assert result is names["x"]
+    else:
+        assert type(result).__name__ == kind and str(result) == text
 
 
 @pytest.mark.parametrize("source, text", [
@@ -94,6 +111,15 @@ def test_nonpolynomial_results_are_nodes(names, source, text):
 
 
 @pytest.mark.parametrize("source, message", [
+    ("x + 'a'", "Invalid operands in addition"),
+    ("'a' + x", "Invalid operands in addition"),
+    ("x + np.int8(1)", "Invalid operands in addition"),
+    ("x - 'a'", "Invalid object in subtraction"),
+    ("x * 'a'", "Invalid operands in multiplication"),
+    ("x / 'a'", "Invalid operands in division"),
+    ("x / 0", "Division of variable by zero"),
+    ("x ** 'a'", "Invalid operands in exponentiation"),
+    ("x ** np.array([2.0])", "Cannot obtain a power with a vector as an exponent"),
     ("2 * x + 'a'", "Invalid operands in sum"),
     ("'a' - 2 * x", "Invalid operands in sum"),
     ("x * x + 'a'", "Invalid operands in sum with quadratic term"),
@@ -104,11 +130,22 @@ def test_nonpolynomial_results_are_nodes(names, source, text):
     ("(x * x) / 0", "Division by zero of a bilinear term"),
     ("(2 * x) ** np.array([1.0, 2.0])", "Cannot obtain a power with a vector as an exponent"),
     ("(x * x) ** np.array([1.0])", "Cannot obtain a power with a vector as an exponent"),
+    # Expressions: sums and products name no operand; division and power report the one
+    # they rejected.
+    ("e + 'a'", "Invalid object in operation"),
+    ("'a' - e", "Invalid object in operation"),
+    ("iadd(e, 'a')", "Invalid object in operation"),
+    ("e * 'a'", "Invalid object in operation"),
+    ("None * e", "Invalid object in operation"),
+    ("e / 'a'", "Invalid object in operation: <a>"),
+    ("e ** 'a'", "Invalid object in operation: <a>"),
+    ("e ** np.array([2.0])", "Cannot obtain a power with a vector as an exponent"),
 ])
-def test_term_errors(names, source, message):
+def test_operand_errors(names, source, message):
     with pytest.raises(nv.ModelError) as err:
         eval(source, names)
     assert str(err.value) == message
+    assert str(names["e"]) == "1 + x"
 
 
 def test_power_one_returns_same_linear_term_but_copies_quadratic(names):
@@ -146,9 +183,6 @@ def test_in_place_on_terms_rebinds_without_touching_the_original(names):
     q = keep = x * y
     q *= 3
     assert str(q) == "3*x*y" and str(keep) == "x*y"
-
-
-general = nv.expression._general
 
 
 @pytest.mark.parametrize("build, text", [
@@ -308,31 +342,6 @@ def test_in_place_special_factors(xyz):
     assert str(e) == "0"
 
 
-def _iadd(e, other):
-    e += other
-    return e
-
-
-@pytest.mark.parametrize("build, message", [
-    # Sums and products name no operand; division and power report the one they rejected.
-    (lambda e: e + "a", "Invalid object in operation"),
-    (lambda e: "a" - e, "Invalid object in operation"),
-    (lambda e: _iadd(e, "a"), "Invalid object in operation"),
-    (lambda e: e * "a", "Invalid object in operation"),
-    (lambda e: None * e, "Invalid object in operation"),
-    (lambda e: e / "a", "Invalid object in operation: <a>"),
-    (lambda e: e ** "a", "Invalid object in operation: <a>"),
-    (lambda e: e ** np.array([2.0]), "Cannot obtain a power with a vector as an exponent"),
-])
-def test_expression_errors(xyz, build, message):
-    x, _, _ = xyz
-    e = x + 1
-    with pytest.raises(nv.ModelError) as err:
-        build(e)
-    assert str(err.value) == message
-    assert str(e) == "1 + x"
-
-
 def test_constructor_gives_empty_expression():
     assert nv.expression().extractLinear() == ([], [])
     assert nv.expression().extractQuadratic() == ([], [], [])
@@ -481,3 +490,282 @@ def test_sum_prod_dot_errors(xyz, call, exc, message, cause):
     with pytest.raises(exc, match=message) as info:
         call(xyz[0])
     assert cause is None or isinstance(info.value.__cause__, cause)
+
+
+# ---- every operand kind against every other, and the generic operators
+
+KINDS = ["number", "var", "linterm", "quadterm", "linexpr", "quadexpr"]
+
+
+def make_operands():
+    x, y, z = nv.var(name="x"), nv.var(name="y"), nv.var(name="z")
+    ops = {
+        "number": 2.5,
+        "var": x,
+        "linterm": 3 * y,
+        "quadterm": 2 * y * z,
+        "linexpr": x + 2 * z + 1,
+        "quadexpr": x * y + z + 1,
+    }
+    return ops, (x, y, z)
+
+
+def value(obj, point):
+    """obj evaluated with point (a dict from variable to value)."""
+    if isinstance(obj, (int, float, np.number)):
+        return float(obj)
+    v, c = obj.extractLinear()
+    a, b, q = obj.extractQuadratic()
+    constant = -(obj <= 0).ub  # the comparison moves the constant into the bound
+    return (constant + sum(ci * point[vi] for vi, ci in zip(v, c))
+            + sum(qi * point[ai] * point[bi] for ai, bi, qi in zip(a, b, q)))
+
+
+def result_kind(obj):
+    return "float" if type(obj) is float else type(obj).__name__
+
+
+def expected_sum_kind(ka, kb, op):
+    if ka == kb == "number":
+        return "float"
+    if ka == kb and ka in ("var", "linterm", "quadterm"):
+        # The same object on both sides combines into one term, or cancels.
+        return {"var": "linterm", "linterm": "linterm", "quadterm": "quadterm"}[ka] \
+            if op == "+" else "float"
+    return "expression"
+
+
+DEGREE = {"number": 0, "var": 1, "linterm": 1, "quadterm": 2, "linexpr": 1, "quadexpr": 2}
+
+
+def product_kind(ka, kb):
+    """None where the product is beyond quadratic; a single term stays a term."""
+    if DEGREE[ka] + DEGREE[kb] > 2:
+        return None
+    if ka == kb == "number":
+        return "float"
+    if {ka, kb} & {"linexpr", "quadexpr"}:
+        return "expression"
+    if "number" in (ka, kb):
+        other = kb if ka == "number" else ka
+        return "linterm" if other == "var" else other
+    return "quadterm"
+
+
+@pytest.fixture
+def point_and_operands():
+    ops, vs = make_operands()
+    rng = random.Random(7)
+    point = {v: rng.uniform(-3, 3) for v in vs}
+    return ops, point
+
+
+PAIRS = list(itertools.product(KINDS, KINDS))
+
+
+@pytest.mark.parametrize("ka, kb", PAIRS)
+@pytest.mark.parametrize("op", ["+", "-"])
+def test_sum_matrix(point_and_operands, ka, kb, op):
+    ops, point = point_and_operands
+    a, b = ops[ka], ops[kb]
+    r = a + b if op == "+" else a - b
+    assert result_kind(r) == expected_sum_kind(ka, kb, op)
+    expected = value(a, point) + (value(b, point) if op == "+" else -value(b, point))
+    assert value(r, point) == pytest.approx(expected)
+
+
+@pytest.mark.parametrize("ka, kb", PAIRS)
+def test_product_matrix(point_and_operands, ka, kb):
+    ops, point = point_and_operands
+    a, b = ops[ka], ops[kb]
+    expected_kind = product_kind(ka, kb)
+    r = a * b
+    if expected_kind is None:
+        # Beyond quadratic: a product node, headed by the right operand when the left is a leaf.
+        assert result_kind(r) == "nonlin" and str(r) == "(%s * %s)" % (b, a)
+        return
+    assert result_kind(r) == expected_kind
+    assert value(r, point) == pytest.approx(value(a, point) * value(b, point))
+
+
+@pytest.mark.parametrize("ka, kind_div, kind_sqr, kind_neg", [
+    ("number", "float", "float", "float"),
+    ("var", "linterm", "quadterm", "linterm"),
+    ("linterm", "linterm", "quadterm", "linterm"),
+    ("quadterm", "quadterm", None, "quadterm"),
+    ("linexpr", "expression", "expression", "expression"),
+    ("quadexpr", "expression", None, "expression"),
+])
+def test_division_square_and_negation(point_and_operands, ka, kind_div, kind_sqr, kind_neg):
+    ops, point = point_and_operands
+    a = ops[ka]
+    va = value(a, point)
+    r = a / 4
+    assert result_kind(r) == kind_div and value(r, point) == pytest.approx(va / 4)
+    r = -a
+    assert result_kind(r) == kind_neg and value(r, point) == pytest.approx(-va)
+    assert result_kind(general("neg", a)) == kind_neg
+    if kind_sqr is None:
+        # A quadratic term's square is a power, a quadratic expression's a product.
+        if ka == "quadterm":
+            assert (str(a ** 2), str(general("sqr", a))) == ("(%s ** 2)" % a, "(%s ** 2.0)" % a)
+        else:
+            assert str(a ** 2) == str(general("sqr", a)) == "(%s * %s)" % (a, a)
+    else:
+        for r in (a ** 2, general("sqr", a)):
+            assert result_kind(r) == kind_sqr and value(r, point) == pytest.approx(va * va)
+
+
+@pytest.mark.parametrize("ka, kb", [(k, "var") for k in KINDS[1:]] + [(k, "linterm") for k in KINDS[1:]])
+def test_division_by_non_constant_is_nonlinear_unless_it_cancels(point_and_operands, ka, kb):
+    ops, point = point_and_operands
+    a, b = ops[ka], ops[kb]
+    cancels = (ka, kb) in {("var", "var"), ("linterm", "linterm"), ("quadterm", "linterm")}
+    if not cancels:
+        r = a / b
+        assert result_kind(r) == "nonlin" and str(r) == "(%s / %s)" % (a, b)
+        return
+    r = a / b
+    assert value(r, point) == pytest.approx(value(a, point) / value(b, point))
+
+
+def test_variable_in_place_division():
+    x = nv.var()
+    y = x
+    y /= 1
+    assert y is x
+    y /= 2
+    assert str(y) == "0.5*" + x.name
+    with pytest.raises(nv.ModelError, match="^Division by zero$"):
+        x /= 0
+
+
+@pytest.mark.parametrize("scalar", [np.float64(2.0), np.float32(2.0), np.intc(2), np.int_(2),
+                                    2, 2.0, True + 1])
+def test_numpy_and_python_scalars_are_numbers(scalar):
+    x = nv.var(name="s")
+    for r in (scalar * x, x * scalar):
+        assert result_kind(r) == "linterm" and str(r) == "2*s"
+    assert general("kind", scalar) == 0
+    assert str(x + scalar) == "2 + s"
+
+
+@pytest.mark.parametrize("obj, text", [(None, "None"), ("a", "a"), (np.int8(3), "3"),
+                                       (np.bool_(True), "True"), ([1], "[1]")])
+def test_classification_rejects_other_objects(obj, text):
+    with pytest.raises(nv.ModelError) as err:
+        general("kind", obj)
+    assert str(err.value) == "Invalid object in operation: <%s>" % text
+
+
+def test_classification_codes():
+    x = nv.var()
+    assert [general("kind", o) for o in (1.5, x, 2 * x, x * x, x + 1)] == [0, 1, 2, 3, 4]
+
+
+@pytest.mark.parametrize("name", ["add", "iadd", "mul", "imul", "pow", "or", "and",
+                                  # No reciprocal or power of an accumulator that starts empty.
+                                  "idiv", "ipow"])
+def test_none_on_the_left_is_an_empty_accumulator(name):
+    x = nv.var(name="n")
+    assert general(name, None, x) is x
+    e = x + 1
+    r = general(name, None, e)
+    assert r is not e and str(r) == "1 + n"
+
+
+@pytest.mark.parametrize("name", ["add", "sub", "mul", "div", "pow", "or", "and", "iadd",
+                                  "isub", "imul", "idiv", "ipow"])
+def test_none_on_the_right_gives_the_left_operand(name):
+    e = nv.var() + 1
+    assert general(name, e, None) is e
+
+
+def test_none_accumulator_subtraction_and_division():
+    x = nv.var(name="n")
+    assert str(general("sub", None, x)) == "-1*n"
+    assert str(general("isub", None, x + 1)) == "-1 - n"
+    # Division alone has no rule for an empty accumulator.
+    with pytest.raises(nv.ModelError, match="Invalid operands in division"):
+        general("div", None, x)
+
+
+def test_generic_in_place_amends_expressions():
+    x, y = nv.var(), nv.var()
+    e = x + 1
+    assert general("iadd", e, y) is e
+    assert len(e.extractLinear()[0]) == 2
+    assert general("add", e, y) is not e
+
+
+@pytest.mark.parametrize("name, a, b, expected", [
+    ("add", 2, 3, 5.0),
+    ("sub", 2, 3.5, -1.5),
+    ("mul", 2, 3, 6.0),
+    ("div", 3, 2, 1.5),
+    ("div", 1, 0, math.inf),
+    ("pow", 2, 10, 1024.0),
+    ("or", 0, 0, 0.0),
+    ("or", 0, 2, 1.0),
+    ("and", 2, 3, 1.0),
+    ("and", 1, 0, 0.0),
+    ("imul", np.float32(2), np.intc(4), 8.0),
+])
+def test_number_arithmetic(name, a, b, expected):
+    r = general(name, a, b)
+    assert type(r) is float and r == expected
+
+
+def test_generic_copy():
+    n = int("12345678901")
+    assert general("copy", n, 1.0) is n
+    r = general("copy", 5, 2.0)
+    assert type(r) is float and r == 10.0
+    x = nv.var(name="c")
+    assert general("copy", x, 1.0) is x
+    assert general("copy", x, 0.0) == 0.0
+    assert str(general("copy", x, 3.0)) == "3*c"
+    assert str(general("copy", x * x, -1.0)) == "-1*c**2"
+    e = x + 1
+    c = general("copy", e, 2.0)
+    assert c is not e and str(c) == "2 +2 c"
+    arr = np.array([1.0, 2.0])
+    c = general("copy", arr, 1.0)
+    assert c is not arr and np.array_equal(c, arr)
+    assert np.array_equal(general("copy", arr, 2.0), [2.0, 4.0])
+    with pytest.raises(nv.ModelError, match="Invalid object being copied"):
+        general("copy", "a", 1.0)
+
+
+@pytest.mark.parametrize("build, texts", [
+    (lambda x, a: x + a, ["1 + x", "2 + x"]),
+    (lambda x, a: a + x, ["1 + x", "2 + x"]),
+    (lambda x, a: x - a, ["-1 + x", "-2 + x"]),
+    (lambda x, a: a - x, ["1 - x", "2 - x"]),
+    (lambda x, a: x * a, ["x", "2*x"]),
+    (lambda x, a: a * x, ["x", "2*x"]),
+    (lambda x, a: x / a, ["x", "0.5*x"]),
+    (lambda x, a: (2 * x) / a, ["2*x", "x"]),
+    (lambda x, a: (x + 1) * a, ["1 + x", "2 +2 x"]),
+    (lambda x, a: (x + 1) - a, ["  x", "-1 + x"]),
+    (lambda x, a: (x * x) * a, ["x**2", "2*x**2"]),
+    (lambda x, a: general("mul", x, a), ["x", "2*x"]),
+])
+def test_arrays_element_wise(xyz, build, texts):
+    r = build(xyz[0], np.array([1.0, 2.0]))
+    assert isinstance(r, np.ndarray) and r.shape == (2,)
+    assert [str(v) for v in r] == texts
+
+
+def test_in_place_with_array_on_the_right_gives_array(xyz):
+    e = keep = xyz[0] + 1
+    e += np.array([1.0, 2.0])
+    assert isinstance(e, np.ndarray) and str(keep) == "1 + x"
+    assert np.array_equal(general("sub", 3.0, np.array([1.0, 2.0])), [2.0, 1.0])
+
+
+@pytest.mark.parametrize("name", ["add", "iadd"])
+def test_numbers_added_to_an_array_go_on_the_left(xyz, name):
+    # 0 + x is an expression, while x + 0 would be x itself.
+    r = general(name, np.array([xyz[0], 2.0], dtype=object), 0)
+    assert type(r[0]).__name__ == "expression" and str(r[0]) == "  x" and r[1] == 2.0

@@ -1,6 +1,6 @@
 """Every type of the extension either refuses construction from Python or copes with an
-object whose __init__ never ran. The types are reached through the extension's exported type
-objects, so that the unpublished ones are covered too; each runs in a child interpreter, as
+object whose __init__ never ran. The unpublished types are reached through objects of them (a
+message handler's arguments for the two handle types); each runs in a child interpreter, as
 the faulty code crashed."""
 
 import pytest
@@ -13,20 +13,27 @@ CONSTRUCTIBLE = ["var", "sos", "expression", "constraint", "problem", "branchobj
 PRELUDE = """
 import ctypes, gc
 import nuvrel as nv
-lib = ctypes.PyDLL(nv.nuvrellib.__file__)
-def type_object(name):
-    address = ctypes.addressof(ctypes.c_char.in_dll(lib, name + "_type"))
-    return ctypes.cast(address, ctypes.py_object).value
 nv.setOutputEnabled(False)
 x = nv.var(name="x")
 p = nv.problem(x, x <= 1, x)
+handles = []
+def record(obj, data, thread, msg, length, msgtype):
+    handles[:] = [type(obj), type(thread)]
+nv.addcbmsghandler(record, None, 0)
+ctypes.CDLL("libnvrl.so").NVRLdestroyprob(None)  # an error message for the handler
+nv.removecbmsghandler(record, None)
+types = {"var": nv.var, "sos": nv.sos, "expression": nv.expression,
+         "constraint": nv.constraint, "problem": nv.problem, "branchobj": nv.branchobj,
+         "poolcut": nv.poolcut, "ctrl": type(p.controls), "attr": type(p.attributes),
+         "nonlin": type(nv.sin(x)), "linterm": type(2 * x), "quadterm": type(x * x),
+         "nvrlobject": handles[0], "voidstar": handles[1]}
 """
 
 
 @pytest.mark.parametrize("name", NOT_CONSTRUCTIBLE)
 def test_internal_types_refuse_construction(run_python, name):
     out = run_python(PRELUDE + f"""
-T = type_object({name!r})
+T = types[{name!r}]
 assert T.__name__ == {name!r}, T
 for make in (lambda: T(), lambda: T.__new__(T), lambda: object.__new__(T)):
     try:
@@ -43,7 +50,7 @@ def test_objects_made_without_init_are_safe_to_use(run_python, name):
     """Every public method and the common slots of T.__new__(T), and the object handed to the
     problem's methods: exceptions are fine, crashes are not."""
     out = run_python(PRELUDE + f"""
-T = type_object({name!r})
+T = types[{name!r}]
 o = T.__new__(T)
 calls = 0
 def attempt(f, *args):

@@ -7,8 +7,7 @@ import math
 import pytest
 
 import nuvrel as nv
-
-pytestmark = pytest.mark.usefixtures("collect_cycles")
+from conftest import nl_formulas
 
 EXP, LN = 16, 15
 
@@ -73,11 +72,6 @@ def test_methods_model_solves_like_operator_model(objective, optimum, point):
     assert low.getSolution(low.getVariable(first=0)) == pytest.approx(point, abs=1e-4)
 
 
-def _formulas(p):
-    rows, cols = p.getcoefs()
-    return [(r, c, *p.getcoefformula(r, c)) for r, c in zip(rows, cols)]
-
-
 def _expressions():
     x, y = nv.var(lb=0.5, ub=3, name="x"), nv.var(lb=0.5, ub=3, name="y")
     f = {
@@ -100,7 +94,7 @@ def _expressions():
 def test_formulas_round_trip_as_tokens_and_as_text(name):
     x, y, f = _expressions()
     p = nv.problem(x, y, f[name] <= 100, name="rt")
-    held = _formulas(p)
+    held = nl_formulas(p)
     assert held
     values = [p.evaluatecoef(r, c) for r, c, *_ in held]
 
@@ -113,7 +107,7 @@ def test_formulas_round_trip_as_tokens_and_as_text(name):
         vals += v
     tokens.loadcoefs([h[0] for h in held], [h[1] for h in held], [h[2] for h in held],
                      starts, 1, types, vals)
-    assert _formulas(tokens) == held
+    assert nl_formulas(tokens) == held
 
     # Text: each coefficient written out, deleted and given again as text.
     text = p.copy()
@@ -123,7 +117,7 @@ def test_formulas_round_trip_as_tokens_and_as_text(name):
         text.delcoefs([r], [c])
         text.chgccoef(r, c, fac, formula)
     assert [text.evaluatecoef(r, c) for r, c, *_ in held] == pytest.approx(values, rel=1e-12)
-    for (r, c, factor, t, v), (_, _, f2, t2, v2) in zip(held, _formulas(text)):
+    for (r, c, factor, t, v), (_, _, f2, t2, v2) in zip(held, nl_formulas(text)):
         assert f2 == factor and t2 == t
         assert v2 == pytest.approx(v, rel=1e-15)
 
@@ -160,7 +154,7 @@ def test_column_settings_read_back():
 
 
 def _state(p):
-    return _formulas(p), [p.getvar(j) for j in range(2)], p.getrowwt(0)
+    return nl_formulas(p), [p.getvar(j) for j in range(2)], p.getrowwt(0)
 
 
 @pytest.mark.parametrize("call,exc,match", [

@@ -17,8 +17,6 @@ sys.path.insert(0, str(ROOT / "tools"))
 import nlp_files  # noqa: E402
 import nlp_tokens  # noqa: E402
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
-
 FILES = sorted(nlp_files.DATA_DIR.glob("*.mps"))
 
 

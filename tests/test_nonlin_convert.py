@@ -1,20 +1,16 @@
 """Nonlinear trees as the library and the evaluator see them. Formula conversion: the coefficients
 and token lists the nonlinear solver receives for constraint bodies, read back from the library,
-and the refusals that leave a problem as it was. The structural evaluator at hand-given values
-(through the extension's exported test entry nvo_evaluate_py): shapes, leaf values, column
-references and errors."""
+and the refusals that leave a problem as it was. evaluate at hand-given values: shapes, leaf
+values, column references and errors."""
 
-import ctypes
 import math
 
 import numpy as np
 import pytest
 
 import nuvrel as nv
-from conftest import nested
+from conftest import nested, nl_formulas
 
-
-pytestmark = pytest.mark.usefixtures("collect_cycles")
 
 
 # Token types and operator values of the library's parsed formulas.
@@ -41,10 +37,8 @@ SIN, COS, EXP, MIN = fn(27), fn(28), fn(16), fn(33)
 
 @pytest.fixture(scope="module")
 def coefs():
-    entry = ctypes.PyDLL(nv.nuvrellib.__file__).nvo_nl_coefs_py
-    entry.restype = ctypes.py_object
-    entry.argtypes = [ctypes.py_object]
-    return entry
+    """The nonlinear coefficients the library holds, as (row, column, factor, tokens)."""
+    return lambda p: [(r, c, f, list(zip(t, v))) for r, c, f, t, v in nl_formulas(p)]
 
 
 @pytest.fixture
@@ -165,28 +159,20 @@ def test_formulas_from_one_batch_keep_their_rows(model, coefs):
     assert rows[-1][1] == 0 and rows[-1][3] == [MARK, col(2), SIN, END]
 
 
-@pytest.fixture(scope="module")
-def entry():
-    fn = ctypes.PyDLL(nv.nuvrellib.__file__).nvo_evaluate_py
-    fn.restype = ctypes.py_object
-    fn.argtypes = [ctypes.py_object] * 3
-    return fn
-
-
 @pytest.fixture
-def at_values(entry, xyz):
+def at_values(xyz):
     """evaluate(*objects) with x = 2, y = 3, z = -1 given as a dictionary."""
     x, y, z = xyz
     values = {x: 2.0, y: 3.0, z: -1.0}
-    return lambda *objs: entry(objs, None, values)
+    return lambda *objs: nv.evaluate(*objs, solution=values)
 
 
 @pytest.fixture
-def with_problem(entry, xyz):
+def with_problem(xyz):
     """evaluate(*objects) on a problem with columns x, y, z holding 10, 20, 30."""
     p = nv.problem()
     p.addVariable(*xyz)
-    return lambda *objs: entry(objs, p, [10.0, 20.0, 30.0])
+    return lambda *objs: nv.evaluate(*objs, problem=p, solution=[10.0, 20.0, 30.0])
 
 
 @pytest.mark.parametrize("build, expected", [
@@ -258,11 +244,11 @@ class Unreadable:
     (np.array(["a"]), nv.InterfaceError, "must be of dtype nuvrel.npvar"),
     (np.array([1.0, None], dtype=object), nv.InterfaceError, "must be of dtype nuvrel.npvar"),
 ])
-def test_bad_objects(entry, xyz, obj, exc, message):
+def test_bad_objects(xyz, obj, exc, message):
     # A function gives the object and the values (a variable missing from them, here).
     obj, values = obj(*xyz) if callable(obj) else (obj, {v: 1.0 for v in xyz})
     with pytest.raises(exc, match=message):
-        entry((obj,), None, values)
+        nv.evaluate(obj, solution=values)
 
 
 @pytest.mark.parametrize("ref, exc, message", [

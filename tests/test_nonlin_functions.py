@@ -1,18 +1,14 @@
 """The module's mathematical functions over numbers, modelling objects and arrays, and their
-messages; piecewise-linear functions built from a dictionary of intervals; reference counts of
-building and dropping trees; nonlinear bodies and objectives refused by problems."""
+messages; piecewise-linear functions built from a dictionary of intervals; nonlinear bodies and
+objectives refused by problems (reference counts of building trees: test_refcounts.py)."""
 
 import math
-import sys
 
 import numpy as np
 import pytest
 
 import nuvrel as nv
-from conftest import object_count
 
-
-pytestmark = pytest.mark.usefixtures("collect_cycles")
 
 
 NONLIN = type(nv.exp(nv.var()))
@@ -113,49 +109,6 @@ def test_function_messages(call, message, name):
     with pytest.raises(nv.ModelError) as err:
         call(getattr(nv, name), nv.var(name="x"))
     assert str(err.value) == message.replace("%s", name)
-
-
-BUILDS = [
-    lambda x, y: x * nv.exp(y) + x ** 2 <= 1,
-    lambda x, y: nv.Sum(nv.sin(v) for v in (x, y, x)) - 3,
-    lambda x, y: str(nv.max(x, y, 2) / (x * y * x)),
-    lambda x, y: nv.expression._general("copy", -(-nv.exp(x) * y * x), 3.0),
-    lambda x, y: (nv.exp(x) + 1) - (nv.cos(y) + x) + (x + 1),
-    lambda x, y: nv.sqrt(np.array([x, y, 4.0], dtype=object)),
-    lambda x, y: 2 - nv.exp(x) >= 0,
-    # Error paths.
-    lambda x, y: nv.exp(x) / 0,
-    lambda x, y: nv.min(x, "a"),
-    lambda x, y: nv.exp(x) + "a",
-    lambda x, y: nv.exp(x) ** np.array([1.0]),
-]
-
-
-def _in_place_cycle(x, y):
-    # A sum that ends up holding itself: only the collector can free it.
-    s = nv.exp(x) + y
-    t = s * 2
-    s += t
-    return s
-
-
-@pytest.mark.parametrize("build", BUILDS + [_in_place_cycle])
-def test_building_and_dropping_trees_leaves_nothing(build):
-    x, y = nv.var(name="x"), nv.var(name="y")
-
-    def run(n):
-        for _ in range(n):
-            try:
-                build(x, y)
-            except nv.ModelError:
-                pass
-
-    run(50)
-    before = object_count()
-    refs = (sys.getrefcount(x), sys.getrefcount(y))
-    run(2000)
-    assert object_count() - before < 50
-    assert (sys.getrefcount(x), sys.getrefcount(y)) == refs
 
 
 x = nv.var(name="x")

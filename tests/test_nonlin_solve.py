@@ -13,8 +13,6 @@ import nuvrel as nv
 from conftest import HARD_KNAPSACK
 
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
-
 
 def test_rosenbrock():
     x, y = nv.var(lb=-5, ub=5, name="x"), nv.var(lb=-5, ub=5, name="y")

@@ -11,8 +11,6 @@ import traceback
 import nuvrel as nv
 
 
-pytestmark = pytest.mark.usefixtures("collect_cycles")
-
 
 x, y = nv.var(name="x"), nv.var(name="y")
 FIRST = "Invalid user function, must specify at least one argument (the user function itself)"

@@ -232,12 +232,3 @@ PyMethodDef problem_methods_nl_multistart[] = {
      "msclear()\n\nRemoves every queued multistart job (and the objects kept with them)."},
     {nullptr, nullptr, 0, nullptr},
 };
-
-// Entry for tests, reached through the extension's exported symbols (not a method): the
-// number of job objects problem keeps.
-extern "C" __attribute__((visibility("default"))) Py_ssize_t nvo_msjobs_count_py(
-    PyObject *problem) {
-  if (!problem_check(problem)) return -1;
-  PyObject *jobs = reinterpret_cast<problem_s *>(problem)->msjobs;
-  return jobs == nullptr ? 0 : PyList_GET_SIZE(jobs);
-}

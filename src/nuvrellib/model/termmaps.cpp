@@ -350,8 +350,6 @@ int rowcolmap_del(rowcolmap *map, uint64_t id) {
 
 // ===== boundmap ===========================================================================
 
-boundmap *boundmap_new() { return new_container<boundmap>(); }
-
 Py_ssize_t boundmap_size(const boundmap *map) { return size_of(map); }
 
 double boundmap_get(const boundmap *map, uint64_t id) {

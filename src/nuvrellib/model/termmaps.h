@@ -99,7 +99,6 @@ int rowcolmap_del(rowcolmap *map, uint64_t id);
 
 // --- boundmap -------------------------------------------------------------------------------
 
-boundmap *boundmap_new();
 Py_ssize_t boundmap_size(const boundmap *map);
 // The key must be present (callers check the record's entry flag); an absent key gives 0.0.
 double boundmap_get(const boundmap *map, uint64_t id);

@@ -49,18 +49,6 @@ void nvo_PyErr_MissingArgsRange(const char **kwlist, int first, int last) {
   raise_missing(kwlist + first, last - first);
 }
 
-void nvo_PyErr_MissingArgs(const char **kwlist, ...) {
-  constexpr int kMaxNames = 64;
-  const char *names[kMaxNames];
-  int count = 0;
-  va_list indices;
-  va_start(indices, kwlist);
-  for (int i = va_arg(indices, int); i >= 0 && count < kMaxNames; i = va_arg(indices, int))
-    names[count++] = kwlist[i];
-  va_end(indices);
-  raise_missing(names, count);
-}
-
 int nvo_require_args(const char **kwlist, PyObject *const *values, int nrequired) {
   constexpr int kMaxNames = 64;
   const char *names[kMaxNames];

@@ -13,10 +13,6 @@ int nvo_ParseTupleAndKeywords(PyObject *args, PyObject *kwargs, const char *form
 // Raises InterfaceError "Must provide argument(s) ..." naming kwlist[first..last-1].
 void nvo_PyErr_MissingArgsRange(const char **kwlist, int first, int last);
 
-// The same message for the kwlist entries whose indices follow, ended by -1:
-// nvo_PyErr_MissingArgs(kwlist, 0, 2, -1) names kwlist[0] and kwlist[2].
-void nvo_PyErr_MissingArgs(const char **kwlist, ...);
-
 // For required arguments parsed as optional ("|O..."), so that every missing one is named:
 // values[i] is the parsed object of kwlist[i] (null when not given). Raises the message above
 // for those of kwlist[0..nrequired-1] that are missing; 0 when none is, else -1.

@@ -9,7 +9,7 @@
 #include <map>
 
 // The side tables of the modelling layer. The record below holds them, so they are declared
-// here; the functions over them (boundmap_new, namemap_set, ...) are in model/termmaps.h.
+// here; the functions over them (boundmap_get, namemap_set, ...) are in model/termmaps.h.
 // identifier -> double (unusual bounds, thresholds)
 using boundmap = std::map<uint64_t, double>;
 // identifier -> Python name object (one strong reference held per entry)

@@ -28,6 +28,3 @@ struct poolcut_s {
   PyObject_HEAD
   void *cut;  // the library's cut handle
 };
-
-// The pointer held by a voidstar; null (with TypeError) for another object.
-void *voidstar_getobj(PyObject *self);

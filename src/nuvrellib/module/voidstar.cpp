@@ -14,14 +14,6 @@ PyObject *voidstar_create(void *ptr) {
   return self;
 }
 
-void *voidstar_getobj(PyObject *self) {
-  if (!PyObject_TypeCheck(self, &voidstar_type)) {
-    PyErr_SetString(PyExc_TypeError, "expected an opaque pointer object");
-    return nullptr;
-  }
-  return reinterpret_cast<voidstar_s *>(self)->ptr;
-}
-
 PyTypeObject voidstar_type = {
     .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
     .tp_name = "nuvrel.voidstar",

@@ -40,9 +40,6 @@ const int py_to_slp_fun[NL_OP_COUNT] = {
     5,  6,  1,  3,  4,  2,  16, 15, 14, 27, 28, 29, 30, 31,
     32, 34, 33, 17, 46, 49, 50, 18, 33, 34, 35, 0,  0,
 };
-
-// The type object under its exported name.
-extern PyTypeObject nuvrel_nonlinType __attribute__((alias("nonlin_type"), visibility("default")));
 }
 
 namespace {
@@ -142,50 +139,7 @@ PyObject *nonlin_checked_args(PyObject *arg, bool nary, int op) {
   return nonlin_checked(arg, nary, op);
 }
 
-PyObject *nonlin_instantiate_unary(int op, PyObject *arg) {
-  if (getExprType(arg) < 0) return nullptr;
-  return nonlin_checked(arg, false, op);
-}
-
 PyObject *nonlin_instantiate_nary(int op, PyObject *args) { return nonlin_checked(args, true, op); }
-
-PyObject *nonlin_instantiate_binary(int op, PyObject *a, PyObject *b) {
-  if (getExprType(a) < 0 || getExprType(b) < 0) return nullptr;
-  return binary_node(op, a, b);
-}
-
-// --- operands ---------------------------------------------------------------------------------
-
-int nonlin_arg_size(PyObject *node) {
-  if (!nonlin_check(node)) return -1;
-  PyObject *args = as_node(node)->args;
-  if (args == nullptr) return 0;
-  if (PyTuple_Check(args)) return static_cast<int>(PyTuple_GET_SIZE(args));
-  if (PyList_Check(args)) return static_cast<int>(PyList_GET_SIZE(args));
-  return 1;
-}
-
-PyObject *nonlin_arg_first(PyObject *node, Py_ssize_t *i) {
-  if (!nonlin_check(node))
-    return nvo_model_error(
-        "Accessing first argument list of an object that is not a nonlinear expression");
-  *i = 0;
-  PyObject *args = as_node(node)->args;
-  if (args == nullptr) return nullptr;
-  if (PyTuple_Check(args) || PyList_Check(args))
-    return PySequence_Fast_GET_SIZE(args) > 0 ? PySequence_Fast_GET_ITEM(args, 0) : nullptr;
-  return args;
-}
-
-PyObject *nonlin_arg_next(PyObject *node, Py_ssize_t *i) {
-  if (!nonlin_check(node))
-    return nvo_model_error(
-        "Accessing next argument list of an object that is not a nonlinear expression");
-  ++*i;
-  PyObject *args = as_node(node)->args;
-  if (args == nullptr || !(PyTuple_Check(args) || PyList_Check(args))) return nullptr;
-  return *i < PySequence_Fast_GET_SIZE(args) ? PySequence_Fast_GET_ITEM(args, *i) : nullptr;
-}
 
 // --- sums ---------------------------------------------------------------------------------------
 

@@ -49,17 +49,9 @@ inline int nonlin_op_of(PyObject *obj) { return reinterpret_cast<nonlin_s *>(obj
 // Construction. Each returns a new reference or NULL with an exception set.
 PyObject *nonlin_new(PyTypeObject *type);
 PyObject *nonlin_base();
-PyObject *nonlin_instantiate_unary(int op, PyObject *arg);
 PyObject *nonlin_instantiate_nary(int op, PyObject *args);
-PyObject *nonlin_instantiate_binary(int op, PyObject *a, PyObject *b);
 // The module functions' constructor: one operand (nary false), or a tuple of them.
 PyObject *nonlin_checked_args(PyObject *arg, bool nary, int op);
-
-// Operands: the number of them (-1 for a non-node), the first (i = 0) and the next one
-// after i (NULL past the end). Borrowed references.
-int nonlin_arg_size(PyObject *node);
-PyObject *nonlin_arg_first(PyObject *node, Py_ssize_t *i);
-PyObject *nonlin_arg_next(PyObject *node, Py_ssize_t *i);
 
 // left + factor * right, amending left when it is a sum node.
 PyObject *nonlin_incremental_alg_sum(PyObject *left, PyObject *right, double factor);

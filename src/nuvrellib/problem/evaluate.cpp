@@ -382,49 +382,6 @@ PyObject *scan_args_expressions(PyObject *args, const nvo_eval_context *ctx, int
   return result.release();
 }
 
-extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject *values) {
-  if (!PyTuple_Check(args)) {
-    PyErr_SetString(PyExc_TypeError, "args must be a tuple");
-    return nullptr;
-  }
-  const bool has_problem = problem != Py_None;
-  if (has_problem && !problem_check(problem)) {
-    PyErr_SetString(PyExc_TypeError, "problem must be a nuvrel.problem or None");
-    return nullptr;
-  }
-  if (has_problem && problem_ready_for(problem, "evaluate") == nullptr) return nullptr;
-  nvo_eval_context ctx;
-  ctx.problem = has_problem ? reinterpret_cast<problem_s *>(problem) : nullptr;
-  AllocBuffer<double> columns;
-  if (PyDict_Check(values)) {
-    ctx.var_values = values;
-  } else {
-    if (!has_problem) {
-      PyErr_SetString(PyExc_TypeError, "column values need a problem");
-      return nullptr;
-    }
-    Py_ssize_t n = 0;
-    if (nvo_eval_problem_columns(ctx.problem, &n) < 0) return nullptr;
-    PyRef seq(PySequence_Fast(values, "values must be a dict or a sequence"));
-    if (!seq) return nullptr;
-    if (PySequence_Fast_GET_SIZE(seq.get()) < n) {
-      PyErr_SetString(PyExc_ValueError, "fewer values than the problem has columns");
-      return nullptr;
-    }
-    if (columns.allocate(static_cast<size_t>(n)) != 0) return nullptr;
-    for (Py_ssize_t i = 0; i < n; ++i) {
-      columns[i] = PyFloat_AsDouble(PySequence_Fast_GET_ITEM(seq.get(), i));
-      if (columns[i] == -1.0 && PyErr_Occurred()) return nullptr;
-    }
-    ctx.values = columns.data();
-    ctx.n = n;
-  }
-  PyObject *result = scan_args_expressions(args, &ctx, has_problem);
-  if (result == nullptr && !PyErr_Occurred())
-    PyErr_SetString(PyExc_ValueError, "nothing to evaluate");
-  return result;
-}
-
 namespace {
 
 // Column values from a list or a one-dimensional array into *out.

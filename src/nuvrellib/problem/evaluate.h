@@ -38,13 +38,6 @@ PyObject *evaluate_structure(PyObject *obj, const nvo_eval_context *ctx, int has
 // set.
 int evaluate_object(PyObject *obj, const nvo_eval_context *ctx, int depth, double *value);
 
-// Entry for tests and diagnostics, reached through the extension's exported symbols (not a
-// module function): evaluates the tuple args with values either a dictionary variable -> value
-// (problem may be None) or, with problem a nuvrel.problem, a sequence of at least as many
-// column values as the problem has columns. New reference, or null with an exception set
-// (also when args is empty).
-extern "C" PyObject *nvo_evaluate_py(PyObject *args, PyObject *problem, PyObject *values);
-
 // The module function nuvrel.evaluate(*args, problem=None, solution=None).
 PyObject *nuvrelmod_evaluate(PyObject *self, PyObject *args, PyObject *kwargs);
 extern const char nuvrelmod_evaluate_doc[];
