@@ -25,7 +25,7 @@ PyObject *nvo_nl_fail(problem_s *p) {
   char msg[NVRL_MAXMESSAGELEN];
   std::memset(msg, 0, sizeof msg);
   int code = 0;
-  if (NSLPgetlasterror(p->slpprob, &code, msg) == 0 && msg[0] != '\0') {
+  if (NSLPgetlasterror(p->slpprob, &code, msg, sizeof msg, nullptr) == 0 && msg[0] != '\0') {
     PyErr_SetString(nvpy_solver_exc, msg);
     return nullptr;
   }
