@@ -1,9 +1,11 @@
-// What the nonlinear solver's method families share: the entry check, the error path, the
-// routing count and the guarded optimisation call.
+// What the nonlinear solver's method families share: the entry check, index and count
+// conversions, the error path, the routing count and the guarded optimisation call.
+#include <climits>
 #include <cstring>
 
 #include "module/env.h"
 #include "module/errors.h"
+#include "lowlevel/conv.h"
 #include "lowlevel/nl_methods.h"
 #include "problem/solve.h"
 #include "nvrl.h"
@@ -16,6 +18,20 @@ problem_s *nvo_nl_ready(PyObject *self, const char *method) {
     return nullptr;
   }
   return p;
+}
+
+int nvo_nl_index(problem_s *p, PyObject *obj, int kind, int *out) {
+  if (ObjInt2int(obj, p, out, kind) != 0) {
+    setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+    return -1;
+  }
+  return 0;
+}
+
+int nvo_nl_fits(int64_t n) {
+  if (n <= INT_MAX) return 0;
+  PyErr_SetString(nvpy_interf_exc, "Too many entries for one call");
+  return -1;
 }
 
 PyObject *nvo_nl_fail(problem_s *p) {
