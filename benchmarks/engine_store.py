@@ -46,7 +46,7 @@ def main():
 
     def check(rc, what):
         if rc != 0:
-            lib.NVRLgetlasterror(prob, msg)
+            lib.NVRLgetlasterror(prob, None, msg, len(msg), None)
             sys.exit(f"{what} failed: {msg.value.decode()}")
 
     if lib.NVRLinit(None) != 0:

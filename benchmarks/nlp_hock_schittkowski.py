@@ -74,7 +74,8 @@ class Engine:
         lib.NSLPnlpoptimize.argtypes = [vp, cp]
         lib.NSLPgetintattrib.argtypes = [vp, ctypes.c_int, ctypes.POINTER(ctypes.c_int)]
         lib.NSLPgetdblattrib.argtypes = [vp, ctypes.c_int, ctypes.POINTER(ctypes.c_double)]
-        lib.NSLPgetlasterror.argtypes = [vp, ctypes.POINTER(ctypes.c_int), cp]
+        lib.NSLPgetlasterror.argtypes = [vp, ctypes.POINTER(ctypes.c_int), cp, ctypes.c_int,
+                                         ctypes.POINTER(ctypes.c_int)]
         if lib.NVRLinit(None) != 0 or lib.NSLPinit(None) != 0:
             raise EngineUnavailable("NVRLinit or NSLPinit failed")
 
@@ -84,7 +85,7 @@ class Engine:
 
     def _error(self, slp):
         msg = ctypes.create_string_buffer(8192)
-        self.lib.NSLPgetlasterror(slp, None, msg)
+        self.lib.NSLPgetlasterror(slp, None, msg, len(msg), None)
         return msg.value.decode(errors="replace")
 
     def solve(self, path):

@@ -56,13 +56,15 @@ class Engine:
             getattr(self.lib, name).argtypes = [ctypes.c_void_p]
         self.lib.NVRLreadprob.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_char_p]
         self.lib.NVRLmipoptimize.argtypes = [ctypes.c_void_p, ctypes.c_char_p]
-        self.lib.NVRLgetlasterror.argtypes = [ctypes.c_void_p, ctypes.c_char_p]
+        self.lib.NVRLgetlasterror.argtypes = [ctypes.c_void_p, ctypes.POINTER(ctypes.c_int),
+                                              ctypes.c_char_p, ctypes.c_int,
+                                              ctypes.POINTER(ctypes.c_int)]
         if self.lib.NVRLinit(None) != 0:
             sys.exit("NVRLinit failed")
 
     def error(self, prob):
         buf = ctypes.create_string_buffer(512)
-        self.lib.NVRLgetlasterror(prob, buf)
+        self.lib.NVRLgetlasterror(prob, None, buf, len(buf), None)
         return buf.value.decode(errors="replace")
 
     def solve(self, filename):

@@ -4,7 +4,15 @@
  * Conventions
  * - Every function returns int: 0 on success, non-zero on failure. The failure's text is
  *   available from NVRLgetlasterror (problem calls), NSLPgetlasterror (nonlinear calls) or
- *   NVRL_ge_getlasterror (environment calls and invalid handles).
+ *   NVRL_ge_getlasterror (environment calls and invalid handles). The three share one
+ *   contract: (handle,) int *code, char *msg, int maxbytes, int *nbytes. The code goes into
+ *   *code (0 when there has been no failure), the message into msg cut to maxbytes bytes
+ *   including its terminator (nothing is written when maxbytes is 0), and the bytes the
+ *   whole message needs, terminator included, into *nbytes, so a caller whose buffer was
+ *   too small can call again with a larger one. code, msg and nbytes may each be null.
+ *   Reading does not clear the error. They return 1, recording the global last error and
+ *   writing nothing, when msg is given with a negative maxbytes or (for the problem ones)
+ *   the handle is null or not live.
  *   A failed call leaves the problem exactly as it was. Failures of problem calls are not
  *   logged; failures of environment calls are also sent to the global message handlers.
  * - Indices are 0-based. Ranges (first, last) are inclusive.
@@ -75,7 +83,7 @@ typedef struct nslp_problem_s *NSLPprob;
 #define NVRL_INFINITY 1.0e20
 #define NVRL_MAXBANNERLEN 512  /* bytes of the buffer NVRLgetbanner writes, terminator included */
 #define NVRL_MAXVERSIONLEN 32  /* bytes of the buffer NVRLgetversion writes, terminator included */
-#define NVRL_MAXMESSAGELEN 512 /* bytes of the last-error buffers, terminator included */
+#define NVRL_MAXMESSAGELEN 512 /* a last-error buffer that holds most messages whole */
 #define NVRL_MAXNAMELEN 1024   /* longest row, column, set or problem name */
 
 /* Return code of NSLPinit when the nonlinear solver is not available. */
@@ -389,12 +397,10 @@ NVRL_API int NVRL_ge_setarchconsistency(int consistent);
  * consistent is null. */
 NVRL_API int NVRL_ge_getarchconsistency(int *consistent);
 /* The last error of the global environment (failed environment calls and failed handle
- * checks of any call): its code into *code (0 when there has been none), its message into
- * msg, cut to maxbytes bytes including the terminator (nothing is written when maxbytes is
- * 0), and the bytes the whole message needs, terminator included, into *nbytes. code, msg
- * and nbytes may each be null. Reading does not clear the error. Works without NVRLinit.
- * Fails only when msg is given with a negative maxbytes (and then writes nothing, but the
- * failure becomes the new last error). */
+ * checks of any call): code, msg (maxbytes bytes at most, terminator included, cut when
+ * longer) and nbytes (the bytes the whole message needs) as the conventions above say; each
+ * may be null. Works without NVRLinit. Fails (1) only when msg is given with a negative
+ * maxbytes, and then writes nothing, but that failure becomes the new last error. */
 NVRL_API int NVRL_ge_getlasterror(int *code, char *msg, int maxbytes, int *nbytes);
 /* Adds a global message handler, which receives every log line of every object, called
  * without the library's lock held (it may call the library, and remove itself). Handlers run
@@ -445,12 +451,14 @@ NVRL_API int NVRLsetprobname(NVRLprob prob, const char *name);
  * NVRL_ATTR_PROBLEM_NAME_LENGTH gives (terminator included; never more than
  * NVRL_MAXNAMELEN + 1). Fails when name is null. */
 NVRL_API int NVRLgetprobname(NVRLprob prob, char *name);
-/* Writes the message of the problem's most recent failure into msg, which must hold
- * NVRL_MAXMESSAGELEN bytes (a longer message is cut); an empty string when there has been
- * none. Successful calls leave the message in place, except NVRLlpoptimize and
- * NVRLmipoptimize, which clear it when they start. Works after NVRLfree. Fails when prob is
- * not a live problem or msg is null (both recorded as the global last error only). */
-NVRL_API int NVRLgetlasterror(NVRLprob prob, char *msg);
+/* The problem's most recent failure: its code into *code (0 when there has been none), its
+ * message into msg (maxbytes bytes at most, terminator included, cut when longer; an empty
+ * string when there has been none) and the bytes the whole message needs into *nbytes; each
+ * may be null. Successful calls leave the message in place, except NVRLlpoptimize and
+ * NVRLmipoptimize, which clear it when they start. Works after NVRLfree and from any thread.
+ * Fails (1), writing nothing and recording the global last error only, when prob is null or
+ * not a live problem or msg is given with a negative maxbytes. */
+NVRL_API int NVRLgetlasterror(NVRLprob prob, int *code, char *msg, int maxbytes, int *nbytes);
 
 /* Adds a message callback, called with every log line of this problem (before the global
  * handlers). Callbacks run in decreasing priority, equal priorities in the order they were
@@ -1473,11 +1481,12 @@ NVRL_API int NSLPcopycontrols(NSLPprob dest, NSLPprob src);
 /* Sets (replaces) the problem's one message callback; a null cb removes it. data stays the
  * caller's. */
 NVRL_API int NSLPsetcbmessage(NSLPprob slp, NSLPmsgcb cb, void *data);
-/* The nonlinear problem's last failure: its code into *code (0 when there has been none)
- * and its message into msg, which must hold NVRL_MAXMESSAGELEN bytes (a longer message is
- * cut); code and msg may each be null. Works after NSLPfree. Fails when slp is null or not a
- * live nonlinear problem (recorded as the global last error). */
-NVRL_API int NSLPgetlasterror(NSLPprob slp, int *code, char *msg);
+/* The nonlinear problem's last failure: its code into *code (0 when there has been none),
+ * its message into msg (maxbytes bytes at most, terminator included, cut when longer) and
+ * the bytes the whole message needs into *nbytes; each may be null. Works after NSLPfree
+ * and from any thread. Fails (1), writing nothing and recording the global last error only,
+ * when slp is null or not a live nonlinear problem or msg is given with a negative maxbytes. */
+NVRL_API int NSLPgetlasterror(NSLPprob slp, int *code, char *msg, int maxbytes, int *nbytes);
 /* The typed get/set calls below take the NSLP_CTRL_... and NSLP_ATTR_... ids, from both the
  * nonlinear solver's list and its interior-point list, and fail, changing nothing, on an
  * unknown id, an optimiser id, a control passed as an attribute or the other way round, an id

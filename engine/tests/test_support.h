@@ -23,14 +23,14 @@
 namespace nvtest {
 
 inline std::string lastError(NVRLprob prob) {
-  char msg[NVRL_MAXMESSAGELEN + 1] = {};
-  NVRLgetlasterror(prob, msg);
+  char msg[NVRL_MAXMESSAGELEN] = {};
+  NVRLgetlasterror(prob, nullptr, msg, sizeof msg, nullptr);
   return msg;
 }
 
 inline std::string slpError(NSLPprob slp) {
   char msg[NVRL_MAXMESSAGELEN] = {};
-  NSLPgetlasterror(slp, nullptr, msg);
+  NSLPgetlasterror(slp, nullptr, msg, sizeof msg, nullptr);
   return msg;
 }
 

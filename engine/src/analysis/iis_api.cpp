@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "analysis/iis_store.h"
+#include "analysis/iis_search.h"
 #include "core/entry.h"
 #include "core/problem.h"
 #include "io/lp_writer.h"

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "analysis/iis_store.h"
+#include "analysis/iis_search.h"
 #include "core/entry.h"
 #include "core/ids.h"
 #include "interfaces/highs_c_api.h"

@@ -7,10 +7,12 @@
 #include "core/entry.h"
 #include "core/problem.h"
 #include "solve/collect_answers.h"
+#include "solve/lowered_model.h"
 
 using nvrl::checkProblem;
 using nvrl::kInf;
 using nvrl::Model;
+using nvrl::userRowBounds;
 
 namespace {
 
@@ -24,19 +26,6 @@ std::vector<double> activities(const Model &m, const double x[]) {
       act[row] += key.first == key.second ? v * x[key.first] * x[key.first]
                                           : 2.0 * v * x[key.first] * x[key.second];
   return act;
-}
-
-// Bounds of a row's activity, infinite ends as -kInf and kInf.
-void rowBounds(const Model &m, int i, double &lo, double &up) {
-  lo = -kInf;
-  up = kInf;
-  switch (m.rowtype[i]) {
-    case 'L': up = m.rhs[i]; break;
-    case 'G': lo = m.rhs[i]; break;
-    case 'E': lo = up = m.rhs[i]; break;
-    case 'R': lo = m.rhs[i] - m.range[i]; up = m.rhs[i]; break;
-    default: break;
-  }
 }
 
 bool quadratic(const Model &m) { return !m.qobj.empty() || !m.qrows.empty(); }
@@ -159,7 +148,8 @@ NVRL_API int NVRLcalcsolinfo(NVRLprob prob, const double solution[], const doubl
     const std::vector<double> act = activities(m, solution);
     for (int i = 0; i < m.rows(); ++i) {
       double lo, up;
-      rowBounds(m, i, lo, up);
+      // Infinite sides come back as IEEE infinities, which the kInf tests below also skip.
+      userRowBounds(m, i, lo, up);
       if (lo > -kInf && act[i] < lo) note(lo - act[i], lo);
       if (up < kInf && act[i] > up) note(act[i] - up, up);
     }
@@ -172,7 +162,7 @@ NVRL_API int NVRLcalcsolinfo(NVRLprob prob, const double solution[], const doubl
     const std::vector<double> act = activities(m, solution);
     for (int i = 0; i < m.rows(); ++i) {
       double lo, up;
-      rowBounds(m, i, lo, up);
+      userRowBounds(m, i, lo, up);
       note(dualViolation(-duals[i], -act[i], up < kInf ? -up : -kInf, lo > -kInf ? -lo : kInf,
                          m.objsense, tol),
            0.0);

@@ -1,6 +1,7 @@
 // The optimiser's controls: typed get/set, defaults, copies, dumps and the published list.
 #include <climits>
 #include <cstring>
+#include <type_traits>
 
 #include "core/control_values.h"
 #include "core/entry.h"
@@ -47,12 +48,18 @@ nvrl_problem_s *prepare(NVRLprob prob, const char *fn, int id, Access access, co
   return p;
 }
 
-int setInt(NVRLprob prob, const char *fn, int id, int64_t value) {
+// The typed setters: the id checked against the type, then set(controls, info, value, ...).
+// A string is null-checked itself, a number through its address (never null).
+template <class T>
+int setTyped(NVRLprob prob, const char *fn, int id, Access access, T value,
+             bool (*set)(ControlValues &, const ParamInfo &, T, const char *, std::string &)) {
   const ParamInfo *info;
-  nvrl_problem_s *p = prepare(prob, fn, id, Access::Integral, &value, &info);
+  const void *given = &value;
+  if constexpr (std::is_pointer_v<T>) given = value;
+  nvrl_problem_s *p = prepare(prob, fn, id, access, given, &info);
   if (!p) return 1;
   std::string err;
-  if (!setIntValue(p->controls, *info, value, fn, err)) return p->fail("%s", err.c_str());
+  if (!set(p->controls, *info, value, fn, err)) return p->fail("%s", err.c_str());
   return 0;
 }
 
@@ -82,11 +89,11 @@ NVRL_API int NVRLgetintcontrol64(NVRLprob prob, int control, NVRLint64 *value) N
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLsetintcontrol(NVRLprob prob, int control, int value) NVRL_TRY {
-  return setInt(prob, "NVRLsetintcontrol", control, value);
+  return setTyped<int64_t>(prob, __func__, control, Access::Integral, value, setIntValue);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLsetintcontrol64(NVRLprob prob, int control, NVRLint64 value) NVRL_TRY {
-  return setInt(prob, "NVRLsetintcontrol64", control, value);
+  return setTyped<int64_t>(prob, __func__, control, Access::Integral, value, setIntValue);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetdblcontrol(NVRLprob prob, int control, double *value) NVRL_TRY {
@@ -98,13 +105,7 @@ NVRL_API int NVRLgetdblcontrol(NVRLprob prob, int control, double *value) NVRL_T
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLsetdblcontrol(NVRLprob prob, int control, double value) NVRL_TRY {
-  const ParamInfo *info;
-  nvrl_problem_s *p = prepare(prob, "NVRLsetdblcontrol", control, Access::Double, &value, &info);
-  if (!p) return 1;
-  std::string err;
-  if (!setDblValue(p->controls, *info, value, "NVRLsetdblcontrol", err))
-    return p->fail("%s", err.c_str());
-  return 0;
+  return setTyped<double>(prob, __func__, control, Access::Double, value, setDblValue);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetstrcontrol(NVRLprob prob, int control, char *value) NVRL_TRY {
@@ -116,13 +117,7 @@ NVRL_API int NVRLgetstrcontrol(NVRLprob prob, int control, char *value) NVRL_TRY
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLsetstrcontrol(NVRLprob prob, int control, const char *value) NVRL_TRY {
-  const ParamInfo *info;
-  nvrl_problem_s *p = prepare(prob, "NVRLsetstrcontrol", control, Access::String, value, &info);
-  if (!p) return 1;
-  std::string err;
-  if (!setStrValue(p->controls, *info, value, "NVRLsetstrcontrol", err))
-    return p->fail("%s", err.c_str());
-  return 0;
+  return setTyped<const char *>(prob, __func__, control, Access::String, value, setStrValue);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetcalist_c(NVRLprob prob, const NVRLcaentry **list) NVRL_TRY {

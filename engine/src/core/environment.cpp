@@ -40,6 +40,19 @@ bool isLiveObject(const nvrl_object_s *obj) {
   return env().live.count(obj) != 0;
 }
 
+bool liveHandle(const nvrl_object_s *obj, ObjectKind kind) {
+  const char *what = kind == ObjectKind::SlpProblem ? "nonlinear problem" : "problem";
+  if (!obj) {
+    failGlobal(1, "Null %s handle", what);
+    return false;
+  }
+  if (!isLiveObject(obj) || obj->magic != kObjectMagic || obj->kind != kind) {
+    failGlobal(1, "Invalid or destroyed %s handle", what);
+    return false;
+  }
+  return true;
+}
+
 bool isLiveAndStarted(const nvrl_object_s *obj) {
   std::lock_guard<std::mutex> lock(env().mu);
   return env().live.count(obj) != 0 && env().startcount > 0;
@@ -152,12 +165,7 @@ NVRL_API int NVRL_ge_getlasterror(int *code, char *msg, int maxbytes, int *nbyte
     text = env().lasterror;
     c = env().lasterror_code;
   }
-  if (msg && maxbytes < 0)
-    return failGlobal(1, "NVRL_ge_getlasterror: negative buffer size %d", maxbytes);
-  if (code) *code = c;
-  if (nbytes) *nbytes = static_cast<int>(text.size()) + 1;
-  if (msg && maxbytes > 0) copyText(msg, static_cast<size_t>(maxbytes), text.c_str());
-  return 0;
+  return nvrl::writeLastError(__func__, c, text, code, msg, maxbytes, nbytes);
 } NVRL_CATCH(nullptr)
 
 NVRL_API int NVRLgetobjecttypename(NVRLobject obj, const char **name) NVRL_TRY {

@@ -45,6 +45,9 @@ bool isLiveObject(const nvrl_object_s *obj);
 inline bool isLiveProblem(const nvrl_problem_s *p) {
   return p && isLiveObject(p) && p->kind == ObjectKind::Problem;
 }
+// A live handle of the given kind (problem or nonlinear problem); otherwise records "Null
+// <kind> handle" or "Invalid or destroyed <kind> handle" as the global last error.
+bool liveHandle(const nvrl_object_s *obj, ObjectKind kind);
 // Both checks under one lock, for the per-call handle validation.
 bool isLiveAndStarted(const nvrl_object_s *obj);
 

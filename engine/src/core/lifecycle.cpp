@@ -73,13 +73,17 @@ NVRL_API int NVRLgetprobname(NVRLprob prob, char *name) NVRL_TRY {
   return 0;
 } NVRL_CATCH(prob)
 
-NVRL_API int NVRLgetlasterror(NVRLprob prob, char *msg) NVRL_TRY {
-  nvrl_problem_s *p = checkProblemHandle(prob, __func__);
-  if (!p) return 1;
-  if (!msg) return failGlobal(1, "NVRLgetlasterror: null output buffer");
-  std::lock_guard<std::mutex> lock(p->errmu);
-  nvrl::copyText(msg, NVRL_MAXMESSAGELEN, p->lasterror.c_str());
-  return 0;
+NVRL_API int NVRLgetlasterror(NVRLprob prob, int *code, char *msg, int maxbytes,
+                             int *nbytes) NVRL_TRY {
+  if (!nvrl::liveHandle(prob, nvrl::ObjectKind::Problem)) return 1;
+  std::string text;
+  int c;
+  {
+    std::lock_guard<std::mutex> lock(prob->errmu);
+    text = prob->lasterror;
+    c = prob->lasterror_code;
+  }
+  return nvrl::writeLastError(__func__, c, text, code, msg, maxbytes, nbytes);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLaddcbmessage(NVRLprob prob, NVRLmsgcb cb, void *data, int priority) NVRL_TRY {

@@ -156,14 +156,7 @@ SolveMarker::~SolveMarker() {
 }
 
 nvrl_problem_s *checkProblemHandle(NVRLprob prob, const char *fn) {
-  if (!prob) {
-    failGlobal(1, "Null problem handle");
-    return nullptr;
-  }
-  if (!isLiveObject(prob) || prob->magic != kObjectMagic || prob->kind != ObjectKind::Problem) {
-    failGlobal(1, "Invalid or destroyed problem handle");
-    return nullptr;
-  }
+  if (!liveHandle(prob, ObjectKind::Problem)) return nullptr;
   return refusedWhileSolving(prob, fn) ? nullptr : prob;
 }
 

@@ -209,7 +209,7 @@ struct HighsSessionDeleter {
   void operator()(HighsSession *s) const noexcept;
 };
 
-struct IisStore;  // analysis/iis_store.h: the infeasible sets found and their search state
+struct IisStore;  // analysis/iis_search.h: the infeasible sets found and their search state
 struct IisStoreDeleter {
   void operator()(IisStore *s) const noexcept;
 };

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/problem.h"
+
 namespace nvrl {
 
 std::string vformat(const char *fmt, va_list ap) {
@@ -33,6 +35,15 @@ void copyText(char *dst, size_t capacity, const char *src) {
   if (n >= capacity) n = capacity - 1;
   std::memcpy(dst, src, n);
   dst[n] = '\0';
+}
+
+int writeLastError(const char *fn, int code, const std::string &text, int *code_out, char *msg,
+                   int maxbytes, int *nbytes) {
+  if (msg && maxbytes < 0) return failGlobal(1, "%s: negative buffer size %d", fn, maxbytes);
+  if (code_out) *code_out = code;
+  if (nbytes) *nbytes = static_cast<int>(text.size()) + 1;
+  if (msg) copyText(msg, static_cast<size_t>(maxbytes), text.c_str());
+  return 0;
 }
 
 }  // namespace nvrl

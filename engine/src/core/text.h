@@ -14,4 +14,11 @@ std::string format(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 // Copies src into dst (capacity bytes, terminator included), truncating when needed.
 void copyText(char *dst, size_t capacity, const char *src);
 
+// What every getlasterror call hands back: code into *code_out, text into msg cut to maxbytes
+// bytes with its terminator (nothing written when maxbytes is 0), and the bytes the whole
+// text needs, terminator included, into *nbytes; each output may be null. A msg with a
+// negative maxbytes writes nothing and fails as fn (the global last error): returns 1.
+int writeLastError(const char *fn, int code, const std::string &text, int *code_out, char *msg,
+                   int maxbytes, int *nbytes);
+
 }  // namespace nvrl

@@ -6,7 +6,7 @@
 
 #include "core/text.h"
 #include "io/numbers.h"
-#include "nslp/formula_internal.h"
+#include "nslp/formula_tokens.h"
 #include "nslp/user_functions.h"
 
 namespace nvrl {

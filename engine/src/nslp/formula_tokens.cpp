@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "core/text.h"
-#include "nslp/formula_internal.h"
+#include "nslp/formula_tokens.h"
 #include "nslp/user_functions.h"
 
 namespace nvrl {

@@ -1,6 +1,7 @@
 // The nonlinear solver's controls and attributes: typed get/set, lists, lookup by name and
 // defaults. Attributes are read from the object and the optimiser problem beneath it.
 #include <climits>
+#include <type_traits>
 
 #include "core/control_values.h"
 #include "core/entry.h"
@@ -66,6 +67,21 @@ bool dblAttribute(const nslp_problem_s *s, int attrib, double &v) {
   return false;
 }
 
+// The typed setters: the id checked against the type, then set(controls, info, value, ...).
+// A string is null-checked itself, a number through its address (never null).
+template <class T>
+int setTyped(NSLPprob slp, const char *fn, int id, Access access, T value,
+             bool (*set)(ControlValues &, const ParamInfo &, T, const char *, std::string &)) {
+  const ParamInfo *info;
+  const void *given = &value;
+  if constexpr (std::is_pointer_v<T>) given = value;
+  nslp_problem_s *s = prepare(slp, fn, id, access, true, given, &info);
+  if (!s) return 1;
+  std::string err;
+  if (!set(s->controls, *info, value, fn, err)) return s->fail("%s", err.c_str());
+  return 0;
+}
+
 int missing(nslp_problem_s *s, const char *fn, int attrib) {
   return s->fail("%s: attribute %d is registered but not computed by this build", fn, attrib);
 }
@@ -122,14 +138,7 @@ NVRL_API int NSLPgetintcontrol(NSLPprob slp, int control, int *value) NVRL_TRY {
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPsetintcontrol(NSLPprob slp, int control, int value) NVRL_TRY {
-  const ParamInfo *info;
-  nslp_problem_s *s =
-      prepare(slp, "NSLPsetintcontrol", control, Access::Integral, true, &value, &info);
-  if (!s) return 1;
-  std::string err;
-  if (!setIntValue(s->controls, *info, value, "NSLPsetintcontrol", err))
-    return s->fail("%s", err.c_str());
-  return 0;
+  return setTyped<int64_t>(slp, __func__, control, Access::Integral, value, setIntValue);
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPgetdblcontrol(NSLPprob slp, int control, double *value) NVRL_TRY {
@@ -142,14 +151,7 @@ NVRL_API int NSLPgetdblcontrol(NSLPprob slp, int control, double *value) NVRL_TR
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPsetdblcontrol(NSLPprob slp, int control, double value) NVRL_TRY {
-  const ParamInfo *info;
-  nslp_problem_s *s =
-      prepare(slp, "NSLPsetdblcontrol", control, Access::Double, true, &value, &info);
-  if (!s) return 1;
-  std::string err;
-  if (!setDblValue(s->controls, *info, value, "NSLPsetdblcontrol", err))
-    return s->fail("%s", err.c_str());
-  return 0;
+  return setTyped<double>(slp, __func__, control, Access::Double, value, setDblValue);
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPgetstrcontrol(NSLPprob slp, int control, char *value) NVRL_TRY {
@@ -162,14 +164,7 @@ NVRL_API int NSLPgetstrcontrol(NSLPprob slp, int control, char *value) NVRL_TRY 
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPsetstrcontrol(NSLPprob slp, int control, const char *value) NVRL_TRY {
-  const ParamInfo *info;
-  nslp_problem_s *s =
-      prepare(slp, "NSLPsetstrcontrol", control, Access::String, true, value, &info);
-  if (!s) return 1;
-  std::string err;
-  if (!setStrValue(s->controls, *info, value, "NSLPsetstrcontrol", err))
-    return s->fail("%s", err.c_str());
-  return 0;
+  return setTyped<const char *>(slp, __func__, control, Access::String, value, setStrValue);
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPgetcalist(NSLPprob slp, const NVRLcaentry **list) NVRL_TRY {

@@ -21,14 +21,7 @@ int SlpData::nonlinearRows() const {
 }
 
 nslp_problem_s *checkSlpProblem(NSLPprob slp, const char *fn) {
-  if (!slp) {
-    failGlobal(1, "Null nonlinear problem handle");
-    return nullptr;
-  }
-  if (!isLiveObject(slp) || slp->magic != kObjectMagic || slp->kind != ObjectKind::SlpProblem) {
-    failGlobal(1, "Invalid or destroyed nonlinear problem handle");
-    return nullptr;
-  }
+  if (!liveHandle(slp, ObjectKind::SlpProblem)) return nullptr;
   if (!slpStarted()) {
     const char *msg =
         "The nonlinear solver is not started (NSLPinit has not been called or was released)";
@@ -273,14 +266,17 @@ NVRL_API int NSLPsetcbmessage(NSLPprob slp, NSLPmsgcb cb, void *data) NVRL_TRY {
   return 0;
 } NVRL_CATCH(slp)
 
-NVRL_API int NSLPgetlasterror(NSLPprob slp, int *code, char *msg) NVRL_TRY {
-  if (!slp) return failGlobal(1, "Null nonlinear problem handle");
-  if (!nvrl::isLiveObject(slp) || slp->kind != nvrl::ObjectKind::SlpProblem)
-    return failGlobal(1, "Invalid or destroyed nonlinear problem handle");
-  std::lock_guard<std::mutex> lock(slp->errmu);
-  if (code) *code = slp->lasterror_code;
-  if (msg) nvrl::copyText(msg, NVRL_MAXMESSAGELEN, slp->lasterror.c_str());
-  return 0;
+NVRL_API int NSLPgetlasterror(NSLPprob slp, int *code, char *msg, int maxbytes,
+                             int *nbytes) NVRL_TRY {
+  if (!nvrl::liveHandle(slp, nvrl::ObjectKind::SlpProblem)) return 1;
+  std::string text;
+  int c;
+  {
+    std::lock_guard<std::mutex> lock(slp->errmu);
+    text = slp->lasterror;
+    c = slp->lasterror_code;
+  }
+  return nvrl::writeLastError(__func__, c, text, code, msg, maxbytes, nbytes);
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPinterrupt(NSLPprob slp, int reason) NVRL_TRY {

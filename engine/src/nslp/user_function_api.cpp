@@ -6,7 +6,7 @@
 
 #include "core/entry.h"
 #include "core/text.h"
-#include "nslp/formula_internal.h"
+#include "nslp/formula_tokens.h"
 #include "nslp/slp_problem.h"
 #include "nslp/user_functions.h"
 

@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "solve/lowered_model.h"
-#include "solve/reformulation.h"
+#include "solve/reformulate.h"
 
 namespace nvrl {
 

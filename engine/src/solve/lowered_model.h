@@ -69,4 +69,10 @@ bool hasGlobalEntities(const Model &m);
 // True when the quadratic objective has a non-zero entry.
 bool hasQuadraticObjective(const Model &m);
 
+// Bounds lo <= activity <= up of a user row (infinite sides are +/-inf).
+void userRowBounds(const Model &m, int row, double &lo, double &up);
+
+// Activity range of a user row over the lowered column bounds (+/-inf when unbounded).
+void rowActivityRange(const Model &m, const LoweredModel &L, int row, double &lo, double &up);
+
 }  // namespace nvrl

@@ -1,7 +1,7 @@
 // Semi-continuous, semi-integer and partially integer columns as binaries and bounds.
 #include <cmath>
 
-#include "solve/reformulation.h"
+#include "solve/reformulate.h"
 
 namespace nvrl {
 

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "solve/reformulation.h"
+#include "solve/reformulate.h"
 
 namespace nvrl {
 

@@ -3,7 +3,7 @@
 // M = (largest activity) - up, and likewise for the lower side.
 #include <cmath>
 
-#include "solve/reformulation.h"
+#include "solve/reformulate.h"
 
 namespace nvrl {
 

@@ -5,7 +5,7 @@
 // last breakpoints.
 #include <cmath>
 
-#include "solve/reformulation.h"
+#include "solve/reformulate.h"
 
 namespace nvrl {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numeric>
 
-#include "solve/reformulation.h"
+#include "solve/reformulate.h"
 
 namespace nvrl {
 

@@ -12,14 +12,6 @@
 
 namespace {
 
-int convert_index(problem_s *p, PyObject *obj, int kind, int *out) {
-  if (ObjInt2int(obj, p, out, kind) != 0) {
-    setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-    return -1;
-  }
-  return 0;
-}
-
 // A value given or None: the library takes a null pointer for "leave it as it is".
 template <typename T>
 int optional_value(PyObject *obj, T *out, bool *given) {
@@ -49,18 +41,12 @@ PyObject *index_array(PyObject *self, PyObject *args, PyObject *kwargs, const ch
                       int kind, int (*call)(NSLPprob, int, const int *)) {
   const char *kw[] = {kwname, nullptr};
   PyObject *obj = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, nullptr, &obj) ||
-      nvo_require_args(kw, &obj, 1) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> ind;
   if (ind.convert(p, &n, obj, kind) != 0) return setNvrlErrIfNull(self, nullptr);
-  if (n > INT_MAX) {
-    PyErr_SetString(nvpy_interf_exc, "Too many entries for one call");
-    return nullptr;
-  }
+  if (nvo_nl_fits(n) != 0) return nullptr;
   if (call(p->slpprob, n < 0 ? 0 : static_cast<int>(n), ind.get()) != 0) return nvo_nl_fail(p);
   Py_RETURN_NONE;
 }
@@ -75,19 +61,13 @@ PyObject *NSLP_PY_deltolsets(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NSLP_PY_delcoefs(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"rowind", "colind", nullptr};
   PyObject *v[2] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw, nullptr, &v[0], &v[1]) ||
-      nvo_require_args(kw, v, 2) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OO", kw, v, 2, &v[0], &v[1]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> row, col;
   if (row.convert(p, &n, v[0], CONV_ROW) != 0 || col.convert(p, &n, v[1], CONV_COL) != 0)
     return setNvrlErrIfNull(self, nullptr);
-  if (n > INT_MAX) {
-    PyErr_SetString(nvpy_interf_exc, "Too many entries for one call");
-    return nullptr;
-  }
+  if (nvo_nl_fits(n) != 0) return nullptr;
   if (NSLPdelcoefs(p->slpprob, n < 0 ? 0 : static_cast<int>(n), row.get(), col.get()) != 0)
     return nvo_nl_fail(p);
   if (nvo_nl_recount(p) != 0) return nullptr;
@@ -120,15 +100,12 @@ PyObject *index_value(PyObject *self, PyObject *args, PyObject *kwargs, const ch
                       const char *k2, int kind, int (*call)(NSLPprob, int, const T *)) {
   const char *kw[] = {k1, k2, nullptr};
   PyObject *v[2] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw, nullptr, &v[0], &v[1]) ||
-      nvo_require_args(kw, v, 2) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OO", kw, v, 2, &v[0], &v[1]);
   if (p == nullptr) return nullptr;
   int index = 0;
   T value{};
   bool given = false;
-  if (convert_index(p, v[0], kind, &index) != 0 || optional_value(v[1], &value, &given) != 0)
+  if (nvo_nl_index(p, v[0], kind, &index) != 0 || optional_value(v[1], &value, &given) != 0)
     return nullptr;
   if (call(p->slpprob, index, given ? &value : nullptr) != 0) return nvo_nl_fail(p);
   Py_RETURN_NONE;
@@ -150,7 +127,7 @@ PyObject *NSLP_PY_chgcascadenlimit(PyObject *self, PyObject *args, PyObject *kwa
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
   int col = 0;
-  if (convert_index(p, col_obj, CONV_COL, &col) != 0) return nullptr;
+  if (nvo_nl_index(p, col_obj, CONV_COL, &col) != 0) return nullptr;
   if (NSLPchgcascadenlimit(p->slpprob, col, limit) != 0) return nvo_nl_fail(p);
   Py_RETURN_NONE;
 }
@@ -158,10 +135,7 @@ PyObject *NSLP_PY_chgcascadenlimit(PyObject *self, PyObject *args, PyObject *kwa
 PyObject *NSLP_PY_chgdeltatype(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"varind", "deltatypes", "values", nullptr};
   PyObject *v[3] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOO", kw, nullptr, &v[0], &v[1], &v[2]) ||
-      nvo_require_args(kw, v, 2) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OOO", kw, v, 2, &v[0], &v[1], &v[2]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> col, types;
@@ -169,10 +143,7 @@ PyObject *NSLP_PY_chgdeltatype(PyObject *self, PyObject *args, PyObject *kwargs)
   if (col.convert(p, &n, v[0], CONV_COL) != 0 || types.convert(p, &n, v[1], CONV_INT) != 0 ||
       values.convert(p, &n, v[2], CONV_DOUBLE) != 0)
     return setNvrlErrIfNull(self, nullptr);
-  if (n > INT_MAX) {
-    PyErr_SetString(nvpy_interf_exc, "Too many entries for one call");
-    return nullptr;
-  }
+  if (nvo_nl_fits(n) != 0) return nullptr;
   if (NSLPchgdeltatype(p->slpprob, n < 0 ? 0 : static_cast<int>(n), col.get(), types.get(),
                        values.get()) != 0)
     return nvo_nl_fail(p);
@@ -182,15 +153,12 @@ PyObject *NSLP_PY_chgdeltatype(PyObject *self, PyObject *args, PyObject *kwargs)
 PyObject *NSLP_PY_chgdf(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"col", "row", "value", nullptr};
   PyObject *v[3] = {nullptr, nullptr, Py_None};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOO", kw, nullptr, &v[0], &v[1], &v[2]) ||
-      nvo_require_args(kw, v, 2) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OOO", kw, v, 2, &v[0], &v[1], &v[2]);
   if (p == nullptr) return nullptr;
   int col = 0, row = 0;
   double value = 0.0;
   bool given = false;
-  if (convert_index(p, v[0], CONV_COL, &col) != 0 || convert_index(p, v[1], CONV_ROW, &row) != 0 ||
+  if (nvo_nl_index(p, v[0], CONV_COL, &col) != 0 || nvo_nl_index(p, v[1], CONV_ROW, &row) != 0 ||
       optional_value(v[2], &value, &given) != 0)
     return nullptr;
   if (NSLPchgdf(p->slpprob, col, row, given ? &value : nullptr) != 0) return nvo_nl_fail(p);
@@ -200,16 +168,12 @@ PyObject *NSLP_PY_chgdf(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NSLP_PY_chgccoef(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", "col", "factor", "formula", nullptr};
   PyObject *v[4] = {nullptr, nullptr, Py_None, Py_None};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO", kw, nullptr, &v[0], &v[1], &v[2],
-                                 &v[3]) ||
-      nvo_require_args(kw, v, 2) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OOOO", kw, v, 2, &v[0], &v[1], &v[2], &v[3]);
   if (p == nullptr) return nullptr;
   int row = 0, col = 0;
   double factor = 1.0;
   bool has_factor = false;
-  if (convert_index(p, v[0], CONV_ROW, &row) != 0 || convert_index(p, v[1], CONV_COL, &col) != 0 ||
+  if (nvo_nl_index(p, v[0], CONV_ROW, &row) != 0 || nvo_nl_index(p, v[1], CONV_COL, &col) != 0 ||
       optional_value(v[2], &factor, &has_factor) != 0)
     return nullptr;
   const char *formula = nullptr;
@@ -234,16 +198,12 @@ PyObject *NSLP_PY_chgnlcoef(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", "col", "factor", "parsed", "type", "value", nullptr};
   PyObject *v[6] = {nullptr, nullptr, Py_None, Py_None, Py_None, Py_None};
   int parsed = 1;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOiOO", kw, nullptr, &v[0], &v[1], &v[2],
-                                 &parsed, &v[4], &v[5]) ||
-      nvo_require_args(kw, v, 2) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OOOiOO", kw, v, 2, &v[0], &v[1], &v[2], &parsed, &v[4], &v[5]);
   if (p == nullptr) return nullptr;
   int row = 0, col = 0;
   double factor = 1.0;
   bool has_factor = false;
-  if (convert_index(p, v[0], CONV_ROW, &row) != 0 || convert_index(p, v[1], CONV_COL, &col) != 0 ||
+  if (nvo_nl_index(p, v[0], CONV_ROW, &row) != 0 || nvo_nl_index(p, v[1], CONV_COL, &col) != 0 ||
       optional_value(v[2], &factor, &has_factor) != 0)
     return nullptr;
   int64_t n = -1;
@@ -275,22 +235,18 @@ PyObject *NSLP_PY_chgvar(PyObject *self, PyObject *args, PyObject *kwargs) {
                              "tolset",   "history", "converged",     "vartype",
                              nullptr};
   PyObject *v[12] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOOOOOOOO", kw, nullptr, &v[0], &v[1],
-                                 &v[2], &v[3], &v[4], &v[5], &v[6], &v[7], &v[8], &v[9], &v[10],
-                                 &v[11]) ||
-      nvo_require_args(kw, v, 1) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OOOOOOOOOOOO", kw, v, 1, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5],
+                         &v[6], &v[7], &v[8], &v[9], &v[10], &v[11]);
   if (p == nullptr) return nullptr;
   int col = 0;
-  if (convert_index(p, v[0], CONV_COL, &col) != 0) return nullptr;
+  if (nvo_nl_index(p, v[0], CONV_COL, &col) != 0) return nullptr;
   // detrow is a row: an index, a name or a constraint, as everywhere else.
   int ints[5] = {};  // detrow, tolset, history, converged, vartype
   bool has_int[5] = {};
   double dbls[6] = {};  // initstepbound, stepbound, penalty, damp, initvalue, value
   bool has_dbl[6] = {};
   has_int[0] = v[1] != nullptr && v[1] != Py_None;
-  if (has_int[0] && convert_index(p, v[1], CONV_ROW, &ints[0]) != 0) return nullptr;
+  if (has_int[0] && nvo_nl_index(p, v[1], CONV_ROW, &ints[0]) != 0) return nullptr;
   for (int i = 0; i < 6; ++i)
     if (optional_value(v[2 + i], &dbls[i], &has_dbl[i]) != 0) return nullptr;
   for (int i = 1; i < 5; ++i)
@@ -305,51 +261,48 @@ PyObject *NSLP_PY_chgvar(PyObject *self, PyObject *args, PyObject *kwargs) {
 
 }  // namespace
 
-#define KW_ENTRY(name, doc) \
-  {#name, NVO_KW_METHOD(NSLP_PY_##name), METH_VARARGS | METH_KEYWORDS, doc}
-
 PyMethodDef problem_methods_nl_changes[] = {
-    KW_ENTRY(delvars,
+    NL_ENTRY(delvars,
              "delvars(colind)\n\nResets the nonlinear settings of the columns colind to the\n"
              "defaults (the columns stay).\n\nExample: p.delvars([x, y])"),
-    KW_ENTRY(deltolsets,
+    NL_ENTRY(deltolsets,
              "deltolsets(tolind)\n\nDeletes tolerance sets (numbers 1, 2, ...); later sets move\n"
              "down, columns of a deleted set get none.\n\n"
              "Example: p.loadtolsets([1e-6, 0, 0, 0, 0, 0]); p.deltolsets([1])"),
-    KW_ENTRY(delcoefs,
+    NL_ENTRY(delcoefs,
              "delcoefs(rowind, colind)\n\nDeletes the nonlinear coefficients (rowind[k],\n"
              "colind[k]).\n\nExample: p.chgccoef(c1, -1, 1.0, 'x*y'); p.delcoefs([c1], [-1])"),
-    KW_ENTRY(chgtolset,
+    NL_ENTRY(chgtolset,
              "chgtolset(tolset, status=None, tols=None)\n\nChanges tolerance set tolset: the\n"
              "bitmap of its active entries and/or its 6 values (None: unchanged).\n\n"
              "Example: p.addtolsets([1e-6, 0, 0, 0, 0, 0])\n"
              "p.chgtolset(1, 1, [1e-8, 0, 0, 0, 0, 0])"),
-    KW_ENTRY(chgrowstatus,
+    NL_ENTRY(chgrowstatus,
              "chgrowstatus(row, status)\n\nSets the nonlinear solver's status bits of row.\n\n"
              "Example: p.chgrowstatus(c1, 0)"),
-    KW_ENTRY(chgdeltatype,
+    NL_ENTRY(chgdeltatype,
              "chgdeltatype(varind, deltatypes, values=None)\n\nStep types of columns: 0\n"
              "adaptive, 1 fixed (values: the bound), 2 relative (values times max(1, |x|)),\n"
              "3 frozen.\n\nExample: p.chgdeltatype([x], [1], [0.5])"),
-    KW_ENTRY(chgcascadenlimit,
+    NL_ENTRY(chgcascadenlimit,
              "chgcascadenlimit(col, limit)\n\nThe column's Newton iteration limit for cascading\n"
              "(0: the control's).\n\nExample: p.chgcascadenlimit(x, 50)"),
-    KW_ENTRY(chgccoef,
+    NL_ENTRY(chgccoef,
              "chgccoef(row, col, factor=None, formula=None)\n\nSets coefficient (row, col) to\n"
              "factor (None: 1.0) times the formula given as text (None: keep the formula),\n"
              "adding it when absent.\n\nExample: p.chgccoef(c1, -1, 1.0, 'x^2 + sin(y)')"),
-    KW_ENTRY(chgrowwt,
+    NL_ENTRY(chgrowwt,
              "chgrowwt(row, weight)\n\nThe row's weight in the penalty of row violations.\n\n"
              "Example: p.chgrowwt(c1, 10.0)"),
-    KW_ENTRY(chgdf,
+    NL_ENTRY(chgdf,
              "chgdf(col, row, value=None)\n\nSets the derivative estimate of row by col (None:\n"
              "removes it).\n\nExample: p.chgdf(x, c1, 1.0)"),
-    KW_ENTRY(chgnlcoef,
+    NL_ENTRY(chgnlcoef,
              "chgnlcoef(row, col, factor=None, parsed=1, type=None, value=None)\n\nSets\n"
              "coefficient (row, col) to factor (None: 1.0) times the formula given by its\n"
              "token types and values (ended by token type 0; None keeps the formula), adding\n"
              "it when absent.\n\nExample: p.chgnlcoef(0, x, 2.0, 1, [10, 0], [1, 0])"),
-    KW_ENTRY(chgvar,
+    NL_ENTRY(chgvar,
              "chgvar(colindex, detrow=None, initstepbound=None, stepbound=None, penalty=None,\n"
              "damp=None, initvalue=None, value=None, tolset=None, history=None,\n"
              "converged=None, vartype=None)\n\nChanges the nonlinear settings of one column;\n"

@@ -1,9 +1,11 @@
-// What the nonlinear solver's method families share: the entry check, the error path, the
-// routing count and the guarded optimisation call.
+// What the nonlinear solver's method families share: the entry check, index and count
+// conversions, the error path, the routing count and the guarded optimisation call.
+#include <climits>
 #include <cstring>
 
 #include "module/env.h"
 #include "module/errors.h"
+#include "lowlevel/conv.h"
 #include "lowlevel/nl_methods.h"
 #include "problem/solve.h"
 #include "nvrl.h"
@@ -18,6 +20,20 @@ problem_s *nvo_nl_ready(PyObject *self, const char *method) {
   return p;
 }
 
+int nvo_nl_index(problem_s *p, PyObject *obj, int kind, int *out) {
+  if (ObjInt2int(obj, p, out, kind) != 0) {
+    setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+    return -1;
+  }
+  return 0;
+}
+
+int nvo_nl_fits(int64_t n) {
+  if (n <= INT_MAX) return 0;
+  PyErr_SetString(nvpy_interf_exc, "Too many entries for one call");
+  return -1;
+}
+
 PyObject *nvo_nl_fail(problem_s *p) {
   if (PyErr_Occurred()) return nullptr;
   // The nonlinear problem's own message: the optimiser's last error may be an older one
@@ -25,7 +41,7 @@ PyObject *nvo_nl_fail(problem_s *p) {
   char msg[NVRL_MAXMESSAGELEN];
   std::memset(msg, 0, sizeof msg);
   int code = 0;
-  if (NSLPgetlasterror(p->slpprob, &code, msg) == 0 && msg[0] != '\0') {
+  if (NSLPgetlasterror(p->slpprob, &code, msg, sizeof msg, nullptr) == 0 && msg[0] != '\0') {
     PyErr_SetString(nvpy_solver_exc, msg);
     return nullptr;
   }

@@ -1,7 +1,6 @@
 // Loading and adding nonlinear data through the methods of nuvrel.problem: column settings,
 // tolerance sets, derivative estimates and coefficients given as token formulas. Each load
 // form replaces every item of its kind, the add form adds to them; the pair shares one body.
-#include <climits>
 
 #include "lowlevel/conv.h"
 #include "module/alloc_buffer.h"
@@ -12,22 +11,11 @@
 
 namespace {
 
-// The library takes int counts.
-int fits_int(int64_t n) {
-  if (n <= INT_MAX) return 0;
-  PyErr_SetString(nvpy_interf_exc, "Too many entries for one call");
-  return -1;
-}
-
 PyObject *vars_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load) {
   static const char *kw[] = {"colindex", "vartype",  "detrow",    "seqnum",
                              "tolindex", "initvalue", "stepbound", nullptr};
   PyObject *v[7] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOOO", kw, nullptr, &v[0], &v[1], &v[2],
-                                 &v[3], &v[4], &v[5], &v[6]) ||
-      nvo_require_args(kw, v, 1) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OOOOOOO", kw, v, 1, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5], &v[6]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> col, vartype, detrow, seqnum, tolindex;
@@ -38,7 +26,7 @@ PyObject *vars_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load)
       initvalue.convert(p, &n, v[5], CONV_DOUBLE) != 0 ||
       stepbound.convert(p, &n, v[6], CONV_DOUBLE) != 0)
     return setNvrlErrIfNull(self, nullptr);
-  if (fits_int(n) != 0) return nullptr;
+  if (nvo_nl_fits(n) != 0) return nullptr;
   const int count = n < 0 ? 0 : static_cast<int>(n);
   const int rc = (load ? NSLPloadvars : NSLPaddvars)(
       p->slpprob, count, col.get(), vartype.get(), detrow.get(), seqnum.get(), tolindex.get(),
@@ -57,10 +45,7 @@ PyObject *NSLP_PY_addvars(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *tolsets_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load) {
   static const char *kw[] = {"tol", nullptr};
   PyObject *tol = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, nullptr, &tol) ||
-      nvo_require_args(kw, &tol, 1) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|O", kw, &tol, 1, &tol);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<double> tols;
@@ -72,7 +57,7 @@ PyObject *tolsets_body(PyObject *self, PyObject *args, PyObject *kwargs, bool lo
                  static_cast<long long>(n));
     return nullptr;
   }
-  if (fits_int(n) != 0) return nullptr;
+  if (nvo_nl_fits(n) != 0) return nullptr;
   const int nsets = static_cast<int>(n / NSLP_TOLSET_SIZE);
   if ((load ? NSLPloadtolsets : NSLPaddtolsets)(p->slpprob, nsets, tols.get()) != 0)
     return nvo_nl_fail(p);
@@ -89,10 +74,7 @@ PyObject *NSLP_PY_addtolsets(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *dfs_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load) {
   static const char *kw[] = {"colindex", "rowindex", "value", nullptr};
   PyObject *v[3] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOO", kw, nullptr, &v[0], &v[1], &v[2]) ||
-      nvo_require_args(kw, v, 3) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OOO", kw, v, 3, &v[0], &v[1], &v[2]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> col, row;
@@ -100,7 +82,7 @@ PyObject *dfs_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load) 
   if (col.convert(p, &n, v[0], CONV_COL) != 0 || row.convert(p, &n, v[1], CONV_ROW) != 0 ||
       value.convert(p, &n, v[2], CONV_DOUBLE) != 0)
     return setNvrlErrIfNull(self, nullptr);
-  if (fits_int(n) != 0) return nullptr;
+  if (nvo_nl_fits(n) != 0) return nullptr;
   const int count = n < 0 ? 0 : static_cast<int>(n);
   if ((load ? NSLPloaddfs : NSLPadddfs)(p->slpprob, count, col.get(), row.get(), value.get()) !=
       0)
@@ -139,7 +121,7 @@ PyObject *coefs_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load
   if (n < 0) n = 0;
   if (ntok < 0) ntok = 0;
   if (nstart < 0) nstart = 0;
-  if (fits_int(n) != 0 || fits_int(ntok) != 0) return nullptr;
+  if (nvo_nl_fits(n) != 0 || nvo_nl_fits(ntok) != 0) return nullptr;
   // fstart holds one start per coefficient; the end of the last formula may be given too.
   if (nstart != n && nstart != n + 1) {
     PyErr_Format(nvpy_model_exc, "Mismatched lengths in arguments: expected %d, found %d",

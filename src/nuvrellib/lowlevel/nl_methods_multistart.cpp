@@ -144,10 +144,7 @@ PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, bool custom
     PyErr_SetString(nvpy_interf_exc, "Initial-value columns and values must be given together");
     return nullptr;
   }
-  if (n > INT_MAX) {
-    PyErr_SetString(nvpy_interf_exc, "Too many entries for one call");
-    return nullptr;
-  }
+  if (nvo_nl_fits(n) != 0) return nullptr;
   JobControls c;
   if (convert_controls(p, control, &c) != 0) return nullptr;
   const int ninitial = n < 0 ? 0 : static_cast<int>(n);
@@ -207,23 +204,20 @@ PyObject *NSLP_PY_msclear(PyObject *self, PyObject *) {
 
 }  // namespace
 
-#define KW_ENTRY(name, doc) \
-  {#name, NVO_KW_METHOD(NSLP_PY_##name), METH_VARARGS | METH_KEYWORDS, doc}
-
 PyMethodDef problem_methods_nl_multistart[] = {
-    KW_ENTRY(msaddjob,
+    NL_ENTRY(msaddjob,
              "msaddjob(description=None, ivcols=None, ivvalues=None, control=None,\n"
              "job_object=None)\n\nQueues a multistart job: the next nlpoptimize solves the\n"
              "problem once more from the initial values ivvalues of the columns ivcols, with\n"
              "the controls of the dictionary control (name or number -> value) in force for\n"
              "the job only, and keeps the best answer. job_object is kept with the job until\n"
              "msclear.\n\nExample: p.msaddjob('from 2', [x], [2.0], {'nslp_penalty': 10.0})"),
-    KW_ENTRY(msaddpreset,
+    NL_ENTRY(msaddpreset,
              "msaddpreset(description, preset, maxjobs, data=None)\n\nQueues up to maxjobs\n"
              "jobs of a preset (0 random starting points, 2 and 3 penalty and step-bound\n"
              "variations, 6 filtered starting points, 7 perturbations); data goes with each.\n\n"
              "Example: p.msaddpreset('random', 0, 5)"),
-    KW_ENTRY(msaddcustompreset,
+    NL_ENTRY(msaddcustompreset,
              "msaddcustompreset(description, preset, count, ivcols=None, ivvalues=None,\n"
              "control=None, job_object=None)\n\nAs msaddpreset, every job also getting the\n"
              "initial values and controls given as for msaddjob.\n\n"

@@ -1,7 +1,6 @@
 // Queries of the nonlinear solver's data and answers through the methods of nuvrel.problem:
 // column settings, tolerance sets, the last solve's vectors, row weights and statuses,
 // derivatives, coefficients and their formulas (tokens or text), and formula values.
-#include <climits>
 #include <utility>
 
 #include "lowlevel/conv.h"
@@ -15,28 +14,16 @@
 
 namespace {
 
-// One index argument; a failed conversion is reported as the low-level methods do.
-int convert_index(problem_s *p, PyObject *obj, int kind, int *out) {
-  if (ObjInt2int(obj, p, out, kind) != 0) {
-    setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
-    return -1;
-  }
-  return 0;
-}
-
 // A method of one index (row or column) that reads one number.
 template <typename T>
 PyObject *one_index_query(PyObject *self, PyObject *args, PyObject *kwargs, const char *kwname,
                           int kind, int (*call)(NSLPprob, int, T *)) {
   const char *kw[] = {kwname, nullptr};
   PyObject *obj = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, nullptr, &obj) ||
-      nvo_require_args(kw, &obj, 1) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int index = 0;
-  if (convert_index(p, obj, kind, &index) != 0) return nullptr;
+  if (nvo_nl_index(p, obj, kind, &index) != 0) return nullptr;
   T value{};
   if (call(p->slpprob, index, &value) != 0) return nvo_nl_fail(p);
   if constexpr (sizeof(T) == sizeof(double)) return PyFloat_FromDouble(value);
@@ -55,12 +42,9 @@ int two_indices(PyObject *self, PyObject *args, PyObject *kwargs, const char *k1
                 int kind1, int kind2, problem_s **p, int *i1, int *i2) {
   const char *kw[] = {k1, k2, nullptr};
   PyObject *v[2] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw, nullptr, &v[0], &v[1]) ||
-      nvo_require_args(kw, v, 2) != 0)
-    return -1;
-  *p = NL_READY(self);
+  *p = NL_ARGS("|OO", kw, v, 2, &v[0], &v[1]);
   if (*p == nullptr) return -1;
-  if (convert_index(*p, v[0], kind1, i1) != 0 || convert_index(*p, v[1], kind2, i2) != 0)
+  if (nvo_nl_index(*p, v[0], kind1, i1) != 0 || nvo_nl_index(*p, v[1], kind2, i2) != 0)
     return -1;
   return 0;
 }
@@ -88,13 +72,10 @@ PyObject *NSLP_PY_evaluatecoef(PyObject *self, PyObject *args, PyObject *kwargs)
 PyObject *NSLP_PY_getvar(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"col", nullptr};
   PyObject *obj = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, nullptr, &obj) ||
-      nvo_require_args(kw, &obj, 1) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int col = 0;
-  if (convert_index(p, obj, CONV_COL, &col) != 0) return nullptr;
+  if (nvo_nl_index(p, obj, CONV_COL, &col) != 0) return nullptr;
   int detrow = 0, tolset = 0, history = 0, converged = 0, vartype = 0;
   double initstepbound = 0, stepbound = 0, penalty = 0, damp = 0, initvalue = 0, value = 0;
   if (NSLPgetvar(p->slpprob, col, &detrow, &initstepbound, &stepbound, &penalty, &damp,
@@ -176,14 +157,10 @@ PyObject *NSLP_PY_getcoefformula(PyObject *self, PyObject *args, PyObject *kwarg
   static const char *kw[] = {"row", "col", "parsed", "maxtypes", nullptr};
   PyObject *v[2] = {};
   int parsed = 1, maxtypes = -1;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOii", kw, nullptr, &v[0], &v[1], &parsed,
-                                 &maxtypes) ||
-      nvo_require_args(kw, v, 2) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OOii", kw, v, 2, &v[0], &v[1], &parsed, &maxtypes);
   if (p == nullptr) return nullptr;
   int row = 0, col = 0;
-  if (convert_index(p, v[0], CONV_ROW, &row) != 0 || convert_index(p, v[1], CONV_COL, &col) != 0)
+  if (nvo_nl_index(p, v[0], CONV_ROW, &row) != 0 || nvo_nl_index(p, v[1], CONV_COL, &col) != 0)
     return nullptr;
   int ntok = 0;
   double factor = 0.0;
@@ -213,13 +190,10 @@ PyObject *NSLP_PY_getccoef(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", "col", "maxbytes", nullptr};
   PyObject *v[2] = {};
   int maxbytes = -1;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOi", kw, nullptr, &v[0], &v[1], &maxbytes) ||
-      nvo_require_args(kw, v, 2) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|OOi", kw, v, 2, &v[0], &v[1], &maxbytes);
   if (p == nullptr) return nullptr;
   int row = 0, col = 0;
-  if (convert_index(p, v[0], CONV_ROW, &row) != 0 || convert_index(p, v[1], CONV_COL, &col) != 0)
+  if (nvo_nl_index(p, v[0], CONV_ROW, &row) != 0 || nvo_nl_index(p, v[1], CONV_COL, &col) != 0)
     return nullptr;
   double factor = 0.0;
   AllocBuffer<char> text;
@@ -244,10 +218,7 @@ PyObject *NSLP_PY_evaluateformula(PyObject *self, PyObject *args, PyObject *kwar
   static const char *kw[] = {"parsed", "type", "values", nullptr};
   int parsed = 1;
   PyObject *v[3] = {Py_None, nullptr, nullptr};  // parsed is an int, parsed apart
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i|OO", kw, nullptr, &parsed, &v[1], &v[2]) ||
-      nvo_require_args(kw, v, 3) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("i|OO", kw, v, 3, &parsed, &v[1], &v[2]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> type;
@@ -284,7 +255,7 @@ PyObject *info_body(PyObject *self, PyObject *args, PyObject *kwargs, bool row) 
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
   int index = 0;
-  if (convert_index(p, obj, row ? CONV_ROW : CONV_COL, &index) != 0) return nullptr;
+  if (nvo_nl_index(p, obj, row ? CONV_ROW : CONV_COL, &index) != 0) return nullptr;
   // Room for either type; the item says which the library writes.
   union {
     int i;
@@ -306,64 +277,61 @@ PyObject *NSLP_PY_getcolinfo(PyObject *self, PyObject *args, PyObject *kwargs) {
 
 }  // namespace
 
-#define KW_ENTRY(name, doc) \
-  {#name, NVO_KW_METHOD(NSLP_PY_##name), METH_VARARGS | METH_KEYWORDS, doc}
-
 PyMethodDef problem_methods_nl_queries[] = {
-    KW_ENTRY(getvar,
+    NL_ENTRY(getvar,
              "getvar(col)\n\nThe nonlinear settings of column col as the tuple (detrow,\n"
              "initstepbound, stepbound, penalty, damp, initvalue, value, tolset, history,\n"
              "converged, vartype).\n\nExample: detrow, *_ = p.getvar(x)"),
-    KW_ENTRY(gettolset,
+    NL_ENTRY(gettolset,
              "gettolset(tolset, tols=None)\n\nTolerance set number tolset (1, 2, ...) as the\n"
              "tuple (status, tols): the bitmap of its active entries and its 6 values; a list\n"
              "given as tols is filled and returned.\n\n"
              "Example: p.loadtolsets([1e-6, 0, 0, 0, 0, 0]); status, tols = p.gettolset(1)"),
-    KW_ENTRY(getslpsol,
+    NL_ENTRY(getslpsol,
              "getslpsol(x=None, slack=None, duals=None, djs=None)\n\nThe last nonlinear solve's\n"
              "answer: values (columns), slacks and duals (rows), reduced costs (columns). Each\n"
              "list given is filled; with x None a new list of the values is returned, else\n"
              "None.\n\nExample: p.nlpoptimize(); values = p.getslpsol()"),
-    KW_ENTRY(getrowwt,
+    NL_ENTRY(getrowwt,
              "getrowwt(row)\n\nThe weight of row in the penalty of row violations.\n\n"
              "Example: w = p.getrowwt(c1)"),
-    KW_ENTRY(getrowstatus,
+    NL_ENTRY(getrowstatus,
              "getrowstatus(row)\n\nThe nonlinear solver's status bits of row.\n\n"
              "Example: s = p.getrowstatus(0)"),
-    KW_ENTRY(getdf,
+    NL_ENTRY(getdf,
              "getdf(col, row)\n\nThe derivative estimate of row by col when one is set, else\n"
              "the derivative at the current point.\n\nExample: d = p.getdf(x, c1)"),
-    KW_ENTRY(getcoefs,
+    NL_ENTRY(getcoefs,
              "getcoefs(rowind=None, colind=None)\n\nThe nonlinear coefficients held, as the\n"
              "tuple (rowind, colind) of row and column indices ordered by row, then column\n"
              "(-1: the objective row, the constant column); lists given are filled.\n\n"
              "Example: rows, cols = p.getcoefs()"),
-    KW_ENTRY(getcoefformula,
+    NL_ENTRY(getcoefformula,
              "getcoefformula(row, col, parsed=1, maxtypes=None)\n\nCoefficient (row, col) as\n"
              "the tuple (factor, type, value): its factor and the token types and values of\n"
              "its formula, in reverse Polish order (parsed=1) or written order (parsed=0),\n"
              "end token included. maxtypes limits the tokens read (None: all).\n\n"
              "Example: p.chgccoef(c1, x, 2.0, 'y^2')\n"
              "factor, types, values = p.getcoefformula(c1, x)"),
-    KW_ENTRY(getccoef,
+    NL_ENTRY(getccoef,
              "getccoef(row, col, maxbytes=None)\n\nCoefficient (row, col) as the tuple\n"
              "(factor, formula), the formula as text. maxbytes limits the text's length with\n"
              "its terminator (None: no limit).\n\n"
              "Example: p.chgccoef(c1, -1, 1.0, 'exp(x)'); factor, text = p.getccoef(c1, -1)"),
-    KW_ENTRY(evaluateformula,
+    NL_ENTRY(evaluateformula,
              "evaluateformula(parsed, type, values)\n\nThe value of the formula given by its\n"
              "token types and values (ended by token type 0) at the current point.\n\n"
              "Example: p.evaluateformula(1, [10, 10, 31, 0], [0, 1, 3, 0])"),
-    KW_ENTRY(evaluatecoef,
+    NL_ENTRY(evaluatecoef,
              "evaluatecoef(row, col)\n\nThe value factor * formula of coefficient (row, col) at\n"
              "the current point.\n\n"
              "Example: p.chgccoef(c1, -1, 1.0, 'x*y'); v = p.evaluatecoef(c1, -1)"),
-    KW_ENTRY(getrowinfo,
+    NL_ENTRY(getrowinfo,
              "getrowinfo(rowindex, infotype)\n\nOne item of information on a row (slack 1,\n"
              "dual 2, penalty weight 3, penalty iterations 4, largest penalty 5, total\n"
              "penalty 6, nonlinear coefficients 7), an int or a float by item.\n\n"
              "Example: p.getrowinfo(c1, 1)"),
-    KW_ENTRY(getcolinfo,
+    NL_ENTRY(getcolinfo,
              "getcolinfo(colindex, infotype)\n\nOne item of information on a column (value 1,\n"
              "reduced cost 2, step 3, step bound 4, converged 5, step type 6, step type value\n"
              "7, nonlinear coefficients 8), an int or a float by item.\n\n"

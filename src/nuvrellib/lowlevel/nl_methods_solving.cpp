@@ -1,7 +1,6 @@
 // Validation and solving through the methods of nuvrel.problem: the checks of a point, a
 // row and the optimality conditions, the steps of a solve that can be run one by one, the
 // solve itself and the global search.
-#include <climits>
 
 #include "lowlevel/conv.h"
 #include "module/args.h"
@@ -14,10 +13,7 @@ namespace {
 PyObject *NSLP_PY_validatevector(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"solution", nullptr};
   PyObject *obj = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, nullptr, &obj) ||
-      nvo_require_args(kw, &obj, 1) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int64_t n = nvo_int_attrib(p, NVRL_ATTR_ORIGINAL_COLUMNS);
   if (n < 0) return nullptr;
@@ -32,10 +28,7 @@ PyObject *NSLP_PY_validatevector(PyObject *self, PyObject *args, PyObject *kwarg
 PyObject *NSLP_PY_validaterow(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", nullptr};
   PyObject *obj = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, nullptr, &obj) ||
-      nvo_require_args(kw, &obj, 1) != 0)
-    return nullptr;
-  problem_s *p = NL_READY(self);
+  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int row = 0;
   if (ObjInt2int(obj, p, &row, CONV_ROW) != 0) return setNvrlErrIfNull(self, nullptr);

@@ -21,6 +21,15 @@ bool nonlinear(const problem_s *p) {
   return problem_is_nonlinear(p) && p->slpprob != nullptr && nslp_state(-1) == 1;
 }
 
+// (name, flags="") parsed by format ("s|s", or "|ss" when the name may be left out), then the
+// entry check: the problem, or null with an exception set.
+problem_s *name_and_flags(PyObject *self, PyObject *args, PyObject *kwargs, const char *format,
+                          const char *name_kw, const char **name, const char **flags) {
+  const char *kw[] = {name_kw, "flags", nullptr};
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, format, kw, nullptr, name, flags)) return nullptr;
+  return problem_ready(self);
+}
+
 PyObject *NVRL_PY_save(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"filename", nullptr};
   const char *filename = nullptr;
@@ -38,11 +47,8 @@ PyObject *NVRL_PY_save(PyObject *self, PyObject *args, PyObject *kwargs) {
 // The restored model replaces the old one wholesale: the old modelling objects leave the
 // problem and new ones stand for the restored columns, rows and sets.
 PyObject *NVRL_PY_restore(PyObject *self, PyObject *args, PyObject *kwargs) {
-  static const char *kw[] = {"probname", "flags", nullptr};
   const char *probname = nullptr, *flags = "";
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "s|s", kw, nullptr, &probname, &flags))
-    return nullptr;
-  problem_s *p = problem_ready(self);
+  problem_s *p = name_and_flags(self, args, kwargs, "s|s", "probname", &probname, &flags);
   if (p == nullptr) return nullptr;
   const int rc = nonlinear(p) ? NSLPrestore(p->slpprob, probname)
                               : NVRLrestore(p->prob, probname, flags);
@@ -59,11 +65,8 @@ using FileCall = int (*)(NVRLprob, const char *, const char *);
 
 // filename (required) and flags (default "").
 PyObject *file_flags(PyObject *self, PyObject *args, PyObject *kwargs, FileCall call) {
-  static const char *kw[] = {"filename", "flags", nullptr};
   const char *filename = nullptr, *flags = "";
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "s|s", kw, nullptr, &filename, &flags))
-    return nullptr;
-  problem_s *p = problem_ready(self);
+  problem_s *p = name_and_flags(self, args, kwargs, "s|s", "filename", &filename, &flags);
   if (p == nullptr) return nullptr;
   return result(p, call(p->prob, filename, flags));
 }
@@ -80,11 +83,8 @@ FILE_METHOD(readbinsol)
 FILE_METHOD(readbasis)
 
 PyObject *NVRL_PY_writeslxsol(PyObject *self, PyObject *args, PyObject *kwargs) {
-  static const char *kw[] = {"filename", "flags", nullptr};
   const char *filename = nullptr, *flags = "";
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "s|s", kw, nullptr, &filename, &flags))
-    return nullptr;
-  problem_s *p = problem_ready(self);
+  problem_s *p = name_and_flags(self, args, kwargs, "s|s", "filename", &filename, &flags);
   if (p == nullptr) return nullptr;
   return result(p, nonlinear(p) ? NSLPwriteslxsol(p->slpprob, filename, flags)
                                 : NVRLwriteslxsol(p->prob, filename, flags));
@@ -92,11 +92,8 @@ PyObject *NVRL_PY_writeslxsol(PyObject *self, PyObject *args, PyObject *kwargs) 
 
 // Both arguments optional: without a file name the library writes "<problem name>.bss".
 PyObject *NVRL_PY_writebasis(PyObject *self, PyObject *args, PyObject *kwargs) {
-  static const char *kw[] = {"filename", "flags", nullptr};
   const char *filename = nullptr, *flags = "";
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|ss", kw, nullptr, &filename, &flags))
-    return nullptr;
-  problem_s *p = problem_ready(self);
+  problem_s *p = name_and_flags(self, args, kwargs, "|ss", "filename", &filename, &flags);
   if (p == nullptr) return nullptr;
   return result(p, NVRLwritebasis(p->prob, filename, flags));
 }

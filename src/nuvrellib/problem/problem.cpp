@@ -346,7 +346,8 @@ PyObject *NVRL_PY_getlasterror(PyObject *self, PyObject *unused) {
   // one, the usual entry check keeps a running solve's handle out of reach.
   if (p->prob != nullptr) {
     if (problem_ready(self) == nullptr) return nullptr;
-    if (NVRLgetlasterror(p->prob, msg) == 0) result = PyUnicode_FromString(msg);
+    if (NVRLgetlasterror(p->prob, nullptr, msg, sizeof msg, nullptr) == 0)
+      result = PyUnicode_FromString(msg);
   }
   return setNvrlErrIfNull(self, result);
 }
@@ -355,9 +356,9 @@ PyObject *NVRL_PY_getlasterror(PyObject *self, PyObject *unused) {
 int problem_last_error(PyObject *owner, int *code, char *msg, int capacity) {
   if (!problem_check(owner)) return 0;
   problem_s *p = as_problem(owner);
-  if (p->prob != nullptr) NVRLgetlasterror(p->prob, msg);
+  if (p->prob != nullptr) NVRLgetlasterror(p->prob, nullptr, msg, capacity, nullptr);
   if (msg[0] == '\0' && p->slpprob != nullptr && nslp_state(-1) == 1)
-    NSLPgetlasterror(p->slpprob, code, msg);
+    NSLPgetlasterror(p->slpprob, code, msg, capacity, nullptr);
   return 1;
 }
 

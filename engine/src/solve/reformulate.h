@@ -22,10 +22,4 @@ bool reformulateGeneralConstraints(const Model &m, LoweredModel &L, std::string 
 // Piecewise-linear constraints (convex-combination form with segment binaries).
 bool reformulatePiecewiseLinear(const Model &m, LoweredModel &L, std::string &err);
 
-// Bounds lo <= activity <= up of a user row (infinite sides are +/-inf).
-void userRowBounds(const Model &m, int row, double &lo, double &up);
-
-// Activity range of a user row over the lowered column bounds (+/-inf when unbounded).
-void rowActivityRange(const Model &m, const LoweredModel &L, int row, double &lo, double &up);
-
 }  // namespace nvrl
