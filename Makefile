@@ -41,10 +41,8 @@ $(STAMP): pyproject.toml
 NP126     := build/np126
 NP126_PY  := $(NP126)/bin/python
 NP126_PKG ?= $(shell $(PY) -c 'import sysconfig; print(sysconfig.get_paths()["purelib"])')
-NP126_TESTS := tests/test_arrays_elementwise.py tests/test_arrays_memory.py \
-	tests/test_arrays_models.py tests/test_arrays_products.py tests/test_vars.py \
-	tests/test_vars_array_names.py tests/test_module_import.py tests/test_problem_solve.py \
-	tests/test_expression.py
+NP126_TESTS := $(wildcard tests/test_arrays*.py tests/test_vars*.py) tests/test_module_import.py \
+	tests/test_problem_solve.py tests/test_expression.py
 
 $(NP126)/.deps-stamp: | $(STAMP)
 	$(PY) -m venv $(NP126)

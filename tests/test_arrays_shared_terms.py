@@ -82,6 +82,8 @@ def test_rows_of_a_product_keep_their_terms_when_the_product_changes():
     assert str(y[2]) != expected[2]
 
 
+@pytest.mark.xfail(int(np.__version__.split(".")[0]) < 2, strict=True,
+                   reason="numpy 1.x leaks the elements of arrays of user types (numpy issue 25949)")
 @pytest.mark.parametrize("drop_first", ["original", "copies"])
 def test_variables_are_released_by_the_last_owner(drop_first):
     x = nv.vars(3, name="")
