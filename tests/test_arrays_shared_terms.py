@@ -46,15 +46,33 @@ def terms_only(x):
     return 2 * x[0] + 3 * x[1]
 
 
-# Each gives (original, copy): two expressions that may share their terms; and the builders of
-# equal expressions made on their own.
+def constraint_body(x):
+    e = source(x)
+    return e, (e <= 4).body
+
+
+def plus_zero(x):
+    e = source(x)
+    return e, e + 0
+
+
+def array_compare(x):
+    e = source(x)
+    return e, (np.array([e, e], dtype=nv.npexpr) >= 1)[1].body
+
+
+def matmul_rows(x):
+    y = np.array([[2.0, 3, 0], [1, 1, 1]]) @ x
+    return y[0], (y <= 1)[0].body
+
+
+# Each makes (original, copy), two expressions that may share their terms, beside the builders
+# of equal expressions made on their own.
 COPIES = {
-    "constraint body": (lambda x: (lambda e: (e, (e <= 4).body))(source(x)), (source, terms_only)),
-    "plus zero": (lambda x: (lambda e: (e, e + 0))(source(x)), (source, source)),
-    "array compare": (lambda x: (lambda e: (e, (np.array([e, e], dtype=nv.npexpr) >= 1)[1].body))(source(x)),
-                      (source, terms_only)),
-    "matmul rows": (lambda x: (lambda y: (y[0], (y <= 1)[0].body))(
-        np.array([[2.0, 3, 0], [1, 1, 1]]) @ x), (terms_only, terms_only)),
+    "constraint body": (constraint_body, (source, terms_only)),
+    "plus zero": (plus_zero, (source, source)),
+    "array compare": (array_compare, (source, terms_only)),
+    "matmul rows": (matmul_rows, (terms_only, terms_only)),
 }
 
 
@@ -83,7 +101,7 @@ def test_rows_of_a_product_keep_their_terms_when_the_product_changes():
 
 
 @pytest.mark.xfail(int(np.__version__.split(".")[0]) < 2, strict=True,
-                   reason="numpy 1.x leaks the elements of arrays of user types (numpy issue 25949)")
+                   reason="numpy 1.x leaks elements of arrays of user types (numpy issue 25949)")
 @pytest.mark.parametrize("drop_first", ["original", "copies"])
 def test_variables_are_released_by_the_last_owner(drop_first):
     x = nv.vars(3, name="")
