@@ -16,6 +16,12 @@ import nuvrel as nv
 
 N_ROWS, N_COLS = 200, 250
 
+# numpy 1.25 and 1.26 never release the elements of an array whose user type holds an object
+# field (numpy issue 25949, fixed in 2.0): every count here stays raised after the arrays go.
+pytestmark = pytest.mark.xfail(
+    int(np.__version__.split(".")[0]) < 2, strict=True,
+    reason="numpy 1.x leaks the elements of arrays of user types (numpy issue 25949)")
+
 
 @pytest.fixture(scope="module")
 def xy():

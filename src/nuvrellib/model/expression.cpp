@@ -47,8 +47,10 @@ static void expression_dealloc(PyObject *self) {
 
 // --- amending -------------------------------------------------------------------------------
 
+// Every amendment of the linear part comes through here, which also ends a sharing of it.
 static int ensure_lin(expression_s *e) {
   if (e->lin == nullptr) e->lin = linmap_new();
+  else if (e->lin->sharers > 0 && linmap_own(&e->lin) < 0) return -1;
   return e->lin != nullptr ? 0 : -1;
 }
 
@@ -102,7 +104,7 @@ static int accumulate_expression(expression_s *e, const expression_s *src, doubl
   e->constant += f * src->constant;
   if (src->lin != nullptr) {
     if (e->lin == nullptr && f == 1.0) {
-      if (linmap_copy(&e->lin, src->lin) < 0) return -1;
+      e->lin = linmap_share(src->lin);  // copied when either is amended
     } else {
       if (ensure_lin(e) < 0) return -1;
       for (const auto &[v, c] : *src->lin)
@@ -163,7 +165,9 @@ static PyObject *scaled_expression(const expression_s *src, double f) {
   expression_s *e = as_expr(res.get());
   e->constant = f * src->constant;
   if (std::fabs(f - 1.0) <= 1e-15) {
-    if (linmap_copy(&e->lin, src->lin) < 0 || quadmap_copy(&e->quad, src->quad) < 0 ||
+    // The linear part is shared until one of the two expressions changes.
+    e->lin = linmap_share(src->lin);
+    if (quadmap_copy(&e->quad, src->quad) < 0 ||
         indexset_copy(&e->qvars, src->qvars) < 0)
       return nvo_model_error("Cannot copy expression");
     return res.release();
@@ -451,6 +455,7 @@ PyObject *expression_div(PyObject *a, PyObject *b) {
 static int scale_in_place(expression_s *e, double c) {
   e->constant *= c;
   if (e->lin != nullptr) {
+    if (linmap_own(&e->lin) < 0) return nvo_model_error("Could not modify linear part in multiplication");
     std::vector<const var_s *> vanished;
     for (auto &[v, coef] : *e->lin) {
       coef *= c;

@@ -129,8 +129,28 @@ void linmap_free(linmap **map) {
   if (map == nullptr || *map == nullptr) return;
   linmap *m = *map;
   *map = nullptr;
+  if (m->sharers > 0) {
+    --m->sharers;
+    return;
+  }
   for (const auto &[v, c] : *m) release_var(v);
   delete_term_map(m);
+}
+
+linmap *linmap_share(const linmap *src) {
+  if (src == nullptr) return nullptr;
+  ++src->sharers;
+  return const_cast<linmap *>(src);
+}
+
+int linmap_own(linmap **map) {
+  linmap *m = *map;
+  if (m == nullptr || m->sharers == 0) return 0;
+  linmap *copy = nullptr;
+  if (linmap_copy(&copy, m) < 0) return -1;
+  --m->sharers;
+  *map = copy;
+  return 0;
 }
 
 Py_ssize_t linmap_size(const linmap *map) { return size_of(map); }

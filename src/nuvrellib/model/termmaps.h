@@ -47,8 +47,17 @@ struct py_node_allocator {
   bool operator==(const py_node_allocator<U> &) const { return true; }
 };
 
-using linmap = std::map<const var_s *, double, less_variable_t,
-                        py_node_allocator<std::pair<const var_s *const, double>>>;
+using linmap_tree = std::map<const var_s *, double, less_variable_t,
+                             py_node_allocator<std::pair<const var_s *const, double>>>;
+// A linear part copied from one expression to another (a comparison's body, x + 0) is shared
+// until either of them amends it (copy on write): `sharers` counts the owners beyond the first.
+// A copy of the tree itself starts unshared.
+struct linmap : linmap_tree {
+  linmap() = default;
+  linmap(const linmap &o) : linmap_tree(o) {}
+  linmap &operator=(const linmap &) = delete;
+  mutable Py_ssize_t sharers = 0;
+};
 using quadmap = std::map<const var_s *, linmap *, less_variable_t,
                          py_node_allocator<std::pair<const var_s *const, linmap *>>>;
 using indexset = std::set<int64_t>;
@@ -58,8 +67,14 @@ using indexset = std::set<int64_t>;
 linmap *linmap_new();
 // *dst becomes a new map with src's entries (NULL when src is NULL); each key gets a reference.
 int linmap_copy(linmap **dst, const linmap *src);
-// Releases every key, frees the map and sets *map to NULL; a NULL map is allowed.
+// Releases every key, frees the map and sets *map to NULL; a NULL map is allowed. A shared map
+// loses one owner instead.
 void linmap_free(linmap **map);
+// One more owner of src (NULL for NULL), without copying: the owners must call linmap_own before
+// amending it. Only expressions share their linear parts.
+linmap *linmap_share(const linmap *src);
+// Makes *map (possibly NULL) its caller's own before an amendment: a shared map is copied.
+int linmap_own(linmap **map);
 Py_ssize_t linmap_size(const linmap *map);
 // Overwrites; a zero coef erases the entry (releasing the variable) or does nothing if absent.
 int linmap_set(linmap *map, PyObject *var, double coef);
