@@ -25,8 +25,8 @@ class Rng {
 constexpr double kMinHolding = 0.02;
 
 // n assets x with holdings z; variance of a 3-factor model with specific risk (scaled to an
-// objective of order 1e-3 as in the benchmark, where an absolute gap of 1e-6 is a relative 1e-3), full
-// investment, a return floor, at most k assets, x_i in [0.02 z_i, z_i].
+// objective of order 1e-3 as in the benchmark, where an absolute gap of 1e-6 is a relative
+// 1e-3), full investment, a return floor, at most k assets, x_i in [0.02 z_i, z_i].
 struct Portfolio {
   int n, k;
   std::vector<std::vector<double>> cov;
