@@ -108,6 +108,10 @@ TEST_P(TreeRandomMiqp, MatchesTheEnumeratedOptimum) {
   }
   ASSERT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_OPTIMAL);
   EXPECT_NEAR(dblAttr(nvrl::id::kMipObjVal), expected, 1e-4 * std::max(1.0, std::fabs(expected)));
+  // The proven bound is on the optimum's side of it.
+  const double sense = model().objsense;
+  EXPECT_LE(sense * dblAttr(nvrl::id::kBestBound),
+            sense * expected + 1e-6 * std::max(1.0, std::fabs(expected)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Tree, TreeRandomMiqp, ::testing::Range(1, 25));

@@ -30,8 +30,11 @@ constexpr int64_t kRoundingEvery = 25;
 constexpr int64_t kDivingEvery = 250;
 // Neighbourhood search around the incumbent: relaxations per run, and the nodes between runs
 // (doubled after a run that finds nothing, up to the maximum; back to the least after one
-// that does).
-constexpr int kNeighbourhoodNodes = 100;
+// that does). QP relaxations cost far more than LP ones and rarely pay for a long run: a
+// smaller budget, and no runs after two in a row that find nothing until an incumbent comes
+// from elsewhere.
+constexpr int kNeighbourhoodNodes = 100, kNeighbourhoodNodesQP = 25;
+constexpr int kNeighbourhoodMisses = 2;
 constexpr int64_t kNeighbourhoodEvery = 100, kNeighbourhoodMaxEvery = 3200;
 // Propagation work per node, in passes over the matrix: a few at the root, one at other
 // nodes, where few bounds moved.
@@ -142,6 +145,8 @@ class Search {
   std::vector<double> root_node_lo_, root_node_up_;
   int root_fixed_ = 0;
   int64_t next_neighbourhood_ = 0, neighbourhood_every_ = kNeighbourhoodEvery;
+  // QP relaxations: consecutive neighbourhood runs that found nothing.
+  int neighbourhood_misses_ = 0;
   int64_t dives_ = 0;
 };
 
@@ -207,6 +212,12 @@ bool Search::offer(const std::vector<double> &x, char source) {
   out_.value = value;
   out_.x = x;
   ++out_.solutions;
+  // A solution from elsewhere gives a paused neighbourhood search a new centre.
+  if (source != 'N' && neighbourhood_misses_ >= kNeighbourhoodMisses) {
+    neighbourhood_misses_ = 0;
+    neighbourhood_every_ = kNeighbourhoodEvery;
+    next_neighbourhood_ = out_.nodes;
+  }
   log_.line(source, out_.nodes, queue_.size(), true, value, openBound());
   rootFixing();
   return true;
@@ -262,7 +273,9 @@ std::vector<BoundChange> Search::reducedCostFixing(const Relaxation &r) const {
 void Search::heuristics(const Node &node, const Relaxation &r, bool root) {
   const bool rounding = root || out_.nodes % kRoundingEvery == 0;
   const bool diving = root || out_.nodes % kDivingEvery == 0;
-  const bool neighbourhood = out_.nodes >= next_neighbourhood_;
+  const bool qp = L_.hasHessian();
+  const bool neighbourhood = out_.nodes >= next_neighbourhood_ &&
+                             !(qp && neighbourhood_misses_ >= kNeighbourhoodMisses);
   if (!rounding && !diving && !neighbourhood) return;
   // The node's bounds: the heuristics' own solves change what the solver holds.
   const std::vector<double> lo = solver_.lower(), up = solver_.upper();
@@ -288,7 +301,9 @@ void Search::heuristics(const Node &node, const Relaxation &r, bool root) {
   }
   if (neighbourhood && out_.have_incumbent) {
     hc.incumbent = &out_.x;
-    const bool found = neighbourhoodSearch(hc, node, lo, up, r.x, kNeighbourhoodNodes);
+    const bool found = neighbourhoodSearch(hc, node, lo, up, r.x,
+                                           qp ? kNeighbourhoodNodesQP : kNeighbourhoodNodes);
+    if (qp) neighbourhood_misses_ = found ? 0 : neighbourhood_misses_ + 1;
     neighbourhood_every_ =
         found ? kNeighbourhoodEvery : std::min(2 * neighbourhood_every_, kNeighbourhoodMaxEvery);
     next_neighbourhood_ = out_.nodes + neighbourhood_every_;
