@@ -457,6 +457,8 @@ const BadCall kBadCalls[] = {
        return NVRLgetcontrolinfo(p, "nslp_postsolve", nullptr, nullptr, nullptr);
      },
      "NVRLgetcontrolinfo: no control or attribute of the optimiser is named 'nslp_postsolve'"},
+    {"copy from no problem", [](NVRLprob p) { return NVRLcopycontrols(p, nullptr); },
+     "NVRLcopycontrols: invalid source problem"},
 };
 
 class BadControlCalls : public Controls, public ::testing::WithParamInterface<BadCall> {};
@@ -480,6 +482,9 @@ TEST_F(Controls, WideIntegersNeedThe64BitFunctions) {
   int small = 7;
   EXPECT_NE(0, NVRLgetintcontrol(prob, nvrl::id::kNodeLimit, &small));
   EXPECT_EQ(7, small);
+  EXPECT_EQ("NVRLgetintcontrol: 8001 (node_limit) holds 1099511627776, which needs "
+            "NVRLgetintcontrol64",
+            lastError());
   NVRLint64 wide = 0;
   ASSERT_EQ(0, NVRLgetintcontrol64(prob, nvrl::id::kNodeLimit, &wide));
   EXPECT_EQ(big, wide);

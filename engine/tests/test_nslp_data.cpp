@@ -169,6 +169,10 @@ TEST_F(Slp, CopiesTakeDataOrControlsSeparately) {
   EXPECT_EQ(1.5, slp2->data.coefs[0].factor);
   EXPECT_EQ(prob2, slp2->prob);  // still stacked on its own problem
 
+  EXPECT_NE(0, NSLPcopycontrols(slp2, nullptr));
+  EXPECT_EQ("NSLPcopycontrols: invalid source nonlinear problem", nvtest::slpError(slp2));
+  ASSERT_EQ(0, NSLPgetintcontrol(slp2, nvrl::id::kSlpIterLimit, &v));
+  EXPECT_EQ(1000, v);  // a failed copy changes nothing
   ASSERT_EQ(0, NSLPcopycontrols(slp2, slp_));
   ASSERT_EQ(0, NSLPgetintcontrol(slp2, nvrl::id::kSlpIterLimit, &v));
   EXPECT_EQ(7, v);

@@ -1,5 +1,6 @@
 #include "core/control_values.h"
 
+#include <climits>
 #include <cstdlib>
 
 #include "core/text.h"
@@ -61,6 +62,28 @@ double dblValue(const ControlValues &cv, const ParamInfo &p) {
 std::string strValue(const ControlValues &cv, const ParamInfo &p) {
   auto it = cv.strs.find(p.id);
   return it == cv.strs.end() ? std::string(p.sdef) : it->second;
+}
+
+bool readValue(const ControlValues &cv, const ParamInfo &p, int *out) {
+  int64_t v = intValue(cv, p);
+  if (v < INT_MIN || v > INT_MAX) return false;
+  *out = static_cast<int>(v);
+  return true;
+}
+
+bool readValue(const ControlValues &cv, const ParamInfo &p, int64_t *out) {
+  *out = intValue(cv, p);
+  return true;
+}
+
+bool readValue(const ControlValues &cv, const ParamInfo &p, double *out) {
+  *out = dblValue(cv, p);
+  return true;
+}
+
+bool readValue(const ControlValues &cv, const ParamInfo &p, char *out) {
+  copyText(out, NVRL_MAXNAMELEN, strValue(cv, p).c_str());
+  return true;
 }
 
 bool setIntValue(ControlValues &cv, const ParamInfo &p, int64_t v, const char *fn,

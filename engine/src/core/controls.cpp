@@ -1,5 +1,4 @@
 // The optimiser's controls: typed get/set, defaults, copies, dumps and the published list.
-#include <climits>
 #include <cstring>
 #include <type_traits>
 
@@ -63,29 +62,31 @@ int setTyped(NVRLprob prob, const char *fn, int id, Access access, T value,
   return 0;
 }
 
+// The typed getters: the id checked against the type, then the value read into *value. Only an
+// int can be too narrow; wide says what to use instead.
+template <class T>
+int getTyped(NVRLprob prob, const char *fn, int id, Access access, T *value,
+             const char *wide = "beyond 32 bits") {
+  const ParamInfo *info;
+  nvrl_problem_s *p = prepare(prob, fn, id, access, value, &info);
+  if (!p) return 1;
+  if (!readValue(p->controls, *info, value))
+    return p->fail("%s: %d (%s) holds %lld, %s", fn, id, info->name,
+                   static_cast<long long>(intValue(p->controls, *info)), wide);
+  return 0;
+}
+
 }  // namespace
 
 extern "C" {
 
 NVRL_API int NVRLgetintcontrol(NVRLprob prob, int control, int *value) NVRL_TRY {
-  const ParamInfo *info;
-  nvrl_problem_s *p = prepare(prob, "NVRLgetintcontrol", control, Access::Integral, value, &info);
-  if (!p) return 1;
-  int64_t v = intValue(p->controls, *info);
-  if (v < INT_MIN || v > INT_MAX)
-    return p->fail("NVRLgetintcontrol: %d (%s) holds %lld, which needs NVRLgetintcontrol64",
-                   control, info->name, static_cast<long long>(v));
-  *value = static_cast<int>(v);
-  return 0;
+  return getTyped(prob, __func__, control, Access::Integral, value,
+                  "which needs NVRLgetintcontrol64");
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetintcontrol64(NVRLprob prob, int control, NVRLint64 *value) NVRL_TRY {
-  const ParamInfo *info;
-  nvrl_problem_s *p =
-      prepare(prob, "NVRLgetintcontrol64", control, Access::Integral, value, &info);
-  if (!p) return 1;
-  *value = intValue(p->controls, *info);
-  return 0;
+  return getTyped(prob, __func__, control, Access::Integral, value);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLsetintcontrol(NVRLprob prob, int control, int value) NVRL_TRY {
@@ -97,11 +98,7 @@ NVRL_API int NVRLsetintcontrol64(NVRLprob prob, int control, NVRLint64 value) NV
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetdblcontrol(NVRLprob prob, int control, double *value) NVRL_TRY {
-  const ParamInfo *info;
-  nvrl_problem_s *p = prepare(prob, "NVRLgetdblcontrol", control, Access::Double, value, &info);
-  if (!p) return 1;
-  *value = dblValue(p->controls, *info);
-  return 0;
+  return getTyped(prob, __func__, control, Access::Double, value);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLsetdblcontrol(NVRLprob prob, int control, double value) NVRL_TRY {
@@ -109,11 +106,7 @@ NVRL_API int NVRLsetdblcontrol(NVRLprob prob, int control, double value) NVRL_TR
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLgetstrcontrol(NVRLprob prob, int control, char *value) NVRL_TRY {
-  const ParamInfo *info;
-  nvrl_problem_s *p = prepare(prob, "NVRLgetstrcontrol", control, Access::String, value, &info);
-  if (!p) return 1;
-  copyText(value, NVRL_MAXNAMELEN, strValue(p->controls, *info).c_str());
-  return 0;
+  return getTyped(prob, __func__, control, Access::String, value);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLsetstrcontrol(NVRLprob prob, int control, const char *value) NVRL_TRY {
@@ -151,15 +144,7 @@ NVRL_API int NVRLsetdefaults(NVRLprob prob) NVRL_TRY {
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLcopycontrols(NVRLprob dest, NVRLprob src) NVRL_TRY {
-  nvrl_problem_s *d = checkProblem(dest, __func__);
-  if (!d) return 1;
-  nvrl_problem_s *s = checkProblem(src, __func__);
-  if (!s) return d->fail("NVRLcopycontrols: invalid source problem");
-  if (d != s) {
-    ControlValues copy = s->controls;  // aside first: a failed copy changes nothing
-    d->controls = std::move(copy);
-  }
-  return 0;
+  return copyControlValues(dest, src, __func__, "problem", checkProblem);
 } NVRL_CATCH(dest)
 
 NVRL_API int NVRLdumpcontrols(NVRLprob prob) NVRL_TRY {

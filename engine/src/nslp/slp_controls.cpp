@@ -82,6 +82,18 @@ int setTyped(NSLPprob slp, const char *fn, int id, Access access, T value,
   return 0;
 }
 
+// The typed getters: the id checked against the type, then the value read into *value.
+template <class T>
+int getTyped(NSLPprob slp, const char *fn, int id, Access access, T *value) {
+  const ParamInfo *info;
+  nslp_problem_s *s = prepare(slp, fn, id, access, true, value, &info);
+  if (!s) return 1;
+  if (!readValue(s->controls, *info, value))
+    return s->fail("%s: %d (%s) holds %lld, beyond 32 bits", fn, id, info->name,
+                   static_cast<long long>(intValue(s->controls, *info)));
+  return 0;
+}
+
 int missing(nslp_problem_s *s, const char *fn, int attrib) {
   return s->fail("%s: attribute %d is registered but not computed by this build", fn, attrib);
 }
@@ -125,16 +137,7 @@ NVRL_API int NSLPgetstrattrib(NSLPprob slp, int attrib, char *value) NVRL_TRY {
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPgetintcontrol(NSLPprob slp, int control, int *value) NVRL_TRY {
-  const ParamInfo *info;
-  nslp_problem_s *s =
-      prepare(slp, "NSLPgetintcontrol", control, Access::Integral, true, value, &info);
-  if (!s) return 1;
-  int64_t v = intValue(s->controls, *info);
-  if (v < INT_MIN || v > INT_MAX)
-    return s->fail("NSLPgetintcontrol: %d (%s) holds %lld, beyond 32 bits", control, info->name,
-                   static_cast<long long>(v));
-  *value = static_cast<int>(v);
-  return 0;
+  return getTyped(slp, __func__, control, Access::Integral, value);
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPsetintcontrol(NSLPprob slp, int control, int value) NVRL_TRY {
@@ -142,12 +145,7 @@ NVRL_API int NSLPsetintcontrol(NSLPprob slp, int control, int value) NVRL_TRY {
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPgetdblcontrol(NSLPprob slp, int control, double *value) NVRL_TRY {
-  const ParamInfo *info;
-  nslp_problem_s *s =
-      prepare(slp, "NSLPgetdblcontrol", control, Access::Double, true, value, &info);
-  if (!s) return 1;
-  *value = dblValue(s->controls, *info);
-  return 0;
+  return getTyped(slp, __func__, control, Access::Double, value);
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPsetdblcontrol(NSLPprob slp, int control, double value) NVRL_TRY {
@@ -155,12 +153,7 @@ NVRL_API int NSLPsetdblcontrol(NSLPprob slp, int control, double value) NVRL_TRY
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPgetstrcontrol(NSLPprob slp, int control, char *value) NVRL_TRY {
-  const ParamInfo *info;
-  nslp_problem_s *s =
-      prepare(slp, "NSLPgetstrcontrol", control, Access::String, true, value, &info);
-  if (!s) return 1;
-  copyText(value, NVRL_MAXNAMELEN, strValue(s->controls, *info).c_str());
-  return 0;
+  return getTyped(slp, __func__, control, Access::String, value);
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPsetstrcontrol(NSLPprob slp, int control, const char *value) NVRL_TRY {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <set>
 
+#include "core/control_values.h"
 #include "core/entry.h"
 #include "core/environment.h"
 #include "core/text.h"
@@ -247,15 +248,7 @@ NVRL_API int NSLPcopyprob(NSLPprob dest, NSLPprob src, const char *name) NVRL_TR
 } NVRL_CATCH(dest)
 
 NVRL_API int NSLPcopycontrols(NSLPprob dest, NSLPprob src) NVRL_TRY {
-  nslp_problem_s *d = checkSlpProblem(dest, __func__);
-  if (!d) return 1;
-  nslp_problem_s *s = checkSlpProblem(src, __func__);
-  if (!s) return d->fail("NSLPcopycontrols: invalid source nonlinear problem");
-  if (d != s) {
-    nvrl::ControlValues copy = s->controls;
-    d->controls = std::move(copy);
-  }
-  return 0;
+  return nvrl::copyControlValues(dest, src, __func__, "nonlinear problem", checkSlpProblem);
 } NVRL_CATCH(dest)
 
 NVRL_API int NSLPsetcbmessage(NSLPprob slp, NSLPmsgcb cb, void *data) NVRL_TRY {

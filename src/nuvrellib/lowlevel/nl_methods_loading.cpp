@@ -189,16 +189,13 @@ DOC_PAIR(loadcoefs, addcoefs, "(rowindex, colindex, factor, fstart, parsed, type
 }  // namespace
 
 PyMethodDef problem_methods_nl_loading[] = {
-    {"loadvars", NVO_KW_METHOD(NSLP_PY_loadvars), METH_VARARGS | METH_KEYWORDS, loadvars_doc},
-    {"addvars", NVO_KW_METHOD(NSLP_PY_addvars), METH_VARARGS | METH_KEYWORDS, addvars_doc},
-    {"loadtolsets", NVO_KW_METHOD(NSLP_PY_loadtolsets), METH_VARARGS | METH_KEYWORDS,
-     loadtolsets_doc},
-    {"addtolsets", NVO_KW_METHOD(NSLP_PY_addtolsets), METH_VARARGS | METH_KEYWORDS,
-     addtolsets_doc},
-    {"loaddfs", NVO_KW_METHOD(NSLP_PY_loaddfs), METH_VARARGS | METH_KEYWORDS, loaddfs_doc},
-    {"adddfs", NVO_KW_METHOD(NSLP_PY_adddfs), METH_VARARGS | METH_KEYWORDS, adddfs_doc},
-    {"loadcoefs", NVO_KW_METHOD(NSLP_PY_loadcoefs), METH_VARARGS | METH_KEYWORDS,
-     loadcoefs_doc},
-    {"addcoefs", NVO_KW_METHOD(NSLP_PY_addcoefs), METH_VARARGS | METH_KEYWORDS, addcoefs_doc},
+    NL_ENTRY(loadvars, loadvars_doc),
+    NL_ENTRY(addvars, addvars_doc),
+    NL_ENTRY(loadtolsets, loadtolsets_doc),
+    NL_ENTRY(addtolsets, addtolsets_doc),
+    NL_ENTRY(loaddfs, loaddfs_doc),
+    NL_ENTRY(adddfs, adddfs_doc),
+    NL_ENTRY(loadcoefs, loadcoefs_doc),
+    NL_ENTRY(addcoefs, addcoefs_doc),
     {nullptr, nullptr, 0, nullptr},
 };

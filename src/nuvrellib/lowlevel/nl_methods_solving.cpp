@@ -89,22 +89,24 @@ PyObject *NSLP_PY_nlpoptimize(PyObject *self, PyObject *args, PyObject *kwargs) 
 }  // namespace
 
 PyMethodDef problem_methods_nl_solving[] = {
-    {"validatevector", NVO_KW_METHOD(NSLP_PY_validatevector), METH_VARARGS | METH_KEYWORDS,
-     "validatevector(solution)\n\nEvaluates the point solution (a value per column) without\n"
-     "changing anything, as the tuple (suminf, sumscaledinf, objval): the sum of the row and\n"
-     "bound violations, the sum of the relative ones and the objective's value.\n\n"
-     "Example: suminf, scaled, obj = p.validatevector([1, 1, 0, 0, 0])"},
-    {"validaterow", NVO_KW_METHOD(NSLP_PY_validaterow), METH_VARARGS | METH_KEYWORDS,
-     "validaterow(row)\n\nWrites a report of row at the current point: its terms, values,\n"
-     "derivatives checked against differences, activity and violation.\n\n"
-     "Example: p.validaterow(c1)"},
-    {"validatekkt", NVO_KW_METHOD(NSLP_PY_validatekkt), METH_VARARGS | METH_KEYWORDS,
-     "validatekkt(mode, respectbasis, updatemult, violtarget)\n\nChecks the first-order\n"
-     "optimality conditions at the current point (mode 0 absolute, 1 relative; with the\n"
-     "last solve's multipliers when respectbasis, else fitted ones, stored as the answer's\n"
-     "when updatemult) and returns the tuple (valid, stationarity, complementarity,\n"
-     "feasibility): valid when each largest violation is at most violtarget.\n\n"
-     "Example: ok, *_ = p.validatekkt(0, 0, 0, 1e-6)"},
+    NL_ENTRY(validatevector,
+             "validatevector(solution)\n\nEvaluates the point solution (a value per column)\n"
+             "without changing anything, as the tuple (suminf, sumscaledinf, objval): the sum\n"
+             "of the row and bound violations, the sum of the relative ones and the objective's\n"
+             "value.\n\n"
+             "Example: suminf, scaled, obj = p.validatevector([1, 1, 0, 0, 0])"),
+    NL_ENTRY(validaterow,
+             "validaterow(row)\n\nWrites a report of row at the current point: its terms, values,\n"
+             "derivatives checked against differences, activity and violation.\n\n"
+             "Example: p.validaterow(c1)"),
+    NL_ENTRY(validatekkt,
+             "validatekkt(mode, respectbasis, updatemult, violtarget)\n\nChecks the first-order\n"
+             "optimality conditions at the current point (mode 0 absolute, 1 relative; with the\n"
+             "last solve's multipliers when respectbasis, else fitted ones, stored as the\n"
+             "answer's when updatemult) and returns the tuple (valid, stationarity,\n"
+             "complementarity, feasibility): valid when each largest violation is at most\n"
+             "violtarget.\n\n"
+             "Example: ok, *_ = p.validatekkt(0, 0, 0, 1e-6)"),
     NOARG(validate, NSLPvalidate,
           "validate()\n\nChecks every row and column bound at the current point and writes a\n"
           "warning per violation (attributes nslp_validation_index_a, _r, _failures)."),
@@ -146,10 +148,10 @@ PyMethodDef problem_methods_nl_solving[] = {
      "keeping integer columns integral from the initial values, from every queued\n"
      "multistart job and from nslp_global_starts random points within the bounds; the best\n"
      "answer is kept.\n\nExample: p.globalsol(); print(p.getObjVal())"},
-    {"nlpoptimize", NVO_KW_METHOD(NSLP_PY_nlpoptimize), METH_VARARGS | METH_KEYWORDS,
-     "nlpoptimize(flags='')\n\nSolves the nonlinear problem by successive linear\n"
-     "programming (flags as for lpoptimize, plus 'g': keep integer columns integral), then\n"
-     "the queued multistart jobs. Ctrl-C stops it with its best point so far.\n\n"
-     "Example: p.nlpoptimize(); values = p.getslpsol()"},
+    NL_ENTRY(nlpoptimize,
+             "nlpoptimize(flags='')\n\nSolves the nonlinear problem by successive linear\n"
+             "programming (flags as for lpoptimize, plus 'g': keep integer columns integral),\n"
+             "then the queued multistart jobs. Ctrl-C stops it with its best point so far.\n\n"
+             "Example: p.nlpoptimize(); values = p.getslpsol()"),
     {nullptr, nullptr, 0, nullptr},
 };

@@ -233,14 +233,22 @@ PyObject *value_or_none(bool fetched, double v) {
 const char *kw_colrow[] = {"col", "row", nullptr};
 const char *kw_colrow_alt[] = {"column", "row", nullptr};
 
-PyObject *NVRL_PY_getlpsolval(PyObject *self, PyObject *args, PyObject *kwargs) {
+// The ready problem and the (col, row) of a solution value query, each index -1 where not
+// given; null with an exception set.
+problem_s *solval_args(PyObject *self, PyObject *args, PyObject *kwargs, int *c, int *r) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   PyObject *col = nullptr, *row = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO", kw_colrow, kw_colrow_alt, &col, &row))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO", kw_colrow, kw_colrow_alt, &col, &row) ||
+      col_and_row(p, col, row, c, r) != 0)
     return nullptr;
+  return p;
+}
+
+PyObject *NVRL_PY_getlpsolval(PyObject *self, PyObject *args, PyObject *kwargs) {
   int c = -1, r = -1;
-  if (col_and_row(p, col, row, &c, &r) != 0) return nullptr;
+  problem_s *p = solval_args(self, args, kwargs, &c, &r);
+  if (p == nullptr) return nullptr;
   double x = 0, slack = 0, dual = 0, dj = 0;
   if (NVRLgetlpsolval(p->prob, c, r, &x, &slack, &dual, &dj) != 0) return done(p, nullptr);
   return Py_BuildValue("(NNNN)", value_or_none(c >= 0, x), value_or_none(r >= 0, slack),
@@ -248,13 +256,9 @@ PyObject *NVRL_PY_getlpsolval(PyObject *self, PyObject *args, PyObject *kwargs) 
 }
 
 PyObject *NVRL_PY_getmipsolval(PyObject *self, PyObject *args, PyObject *kwargs) {
-  problem_s *p = problem_ready(self);
-  if (p == nullptr) return nullptr;
-  PyObject *col = nullptr, *row = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO", kw_colrow, kw_colrow_alt, &col, &row))
-    return nullptr;
   int c = -1, r = -1;
-  if (col_and_row(p, col, row, &c, &r) != 0) return nullptr;
+  problem_s *p = solval_args(self, args, kwargs, &c, &r);
+  if (p == nullptr) return nullptr;
   double x = 0, slack = 0;
   if (NVRLgetmipsolval(p->prob, c, r, &x, &slack) != 0) return done(p, nullptr);
   return Py_BuildValue("(NN)", value_or_none(c >= 0, x), value_or_none(r >= 0, slack));

@@ -65,19 +65,11 @@ void drop_table_entries(uint64_t *word) {
 // --- record accessors -----------------------------------------------------------------------
 
 void con_assign_id(uint64_t *word) {
-  uint64_t id;
-  {
-    EnvLock lock(nvr_py_env.mtx_con);
-    id = nvr_py_env.next_con_id++;
-  }
-  *word = (*word & ~CON_ID_MASK) | (id & CON_ID_MASK);
+  *word = (*word & ~CON_ID_MASK) | (con_reserve_ids(1) & CON_ID_MASK);
 }
 
 uint64_t con_reserve_ids(uint64_t n) {
-  EnvLock lock(nvr_py_env.mtx_con);
-  const uint64_t first = nvr_py_env.next_con_id;
-  nvr_py_env.next_con_id += n;
-  return first;
+  return env_take_ids(nvr_py_env.mtx_con, nvr_py_env.next_con_id, n);
 }
 
 double get_con_lbound(uint64_t word) {

@@ -15,8 +15,7 @@ namespace {
 inline sos_s *as_sos(PyObject *o) { return reinterpret_cast<sos_s *>(o); }
 
 int64_t next_sos_id() {
-  EnvLock lock(nvr_py_env.mtx_sos);
-  return static_cast<int64_t>(nvr_py_env.next_sos_id++);
+  return static_cast<int64_t>(env_take_ids(nvr_py_env.mtx_sos, nvr_py_env.next_sos_id, 1));
 }
 
 PyObject *default_name(int64_t id) {

@@ -67,19 +67,11 @@ int set_bound_field(uint64_t *word, boundmap *table, uint64_t code, int shift, u
 // ===== record accessors ===================================================================
 
 void var_assign_id(uint64_t *word) {
-  uint64_t id;
-  {
-    EnvLock lock(nvr_py_env.mtx_var);
-    id = nvr_py_env.next_var_id++;
-  }
-  *word = (*word & ~VAR_ID_MASK) | (id & VAR_ID_MASK);
+  *word = (*word & ~VAR_ID_MASK) | (var_reserve_ids(1) & VAR_ID_MASK);
 }
 
 uint64_t var_reserve_ids(uint64_t n) {
-  EnvLock lock(nvr_py_env.mtx_var);
-  const uint64_t first = nvr_py_env.next_var_id;
-  nvr_py_env.next_var_id += n;
-  return first;
+  return env_take_ids(nvr_py_env.mtx_var, nvr_py_env.next_var_id, n);
 }
 
 double get_var_lbound(uint64_t word) {

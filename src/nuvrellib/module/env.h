@@ -77,6 +77,14 @@ class EnvLock {
   nvo_mutex &m_;
 };
 
+// Takes n consecutive ids from the counter next, guarded by m; returns the first.
+inline uint64_t env_take_ids(nvo_mutex &m, uint64_t &next, uint64_t n) {
+  EnvLock lock(m);
+  const uint64_t first = next;
+  next += n;
+  return first;
+}
+
 // The fourteen type objects. Each is defined in the file of its type.
 extern PyTypeObject var_type, sos_type, expression_type, constraint_type, ctrl_type, attr_type,
     problem_type, branchobj_type, poolcut_type, nvrlobject_type, voidstar_type, linterm_type,
