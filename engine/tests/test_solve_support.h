@@ -4,12 +4,28 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <tuple>
 #include <vector>
 
 #include "test_support.h"
 
 namespace solvetest {
+
+// A small deterministic generator for the randomised tests: the same instances on every
+// platform and standard library (std::uniform_real_distribution is not portable).
+class Rng {
+ public:
+  explicit Rng(uint64_t seed, uint64_t salt = 1) : s_(seed * 2654435761ULL + salt) {}
+  double uniform(double lo, double hi) {
+    s_ = s_ * 6364136223846793005ULL + 1442695040888963407ULL;
+    return lo + (hi - lo) * static_cast<double>(s_ >> 11) / 9007199254740992.0;
+  }
+  int integer(int lo, int hi) { return lo + static_cast<int>(uniform(0, hi - lo + 1 - 1e-9)); }
+
+ private:
+  uint64_t s_;
+};
 
 class SolveTest : public nvtest::ProblemTest {
  protected:

@@ -10,18 +10,6 @@
 namespace solvetest {
 namespace {
 
-class Rng {
- public:
-  explicit Rng(uint64_t seed) : s_(seed * 2654435761ULL + 7) {}
-  double uniform(double lo, double hi) {
-    s_ = s_ * 6364136223846793005ULL + 1442695040888963407ULL;
-    return lo + (hi - lo) * static_cast<double>(s_ >> 11) / 9007199254740992.0;
-  }
-
- private:
-  uint64_t s_;
-};
-
 constexpr double kMinHolding = 0.02;
 
 // n assets x with holdings z; variance of a 3-factor model with specific risk (scaled to an
@@ -35,7 +23,7 @@ struct Portfolio {
 };
 
 Portfolio makePortfolio(uint64_t seed, int n, int k) {
-  Rng r(seed);
+  Rng r(seed, 7);
   Portfolio p{n, k, std::vector<std::vector<double>>(n, std::vector<double>(n)), {}, 0.0};
   std::vector<std::vector<double>> load(n, std::vector<double>(3));
   for (auto &l : load)

@@ -10,19 +10,6 @@
 namespace solvetest {
 namespace {
 
-class Rng {
- public:
-  explicit Rng(uint64_t seed) : s_(seed * 2654435761ULL + 1) {}
-  double uniform(double lo, double hi) {
-    s_ = s_ * 6364136223846793005ULL + 1442695040888963407ULL;
-    return lo + (hi - lo) * static_cast<double>(s_ >> 11) / 9007199254740992.0;
-  }
-  int integer(int lo, int hi) { return lo + static_cast<int>(uniform(0, hi - lo + 1 - 1e-9)); }
-
- private:
-  uint64_t s_;
-};
-
 constexpr int kInts = 3, kConts = 2;
 constexpr int kIntLo = -2, kIntHi = 2;
 constexpr double kSemiThreshold = 1.0, kSemiUp = 3.0;

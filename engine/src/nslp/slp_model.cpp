@@ -6,6 +6,8 @@
 #include <cmath>
 #include <map>
 
+#include "nslp/slp_row_terms.h"
+
 namespace nvrl {
 
 namespace {
@@ -27,19 +29,7 @@ SlpModel::SlpModel(const Model &m, const SlpData &d, int sense,
     : m_(m), ncols_(m.cols()), nrows_(m.rows()), sense_(sense >= 0 ? 1 : -1) {
   rowlo_.resize(nrows_);
   rowup_.resize(nrows_);
-  for (int i = 0; i < nrows_; ++i) {
-    double lo = -INFINITY, up = INFINITY;
-    const double rhs = m.rhs[i];
-    switch (m.rowtype[i]) {
-      case 'L': up = rhs; break;
-      case 'G': lo = rhs; break;
-      case 'E': lo = up = rhs; break;
-      case 'R': lo = rhs - m.range[i]; up = rhs; break;
-      default: break;  // 'N': free
-    }
-    rowlo_[i] = lo;
-    rowup_[i] = up;
-  }
+  for (int i = 0; i < nrows_; ++i) rowBounds(m, i, rowlo_[i], rowup_[i]);
 
   // Rows with a quadratic part or a formula, in row order.
   std::map<int, std::vector<const SlpCoefficient *>> formulaRows;
