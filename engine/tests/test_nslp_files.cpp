@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -348,9 +349,7 @@ TEST_P(SlpSnapshotFile, SolvedProblemComesBackWithItsDataAndAnswers) {
   const double tols[NSLP_TOLSET_SIZE] = {1e-3, 0, 0, 2e-4, 0, 0}, estimate = 0.5, value = 0.125;
   const int zero = 0, one = 1, objrow = -1, fixed = NSLP_DELTA_FIXED;
   ASSERT_EQ(0, NSLPloadtolsets(slp, 1, tols)) << slpError();
-  ASSERT_EQ(0, NSLPchgvar(slp, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                          &one, nullptr, nullptr, nullptr))
-      << slpError();
+  ASSERT_EQ(0, nslptest::setVar(slp, 0, &nslptest::VarIn::tolset, one)) << slpError();
   ASSERT_EQ(0, NSLPloaddfs(slp, 1, &zero, &objrow, &estimate)) << slpError();
   ASSERT_EQ(0, NSLPchgdeltatype(slp, 1, &zero, &fixed, &value)) << slpError();
   ASSERT_EQ(0, NSLPmsaddjob(slp, "a job", 1, &zero, &value, 0, nullptr, nullptr, 0, nullptr,
@@ -515,23 +514,33 @@ const std::map<std::string, std::string> kNotYet = {
               "0.9946)"},
 };
 
+// Files whose optimal point is unique, so that the point reached is checked as well.
+const std::set<std::string> kUniquePoint = {"hs001", "hs006", "hs007", "hs043", "hs071"};
+
 TEST_P(NlpDataFile, ReachesTheStatedOptimum) {
   if (auto it = kNotYet.find(GetParam()); it != kNotYet.end()) GTEST_SKIP() << it->second;
   const std::string file = nslptest::nlpFile(GetParam());
   const nslptest::Published pub = nslptest::published(file);
   ASSERT_FALSE(std::isnan(pub.optimum)) << "no optimum comment in " << file;
   ASSERT_EQ(0, NSLPreadprob(slp, file.c_str(), "")) << file;
+  const nvrl::Model &m = prob->model;
   bool integers = false;
-  for (char t : prob->model.coltype) integers = integers || t != 'C';
+  for (char t : m.coltype) integers = integers || t != 'C';
   ASSERT_EQ(0, NSLPnlpoptimize(slp, integers ? "g" : "")) << error();
-  int status = -1;
-  double obj = NAN;
-  ASSERT_EQ(0, NSLPgetintattrib(slp, NSLP_ATTR_STATUS, &status));
-  ASSERT_EQ(0, NSLPgetdblattrib(slp, NSLP_ATTR_OBJECTIVE, &obj));
+  const int status = intAttr(NSLP_ATTR_STATUS);
   EXPECT_TRUE(status == NSLP_NLP_LOCALLY_OPTIMAL || status == NSLP_NLP_GLOBALLY_OPTIMAL)
       << "status " << status;
-  EXPECT_NEAR(pub.optimum, obj,
+  EXPECT_EQ(NVRL_STOP_NONE, intAttr(NSLP_ATTR_STOP_STATUS));
+  EXPECT_NEAR(pub.optimum, dblAttr(NSLP_ATTR_OBJECTIVE),
               std::max(1e-5, 10 * pub.tolerance) * std::max(1.0, std::fabs(pub.optimum)));
+  std::vector<double> x(m.cols()), slack(m.rows());
+  ASSERT_EQ(0, NSLPgetslpsol(slp, x.data(), slack.data(), nullptr, nullptr)) << error();
+  // The slack is the full nonlinear activity's: it vanishes on the equality rows.
+  for (int i = 0; i < m.rows(); ++i)
+    if (m.rowtype[i] == 'E') EXPECT_NEAR(0.0, slack[i], 1e-6) << m.rownames[i];
+  if (kUniquePoint.count(GetParam()))
+    for (int j = 0; j < m.cols(); ++j)
+      EXPECT_NEAR(pub.solution.at(m.colnames[j]), x[j], 1e-4) << m.colnames[j];
 }
 
 INSTANTIATE_TEST_SUITE_P(Published, NlpDataFile, ::testing::ValuesIn(nslptest::nlpStems()),

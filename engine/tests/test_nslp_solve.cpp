@@ -41,30 +41,6 @@ namespace {
 
 constexpr double kFree = 1e20;
 
-// Test problems solved from their own starts: the published optimum and optimal point.
-class KnownOptimum : public NslpTest, public ::testing::WithParamInterface<std::string> {};
-
-TEST_P(KnownOptimum, ReachesThePublishedOptimum) {
-  const std::string file = nslptest::nlpFile(GetParam());
-  const nslptest::Published pub = nslptest::published(file);
-  ASSERT_EQ(0, NSLPreadprob(slp, file.c_str(), "")) << slpError();
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
-  EXPECT_EQ(NVRL_STOP_NONE, intAttr(NSLP_ATTR_STOP_STATUS));
-  EXPECT_NEAR(pub.optimum, objective(), 1e-5 * std::max(1.0, std::fabs(pub.optimum)));
-  const std::vector<double> sol = x();
-  for (int j = 0; j < model().cols(); ++j)
-    EXPECT_NEAR(pub.solution.at(model().colnames[j]), sol[j], 1e-4) << model().colnames[j];
-  // The slack is the full nonlinear activity's: it vanishes on the equality rows.
-  const std::vector<double> slack = slacks();
-  for (int i = 0; i < model().rows(); ++i)
-    if (model().rowtype[i] == 'E') EXPECT_NEAR(0.0, slack[i], 1e-6) << i;
-}
-
-// Rosenbrock's function, equality rows with quadratic and formula terms, inequalities.
-INSTANTIATE_TEST_SUITE_P(Published, KnownOptimum,
-                         ::testing::Values("hs001", "hs006", "hs007", "hs043", "hs071"));
-
 TEST_F(NslpTest, MaximisesInTheSenseOfTheControl) {
   // max x0 + x1  s.t.  x0^2 + x1^2 <= 2: at (1, 1), with multiplier 1/2 on the row.
   const int a = col(-kFree, kFree, 1), b = col(-kFree, kFree, 1);
@@ -72,17 +48,13 @@ TEST_F(NslpTest, MaximisesInTheSenseOfTheControl) {
   qrow(r, {{a, a, 1.0}, {b, b, 1.0}});
   model().objsense = -1;
   ASSERT_EQ(0, NSLPsetdblcontrol(slp, NSLP_CTRL_OBJECTIVE_SENSE, -1.0));
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_NEAR(2.0, objective(), 1e-6);
   std::vector<double> sol(2), duals(1), djs(2);
   ASSERT_EQ(0, NSLPgetslpsol(slp, sol.data(), nullptr, duals.data(), djs.data()));
-  EXPECT_NEAR(1.0, sol[0], 1e-5);
-  EXPECT_NEAR(1.0, sol[1], 1e-5);
+  nvtest::expectNear({1.0, 1.0}, sol, 1e-5);
   // As for a maximising LP: objective gradient = dual * row gradient at the optimum.
-  EXPECT_NEAR(0.5, duals[0], 1e-5);
-  EXPECT_NEAR(0.0, djs[0], 1e-5);
-  EXPECT_NEAR(0.0, djs[1], 1e-5);
+  nvtest::expectNear({0.5, 0.0, 0.0}, {duals[0], djs[0], djs[1]}, 1e-5);
 }
 
 TEST_F(NslpTest, CoefficientsEvaluateAtTheLastSolution) {
@@ -105,8 +77,7 @@ TEST_F(NslpTest, ProblemWithoutNonlinearDataMatchesTheLinearOptimiser) {
   const int a = col(0, 10, 1), b = col(0, 10, 2);
   row('G', 1, {{a, 1}, {b, 1}});
   row('L', 0.5, {{a, 1}, {b, -1}});
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_GLOBALLY_OPTIMAL, status());
+  solve(NSLP_NLP_GLOBALLY_OPTIMAL);
   EXPECT_EQ(1, intAttr(NSLP_ATTR_ITERATIONS));
   std::vector<double> duals(2), djs(2);
   ASSERT_EQ(0, NSLPgetslpsol(slp, nullptr, nullptr, duals.data(), djs.data()));
@@ -116,10 +87,8 @@ TEST_F(NslpTest, ProblemWithoutNonlinearDataMatchesTheLinearOptimiser) {
   ASSERT_EQ(0, NVRLgetlpsol(prob, nullptr, nullptr, lpduals.data(), lpdjs.data()));
   ASSERT_EQ(0, NVRLgetdblattrib(prob, NVRL_ATTR_LP_OBJECTIVE, &lpobj));
   EXPECT_NEAR(lpobj, objective(), 1e-9);
-  for (int i = 0; i < 2; ++i) {
-    EXPECT_NEAR(lpduals[i], duals[i], 1e-9);
-    EXPECT_NEAR(lpdjs[i], djs[i], 1e-9);
-  }
+  nvtest::expectNear(lpduals, duals, 1e-9);
+  nvtest::expectNear(lpdjs, djs, 1e-9);
 }
 
 struct Unsolvable {
@@ -172,8 +141,7 @@ class Stops : public NslpTest {
 TEST_F(Stops, IterationLimitKeepsTheBestPoint) {
   rosenbrock();
   ASSERT_EQ(0, NSLPsetintcontrol(slp, NSLP_CTRL_ITERATION_LIMIT, 3));
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_UNFINISHED, status());
+  solve(NSLP_NLP_UNFINISHED);
   EXPECT_EQ(NVRL_STOP_ITERLIMIT, intAttr(NSLP_ATTR_STOP_STATUS));
   EXPECT_EQ(3, intAttr(NSLP_ATTR_ITERATIONS));
   const std::vector<double> sol = x();
@@ -207,8 +175,7 @@ TEST_F(Stops, InterruptFromTheMessageCallbackStopsAtTheNextIteration) {
   EXPECT_EQ(NVRL_STOP_USER, intAttr(NSLP_ATTR_INTERRUPT_REASON));
   // A new solve starts afresh and runs to its end.
   ASSERT_EQ(0, NSLPsetcbmessage(slp, nullptr, nullptr));
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
 }
 
 TEST_F(NslpTest, MixedIntegerConvexProblemMatchesEnumeration) {
@@ -221,8 +188,7 @@ TEST_F(NslpTest, MixedIntegerConvexProblemMatchesEnumeration) {
   for (int i = 0; i <= 5; ++i)
     for (int j = 0; j <= 5; ++j)
       if (i * i + j * j <= 9) best = std::min(best, std::pow(i - 2.6, 2) + std::pow(j - 1.3, 2));
-  ASSERT_EQ(0, optimize("g")) << slpError();
-  EXPECT_EQ(NSLP_NLP_GLOBALLY_OPTIMAL, status());
+  solve(NSLP_NLP_GLOBALLY_OPTIMAL, "g");
   EXPECT_NEAR(best, objective(), 1e-6);
   const std::vector<double> sol = x();
   EXPECT_NEAR(std::round(sol[a]), sol[a], 1e-6);
@@ -237,8 +203,7 @@ TEST_F(NslpTest, TrialPointOutsideTheDomainIsRejectedAndTheSolveGoesOn) {
   formulaObjective(F().k(10).x(a).mul().args().x(a).fn(NSLP_FN_LN).sub());
   start(a, 1.0);
   captureLog(1);
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_NEAR(0.1, x()[a], 1e-5);
   EXPECT_NEAR(1.0 + std::log(10.0), objective(), 1e-7);
   EXPECT_FALSE(logged("rejected: ").empty()) << "no trial point was rejected";
@@ -275,13 +240,11 @@ TEST_P(ReloadBeneath, SolveRefusesStaleCoefficientsOrSolves) {
     EXPECT_NE(std::string::npos, slpError().find("a nonlinear coefficient cannot be used"))
         << slpError();
   } else {  // the added columns take default settings
-    ASSERT_EQ(0, optimize()) << slpError();
-    EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+    solve();
   }
   // The problem stays usable: read anew, it solves to its optimum.
   ASSERT_EQ(0, NSLPreadprob(slp, nslptest::nlpFile("hs071").c_str(), "")) << slpError();
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, ReloadBeneath, ::testing::Values(1, 3, 6));
@@ -455,8 +418,7 @@ TEST_F(Cascade, AnInequalityRowIsMovedOnlyToItsNearerBound) {
 TEST_F(Cascade, EveryAcceptedPointSatisfiesTheDeterminingRowAndTheOptimumIsReached) {
   const Pool p = haverly();
   determine(p.q, p.balance);
-  ASSERT_EQ(0, optimize()) << slpError();
-  ASSERT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  ASSERT_NO_FATAL_FAILURE(solve());
   EXPECT_NEAR(-400.0, objective(), 1e-5 * 400);
   const int withCascade = intAttr(NSLP_ATTR_ITERATIONS);
   // The point kept when the iteration limit stops the solve is the last accepted one.
@@ -652,8 +614,7 @@ class SlpSaddle : public NslpTest, public ::testing::WithParamInterface<SaddleCa
 
 TEST_P(SlpSaddle, LeavesTheSaddleForALocalMinimum) {
   build(GetParam().name);
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_NEAR(GetParam().optimum, objective(), 1e-6);
 }
 
@@ -671,8 +632,7 @@ TEST_F(NslpTest, ALocalMinimumIsNotLeft) {
   const int a = col(-1e20, 1e20, 0.0);
   start(a, 0.9);
   formulaObjective(F().x(a).k(1).sub().k(2).pow().x(a).k(1).add().k(2).pow().mul());
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_NEAR(1.0, x()[a], 1e-4);
   EXPECT_NEAR(0.0, objective(), 1e-8);
 }
@@ -692,8 +652,7 @@ TEST_P(SlpOvershoot, ARejectedCorrectedStepKeepsItsStepBounds) {
     formulaObjective(F().args().x(a).k(2).pow().x(b).k(2).pow().mul().fn(NSLP_FN_SQRT).k(-1).mul());
   else
     formulaObjective(F().x(a).x(b).mul().k(-1).mul());
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_NEAR(-4.0, objective(), 1e-6);
   EXPECT_NEAR(2.0, x()[a], 1e-5);
   EXPECT_NEAR(2.0, x()[b], 1e-5);
@@ -748,11 +707,7 @@ class Multistart : public NslpTest {
   int queued() { return intAttr(NSLP_ATTR_MULTISTART_JOBS); }
   int jobsRun() { return intAttr(NSLP_ATTR_MULTISTART_JOBS_RUN); }
   int winner() { return intAttr(NSLP_ATTR_MULTISTART_WINNER); }
-  double baseObjective() {
-    double v = NAN;
-    EXPECT_EQ(0, NSLPgetdblattrib(slp, NSLP_ATTR_MULTISTART_BASE_OBJECTIVE, &v));
-    return v;
-  }
+  double baseObjective() { return dblAttr(NSLP_ATTR_MULTISTART_BASE_OBJECTIVE); }
 };
 
 class MultistartSense : public Multistart, public ::testing::WithParamInterface<int> {};
@@ -760,8 +715,7 @@ class MultistartSense : public Multistart, public ::testing::WithParamInterface<
 TEST_P(MultistartSense, ThreeJobsFindTheGlobalOptimumTheSingleStartMisses) {
   const int sense = GetParam();
   const int xc = quartic(sense);
-  ASSERT_EQ(0, optimize()) << slpError();
-  ASSERT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  ASSERT_NO_FATAL_FAILURE(solve());
   EXPECT_NEAR(sense * kLocalF, objective(), 1e-5);
   EXPECT_EQ(0, jobsRun());
   EXPECT_EQ(0, winner());
@@ -772,8 +726,7 @@ TEST_P(MultistartSense, ThreeJobsFindTheGlobalOptimumTheSingleStartMisses) {
   ASSERT_EQ(0, addStart(-2.5)) << slpError();
   ASSERT_EQ(0, addStart(0.5)) << slpError();
   EXPECT_EQ(3, queued());
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_EQ(3, jobsRun());
   EXPECT_EQ(2, winner());
   EXPECT_EQ(4, intAttr(NSLP_ATTR_MULTISTART_JOBS_OPTIMAL));
@@ -1125,15 +1078,11 @@ TEST_P(FixedColumnHs, SameOptimumWithAndWithoutPresolve) {
     ASSERT_EQ(0, NVRLchgbounds(prob, 1, &fix, &both, &at));
     NSLPsetintcontrol(slp, NSLP_CTRL_AUTO_PRESOLVE, autoPresolve);
     ASSERT_EQ(0, NSLPnlpoptimize(slp, "")) << error();
-    int status = -1, fixed = -1;
-    NSLPgetintattrib(slp, NSLP_ATTR_STATUS, &status);
-    NSLPgetdblattrib(slp, NSLP_ATTR_OBJECTIVE, &objs[autoPresolve]);
-    NSLPgetintattrib(slp, NSLP_ATTR_PRESOLVE_FIXED_COLUMNS, &fixed);
+    const int status = intAttr(NSLP_ATTR_STATUS);
     EXPECT_TRUE(status == NSLP_NLP_LOCALLY_OPTIMAL || status == NSLP_NLP_GLOBALLY_OPTIMAL)
         << status;
-    if (autoPresolve) {
-      EXPECT_EQ(1, fixed);
-    }
+    if (autoPresolve) EXPECT_EQ(1, intAttr(NSLP_ATTR_PRESOLVE_FIXED_COLUMNS));
+    objs[autoPresolve] = dblAttr(NSLP_ATTR_OBJECTIVE);
     EXPECT_NEAR(optimum, objs[autoPresolve], 1e-5 * std::max(1.0, std::fabs(optimum)));
   }
   EXPECT_NEAR(objs[0], objs[1], 1e-6 * std::max(1.0, std::fabs(optimum)));
@@ -1360,9 +1309,7 @@ TEST_F(Scaling, EachRowGetsThePowerOfTwoNearestItsLargestDerivative) {
   EXPECT_EQ(1.0, factor(empty));
   EXPECT_EQ(1.0, factor(logs));
   // At x = 4 the first row's derivative is 8000: the factors follow the current point.
-  const double four = 4.0;
-  ASSERT_EQ(0, NSLPchgvar(slp, x, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &four,
-                          nullptr, nullptr, nullptr, nullptr));
+  ASSERT_EQ(0, setVar(slp, x, &VarIn::value, 4.0));
   ASSERT_EQ(0, NSLPscaling(slp));
   EXPECT_EQ(std::ldexp(1.0, -13), factor(big));
   EXPECT_EQ(std::ldexp(1.0, 2), factor(logs));
@@ -1440,11 +1387,9 @@ TEST_P(BadlyScaledHs, ScalingReachesTheOptimumInNoMoreIterations) {
     prob->modelChanged();
     NSLPsetintcontrol(slp, NSLP_CTRL_SCALING, scaled ? 2 : 0);
     ASSERT_EQ(0, NSLPnlpoptimize(slp, "")) << error();
-    int status = -1;
-    double obj = NAN;
-    NSLPgetintattrib(slp, NSLP_ATTR_STATUS, &status);
-    NSLPgetintattrib(slp, NSLP_ATTR_ITERATIONS, &iterations[scaled]);
-    NSLPgetdblattrib(slp, NSLP_ATTR_OBJECTIVE, &obj);
+    const int status = intAttr(NSLP_ATTR_STATUS);
+    const double obj = dblAttr(NSLP_ATTR_OBJECTIVE);
+    iterations[scaled] = intAttr(NSLP_ATTR_ITERATIONS);
     reached[scaled] = status == NSLP_NLP_LOCALLY_OPTIMAL &&
                       std::fabs(obj - optimum) <= 1e-5 * std::max(1.0, std::fabs(optimum));
     std::printf("%s row %d x %g, %s: status %d, objective %.10g, %d iterations\n", p.file,
@@ -1492,14 +1437,11 @@ TEST_P(SlpSmallStepBound, DoesNotEndTheSolveAtTheStart) {
   formulaObjective(F().x(v).k(1).sub().k(2).pow());
   start(v, 0.0);
   if (c.perColumn)
-    ASSERT_EQ(0, NSLPchgvar(slp, v, nullptr, &c.bound, nullptr, nullptr, nullptr, nullptr,
-                            nullptr, nullptr, nullptr, nullptr, nullptr))
-        << slpError();
+    ASSERT_EQ(0, setVar(slp, v, &VarIn::initstepbound, c.bound)) << slpError();
   else
     ASSERT_EQ(0, NSLPsetdblcontrol(slp, NSLP_CTRL_INITIAL_STEP_BOUND, c.bound));
   ASSERT_EQ(0, NSLPsetdblcontrol(slp, NSLP_CTRL_STEP_TOLERANCE, 1e-6));
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_NEAR(1.0, x().at(v), 1e-5);
 }
 
@@ -1555,8 +1497,7 @@ class SlpInterrupt : public NslpTest {
 
 TEST_F(SlpInterrupt, SigintEndsTheSolveAtItsLastPointAndRestoresTheHandler) {
   // The full solve first, for its length.
-  ASSERT_EQ(0, optimize()) << slpError();
-  ASSERT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  ASSERT_NO_FATAL_FAILURE(solve());
   const int fullIterations = intAttr(NSLP_ATTR_ITERATIONS);
   const int callsPerSolve = g_calls;
   ASSERT_GT(fullIterations, 6);
@@ -1690,10 +1631,6 @@ class SlpValidate : public NslpTest {
     qrow(r2, {{0, 0, 1.0}, {1, 1, 1.0}, {2, 2, 1.0}, {3, 3, 1.0}});
     const double x0[] = {1, 5, 5, 1};
     for (int j = 0; j < 4; ++j) start(j, x0[j]);
-  }
-  void solveConverged() {
-    ASSERT_EQ(0, optimize()) << slpError();
-    ASSERT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
   }
   void setValue(int col, double v) {
     ASSERT_EQ(0, nslptest::setVar(slp, col, &nslptest::VarIn::value, v)) << slpError();
@@ -1867,7 +1804,7 @@ class SlpKkt : public SlpValidate, public ::testing::WithParamInterface<KktCase>
 TEST_P(SlpKkt, ConvergedSolutionIsValidAndPerturbedOneIsNot) {
   const KktCase c = GetParam();
   hs71();
-  solveConverged();
+  solve();
   ASSERT_EQ(0, kkt(c.mode, c.respect, 0, 1e-5)) << slpError();
   const Kkt good = kktResult();
   EXPECT_EQ(1, good.valid) << good.stationarity << " " << good.complementarity << " "
@@ -1901,7 +1838,7 @@ class SlpKktSense : public SlpValidate, public ::testing::WithParamInterface<int
     qrow(r, {{c, c, 1.0}});
     start(c, 3);
     ASSERT_EQ(0, NSLPsetdblcontrol(slp, NSLP_CTRL_OBJECTIVE_SENSE, sense));
-    ASSERT_NO_FATAL_FAILURE(solveConverged());
+    ASSERT_NO_FATAL_FAILURE(solve());
     ASSERT_NEAR(1.0, x()[0], 1e-6);
   }
 };
@@ -1973,7 +1910,7 @@ class SlpEvalInfo : public SlpValidate, public ::testing::WithParamInterface<boo
 
 TEST_P(SlpEvalInfo, CountsEveryEvaluationOfEachSolveAndInTotal) {
   build();
-  ASSERT_NO_FATAL_FAILURE(solveConverged());
+  ASSERT_NO_FATAL_FAILURE(solve());
   const nvrl::SlpEvalStats first = slp->evals.last;
   EXPECT_EQ(calls, first.user_values + first.user_derivatives + first.user_differences);
   EXPECT_GT(first.user_derivatives, 0);
@@ -1988,7 +1925,7 @@ TEST_P(SlpEvalInfo, CountsEveryEvaluationOfEachSolveAndInTotal) {
 
   ASSERT_EQ(0, NSLPreinitialize(slp));
   const int64_t before = calls;
-  ASSERT_NO_FATAL_FAILURE(solveConverged());
+  ASSERT_NO_FATAL_FAILURE(solve());
   const nvrl::SlpEvalStats second = slp->evals.last;
   EXPECT_EQ(calls - before, second.user_values + second.user_derivatives +
                                 second.user_differences);
@@ -2023,7 +1960,7 @@ TEST_F(SlpValidate, MemoryReportAddsUpAndFollowsTheData) {
   EXPECT_EQ(0.0, bytes("solution vectors (0 values)"));
 
   // A solve's vectors, then a further formula, show up.
-  solveConverged();
+  solve();
   lines.clear();
   ASSERT_EQ(0, NSLPprintmemory(slp));
   // x and djs over 5 columns (the objective's transfer column included), slack and duals

@@ -196,6 +196,32 @@ class SlpPairTest : public ::testing::TestWithParam<Param> {
     NVRLfree();
   }
   std::string error() const { return nvtest::slpError(slp); }
+  int intAttr(int id) {
+    int v = -99;
+    EXPECT_EQ(0, NSLPgetintattrib(slp, id, &v)) << id;
+    return v;
+  }
+  double dblAttr(int id) {
+    double v = NAN;
+    EXPECT_EQ(0, NSLPgetdblattrib(slp, id, &v)) << id;
+    return v;
+  }
+  NVRLprob prob = nullptr;
+  NSLPprob slp = nullptr;
+};
+
+// A second optimiser and nonlinear problem pair with silent logs, destroyed with the object.
+struct SecondPair {
+  SecondPair() {
+    EXPECT_EQ(0, NVRLcreateprob(&prob));
+    EXPECT_EQ(0, NSLPcreateprob(&slp, &prob));
+    NVRLsetintcontrol(prob, NVRL_CTRL_LOG_LEVEL, 0);
+    NSLPsetintcontrol(slp, NSLP_CTRL_LOG_LEVEL, 0);
+  }
+  ~SecondPair() {
+    NSLPdestroyprob(slp);
+    NVRLdestroyprob(prob);
+  }
   NVRLprob prob = nullptr;
   NSLPprob slp = nullptr;
 };
@@ -266,6 +292,11 @@ class NslpTest : public solvetest::SolveTest {
   }
 
   int optimize(const char *flags = "") { return NSLPnlpoptimize(slp, flags); }
+  // A solve that must succeed and end with the status want.
+  void solve(int want = NSLP_NLP_LOCALLY_OPTIMAL, const char *flags = "") {
+    ASSERT_EQ(0, optimize(flags)) << slpError();
+    ASSERT_EQ(want, status());
+  }
   int status() { return intAttr(NSLP_ATTR_STATUS); }
   int intAttr(int id) {
     int v = -99;

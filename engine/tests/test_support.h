@@ -103,6 +103,13 @@ inline bool sameBits(const std::vector<double> &a, const std::vector<double> &b)
 }
 inline bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
+// Each element of got within tol of want's; a failure names the element.
+inline void expectNear(const std::vector<double> &want, const std::vector<double> &got,
+                       double tol) {
+  ASSERT_EQ(want.size(), got.size());
+  for (size_t i = 0; i < want.size(); ++i) EXPECT_NEAR(want[i], got[i], tol) << "element " << i;
+}
+
 // Names parametrised tests after the label of their case.
 inline auto byLabel = [](const auto &info) { return std::string(info.param.label); };
 
@@ -251,6 +258,11 @@ class SlpHandleTest : public ::testing::Test {
     ASSERT_EQ(0, NVRLaddnames(prob_, 2, names.c_str(), 0, ncols - 1));
   }
   std::string error() const { return nvtest::slpError(slp_); }
+  int intAttr(int id) {
+    int v = -99;
+    EXPECT_EQ(0, NSLPgetintattrib(slp_, id, &v)) << id << " " << error();
+    return v;
+  }
   NVRLprob prob_ = nullptr;
   NSLPprob slp_ = nullptr;
 };
