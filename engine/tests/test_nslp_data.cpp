@@ -31,14 +31,7 @@ using nslptest::F;
 // attributes, lists, lookup by name, messages, copies and interrupts.
 namespace {
 
-class Slp : public nvtest::SlpHandleTest {
- protected:
-  int intAttr(int id) {
-    int v = -99;
-    EXPECT_EQ(0, NSLPgetintattrib(slp_, id, &v)) << id << " " << error();
-    return v;
-  }
-};
+using Slp = nvtest::SlpHandleTest;
 
 std::vector<std::string> g_lines;
 NSLPprob g_from = nullptr;
@@ -151,10 +144,9 @@ TEST_F(Slp, CopiesTakeDataOrControlsSeparately) {
   slp_->state.iterations = 4;
   ASSERT_EQ(0, NSLPsetintcontrol(slp_, nvrl::id::kSlpIterLimit, 7));
 
-  NVRLprob prob2;
-  NSLPprob slp2;
-  ASSERT_EQ(0, NVRLcreateprob(&prob2));
-  ASSERT_EQ(0, NSLPcreateprob(&slp2, &prob2));
+  nslptest::SecondPair second;
+  NVRLprob prob2 = second.prob;
+  NSLPprob slp2 = second.slp;
   ASSERT_EQ(0, NSLPmsaddjob(slp_, "job", 0, nullptr, nullptr, 0, nullptr, nullptr, 0, nullptr,
                             nullptr, nullptr));
   ASSERT_EQ(0, NSLPcopyprob(slp2, slp_, nullptr));
@@ -179,9 +171,6 @@ TEST_F(Slp, CopiesTakeDataOrControlsSeparately) {
   ASSERT_EQ(0, NSLPsetintcontrol(slp_, nvrl::id::kSlpIterLimit, 9));
   ASSERT_EQ(0, NSLPgetintcontrol(slp2, nvrl::id::kSlpIterLimit, &v));
   EXPECT_EQ(7, v);
-
-  NSLPdestroyprob(slp2);
-  NVRLdestroyprob(prob2);
 }
 
 TEST_F(Slp, MessagesGoToTheCallbackAndTheGlobalHandlers) {
@@ -306,11 +295,6 @@ class SlpCoefs : public nvtest::SlpHandleTest {
     EXPECT_EQ(0, NSLPevaluatecoef(slp_, row, col, &v)) << error();
     return v;
   }
-  int attr(int id) {
-    int v = -99;
-    EXPECT_EQ(0, NSLPgetintattrib(slp_, id, &v));
-    return v;
-  }
 };
 
 TEST_F(SlpCoefs, AddKeepsOnePerPlaceInOrder) {
@@ -321,8 +305,8 @@ TEST_F(SlpCoefs, AddKeepsOnePerPlaceInOrder) {
       .add(1, 0, 4.0, {{COL, 2}, {END, 0}});  // the same place again: this one stays
   ASSERT_EQ(0, add(b)) << error();
   EXPECT_EQ((std::vector<std::pair<int, int>>{{-1, -1}, {0, 2}, {1, 0}}), places());
-  EXPECT_EQ(3, attr(nvrl::id::kSlpCoefs));
-  EXPECT_EQ(3, attr(nvrl::id::kSlpNonlinearRows));
+  EXPECT_EQ(3, intAttr(nvrl::id::kSlpCoefs));
+  EXPECT_EQ(3, intAttr(nvrl::id::kSlpNonlinearRows));
   double f = 0;
   EXPECT_EQ("z", text(1, 0, &f));
   EXPECT_EQ(4.0, f);
@@ -334,7 +318,7 @@ TEST_F(SlpCoefs, AddKeepsOnePerPlaceInOrder) {
   EXPECT_EQ((std::vector<std::pair<int, int>>{{-1, -1}, {0, 1}, {0, 2}, {1, 0}}), places());
   EXPECT_EQ("-y", text(0, 2, &f));
   EXPECT_EQ(-1.0, f);
-  EXPECT_EQ(-1, attr(nvrl::id::kSlpConstantCol));
+  EXPECT_EQ(-1, intAttr(nvrl::id::kSlpConstantCol));
 
   // Load replaces everything; delete takes what it names.
   Batch d;
@@ -434,8 +418,7 @@ class ConcaveStart : public NslpTest, public ::testing::WithParamInterface<const
 TEST_P(ConcaveStart, TheInitialValueChoosesTheLocalOptimum) {
   for (auto [start, end] : {std::pair{-0.5, -1.0}, std::pair{0.5, 2.0}}) {
     setStart(start);
-    ASSERT_EQ(0, optimize()) << slpError();
-    EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+    solve();
     EXPECT_NEAR(end, NslpTest::x()[x], 1e-6) << "from " << start;
   }
   // Deleting the settings brings back the default start: the point of the bounds nearest to 0.
@@ -528,22 +511,15 @@ class Deletions : public NslpTest {
 TEST_F(Deletions, TheDataFollowsTheNewNumbering) {
   build(true);
   // The same problem built without the spares, in a second pair.
-  NVRLprob prob2 = nullptr;
-  NSLPprob slp2 = nullptr;
-  ASSERT_EQ(0, NVRLcreateprob(&prob2));
-  ASSERT_EQ(0, NSLPcreateprob(&slp2, &prob2));
-  NSLPsetintcontrol(slp2, NSLP_CTRL_LOG_LEVEL, 0);
-  std::swap(prob, prob2);
-  std::swap(slp, slp2);
+  nslptest::SecondPair other;
+  std::swap(prob, other.prob);
+  std::swap(slp, other.slp);
   build(false);
-  std::swap(prob, prob2);
-  std::swap(slp, slp2);
-  nslptest::expectSameData(slp2->data, slp->data);
-  NSLPdestroyprob(slp2);
-  NVRLdestroyprob(prob2);
+  std::swap(prob, other.prob);
+  std::swap(slp, other.slp);
+  nslptest::expectSameData(other.slp->data, slp->data);
 
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_NEAR(-std::sqrt(3.0), objective(), 1e-6);
   // To the step tolerance of y's set.
   EXPECT_NEAR(0.0, NslpTest::x()[x], 1e-3);
@@ -580,14 +556,17 @@ class ColumnRules : public NslpTest {
   }
   int converged(int c) { return getVar(slp, c, &VarOut::converged); }
   int tolsetOf(int c) { return getVar(slp, c, &VarOut::tolset); }
-  double colInfo(int item, int c) {
-    double v = NAN;
+  // An item of column c or row r, of the item's type.
+  template <typename T = double>
+  T colInfo(int item, int c) {
+    T v = T(-1);
     EXPECT_EQ(0, NSLPgetcolinfo(slp, item, c, &v)) << slpError();
     return v;
   }
-  int colInfoInt(int item, int c) {
-    int v = -1;
-    EXPECT_EQ(0, NSLPgetcolinfo(slp, item, c, &v)) << slpError();
+  template <typename T = double>
+  T rowInfo(int item, int r) {
+    T v = T(-1);
+    EXPECT_EQ(0, NSLPgetrowinfo(slp, item, r, &v)) << slpError();
     return v;
   }
   std::vector<double> set(int entry, double tol) {
@@ -618,8 +597,7 @@ TEST_P(TolsetEntry, ALooseSetEndsTheSolveSooner) {
   int iterations[2];
   for (int tolset : {1, 2}) {
     useSet(tolset);
-    ASSERT_EQ(0, optimize()) << slpError();
-    EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+    solve();
     EXPECT_NEAR(bestObj, objective(), 1e-3);
     for (int c : {x0, x1}) EXPECT_NEAR(best[c], NslpTest::x()[c], 1e-2) << "set " << tolset;
     iterations[tolset - 1] = intAttr(NSLP_ATTR_ITERATIONS);
@@ -692,9 +670,8 @@ TEST_P(StepTypes, TheStepTypeBoundsEachStep) {
   coef(-1, -1, 1.0, F().x(x0).k(10).sub().k(2).pow());
   start(x0, 1.0);
   ASSERT_EQ(0, NSLPchgdeltatype(slp, 1, &x0, &c.type, &c.value)) << slpError();
-  EXPECT_EQ(c.type, colInfoInt(NSLP_COLINFO_DELTATYPE, x0));
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  EXPECT_EQ(c.type, colInfo<int>(NSLP_COLINFO_DELTATYPE, x0));
+  solve();
   EXPECT_NEAR(10.0, NslpTest::x()[x0], 1e-5);
   const int it = intAttr(NSLP_ATTR_ITERATIONS);
   EXPECT_GE(it, c.minIterations);
@@ -752,26 +729,19 @@ class Estimates : public ColumnRules {
 
 TEST_F(Estimates, AnEstimateLeavesAStartWithAZeroDerivative) {
   build();
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_INFEASIBLE, status());
+  solve(NSLP_NLP_LOCALLY_INFEASIBLE);
   // Only the row's penalty columns could meet the linearised row 0 >= 1, at every iteration;
   // the linear row never needed them.
-  int iters = -1, linIters = -1;
-  double most = -1, total = -1;
-  ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_PENALTYITERATIONS, r, &iters));
-  ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_PENALTYMAX, r, &most));
-  ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_PENALTYTOTAL, r, &total));
-  ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_PENALTYITERATIONS, lin, &linIters));
+  const int iters = rowInfo<int>(NSLP_ROWINFO_PENALTYITERATIONS, r);
   EXPECT_EQ(intAttr(NSLP_ATTR_ITERATIONS), iters);
-  EXPECT_NEAR(1.0, most, 1e-9);
-  EXPECT_NEAR(iters, total, 1e-9);
-  EXPECT_EQ(0, linIters);
+  EXPECT_NEAR(1.0, rowInfo(NSLP_ROWINFO_PENALTYMAX, r), 1e-9);
+  EXPECT_NEAR(iters, rowInfo(NSLP_ROWINFO_PENALTYTOTAL, r), 1e-9);
+  EXPECT_EQ(0, rowInfo<int>(NSLP_ROWINFO_PENALTYITERATIONS, lin));
 
   const int cols[] = {x0, x1}, rows[] = {r, r};
   const double ones[] = {1.0, 1.0};
   ASSERT_EQ(0, NSLPloaddfs(slp, 2, cols, rows, ones)) << slpError();
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_NEAR(2.0, objective(), 1e-6);
   for (double v : NslpTest::x()) EXPECT_NEAR(1.0, v, 1e-4);
 }
@@ -800,8 +770,7 @@ TEST_F(ColumnRules, AnObjectiveEstimateLeavesAStationaryStart) {
   // With estimates the first linearisation already leads most of the way.
   EXPECT_GT(objective(), 100 * nudged);
   ASSERT_EQ(0, NSLPsetintcontrol(slp, NSLP_CTRL_ITERATION_LIMIT, 1000));
-  ASSERT_EQ(0, optimize()) << slpError();
-  EXPECT_EQ(NSLP_NLP_LOCALLY_OPTIMAL, status());
+  solve();
   EXPECT_NEAR(1.0, objective(), 1e-6);
 }
 
@@ -832,35 +801,27 @@ TEST_F(Estimates, ItemQueriesAgreeWithTheSolution) {
   std::vector<double> x(2), slack(2), duals(2), djs(2);
   ASSERT_EQ(0, NSLPgetslpsol(slp, x.data(), slack.data(), duals.data(), djs.data()));
   for (int i : {r, lin}) {
-    double s = NAN, d = NAN, w = NAN;
-    ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_SLACK, i, &s));
-    ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_DUAL, i, &d));
-    ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_PENALTYWEIGHT, i, &w));
-    EXPECT_NEAR(slack[i], s, 1e-12);
-    EXPECT_EQ(duals[i], d);
-    EXPECT_EQ(1.0, w);
+    EXPECT_NEAR(slack[i], rowInfo(NSLP_ROWINFO_SLACK, i), 1e-12);
+    EXPECT_EQ(duals[i], rowInfo(NSLP_ROWINFO_DUAL, i));
+    EXPECT_EQ(1.0, rowInfo(NSLP_ROWINFO_PENALTYWEIGHT, i));
   }
   for (int c : {x0, x1}) {
     EXPECT_EQ(x[c], colInfo(NSLP_COLINFO_VALUE, c));
     EXPECT_EQ(djs[c], colInfo(NSLP_COLINFO_REDUCEDCOST, c));
     EXPECT_GT(colInfo(NSLP_COLINFO_STEPBOUND, c), 0.0);
   }
-  int n = -1;
-  ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_NONLINEARCOEFS, r, &n));
-  EXPECT_EQ(1, n);
-  ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_NONLINEARCOEFS, lin, &n));
-  EXPECT_EQ(0, n);
+  EXPECT_EQ(1, rowInfo<int>(NSLP_ROWINFO_NONLINEARCOEFS, r));
+  EXPECT_EQ(0, rowInfo<int>(NSLP_ROWINFO_NONLINEARCOEFS, lin));
   // x0 multiplies the coefficient, x1 is in its formula.
-  EXPECT_EQ(1, colInfoInt(NSLP_COLINFO_NONLINEARCOEFS, x0));
-  EXPECT_EQ(1, colInfoInt(NSLP_COLINFO_NONLINEARCOEFS, x1));
+  EXPECT_EQ(1, colInfo<int>(NSLP_COLINFO_NONLINEARCOEFS, x0));
+  EXPECT_EQ(1, colInfo<int>(NSLP_COLINFO_NONLINEARCOEFS, x1));
 
   // Without a solve there are no multipliers; the slack is taken at the start.
   ASSERT_EQ(0, NSLPreinitialize(slp));
   double d = 0;
   EXPECT_NE(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_DUAL, r, &d));
   EXPECT_NE(0, NSLPgetcolinfo(slp, NSLP_COLINFO_REDUCEDCOST, x0, &d));
-  ASSERT_EQ(0, NSLPgetrowinfo(slp, NSLP_ROWINFO_SLACK, r, &d));
-  EXPECT_EQ(1.0 - 4.0, d);
+  EXPECT_EQ(1.0 - 4.0, rowInfo(NSLP_ROWINFO_SLACK, r));
 }
 
 // ---- User functions through the C API: definition, names, addresses, objects, the call
