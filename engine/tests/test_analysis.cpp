@@ -460,6 +460,7 @@ struct Member {
   int index;
   char type;
   double mult;
+  bool isolated = false;  // after NVRLiisisolations
   bool operator<(const Member &o) const {
     return std::tie(col, index, type) < std::tie(o.col, o.index, o.type);
   }
@@ -471,14 +472,14 @@ std::vector<Member> membersOf(NVRLprob prob, int k) {
                            nullptr, nullptr),
             0);
   std::vector<int> ri(r), ci(c);
-  std::vector<char> rt(r), ct(c);
+  std::vector<char> rt(r), ct(c), riso(r), ciso(c);
   std::vector<double> du(r), dj(c);
   EXPECT_EQ(NVRLgetiisdata(prob, k, &r, &c, ri.data(), ci.data(), rt.data(), ct.data(),
-                           du.data(), dj.data(), nullptr, nullptr),
+                           du.data(), dj.data(), riso.data(), ciso.data()),
             0);
   std::vector<Member> out;
-  for (int i = 0; i < r; ++i) out.push_back({false, ri[i], rt[i], du[i]});
-  for (int j = 0; j < c; ++j) out.push_back({true, ci[j], ct[j], dj[j]});
+  for (int i = 0; i < r; ++i) out.push_back({false, ri[i], rt[i], du[i], riso[i] != 0});
+  for (int j = 0; j < c; ++j) out.push_back({true, ci[j], ct[j], dj[j], ciso[j] != 0});
   return out;
 }
 
@@ -488,6 +489,28 @@ double sideValue(const nvrl::Model &m, const Member &u) {
   const char t = m.rowtype[u.index];
   const double rhs = m.rhs[u.index];
   return t == 'R' && u.type == 'G' ? rhs - m.range[u.index] : rhs;
+}
+
+// Solves a row-wise model with HiGHS itself (integrality may be null): its model status, and
+// the objective in obj when given.
+HighsInt solveWithHighs(const std::vector<double> &cost, const std::vector<double> &lo,
+                        const std::vector<double> &up, const std::vector<double> &rlo,
+                        const std::vector<double> &rup, const std::vector<HighsInt> &start,
+                        const std::vector<HighsInt> &index, const std::vector<double> &val,
+                        const HighsInt *integrality, HighsInt sense, double *obj = nullptr) {
+  void *h = Highs_create();
+  Highs_setBoolOptionValue(h, "output_flag", false);
+  Highs_setDoubleOptionValue(h, "time_limit", 60.0);
+  Highs_passModel(h, static_cast<HighsInt>(cost.size()), static_cast<HighsInt>(rlo.size()),
+                  static_cast<HighsInt>(index.size()), 0, kHighsMatrixFormatRowwise,
+                  kHighsHessianFormatTriangular, sense, 0.0, cost.data(), lo.data(), up.data(),
+                  rlo.data(), rup.data(), start.data(), index.data(), val.data(), nullptr,
+                  nullptr, nullptr, integrality);
+  Highs_run(h);
+  const HighsInt st = Highs_getModelStatus(h);
+  if (obj) *obj = Highs_getObjectiveValue(h);
+  Highs_destroy(h);
+  return st;
 }
 
 // 1 when the members other than `skip` admit a point, 0 when HiGHS proves they do not, -1
@@ -513,17 +536,8 @@ int feasibleWithout(const nvrl::Model &m, const std::vector<Member> &set, int sk
       index.push_back(m.A.col[e]), val.push_back(m.A.val[e]);
     start.push_back(static_cast<HighsInt>(index.size()));
   }
-  void *h = Highs_create();
-  Highs_setBoolOptionValue(h, "output_flag", false);
-  Highs_setDoubleOptionValue(h, "time_limit", 60.0);
-  Highs_passModel(h, n, static_cast<HighsInt>(rlo.size()), static_cast<HighsInt>(index.size()),
-                  0, kHighsMatrixFormatRowwise, kHighsHessianFormatTriangular,
-                  kHighsObjSenseMinimize, 0.0, cost.data(), lo.data(), up.data(), rlo.data(),
-                  rup.data(), start.data(), index.data(), val.data(), nullptr, nullptr, nullptr,
-                  mip ? integrality.data() : nullptr);
-  Highs_run(h);
-  const HighsInt st = Highs_getModelStatus(h);
-  Highs_destroy(h);
+  const HighsInt st = solveWithHighs(cost, lo, up, rlo, rup, start, index, val,
+                                     mip ? integrality.data() : nullptr, kHighsObjSenseMinimize);
   if (st == kHighsModelStatusOptimal || st == kHighsModelStatusModelEmpty) return 1;
   if (st == kHighsModelStatusInfeasible) return 0;
   return -1;
@@ -582,6 +596,23 @@ class Iis : public SolveTest {
     EXPECT_EQ(NVRLiisstatus(prob, &k, nullptr, nullptr, nullptr, nullptr), 0);
     return k;
   }
+  // Set 1 written as MPS (flags as given) reads into a fresh problem that is infeasible, with
+  // rows rows unless -1.
+  void expectWrittenSetInfeasible(const std::string &stem, const char *flags, bool mip,
+                                  int rows = -1) {
+    const std::string file = ::testing::TempDir() + stem;
+    ASSERT_EQ(NVRLiiswrite(prob, 1, file.c_str(), 1, flags), 0) << lastError();
+    NVRLprob back = nullptr;
+    ASSERT_EQ(NVRLcreateprob(&back), 0);
+    NVRLsetintcontrol(back, nvrl::id::kLogLevel, 0);
+    EXPECT_EQ(NVRLreadprob(back, (file + ".mps").c_str(), ""), 0) << lastError(back);
+    if (rows >= 0) EXPECT_EQ(intAttr(back, nvrl::id::kRows), rows);
+    EXPECT_EQ(mip ? NVRLmipoptimize(back, "") : NVRLlpoptimize(back, ""), 0);
+    EXPECT_EQ(intAttr(back, mip ? nvrl::id::kMipStatus : kLpStatus),
+              mip ? NVRL_MIP_INFEAS : NVRL_LP_INFEAS);
+    NVRLdestroyprob(back);
+    std::remove((file + ".mps").c_str());
+  }
 };
 
 using Key = std::set<std::tuple<bool, int, char>>;
@@ -625,23 +656,14 @@ TEST_P(IisKnown, IisallFindsExactlyTheSetsWithTheirIsolations) {
   // Isolations of each set: flagged rows are those in no other set.
   for (int k = 1; k < count(); ++k) {
     ASSERT_EQ(NVRLiisisolations(prob, k), 0);
-    int r = 0, cc = 0;
-    ASSERT_EQ(NVRLgetiisdata(prob, k, &r, &cc, nullptr, nullptr, nullptr, nullptr, nullptr,
-                             nullptr, nullptr, nullptr), 0);
-    std::vector<int> ri(r);
-    std::vector<char> iso(r);
-    ASSERT_EQ(NVRLgetiisdata(prob, k, &r, &cc, ri.data(), nullptr, nullptr, nullptr, nullptr,
-                             nullptr, iso.data(), nullptr), 0);
-    const Key mine = keys(membersOf(prob, k));
-    const size_t pos = std::find(want.begin(), want.end(), mine) - want.begin();
-    ASSERT_LT(pos, want.size());
+    const auto set = membersOf(prob, k);
+    const size_t pos = std::find(c.sets.begin(), c.sets.end(), keys(set)) - c.sets.begin();
+    ASSERT_LT(pos, c.sets.size());
     std::vector<int> flagged;
-    for (int i = 0; i < r; ++i)
-      if (iso[i]) flagged.push_back(ri[i]);
+    for (const Member &u : set)
+      if (!u.col && u.isolated) flagged.push_back(u.index);
     std::sort(flagged.begin(), flagged.end());
-    // want was sorted: find the isolations listed for the same set in the case's order.
-    const size_t orig = std::find(c.sets.begin(), c.sets.end(), mine) - c.sets.begin();
-    EXPECT_EQ(flagged, c.isolatedRows[orig]);
+    EXPECT_EQ(flagged, c.isolatedRows[pos]);
   }
   int status = -1;
   ASSERT_EQ(NVRLiisnext(prob, &status), 0);
@@ -701,16 +723,7 @@ TEST_F(Iis, IntegerInfeasibilityIsFoundWithIntegralityKept) {
   EXPECT_EQ(keys(set), (Key{{false, 0, 'E'}}));
   expectIrreducible(model(), set, true);
 
-  const std::string file = ::testing::TempDir() + "iis_mip";
-  ASSERT_EQ(NVRLiiswrite(prob, 1, file.c_str(), 1, nullptr), 0) << lastError();
-  NVRLprob back = nullptr;
-  ASSERT_EQ(NVRLcreateprob(&back), 0);
-  NVRLsetintcontrol(back, nvrl::id::kLogLevel, 0);
-  ASSERT_EQ(NVRLreadprob(back, (file + ".mps").c_str(), ""), 0) << lastError(back);
-  ASSERT_EQ(NVRLmipoptimize(back, ""), 0);
-  EXPECT_EQ(intAttr(back, nvrl::id::kMipStatus), NVRL_MIP_INFEAS);
-  NVRLdestroyprob(back);
-  std::remove((file + ".mps").c_str());
+  expectWrittenSetInfeasible("iis_mip", nullptr, true);
 }
 
 // ---- the shared data -----------------------------------------------------------------------
@@ -762,18 +775,9 @@ class IisData : public Iis, public ::testing::WithParamInterface<DataCase> {
         index.push_back(m.A.col[e]), val.push_back(m.A.val[e]);
       start.push_back(static_cast<HighsInt>(index.size()));
     }
-    void *h = Highs_create();
-    Highs_setBoolOptionValue(h, "output_flag", false);
-    Highs_passModel(h, n, static_cast<HighsInt>(rlo.size()), static_cast<HighsInt>(index.size()),
-                    0, kHighsMatrixFormatRowwise, kHighsHessianFormatTriangular,
-                    m.rowtype[r] == 'G' ? kHighsObjSenseMaximize : kHighsObjSenseMinimize, 0.0,
-                    cost.data(), lo.data(), up.data(), rlo.data(), rup.data(), start.data(),
-                    index.data(), val.data(), nullptr, nullptr, nullptr, nullptr);
-    Highs_run(h);
-    const bool ok = Highs_getModelStatus(h) == kHighsModelStatusOptimal;
-    limit = Highs_getObjectiveValue(h);
-    Highs_destroy(h);
-    return ok;
+    return solveWithHighs(cost, lo, up, rlo, rup, start, index, val, nullptr,
+                          m.rowtype[r] == 'G' ? kHighsObjSenseMaximize : kHighsObjSenseMinimize,
+                          &limit) == kHighsModelStatusOptimal;
   }
 
   // Moves the rhs of the binding 'L', 'G' or 'E' row with the largest dual past its limit
@@ -802,8 +806,7 @@ class IisData : public Iis, public ::testing::WithParamInterface<DataCase> {
 
 TEST_P(IisData, SetIsInfeasibleEveryMemberIsNeededAndItsFileReadsBackInfeasible) {
   const DataCase &c = GetParam();
-  const std::string path = std::string(NVRL_DATA_DIR) + "/" + c.file;
-  ASSERT_EQ(NVRLreadprob(prob, path.c_str(), ""), 0) << lastError();
+  ASSERT_EQ(NVRLreadprob(prob, iotest::dataFile(c.file).c_str(), ""), 0) << lastError();
   if (c.variant == Variant::ObjectiveCut) {
     double optimum = NAN;
     for (auto &inst : nvtest::dataInstances())
@@ -818,26 +821,15 @@ TEST_P(IisData, SetIsInfeasibleEveryMemberIsNeededAndItsFileReadsBackInfeasible)
   expectIrreducible(model(), set, false);
   expectCertificate(model(), set);
   int count = 0;
-  std::vector<int> rows(2), cols(2);
+  std::vector<int> rows(2), cols(2), num(2);
   std::vector<double> sum(2);
-  std::vector<int> num(2);
   ASSERT_EQ(NVRLiisstatus(prob, &count, rows.data(), cols.data(), sum.data(), num.data()), 0);
   EXPECT_EQ(rows[1] + cols[1], static_cast<int>(set.size()));
   EXPECT_GT(sum[1], 0.0);
   EXPECT_GE(num[1], 1);
 
-  const std::string file = ::testing::TempDir() + "iis_" + nvtest::testName(c.file);
   // MPS: some of these column names cannot be written in LP format.
-  ASSERT_EQ(NVRLiiswrite(prob, 1, file.c_str(), 1, ""), 0) << lastError();
-  NVRLprob back = nullptr;
-  ASSERT_EQ(NVRLcreateprob(&back), 0);
-  NVRLsetintcontrol(back, nvrl::id::kLogLevel, 0);
-  ASSERT_EQ(NVRLreadprob(back, (file + ".mps").c_str(), ""), 0) << lastError(back);
-  EXPECT_EQ(intAttr(back, nvrl::id::kRows), rows[1]);
-  ASSERT_EQ(NVRLlpoptimize(back, ""), 0);
-  EXPECT_EQ(intAttr(back, nvrl::id::kLpStatus), NVRL_LP_INFEAS);
-  NVRLdestroyprob(back);
-  std::remove((file + ".mps").c_str());
+  expectWrittenSetInfeasible("iis_" + nvtest::testName(c.file), "", false, rows[1]);
 }
 
 // Every LP with a moved rhs; the objective cut too for the smaller ones (on the large ones its
@@ -865,7 +857,7 @@ std::string dataCaseName(const ::testing::TestParamInfo<DataCase> &info) {
 INSTANTIATE_TEST_SUITE_P(Shared, IisData, ::testing::ValuesIn(dataCases()), dataCaseName);
 
 TEST_F(Iis, IisnextOnGalenetNeverRepeatsASet) {
-  ASSERT_EQ(NVRLreadprob(prob, (std::string(NVRL_DATA_DIR) + "/galenet.mps").c_str(), ""), 0);
+  ASSERT_EQ(NVRLreadprob(prob, iotest::dataFile("galenet.mps").c_str(), ""), 0);
   ASSERT_EQ(NVRLiisall(prob), 0) << lastError();
   ASSERT_GE(count(), 2);
   std::set<Key> seen;
@@ -925,8 +917,7 @@ TEST_P(RepairHand, RelaxesAsDerived) {
   ASSERT_EQ(NVRLrepairinfeas(prob, &status, c.penalty, 'n', ' ', c.lepref, c.gepref, 0, 0, 0), 0)
       << lastError();
   EXPECT_EQ(status, NVRL_REPAIR_OPTIMAL);
-  ASSERT_EQ(rhs().size(), c.rhs.size());
-  for (size_t i = 0; i < c.rhs.size(); ++i) EXPECT_NEAR(rhs()[i], c.rhs[i], 1e-5) << i;
+  nvtest::expectNear(c.rhs, rhs(), 1e-5);
   // The repair's point is the problem's solution, feasible for the new rows.
   EXPECT_EQ(intAttr(NVRL_ATTR_SOLUTION_AVAILABLE), 1);
   EXPECT_LT(dblAttr(NVRL_ATTR_MAX_PRIMAL_INFEASIBILITY), 1e-6);
@@ -1128,8 +1119,7 @@ class RepairData : public RepairTest, public ::testing::WithParamInterface<Insta
 
 TEST_P(RepairData, TotalViolationMatchesTheElasticLp) {
   const Instance &in = GetParam();
-  ASSERT_EQ(NVRLreadprob(prob, (std::string(NVRL_DATA_DIR) + "/" + in.file).c_str(), ""), 0)
-      << lastError();
+  ASSERT_EQ(NVRLreadprob(prob, iotest::dataFile(in.file).c_str(), ""), 0) << lastError();
   NVRLsetintcontrol(prob, NVRL_CTRL_LOG_LEVEL, 0);
   if (in.row >= 0) {
     const double r = model().rhs[in.row] + in.shift;
@@ -1163,12 +1153,6 @@ INSTANTIATE_TEST_SUITE_P(Data, RepairData,
 
 // ---- The tuner: which combination wins, its time limits, and method files.
 
-std::string slurp(const std::string &path) {
-  std::stringstream s;
-  s << std::ifstream(path, std::ios::binary).rdbuf();
-  return s.str();
-}
-
 // The "name value" lines of a method file, comments dropped.
 std::string withoutComments(const std::string &text) {
   std::istringstream in(text);
@@ -1191,8 +1175,7 @@ class TuneTest : public ProblemTest {
     ProblemTest::TearDown();
   }
   void readData(const char *file) {
-    ASSERT_EQ(NVRLreadprob(prob, (std::string(NVRL_DATA_DIR) + "/" + file).c_str(), ""), 0)
-        << lastError();
+    ASSERT_EQ(NVRLreadprob(prob, iotest::dataFile(file).c_str(), ""), 0) << lastError();
     NVRLsetintcontrol(prob, NVRL_CTRL_LOG_LEVEL, 0);
   }
   void writeFile(const std::string &text) { std::ofstream(path, std::ios::binary) << text; }
@@ -1210,7 +1193,7 @@ TEST_F(TuneTest, WinnerIsAppliedAndWrittenForAnLp) {
   ASSERT_EQ(NVRLtune(prob, ""), 0) << lastError();
   EXPECT_EQ(intAttr(NVRL_ATTR_LP_STATUS), NVRL_LP_UNSTARTED) << "tune leaves no answers";
   ASSERT_EQ(NVRLtunerwritemethod(prob, path.c_str()), 0) << lastError();
-  std::istringstream in(withoutComments(slurp(path)));
+  std::istringstream in(withoutComments(iotest::readBytes(path)));
   std::string word;
   int combinations = 0;
   while (in >> word) {
@@ -1262,7 +1245,7 @@ TEST_F(TuneTest, TimeLimitsBoundAMipTune) {
   EXPECT_EQ(tl, 0.0);
   // The stopped runs were ranked by their gap; one of the default combinations won.
   ASSERT_EQ(NVRLtunerwritemethod(prob, path.c_str()), 0);
-  const std::string won = withoutComments(slurp(path));
+  const std::string won = withoutComments(iotest::readBytes(path));
   const std::vector<std::string> defaults = {"combination\n", "combination\npresolve 0\n",
                                              "combination\nmip_heuristic_effort 0\n",
                                              "combination\nmip_heuristic_effort 0.29999999999999999\n",
@@ -1286,7 +1269,7 @@ TEST_P(TuneBadMethod, RefusedAndThePreviousMethodKept) {
   EXPECT_NE(NVRLtunerreadmethod(prob, path.c_str()), 0);
   EXPECT_NE(lastError().find(GetParam().message), std::string::npos) << lastError();
   ASSERT_EQ(NVRLtunerwritemethod(prob, path.c_str()), 0);
-  EXPECT_EQ(withoutComments(slurp(path)), "combination\npresolve 0\n");
+  EXPECT_EQ(withoutComments(iotest::readBytes(path)), "combination\npresolve 0\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(
