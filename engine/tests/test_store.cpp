@@ -11,6 +11,9 @@
 #include "test_io_support.h"
 #include "test_store_support.h"
 
+// A call for the tables below, made on the problem p.
+#define CALL(expr) +[](NVRLprob p) -> int { return expr; }
+
 // ---- Loading whole problems: round trips through the queries, the summing of repeated entries,
 // and bad input that must leave the previous model untouched.
 namespace storetest {
@@ -179,33 +182,22 @@ int loadWith(NVRLprob p, const char *rowtype, const double *rhs = dbls(1, 2),
 
 const BadCall kBadLoads[] = {
     {"NegativeColumns",
-     +[](NVRLprob p) {
-       return NVRLloadlp64(p, "b", -1, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           nullptr, nullptr, nullptr, nullptr);
-     },
+     CALL(NVRLloadlp64(p, "b", -1, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                       nullptr, nullptr, nullptr)),
      "NVRLloadlp64: ncols must not be negative"},
-    {"UnknownRowType", +[](NVRLprob p) { return loadWith(p, chars('L', 'X')); },
-     "rowtype[1] is 'X'"},
-    {"RangeRowWithoutRanges", +[](NVRLprob p) { return loadWith(p, chars('L', 'R')); },
+    {"UnknownRowType", CALL(loadWith(p, chars('L', 'X'))), "rowtype[1] is 'X'"},
+    {"RangeRowWithoutRanges", CALL(loadWith(p, chars('L', 'R'))),
      "range is null but rowtype[1] is 'R'"},
-    {"NegativeRange",
-     +[](NVRLprob p) { return loadWith(p, chars('R', 'L'), dbls(1, 2), dbls(-1, 0)); },
+    {"NegativeRange", CALL(loadWith(p, chars('R', 'L'), dbls(1, 2), dbls(-1, 0))),
      "range[0] = -1 is negative"},
-    {"NaNRhs", +[](NVRLprob p) { return loadWith(p, chars('L', 'G'), dbls(1, NAN)); },
-     "rhs[1] is NaN"},
+    {"NaNRhs", CALL(loadWith(p, chars('L', 'G'), dbls(1, NAN))), "rhs[1] is NaN"},
     {"RowIndexOutOfRange",
-     +[](NVRLprob p) {
-       return loadWith(p, chars('L', 'G'), dbls(1, 2), nullptr, starts(0, 1, 2), nullptr,
-                       ints(0, 2));
-     },
+     CALL(loadWith(p, chars('L', 'G'), dbls(1, 2), nullptr, starts(0, 1, 2), nullptr, ints(0, 2))),
      "rowind[1] = 2 is not a valid row index (the problem has 2 rows)"},
-    {"DecreasingStarts",
-     +[](NVRLprob p) { return loadWith(p, chars('L', 'G'), dbls(1, 2), nullptr, starts(0, 2, 1)); },
+    {"DecreasingStarts", CALL(loadWith(p, chars('L', 'G'), dbls(1, 2), nullptr, starts(0, 2, 1))),
      "start must not decrease"},
     {"NegativeColumnLength",
-     +[](NVRLprob p) {
-       return loadWith(p, chars('L', 'G'), dbls(1, 2), nullptr, starts(0, 1, 2), ints(1, -1));
-     },
+     CALL(loadWith(p, chars('L', 'G'), dbls(1, 2), nullptr, starts(0, 1, 2), ints(1, -1))),
      "collen[1] = -1 is negative"},
     {"NameTooLong",
      +[](NVRLprob p) {
@@ -215,28 +207,21 @@ const BadCall kBadLoads[] = {
      },
      "name is longer than 1024 characters"},
     {"QuadraticRowListedTwice",
-     +[](NVRLprob p) {
-       return NVRLloadqcqp64(p, "b", 2, 2, chars('L', 'G'), dbls(1, 2), nullptr, nullptr,
-                             starts(0, 1, 2), nullptr, ints(0, 1), dbls(1, 1), nullptr, nullptr,
-                             0, nullptr, nullptr, nullptr, 2, ints(1, 1), starts(1, 1),
-                             ints(0, 0), ints(0, 0), dbls(1, 1));
-     },
+     CALL(NVRLloadqcqp64(p, "b", 2, 2, chars('L', 'G'), dbls(1, 2), nullptr, nullptr,
+                         starts(0, 1, 2), nullptr, ints(0, 1), dbls(1, 1), nullptr, nullptr, 0,
+                         nullptr, nullptr, nullptr, 2, ints(1, 1), starts(1, 1), ints(0, 0),
+                         ints(0, 0), dbls(1, 1))),
      "qrowind[1] = 1 lists a row twice"},
     {"UnknownColumnType",
-     +[](NVRLprob p) {
-       return NVRLloadglobal64(p, "b", 2, 2, chars('L', 'G'), dbls(1, 2), nullptr, nullptr,
-                               starts(0, 1, 2), nullptr, ints(0, 1), dbls(1, 1), nullptr,
-                               nullptr, 1, 0, chars('Z'), ints(0), nullptr, nullptr, nullptr,
-                               nullptr, nullptr);
-     },
+     CALL(NVRLloadglobal64(p, "b", 2, 2, chars('L', 'G'), dbls(1, 2), nullptr, nullptr,
+                           starts(0, 1, 2), nullptr, ints(0, 1), dbls(1, 1), nullptr, nullptr, 1, 0,
+                           chars('Z'), ints(0), nullptr, nullptr, nullptr, nullptr, nullptr)),
      "coltype[0] is 'Z'"},
     {"ColumnTypedTwice",
-     +[](NVRLprob p) {
-       return NVRLloadglobal64(p, "b", 2, 2, chars('L', 'G'), dbls(1, 2), nullptr, nullptr,
-                               starts(0, 1, 2), nullptr, ints(0, 1), dbls(1, 1), nullptr,
-                               nullptr, 2, 0, chars('I', 'B'), ints(1, 1), nullptr, nullptr,
-                               nullptr, nullptr, nullptr);
-     },
+     CALL(NVRLloadglobal64(p, "b", 2, 2, chars('L', 'G'), dbls(1, 2), nullptr, nullptr,
+                           starts(0, 1, 2), nullptr, ints(0, 1), dbls(1, 1), nullptr, nullptr, 2, 0,
+                           chars('I', 'B'), ints(1, 1), nullptr, nullptr, nullptr, nullptr,
+                           nullptr)),
      "entind[1] = 1 gives column 1 a second type"},
 };
 
@@ -417,43 +402,30 @@ int addRow(NVRLprob p, const int *col, const double *coef, char type = 'L') {
 
 const BadCall kBadRowsCols[] = {
     {"NegativeRowCount",
-     +[](NVRLprob p) {
-       return NVRLaddrows64(p, -2, 0, chars('L'), dbls(1), nullptr, nullptr, nullptr, nullptr);
-     },
+     CALL(NVRLaddrows64(p, -2, 0, chars('L'), dbls(1), nullptr, nullptr, nullptr, nullptr)),
      "NVRLaddrows64: nrows must not be negative (got -2)"},
-    {"BadRowType", +[](NVRLprob p) { return addRow(p, ints(0), dbls(1), 'l'); },
-     "rowtype[0] is 'l'"},
-    {"RowColumnOutOfRange", +[](NVRLprob p) { return addRow(p, ints(4), dbls(1)); },
+    {"BadRowType", CALL(addRow(p, ints(0), dbls(1), 'l')), "rowtype[0] is 'l'"},
+    {"RowColumnOutOfRange", CALL(addRow(p, ints(4), dbls(1))),
      "colind[0] = 4 is not a valid column index (the problem has 4 columns)"},
     {"RowStartBeyondCoefficients",
-     +[](NVRLprob p) {
-       return NVRLaddrows64(p, 2, 1, chars('L', 'L'), dbls(0, 0), nullptr, starts(0, 2), ints(0),
-                            dbls(1));
-     },
+     CALL(NVRLaddrows64(p, 2, 1, chars('L', 'L'), dbls(0, 0), nullptr, starts(0, 2), ints(0),
+                        dbls(1))),
      "start[1] = 2 exceeds ncoefs = 1"},
     {"RowStartsDecrease",
-     +[](NVRLprob p) {
-       return NVRLaddrows64(p, 2, 2, chars('L', 'L'), dbls(0, 0), nullptr, starts(1, 0),
-                            ints(0, 1), dbls(1, 1));
-     },
+     CALL(NVRLaddrows64(p, 2, 2, chars('L', 'L'), dbls(0, 0), nullptr, starts(1, 0), ints(0, 1),
+                        dbls(1, 1))),
      "start must not decrease"},
-    {"RowCoefficientsMissing", +[](NVRLprob p) { return addRow(p, ints(0), nullptr); },
-     "rowcoef must not be null"},
-    {"InfiniteRowCoefficient", +[](NVRLprob p) { return addRow(p, ints(0), dbls(-INFINITY)); },
-     "rowcoef[0] is infinite"},
+    {"RowCoefficientsMissing", CALL(addRow(p, ints(0), nullptr)), "rowcoef must not be null"},
+    {"InfiniteRowCoefficient", CALL(addRow(p, ints(0), dbls(-INFINITY))), "rowcoef[0] is infinite"},
     {"NaNColumnUpperBound",
-     +[](NVRLprob p) {
-       return NVRLaddcols64(p, 1, 0, nullptr, nullptr, nullptr, nullptr, nullptr, dbls(NAN));
-     },
+     CALL(NVRLaddcols64(p, 1, 0, nullptr, nullptr, nullptr, nullptr, nullptr, dbls(NAN))),
      "NVRLaddcols64: ub[0] is NaN"},
     {"ColumnRowOutOfRange",
-     +[](NVRLprob p) {
-       return NVRLaddcols64(p, 1, 1, nullptr, starts(0), ints(-1), dbls(1), nullptr, nullptr);
-     },
+     CALL(NVRLaddcols64(p, 1, 1, nullptr, starts(0), ints(-1), dbls(1), nullptr, nullptr)),
      "rowind[0] = -1 is not a valid row index (the problem has 3 rows)"},
-    {"DeleteRowTwice", +[](NVRLprob p) { return NVRLdelrows(p, 3, ints(2, 0, 2)); },
+    {"DeleteRowTwice", CALL(NVRLdelrows(p, 3, ints(2, 0, 2))),
      "rowind[2] = 2 repeats a row already listed for deletion"},
-    {"DeleteColumnTwice", +[](NVRLprob p) { return NVRLdelcols(p, 2, ints(1, 1)); },
+    {"DeleteColumnTwice", CALL(NVRLdelcols(p, 2, ints(1, 1))),
      "colind[1] = 1 repeats a column already listed for deletion"},
 };
 
@@ -470,49 +442,40 @@ namespace {
 // 'L' 4, 'G' 1, 'R' 10 (range 4); matrix rows (0: 1, 1: 2), (1: 3, 2: 4), (0: 5, 3: 6).
 const GoodCall kChanges[] = {
     {"objective_and_constant",  // the last value for a column wins
-     +[](NVRLprob p) { return NVRLchgobj(p, 3, ints(2, -1, 2), dbls(7, 4.5, 8)); },
+     CALL(NVRLchgobj(p, 3, ints(2, -1, 2), dbls(7, 4.5, 8))),
      +[](Snapshot &s) {
        s.obj[2] = 8;
        s.objconst = -4.5;
      }},
-    {"sense", +[](NVRLprob p) { return NVRLchgobjsense(p, -1); },
+    {"sense", CALL(NVRLchgobjsense(p, -1)),
      +[](Snapshot &s) { s.objsense = -1; }},
     {"bounds_by_type",  // lb > ub is kept: infeasible
-     +[](NVRLprob p) {
-       return NVRLchgbounds(p, 4, ints(0, 1, 3, 0), chars('U', 'L', 'B', 'L'),
-                            dbls(3, 12, 2.5, -1e25));
-     },
+     CALL(NVRLchgbounds(p, 4, ints(0, 1, 3, 0), chars('U', 'L', 'B', 'L'),
+                        dbls(3, 12, 2.5, -1e25))),
      +[](Snapshot &s) {
        s.lb = {-NVRL_INFINITY, 12, 0, 2.5};
        s.ub = {3, 10, 1, 2.5};
      }},
-    {"row_types_drop_ranges_of_other_rows",
-     +[](NVRLprob p) { return NVRLchgrowtype(p, 2, ints(2, 0), chars('L', 'R')); },
+    {"row_types_drop_ranges_of_other_rows", CALL(NVRLchgrowtype(p, 2, ints(2, 0), chars('L', 'R'))),
      +[](Snapshot &s) {
        s.rowtype = {'R', 'G', 'L'};
        s.range = {0, 0, 0};
      }},
     {"column_types_clamp_binaries_and_carry_limits",
-     +[](NVRLprob p) -> int {
-       return NVRLchgcoltype(p, 3, ints(0, 1, 3), chars('B', 'P', 'C')) ||
-              NVRLchgglblimit(p, 1, ints(1), dbls(4));
-     },
+     CALL(NVRLchgcoltype(p, 3, ints(0, 1, 3), chars('B', 'P', 'C')) ||
+          NVRLchgglblimit(p, 1, ints(1), dbls(4))),
      +[](Snapshot &s) {
        s.coltype = {'B', 'P', 'B', 'C'};
        s.ub[0] = 1;
        s.limit = {0, 4, 0, 0};  // column 3 lost its limit
      }},
     {"coefficients_update_insert_and_remove",  // removing a missing entry changes nothing
-     +[](NVRLprob p) -> int {
-       return NVRLchgcoef(p, 0, 1, 9) || NVRLchgcoef(p, 1, 3, -2) || NVRLchgcoef(p, 2, 0, 0) ||
-              NVRLchgcoef(p, 2, 1, 0);
-     },
+     CALL(NVRLchgcoef(p, 0, 1, 9) || NVRLchgcoef(p, 1, 3, -2) || NVRLchgcoef(p, 2, 0, 0) ||
+          NVRLchgcoef(p, 2, 1, 0)),
      +[](Snapshot &s) { s.byrow = {{0, 2, 5, 6}, {0, 1, 1, 2, 3, 3}, {1, 9, 3, 4, -2, 6}}; }},
     {"many_coefficients_in_one_call_keep_the_last_value",
-     +[](NVRLprob p) {
-       return NVRLchgmcoef64(p, 6, ints(2, 0, 2, 1, 0, 2), ints(2, 3, 2, 0, 3, 0),
-                             dbls(1, 5, 7, 8, 0, 3));
-     },
+     CALL(NVRLchgmcoef64(p, 6, ints(2, 0, 2, 1, 0, 2), ints(2, 3, 2, 0, 3, 0),
+                         dbls(1, 5, 7, 8, 0, 3))),
      +[](Snapshot &s) {
        s.byrow = {{0, 2, 5, 8}, {0, 1, 0, 1, 2, 0, 2, 3}, {1, 2, 8, 3, 4, 3, 7, 6}};
      }},
@@ -523,10 +486,8 @@ const GoodCall kChanges[] = {
      },
      +[](Snapshot &s) { s.q = {{0, 0, 1, 2, 3}, {0, 2, 1}, {5, 1, 6}}; }},
     {"added_columns_reach_existing_rows",  // and sum the repeated entry of row 2
-     +[](NVRLprob p) {
-       return NVRLaddcols64(p, 2, 4, dbls(-1, 0), starts(0, 3, 4), ints(2, 0, 2, 1),
-                            dbls(1, 8, 1, 9), dbls(-5, 1), nullptr);
-     },
+     CALL(NVRLaddcols64(p, 2, 4, dbls(-1, 0), starts(0, 3, 4), ints(2, 0, 2, 1), dbls(1, 8, 1, 9),
+                        dbls(-5, 1), nullptr)),
      +[](Snapshot &s) {
        s.ncols = 6;
        s.obj.insert(s.obj.end(), {-1, 0});
@@ -584,32 +545,25 @@ TEST_F(StoreTest, FreeRowsCannotHaveARange) {
 }
 
 const BadCall kBadChanges[] = {
-    {"ObjectiveColumnBelowConstant",
-     +[](NVRLprob p) { return NVRLchgobj(p, 1, ints(-2), dbls(1)); },
+    {"ObjectiveColumnBelowConstant", CALL(NVRLchgobj(p, 1, ints(-2), dbls(1))),
      "NVRLchgobj: colind[0] = -2 is not a valid column index (the problem has 4 columns)"},
-    {"SenseZero", +[](NVRLprob p) { return NVRLchgobjsense(p, 0); },
+    {"SenseZero", CALL(NVRLchgobjsense(p, 0)),
      "objsense = 0 must be 1 (minimise) or -1 (maximise)"},
-    {"UnknownBoundType",
-     +[](NVRLprob p) { return NVRLchgbounds(p, 1, ints(0), chars('X'), dbls(1)); },
+    {"UnknownBoundType", CALL(NVRLchgbounds(p, 1, ints(0), chars('X'), dbls(1))),
      "bndtype[0] must be 'U', 'L' or 'B'"},
-    {"NaNBound",
-     +[](NVRLprob p) { return NVRLchgbounds(p, 2, ints(0, 1), chars('U', 'L'), dbls(1, NAN)); },
+    {"NaNBound", CALL(NVRLchgbounds(p, 2, ints(0, 1), chars('U', 'L'), dbls(1, NAN))),
      "bndval[1] is NaN"},
-    {"RhsRowOutOfRange", +[](NVRLprob p) { return NVRLchgrhs(p, 1, ints(3), dbls(1)); },
+    {"RhsRowOutOfRange", CALL(NVRLchgrhs(p, 1, ints(3), dbls(1))),
      "NVRLchgrhs: rowind[0] = 3 is not a valid row index (the problem has 3 rows)"},
-    {"NegativeRange", +[](NVRLprob p) { return NVRLchgrhsrange(p, 1, ints(0), dbls(-1)); },
-     "rng[0] = -1 is negative"},
-    {"UnknownRowType", +[](NVRLprob p) { return NVRLchgrowtype(p, 1, ints(0), chars('Q')); },
-     "rowtype[0] is 'Q'"},
-    {"UnknownColumnType", +[](NVRLprob p) { return NVRLchgcoltype(p, 1, ints(0), chars(0)); },
+    {"NegativeRange", CALL(NVRLchgrhsrange(p, 1, ints(0), dbls(-1))), "rng[0] = -1 is negative"},
+    {"UnknownRowType", CALL(NVRLchgrowtype(p, 1, ints(0), chars('Q'))), "rowtype[0] is 'Q'"},
+    {"UnknownColumnType", CALL(NVRLchgcoltype(p, 1, ints(0), chars(0))),
      "coltype[0] is character 0"},
-    {"LimitOnContinuousColumn",
-     +[](NVRLprob p) { return NVRLchgglblimit(p, 2, ints(3, 0), dbls(1, 1)); },
+    {"LimitOnContinuousColumn", CALL(NVRLchgglblimit(p, 2, ints(3, 0), dbls(1, 1))),
      "column 0 (colind[1]) has type 'C'; only 'S', 'R' and 'P' columns have a limit"},
-    {"CoefficientColumnOutOfRange", +[](NVRLprob p) { return NVRLchgcoef(p, 0, 4, 1.0); },
+    {"CoefficientColumnOutOfRange", CALL(NVRLchgcoef(p, 0, 4, 1.0)),
      "NVRLchgcoef: col = 4 is not a valid column index"},
-    {"InfiniteCoefficient",
-     +[](NVRLprob p) { return NVRLchgmcoef(p, 2, ints(0, 1), ints(0, 0), dbls(1, INFINITY)); },
+    {"InfiniteCoefficient", CALL(NVRLchgmcoef(p, 2, ints(0, 1), ints(0, 0), dbls(1, INFINITY))),
      "NVRLchgmcoef: rowcoef[1] is infinite"},
 };
 
@@ -741,15 +695,15 @@ TEST_F(StoreTest, NamesUpToTheLimitAreAccepted) {
 }
 
 const BadCall kBadNames[] = {
-    {"UnknownType", +[](NVRLprob p) { return NVRLaddnames(p, 4, "a", 0, 0); },
+    {"UnknownType", CALL(NVRLaddnames(p, 4, "a", 0, 0)),
      "NVRLaddnames: type = 4 must be 1 (rows), 2 (columns) or 3 (sets)"},
-    {"ReversedRange", +[](NVRLprob p) { return NVRLaddnames(p, 1, "a\0b", 1, 0); },
+    {"ReversedRange", CALL(NVRLaddnames(p, 1, "a\0b", 1, 0)),
      "first = 1 and last = 0 must satisfy 0 <= first <= last <= 2 (the problem has 3 rows)"},
-    {"RangeBeyondSets", +[](NVRLprob p) { return NVRLaddsetnames(p, "a\0b", 0, 1); },
+    {"RangeBeyondSets", CALL(NVRLaddsetnames(p, "a\0b", 0, 1)),
      "NVRLaddsetnames: first = 0 and last = 1 must satisfy 0 <= first <= last <= 0"},
-    {"RepeatedInOneCall", +[](NVRLprob p) { return NVRLaddnames(p, 2, "a\0b\0a", 0, 2); },
+    {"RepeatedInOneCall", CALL(NVRLaddnames(p, 2, "a\0b\0a", 0, 2)),
      "name 'a' is given to both column 0 and column 2"},
-    {"TakenByAnotherItem", +[](NVRLprob p) { return NVRLaddnames(p, 2, "w", 1, 1); },
+    {"TakenByAnotherItem", CALL(NVRLaddnames(p, 2, "w", 1, 1)),
      "name 'w' of column 1 is already the name of column 3"},
     {"TooLong",
      +[](NVRLprob p) {
@@ -763,8 +717,7 @@ const BadCall kBadNames[] = {
        return NVRLgetindex(p, 2, "nosuch", &index);
      },
      "NVRLgetindex: there is no column named 'nosuch'"},
-    {"NameListWithoutOutputs",
-     +[](NVRLprob p) { return NVRLgetnamelist(p, 1, nullptr, 0, nullptr, 0, 0); },
+    {"NameListWithoutOutputs", CALL(NVRLgetnamelist(p, 1, nullptr, 0, nullptr, 0, 0)),
      "names and nbytes must not both be null"},
 };
 
@@ -842,19 +795,16 @@ TEST_F(StoreTest, SingleRowCoefficientsSetReadAndRemove) {
 }
 
 const BadCall kBadQuadratics[] = {
-    {"ObjectiveColumnOutOfRange", +[](NVRLprob p) { return NVRLchgqobj(p, 0, 4, 1.0); },
+    {"ObjectiveColumnOutOfRange", CALL(NVRLchgqobj(p, 0, 4, 1.0)),
      "NVRLchgqobj: objqcol2 = 4 is not a valid column index (the problem has 4 columns)"},
-    {"NaNObjectiveEntry",
-     +[](NVRLprob p) { return NVRLchgmqobj(p, 2, ints(0, 1), ints(0, 1), dbls(1, NAN)); },
+    {"NaNObjectiveEntry", CALL(NVRLchgmqobj(p, 2, ints(0, 1), ints(0, 1), dbls(1, NAN))),
      "NVRLchgmqobj: objqcoef[1] is NaN"},
-    {"QuadraticOnMissingRow",
-     +[](NVRLprob p) { return NVRLaddqmatrix64(p, 3, 1, ints(0), ints(0), dbls(1)); },
+    {"QuadraticOnMissingRow", CALL(NVRLaddqmatrix64(p, 3, 1, ints(0), ints(0), dbls(1))),
      "NVRLaddqmatrix64: row = 3 is not a valid row index"},
     {"RowTripletColumnOutOfRange",
-     +[](NVRLprob p) { return NVRLaddqmatrix64(p, 0, 2, ints(0, 0), ints(0, 7), dbls(1, 1)); },
+     CALL(NVRLaddqmatrix64(p, 0, 2, ints(0, 0), ints(0, 7), dbls(1, 1))),
      "rowqcol2[1] = 7 is not a valid column index"},
-    {"InfiniteRowCoefficient",
-     +[](NVRLprob p) { return NVRLchgqrowcoeff(p, 0, 0, 1, INFINITY); },
+    {"InfiniteRowCoefficient", CALL(NVRLchgqrowcoeff(p, 0, 0, 1, INFINITY)),
      "rowqcoef is infinite"},
     {"ObjectiveQueryEmptyRange",
      +[](NVRLprob p) {
@@ -923,32 +873,26 @@ TEST_F(StoreTest, SetsAddQueryAndDelete) {
 // The rich model has an indicator on row 1 (column 2) and the piecewise-linear x0 = f(x1).
 const GoodCall kEntityChanges[] = {
     {"indicators_set_replace_and_clear",  // the column of a cleared indicator is not looked at
-     +[](NVRLprob p) {
-       return NVRLsetindicators(p, 3, ints(0, 2, 1), ints(3, 0, 99), ints(-1, 1, 0));
-     },
+     CALL(NVRLsetindicators(p, 3, ints(0, 2, 1), ints(3, 0, 99), ints(-1, 1, 0))),
      +[](Snapshot &s) {
        s.indcol = {3, -1, 0};
        s.indcomp = {-1, 0, 1};
      }},
-    {"indicators_deleted_by_range", +[](NVRLprob p) { return NVRLdelindicators(p, 1, 2); },
+    {"indicators_deleted_by_range", CALL(NVRLdelindicators(p, 1, 2)),
      +[](Snapshot &s) {
        s.indcol = {-1, -1, -1};
        s.indcomp = {0, 0, 0};
      }},
     {"piecewise_linear_with_a_jump",  // column 2 = f(column 3)
-     +[](NVRLprob p) {
-       return NVRLaddpwlcons64(p, 1, 4, ints(3), ints(2), starts(0), dbls(0, 1, 1, 2),
-                               dbls(0, 0, 1, 1));
-     },
+     CALL(NVRLaddpwlcons64(p, 1, 4, ints(3), ints(2), starts(0), dbls(0, 1, 1, 2),
+                           dbls(0, 0, 1, 1))),
      +[](Snapshot &s) {
        s.npwls = 2;
        s.pwl = {{1, 3}, {0, 2}, {0, 3, 7}, {0, 1, 2, 0, 1, 1, 2}, {0, 1, 4, 0, 0, 1, 1}};
      }},
     {"piecewise_linear_deleted_before_a_later_one",
-     +[](NVRLprob p) -> int {
-       return NVRLaddpwlcons64(p, 1, 2, ints(3), ints(2), starts(0), dbls(0, 1), dbls(0, 1)) ||
-              NVRLdelpwlcons(p, 1, ints(0));
-     },
+     CALL(NVRLaddpwlcons64(p, 1, 2, ints(3), ints(2), starts(0), dbls(0, 1), dbls(0, 1)) ||
+          NVRLdelpwlcons(p, 1, ints(0))),
      +[](Snapshot &s) { s.pwl = {{3}, {2}, {0, 2}, {0, 1}, {0, 1}}; }},
 };
 
@@ -997,63 +941,49 @@ int addPwl(NVRLprob p, int npoints, int res, const double *x, const double *y) {
 }
 
 const BadCall kBadEntities[] = {
-    {"SetTypeUnknown", +[](NVRLprob p) { return addSet(p, 1, chars('0'), ints(0), dbls(1)); },
+    {"SetTypeUnknown", CALL(addSet(p, 1, chars('0'), ints(0), dbls(1))),
      "NVRLaddsets64: settype[0] must be '1' or '2'"},
-    {"SetRepeatsAColumn",
-     +[](NVRLprob p) { return addSet(p, 2, chars('1'), ints(1, 1), dbls(1, 2)); },
+    {"SetRepeatsAColumn", CALL(addSet(p, 2, chars('1'), ints(1, 1), dbls(1, 2))),
      "set 0 lists column 1 twice (colind[1])"},
-    {"SetRepeatsReferenceValue",
-     +[](NVRLprob p) { return addSet(p, 2, chars('1'), ints(0, 1), dbls(1, 1)); },
+    {"SetRepeatsReferenceValue", CALL(addSet(p, 2, chars('1'), ints(0, 1), dbls(1, 1))),
      "set 0 repeats the reference value 1 (refval[1])"},
-    {"SetWithoutReferenceValues",
-     +[](NVRLprob p) { return addSet(p, 1, chars('1'), ints(0), nullptr); },
+    {"SetWithoutReferenceValues", CALL(addSet(p, 1, chars('1'), ints(0), nullptr)),
      "refval must not be null"},
-    {"DeleteSetTwice", +[](NVRLprob p) { return NVRLdelsets(p, 2, ints(0, 0)); },
+    {"DeleteSetTwice", CALL(NVRLdelsets(p, 2, ints(0, 0))),
      "sets[1] = 0 repeats a set already listed for deletion"},
-    {"IndicatorComplementTwo",
-     +[](NVRLprob p) { return NVRLsetindicators(p, 1, ints(0), ints(2), ints(2)); },
+    {"IndicatorComplementTwo", CALL(NVRLsetindicators(p, 1, ints(0), ints(2), ints(2))),
      "complement[0] = 2 must be 1"},
     {"IndicatorColumnOutOfRange",
-     +[](NVRLprob p) { return NVRLsetindicators(p, 2, ints(0, 2), ints(2, 9), ints(1, -1)); },
+     CALL(NVRLsetindicators(p, 2, ints(0, 2), ints(2, 9), ints(1, -1))),
      "NVRLsetindicators: colind[1] = 9 is not a valid column index"},
-    {"GeneralTypeUnknown", +[](NVRLprob p) { return addGeneral(p, 5, 0, 1, ints(1)); },
+    {"GeneralTypeUnknown", CALL(addGeneral(p, 5, 0, 1, ints(1))),
      "contype[0] = 5 is not a general constraint type"},
-    {"AbsOfTwoColumns",
-     +[](NVRLprob p) { return addGeneral(p, NVRL_GENCONS_ABS, 0, 2, ints(1, 2)); },
+    {"AbsOfTwoColumns", CALL(addGeneral(p, NVRL_GENCONS_ABS, 0, 2, ints(1, 2))),
      "constraint 0 (abs) needs exactly one column and no values (has 2 columns, 0 values)"},
     {"OrWithValues",
-     +[](NVRLprob p) {
-       return NVRLaddgencons64(p, 1, 1, 1, ints(NVRL_GENCONS_OR), ints(0), starts(0), ints(2),
-                               starts(0), dbls(1));
-     },
+     CALL(NVRLaddgencons64(p, 1, 1, 1, ints(NVRL_GENCONS_OR), ints(0), starts(0), ints(2),
+                           starts(0), dbls(1))),
      "constraint 0 (or) needs at least one column and takes no values"},
     {"MaxOfNothing",
-     +[](NVRLprob p) {
-       return NVRLaddgencons64(p, 2, 1, 0, ints(NVRL_GENCONS_MAX, NVRL_GENCONS_MAX), ints(0, 1),
-                               starts(0, 1), ints(2), nullptr, nullptr);
-     },
+     CALL(NVRLaddgencons64(p, 2, 1, 0, ints(NVRL_GENCONS_MAX, NVRL_GENCONS_MAX), ints(0, 1),
+                           starts(0, 1), ints(2), nullptr, nullptr)),
      "constraint 1 (max) needs at least one column or value"},
-    {"ResultantAmongArguments",
-     +[](NVRLprob p) { return addGeneral(p, NVRL_GENCONS_MIN, 1, 2, ints(0, 1)); },
+    {"ResultantAmongArguments", CALL(addGeneral(p, NVRL_GENCONS_MIN, 1, 2, ints(0, 1))),
      "constraint 0 uses its resultant column 1 as an argument (colind[1])"},
     {"ValuesWithoutStarts",
-     +[](NVRLprob p) {
-       return NVRLaddgencons64(p, 1, 1, 1, ints(NVRL_GENCONS_MAX), ints(0), starts(0), ints(1),
-                               nullptr, dbls(1));
-     },
+     CALL(NVRLaddgencons64(p, 1, 1, 1, ints(NVRL_GENCONS_MAX), ints(0), starts(0), ints(1), nullptr,
+                           dbls(1))),
      "valstart must not be null"},
-    {"DeleteMissingGeneralConstraint", +[](NVRLprob p) { return NVRLdelgencons(p, 1, ints(1)); },
+    {"DeleteMissingGeneralConstraint", CALL(NVRLdelgencons(p, 1, ints(1))),
      "conind[0] = 1 is not a valid general constraint index (the problem has 1 general "
      "constraints)"},
-    {"BreakpointsOutOfOrder",
-     +[](NVRLprob p) { return addPwl(p, 3, 3, dbls(0, 2, 1), dbls(0, 0, 0)); },
+    {"BreakpointsOutOfOrder", CALL(addPwl(p, 3, 3, dbls(0, 2, 1), dbls(0, 0, 0))),
      "constraint 0: breakpoints out of order, xval[2] = 1 < xval[1] = 2"},
-    {"BreakpointThreeTimes",
-     +[](NVRLprob p) { return addPwl(p, 3, 3, dbls(1, 1, 1), dbls(0, 1, 2)); },
+    {"BreakpointThreeTimes", CALL(addPwl(p, 3, 3, dbls(1, 1, 1), dbls(0, 1, 2))),
      "xval[2] = 1 appears three times in a row"},
-    {"SingleBreakpoint", +[](NVRLprob p) { return addPwl(p, 1, 3, dbls(1), dbls(0)); },
+    {"SingleBreakpoint", CALL(addPwl(p, 1, 3, dbls(1), dbls(0))),
      "constraint 0 has 1 breakpoints; at least 2 are needed"},
-    {"PwlOfItself", +[](NVRLprob p) { return addPwl(p, 2, 2, dbls(0, 1), dbls(0, 1)); },
+    {"PwlOfItself", CALL(addPwl(p, 2, 2, dbls(0, 1), dbls(0, 1))),
      "uses column 2 as both argument and resultant"},
 };
 
@@ -1069,30 +999,25 @@ namespace {
 
 // Every good call leaves the rich model exactly as it was.
 const GoodCall kMarks[] = {
-    {"delayed_rows", +[](NVRLprob p) { return NVRLloaddelayedrows(p, 2, ints(2, 0)); },
+    {"delayed_rows", CALL(NVRLloaddelayedrows(p, 2, ints(2, 0))),
      +[](Snapshot &) {}},
-    {"model_cuts_repeated_row", +[](NVRLprob p) { return NVRLloadmodelcuts(p, 2, ints(1, 1)); },
+    {"model_cuts_repeated_row", CALL(NVRLloadmodelcuts(p, 2, ints(1, 1))),
      +[](Snapshot &) {}},
-    {"secure_rows_and_columns",
-     +[](NVRLprob p) { return NVRLloadsecurevecs(p, 1, 2, ints(2), ints(3, 0)); },
+    {"secure_rows_and_columns", CALL(NVRLloadsecurevecs(p, 1, 2, ints(2), ints(3, 0))),
      +[](Snapshot &) {}},
-    {"nothing_marked", +[](NVRLprob p) { return NVRLloadsecurevecs(p, 0, 0, nullptr, nullptr); },
+    {"nothing_marked", CALL(NVRLloadsecurevecs(p, 0, 0, nullptr, nullptr)),
      +[](Snapshot &) {}},
 };
 INSTANTIATE_TEST_SUITE_P(RowMarks, GoodCalls, ::testing::ValuesIn(kMarks), nvtest::byLabel);
 
 const BadCall kBadMarks[] = {
-    {"DelayedRowOutOfRange", +[](NVRLprob p) { return NVRLloaddelayedrows(p, 2, ints(0, 3)); },
+    {"DelayedRowOutOfRange", CALL(NVRLloaddelayedrows(p, 2, ints(0, 3))),
      "NVRLloaddelayedrows: rowind[1] = 3 is not a valid row index"},
-    {"ModelCutsNegativeCount", +[](NVRLprob p) { return NVRLloadmodelcuts(p, -1, ints(0)); },
-     "NVRLloadmodelcuts: nrows"},
-    {"ModelCutsWithoutRows", +[](NVRLprob p) { return NVRLloadmodelcuts(p, 1, nullptr); },
-     "rowind must not be null"},
-    {"SecureColumnOutOfRange",
-     +[](NVRLprob p) { return NVRLloadsecurevecs(p, 1, 1, ints(0), ints(4)); },
+    {"ModelCutsNegativeCount", CALL(NVRLloadmodelcuts(p, -1, ints(0))), "NVRLloadmodelcuts: nrows"},
+    {"ModelCutsWithoutRows", CALL(NVRLloadmodelcuts(p, 1, nullptr)), "rowind must not be null"},
+    {"SecureColumnOutOfRange", CALL(NVRLloadsecurevecs(p, 1, 1, ints(0), ints(4))),
      "NVRLloadsecurevecs: colind[0] = 4 is not a valid column index"},
-    {"SecureRowNegative",
-     +[](NVRLprob p) { return NVRLloadsecurevecs(p, 1, 0, ints(-1), nullptr); },
+    {"SecureRowNegative", CALL(NVRLloadsecurevecs(p, 1, 0, ints(-1), nullptr)),
      "rowind[0] = -1 is not a valid row index"},
 };
 INSTANTIATE_TEST_SUITE_P(RowMarks, BadCalls, ::testing::ValuesIn(kBadMarks), nvtest::byLabel);
@@ -1129,43 +1054,32 @@ namespace storetest {
 namespace {
 
 const BadCall kHugeCoefficients[] = {
-    {"ObjectiveCoefficient",
-     +[](NVRLprob p) { return NVRLchgobj(p, 2, ints(0, 3), dbls(1, 1e30)); },
+    {"ObjectiveCoefficient", CALL(NVRLchgobj(p, 2, ints(0, 3), dbls(1, 1e30))),
      "NVRLchgobj: objcoef[1] = 1e+30 is at or beyond the infinity constant 1e20"},
-    {"ObjectiveConstant", +[](NVRLprob p) { return NVRLchgobj(p, 1, ints(-1), dbls(-1e25)); },
+    {"ObjectiveConstant", CALL(NVRLchgobj(p, 1, ints(-1), dbls(-1e25))),
      "NVRLchgobj: objcoef[0] = -1e+25 is at or beyond"},
-    {"ObjectiveCoefficientInfinite",
-     +[](NVRLprob p) { return NVRLchgobj(p, 1, ints(1), dbls(INFINITY)); },
+    {"ObjectiveCoefficientInfinite", CALL(NVRLchgobj(p, 1, ints(1), dbls(INFINITY))),
      "NVRLchgobj: objcoef[0] is infinite"},
     {"NewColumnObjectiveExactlyAtInfinity",
-     +[](NVRLprob p) {
-       return NVRLaddcols64(p, 2, 0, dbls(2, 1e20), nullptr, nullptr, nullptr, nullptr, nullptr);
-     },
+     CALL(NVRLaddcols64(p, 2, 0, dbls(2, 1e20), nullptr, nullptr, nullptr, nullptr, nullptr)),
      "NVRLaddcols64: objcoef[1] = 1e+20 is at or beyond"},
     {"LoadedObjective",
-     +[](NVRLprob p) {
-       return NVRLloadlp64(p, "x", 2, 0, nullptr, nullptr, nullptr, dbls(1, -3e20), nullptr,
-                           nullptr, nullptr, nullptr, nullptr, nullptr);
-     },
+     CALL(NVRLloadlp64(p, "x", 2, 0, nullptr, nullptr, nullptr, dbls(1, -3e20), nullptr, nullptr,
+                       nullptr, nullptr, nullptr, nullptr)),
      "NVRLloadlp64: obj[1] = -3e+20 is at or beyond"},
     {"LoadedQuadraticObjective",
-     +[](NVRLprob p) {
-       return NVRLloadqp64(p, "x", 1, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           nullptr, nullptr, nullptr, nullptr, 1, ints(0), ints(0), dbls(1e21));
-     },
+     CALL(NVRLloadqp64(p, "x", 1, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                       nullptr, nullptr, nullptr, 1, ints(0), ints(0), dbls(1e21))),
      "objqcoef[0] = 1e+21 is at or beyond"},
-    {"QuadraticObjective", +[](NVRLprob p) { return NVRLchgqobj(p, 0, 1, -1e40); },
+    {"QuadraticObjective", CALL(NVRLchgqobj(p, 0, 1, -1e40)),
      "NVRLchgqobj: objqcoef = -1e+40 is at or beyond"},
-    {"MatrixCoefficient", +[](NVRLprob p) { return NVRLchgcoef(p, 0, 3, 1e20); },
+    {"MatrixCoefficient", CALL(NVRLchgcoef(p, 0, 3, 1e20)),
      "NVRLchgcoef: coef = 1e+20 is at or beyond"},
     {"NewRowCoefficient",
-     +[](NVRLprob p) {
-       return NVRLaddrows64(p, 1, 2, chars('L'), dbls(1), nullptr, starts(0, 2), ints(0, 1),
-                            dbls(1, -1e22));
-     },
+     CALL(NVRLaddrows64(p, 1, 2, chars('L'), dbls(1), nullptr, starts(0, 2), ints(0, 1),
+                        dbls(1, -1e22))),
      "NVRLaddrows64: rowcoef[1] = -1e+22 is at or beyond"},
-    {"QuadraticRowCoefficient",
-     +[](NVRLprob p) { return NVRLaddqmatrix64(p, 1, 1, ints(0), ints(0), dbls(1e30)); },
+    {"QuadraticRowCoefficient", CALL(NVRLaddqmatrix64(p, 1, 1, ints(0), ints(0), dbls(1e30))),
      "rowqcoef[0] = 1e+30 is at or beyond"},
 };
 
