@@ -644,22 +644,17 @@ class RoundTrip : public iotest::FileTest {
   }
 };
 
-TEST_F(RoundTrip, MpsKeepsEverything) {
-  buildEverything(true);
-  expectRoundTrip("", ".mps");
-}
-
-TEST_F(RoundTrip, LpKeepsEverything) {
-  buildEverything(false);
-  expectRoundTrip("l", ".lp");
-}
-
-TEST_F(RoundTrip, EmptyModelInBothFormats) {
-  prob->model = nvrl::Model();
-  prob->model.name = "nothing";
-  expectRoundTrip("", ".mps");
-  prob->model = nvrl::Model();
-  expectRoundTrip("l", ".lp");
+// Every feature each format carries (LP files have no partially integer columns), and nothing.
+TEST_F(RoundTrip, EverythingAndNothingInBothFormats) {
+  for (auto [flags, ext] : {std::pair{"", ".mps"}, std::pair{"l", ".lp"}}) {
+    SCOPED_TRACE(ext);
+    prob->model = nvrl::Model();
+    buildEverything(*flags == '\0');
+    expectRoundTrip(flags, ext);
+    prob->model = nvrl::Model();
+    prob->model.name = "nothing";
+    expectRoundTrip(flags, ext);
+  }
 }
 
 TEST_F(RoundTrip, RangeRowsThroughLpFilesKeepTheLimits) {
