@@ -31,9 +31,9 @@ class FilesTest : public iotest::QuietFileTest {
     if (fresh) NVRLdestroyprob(fresh);
     FileTest::TearDown();
   }
-  void solve(const char *file) {
+  void solve(const char *file, bool mip = false) {
     ASSERT_EQ(0, NVRLreadprob(prob, dataFile(file).c_str(), "")) << lastError();
-    ASSERT_EQ(0, NVRLlpoptimize(prob, "")) << lastError();
+    ASSERT_EQ(0, mip ? NVRLmipoptimize(prob, "") : NVRLlpoptimize(prob, "")) << lastError();
   }
   // A second problem holding the same model without answers.
   void makeFresh(const char *file) {
@@ -246,13 +246,7 @@ TEST_F(FilesTest, LogFileAndMessageStatus) {
 // ---- Solution files (NVRLwriteslxsol, NVRLreadslxsol): what is written reads back bit for bit,
 // reading gives the next solve its start, and faulty files are refused naming the line.
 
-class SolutionFileTest : public iotest::QuietFileTest {
- protected:
-  void solve(const char *file, bool mip) {
-    ASSERT_EQ(0, NVRLreadprob(prob, dataFile(file).c_str(), "")) << lastError();
-    ASSERT_EQ(0, mip ? NVRLmipoptimize(prob, "") : NVRLlpoptimize(prob, "")) << lastError();
-  }
-};
+using SolutionFileTest = FilesTest;
 
 class SolutionFileFlags : public SolutionFileTest,
                           public ::testing::WithParamInterface<const char *> {};
@@ -301,18 +295,14 @@ TEST_F(SolutionFileTest, AReadSolutionStartsTheNextMipSolve) {
   const double optimum = dblAttr(NVRL_ATTR_MIP_OBJECTIVE);
   ASSERT_EQ(0, NVRLwriteslxsol(prob, path("opt.slx").c_str(), ""));
 
-  NVRLprob fresh;
-  ASSERT_EQ(0, NVRLcreateprob(&fresh));
-  NVRLsetintcontrol(fresh, NVRL_CTRL_LOG_LEVEL, 0);
+  makeFresh("p0548.mps");
   NVRLsetintcontrol(fresh, NVRL_CTRL_SOLUTION_LIMIT, 1);
-  ASSERT_EQ(0, NVRLreadprob(fresh, dataFile("p0548.mps").c_str(), ""));
   ASSERT_EQ(0, NVRLmipoptimize(fresh, ""));
   const double alone = dblAttr(fresh, NVRL_ATTR_MIP_OBJECTIVE);
   ASSERT_EQ(0, NVRLreadprob(fresh, dataFile("p0548.mps").c_str(), ""));
   ASSERT_EQ(0, NVRLreadslxsol(fresh, path("opt.slx").c_str(), "")) << lastError(fresh);
   ASSERT_EQ(0, NVRLmipoptimize(fresh, ""));
   const double started = dblAttr(fresh, NVRL_ATTR_MIP_OBJECTIVE);
-  NVRLdestroyprob(fresh);
   EXPECT_GT(alone, optimum + 1);
   EXPECT_NEAR(optimum, started, 1e-6 * std::fabs(optimum));
 }
@@ -454,26 +444,18 @@ void expectIdenticalModel(const nvrl::Model &a, const nvrl::Model &b) {
   for (size_t k = 0; k < a.pwlcons.size(); ++k) EXPECT_EQ(pwl(a.pwlcons[k]), pwl(b.pwlcons[k]));
 }
 
-class SnapshotTest : public iotest::QuietFileTest {
+// Snapshots are restored into the fresh problem.
+class SnapshotTest : public FilesTest {
  protected:
   void SetUp() override {
-    ASSERT_NO_FATAL_FAILURE(QuietFileTest::SetUp());
-    ASSERT_EQ(0, NVRLcreateprob(&other));
-  }
-  void TearDown() override {
-    NVRLdestroyprob(other);
-    FileTest::TearDown();
-  }
-  void solveAfiro() {
-    ASSERT_EQ(0, NVRLreadprob(prob, dataFile("afiro.mps").c_str(), "")) << lastError();
-    ASSERT_EQ(0, NVRLlpoptimize(prob, "")) << lastError();
+    ASSERT_NO_FATAL_FAILURE(FilesTest::SetUp());
+    ASSERT_EQ(0, NVRLcreateprob(&fresh));
   }
   static double dblCtl(NVRLprob p, int id) {
     double v = -1;
     EXPECT_EQ(0, NVRLgetdblcontrol(p, id, &v));
     return v;
   }
-  NVRLprob other = nullptr;
 };
 
 // ----- Round trips of the data sets ------------------------------------------------------
@@ -498,27 +480,27 @@ TEST_P(SnapshotDataSet, RestoredProblemAnswersAsTheSolvedOne) {
   const std::string file = path("saved.svf");
   ASSERT_EQ(0, NVRLsaveas(prob, file.c_str())) << lastError();
 
-  NVRLsetintcontrol(other, NVRL_CTRL_LOG_LEVEL, 0);
-  ASSERT_EQ(0, NVRLrestore(other, path("saved").c_str(), "")) << lastError(other);
-  expectIdenticalModel(prob->model, other->model);
-  EXPECT_EQ(attributes(other), attrsBefore);
-  expectSameAnswers(before, answers(other));
+  NVRLsetintcontrol(fresh, NVRL_CTRL_LOG_LEVEL, 0);
+  ASSERT_EQ(0, NVRLrestore(fresh, path("saved").c_str(), "")) << lastError(fresh);
+  expectIdenticalModel(prob->model, fresh->model);
+  EXPECT_EQ(attributes(fresh), attrsBefore);
+  expectSameAnswers(before, answers(fresh));
   double miptol = 0;
   char rhsname[NVRL_MAXNAMELEN] = {};
-  NVRLgetdblcontrol(other, NVRL_CTRL_MIPTOL, &miptol);
-  NVRLgetstrcontrol(other, NVRL_CTRL_MPS_RHS_NAME, rhsname);
+  NVRLgetdblcontrol(fresh, NVRL_CTRL_MIPTOL, &miptol);
+  NVRLgetstrcontrol(fresh, NVRL_CTRL_MPS_RHS_NAME, rhsname);
   EXPECT_EQ(1e-7, miptol);
   EXPECT_STREQ("rhs set", rhsname);
 
   // The next solve reaches the same verdict; an LP starts from the saved optimal basis.
   if (rc != 0) return;
-  const int rc2 = d.kind == "mip" ? NVRLmipoptimize(other, "") : NVRLlpoptimize(other, "");
-  ASSERT_EQ(0, rc2) << lastError(other);
-  EXPECT_EQ(intAttr(prob, NVRL_ATTR_LP_STATUS), intAttr(other, NVRL_ATTR_LP_STATUS));
-  EXPECT_EQ(intAttr(prob, NVRL_ATTR_MIP_STATUS), intAttr(other, NVRL_ATTR_MIP_STATUS));
+  const int rc2 = d.kind == "mip" ? NVRLmipoptimize(fresh, "") : NVRLlpoptimize(fresh, "");
+  ASSERT_EQ(0, rc2) << lastError(fresh);
+  EXPECT_EQ(intAttr(prob, NVRL_ATTR_LP_STATUS), intAttr(fresh, NVRL_ATTR_LP_STATUS));
+  EXPECT_EQ(intAttr(prob, NVRL_ATTR_MIP_STATUS), intAttr(fresh, NVRL_ATTR_MIP_STATUS));
   if (d.kind == "lp" && intAttr(prob, NVRL_ATTR_LP_STATUS) == NVRL_LP_OPTIMAL) {
-    EXPECT_EQ(0, intAttr(other, NVRL_ATTR_SIMPLEX_ITERATIONS));
-    EXPECT_NEAR(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE), dblAttr(other, NVRL_ATTR_LP_OBJECTIVE),
+    EXPECT_EQ(0, intAttr(fresh, NVRL_ATTR_SIMPLEX_ITERATIONS));
+    EXPECT_NEAR(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE), dblAttr(fresh, NVRL_ATTR_LP_OBJECTIVE),
                 1e-9 * (1 + std::fabs(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE))));
   }
 }
@@ -551,45 +533,45 @@ TEST_F(SnapshotTest, EveryKindOfModelDataSurvives) {
   model().name = "every kind";
 
   ASSERT_EQ(0, NVRLsaveas(prob, path("all.bin").c_str())) << lastError();
-  ASSERT_EQ(0, NVRLrestore(other, path("all.bin").c_str(), nullptr)) << lastError(other);
-  expectIdenticalModel(prob->model, other->model);
-  EXPECT_EQ(std::signbit(other->model.A.val[2]), true);
+  ASSERT_EQ(0, NVRLrestore(fresh, path("all.bin").c_str(), nullptr)) << lastError(fresh);
+  expectIdenticalModel(prob->model, fresh->model);
+  EXPECT_EQ(std::signbit(fresh->model.A.val[2]), true);
 }
 
 TEST_F(SnapshotTest, SaveUsesTheProblemNameAndRestoreFindsIt) {
-  solveAfiro();
+  solve("afiro.mps");
   char cwd[4096];
   ASSERT_NE(nullptr, getcwd(cwd, sizeof cwd));
   ASSERT_EQ(0, chdir(dir.c_str()));
   const int saved = NVRLsave(prob);
   const bool written = std::filesystem::exists(dir / "AFIRO.svf");
-  const int restored = NVRLrestore(other, "AFIRO", "");
-  const std::string err = lastError(other);
+  const int restored = NVRLrestore(fresh, "AFIRO", "");
+  const std::string err = lastError(fresh);
   ASSERT_EQ(0, chdir(cwd));
   EXPECT_EQ(0, saved) << lastError();
   EXPECT_TRUE(written);
   EXPECT_EQ(0, restored) << err;
-  EXPECT_EQ("AFIRO", other->model.name);
-  EXPECT_EQ(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE), dblAttr(other, NVRL_ATTR_LP_OBJECTIVE));
+  EXPECT_EQ("AFIRO", fresh->model.name);
+  EXPECT_EQ(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE), dblAttr(fresh, NVRL_ATTR_LP_OBJECTIVE));
 }
 
 TEST_F(SnapshotTest, FlagsKeepControlsOrLeaveOutAnswers) {
-  solveAfiro();
+  solve("afiro.mps");
   NVRLsetdblcontrol(prob, NVRL_CTRL_TIME_LIMIT, 30);
   ASSERT_EQ(0, NVRLsaveas(prob, path("a.svf").c_str()));
-  NVRLsetdblcontrol(other, NVRL_CTRL_TIME_LIMIT, 5);
+  NVRLsetdblcontrol(fresh, NVRL_CTRL_TIME_LIMIT, 5);
 
-  ASSERT_EQ(0, NVRLrestore(other, path("a").c_str(), "c")) << lastError(other);
-  EXPECT_EQ(5, dblCtl(other, NVRL_CTRL_TIME_LIMIT));
-  EXPECT_EQ(NVRL_LP_OPTIMAL, intAttr(other, NVRL_ATTR_LP_STATUS));
+  ASSERT_EQ(0, NVRLrestore(fresh, path("a").c_str(), "c")) << lastError(fresh);
+  EXPECT_EQ(5, dblCtl(fresh, NVRL_CTRL_TIME_LIMIT));
+  EXPECT_EQ(NVRL_LP_OPTIMAL, intAttr(fresh, NVRL_ATTR_LP_STATUS));
 
-  ASSERT_EQ(0, NVRLrestore(other, path("a").c_str(), "n")) << lastError(other);
-  EXPECT_EQ(30, dblCtl(other, NVRL_CTRL_TIME_LIMIT));
-  EXPECT_EQ(NVRL_LP_UNSTARTED, intAttr(other, NVRL_ATTR_LP_STATUS));
-  EXPECT_NE(0, NVRLgetlpsol(other, std::vector<double>(other->model.cols()).data(), nullptr,
+  ASSERT_EQ(0, NVRLrestore(fresh, path("a").c_str(), "n")) << lastError(fresh);
+  EXPECT_EQ(30, dblCtl(fresh, NVRL_CTRL_TIME_LIMIT));
+  EXPECT_EQ(NVRL_LP_UNSTARTED, intAttr(fresh, NVRL_ATTR_LP_STATUS));
+  EXPECT_NE(0, NVRLgetlpsol(fresh, std::vector<double>(fresh->model.cols()).data(), nullptr,
                             nullptr, nullptr));
-  EXPECT_NE(0, NVRLgetbasis(other, nullptr, nullptr));
-  expectIdenticalModel(prob->model, other->model);
+  EXPECT_NE(0, NVRLgetbasis(fresh, nullptr, nullptr));
+  expectIdenticalModel(prob->model, fresh->model);
 }
 
 // ----- Bad files and bad arguments -------------------------------------------------------
@@ -652,7 +634,7 @@ class SnapshotDamage : public SnapshotTest, public ::testing::WithParamInterface
 
 // The problem restored into keeps its model, answers and controls.
 TEST_P(SnapshotDamage, IsRefusedAndChangesNothing) {
-  solveAfiro();
+  solve("afiro.mps");
   ASSERT_EQ(0, NVRLsaveas(prob, path("good.svf").c_str()));
   writeBytes(path("bad.svf"), GetParam().apply(readBytes(path("good.svf"))));
 
@@ -701,35 +683,35 @@ const Forged kForged[] = {
 class SnapshotForged : public SnapshotTest, public ::testing::WithParamInterface<Forged> {};
 
 TEST_P(SnapshotForged, IsRefusedAsCorrupt) {
-  solveAfiro();
+  solve("afiro.mps");
   nvrl::Model m = prob->model;
   nvrl::SolveState s = prob->sol;
   GetParam().spoil(m, s);
   writeForged(path("forged.svf"), m, s, prob->controls);
-  const nvrl::Model before = other->model;
-  EXPECT_NE(0, NVRLrestore(other, path("forged").c_str(), ""));
-  EXPECT_NE(lastError(other).find("corrupt"), std::string::npos) << lastError(other);
-  EXPECT_NE(lastError(other).find(GetParam().message), std::string::npos) << lastError(other);
-  expectIdenticalModel(before, other->model);
+  const nvrl::Model before = fresh->model;
+  EXPECT_NE(0, NVRLrestore(fresh, path("forged").c_str(), ""));
+  EXPECT_NE(lastError(fresh).find("corrupt"), std::string::npos) << lastError(fresh);
+  EXPECT_NE(lastError(fresh).find(GetParam().message), std::string::npos) << lastError(fresh);
+  expectIdenticalModel(before, fresh->model);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, SnapshotForged, ::testing::ValuesIn(kForged), nvtest::byLabel);
 
 TEST_F(SnapshotTest, UnknownControlsAreSkippedAndBadOnesRefused) {
-  solveAfiro();
+  solve("afiro.mps");
   nvrl::ControlValues c;
   c.dbls[NVRL_CTRL_TIME_LIMIT] = 12;
   c.ints[-5] = 3;  // no such control: written under an empty name, skipped on reading
   writeForged(path("c.svf"), prob->model, prob->sol, c);
-  ASSERT_EQ(0, NVRLrestore(other, path("c").c_str(), "")) << lastError(other);
-  EXPECT_EQ(12, dblCtl(other, NVRL_CTRL_TIME_LIMIT));
+  ASSERT_EQ(0, NVRLrestore(fresh, path("c").c_str(), "")) << lastError(fresh);
+  EXPECT_EQ(12, dblCtl(fresh, NVRL_CTRL_TIME_LIMIT));
 
   c.ints.clear();
   c.dbls[NVRL_CTRL_FEASIBILITY_TOLERANCE] = 5;  // beyond its range
   writeForged(path("d.svf"), prob->model, prob->sol, c);
-  EXPECT_NE(0, NVRLrestore(other, path("d").c_str(), ""));
-  EXPECT_NE(lastError(other).find("control feasibility_tolerance"), std::string::npos)
-      << lastError(other);
+  EXPECT_NE(0, NVRLrestore(fresh, path("d").c_str(), ""));
+  EXPECT_NE(lastError(fresh).find("control feasibility_tolerance"), std::string::npos)
+      << lastError(fresh);
 }
 
 TEST_F(SnapshotTest, BadArgumentsFailWithAMessage) {
@@ -749,7 +731,7 @@ TEST_F(SnapshotTest, BadArgumentsFailWithAMessage) {
 }
 
 TEST_F(SnapshotTest, AFailedSaveKeepsTheEarlierFile) {
-  solveAfiro();
+  solve("afiro.mps");
   ASSERT_EQ(0, NVRLsaveas(prob, path("keep.svf").c_str()));
   const std::string good = readBytes(path("keep.svf"));
   // A directory where the temporary file goes makes the write fail before the rename.
