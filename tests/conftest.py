@@ -52,6 +52,23 @@ def data_instances(files=None):
                 if files is None or row["file"] in files]
 
 
+def read_problem(path):
+    """A new problem read from path; a bare file name is one of the shared data files."""
+    p = nuvrel.problem()
+    p.read(str(SHARED_DATA / path))
+    return p
+
+
+def solve_status(p):
+    """Solves p and gives its status text. A solve that ends without a solution (infeasible,
+    unbounded) may raise; the status tells what happened."""
+    try:
+        p.solve()
+    except nuvrel.SolverError:
+        pass
+    return p.getProbStatusString()
+
+
 # Code for a child interpreter: a multi-dimensional knapsack p (binary x, rows W x <= cap,
 # profit) that HiGHS cannot close with gap 0 in many seconds, so that a solve stays busy.
 HARD_KNAPSACK = """

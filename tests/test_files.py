@@ -3,7 +3,7 @@ through both formats, and the modelling objects rebuilt from a file."""
 
 import pytest
 from conftest import SHARED_DATA as DATA
-from conftest import data_instances
+from conftest import data_instances, read_problem, solve_status
 
 import nuvrel as nv
 
@@ -19,18 +19,8 @@ EXPECTED_STATUS = {("lp", "optimal"): "lp_optimal", ("mip", "optimal"): "mip_opt
                    ("lp", "infeasible"): "lp_infeas"}
 
 
-def _solve(problem):
-    try:
-        problem.solve()
-    except nv.SolverError:
-        # A solve that ends without a solution (infeasible, unbounded) may fail; the status
-        # tells what happened.
-        pass
-    return problem.getProbStatusString()
-
-
 def _check_outcome(problem, row):
-    status = _solve(problem)
+    status = solve_status(problem)
     assert status == EXPECTED_STATUS[(row["kind"], row["status"])]
     if row["status"] != "optimal":
         return None
@@ -63,8 +53,7 @@ def _describe(problem):
 
 @pytest.mark.parametrize("row", data_instances(MODULE_INSTANCES))
 def test_instance_solves_to_its_optimum_through_rebuilt_objects(row):
-    p = nv.problem()
-    p.read(str(DATA / row["file"]))
+    p = read_problem(row["file"])
     cols, rows = _items(p, "columns"), _items(p, "rows")
     assert (len(cols), len(rows)) == (p.attributes.original_columns, p.attributes.original_rows)
     # The rebuilt objects are the problem's own: their indices are their positions.

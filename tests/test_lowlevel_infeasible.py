@@ -6,7 +6,7 @@ as the elastic LP written here with the modelling layer says. Bad requests chang
 import pytest
 
 import nuvrel as nv
-from conftest import SHARED_DATA as DATA
+from conftest import SHARED_DATA as DATA, read_problem, solve_status
 from lowlevel_support import picture
 
 
@@ -17,24 +17,10 @@ GALENET = DATA / "galenet.mps"
 needs_data = pytest.mark.skipif(not GALENET.exists(), reason=f"no test data in {DATA}")
 
 
-def _read(path):
-    p = nv.problem()
-    p.read(str(path))
-    return p
-
-
 def _members(p, k):
     rows, cols, ctype, btype = [], [], [], []
     p.getiisdata(k, rows, cols, ctype, btype)
     return list(zip(rows, ctype)), list(zip(cols, btype))
-
-
-def _solved_status(q):
-    try:
-        q.solve()
-    except nv.SolverError:
-        pass
-    return q.attributes.lp_status
 
 
 def _feasible_without(p, rows, cols, skip=None):
@@ -66,7 +52,7 @@ def _feasible_without(p, rows, cols, skip=None):
     q.chgrhs(range(nrows), new_rhs)
     q.chgbounds(list(range(ncols)) * 2, ["L"] * ncols + ["U"] * ncols, lb + ub)
     q.chgobj(range(ncols), [0.0] * ncols)
-    return _solved_status(q) != 2  # lp_infeas
+    return solve_status(q) != "lp_infeas"
 
 
 def _conflict():
@@ -81,7 +67,7 @@ def _conflict():
 
 @needs_data
 def test_galenet_sets_are_irreducible_with_lists_of_objects_and_one_letter_types():
-    p = _read(GALENET)
+    p = read_problem(GALENET)
     p.iisall()
     lists = [["old"] * 9 for _ in range(4)]
     found = p.iisstatus(*lists)
@@ -120,9 +106,9 @@ def test_modelling_layer_conflict_members_certificate_isolations_and_file(tmp_pa
     assert p.iisnext() == 2  # nothing else conflicts
     path = tmp_path / "conflict.lp"
     p.iiswrite(1, str(path), 0, "")
-    back = _read(path)
+    back = read_problem(path)
     assert back.attributes.rows == 2
-    assert _solved_status(back) == 2
+    assert solve_status(back) == "lp_infeas"
 
 
 def test_getiisdata_fills_only_the_lists_given_and_a_change_drops_the_sets():
@@ -176,7 +162,7 @@ def test_ctrl_c_stops_a_long_search():
     import threading
     import time
 
-    p = _read(DATA / "25fv47.mps")
+    p = read_problem(DATA / "25fv47.mps")
     body = nv.Sum(c * v for c, v in zip(p.getobj(), p.getVariable(first=0)) if c != 0)
     p.addConstraint(body <= 5501.8458 - p.attributes.objective_constant - 10)
     p.controls.iis_time_limit = 60  # bounds the test if the request went unheard
@@ -247,9 +233,7 @@ def movement(before, after):
 
 
 def galenet(nv):
-    p = nv.problem()
-    p.read(str(DATA / "galenet.mps"))
-    return p
+    return read_problem(GALENET)
 
 
 def modelling(nv):

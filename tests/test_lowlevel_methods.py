@@ -12,7 +12,7 @@ import numpy as np
 import pytest
 
 import nuvrel as nv
-from conftest import SHARED_DATA as DATA
+from conftest import read_problem as read
 from lowlevel_support import picture, small_problem
 
 
@@ -70,58 +70,46 @@ def _other_var(nv):
     return v
 
 
-# (call on (p, x, y, z, c1, c2), exception, message). None of them may change anything.
+# (call on (p, x, c1), exception, message). None of them may change anything.
 BAD = [
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([0, 1], [1.0]), "ModelError",
+    (lambda p, x, c1: p.chgobj([0, 1], [1.0]), "ModelError",
      r"^Mismatched lengths in arguments: expected 2, found 1$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj((0, 1, 2), np.zeros(4)), "ModelError",
-     "expected 3, found 4"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj({0: 1}, [1.0]), "ModelError",
-     "^Invalid sequence of objects$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj(x, [1.0]), "ModelError",
-     "^Invalid sequence of objects$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([_other_var(nv)], [1.0]), "ModelError",
+    (lambda p, x, c1: p.chgobj((0, 1, 2), np.zeros(4)), "ModelError", "expected 3, found 4"),
+    (lambda p, x, c1: p.chgobj({0: 1}, [1.0]), "ModelError", "^Invalid sequence of objects$"),
+    (lambda p, x, c1: p.chgobj(x, [1.0]), "ModelError", "^Invalid sequence of objects$"),
+    (lambda p, x, c1: p.chgobj([_other_var(nv)], [1.0]), "ModelError",
      "^Variable elsewhere not in problem$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([c1], [1.0]), "ModelError",
-     "^Invalid variable object c1$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgrhs([x], [1.0]), "ModelError",
-     "^Invalid constraint object x$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgrhs([nv.constraint(x <= 1, name="new")], [1.0]),
-     "ModelError", "^Constraint new not in problem$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([np.int16(1)], [1.0]), "ModelError",
-     "Invalid variable object"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([0], ["one"]), "TypeError", "real number"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgbounds([0], [3], [1.0]), "ModelError",
-     "^Invalid object 3$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj(["nosuchcolumn"], [1.0]), "SolverError",
-     "nosuchcolumn"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([3], [1.0]), "SolverError", "not a valid column"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([-2], [1.0]), "SolverError", "not a valid column"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj([0, 1], [1.0, float("nan")]), "SolverError",
+    (lambda p, x, c1: p.chgobj([c1], [1.0]), "ModelError", "^Invalid variable object c1$"),
+    (lambda p, x, c1: p.chgrhs([x], [1.0]), "ModelError", "^Invalid constraint object x$"),
+    (lambda p, x, c1: p.chgrhs([nv.constraint(x <= 1, name="new")], [1.0]), "ModelError",
+     "^Constraint new not in problem$"),
+    (lambda p, x, c1: p.chgobj([np.int16(1)], [1.0]), "ModelError", "Invalid variable object"),
+    (lambda p, x, c1: p.chgobj([0], ["one"]), "TypeError", "real number"),
+    (lambda p, x, c1: p.chgbounds([0], [3], [1.0]), "ModelError", "^Invalid object 3$"),
+    (lambda p, x, c1: p.chgobj(["nosuchcolumn"], [1.0]), "SolverError", "nosuchcolumn"),
+    (lambda p, x, c1: p.chgobj([3], [1.0]), "SolverError", "not a valid column"),
+    (lambda p, x, c1: p.chgobj([-2], [1.0]), "SolverError", "not a valid column"),
+    (lambda p, x, c1: p.chgobj([0, 1], [1.0, float("nan")]), "SolverError",
      r"objcoef\[1\] is NaN"),
     # A float where an integer belongs leaves the message to the library's last error.
-    (lambda nv, p, x, y, z, c1, c2: p.setindicators([0], [2], [1.0]), "SolverError", None),
-    (lambda nv, p, x, y, z, c1, c2: p.chgbounds([0], ["U"]), "InterfaceError",
-     "^Must provide argument bndval$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgmcoef([0]), "InterfaceError",
+    (lambda p, x, c1: p.setindicators([0], [2], [1.0]), "SolverError", None),
+    (lambda p, x, c1: p.chgbounds([0], ["U"]), "InterfaceError", "^Must provide argument bndval$"),
+    (lambda p, x, c1: p.chgmcoef([0]), "InterfaceError",
      "^Must provide arguments colind, rowcoef$"),
-    (lambda nv, p, x, y, z, c1, c2: p.chgobj(colind=[0], objcoefs=[1]), "TypeError",
-     "objcoefs"),
-    (lambda nv, p, x, y, z, c1, c2: p.getlb(None, "nosuchcolumn"), "SolverError",
-     "nosuchcolumn"),
-    (lambda nv, p, x, y, z, c1, c2: p.getlb((), 0, 1), "ModelError",
-     "^Unexpected argument to conv_arr2obj$"),
+    (lambda p, x, c1: p.chgobj(colind=[0], objcoefs=[1]), "TypeError", "objcoefs"),
+    (lambda p, x, c1: p.getlb(None, "nosuchcolumn"), "SolverError", "nosuchcolumn"),
+    (lambda p, x, c1: p.getlb((), 0, 1), "ModelError", "^Unexpected argument to conv_arr2obj$"),
 ]
 
 
 @pytest.mark.parametrize("call, exc, message", BAD)
 def test_bad_arguments_raise_and_change_nothing(nv, tmp_path, collect_cycles, call, exc,
                                                 message):
-    p, (x, y, z), (c1, c2) = small_problem()
+    p, (x, _, _), (c1, _) = small_problem()
     before = picture(p, tmp_path)
     with pytest.raises(getattr(nv, exc, None) or getattr(builtins, exc),
                        match=message) as info:
-        call(nv, p, x, y, z, c1, c2)
+        call(p, x, c1)
     assert type(info.value).__name__ == exc
     assert picture(p, tmp_path) == before
 
@@ -180,11 +168,6 @@ class Lp:
         self.p = nv.problem(self.x, self.y, self.c1, self.c2, -3 * self.x - 2 * self.y)
         self.p.solve()
 
-    def answers(self):
-        x, slack, duals, djs = [], [], [], []
-        self.p.getlpsol(x, slack, duals, djs)
-        return x, slack, duals, djs
-
 
 @pytest.fixture
 def lp():
@@ -223,15 +206,15 @@ def test_basis_solves_pivots_and_condition(lp):
 
 
 def test_strong_branching_and_dual_ranges_leave_the_problem_alone(lp):
-    before = lp.answers()
+    before = lp_answers(lp.p)
     obj, st = [], []
     assert lp.p.strongbranch([lp.y] * 3, ["U", "L", "L"], [0, 2, 10], 100, obj, st) is None
     assert close(obj[:2], [-9, -10]) and st == [1, 1, 2]  # optimal, optimal, infeasible
-    assert lp.answers() == before
+    assert lp_answers(lp.p) == before
     assert lp.p.getub(None, 1, 1) == [INF]
     lo, hi = lp.p.estimaterowdualranges([lp.c1], 5, None, None)
     assert close(lo, [-3]) and close(hi, [0])
-    assert lp.answers() == before
+    assert lp_answers(lp.p) == before
 
 
 @pytest.mark.parametrize(
@@ -251,10 +234,10 @@ def test_strong_branching_and_dual_ranges_leave_the_problem_alone(lp):
     ],
 )
 def test_bad_input_is_refused_and_changes_nothing(lp, call, exc, message):
-    before = lp.answers()
+    before = lp_answers(lp.p)
     with pytest.raises(exc, match=message):
         call(lp.p, lp.c1)
-    assert lp.answers() == before
+    assert lp_answers(lp.p) == before
 
 
 def test_refused_without_a_basis(lp):
@@ -267,11 +250,9 @@ def test_refused_without_a_basis(lp):
 
 
 def test_recomputed_answers_match_the_solve_on_afiro():
-    p = nv.problem()
-    p.read(str(DATA / "afiro.mps"))
+    p = read("afiro.mps")
     p.solve()
-    x, slack, duals, djs = [], [], [], []
-    p.getlpsol(x, slack, duals, djs)
+    x, slack, duals, djs = lp_answers(p)
     assert p.calcobjective(x) == pytest.approx(p.getObjVal(), rel=1e-9)
     assert close(p.calcslacks(x), slack, 1e-8)
     got = []
@@ -280,12 +261,6 @@ def test_recomputed_answers_match_the_solve_on_afiro():
     # Moving one column 1 beyond its bound is a primal infeasibility of at least 1.
     x[0] = p.getub(None, 0, 0)[0] + 1 if p.getub(None, 0, 0)[0] < INF else p.getlb(None, 0, 0)[0] - 1
     assert p.calcsolinfo(x, None, 0) >= 1
-
-
-def read(name):
-    p = nv.problem()
-    p.read(str(DATA / name))
-    return p
 
 
 def lp_answers(p):

@@ -5,7 +5,7 @@ branching directives loaded, read back, written and honoured by the tree search.
 import pytest
 
 import nuvrel as nv
-from conftest import SHARED_DATA
+from conftest import read_problem
 
 
 pytestmark = pytest.mark.usefixtures("quiet")
@@ -42,8 +42,7 @@ def test_handler_exception_propagates_after_the_solve(method):
 
 
 def test_optimize_flags():
-    p = nv.problem()
-    p.read(str(SHARED_DATA / "afiro.mps"))
+    p = read_problem("afiro.mps")
     p.lpoptimize("p")
     primal = p.attributes.lp_objective
     p.lpoptimize(flags="d")

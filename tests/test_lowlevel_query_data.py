@@ -3,8 +3,7 @@ reloaded from those answers with loadproblem and solved to the same optimum; the
 problem answers every query as the original does."""
 
 import pytest
-from conftest import SHARED_DATA as DATA
-from conftest import data_instances
+from conftest import data_instances, read_problem, solve_status
 
 import nuvrel as nv
 
@@ -89,18 +88,13 @@ def reload(d):
 
 
 def optimum(p):
-    try:
-        p.solve()
-    except nv.SolverError:
-        pass
-    status = p.getProbStatusString()
+    status = solve_status(p)
     return status, (p.getObjVal() if status in ("lp_optimal", "mip_optimal") else None)
 
 
 @pytest.mark.parametrize("row", data_instances())
 def test_instance_queried_reloaded_and_solved(row):
-    p = nv.problem()
-    p.read(str(DATA / row["file"]))
+    p = read_problem(row["file"])
     before = query_all(p)
     q = reload(before)
     assert query_all(q) == before

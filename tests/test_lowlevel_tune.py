@@ -1,15 +1,13 @@
 """The tuner from Python: tune on a small MIP under the tuner's limits, and method files."""
 
 import pytest
-from conftest import SHARED_DATA
+from conftest import read_problem
 
 pytestmark = pytest.mark.usefixtures("quiet")
 
 
 def small_mip(nv):
-    p = nv.problem()
-    p.read(str(SHARED_DATA / "small_mip.mps"))
-    return p
+    return read_problem("small_mip.mps")
 
 
 def settings(path):
