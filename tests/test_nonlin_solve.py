@@ -14,29 +14,39 @@ from conftest import HARD_KNAPSACK
 
 
 
-def test_rosenbrock():
-    x, y = nv.var(lb=-5, ub=5, name="x"), nv.var(lb=-5, ub=5, name="y")
-    f = (1 - x) ** 2 + 100 * (y - x ** 2) ** 2
-    p = nv.problem(x, y, f)
+class Plain:
+    """The functions a formula below needs, on numbers."""
+    exp, Sum = math.exp, math.fsum
+
+
+DECAY = [(0.25 * i, 2 * math.exp(-0.375 * i)) for i in range(9)]   # (t, 2 exp(-1.5 t))
+
+
+# Each formula f(m, x, y) builds the objective with m = nv and computes it with m = Plain.
+@pytest.mark.parametrize("columns, f, rows, point, tol, optimum", [
+    # Rosenbrock's valley.
+    ([dict(lb=-5, ub=5)] * 2, lambda m, x, y: (1 - x) ** 2 + 100 * (y - x ** 2) ** 2, [],
+     (1.0, 1.0), 1e-3, 0.0),
+    # Exponential least squares: from the origin the quasi-Newton term grew so stiff that the
+    # subproblem stopped promising progress at (2.09, -1.29), where the gradient is (0.8, 0.9).
+    ([dict(lb=-10, ub=10)] * 2,
+     lambda m, a, b: m.Sum((a * m.exp(b * t) - y) ** 2 for t, y in DECAY), [], (2.0, -1.5), 1e-4,
+     0.0),
+    # A small MINLP: exp(x/2) - 2x is smallest over the integers at x = 3; y <= x - 2.5 then
+    # costs (0.5 - 1.3)^2, less than the gain over x = 4.
+    ([dict(lb=0, ub=5, vartype=nv.integer), dict(lb=-10, ub=10)],
+     lambda m, x, y: m.exp(0.5 * x) - 2 * x + (y - 1.3) ** 2, lambda x, y: [y <= x - 2.5],
+     (3.0, 0.5), 1e-5, math.exp(1.5) - 6 + 0.64),
+], ids=["rosenbrock", "least_squares", "minlp"])
+def test_known_optima(columns, f, rows, point, tol, optimum):
+    x, y = (nv.var(**c) for c in columns)
+    objective = f(nv, x, y)
+    p = nv.problem(x, y, rows(x, y) if rows else [], objective)
     p.solve()
     xv, yv = p.getSolution(x, y)
-    assert (xv, yv) == pytest.approx((1.0, 1.0), abs=1e-3)
-    assert p.getObjVal() == pytest.approx(0.0, abs=1e-6)
-    assert nv.evaluate(f, problem=p) == pytest.approx((1 - xv) ** 2 + 100 * (yv - xv * xv) ** 2)
-
-
-def test_exponential_least_squares_reaches_a_stationary_point():
-    # From the origin the quasi-Newton term grows so stiff that the subproblem stopped
-    # promising progress at (2.09, -1.29), where the gradient is about (0.8, 0.9).
-    ts = [0.25 * i for i in range(9)]
-    ys = [2 * math.exp(-1.5 * t) for t in ts]
-    a, b = nv.var(lb=-10, ub=10, name="a"), nv.var(lb=-10, ub=10, name="b")
-    f = nv.Sum((a * nv.exp(b * t) - y) ** 2 for t, y in zip(ts, ys))
-    p = nv.problem(a, b, f)
-    p.solve()
-    av, bv = p.getSolution(a, b)
-    assert (av, bv) == pytest.approx((2.0, -1.5), abs=1e-4)
-    assert p.getObjVal() == pytest.approx(0.0, abs=1e-8)
+    assert (xv, yv) == pytest.approx(point, abs=tol)
+    assert p.getObjVal() == pytest.approx(optimum, abs=1e-6)
+    assert nv.evaluate(objective, problem=p) == pytest.approx(f(Plain, xv, yv))
 
 
 # Chemical equilibrium of a mixture from hydrazine and oxygen: ten species, three elements
@@ -111,22 +121,6 @@ def test_convex_qcqp_meets_its_kkt_conditions():
     assert p.getSlack(disc) == pytest.approx(0.0, abs=1e-6)
     assert nv.evaluate(f, solution={x: xv, y: yv}) == pytest.approx(
         (xv - 2) ** 2 + (yv - 1) ** 2)
-
-
-def test_small_minlp():
-    # exp(x/2) - 2x is smallest over the integers at x = 3; y <= x - 2.5 then costs
-    # (0.5 - 1.3)^2, less than the gain over x = 4.
-    x = nv.var(vartype=nv.integer, lb=0, ub=5, name="x")
-    y = nv.var(lb=-10, ub=10, name="y")
-    f = nv.exp(0.5 * x) - 2 * x + (y - 1.3) ** 2
-    p = nv.problem(x, y, y <= x - 2.5, f)
-    p.solve()
-    xv, yv = p.getSolution(x, y)
-    assert xv == pytest.approx(3.0, abs=1e-6)
-    assert yv == pytest.approx(0.5, abs=1e-5)
-    assert p.getObjVal() == pytest.approx(math.exp(1.5) - 6 + 0.64, abs=1e-5)
-    assert nv.evaluate(f, problem=p) == pytest.approx(math.exp(0.5 * xv) - 2 * xv +
-                                                      (yv - 1.3) ** 2)
 
 
 @pytest.fixture
