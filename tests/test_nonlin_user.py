@@ -11,7 +11,6 @@ import traceback
 import nuvrel as nv
 
 
-
 x, y = nv.var(name="x"), nv.var(name="y")
 FIRST = "Invalid user function, must specify at least one argument (the user function itself)"
 
@@ -187,18 +186,11 @@ def test_copy_and_reset_keep_the_references_right(xy):
     assert sys.getrefcount(f) == base
 
 
-class Owner:
-    """A callable whose instance keeps the problem that calls it."""
-
-    def __call__(self, a, b):
-        return math.hypot(a, b)
-
-
 @pytest.mark.parametrize("how", ["function", "bound method", "copy", "objective"])
 def test_a_user_function_referring_to_its_problem_is_collected(xy, how):
     x, y = xy
     if how == "bound method":
-        keeper = Owner()
+        keeper = Hypot()   # the instance keeps the problem that calls its method
         f = keeper.__call__
     else:
         def f(a, b):
