@@ -41,19 +41,8 @@ INCOMPLETE = [
 ]
 
 
-@pytest.mark.parametrize("extra, group", INCOMPLETE)
-def test_incomplete_groups_are_refused_before_anything_else(nv, tmp_path, extra, group):
-    p, _, _ = small_problem()
-    before = picture(p, tmp_path)
-    # The matrix arrays are nonsense: the group check comes first.
-    with pytest.raises(nv.InterfaceError,
-                       match=f"^Incomplete list of parameters specified for the {group}$"):
-        p.loadproblem("q", ["L"], [1], None, [1.0], "nonsense", None, [0], [1.0], [0], [1],
-                      **extra)
-    assert picture(p, tmp_path) == before
-
-
-@pytest.mark.parametrize("args, kwargs, exc, message", [
+# (loadproblem's arguments after the name, keywords, exception, message)
+BAD_LOADS = [
     # Indices of loadproblem are plain integers, never names or objects.
     ((["L"], [4], None, [1, 2], [0, 1, 2], None, ["c1", 0], [1, 1], [0, 0], [1, 1]), {},
      "SolverError", None),
@@ -78,13 +67,7 @@ def test_incomplete_groups_are_refused_before_anything_else(nv, tmp_path, extra,
      "InterfaceError", "do not add up"),
     ((["L"], [4]), {}, "InterfaceError",
      "^Must provide arguments rng, objcoef, start, collen, rowind, rowcoef, lb, ub$"),
-])
-def test_bad_loads_change_nothing(nv, tmp_path, collect_cycles, args, kwargs, exc, message):
-    p, _, _ = small_problem()
-    before = picture(p, tmp_path)
-    with pytest.raises(getattr(nv, exc), match=message):
-        p.loadproblem("bad", *args, **kwargs)
-    assert picture(p, tmp_path) == before
+]
 
 
 def _random_model(rng, ncols, nrows):
@@ -258,7 +241,8 @@ def test_addrows_and_addcols_create_named_objects(nv):
     assert same_objects(after_cols, cols) and same_objects(after_rows, rows)
 
 
-@pytest.mark.parametrize("call, exc, message", [
+# (call on the small problem, exception, message)
+BAD_ADDITIONS = [
     (lambda p: p.addrows(["L"], [1], [0, 1], [7], [1.0], names=["r"]), "SolverError",
      "not a valid column"),
     (lambda p: p.addrows(["L", "L"], [1, 1], [0, 1], [0], [1.0]), "ModelError",
@@ -277,13 +261,7 @@ def test_addrows_and_addcols_create_named_objects(nv):
      "ModelError", "^Incorrect variable type$"),
     (lambda p: p.addcols([1], [0, 0], [], [], [0], [1], names=[3]), "ModelError",
      "^Erroneous name for variable 0$"),
-])
-def test_failed_additions_change_nothing(nv, tmp_path, collect_cycles, call, exc, message):
-    p, _, _ = small_problem()
-    before = picture(p, tmp_path)
-    with pytest.raises(getattr(nv, exc), match=message):
-        call(p)
-    assert picture(p, tmp_path) == before
+]
 
 
 def named_in_step(p):
@@ -440,15 +418,27 @@ def test_other_numeric_dtypes_are_converted(nv, tmp_path, name, dtype):
     assert written(got, tmp_path / "got.mps") == written(want, tmp_path / "want.mps")
 
 
-# Indices take integer objects only: floats, narrow and unsigned integers are refused, as each
-# of their items would be.
-@pytest.mark.parametrize("name, dtype", [
-    ("rowind", np.float64), ("rowind", np.int16), ("rowind", np.uint32), ("start", np.float64),
-    ("start", np.uint64),
+@pytest.mark.parametrize("call, exc, message", [
+    # The matrix arrays are nonsense: the check of an optional group given in part comes first.
+    *[(lambda p, extra=extra: p.loadproblem("q", ["L"], [1], None, [1.0], "nonsense", None, [0],
+                                            [1.0], [0], [1], **extra),
+       "InterfaceError", f"^Incomplete list of parameters specified for the {group}$")
+      for extra, group in INCOMPLETE],
+    *[(lambda p, args=args, kwargs=kwargs: p.loadproblem("bad", *args, **kwargs), exc, message)
+      for args, kwargs, exc, message in BAD_LOADS],
+    *BAD_ADDITIONS,
+    # Indices take integer objects only: floats, narrow and unsigned integers are refused, as
+    # each of their items would be.
+    *[(lambda p, name=name, dtype=dtype: _load(p, dict(LOAD, **{name: np.array(LOAD[name],
+                                                                               dtype=dtype)})),
+       "SolverError", None)
+      for name, dtype in [("rowind", np.float64), ("rowind", np.int16), ("rowind", np.uint32),
+                          ("start", np.float64), ("start", np.uint64)]],
 ])
-def test_index_arrays_of_other_dtypes_are_refused(nv, tmp_path, collect_cycles, name, dtype):
+def test_refused_loads_and_additions_change_nothing(nv, tmp_path, collect_cycles, call, exc,
+                                                    message):
     p, _, _ = small_problem()
     before = picture(p, tmp_path)
-    with pytest.raises(nv.SolverError):
-        _load(p, dict(LOAD, **{name: np.array(LOAD[name], dtype=dtype)}))
+    with pytest.raises(getattr(nv, exc), match=message):
+        call(p)
     assert picture(p, tmp_path) == before
