@@ -11,6 +11,7 @@ from pathlib import Path
 import pytest
 
 import nuvrel as nv
+from conftest import read_problem
 
 ROOT = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(ROOT / "tools"))
@@ -82,8 +83,7 @@ SUBSET = ["hs006", "hs010", "hs026", "hs039", "hs046", "hs061", "hs065", "hs071"
 
 
 def _solved(path, through_methods):
-    p = nv.problem()
-    p.read(str(path))
+    p = read_problem(path)
     if through_methods:
         nlp_tokens.load_coefficients(p, nlp_files.read(path))
     p.nlpoptimize()
