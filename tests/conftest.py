@@ -100,15 +100,15 @@ def engine():
     return ctypes.CDLL("libnvrl.so")
 
 
-def run_child(code, check=True, args=None, timeout=120):
+def run_child(code, check=True, args=None, timeout=120, cwd=None):
     """Runs code (or the given interpreter arguments) in a fresh interpreter with the same
-    import path; returns the completed process. A child that outlives the timeout fails the
-    test (the faults these children guard against include hangs)."""
+    import path, in cwd if given; returns the completed process. A child that outlives the
+    timeout fails the test (the faults these children guard against include hangs)."""
     env = dict(os.environ)
     env["PYTHONPATH"] = os.pathsep.join(p for p in sys.path if p)
     try:
         proc = subprocess.run([sys.executable, *(args or ["-c", textwrap.dedent(code)])],
-                              capture_output=True, text=True, env=env, timeout=timeout)
+                              capture_output=True, text=True, env=env, timeout=timeout, cwd=cwd)
     except subprocess.TimeoutExpired:
         pytest.fail(f"the child did not finish within {timeout} s")
     if check and proc.returncode != 0:

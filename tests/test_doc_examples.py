@@ -6,16 +6,14 @@ fresh namespace in one child interpreter (examples change process-wide state suc
 library start or the output switch), in a scratch directory holding model.mps."""
 
 import json
-import os
 import re
-import subprocess
-import sys
 import textwrap
 from pathlib import Path
 
 import pytest
 
 import nuvrel
+from conftest import run_child
 
 ROOT = Path(__file__).resolve().parents[1]
 
@@ -107,11 +105,7 @@ def outcomes(tmp_path_factory):
                     pass
         print(json.dumps(results))
         """)
-    env = dict(os.environ)
-    env["PYTHONPATH"] = os.pathsep.join(p for p in sys.path if p)
-    proc = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True,
-                          env=env, cwd=scratch, timeout=300)
-    assert proc.returncode == 0, proc.stderr
+    proc = run_child(code, timeout=300, cwd=scratch)
     return json.loads(proc.stdout.strip().splitlines()[-1])
 
 
