@@ -95,14 +95,12 @@ int fill_range(dimension *dim) {
 int element_text(PyObject *elem, std::string *out) {
   const bool number = nvo_is_number(elem);
   if (number && nvo_is_integer(elem)) {
-    PyRef integer(PyNumber_Index(elem));
-    if (!integer) return -1;
+    long long v;
     int overflow = 0;
-    long v = PyLong_AsLongAndOverflow(integer.get(), &overflow);
-    if (v == -1 && PyErr_Occurred()) return -1;
+    if (nvo_integer_value(elem, &v, &overflow) != 0) return -1;
     if (!overflow) {
       char buf[32];
-      std::snprintf(buf, sizeof buf, "%ld", v);
+      std::snprintf(buf, sizeof buf, "%lld", v);
       *out = buf;
       return 0;
     }

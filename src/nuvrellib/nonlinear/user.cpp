@@ -6,6 +6,7 @@
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 #include "nonlinear/convert.h"
 #include "nonlinear/nonlin.h"
 #include "nvrl.h"
@@ -183,7 +184,9 @@ int createUserFunction(const nvo_nl_problem *p, PyObject *args, int *index, bool
     return -1;
   PyObject *known = PyDict_GetItemWithError(*p->userfuncs, callable);
   if (known != nullptr) {
-    *index = static_cast<int>(PyLong_AsLong(known));
+    long long known_index;
+    if (nvo_integer_value(known, &known_index) != 0) return -1;
+    *index = static_cast<int>(known_index);
     return 0;
   }
   if (PyErr_Occurred()) return -1;  // an unhashable callable
