@@ -65,6 +65,10 @@ bool nvo_is_real_scalar(PyObject *obj) {
          (PyArray_IsScalar(obj, Integer) || PyArray_IsScalar(obj, Floating));
 }
 
+bool nvo_is_numpy_scalar(PyObject *obj) {
+  return PyArray_API != nullptr && (PyArray_IsScalar(obj, Number) || PyArray_IsScalar(obj, Bool));
+}
+
 bool nvo_is_flag(PyObject *obj) {
   if (PyLong_Check(obj)) return true;
   return PyArray_API != nullptr && (PyArray_IsScalar(obj, Integer) || PyArray_IsScalar(obj, Bool));

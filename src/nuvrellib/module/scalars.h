@@ -46,6 +46,10 @@ double nvo_number_value(PyObject *obj);
 // width (what a floating-point control accepts).
 bool nvo_is_real_scalar(PyObject *obj);
 
+// Any numpy numeric scalar, bools and complex numbers included: what an element of an array
+// product may be when it is a constant (converted with float(), which refuses some of them).
+bool nvo_is_numpy_scalar(PyObject *obj);
+
 // --- flags -----------------------------------------------------------------------------
 // Functions of the interface read their flags by different rules, each documented to users;
 // the variants live here so that none is written twice.

@@ -264,13 +264,14 @@ const char nuvrelmod_user_doc[] =
 
 PyObject *nuvrelmod_user(PyObject *, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"arguments", "derivatives", nullptr};
-  PyObject *arguments = nullptr;
-  int derivatives = 0;
+  PyObject *arguments = nullptr, *derivatives_flag = nullptr;
   PyRef<> empty(PyTuple_New(0));
-  if (!empty || !PyArg_ParseTupleAndKeywords(empty.get(), kwargs, "|$Op:user",
+  if (!empty || !PyArg_ParseTupleAndKeywords(empty.get(), kwargs, "|$OO:user",
                                              const_cast<char **>(kwlist), &arguments,
-                                             &derivatives))
+                                             &derivatives_flag))
     return nullptr;
+  const int derivatives = nvo_flag_truth(derivatives_flag);
+  if (derivatives < 0) return nullptr;
   PyRef<> items = PyRef<>::borrow(args);
   if (arguments != nullptr) {
     if (PyTuple_GET_SIZE(args) != 0) {
