@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -61,8 +62,10 @@ struct dimension {
 // (huge values saturate and are refused by the size checks before anything is built).
 int read_dimension(PyObject *arg, dimension *dim) {
   if (nvo_is_integer(arg)) {
-    Py_ssize_t k = PyNumber_AsSsize_t(arg, nullptr);
-    if (k == -1 && PyErr_Occurred()) return -1;
+    long long k;
+    int overflow = 0;
+    if (nvo_integer_value(arg, &k, &overflow) != 0) return -1;
+    if (overflow != 0) k = overflow < 0 ? LLONG_MIN : LLONG_MAX;
     if (k < 1) return nvo_model_error(MSG_NOT_POSITIVE);
     dim->count = k;
     return 0;
