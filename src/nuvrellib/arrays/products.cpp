@@ -195,7 +195,7 @@ PyObject *convert_const_to_expr(PyObject *obj) {
     return convert_const_to_expr(item.get());
   }
   if (nvo_is_number(obj)) return PyFloat_FromDouble(nvo_number_value(obj));
-  if (PyArray_IsScalar(obj, Number) || PyArray_IsScalar(obj, Bool)) {
+  if (nvo_is_numpy_scalar(obj)) {
     PyRef f(PyNumber_Float(obj));
     if (!f) {
       PyErr_Clear();

@@ -74,9 +74,8 @@ int convert_element(problem_s *p, PyObject *item, void *array, int64_t i, int ki
       return ObjInt2int(item, p, static_cast<int *>(array) + i, kind);
     case CONV_INT:
     case CONV_INT64: {
-      if (!nvo_is_int_or_long(item)) return -1;
-      long long v = PyLong_AsLongLong(item);
-      if (v == -1 && PyErr_Occurred()) return -1;
+      long long v;
+      if (!nvo_is_int_or_long(item) || nvo_integer_value(item, &v) != 0) return -1;
       if (kind == CONV_INT)
         static_cast<int *>(array)[i] = static_cast<int>(v);
       else
@@ -95,8 +94,8 @@ int convert_element(problem_s *p, PyObject *item, void *array, int64_t i, int ki
       return 0;
     }
     case CONV_BYTE: {
-      long v = PyLong_AsLong(item);
-      if (v == -1 && PyErr_Occurred()) return -1;
+      long long v;
+      if (nvo_integer_value(item, &v) != 0) return -1;
       static_cast<char *>(array)[i] = static_cast<char>(v);
       return 0;
     }
@@ -407,8 +406,8 @@ int conv_obj2arr(problem_s *p, int64_t *count, PyObject *obj, void **out, int ki
 
 int ObjInt2int(PyObject *obj, problem_s *p, int *index, int kind) {
   if (nvo_is_int_or_long(obj)) {
-    long v = PyLong_AsLong(obj);
-    if (v == -1 && PyErr_Occurred()) return -1;
+    long long v;
+    if (nvo_integer_value(obj, &v) != 0) return -1;
     *index = static_cast<int>(v);
     return 0;
   }

@@ -1,8 +1,6 @@
 // Changes and deletions of the nonlinear solver's data through the methods of nuvrel.problem:
 // column settings, tolerance sets, row statuses and weights, step types, cascade limits,
 // derivative estimates and coefficients (token or text formulas).
-#include <climits>
-
 #include "lowlevel/conv.h"
 #include "module/scalars.h"
 #include "module/args.h"
@@ -25,9 +23,9 @@ int optional_value(PyObject *obj, T *out, bool *given) {
       PyErr_Format(PyExc_TypeError, "an integer is required, not %.100s", Py_TYPE(obj)->tp_name);
       return -1;
     }
-    long v = PyLong_AsLong(obj);
-    if (v == -1 && PyErr_Occurred()) return -1;
-    if (v < INT_MIN || v > INT_MAX) {
+    long long v;
+    if (nvo_integer_value(obj, &v) != 0) return -1;
+    if (!nvo_fits_int(v)) {
       PyErr_SetString(PyExc_OverflowError, "integer out of range");
       return -1;
     }

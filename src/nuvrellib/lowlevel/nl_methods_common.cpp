@@ -1,7 +1,6 @@
 // What the nonlinear solver's method families share: the entry check, index and count
 // conversions, the error path, the routing count and the guarded optimisation call.
 #include <climits>
-#include <cstring>
 
 #include "module/env.h"
 #include "module/errors.h"
@@ -35,17 +34,7 @@ int nvo_nl_fits(int64_t n) {
 }
 
 PyObject *nvo_nl_fail(problem_s *p) {
-  if (PyErr_Occurred()) return nullptr;
-  // The nonlinear problem's own message: the optimiser's last error may be an older one
-  // that has nothing to do with this call.
-  char msg[NVRL_MAXMESSAGELEN];
-  std::memset(msg, 0, sizeof msg);
-  int code = 0;
-  if (NSLPgetlasterror(p->slpprob, &code, msg, sizeof msg, nullptr) == 0 && msg[0] != '\0') {
-    PyErr_SetString(nvpy_solver_exc, msg);
-    return nullptr;
-  }
-  return setNvrlErrIfNull(reinterpret_cast<PyObject *>(p), nullptr);
+  return nvo_source_error(problem_nonlinear_error_source, p);
 }
 
 int nvo_nl_recount(problem_s *p) {

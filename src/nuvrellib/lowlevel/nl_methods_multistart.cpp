@@ -5,8 +5,6 @@
 // it back.
 #include <strings.h>
 
-#include <climits>
-
 #include "lowlevel/conv.h"
 #include "module/alloc_buffer.h"
 #include "module/args.h"
@@ -27,13 +25,12 @@ struct JobControls {
 // A control of the nonlinear solver's lists or the optimiser's, by id or by name.
 const NVRLcaentry *find_control(problem_s *p, PyObject *key) {
   const char *name = nullptr;
-  long id = -1;
+  long long id = -1;
   if (PyUnicode_Check(key)) {
     name = PyUnicode_AsUTF8(key);
     if (name == nullptr) return nullptr;
   } else if (nvo_is_integer(key)) {
-    id = PyLong_AsLong(key);
-    if (id == -1 && PyErr_Occurred()) return nullptr;
+    if (nvo_integer_value(key, &id) != 0) return nullptr;
   } else {
     PyErr_SetString(nvpy_interf_exc, "Job controls are keyed by control name or number");
     return nullptr;
@@ -69,9 +66,9 @@ int convert_controls(problem_s *p, PyObject *dict, JobControls *out) {
         PyErr_Format(nvpy_interf_exc, "Control %s takes an integer value", e->name);
         return -1;
       }
-      const long v = PyLong_AsLong(value);
-      if (v == -1 && PyErr_Occurred()) return -1;
-      if (v < INT_MIN || v > INT_MAX) {
+      long long v;
+      if (nvo_integer_value(value, &v) != 0) return -1;
+      if (!nvo_fits_int(v)) {
         PyErr_Format(nvpy_interf_exc, "Value of control %s out of range", e->name);
         return -1;
       }

@@ -30,18 +30,13 @@ int type_error() {
 // strings, None) and integers too large for a long are refused with the same message.
 int parse_type(PyObject *obj, int *type) {
   if (!nvo_is_integer(obj)) return type_error();
-  PyRef index(PyNumber_Index(obj));
-  if (!index) {
-    PyErr_Clear();
-    return type_error();
-  }
+  long long t;
   int overflow = 0;
-  const long t = PyLong_AsLongAndOverflow(index.get(), &overflow);
-  if (overflow != 0 || (t == -1 && PyErr_Occurred())) {
+  if (nvo_integer_value(obj, &t, &overflow) != 0 || overflow != 0) {
     PyErr_Clear();
     return type_error();
   }
-  if (static_cast<unsigned long>(t) - 1UL > 1UL) return type_error();  // no signed overflow
+  if (static_cast<unsigned long long>(t) - 1ULL > 1ULL) return type_error();  // no signed overflow
   *type = static_cast<int>(t);
   return 0;
 }

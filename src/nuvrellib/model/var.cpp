@@ -11,6 +11,7 @@
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 
 namespace {
 
@@ -343,8 +344,8 @@ static int var_setattr(PyObject *self, PyObject *name, PyObject *value) {
   if (attr_is(name, "threshold"))
     return attr_double(value, &v) < 0 ? -1 : set_var_thold(word, v);
   if (attr_is(name, "vartype")) {
-    long t = PyLong_AsLong(value);
-    if (t == -1 && PyErr_Occurred()) return -1;
+    long long t;
+    if (nvo_integer_value(value, &t) != 0) return -1;
     // The type code is not range-checked here; addVariable refuses codes it cannot map.
     return set_var_type(word, t);
   }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -61,8 +62,10 @@ struct dimension {
 // (huge values saturate and are refused by the size checks before anything is built).
 int read_dimension(PyObject *arg, dimension *dim) {
   if (nvo_is_integer(arg)) {
-    Py_ssize_t k = PyNumber_AsSsize_t(arg, nullptr);
-    if (k == -1 && PyErr_Occurred()) return -1;
+    long long k;
+    int overflow = 0;
+    if (nvo_integer_value(arg, &k, &overflow) != 0) return -1;
+    if (overflow != 0) k = overflow < 0 ? LLONG_MIN : LLONG_MAX;
     if (k < 1) return nvo_model_error(MSG_NOT_POSITIVE);
     dim->count = k;
     return 0;
@@ -95,14 +98,12 @@ int fill_range(dimension *dim) {
 int element_text(PyObject *elem, std::string *out) {
   const bool number = nvo_is_number(elem);
   if (number && nvo_is_integer(elem)) {
-    PyRef integer(PyNumber_Index(elem));
-    if (!integer) return -1;
+    long long v;
     int overflow = 0;
-    long v = PyLong_AsLongAndOverflow(integer.get(), &overflow);
-    if (v == -1 && PyErr_Occurred()) return -1;
+    if (nvo_integer_value(elem, &v, &overflow) != 0) return -1;
     if (!overflow) {
       char buf[32];
-      std::snprintf(buf, sizeof buf, "%ld", v);
+      std::snprintf(buf, sizeof buf, "%lld", v);
       *out = buf;
       return 0;
     }

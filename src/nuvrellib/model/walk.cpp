@@ -8,10 +8,11 @@
 #include "model/var.h"
 #include "module/env.h"
 
-const nvo_depth_limit nvo_walk_limit = {32, &nvpy_model_exc,
+const nvo_depth_limit nvo_walk_limit = {NVO_MAX_NESTING, &nvpy_model_exc,
                                         "Maximum recursion (inclusion) level reached"};
-const nvo_depth_limit nvo_eval_limit = {64, &PyExc_RuntimeError,
-                                        "Evaluation of expression exceeded recursion depth limit"};
+const nvo_depth_limit nvo_eval_limit = {
+    NVO_MAX_FORMULA_DEPTH, &PyExc_RuntimeError,
+    "Evaluation of expression exceeded recursion depth limit"};
 
 namespace {
 

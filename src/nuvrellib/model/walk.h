@@ -39,6 +39,16 @@ nvo_node nvo_node_of_other(PyObject *obj);
 
 // --- how deep a walk goes ----------------------------------------------------------------------
 
+// The depth limits of every recursive walk, kept here together. Walking the containers users
+// pass (nested tuples, lists, dictionaries) and walking formula trees (printing, converting
+// and evaluating nonlinear nodes) are different concerns with different limits: containers
+// nest a few levels, a formula one level per operator. The evaluator counts containers and
+// formula levels together, so it takes the formula limit. Copying a formula and the folds of
+// Sum and Prod stop at the interpreter's recursion limit instead: trees deeper than 64 can be
+// built and must still copy, and a list that contains itself gives a RecursionError.
+constexpr int NVO_MAX_NESTING = 32;
+constexpr int NVO_MAX_FORMULA_DEPTH = 64;
+
 // The depth of an object is the number of containers around it (0 for what the caller passed).
 // Users meet two limits, each with its own exception, so both are set here:
 // - the leaf walk opens a container only at a depth below 32 (a 33rd level gives ModelError

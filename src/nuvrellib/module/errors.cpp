@@ -11,12 +11,25 @@ namespace {
 
 constexpr int kMessageSize = 512;
 
-void raise_global(char *msg) {
+// The global environment is read like the registered kinds, but is asked only for a null
+// owner.
+int global_last_error(PyObject *, int *code, char *msg, int capacity) {
+  NVRL_ge_getlasterror(code, msg, capacity, nullptr);
+  return 1;
+}
+const nvo_error_source global_error_source = {
+    global_last_error, "Unidentified error associated with the global environment"};
+
+// The one place where a library's last error becomes an exception (of class exc). False,
+// with nothing raised, when owner is not of source's kind.
+bool raise_last_error(const nvo_error_source &source, PyObject *owner, PyObject *exc) {
+  char msg[kMessageSize];
+  std::memset(msg, 0, sizeof msg);
   int code = 0;
-  NVRL_ge_getlasterror(&code, msg, kMessageSize, nullptr);
-  if (code == 0 && msg[0] == '\0')
-    std::strcpy(msg, "Unidentified error associated with the global environment");
-  PyErr_SetString(nvpy_interf_exc, msg);
+  if (source.last_error(owner, &code, msg, kMessageSize) == 0) return false;
+  if (code == 0 && msg[0] == '\0') std::strcpy(msg, source.fallback);
+  PyErr_SetString(exc, msg);
+  return true;
 }
 
 // The kinds of object with a last error of their own, registered at import by the layers
@@ -37,21 +50,14 @@ void nvo_register_error_source(const nvo_error_source *source) {
 PyObject *setNvrlErrIfNull(PyObject *owner, PyObject *result) {
   if (result != nullptr) return result;
   if (PyErr_Occurred()) return nullptr;  // the module's own error says more
-
-  char msg[kMessageSize];
-  std::memset(msg, 0, sizeof msg);
   if (owner == nullptr) {
-    raise_global(msg);
+    raise_last_error(global_error_source, nullptr, nvpy_interf_exc);
     return nullptr;
   }
-  for (int i = 0; i < n_error_sources; ++i) {
-    int code = 0;
-    if (error_sources[i]->last_error(owner, &code, msg, kMessageSize) == 0) continue;
-    if (code == 0 && msg[0] == '\0') std::strcpy(msg, error_sources[i]->fallback);
-    PyErr_SetString(nvpy_solver_exc, msg);
-    return nullptr;
-  }
-  PyErr_SetString(nvpy_interf_exc, msg);
+  for (int i = 0; i < n_error_sources; ++i)
+    if (raise_last_error(*error_sources[i], owner, nvpy_solver_exc)) return nullptr;
+  // An owner of no registered kind has no message to give.
+  PyErr_SetString(nvpy_interf_exc, "");
   return nullptr;
 }
 
@@ -62,6 +68,12 @@ nvo_failure nvo_model_error(const char *msg) {
 
 nvo_failure nvo_library_error(PyObject *owner) {
   setNvrlErrIfNull(owner, nullptr);
+  return {};
+}
+
+nvo_failure nvo_source_error(const nvo_error_source &source, PyObject *owner) {
+  if (!PyErr_Occurred() && !raise_last_error(source, owner, nvpy_solver_exc))
+    setNvrlErrIfNull(owner, nullptr);
   return {};
 }
 

@@ -41,6 +41,15 @@ struct nvo_error_source {
 // source must live as long as the module.
 void nvo_register_error_source(const nvo_error_source *source);
 
+// Raises owner's last error as source reads it, for a failure whose message is better found
+// in another order than the registered one (a call of the nonlinear solver asks it first).
+// A pending exception is kept.
+nvo_failure nvo_source_error(const nvo_error_source &source, PyObject *owner);
+template <typename Owner>
+nvo_failure nvo_source_error(const nvo_error_source &source, Owner *owner) {
+  return nvo_source_error(source, reinterpret_cast<PyObject *>(owner));
+}
+
 // The creation slot of types whose objects only the module makes (from library handles or
 // for a problem): a TypeError, as constructing one would leave it unusable.
 PyObject *nvo_refuse_new(PyTypeObject *type, PyObject *args, PyObject *kwargs);

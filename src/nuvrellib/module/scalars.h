@@ -5,6 +5,8 @@
 
 #include <Python.h>
 
+#include <climits>
+
 // --- integers --------------------------------------------------------------------------
 
 // A Python int (bools included, as 0 and 1) or a numpy integer scalar of any width: the
@@ -15,6 +17,16 @@ bool nvo_is_integer(PyObject *obj);
 // the library's index arrays. Other numpy widths are refused there, as they would have to be
 // narrowed or widened silently.
 bool nvo_is_int_or_long(PyObject *obj);
+
+// The value of an integer: a Python int or any object with __index__ (numpy's integer
+// scalars among them); other objects get the interpreter's TypeError. Every integer the
+// module reads goes through here, so that they all convert and fail alike. A value beyond 64
+// bits raises OverflowError, unless overflow is given: it then receives the value's sign (0
+// when it fits) and *out is -1. 0, or -1 with an exception set.
+int nvo_integer_value(PyObject *obj, long long *out, int *overflow = nullptr);
+
+// Whether an integer fits the library's 32-bit ints (each caller says what is out of range).
+inline bool nvo_fits_int(long long v) { return v >= INT_MIN && v <= INT_MAX; }
 
 // --- numbers ---------------------------------------------------------------------------
 
@@ -33,6 +45,10 @@ double nvo_number_value(PyObject *obj);
 // Any real numeric scalar: a Python float or int or a numpy integer or floating scalar of any
 // width (what a floating-point control accepts).
 bool nvo_is_real_scalar(PyObject *obj);
+
+// Any numpy numeric scalar, bools and complex numbers included: what an element of an array
+// product may be when it is a constant (converted with float(), which refuses some of them).
+bool nvo_is_numpy_scalar(PyObject *obj);
 
 // --- flags -----------------------------------------------------------------------------
 // Functions of the interface read their flags by different rules, each documented to users;

@@ -11,6 +11,7 @@
 #include "model/quadterm.h"
 #include "model/termmaps.h"
 #include "model/var.h"
+#include "model/walk.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "nonlinear/nonlin.h"
@@ -18,9 +19,6 @@
 #include "module/pyref.h"
 
 namespace {
-
-// Depth budget of one coefficient's formula: deeper trees are refused, never recursed into.
-constexpr int kMaxDepth = 64;
 
 // A missing variable is reported by where it sits in the body.
 constexpr const char *kLinearTerm =
@@ -305,7 +303,8 @@ int add_coefficient(const nvo_nl_problem *p, PyObject *node, double sign, nvo_nl
   if (col < 0 && nvo_constant_column(p, &col) != 0) return -1;
   nvo_tokens *t = &nl->tokens;
   const size_t start = t->size();
-  if (write_node(p, node, t, kMaxDepth, skipping) != 0 || t->emit(NVO_TOK_EOF, 0.0) != 0)
+  if (write_node(p, node, t, NVO_MAX_FORMULA_DEPTH, skipping) != 0 ||
+      t->emit(NVO_TOK_EOF, 0.0) != 0)
     return -1;
   if (start > static_cast<size_t>(INT_MAX))
     return nvo_model_error("Too many nonlinear formula tokens in one batch of constraints");

@@ -6,6 +6,7 @@
 
 #include "model/dispatch.h"
 #include "model/expression.h"
+#include "model/walk.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/numpy_api.h"
@@ -592,8 +593,6 @@ void nonlin_install() {
 
 namespace {
 
-constexpr int kPrintDepth = 64;
-
 PyObject *str_recurs(PyObject *obj, int depth);
 
 int append_piece(std::string &out, PyObject *obj, int depth) {
@@ -662,7 +661,7 @@ PyObject *str_recurs(PyObject *obj, int depth) {
   }
 }
 
-PyObject *nonlin_str(PyObject *self) { return str_recurs(self, kPrintDepth); }
+PyObject *nonlin_str(PyObject *self) { return str_recurs(self, NVO_MAX_FORMULA_DEPTH); }
 
 // --- type slots -----------------------------------------------------------------------------------
 

@@ -6,6 +6,7 @@
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 #include "nonlinear/convert.h"
 #include "nonlinear/nonlin.h"
 #include "nvrl.h"
@@ -183,7 +184,9 @@ int createUserFunction(const nvo_nl_problem *p, PyObject *args, int *index, bool
     return -1;
   PyObject *known = PyDict_GetItemWithError(*p->userfuncs, callable);
   if (known != nullptr) {
-    *index = static_cast<int>(PyLong_AsLong(known));
+    long long known_index;
+    if (nvo_integer_value(known, &known_index) != 0) return -1;
+    *index = static_cast<int>(known_index);
     return 0;
   }
   if (PyErr_Occurred()) return -1;  // an unhashable callable
@@ -261,13 +264,14 @@ const char nuvrelmod_user_doc[] =
 
 PyObject *nuvrelmod_user(PyObject *, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"arguments", "derivatives", nullptr};
-  PyObject *arguments = nullptr;
-  int derivatives = 0;
+  PyObject *arguments = nullptr, *derivatives_flag = nullptr;
   PyRef<> empty(PyTuple_New(0));
-  if (!empty || !PyArg_ParseTupleAndKeywords(empty.get(), kwargs, "|$Op:user",
+  if (!empty || !PyArg_ParseTupleAndKeywords(empty.get(), kwargs, "|$OO:user",
                                              const_cast<char **>(kwlist), &arguments,
-                                             &derivatives))
+                                             &derivatives_flag))
     return nullptr;
+  const int derivatives = nvo_flag_truth(derivatives_flag);
+  if (derivatives < 0) return nullptr;
   PyRef<> items = PyRef<>::borrow(args);
   if (arguments != nullptr) {
     if (PyTuple_GET_SIZE(args) != 0) {

@@ -9,6 +9,7 @@
 #include "module/errors.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 #include "module/casing.h"
 #include "problem/ctrl.h"
 #include "problem/method_families.h"
@@ -244,14 +245,12 @@ int problem_setControl_single(problem_s *p, int id, int type, int kind, PyObject
   }
   int rc;
   if (type == NVO_TYPE_INT) {
-    PyRef index(PyNumber_Index(value));
-    if (!index) return -1;
-    long long v = PyLong_AsLongLong(index.get());
-    if (v == -1 && PyErr_Occurred()) return -1;
+    long long v;
+    if (nvo_integer_value(value, &v) != 0) return -1;
     if (kind == NVO_KIND_OPTIMISER) {
       rc = NVRLsetintcontrol64(p->prob, id, v);
     } else {
-      if (v < INT32_MIN || v > INT32_MAX) {
+      if (!nvo_fits_int(v)) {
         return nvo_model_error("Control value is out of the range of integers");
       }
       rc = NSLPsetintcontrol(p->slpprob, id, static_cast<int>(v));

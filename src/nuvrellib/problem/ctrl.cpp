@@ -98,10 +98,10 @@ static int module_controls_set(PyObject *name, PyObject *value) {
     if (!PyErr_Occurred()) PyErr_SetString(nvpy_interf_exc, "Incorrect control name");
     return -1;
   }
-  long type = -1;
-  if (PyTuple_Check(entry.get()) && PyTuple_GET_SIZE(entry.get()) >= 2)
-    type = PyLong_AsLong(PyTuple_GET_ITEM(entry.get(), 1));
-  if (type == -1 && PyErr_Occurred()) return -1;
+  long long type = -1;
+  if (PyTuple_Check(entry.get()) && PyTuple_GET_SIZE(entry.get()) >= 2 &&
+      nvo_integer_value(PyTuple_GET_ITEM(entry.get(), 1), &type) != 0)
+    return -1;
   if (check_setCtrl(type, value) != 0) return -1;
   EnvLock lock(nvr_py_env.mtx_defaults);
   return PyDict_SetItem(nvr_py_env.default_controls, lower.get(), value);

@@ -30,8 +30,8 @@ int set_member_column(problem_s *p, PyObject *item, int *col) {
     return 0;
   }
   if (nvo_is_integer(item)) {
-    long long c = PyLong_AsLongLong(item);
-    if (c == -1 && PyErr_Occurred()) return -1;
+    long long c;
+    if (nvo_integer_value(item, &c) != 0) return -1;
     *col = static_cast<int>(c);
     return 0;
   }

@@ -86,11 +86,9 @@ PyObject *column_value(const nvo_eval_context *ctx, long long col) {
 }
 
 PyObject *integer_leaf(PyObject *obj, const nvo_eval_context *ctx) {
-  PyRef index(PyNumber_Index(obj));
-  if (!index) return nullptr;
+  long long col;
   int overflow = 0;
-  long long col = PyLong_AsLongLongAndOverflow(index.get(), &overflow);
-  if (col == -1 && PyErr_Occurred()) return nullptr;
+  if (nvo_integer_value(obj, &col, &overflow) != 0) return nullptr;
   if (overflow != 0) col = -1;  // out of range either way
   return column_value(ctx, col);
 }

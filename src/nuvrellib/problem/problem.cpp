@@ -362,10 +362,25 @@ int problem_last_error(PyObject *owner, int *code, char *msg, int capacity) {
   return 1;
 }
 
+// After a failed call of the nonlinear solver, its own message first: the optimiser's last
+// error may be an older one that has nothing to do with the call.
+int problem_nonlinear_last_error(PyObject *owner, int *code, char *msg, int capacity) {
+  if (!problem_check(owner)) return 0;
+  if (NSLPgetlasterror(as_problem(owner)->slpprob, code, msg, capacity, nullptr) == 0 &&
+      msg[0] != '\0')
+    return 1;
+  *code = 0;
+  std::memset(msg, 0, static_cast<size_t>(capacity));
+  return problem_last_error(owner, code, msg, capacity);
+}
+
+constexpr char kNoProblemError[] = "Unidentified error associated with optimization problem";
+
 }  // namespace
 
-const nvo_error_source problem_error_source = {
-    problem_last_error, "Unidentified error associated with optimization problem"};
+const nvo_error_source problem_error_source = {problem_last_error, kNoProblemError};
+const nvo_error_source problem_nonlinear_error_source = {problem_nonlinear_last_error,
+                                                         kNoProblemError};
 
 PyMethodDef problem_methods_lifecycle[] = {
     {"name", problem_name, METH_NOARGS, problem_name_doc},

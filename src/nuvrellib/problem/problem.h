@@ -102,6 +102,9 @@ int problem_run_released(problem_s *p, Call &&call, bool nonlinear = false) {
 
 // How setNvrlErrIfNull reports a problem's error; registered at import.
 extern const nvo_error_source problem_error_source;
+// The same for a failed call of the nonlinear solver (with nvo_source_error): its own
+// message first.
+extern const nvo_error_source problem_nonlinear_error_source;
 
 // Routing rule: true when the problem must be handled by the nonlinear solver.
 inline bool problem_is_nonlinear(const problem_s *p) {

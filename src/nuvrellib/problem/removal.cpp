@@ -67,8 +67,8 @@ KindTexts texts_of(ObjectKind kind) {
 // for constraints and among the columns otherwise, sets included. 0, or -1 with an exception.
 int item_index(problem_s *p, PyObject *item, ObjectKind kind, int *index) {
   if (nvo_is_int_or_long(item)) {
-    long value = PyLong_AsLong(item);
-    if (value == -1 && PyErr_Occurred()) return -1;
+    long long value;
+    if (nvo_integer_value(item, &value) != 0) return -1;
     *index = static_cast<int>(value);
     return 0;
   }
@@ -126,8 +126,8 @@ int parse_selection(problem_s *p, ObjectKind kind, PyObject *args, PyObject *kwa
   *single = false;
   if (!has_index) {
     long long first = 0, last = size - 1;
-    if (has_first && (first = PyLong_AsLongLong(first_obj)) == -1 && PyErr_Occurred()) return -1;
-    if (has_last && (last = PyLong_AsLongLong(last_obj)) == -1 && PyErr_Occurred()) return -1;
+    if (has_first && nvo_integer_value(first_obj, &first) != 0) return -1;
+    if (has_last && nvo_integer_value(last_obj, &last) != 0) return -1;
     // Only given values can be negative; an omitted last on an empty list is out of range.
     if ((has_first && first < 0) || (has_last && last < 0))
       return nvo_model_error(

@@ -117,11 +117,9 @@ int object_index(PyObject *obj, problem_s *p, bool rows, int n, int64_t *index) 
   }
 
   if (nvo_is_integer(obj)) {
-    PyRef as_int(PyNumber_Index(obj));
-    if (!as_int) return -1;
+    long long value;
     int overflow = 0;
-    long long value = PyLong_AsLongLongAndOverflow(as_int.get(), &overflow);
-    if (value == -1 && PyErr_Occurred()) return -1;
+    if (nvo_integer_value(obj, &value, &overflow) != 0) return -1;
     // Only the upper end is checked. A negative index fails the call with no message of
     // its own: the method's setNvrlErrIfNull then reports the library's last error.
     if (overflow > 0 || (overflow == 0 && value >= n)) return index_out_of_range();
