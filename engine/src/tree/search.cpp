@@ -548,10 +548,9 @@ Outcome Search::run() {
     const std::vector<Candidate> cands = violations(entities_, r.x, lim_.inttol, lim_.feastol);
     if (cands.empty()) {
       offer(r.x, '*');
-      // Without a verified optimum, or with epigraph columns still short of their d x^2 (so
-      // a value below the point's), the node's own bound stays unproven.
-      if (!verified ||
-          (persp_.active() && !last_plain_ && !epigraphsSettled(r)))
+      // Without a verified optimum, or with epigraph columns still short of their x^2 (so a
+      // value below the point's), the node's own bound stays unproven.
+      if (!verified || (persp_.active() && !last_plain_ && !epigraphsSettled(r)))
         closed_bound_ = std::fmin(closed_bound_, value);
       continue;
     }
@@ -559,7 +558,8 @@ Outcome Search::run() {
       closed_bound_ = std::fmin(closed_bound_, value);
       continue;
     }
-    if (!root && verified && persp_.active() && !last_plain_ && getIntControl(p_, id::kTreePerspective) >= 2 &&
+    if (!root && verified && persp_.active() && !last_plain_ &&
+        getIntControl(p_, id::kTreePerspective) >= 2 &&
         perspective_cuts_ < kPerspectiveCutsPerColumn * static_cast<int>(persp_.columns().size()))
       // For the nodes to come: this one's relaxation is not solved again.
       addPerspectiveCuts(separatePerspective(persp_.columns(), r.x, perspectiveThreshold(r.value),
