@@ -20,6 +20,9 @@ finish within the time limit (target <= 2; it says how many), the instances eith
 unfinished, and whether the optima agree. When that environment cannot be set up (no
 network), the script says so and reports the engine alone.
 
+With --perspective 0|1|2 the engine runs with that tree_perspective control (perspective
+cuts off, at the root, at the root and the nodes) instead of its default.
+
 With --mips the tree search (control tree_search = 1) is also run against HiGHS's MIP solver
 on the MIPs of ../shared/data, for information.
 """
@@ -56,7 +59,7 @@ def instance(n, seed):
     return {"n": n, "cov": cov, "mu": mu, "floor": floor, "k": k}
 
 
-def solve_engine(inst, time_limit):
+def solve_engine(inst, time_limit, perspective=None):
     import nuvrel as nv
     nv.setOutputEnabled(False)
     n = inst["n"]
@@ -73,6 +76,8 @@ def solve_engine(inst, time_limit):
     p.controls.mip_relative_gap = 1e-6
     p.controls.mip_absolute_gap = 0
     p.controls.time_limit = time_limit
+    if perspective is not None:
+        p.controls.tree_perspective = perspective
     t0 = time.process_time()
     p.solve()
     seconds = time.process_time() - t0
@@ -175,16 +180,20 @@ def main():
     ap.add_argument("--sizes", type=int, nargs="*", default=list(SIZES))
     ap.add_argument("--time-limit", type=float, default=90.0)
     ap.add_argument("--data", default=DEFAULT_DATA)
+    ap.add_argument("--perspective", type=int, choices=(0, 1, 2),
+                    help="the engine's tree_perspective control (default: the engine's default)")
     args = ap.parse_args()
 
     insts = [instance(n, SEED) for n in args.sizes]
-    engine = [solve_engine(inst, args.time_limit) for inst in insts]
+    engine = [solve_engine(inst, args.time_limit, args.perspective) for inst in insts]
     scip = None
     if args.scip:
         py = scip_python()
         if py:
             scip = solve_scip(py, insts, args.time_limit)
-    print(f"processor seconds; time limit {args.time_limit:g} s; load {os.getloadavg()[0]:.1f}")
+    setting = "default" if args.perspective is None else args.perspective
+    print(f"processor seconds; time limit {args.time_limit:g} s; tree_perspective {setting}; "
+          f"load {os.getloadavg()[0]:.1f}")
     if insts:
         print(f"{'assets':>6} {'K':>3} {'engine s':>9} {'nodes':>7} {'engine objective':>17} "
               f"{'SCIP s':>9} {'SCIP objective':>17} {'ratio':>7} same")

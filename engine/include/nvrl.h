@@ -238,6 +238,7 @@ typedef struct {
 #define NVRL_CTRL_CROSSOVER 8009 /* int */
 #define NVRL_CTRL_TREE_SEARCH 8020 /* int */
 #define NVRL_CTRL_TREE_CUT_ROUNDS 8021 /* int */
+#define NVRL_CTRL_TREE_PERSPECTIVE 8022 /* int */
 #define NVRL_CTRL_LOAD_LOG 8035 /* int */
 #define NVRL_CTRL_IIS_TIME_LIMIT 8100 /* double */
 #define NVRL_CTRL_IIS_MAX_SETS 8101 /* int */

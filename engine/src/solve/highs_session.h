@@ -40,6 +40,9 @@ class HighsSession {
   uint64_t syncedVersion() const { return version_; }
   LowerMode syncedMode() const { return mode_; }
   bool loaded() const { return loaded_; }
+  // HiGHS no longer holds the lowered model (a change could not be undone): the next sync
+  // passes the whole model.
+  void invalidate() { loaded_ = false; }
 
   // A basis (user rows and columns, NVRL_BASIS_... codes) to start the next solve from.
   void setPendingBasis(std::vector<int> rowstat, std::vector<int> colstat);

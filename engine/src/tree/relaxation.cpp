@@ -7,9 +7,10 @@
 
 namespace nvrl::tree {
 
-RelaxationSolver::RelaxationSolver(nvrl_problem_s *p, HighsSession &session)
-    : p_(p), session_(session), h_(session.handle()) {
-  const LoweredModel &L = session.lowered();
+RelaxationSolver::RelaxationSolver(nvrl_problem_s *p, HighsSession &session,
+                                   const LoweredModel &model)
+    : p_(p), model_(model), h_(session.handle()) {
+  const LoweredModel &L = model_;
   sense_ = L.sense;
   quadratic_ = L.hasHessian();
   root_lo_ = cur_lo_ = model_lo_ = L.col_lo;
@@ -24,7 +25,7 @@ RelaxationSolver::~RelaxationSolver() {
   // whole model, which a failed solve forces (the session is dropped on an exception).
   passBounds(model_lo_, model_up_);
   if (cuts_ > 0) {
-    const int first = session_.lowered().rows();
+    const int first = model_.rows();
     Highs_deleteRowsByRange(h_, first, first + cuts_ - 1);
   }
 }
@@ -40,6 +41,7 @@ bool RelaxationSolver::addCuts(const std::vector<Cut> &cuts) {
                      c.value.data()) == kHighsStatusError)
       return false;
     ++cuts_;
+    cut_rhs_.push_back(c.rhs);
     if (quadratic_) {
       std::vector<std::pair<int, double>> e;
       for (size_t k = 0; k < c.index.size(); ++k) e.push_back({c.index[k], c.value[k]});
@@ -47,6 +49,39 @@ bool RelaxationSolver::addCuts(const std::vector<Cut> &cuts) {
     }
   }
   return true;
+}
+
+bool RelaxationSolver::changeObjective(const std::vector<double> &cost,
+                                       const std::vector<int> &qstart,
+                                       const std::vector<int> &qindex,
+                                       const std::vector<double> &qvalue) {
+  std::vector<int> all(cost.size());
+  for (size_t j = 0; j < all.size(); ++j) all[j] = static_cast<int>(j);
+  if (Highs_changeColsCostBySet(h_, static_cast<int>(all.size()), all.data(), cost.data()) ==
+          kHighsStatusError ||
+      Highs_passHessian(h_, static_cast<int>(cost.size()), static_cast<int>(qvalue.size()),
+                        kHighsHessianFormatTriangular, qstart.data(), qindex.data(),
+                        qvalue.data()) == kHighsStatusError)
+    return false;
+  if (quadratic_) {
+    node_model_.cost = cost;
+    node_model_.q_start = qstart;
+    node_model_.q_index = qindex;
+    node_model_.q_value = qvalue;
+  }
+  return true;
+}
+
+bool RelaxationSolver::freeCuts(const std::vector<int> &cuts, bool free) {
+  if (cuts.empty()) return true;
+  std::vector<int> rows;
+  std::vector<double> lo(cuts.size(), -INFINITY), up;
+  for (int k : cuts) {
+    rows.push_back(model_.rows() + k);
+    up.push_back(free ? INFINITY : cut_rhs_[k]);
+  }
+  return Highs_changeRowsBoundsBySet(h_, static_cast<int>(rows.size()), rows.data(), lo.data(),
+                                     up.data()) != kHighsStatusError;
 }
 
 bool RelaxationSolver::passBounds(const std::vector<double> &lo, const std::vector<double> &up) {
@@ -101,7 +136,7 @@ Relaxation RelaxationSolver::solve(const std::vector<BoundChange> &changes, doub
   Highs_getIntInfoValue(h_, "qp_iteration_count", &it);
   iterations_ += it;
 
-  const LoweredModel &L = session_.lowered();
+  const LoweredModel &L = model_;
   int primal = kHighsSolutionStatusNone;
   Highs_getIntInfoValue(h_, "primal_solution_status", &primal);
   auto readPoint = [&]() {

@@ -29,7 +29,9 @@ struct Relaxation {
 
 class RelaxationSolver {
  public:
-  RelaxationSolver(nvrl_problem_s *p, HighsSession &session);
+  // model: what the session's HiGHS instance holds for the search (the session's lowered
+  // model, or one extended from it).
+  RelaxationSolver(nvrl_problem_s *p, HighsSession &session, const LoweredModel &model);
   ~RelaxationSolver();
   RelaxationSolver(const RelaxationSolver &) = delete;
   RelaxationSolver &operator=(const RelaxationSolver &) = delete;
@@ -42,6 +44,13 @@ class RelaxationSolver {
   // QP answers); they are removed again when the solver goes away. False when HiGHS refused.
   bool addCuts(const std::vector<Cut> &cuts);
   int cutCount() const { return cuts_; }
+  // Replaces the linear costs and the Hessian (HiGHS's triangular format, over every column)
+  // of the relaxations from now on. False when HiGHS refused.
+  bool changeObjective(const std::vector<double> &cost, const std::vector<int> &qstart,
+                       const std::vector<int> &qindex, const std::vector<double> &qvalue);
+  // Frees the given cut rows (indices among the cuts, in the order added) for the solves to
+  // come, or gives them their side back. False when HiGHS refused.
+  bool freeCuts(const std::vector<int> &cuts, bool free);
   // Narrows the root bounds of column col for the rest of the search (global fixings).
   void tightenRoot(int col, double lo, double up);
 
@@ -59,7 +68,7 @@ class RelaxationSolver {
   const LoweredModel &nodeModel();
 
   nvrl_problem_s *p_;
-  HighsSession &session_;
+  const LoweredModel &model_;
   void *h_;
   int sense_;
   bool quadratic_;
@@ -71,6 +80,7 @@ class RelaxationSolver {
   LoweredModel node_model_;
   int64_t iterations_ = 0;
   int cuts_ = 0;  // rows beyond the lowered model's
+  std::vector<double> cut_rhs_;
 };
 
 }  // namespace nvrl::tree

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "core/entry.h"
 #include "core/ids.h"
 #include "interfaces/highs_c_api.h"
 #include "solve/collect_answers.h"
@@ -17,6 +18,7 @@
 #include "tree/entities.h"
 #include "tree/heuristics.h"
 #include "tree/node_queue.h"
+#include "tree/perspective.h"
 #include "tree/propagation.h"
 #include "tree/relaxation.h"
 
@@ -43,6 +45,15 @@ constexpr int64_t kRootWorkPasses = 20, kNodeWorkMin = 10000;
 // least relative rise of the root bound for another round.
 constexpr int kCutsPerRound = 200;
 constexpr double kCutProgress = 1e-4;
+// Perspective cuts: rounds at the root (ending when the bound rises by less than the share),
+// cuts per node, and the most in the relaxation in all (per column switched off); rounds of
+// tangents at a node whose point satisfies every entity, to bring its value to the point's.
+constexpr int kPerspectiveRounds = 50;
+constexpr double kPerspectiveProgress = 1e-5;
+constexpr int kPerspectiveStalls = 3;
+constexpr int kPerspectivePerNode = 10;
+constexpr int kPerspectiveCutsPerColumn = 20;
+constexpr int kSettleRounds = 5;
 
 struct Limits {
   double seconds = kInf;
@@ -81,10 +92,11 @@ class Search {
   Search(nvrl_problem_s *p, HighsSession &session, std::chrono::steady_clock::time_point start,
          bool log)
       : p_(p),
-        L_(session.lowered()),
+        persp_(session, getIntControl(p, id::kTreePerspective) > 0),
+        L_(persp_.model()),
         lim_(readLimits(p)),
         entities_(readEntities(p->model, L_)),
-        solver_(p, session),
+        solver_(p, session, L_),
         pc_(L_.cols()),
         prop_(L_, roundable(entities_), lim_.feastol),
         start_(start),
@@ -118,11 +130,45 @@ class Search {
   void heuristics(const Node &node, const Relaxation &r, bool root);
   // Rounds of cover cuts at the root, re-solving after each; returns the last relaxation.
   Relaxation rootCuts(const Node &root, Relaxation r);
+  // Rounds of perspective cuts at the root, re-solving after each.
+  Relaxation rootPerspective(const Node &root, Relaxation r);
+  // The least violation for a perspective cut at a point of relaxation value v.
+  double perspectiveThreshold(double v) const {
+    return 1e-6 * std::max(std::fabs(v), 1e-9);
+  }
+  // How far the epigraph columns may fall short of d x^2 at a point that satisfies every
+  // entity: well within the gaps, so that the relaxation's value still proves the node.
+  double settleTolerance(double v) const {
+    return std::max(0.1 * std::max(lim_.absgap, lim_.relgap * std::fabs(v)),
+                    1e-12 * std::max(1.0, std::fabs(v)));
+  }
+  bool epigraphsSettled(const Relaxation &r) const {
+    return epigraphDeficit(persp_.columns(), r.x) <= settleTolerance(r.value);
+  }
+  // At such a point the relaxation's value is below the point's objective by the shortfall,
+  // and a better point may hide behind it: tangents at the point, re-solving, close it; when
+  // a few rounds do not (the tangents converge slowly, and the rows' feasibility tolerance
+  // leaves t short as well), the node is solved on the user's objective, whose value is
+  // exact.
+  Relaxation settleEpigraphs(const Node &node, Relaxation r);
+  void addPerspectiveCuts(const std::vector<Cut> &cuts);
+  // A node's relaxation. HiGHS's QP solver now and then fails on the epigraph model (calls
+  // it nonconvex, or ends at a point that fails the optimality check); such a node is solved
+  // again on the user's objective, whose relaxation is weaker but which it handles, and that
+  // answer (plain: its value is the point's) is used.
+  Relaxation solveNode(const std::vector<BoundChange> &changes);
+  // The node's relaxation on the user's objective (r when HiGHS refuses the change).
+  Relaxation solvePlain(const std::vector<BoundChange> &changes, Relaxation r);
+  int64_t plain_solves_ = 0;
+  std::vector<int> perspective_rows_;  // among the solver's cuts
+  bool last_plain_ = false;  // the last solveNode answer is a plain one
   // Propagates the node's new bound changes through the rows and records the tightened
   // bounds as further changes; false when the node is infeasible.
   bool propagate(Node &node);
 
   nvrl_problem_s *p_;
+  // Before the solver: it extends what HiGHS holds, and is undone after the solver's cuts.
+  PerspectiveModel persp_;
   const LoweredModel &L_;
   Limits lim_;
   Entities entities_;
@@ -148,6 +194,7 @@ class Search {
   // QP relaxations: consecutive neighbourhood runs that found nothing.
   int neighbourhood_misses_ = 0;
   int64_t dives_ = 0;
+  int perspective_cuts_ = 0;
 };
 
 bool Search::propagate(Node &node) {
@@ -331,13 +378,105 @@ Relaxation Search::rootCuts(const Node &root, Relaxation r) {
         separateCovers(L_, solver_.lower(), solver_.upper(), r.x, kCutsPerRound);
     if (cuts.empty() || !solver_.addCuts(cuts)) break;
     const double before = r.value;
-    r = solver_.solve(root.changes, secondsLeft());
+    r = solveNode(root.changes);
     if (r.status != Relaxation::Optimal) break;
     if (r.value - before <= kCutProgress * std::max(1.0, std::fabs(before))) break;
   }
-  if (log_.on() && solver_.cutCount() > 0)
-    p_->log(NVRL_MSG_INFO, "Root cuts: %d cover cuts, bound %.9g", solver_.cutCount(),
-            L_.sense * r.value);
+  const int covers = solver_.cutCount() - perspective_cuts_;
+  if (log_.on() && covers > 0)
+    p_->log(NVRL_MSG_INFO, "Root cuts: %d cover cuts, bound %.9g", covers, L_.sense * r.value);
+  return r;
+}
+
+void Search::addPerspectiveCuts(const std::vector<Cut> &cuts) {
+  const int first = solver_.cutCount();
+  if (cuts.empty() || !solver_.addCuts(cuts)) return;
+  for (int k = first; k < solver_.cutCount(); ++k) perspective_rows_.push_back(k);
+  perspective_cuts_ += static_cast<int>(cuts.size());
+}
+
+Relaxation Search::solveNode(const std::vector<BoundChange> &changes) {
+  last_plain_ = false;
+  Relaxation r = solver_.solve(changes, secondsLeft());
+  // An iteration limit here is HiGHS's own for QPs (it cycles on some of these models),
+  // unless the user set one.
+  const bool failed =
+      r.status == Relaxation::Unverified ||
+      (r.status == Relaxation::Stopped &&
+       (r.stop_reason == 0 || (r.stop_reason == NVRL_STOP_ITERLIMIT &&
+                               getIntControl(p_, id::kLpIterLimit) == 0)));
+  if (!persp_.active() || !failed) return r;
+  return solvePlain(changes, std::move(r));
+}
+
+Relaxation Search::solvePlain(const std::vector<BoundChange> &changes, Relaxation r) {
+  // The epigraph columns fixed at 0 and their cuts freed: what is left is the user's
+  // objective on the node's bounds (and the cover cuts).
+  const LoweredModel &P = persp_.model(), &L = persp_.original();
+  std::vector<BoundChange> fixed = changes;
+  for (const OnOffColumn &c : persp_.columns()) fixed.push_back({c.t, 0.0, 0.0});
+  std::vector<int> qstart = L.q_start;
+  qstart.resize(P.cols(), static_cast<int>(L.q_index.size()));
+  if (!solver_.freeCuts(perspective_rows_, true) ||
+      !solver_.changeObjective(P.cost, qstart, L.q_index, L.q_value)) {
+    if (!solver_.freeCuts(perspective_rows_, false))
+      throw EngineError("HiGHS refused the search's perspective cuts back after a relaxation");
+    return r;
+  }
+  Relaxation q = solver_.solve(fixed, secondsLeft());
+  ++plain_solves_;
+  last_plain_ = true;
+  if (!solver_.freeCuts(perspective_rows_, false) ||
+      !solver_.changeObjective(P.cost, P.q_start, P.q_index, P.q_value))
+    throw EngineError("HiGHS refused the search's objective back after a relaxation");
+  return q;
+}
+
+Relaxation Search::rootPerspective(const Node &root, Relaxation r) {
+  const int most = kPerspectiveCutsPerColumn * static_cast<int>(persp_.columns().size());
+  int stalled = 0;
+  for (int round = 0; round < kPerspectiveRounds && r.status == Relaxation::Optimal; ++round) {
+    if (stopReason(false) != 0 || perspective_cuts_ >= most) break;
+    const std::vector<Cut> cuts =
+        separatePerspective(persp_.columns(), r.x, perspectiveThreshold(r.value),
+                            most - perspective_cuts_);
+    const int before_cuts = perspective_cuts_;
+    addPerspectiveCuts(cuts);
+    if (perspective_cuts_ == before_cuts) break;
+    const double before = r.value;
+    r = solveNode(root.changes);
+    if (r.status != Relaxation::Optimal || last_plain_) break;
+    // A round may only move the binaries (a cut at x/z is evaded by a larger z): the bound
+    // has to stall for a few rounds in a row.
+    if (r.value - before > kPerspectiveProgress * std::max(std::fabs(before), 1e-9))
+      stalled = 0;
+    else if (++stalled >= kPerspectiveStalls)
+      break;
+  }
+  if (log_.on())
+    p_->log(NVRL_MSG_INFO, "Perspective cuts: %zu columns switched off by binaries, %d cuts, "
+            "root bound %.9g", persp_.columns().size(), perspective_cuts_, L_.sense * r.value);
+  return r;
+}
+
+Relaxation Search::settleEpigraphs(const Node &node, Relaxation r) {
+  const std::vector<OnOffColumn> &cols = persp_.columns();
+  for (int round = 0; round < kSettleRounds && r.status == Relaxation::Optimal && !last_plain_;
+       ++round) {
+    if (epigraphsSettled(r)) break;
+    const double tol = settleTolerance(r.value);
+    if (!violations(entities_, r.x, lim_.inttol, lim_.feastol).empty()) break;
+    if (stopReason(false) != 0) break;
+    const std::vector<Cut> cuts = separatePerspective(
+        cols, r.x, tol / (4.0 * static_cast<double>(cols.size())), static_cast<int>(cols.size()));
+    const int before_cuts = perspective_cuts_;
+    addPerspectiveCuts(cuts);
+    if (perspective_cuts_ == before_cuts) break;
+    r = solveNode(node.changes);
+  }
+  if (r.status == Relaxation::Optimal && !last_plain_ && !epigraphsSettled(r) &&
+      violations(entities_, r.x, lim_.inttol, lim_.feastol).empty())
+    r = solvePlain(node.changes, std::move(r));
   return r;
 }
 
@@ -377,9 +516,10 @@ Outcome Search::run() {
       if (prop_.objectiveInForce()) closed_bound_ = std::fmin(closed_bound_, valueLimit());
       continue;
     }
-    Relaxation r = solver_.solve(current.changes, secondsLeft());
+    Relaxation r = solveNode(current.changes);
     if (root && r.status == Relaxation::Optimal) {
-      r = rootCuts(current, std::move(r));
+      if (persp_.active() && !last_plain_) r = rootPerspective(current, std::move(r));
+      if (r.status == Relaxation::Optimal) r = rootCuts(current, std::move(r));
       if (r.status == Relaxation::Optimal) {
         // The fixings hold against the root's own bounds, propagation included.
         have_root_ = true;
@@ -389,6 +529,7 @@ Outcome Search::run() {
         rootFixing();
       }
     }
+    if (persp_.active()) r = settleEpigraphs(current, std::move(r));
     ++out_.nodes;
     if (r.status == Relaxation::Stopped) {
       queue_.push(std::move(current));
@@ -407,14 +548,22 @@ Outcome Search::run() {
     const std::vector<Candidate> cands = violations(entities_, r.x, lim_.inttol, lim_.feastol);
     if (cands.empty()) {
       offer(r.x, '*');
-      // Without a verified optimum the node's own bound stays unproven.
-      if (!verified) closed_bound_ = std::fmin(closed_bound_, value);
+      // Without a verified optimum, or with epigraph columns still short of their x^2 (so a
+      // value below the point's), the node's own bound stays unproven.
+      if (!verified || (persp_.active() && !last_plain_ && !epigraphsSettled(r)))
+        closed_bound_ = std::fmin(closed_bound_, value);
       continue;
     }
     if (value >= valueLimit()) {
       closed_bound_ = std::fmin(closed_bound_, value);
       continue;
     }
+    if (!root && verified && persp_.active() && !last_plain_ &&
+        getIntControl(p_, id::kTreePerspective) >= 2 &&
+        perspective_cuts_ < kPerspectiveCutsPerColumn * static_cast<int>(persp_.columns().size()))
+      // For the nodes to come: this one's relaxation is not solved again.
+      addPerspectiveCuts(separatePerspective(persp_.columns(), r.x, perspectiveThreshold(r.value),
+                                             kPerspectivePerNode));
     // Before the heuristics: they leave the solver holding other bounds than the node's.
     const std::vector<BoundChange> fixings = reducedCostFixing(r);
     heuristics(current, r, root);
@@ -443,6 +592,9 @@ Outcome Search::run() {
   }
   if (out_.end == Outcome::Finished && !out_.have_incumbent) out_.bound = kInf;
   log_.line(' ', out_.nodes, queue_.size(), out_.have_incumbent, out_.value, out_.bound);
+  if (log_.on() && plain_solves_ > 0)
+    p_->log(NVRL_MSG_INFO, "Perspective cuts: HiGHS failed on %lld relaxations, solved again "
+            "without them", static_cast<long long>(plain_solves_));
   return out_;
 }
 
