@@ -196,16 +196,8 @@ class SlpPairTest : public ::testing::TestWithParam<Param> {
     NVRLfree();
   }
   std::string error() const { return nvtest::slpError(slp); }
-  int intAttr(int id) {
-    int v = -99;
-    EXPECT_EQ(0, NSLPgetintattrib(slp, id, &v)) << id;
-    return v;
-  }
-  double dblAttr(int id) {
-    double v = NAN;
-    EXPECT_EQ(0, NSLPgetdblattrib(slp, id, &v)) << id;
-    return v;
-  }
+  int intAttr(int id) { return nvtest::slpIntAttr(slp, id); }
+  double dblAttr(int id) { return nvtest::slpDblAttr(slp, id); }
   NVRLprob prob = nullptr;
   NSLPprob slp = nullptr;
 };
@@ -298,16 +290,8 @@ class NslpTest : public solvetest::SolveTest {
     ASSERT_EQ(want, status());
   }
   int status() { return intAttr(NSLP_ATTR_STATUS); }
-  int intAttr(int id) {
-    int v = -99;
-    EXPECT_EQ(0, NSLPgetintattrib(slp, id, &v)) << id;
-    return v;
-  }
-  double dblAttr(int id) {
-    double v = NAN;
-    EXPECT_EQ(0, NSLPgetdblattrib(slp, id, &v)) << id;
-    return v;
-  }
+  int intAttr(int id) { return nvtest::slpIntAttr(slp, id); }
+  double dblAttr(int id) { return nvtest::slpDblAttr(slp, id); }
   double objective() { return dblAttr(NSLP_ATTR_OBJECTIVE); }
   std::vector<double> x() {
     std::vector<double> v(model().cols());

@@ -34,6 +34,19 @@ inline std::string slpError(NSLPprob slp) {
   return msg;
 }
 
+// An attribute of a nonlinear problem; a failed read is a test failure (and reads as -99/NaN).
+inline int slpIntAttr(NSLPprob slp, int id) {
+  int v = -99;
+  EXPECT_EQ(0, NSLPgetintattrib(slp, id, &v)) << id;
+  return v;
+}
+
+inline double slpDblAttr(NSLPprob slp, int id) {
+  double v = NAN;
+  EXPECT_EQ(0, NSLPgetdblattrib(slp, id, &v)) << id;
+  return v;
+}
+
 inline std::string globalError() {
   char msg[1024] = {};
   EXPECT_EQ(0, NVRL_ge_getlasterror(nullptr, msg, sizeof msg, nullptr));
