@@ -43,6 +43,61 @@ def test_non_integers_are_refused(build):
         build()
 
 
+def small_problem():
+    p = nv.problem()
+    x = [nv.var(name=f"x{i}") for i in range(3)]
+    p.addVariable(x)
+    p.addConstraint(x[0] + x[1] <= 4)
+    return p, x
+
+
+def set_vartype(v):
+    x = nv.var()
+    x.vartype = v
+    return x.vartype
+
+
+def set_control(v):
+    p, _ = small_problem()
+    p.setControl("threads", v)
+    return p.getControl("threads")
+
+
+def assign_control(v):
+    p, _ = small_problem()
+    p.controls.threads = v
+    return p.controls.threads
+
+
+def add_set_by_index(v):
+    # Column v beside x1: the library refuses the set exactly when v was read as column 1.
+    p, x = small_problem()
+    with pytest.raises(nv.SolverError, match="lists column 1 twice"):
+        p.addSOS(nv.sos([v, x[1]], [1, 2]))
+    return p.attributes.sets
+
+
+# Calls that read one integer argument, each through the module's one integer reader.
+INTEGER_READS = {
+    "vartype": set_vartype,
+    "getVariable first": lambda v: [str(y) for y in small_problem()[0].getVariable(first=v)],
+    "getVariable last": lambda v: [str(y) for y in small_problem()[0].getVariable(last=v)],
+    "setControl": set_control,
+    "controls attribute": assign_control,
+    "set member index": add_set_by_index,
+}
+
+
+@pytest.mark.parametrize("call", INTEGER_READS.values(), ids=list(INTEGER_READS))
+def test_integer_reads_agree_on_every_width_and_refuse_overflow(call):
+    expected = call(1)
+    for same in (True, np.int32(1), np.int64(1)):
+        assert call(same) == expected, repr(same)
+    for huge in (2**70, -2**70):
+        with pytest.raises(OverflowError):
+            call(huge)
+
+
 REFUSED_BY_ADD = "^Incorrect objects added as variables to problem$"
 REFUSED_BY_READER = "^Incorrect object"
 
