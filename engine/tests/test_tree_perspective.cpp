@@ -300,6 +300,65 @@ TEST_P(PerspectiveRandom, SplitStaysConvexAndCutsHoldAtEveryFeasiblePoint) {
 
 INSTANTIATE_TEST_SUITE_P(Tree, PerspectiveRandom, ::testing::Range(1, 13));
 
+// The Lagrangian bound of a relaxation with perspective cuts, from whatever answer HiGHS
+// holds (stopped after one or a few iterations, or optimal): never above the objective of a
+// feasible point (t = x^2), and at HiGHS's optimum close to its value.
+TEST_P(PerspectiveRandom, LagrangianBoundHoldsForAnyAnswer) {
+  Instance in = randomInstance(GetParam());
+  auto cols = nvrl::tree::findOnOffColumns(in.L);
+  ASSERT_TRUE(nvrl::tree::splitDiagonal(in.L, cols));
+  const LoweredModel P = nvrl::tree::withEpigraphs(in.L, cols);
+  std::mt19937 rng(2000 + GetParam());
+  std::uniform_real_distribution<double> u(0.0, 1.0);
+  // A relaxation point (z fractional, x at the perspective's reach) to cut at.
+  std::vector<double> at(P.cols(), 0.0);
+  for (int z : in.zOf) at[z] = 0.2 + 0.6 * u(rng);
+  for (int j = 0; j < in.switched; ++j) at[j] = at[in.zOf[j]] * in.up1[j] * u(rng);
+  const std::vector<Cut> cuts = nvrl::tree::separatePerspective(cols, at, -kInf, 1000);
+  for (const HighsInt limit : {HighsInt{1}, HighsInt{3}, HighsInt{1000000}}) {
+    void *h = Highs_create();
+    Highs_setBoolOptionValue(h, "output_flag", 0);
+    Highs_setIntOptionValue(h, "qp_iteration_limit", limit);
+    std::vector<HighsInt> astart(P.a_start.begin(), P.a_start.end()), aidx(P.a_index.begin(), P.a_index.end());
+    std::vector<HighsInt> qstart(P.q_start.begin(), P.q_start.end()), qidx(P.q_index.begin(), P.q_index.end());
+    ASSERT_NE(Highs_passModel(h, P.cols(), P.rows(), static_cast<HighsInt>(P.a_value.size()),
+                              static_cast<HighsInt>(P.q_value.size()), kHighsMatrixFormatRowwise,
+                              kHighsHessianFormatTriangular,
+                              P.sense == 1 ? kHighsObjSenseMinimize : kHighsObjSenseMaximize,
+                              P.offset, P.cost.data(), P.col_lo.data(), P.col_up.data(),
+                              P.row_lo.data(), P.row_up.data(), astart.data(), aidx.data(),
+                              P.a_value.data(), qstart.data(), qidx.data(), P.q_value.data(),
+                              nullptr),
+              kHighsStatusError);
+    for (const Cut &c : cuts) {
+      std::vector<HighsInt> idx(c.index.begin(), c.index.end());
+      ASSERT_NE(Highs_addRow(h, -kInf, c.rhs, static_cast<HighsInt>(idx.size()), idx.data(),
+                             c.value.data()),
+                kHighsStatusError);
+    }
+    Highs_run(h);
+    const double bound = nvrl::tree::lagrangianBound(h, cols);
+    SCOPED_TRACE("qp_iteration_limit " + std::to_string(limit));
+    for (int k = 0; k < 300; ++k) {
+      std::vector<double> x(P.cols(), 0.0);
+      for (int j = 0; j + 1 < in.switched; ++j) x[in.zOf[j]] = u(rng) < 0.5 ? 0.0 : 1.0;
+      for (int j = 0; j < in.switched; ++j)
+        x[j] = x[in.zOf[j]] * (in.lo1[j] + u(rng) * (in.up1[j] - in.lo1[j]));
+      for (int j = in.switched; j < in.switched + 2; ++j) x[j] = -3 + 6 * u(rng);
+      for (const OnOffColumn &c : cols) x[c.t] = x[c.x] * x[c.x];
+      const double v = P.sense * objective(P, x);
+      ASSERT_LE(bound, v + 1e-9 * (1 + std::fabs(v))) << "the bound is above a feasible point";
+    }
+    if (limit == 1000000 && Highs_getModelStatus(h) == kHighsModelStatusOptimal) {
+      const double value = P.sense * Highs_getObjectiveValue(h);
+      EXPECT_LE(bound, value + 1e-9 * (1 + std::fabs(value)));
+      EXPECT_GE(bound, value - 1e-5 * (1 + std::fabs(value))) << "a bound far weaker than the answer";
+    }
+    Highs_destroy(h);
+  }
+}
+
+
 // On a factor model (a few factors and specific risk on every asset) the split recovers
 // most of the specific risk, which is what the perspective can strengthen; a uniform
 // share of the diagonal would stop at the smallest ratio of specific to total variance.

@@ -274,6 +274,63 @@ double epigraphDeficit(const std::vector<OnOffColumn> &cols, const std::vector<d
   return s;
 }
 
+double lagrangianBound(void *h, const std::vector<OnOffColumn> &cols) {
+  const HighsInt n = Highs_getNumCol(h), m = Highs_getNumRow(h);
+  const HighsInt nz = Highs_getNumNz(h), qnz = Highs_getHessianNumNz(h);
+  std::vector<double> cost(n), lo(n), up(n), rlo(m), rup(m), aval(nz), qval(qnz);
+  // One more start than HiGHS writes: the end of the last column.
+  std::vector<HighsInt> astart(n + 1), aidx(nz), qstart(n + 1), qidx(qnz), integrality(n);
+  HighsInt ncol = 0, nrow = 0, anz = 0, hnz = 0, sense = kHighsObjSenseMinimize;
+  double offset = 0.0;
+  if (Highs_getModel(h, kHighsMatrixFormatColwise, kHighsHessianFormatTriangular, &ncol, &nrow,
+                     &anz, &hnz, &sense, &offset, cost.data(), lo.data(), up.data(), rlo.data(),
+                     rup.data(), astart.data(), aidx.data(), aval.data(), qstart.data(),
+                     qidx.data(), qval.data(), integrality.data()) == kHighsStatusError ||
+      ncol != n || nrow != m)
+    return -kInf;
+  astart[n] = nz;
+  qstart[n] = qnz;
+  std::vector<double> x(n), dj(n), act(m), y(m);
+  if (Highs_getSolution(h, x.data(), dj.data(), act.data(), y.data()) == kHighsStatusError)
+    return -kInf;
+  for (const OnOffColumn &c : cols)
+    if (c.t >= 0 && c.t < n)
+      up[c.t] = std::fmin(up[c.t], std::fmax(c.lo1 * c.lo1, c.up1 * c.up1));
+  const double s = sense == kHighsObjSenseMaximize ? -1.0 : 1.0;
+  // The gradient c + Qx at the point (Q from its lower triangle), and the objective there.
+  std::vector<double> g(cost);
+  for (HighsInt j = 0; j < n; ++j)
+    for (HighsInt k = qstart[j]; k < qstart[j + 1]; ++k) {
+      const HighsInt i = qidx[k];
+      g[i] += qval[k] * x[j];
+      if (i != j) g[j] += qval[k] * x[i];
+    }
+  double f = offset;
+  for (HighsInt j = 0; j < n; ++j) f += x[j] * (cost[j] + 0.5 * (g[j] - cost[j]));
+  // In minimisation form: f(x) >= f(p) + g'(x - p) >= f(p) - g'p + (g - A'y)'x + y'Ax, and
+  // y'Ax >= sum of y_i times the row side its sign points to (a dual whose side is infinite
+  // counts as 0).
+  double bound = s * f;
+  for (HighsInt i = 0; i < m; ++i) {
+    y[i] *= s;
+    const double side = y[i] > 0.0 ? rlo[i] : rup[i];
+    if (y[i] == 0.0 || std::isinf(side))
+      y[i] = 0.0;
+    else
+      bound += y[i] * side;
+  }
+  for (HighsInt j = 0; j < n; ++j) {
+    double r = s * g[j];
+    bound -= r * x[j];
+    for (HighsInt k = astart[j]; k < astart[j + 1]; ++k) r -= aval[k] * y[aidx[k]];
+    if (r == 0.0) continue;
+    const double at = r > 0.0 ? lo[j] : up[j];
+    if (std::isinf(at)) return -kInf;
+    bound += r * at;
+  }
+  return bound;
+}
+
 PerspectiveModel::PerspectiveModel(HighsSession &session, bool enabled) : session_(session) {
   const LoweredModel &L = session.lowered();
   if (!enabled || !L.hasHessian()) return;

@@ -60,6 +60,14 @@ NVRL_INTERNAL_API std::vector<Cut> separatePerspective(const std::vector<OnOffCo
 NVRL_INTERNAL_API double epigraphDeficit(const std::vector<OnOffColumn> &cols,
                                          const std::vector<double> &p);
 
+// A lower bound, in minimisation form, on the objective at every point of the model that the
+// HiGHS instance h holds (its column bounds and rows, cuts included) whose epigraph columns
+// equal x_j^2: the Lagrangian at h's solution and row duals, linearised there (the objective
+// is convex) and minimised over the column bounds, with t_j <= max(lo1^2, up1^2). It holds for
+// any point and duals, so HiGHS's tolerances can only weaken it, never overstate it as its
+// own objective value can. -infinity when a free direction leaves it without a bound.
+NVRL_INTERNAL_API double lagrangianBound(void *h, const std::vector<OnOffColumn> &cols);
+
 // The reformulation on the session's HiGHS instance for the time of a search: the epigraph
 // columns are appended and the split Hessian passed; both are undone when it goes away (or,
 // if HiGHS refuses, the session passes its whole model at the next solve).
