@@ -7,36 +7,16 @@
 #include <algorithm>
 #include <random>
 
+#include "test_lowered_support.h"
 #include "tree/cuts.h"
 
 namespace {
 
 using nvrl::LoweredModel;
 using nvrl::tree::Cut;
-
-double activity(const Cut &c, const std::vector<double> &x) {
-  double s = 0.0;
-  for (size_t k = 0; k < c.index.size(); ++k) s += c.value[k] * x[c.index[k]];
-  return s;
-}
-
-// Filled directly: the lowered model's builders are internal to the library.
-void addCol(LoweredModel &L, double lo, double up, int integer) {
-  L.cost.push_back(0.0);
-  L.col_lo.push_back(lo);
-  L.col_up.push_back(up);
-  L.integrality.push_back(integer);
-}
-
-void addRow(LoweredModel &L, double lo, double up, const std::vector<std::pair<int, double>> &e) {
-  L.row_lo.push_back(lo);
-  L.row_up.push_back(up);
-  for (auto [j, a] : e) {
-    L.a_index.push_back(j);
-    L.a_value.push_back(a);
-  }
-  L.a_start.push_back(static_cast<int>(L.a_index.size()));
-}
+using loweredtest::activity;
+using loweredtest::addCol;
+using loweredtest::addRow;
 
 class CoverCuts : public ::testing::TestWithParam<int> {};
 
