@@ -200,12 +200,14 @@ CONCERNS = {
 }
 # Reading an integer's value into C (after the check): one helper would keep the overflow
 # rule in one place.
-INT_READ = re.compile(r"PyNumber_Index|PyLong_As\w+")
+# PyLong_AsDouble reads a number, not an integer.
+INT_READ = re.compile(r"PyNumber_Index|PyLong_As(?!Double\b)\w+")
 # Walking nested objects: a function that applies a depth limit of its own (the interpreter's
 # recursion guard, the shared depth check, or a local maximum).
 DEPTH_LIMIT = re.compile(r"Py_EnterRecursiveCall|nvo_check_depth|kMax\w*Depth|MAX_DEPTH")
 # Raising a library error: reading the library's last error and setting an exception.
-LAST_ERROR = re.compile(r"NVRLgetlasterror|NSLPgetlasterror|NVRL_ge_getlasterror")
+# (directly, or through an error source's reader).
+LAST_ERROR = re.compile(r"NVRLgetlasterror|NSLPgetlasterror|NVRL_ge_getlasterror|\.last_error\(")
 RAISE = re.compile(r"PyErr_Set\w*|PyErr_Format")
 FUNCTION = re.compile(r"^(?:[A-Za-z_][\w:<>,\*&\s]*?[\s\*&])?([A-Za-z_]\w*)\s*\([^;{]*\)\s*"
                       r"(?:const\s*)?(?:noexcept\s*)?\{", re.M)
