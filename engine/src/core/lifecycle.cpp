@@ -76,14 +76,7 @@ NVRL_API int NVRLgetprobname(NVRLprob prob, char *name) NVRL_TRY {
 NVRL_API int NVRLgetlasterror(NVRLprob prob, int *code, char *msg, int maxbytes,
                              int *nbytes) NVRL_TRY {
   if (!nvrl::liveHandle(prob, nvrl::ObjectKind::Problem)) return 1;
-  std::string text;
-  int c;
-  {
-    std::lock_guard<std::mutex> lock(prob->errmu);
-    text = prob->lasterror;
-    c = prob->lasterror_code;
-  }
-  return nvrl::writeLastError(__func__, c, text, code, msg, maxbytes, nbytes);
+  return nvrl::writeHandleLastError(__func__, prob, code, msg, maxbytes, nbytes);
 } NVRL_CATCH(prob)
 
 NVRL_API int NVRLaddcbmessage(NVRLprob prob, NVRLmsgcb cb, void *data, int priority) NVRL_TRY {

@@ -4,6 +4,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <mutex>
 #include <string>
 
 namespace nvrl {
@@ -20,5 +21,20 @@ void copyText(char *dst, size_t capacity, const char *src);
 // negative maxbytes writes nothing and fails as fn (the global last error): returns 1.
 int writeLastError(const char *fn, int code, const std::string &text, int *code_out, char *msg,
                    int maxbytes, int *nbytes);
+
+// writeLastError for a handle that keeps its last error in lasterror and lasterror_code,
+// guarded by errmu (problems and nonlinear problems).
+template <class Handle>
+int writeHandleLastError(const char *fn, Handle *h, int *code_out, char *msg, int maxbytes,
+                         int *nbytes) {
+  std::string text;
+  int code;
+  {
+    std::lock_guard<std::mutex> lock(h->errmu);
+    text = h->lasterror;
+    code = h->lasterror_code;
+  }
+  return writeLastError(fn, code, text, code_out, msg, maxbytes, nbytes);
+}
 
 }  // namespace nvrl

@@ -262,14 +262,7 @@ NVRL_API int NSLPsetcbmessage(NSLPprob slp, NSLPmsgcb cb, void *data) NVRL_TRY {
 NVRL_API int NSLPgetlasterror(NSLPprob slp, int *code, char *msg, int maxbytes,
                              int *nbytes) NVRL_TRY {
   if (!nvrl::liveHandle(slp, nvrl::ObjectKind::SlpProblem)) return 1;
-  std::string text;
-  int c;
-  {
-    std::lock_guard<std::mutex> lock(slp->errmu);
-    text = slp->lasterror;
-    c = slp->lasterror_code;
-  }
-  return nvrl::writeLastError(__func__, c, text, code, msg, maxbytes, nbytes);
+  return nvrl::writeHandleLastError(__func__, slp, code, msg, maxbytes, nbytes);
 } NVRL_CATCH(slp)
 
 NVRL_API int NSLPinterrupt(NSLPprob slp, int reason) NVRL_TRY {
