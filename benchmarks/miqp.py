@@ -20,8 +20,8 @@ finish within the time limit (target <= 2; it says how many), the instances eith
 unfinished, and whether the optima agree. When that environment cannot be set up (no
 network), the script says so and reports the engine alone.
 
-With --perspective 0|1|2 the engine runs with that tree_perspective control (perspective
-cuts off, at the root, at the root and the nodes) instead of its default.
+With --perspective -1|0|1|2 the engine runs with that tree_perspective control (automatic,
+perspective cuts off, at the root, at the root and the nodes) instead of its default.
 
 With --mips the tree search (control tree_search = 1) is also run against HiGHS's MIP solver
 on the MIPs of ../shared/data, for information.
@@ -179,8 +179,11 @@ def main():
     ap.add_argument("--mips", action="store_true", help="also compare on the shared data MIPs")
     ap.add_argument("--sizes", type=int, nargs="*", default=list(SIZES))
     ap.add_argument("--time-limit", type=float, default=90.0)
+    ap.add_argument("--scip-time-limit", type=float,
+                    help="SCIP's own time limit (default: --time-limit), to see where it ends "
+                         "on the instances it does not finish in the engine's")
     ap.add_argument("--data", default=DEFAULT_DATA)
-    ap.add_argument("--perspective", type=int, choices=(0, 1, 2),
+    ap.add_argument("--perspective", type=int, choices=(-1, 0, 1, 2),
                     help="the engine's tree_perspective control (default: the engine's default)")
     args = ap.parse_args()
 
@@ -190,10 +193,11 @@ def main():
     if args.scip:
         py = scip_python()
         if py:
-            scip = solve_scip(py, insts, args.time_limit)
+            scip = solve_scip(py, insts, args.scip_time_limit or args.time_limit)
     setting = "default" if args.perspective is None else args.perspective
-    print(f"processor seconds; time limit {args.time_limit:g} s; tree_perspective {setting}; "
-          f"load {os.getloadavg()[0]:.1f}")
+    scip_limit = f" (SCIP {args.scip_time_limit:g} s)" if args.scip_time_limit else ""
+    print(f"processor seconds; time limit {args.time_limit:g} s{scip_limit}; "
+          f"tree_perspective {setting}; load {os.getloadavg()[0]:.1f}")
     if insts:
         print(f"{'assets':>6} {'K':>3} {'engine s':>9} {'nodes':>7} {'engine objective':>17} "
               f"{'SCIP s':>9} {'SCIP objective':>17} {'ratio':>7} same")
@@ -215,7 +219,15 @@ def main():
                 ratios.append(ratio)
             else:
                 timeouts.append(f"{inst['n']} assets (engine {e['status']}, SCIP {s['status']})")
-            verdict = ("yes" if same else "NO") if finished else "unfinished"
+            if finished:
+                verdict = "yes" if same else "NO"
+            elif e["status"] == "mip_optimal":
+                # The engine's optimum is proven: SCIP's point may only match or exceed it.
+                below = s["objective"] < e["objective"] - 1e-6 * abs(e["objective"])
+                verdict = "SCIP BELOW the proven optimum" if below else \
+                    ("unfinished, SCIP at it" if same else "unfinished, SCIP above it")
+            else:
+                verdict = "unfinished"
             line += f" {s['seconds']:9.3f} {s['objective']:17.10g} {ratio:7.2f} {verdict}"
             if s["status"] not in ("optimal", "gaplimit"):
                 line += f"  (SCIP {s['status']})"

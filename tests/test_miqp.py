@@ -28,7 +28,7 @@ def portfolio(nv, sense):
     return p, x, z
 
 
-@pytest.mark.parametrize("perspective", [0, 1, 2])
+@pytest.mark.parametrize("perspective", [-1, 0, 1, 2])
 @pytest.mark.parametrize("sense_name, optimum", [("minimize", 1.5), ("maximize", -1.5)])
 def test_cardinality_constrained_portfolio(nv, sense_name, optimum, perspective):
     p, x, z = portfolio(nv, getattr(nv, sense_name))

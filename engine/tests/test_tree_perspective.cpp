@@ -384,6 +384,30 @@ struct Searched {
 
 class PerspectiveSearch : public PortfolioTest, public ::testing::WithParamInterface<Searched> {};
 
+// The log lines of a problem's solves, from the message callback.
+struct LogLines {
+  std::vector<std::string> lines;
+  explicit LogLines(NVRLprob prob) {
+    NVRLsetintcontrol(prob, nvrl::id::kLogLevel, 1);
+    auto cb = [](NVRLprob, void *data, const char *msg, int len, int) {
+      if (msg) static_cast<LogLines *>(data)->lines.emplace_back(msg, len);
+    };
+    EXPECT_EQ(NVRLaddcbmessage(prob, cb, this, 0), 0);
+  }
+  // The last line containing text ("" when none does).
+  std::string find(const std::string &text) const {
+    std::string found;
+    for (const std::string &l : lines)
+      if (l.find(text) != std::string::npos) found = l;
+    return found;
+  }
+  std::string all() const {
+    std::string s;
+    for (const std::string &l : lines) s += l + "\n";
+    return s;
+  }
+};
+
 // The search with the cuts off, at the root and at the nodes finds the enumerated optimum and
 // never reports a bound above it; with the cuts on, the log shows they were made.
 TEST_P(PerspectiveSearch, MatchesTheEnumeratedOptimum) {
@@ -397,16 +421,9 @@ TEST_P(PerspectiveSearch, MatchesTheEnumeratedOptimum) {
   ASSERT_EQ(NVRLsetintcontrol(prob, nvrl::id::kTreePerspective, c.perspective), 0);
   ASSERT_EQ(NVRLsetdblcontrol(prob, nvrl::id::kMipRelGap, 1e-7), 0);
   ASSERT_EQ(NVRLsetdblcontrol(prob, nvrl::id::kMipAbsGap, 0), 0);
-  ASSERT_EQ(NVRLsetintcontrol(prob, nvrl::id::kLogLevel, 1), 0);
-  std::vector<std::string> lines;
-  auto cb = [](NVRLprob, void *data, const char *msg, int len, int) {
-    if (msg) static_cast<std::vector<std::string> *>(data)->emplace_back(msg, len);
-  };
-  ASSERT_EQ(NVRLaddcbmessage(prob, cb, &lines, 0), 0);
+  const LogLines log(prob);
   ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
-  std::string log;
-  for (const std::string &l : lines) log += l + "\n";
-  ASSERT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_OPTIMAL) << log;
+  ASSERT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_OPTIMAL) << log.all();
   const double obj = sign * dblAttr(nvrl::id::kMipObjVal), bound = sign * dblAttr(nvrl::id::kBestBound);
   EXPECT_LE(obj - optimum, 1e-7 * optimum + 1e-12);
   EXPECT_GE(obj, optimum - 1e-9);
@@ -418,9 +435,7 @@ TEST_P(PerspectiveSearch, MatchesTheEnumeratedOptimum) {
   for (int i = 0; i < p.n; ++i)
     for (int j = 0; j < p.n; ++j) variance += x[i] * p.cov[i][j] * x[j];
   EXPECT_NEAR(variance, obj, 1e-9 * obj);
-  std::string made;
-  for (const std::string &l : lines)
-    if (l.find("switched off by binaries") != std::string::npos) made = l;
+  const std::string made = log.find("switched off by binaries");
   if (c.perspective == 0) {
     EXPECT_EQ(made, "");
   } else {
@@ -432,11 +447,44 @@ INSTANTIATE_TEST_SUITE_P(
     Tree, PerspectiveSearch,
     ::testing::Values(Searched{1, 0, false}, Searched{1, 1, false}, Searched{1, 2, false},
                       Searched{2, 0, false}, Searched{2, 2, false}, Searched{3, 1, false},
-                      Searched{3, 2, true}, Searched{4, 2, false}, Searched{5, 2, true}),
+                      Searched{3, 2, true}, Searched{4, 2, false}, Searched{5, 2, true},
+                      Searched{6, -1, false}, Searched{7, -1, true}),
     [](const auto &info) {
+      const int mode = info.param.perspective;
       return "seed" + std::to_string(info.param.seed) + "_mode" +
-             std::to_string(info.param.perspective) + (info.param.maximising ? "_max" : "");
+             (mode < 0 ? "auto" : std::to_string(mode)) + (info.param.maximising ? "_max" : "");
     });
+
+// Left to choose, the search uses the perspective where the switched-off columns' quadratic
+// terms carry the objective, and not where a charge per asset held outweighs them; either way
+// it ends at the optimum the search without the cuts finds.
+class AutomaticPerspective : public PortfolioTest, public ::testing::WithParamInterface<double> {};
+
+TEST_P(AutomaticPerspective, FollowsTheObjectivesWeight) {
+  const double charge = GetParam();
+  const Portfolio p = makePortfolio(8, 12, 3);
+  build(p);
+  for (int i = 0; i < p.n; ++i) {
+    const int z = p.n + i;
+    ASSERT_EQ(NVRLchgobj(prob, 1, &z, &charge), 0);
+  }
+  ASSERT_EQ(NVRLsetdblcontrol(prob, nvrl::id::kMipRelGap, 1e-8), 0);
+  ASSERT_EQ(NVRLsetdblcontrol(prob, nvrl::id::kMipAbsGap, 0), 0);
+  ASSERT_EQ(NVRLsetintcontrol(prob, nvrl::id::kTreePerspective, 0), 0);
+  ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
+  ASSERT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_OPTIMAL);
+  const double without = dblAttr(nvrl::id::kMipObjVal);
+
+  ASSERT_EQ(NVRLsetintcontrol(prob, nvrl::id::kTreePerspective, -1), 0);
+  const LogLines log(prob);
+  ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
+  ASSERT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_OPTIMAL) << log.all();
+  EXPECT_NEAR(dblAttr(nvrl::id::kMipObjVal), without, 1e-7 * without);
+  EXPECT_EQ(log.find("switched off by binaries").empty(), charge > 0.0) << log.all();
+  EXPECT_EQ(log.find("not used").empty(), charge == 0.0) << log.all();
+}
+
+INSTANTIATE_TEST_SUITE_P(Tree, AutomaticPerspective, ::testing::Values(0.0, 0.05));
 
 // The epigraph columns live on the problem's HiGHS instance only for the search: afterwards
 // it holds what it held before, and a search without the cuts on that instance (the model

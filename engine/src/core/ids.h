@@ -79,7 +79,7 @@ constexpr int kTunerTimeLimit = NVRL_CTRL_TUNER_TIME_LIMIT;   // double, seconds
 constexpr int kTunerRunTimeLimit = NVRL_CTRL_TUNER_RUN_TIME_LIMIT;  // double, seconds, 0 none
 constexpr int kMipHeuristicEffort = NVRL_CTRL_MIP_HEURISTIC_EFFORT;  // double, 0..1
 constexpr int kTreeCutRounds = NVRL_CTRL_TREE_CUT_ROUNDS;  // int, root cover-cut rounds
-constexpr int kTreePerspective = NVRL_CTRL_TREE_PERSPECTIVE;  // int, 0 none, 1 root, 2 nodes too
+constexpr int kTreePerspective = NVRL_CTRL_TREE_PERSPECTIVE;  // int, -1 auto, 0 none, 1 root, 2 nodes too
 constexpr int kTreeSearch = NVRL_CTRL_TREE_SEARCH;         // int, 1: the engine's own branch and bound for MIPs
 
 // ---- nonlinear solver ----

@@ -152,9 +152,11 @@ const ParamInfo kTable[] = {
     intCtl(8021, "tree_cut_rounds", 10, 0, 100,
            "Rounds of knapsack cover cuts at the root of the engine's own tree search; 0: no "
            "cuts."),
-    intCtl(8022, "tree_perspective", 0, 0, 2,
+    intCtl(8022, "tree_perspective", -1, -1, 2,
            "Perspective cuts for columns a binary switches off that carry a quadratic cost, in "
-           "the engine's own tree search: 0 none, 1 at the root, 2 at the root and the nodes."),
+           "the engine's own tree search: -1 automatic (as 2 where those columns' quadratic "
+           "terms make at least half of the root's objective, else none), 0 none, 1 at the "
+           "root, 2 at the root and the nodes."),
     intCtl(8035, "load_log", 1, 0, 1, "1 when loading a problem writes a log line, 0 not."),
     dblCtl(8100, "iis_time_limit", 0.0, 0.0, kNoLimit,
            "Seconds one infeasible-set search (NVRLiisfirst, NVRLiisnext, NVRLiisall) may run; "

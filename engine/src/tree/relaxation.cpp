@@ -110,7 +110,8 @@ const LoweredModel &RelaxationSolver::nodeModel() {
   return node_model_;
 }
 
-Relaxation RelaxationSolver::solve(const std::vector<BoundChange> &changes, double secondsLeft) {
+Relaxation RelaxationSolver::solve(const std::vector<BoundChange> &changes, double secondsLeft,
+                                   int64_t qpIterationCap) {
   Relaxation r;
   lo_ = root_lo_;
   up_ = root_up_;
@@ -126,8 +127,13 @@ Relaxation RelaxationSolver::solve(const std::vector<BoundChange> &changes, doub
   }
   Highs_setDoubleOptionValue(h_, "time_limit", std::isfinite(secondsLeft) ? std::fmax(secondsLeft, 0.0)
                                                                           : INFINITY);
+  HighsInt qpLimit = 0;
+  Highs_getIntOptionValue(h_, "qp_iteration_limit", &qpLimit);
+  const bool capped = qpIterationCap > 0 && qpIterationCap < qpLimit;
+  if (capped) Highs_setIntOptionValue(h_, "qp_iteration_limit", static_cast<HighsInt>(qpIterationCap));
   Highs_zeroAllClocks(h_);
   Highs_run(h_);
+  if (capped) Highs_setIntOptionValue(h_, "qp_iteration_limit", qpLimit);
   int ms = Highs_getModelStatus(h_);
   int it = 0;
   Highs_getIntInfoValue(h_, "simplex_iteration_count", &it);
@@ -168,7 +174,8 @@ Relaxation RelaxationSolver::solve(const std::vector<BoundChange> &changes, doub
       }
       break;
     case kHighsModelStatusTimeLimit: r.stop_reason = NVRL_STOP_TIMELIMIT; break;
-    case kHighsModelStatusIterationLimit: r.stop_reason = NVRL_STOP_ITERLIMIT; break;
+    // The caller's cap is not the user's limit: no verdict, as for a failure.
+    case kHighsModelStatusIterationLimit: r.stop_reason = capped ? 0 : NVRL_STOP_ITERLIMIT; break;
     case kHighsModelStatusInterrupt: {
       const int reason = p_->interrupt_reason.load();
       r.stop_reason = reason != 0 ? reason : NVRL_STOP_USER;

@@ -37,8 +37,11 @@ class RelaxationSolver {
   RelaxationSolver &operator=(const RelaxationSolver &) = delete;
 
   // Solves the relaxation under the root bounds narrowed by `changes`. secondsLeft limits
-  // the run (infinite: none). Crossing bounds give Infeasible without a run.
-  Relaxation solve(const std::vector<BoundChange> &changes, double secondsLeft);
+  // the run (infinite: none); a positive qpIterationCap lowers HiGHS's QP iteration limit for
+  // this run (an answer cut short then stops with NVRL_STOP_ITERLIMIT). Crossing bounds give
+  // Infeasible without a run.
+  Relaxation solve(const std::vector<BoundChange> &changes, double secondsLeft,
+                   int64_t qpIterationCap = 0);
 
   // Appends cuts to the relaxation of every node from now on (and to the model that checks
   // QP answers); they are removed again when the solver goes away. False when HiGHS refused.

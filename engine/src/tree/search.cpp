@@ -46,14 +46,22 @@ constexpr int64_t kRootWorkPasses = 20, kNodeWorkMin = 10000;
 constexpr int kCutsPerRound = 200;
 constexpr double kCutProgress = 1e-4;
 // Perspective cuts: rounds at the root (ending when the bound rises by less than the share),
-// cuts per node, and the most in the relaxation in all (per column switched off); rounds of
-// tangents at a node whose point satisfies every entity, to bring its value to the point's.
+// cuts per node, and the most in the relaxation in all (per column switched off): each cut
+// row slows every later QP solve, and a few tangents per column carry most of the bound.
 constexpr int kPerspectiveRounds = 50;
 constexpr double kPerspectiveProgress = 1e-5;
 constexpr int kPerspectiveStalls = 3;
 constexpr int kPerspectivePerNode = 10;
-constexpr int kPerspectiveCutsPerColumn = 20;
-constexpr int kSettleRounds = 5;
+constexpr int kPerspectiveCutsPerColumn = 10;
+// With tree_perspective automatic, the least share of the root's objective that the split-off
+// terms d x^2 make for the perspective to be used: it strengthens only those terms, and its
+// cut rows slow every node (on a portfolio's variance they make 0.77-0.87 of it, on fixed-charge
+// models with quadratic running costs 0.10-0.15).
+constexpr double kPerspectiveLeastShare = 0.5;
+// HiGHS's QP solver on the epigraph model needs a few thousand iterations at most where it
+// succeeds, and now and then cycles to its own limit of a million; a relaxation that needs
+// more than this many per row and column is solved on the user's objective instead.
+constexpr int64_t kEpigraphIterationsPerLine = 20, kEpigraphIterationsLeast = 5000;
 
 struct Limits {
   double seconds = kInf;
@@ -92,7 +100,8 @@ class Search {
   Search(nvrl_problem_s *p, HighsSession &session, std::chrono::steady_clock::time_point start,
          bool log)
       : p_(p),
-        persp_(session, getIntControl(p, id::kTreePerspective) > 0),
+        perspective_mode_(static_cast<int>(getIntControl(p, id::kTreePerspective))),
+        persp_(session, perspective_mode_ != 0),
         L_(persp_.model()),
         lim_(readLimits(p)),
         entities_(readEntities(p->model, L_)),
@@ -102,6 +111,7 @@ class Search {
         start_(start),
         log_(p, log, L_.sense, start) {
     pc_.setDirectives(p->model.directives);
+    perspective_ = persp_.active();
   }
 
   Outcome run();
@@ -145,12 +155,12 @@ class Search {
   bool epigraphsSettled(const Relaxation &r) const {
     return epigraphDeficit(persp_.columns(), r.x) <= settleTolerance(r.value);
   }
-  // At such a point the relaxation's value is below the point's objective by the shortfall,
-  // and a better point may hide behind it: tangents at the point, re-solving, close it; when
-  // a few rounds do not (the tangents converge slowly, and the rows' feasibility tolerance
-  // leaves t short as well), the node is solved on the user's objective, whose value is
-  // exact.
-  Relaxation settleEpigraphs(const Node &node, Relaxation r);
+  // A point that satisfies every entity closes its node, so its value must be the node's
+  // optimum, which the epigraph model's is not: its epigraph columns may fall short of d x^2
+  // (tangents converge slowly) and HiGHS's answers stop short of the optimum by up to its
+  // absolute tolerances (a relative 1e-5 on small objectives). Such a node is solved again on
+  // the user's objective, whose value is exact.
+  Relaxation exactAtIntegralPoint(const Node &node, Relaxation r);
   void addPerspectiveCuts(const std::vector<Cut> &cuts);
   // A node's relaxation. HiGHS's QP solver now and then fails on the epigraph model (calls
   // it nonconvex, or ends at a point that fails the optimality check); such a node is solved
@@ -159,7 +169,11 @@ class Search {
   Relaxation solveNode(const std::vector<BoundChange> &changes);
   // The node's relaxation on the user's objective (r when HiGHS refuses the change).
   Relaxation solvePlain(const std::vector<BoundChange> &changes, Relaxation r);
-  int64_t plain_solves_ = 0;
+  // Decides, for tree_perspective automatic, on the root's first relaxation r whether the
+  // perspective is worth its cost; if not, drops it and returns the root solved again
+  // without it.
+  Relaxation choosePerspective(const Node &root, Relaxation r);
+  int64_t epigraph_failures_ = 0;
   std::vector<int> perspective_rows_;  // among the solver's cuts
   bool last_plain_ = false;  // the last solveNode answer is a plain one
   // Propagates the node's new bound changes through the rows and records the tightened
@@ -167,8 +181,12 @@ class Search {
   bool propagate(Node &node);
 
   nvrl_problem_s *p_;
+  int perspective_mode_;  // the control: -1 automatic, 0 none, 1 root, 2 nodes too
   // Before the solver: it extends what HiGHS holds, and is undone after the solver's cuts.
   PerspectiveModel persp_;
+  // The search works on the epigraph model (choosePerspective may turn it off: the epigraph
+  // columns are then fixed at 0 and the user's objective is back for good).
+  bool perspective_ = false;
   const LoweredModel &L_;
   Limits lim_;
   Entities entities_;
@@ -397,7 +415,12 @@ void Search::addPerspectiveCuts(const std::vector<Cut> &cuts) {
 
 Relaxation Search::solveNode(const std::vector<BoundChange> &changes) {
   last_plain_ = false;
-  Relaxation r = solver_.solve(changes, secondsLeft());
+  int64_t cap = 0;
+  if (perspective_)
+    cap = std::max(kEpigraphIterationsLeast,
+                   kEpigraphIterationsPerLine * (persp_.model().rows() + solver_.cutCount() +
+                                                 persp_.model().cols()));
+  Relaxation r = solver_.solve(changes, secondsLeft(), cap);
   // An iteration limit here is HiGHS's own for QPs (it cycles on some of these models),
   // unless the user set one.
   const bool failed =
@@ -405,14 +428,20 @@ Relaxation Search::solveNode(const std::vector<BoundChange> &changes) {
       (r.status == Relaxation::Stopped &&
        (r.stop_reason == 0 || (r.stop_reason == NVRL_STOP_ITERLIMIT &&
                                getIntControl(p_, id::kLpIterLimit) == 0)));
-  if (!persp_.active()) return r;
-  if (failed) return solvePlain(changes, std::move(r));
+  if (!perspective_) return r;
+  if (failed) {
+    ++epigraph_failures_;
+    return solvePlain(changes, std::move(r));
+  }
   if (r.status == Relaxation::Optimal) {
     // On the epigraph model HiGHS's objective value is only as exact as its absolute
     // tolerances, which on small objectives may put it above the node's bound; the
     // Lagrangian bound at its answer cannot overstate.
     const double bound = lagrangianBound(solver_.handle(), persp_.columns());
-    if (!std::isfinite(bound)) return solvePlain(changes, std::move(r));
+    if (!std::isfinite(bound)) {
+      ++epigraph_failures_;
+      return solvePlain(changes, std::move(r));
+    }
     r.value = std::fmin(r.value, bound);
   }
   return r;
@@ -433,7 +462,6 @@ Relaxation Search::solvePlain(const std::vector<BoundChange> &changes, Relaxatio
     return r;
   }
   Relaxation q = solver_.solve(fixed, secondsLeft());
-  ++plain_solves_;
   last_plain_ = true;
   if (!solver_.freeCuts(perspective_rows_, false) ||
       !solver_.changeObjective(P.cost, P.q_start, P.q_index, P.q_value))
@@ -468,24 +496,30 @@ Relaxation Search::rootPerspective(const Node &root, Relaxation r) {
   return r;
 }
 
-Relaxation Search::settleEpigraphs(const Node &node, Relaxation r) {
-  const std::vector<OnOffColumn> &cols = persp_.columns();
-  for (int round = 0; round < kSettleRounds && r.status == Relaxation::Optimal && !last_plain_;
-       ++round) {
-    if (epigraphsSettled(r)) break;
-    const double tol = settleTolerance(r.value);
-    if (!violations(entities_, r.x, lim_.inttol, lim_.feastol).empty()) break;
-    if (stopReason(false) != 0) break;
-    const std::vector<Cut> cuts = separatePerspective(
-        cols, r.x, tol / (4.0 * static_cast<double>(cols.size())), static_cast<int>(cols.size()));
-    const int before_cuts = perspective_cuts_;
-    addPerspectiveCuts(cuts);
-    if (perspective_cuts_ == before_cuts) break;
-    r = solveNode(node.changes);
-  }
-  // An integral point closes its node, so its value must be the node's optimum: on the
-  // epigraph model HiGHS's QP answers stop short of it by up to its absolute tolerances (a
-  // relative 1e-5 on small objectives), settled or not; the user's own objective is exact.
+Relaxation Search::choosePerspective(const Node &root, Relaxation r) {
+  // Without cuts yet the epigraph columns are at 0, so r.value is the objective less the
+  // split-off terms at r.x.
+  double split = 0.0;
+  for (const OnOffColumn &c : persp_.columns()) split += c.d * r.x[c.x] * r.x[c.x];
+  const double whole = std::fabs(r.value + split);
+  const double share = whole > 0.0 ? split / whole : 0.0;
+  if (!last_plain_ && r.status == Relaxation::Optimal && share >= kPerspectiveLeastShare)
+    return r;
+  if (log_.on())
+    p_->log(NVRL_MSG_INFO, "Perspective cuts: not used (the switched-off columns' quadratic "
+            "terms make %.0f%% of the root's objective)", 100.0 * share);
+  for (const OnOffColumn &c : persp_.columns()) solver_.tightenRoot(c.t, 0.0, 0.0);
+  const LoweredModel &P = persp_.model(), &L = persp_.original();
+  std::vector<int> qstart = L.q_start;
+  qstart.resize(P.cols(), static_cast<int>(L.q_index.size()));
+  if (!solver_.freeCuts(perspective_rows_, true) ||
+      !solver_.changeObjective(P.cost, qstart, L.q_index, L.q_value))
+    throw EngineError("HiGHS refused the user's objective back for the search");
+  perspective_ = false;
+  return solveNode(root.changes);
+}
+
+Relaxation Search::exactAtIntegralPoint(const Node &node, Relaxation r) {
   if (r.status == Relaxation::Optimal && !last_plain_ &&
       violations(entities_, r.x, lim_.inttol, lim_.feastol).empty())
     r = solvePlain(node.changes, std::move(r));
@@ -530,7 +564,8 @@ Outcome Search::run() {
     }
     Relaxation r = solveNode(current.changes);
     if (root && r.status == Relaxation::Optimal) {
-      if (persp_.active() && !last_plain_) r = rootPerspective(current, std::move(r));
+      if (perspective_ && perspective_mode_ < 0) r = choosePerspective(current, std::move(r));
+      if (perspective_ && !last_plain_) r = rootPerspective(current, std::move(r));
       if (r.status == Relaxation::Optimal) r = rootCuts(current, std::move(r));
       if (r.status == Relaxation::Optimal) {
         // The fixings hold against the root's own bounds, propagation included.
@@ -541,7 +576,7 @@ Outcome Search::run() {
         rootFixing();
       }
     }
-    if (persp_.active()) r = settleEpigraphs(current, std::move(r));
+    if (perspective_) r = exactAtIntegralPoint(current, std::move(r));
     ++out_.nodes;
     if (r.status == Relaxation::Stopped) {
       queue_.push(std::move(current));
@@ -562,7 +597,7 @@ Outcome Search::run() {
       offer(r.x, '*');
       // Without a verified optimum, or with epigraph columns still short of their x^2 (so a
       // value below the point's), the node's own bound stays unproven.
-      if (!verified || (persp_.active() && !last_plain_ && !epigraphsSettled(r)))
+      if (!verified || (perspective_ && !last_plain_ && !epigraphsSettled(r)))
         closed_bound_ = std::fmin(closed_bound_, value);
       continue;
     }
@@ -570,8 +605,7 @@ Outcome Search::run() {
       closed_bound_ = std::fmin(closed_bound_, value);
       continue;
     }
-    if (!root && verified && persp_.active() && !last_plain_ &&
-        getIntControl(p_, id::kTreePerspective) >= 2 &&
+    if (!root && verified && perspective_ && !last_plain_ && perspective_mode_ != 1 &&
         perspective_cuts_ < kPerspectiveCutsPerColumn * static_cast<int>(persp_.columns().size()))
       // For the nodes to come: this one's relaxation is not solved again.
       addPerspectiveCuts(separatePerspective(persp_.columns(), r.x, perspectiveThreshold(r.value),
@@ -604,9 +638,9 @@ Outcome Search::run() {
   }
   if (out_.end == Outcome::Finished && !out_.have_incumbent) out_.bound = kInf;
   log_.line(' ', out_.nodes, queue_.size(), out_.have_incumbent, out_.value, out_.bound);
-  if (log_.on() && plain_solves_ > 0)
+  if (log_.on() && epigraph_failures_ > 0)
     p_->log(NVRL_MSG_INFO, "Perspective cuts: HiGHS failed on %lld relaxations, solved again "
-            "without them", static_cast<long long>(plain_solves_));
+            "without them", static_cast<long long>(epigraph_failures_));
   return out_;
 }
 
