@@ -498,10 +498,11 @@ Relaxation Search::rootPerspective(const Node &root, Relaxation r) {
 
 Relaxation Search::choosePerspective(const Node &root, Relaxation r) {
   // Without cuts yet the epigraph columns are at 0, so r.value is the objective less the
-  // split-off terms at r.x.
+  // split-off terms at r.x. Its size, not its sum with them: a rest that nearly cancels them
+  // (returns against variance) must not make their share look large.
   double split = 0.0;
   for (const OnOffColumn &c : persp_.columns()) split += c.d * r.x[c.x] * r.x[c.x];
-  const double whole = std::fabs(r.value + split);
+  const double whole = std::fabs(r.value) + split;
   const double share = whole > 0.0 ? split / whole : 0.0;
   if (!last_plain_ && r.status == Relaxation::Optimal && share >= kPerspectiveLeastShare)
     return r;
