@@ -244,8 +244,10 @@ def main():
                   f"same optimum on each of them: {'yes' if same_all else 'NO'}")
         else:
             print("no instance solved by both: no median ratio")
+        limits = f"{args.time_limit:g} s" + (f" (SCIP {args.scip_time_limit:g} s)"
+                                             if args.scip_time_limit else "")
         for t in timeouts:
-            print(f"not finished by both within {args.time_limit:g} s: {t}")
+            print(f"not finished by both within {limits}: {t}")
     elif args.scip and not scip:
         print("SCIP was not available: engine times only")
     if args.mips:
