@@ -17,8 +17,10 @@ child process there solves the same instances with the same gaps (the quadratic 
 an epigraph row, whose variance at SCIP's point is recomputed); the script then prints both
 times and their ratio engine/SCIP per instance, the median ratio over the instances both
 finish within the time limit (target <= 2; it says how many), the instances either leaves
-unfinished, and whether the optima agree. When that environment cannot be set up (no
-network), the script says so and reports the engine alone.
+unfinished, and whether the optima agree; on an instance only the engine finishes, whether
+SCIP's point is at, above or below the engine's proven optimum (--scip-time-limit gives SCIP
+a longer limit of its own for that). When that environment cannot be set up (no network),
+the script says so and reports the engine alone.
 
 With --perspective -1|0|1|2 the engine runs with that tree_perspective control (automatic,
 perspective cuts off, at the root, at the root and the nodes) instead of its default.
