@@ -38,8 +38,9 @@ class RelaxationSolver {
 
   // Solves the relaxation under the root bounds narrowed by `changes`. secondsLeft limits
   // the run (infinite: none); a positive qpIterationCap lowers HiGHS's QP iteration limit for
-  // this run (an answer cut short then stops with NVRL_STOP_ITERLIMIT). Crossing bounds give
-  // Infeasible without a run.
+  // this run (a run it cuts short has no verdict: Unverified with HiGHS's point, or Stopped
+  // with no stop reason, never the user's iteration limit). Crossing bounds give Infeasible
+  // without a run.
   Relaxation solve(const std::vector<BoundChange> &changes, double secondsLeft,
                    int64_t qpIterationCap = 0);
 
