@@ -168,6 +168,10 @@ std::vector<Cut> separateCovers(const LoweredModel &L, const std::vector<double>
       if (coverCut(items, b, minViolation, cut, violation)) found.push_back({violation, std::move(cut)});
     }
   }
+  return mostViolated(std::move(found), maxCuts);
+}
+
+std::vector<Cut> mostViolated(std::vector<std::pair<double, Cut>> found, int maxCuts) {
   std::sort(found.begin(), found.end(),
             [](const auto &p, const auto &q) { return p.first > q.first; });
   std::vector<Cut> out;

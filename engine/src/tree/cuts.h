@@ -2,6 +2,7 @@
 // separated from the rows whose integer part is binary.
 #pragma once
 
+#include <utility>
 #include <vector>
 
 #include "solve/lowered_model.h"
@@ -18,6 +19,9 @@ struct Cut {
   std::vector<double> value;
   double rhs;
 };
+
+// The cuts of found (each with its violation), the most violated first, at most maxCuts.
+std::vector<Cut> mostViolated(std::vector<std::pair<double, Cut>> found, int maxCuts);
 
 // Exported for the engine's tests.
 // Cover inequalities violated by more than `minViolation` at x, at most maxCuts of them (the

@@ -258,14 +258,7 @@ std::vector<Cut> separatePerspective(const std::vector<OnOffColumn> &cols,
     const double violation = c.d * (2.0 * a * p[c.x] - a * a * p[c.z] - p[c.t]);
     if (violation > minViolation) found.push_back({violation, perspectiveCut(c, a)});
   }
-  std::sort(found.begin(), found.end(),
-            [](const auto &u, const auto &v) { return u.first > v.first; });
-  std::vector<Cut> out;
-  for (auto &f : found) {
-    if (static_cast<int>(out.size()) >= maxCuts) break;
-    out.push_back(std::move(f.second));
-  }
-  return out;
+  return mostViolated(std::move(found), maxCuts);
 }
 
 double epigraphDeficit(const std::vector<OnOffColumn> &cols, const std::vector<double> &p) {

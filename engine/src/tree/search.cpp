@@ -169,6 +169,10 @@ class Search {
   Relaxation solveNode(const std::vector<BoundChange> &changes);
   // The node's relaxation on the user's objective (r when HiGHS refuses the change).
   Relaxation solvePlain(const std::vector<BoundChange> &changes, Relaxation r);
+  // Switches HiGHS's relaxations to the user's objective (the perspective cuts freed; the
+  // epigraph columns, fixed at 0 by the caller, cost nothing that matters) or back to the
+  // epigraph model's. False when HiGHS refused.
+  bool useUserObjective(bool user);
   // Decides, for tree_perspective automatic, on the root's first relaxation r whether the
   // perspective is worth its cost; if not, drops it and returns the root solved again
   // without it.
@@ -421,6 +425,7 @@ Relaxation Search::solveNode(const std::vector<BoundChange> &changes) {
                    kEpigraphIterationsPerLine * (persp_.model().rows() + solver_.cutCount() +
                                                  persp_.model().cols()));
   Relaxation r = solver_.solve(changes, secondsLeft(), cap);
+  if (!perspective_) return r;
   // An iteration limit here is HiGHS's own for QPs (it cycles on some of these models),
   // unless the user set one.
   const bool failed =
@@ -428,7 +433,6 @@ Relaxation Search::solveNode(const std::vector<BoundChange> &changes) {
       (r.status == Relaxation::Stopped &&
        (r.stop_reason == 0 || (r.stop_reason == NVRL_STOP_ITERLIMIT &&
                                getIntControl(p_, id::kLpIterLimit) == 0)));
-  if (!perspective_) return r;
   if (failed) {
     ++epigraph_failures_;
     return solvePlain(changes, std::move(r));
@@ -447,24 +451,31 @@ Relaxation Search::solveNode(const std::vector<BoundChange> &changes) {
   return r;
 }
 
+bool Search::useUserObjective(bool user) {
+  const LoweredModel &P = persp_.model(), &L = persp_.original();
+  if (!user)
+    return solver_.freeCuts(perspective_rows_, false) &&
+           solver_.changeObjective(P.cost, P.q_start, P.q_index, P.q_value);
+  // The user's Hessian has no entries in the epigraph columns: its starts run on past them.
+  std::vector<int> qstart = L.q_start;
+  qstart.resize(P.cols(), static_cast<int>(L.q_index.size()));
+  return solver_.freeCuts(perspective_rows_, true) &&
+         solver_.changeObjective(P.cost, qstart, L.q_index, L.q_value);
+}
+
 Relaxation Search::solvePlain(const std::vector<BoundChange> &changes, Relaxation r) {
   // The epigraph columns fixed at 0 and their cuts freed: what is left is the user's
   // objective on the node's bounds (and the cover cuts).
-  const LoweredModel &P = persp_.model(), &L = persp_.original();
   std::vector<BoundChange> fixed = changes;
   for (const OnOffColumn &c : persp_.columns()) fixed.push_back({c.t, 0.0, 0.0});
-  std::vector<int> qstart = L.q_start;
-  qstart.resize(P.cols(), static_cast<int>(L.q_index.size()));
-  if (!solver_.freeCuts(perspective_rows_, true) ||
-      !solver_.changeObjective(P.cost, qstart, L.q_index, L.q_value)) {
-    if (!solver_.freeCuts(perspective_rows_, false))
-      throw EngineError("HiGHS refused the search's perspective cuts back after a relaxation");
+  if (!useUserObjective(true)) {
+    if (!useUserObjective(false))
+      throw EngineError("HiGHS refused the search's objective back after a relaxation");
     return r;
   }
   Relaxation q = solver_.solve(fixed, secondsLeft());
   last_plain_ = true;
-  if (!solver_.freeCuts(perspective_rows_, false) ||
-      !solver_.changeObjective(P.cost, P.q_start, P.q_index, P.q_value))
+  if (!useUserObjective(false))
     throw EngineError("HiGHS refused the search's objective back after a relaxation");
   return q;
 }
@@ -510,11 +521,7 @@ Relaxation Search::choosePerspective(const Node &root, Relaxation r) {
     p_->log(NVRL_MSG_INFO, "Perspective cuts: not used (the switched-off columns' quadratic "
             "terms make %.0f%% of the root's objective)", 100.0 * share);
   for (const OnOffColumn &c : persp_.columns()) solver_.tightenRoot(c.t, 0.0, 0.0);
-  const LoweredModel &P = persp_.model(), &L = persp_.original();
-  std::vector<int> qstart = L.q_start;
-  qstart.resize(P.cols(), static_cast<int>(L.q_index.size()));
-  if (!solver_.freeCuts(perspective_rows_, true) ||
-      !solver_.changeObjective(P.cost, qstart, L.q_index, L.q_value))
+  if (!useUserObjective(true))
     throw EngineError("HiGHS refused the user's objective back for the search");
   perspective_ = false;
   return solveNode(root.changes);
