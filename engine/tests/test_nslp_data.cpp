@@ -26,6 +26,7 @@ using nslptest::setVar;
 using nslptest::VarIn;
 using nslptest::VarOut;
 using nslptest::F;
+using nslptest::defineUserFunction;
 
 // ---- The nonlinear problem object: life cycle on top of an optimiser problem, its controls and
 // attributes, lists, lookup by name, messages, copies and interrupts.
@@ -878,22 +879,6 @@ class SlpUserFuncs : public nvtest::SlpHandleTest {
     SlpHandleTest::SetUp();
     load({'L'}, {1}, {0.5, 1.5, -1e20}, {5, 3, 1e20});
   }
-  // The module's registration sequence; returns the index.
-  int define(const char *name, bool derivatives, NSLPfuncaddress address, void *object) {
-    int nameIdx = 0, linkIdx = 0;
-    EXPECT_EQ(0, NSLPsetstring(slp_, &nameIdx, name));
-    EXPECT_EQ(0, NSLPsetstring(slp_, &linkIdx, "DirectC"));
-    int type[] = {NSLP_UFDEF_STRING, NSLP_UFDEF_ARGS, NSLP_UFDEF_CALL, NSLP_UFDEF_STRING, 0};
-    double value[] = {double(nameIdx), 1.0,
-                      derivatives ? double(NSLP_UFCALL_DERIVATIVES) : double(NSLP_UFCALL_VALUES),
-                      double(linkIdx), 0};
-    EXPECT_EQ(0, NSLPadduserfuncs(slp_, 1, type, value)) << error();
-    int index = slp_->data.userfuncs.size();
-    EXPECT_EQ(0, NSLPaddnames(slp_, NSLP_NAMES_USERFUNCS, name, index, index)) << error();
-    EXPECT_EQ(0, NSLPchguserfuncaddress(slp_, index, address)) << error();
-    EXPECT_EQ(0, NSLPsetuserfuncobject(slp_, index, object)) << error();
-    return index;
-  }
   double evaluate(const char *text) {
     EXPECT_EQ(0, NSLPchgccoef(slp_, 0, -1, nullptr, text)) << error();
     double v = NAN;
@@ -903,8 +888,8 @@ class SlpUserFuncs : public nvtest::SlpHandleTest {
 };
 
 TEST_F(SlpUserFuncs, CalledWithArgumentsInOrderAndTheirContext) {
-  EXPECT_EQ(1, define("cubic", false, reinterpret_cast<NSLPfuncaddress>(cubic), &scale_));
-  EXPECT_EQ(2, define("expo", true, reinterpret_cast<NSLPfuncaddress>(expo), nullptr));
+  EXPECT_EQ(1, defineUserFunction(slp_, "cubic", false, cubic, &scale_));
+  EXPECT_EQ(2, defineUserFunction(slp_, "expo", true, expo));
   // Current point x = 0.5, y = 1.5 (lower bounds), z = 0.
   EXPECT_DOUBLE_EQ(2.0 * (1.5 - 2 * 0.125), evaluate("cubic(y, x)"));
   EXPECT_EQ(2, seen.ninputs);
@@ -934,8 +919,8 @@ TEST_F(SlpUserFuncs, CalledWithArgumentsInOrderAndTheirContext) {
 }
 
 TEST_F(SlpUserFuncs, GradientsOwnAndDifferenced) {
-  define("cubic", false, reinterpret_cast<NSLPfuncaddress>(cubic), &scale_);
-  define("expo", true, reinterpret_cast<NSLPfuncaddress>(expo), nullptr);
+  defineUserFunction(slp_, "cubic", false, cubic, &scale_);
+  defineUserFunction(slp_, "expo", true, expo);
   nvrl::FormulaScope scope{3, &slp_->data.userfuncs};
   auto colIndex = [](const std::string &s) { return s == "x" ? 0 : s == "y" ? 1 : -1; };
   nvrl::FormulaTape tape(nvrl::parseFormulaText("cubic(x, y) + expo(y, x)", scope, colIndex),
@@ -954,8 +939,8 @@ TEST_F(SlpUserFuncs, GradientsOwnAndDifferenced) {
 }
 
 TEST_F(SlpUserFuncs, FailuresStopEvaluation) {
-  define("f1", false, reinterpret_cast<NSLPfuncaddress>(failing), nullptr);
-  define("f2", true, reinterpret_cast<NSLPfuncaddress>(failingDeriv), nullptr);
+  defineUserFunction(slp_, "f1", false, failing);
+  defineUserFunction(slp_, "f2", true, failingDeriv);
   for (const char *text : {"f1(y)", "f2(y)"}) {
     ASSERT_EQ(0, NSLPchgccoef(slp_, 0, -1, nullptr, text)) << error();
     double v = 5;
@@ -980,8 +965,8 @@ TEST_F(SlpUserFuncs, FailuresStopEvaluation) {
 }
 
 TEST_F(SlpUserFuncs, RepeatedNamesReadTheFirst) {
-  define("same", false, reinterpret_cast<NSLPfuncaddress>(cubic), &scale_);
-  define("same", false, reinterpret_cast<NSLPfuncaddress>(failing), nullptr);
+  defineUserFunction(slp_, "same", false, cubic, &scale_);
+  defineUserFunction(slp_, "same", false, failing);
   int s1 = 0, s2 = 0;
   NSLPsetstring(slp_, &s1, "same");
   NSLPsetstring(slp_, &s2, "same");

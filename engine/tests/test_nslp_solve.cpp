@@ -1479,14 +1479,7 @@ class SlpInterrupt : public NslpTest {
     const int a = col(-1e20, 1e20, 0.0), b = col(-1e20, 1e20, 0.0);
     start(a, -1.2);
     start(b, 1.0);
-    int name = 0, linkage = 0;
-    ASSERT_EQ(0, NSLPsetstring(slp, &name, "rosen"));
-    ASSERT_EQ(0, NSLPsetstring(slp, &linkage, "DirectC"));
-    int type[] = {NSLP_UFDEF_STRING, NSLP_UFDEF_ARGS, NSLP_UFDEF_CALL, NSLP_UFDEF_STRING, 0};
-    double value[] = {double(name), 1.0, double(NSLP_UFCALL_VALUES), double(linkage), 0};
-    ASSERT_EQ(0, NSLPadduserfuncs(slp, 1, type, value)) << slpError();
-    ASSERT_EQ(0, NSLPchguserfuncaddress(slp, 1, reinterpret_cast<NSLPfuncaddress>(rosenbrock)))
-        << slpError();
+    ASSERT_EQ(1, defineUserFunction(slp, "rosen", false, rosenbrock));
     g_calls = g_raiseAt = 0;
     F f;
     f.args().x(a).x(b);

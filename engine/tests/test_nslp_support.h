@@ -218,6 +218,27 @@ struct SecondPair {
   NSLPprob slp = nullptr;
 };
 
+// Defines a user function as the module does (strings for its name and linkage, one argument
+// list, values or derivatives), names it and gives it its address and object; its index.
+template <typename Fn>
+int defineUserFunction(NSLPprob s, const char *name, bool derivatives, Fn *fn,
+                       void *object = nullptr) {
+  const NSLPfuncaddress address = reinterpret_cast<NSLPfuncaddress>(fn);
+  int nameIdx = 0, linkIdx = 0;
+  EXPECT_EQ(0, NSLPsetstring(s, &nameIdx, name));
+  EXPECT_EQ(0, NSLPsetstring(s, &linkIdx, "DirectC"));
+  int type[] = {NSLP_UFDEF_STRING, NSLP_UFDEF_ARGS, NSLP_UFDEF_CALL, NSLP_UFDEF_STRING, 0};
+  double value[] = {double(nameIdx), 1.0,
+                    derivatives ? double(NSLP_UFCALL_DERIVATIVES) : double(NSLP_UFCALL_VALUES),
+                    double(linkIdx), 0};
+  EXPECT_EQ(0, NSLPadduserfuncs(s, 1, type, value)) << nvtest::slpError(s);
+  const int index = s->data.userfuncs.size();
+  EXPECT_EQ(0, NSLPaddnames(s, NSLP_NAMES_USERFUNCS, name, index, index)) << nvtest::slpError(s);
+  EXPECT_EQ(0, NSLPchguserfuncaddress(s, index, address)) << nvtest::slpError(s);
+  EXPECT_EQ(0, NSLPsetuserfuncobject(s, index, object)) << nvtest::slpError(s);
+  return index;
+}
+
 // A formula in reverse-Polish form: F().x(0).k(2).pow() is x0^2; functions take their
 // argument-list marker first: F().args().x(0).fn(NSLP_FN_LN) is ln(x0).
 struct F {
