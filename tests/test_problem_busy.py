@@ -1,8 +1,8 @@
 """A problem being solved cannot be reached: not from another thread while solve() has released
 the interpreter lock, and not from a message handler of that solve. Calls are refused with
 SolverError, a second solve too, and the solve's answers are those of the unchanged model.
-Ctrl-C during a long solve stops it with its best answer so far and leaves the interpreter as
-it was.
+Ctrl-C during a long solve (a MIP, a nonlinear model) stops it with its best answer so far and
+leaves the interpreter as it was.
 
 The faulty code crashed or corrupted the heap here, so every solve runs in a child interpreter."""
 
@@ -196,22 +196,46 @@ def test_failed_solve_raises_solver_error_with_the_library_message(nv, mip):
     assert str(info.value) == p.getlasterror()
 
 
-def test_sigint_stops_a_long_mip_and_the_interpreter_goes_on(run_python):
-    out = run_python(HARD_KNAPSACK + textwrap.dedent(
-        """
+# Long solves Ctrl-C stops after a second: the hard knapsack, and a nonconvex nonlinear model
+# whose solve takes many seconds of short iterations (the solver stops at the next one). Each
+# kind: (model, attribute with the stop reason, time limit of the test, statuses it may end
+# with, the length of the point it keeps: the nonlinear one has the objective's column too).
+LONG_SOLVES = {
+    "mip": (HARD_KNAPSACK + """
+p.controls.mip_absolute_gap = 0.0
+p.controls.time_limit = 60.0
+""", "stop_status", 20, ("mip_solution", "mip_no_sol_found"), None),
+    "nonlinear": ("""
+import random, threading, time
+import nuvrel as nv
+nv.setOutputEnabled(False)
+rng = random.Random(3)
+n = 400
+x = [nv.var(lb=-10, ub=10) for _ in range(n)]
+rows = [nv.sin(x[i]) * x[(i + 1) % n] + x[(i + 7) % n] ** 2 <= 1 + rng.random() for i in range(n)]
+p = nv.problem(x, rows)
+p.setObjective(nv.Sum(nv.cos(xi) * xi + 0.01 * xi * xi for xi in x))
+""", "nslp_stop_status", 30, ("nlp_unfinished",), 401),
+}
+
+
+@pytest.mark.parametrize("kind", sorted(LONG_SOLVES))
+def test_sigint_stops_a_long_solve_and_the_interpreter_goes_on(run_python, kind):
+    model, stop_attribute, limit, statuses, point = LONG_SOLVES[kind]
+    out = run_python(model + textwrap.dedent(
+        f"""
         import os, signal
         # A runner started in the background hands its children SIGINT ignored; the test is
         # about the interpreter's handler, so install it.
         signal.signal(signal.SIGINT, signal.default_int_handler)
-        p.controls.mip_absolute_gap = 0.0
-        p.controls.time_limit = 60.0
         threading.Timer(1.0, lambda: os.kill(os.getpid(), signal.SIGINT)).start()
         start = time.time()
         p.solve()
         elapsed = time.time() - start
         print("elapsed", elapsed)
-        print("stop", p.attributes.stop_status, nv.stop_ctrlc)
+        print("stop", p.attributes.{stop_attribute}, nv.stop_ctrlc)
         print("status", p.getProbStatusString())
+        print("point", {'len(p.getSolution())' if point else None})
         # The interpreter's own handler is back: the next SIGINT is a KeyboardInterrupt.
         print("handler", signal.getsignal(signal.SIGINT) is signal.default_int_handler)
         try:
@@ -227,10 +251,11 @@ def test_sigint_stops_a_long_mip_and_the_interpreter_goes_on(run_python):
         """)
     ).stdout
     lines = dict(l.split(" ", 1) for l in out.splitlines())
-    assert float(lines["elapsed"]) < 20
+    assert float(lines["elapsed"]) < limit
     stop, ctrlc = lines["stop"].split()
     assert stop == ctrlc == "2"
-    assert lines["status"] in ("mip_solution", "mip_no_sol_found")
+    assert lines["status"] in statuses
+    assert lines["point"] == str(point)
     assert lines["handler"] == "True"
     assert lines["keyboard"] == "interrupt"
     assert float(lines["after"]) == 2.0
