@@ -151,8 +151,8 @@ TEST_F(FilesTest, ReportsHoldTheAnswers) {
   EXPECT_EQ(std::string::npos, prt.find("Rows (")) << "flag x: columns only";
 }
 
-// A malformed file is refused naming the fault, and the problem keeps its basis, directives
-// and starting point.
+// A malformed file of bases, binary solutions, directives or solutions is refused naming the
+// file and the fault, and the problem keeps its answers, basis, directives and starting point.
 struct Bad {
   const char *label;
   int (*read)(NVRLprob, const char *, const char *);
@@ -174,6 +174,8 @@ TEST_P(BadFile, RefusedChangingNothing) {
   const std::string file = writeText("bad", b.text);
   EXPECT_NE(0, b.read(prob, file.c_str(), ""));
   EXPECT_NE(std::string::npos, lastError().find(b.message)) << lastError();
+  EXPECT_NE(std::string::npos, lastError().find(file)) << lastError();
+  EXPECT_EQ(NVRL_LP_OPTIMAL, intAttr(NVRL_ATTR_LP_STATUS));
   EXPECT_EQ(before, basis(prob));
   ASSERT_EQ(1u, prob->model.directives.size());
   EXPECT_EQ(7, prob->model.directives[0].priority);
@@ -195,7 +197,22 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"DirsPriority", readDirs, "DIRECTIVES\n y 2.5 U\nENDATA\n", "line 2: priority '2.5'"},
         Bad{"DirsColumn", readDirs, "DIRECTIVES\n z 3 U\nENDATA\n", "line 2: unknown column 'z'"},
         Bad{"DirsRepeated", readDirs, "DIRECTIVES\n y 3 U\n y 4 D\nENDATA\n", "line 3: column 'y' is repeated"},
-        Bad{"DirsCut", readDirs, "DIRECTIVES\n y 3 U\n", "without ENDATA"}),
+        Bad{"DirsCut", readDirs, "DIRECTIVES\n y 3 U\n", "without ENDATA"},
+        Bad{"SlxUnknownColumn", NVRLreadslxsol, "COLUMNS value\n    x  1\n    w  2\nEND\n", "line 3: unknown column 'w'"},
+        Bad{"SlxRepeatedColumn", NVRLreadslxsol, "COLUMNS value\n    x  1\n    x  2\nEND\n", "line 3: column 'x' is repeated"},
+        Bad{"SlxNotANumber", NVRLreadslxsol, "COLUMNS value\n    x  1e\nEND\n", "line 2: '1e' is not a finite number"},
+        Bad{"SlxNan", NVRLreadslxsol, "COLUMNS value\n    x  nan\nEND\n", "line 2: 'nan' is not a finite number"},
+        Bad{"SlxMissingEnd", NVRLreadslxsol, "COLUMNS value\n    x  1\n", "ends without END"},
+        Bad{"SlxUnknownField", NVRLreadslxsol, "COLUMNS value price\n", "line 1: unknown field 'price'"},
+        Bad{"SlxNoValueField", NVRLreadslxsol, "COLUMNS reducedcost\n", "line 1: COLUMNS must list the field 'value'"},
+        Bad{"SlxTooFewNumbers", NVRLreadslxsol, "COLUMNS value reducedcost\n    x  1\nEND\n", "line 2: expected a name and 2 numbers"},
+        Bad{"SlxUnknownKeyword", NVRLreadslxsol, "COLUMNS value\nx  1\nEND\n", "line 2: unknown keyword 'x'"},
+        Bad{"SlxDataBeforeColumns", NVRLreadslxsol, "NAME t\n    x  1\nEND\n", "line 2: a data line outside"},
+        Bad{"SlxRowsBeforeColumns", NVRLreadslxsol, "ROWS slack\n    r  1\nEND\n", "line 1: ROWS is out of place"},
+        Bad{"SlxUnknownRow", NVRLreadslxsol, "COLUMNS value\n    x  1\nROWS slack\n    d  0\nEND\n", "line 4: unknown row 'd'"},
+        Bad{"SlxAfterEnd", NVRLreadslxsol, "COLUMNS value\n    x  1\nEND\nEND\n", "line 4: text after END"},
+        Bad{"SlxOpenQuote", NVRLreadslxsol, "COLUMNS value\n    \"x  1\nEND\n", "line 2: a quoted name has no closing quote"},
+        Bad{"SlxNoColumns", NVRLreadslxsol, "END\n", "no COLUMNS section"}),
     [](const auto &info) { return std::string(info.param.label); });
 
 // A binary solution of another problem's size is refused.
@@ -244,7 +261,7 @@ TEST_F(FilesTest, LogFileAndMessageStatus) {
 }
 
 // ---- Solution files (NVRLwriteslxsol, NVRLreadslxsol): what is written reads back bit for bit,
-// reading gives the next solve its start, and faulty files are refused naming the line.
+// and reading gives the next solve its start (faulty files are in the bad-file table above).
 
 using SolutionFileTest = FilesTest;
 
@@ -324,46 +341,6 @@ TEST_F(SolutionFileTest, WritingNeedsTheAnswersItIsAskedFor) {
   EXPECT_NE(0, NVRLreadslxsol(prob, path("none.slx").c_str(), ""));
   EXPECT_NE(lastError().find("cannot open"), std::string::npos) << lastError();
 }
-
-struct BadSlx {
-  const char *label, *text, *message;
-};
-
-const BadSlx kBadSlx[] = {
-    {"unknown_column", "COLUMNS value\n    x  1\n    w  2\nEND\n", "line 3: unknown column 'w'"},
-    {"repeated_column", "COLUMNS value\n    x  1\n    x  2\nEND\n", "line 3: column 'x' is repeated"},
-    {"not_a_number", "COLUMNS value\n    x  1e\nEND\n", "line 2: '1e' is not a finite number"},
-    {"nan", "COLUMNS value\n    x  nan\nEND\n", "line 2: 'nan' is not a finite number"},
-    {"missing_end", "COLUMNS value\n    x  1\n", "ends without END"},
-    {"unknown_field", "COLUMNS value price\n", "line 1: unknown field 'price'"},
-    {"no_value_field", "COLUMNS reducedcost\n", "line 1: COLUMNS must list the field 'value'"},
-    {"too_few_numbers", "COLUMNS value reducedcost\n    x  1\nEND\n",
-     "line 2: expected a name and 2 numbers"},
-    {"unknown_keyword", "COLUMNS value\nx  1\nEND\n", "line 2: unknown keyword 'x'"},
-    {"data_before_columns", "NAME t\n    x  1\nEND\n", "line 2: a data line outside"},
-    {"rows_before_columns", "ROWS slack\n    c  1\nEND\n", "line 1: ROWS is out of place"},
-    {"unknown_row", "COLUMNS value\n    x  1\nROWS slack\n    d  0\nEND\n", "line 4: unknown row 'd'"},
-    {"after_end", "COLUMNS value\n    x  1\nEND\nEND\n", "line 4: text after END"},
-    {"open_quote", "COLUMNS value\n    \"x  1\nEND\n", "line 2: a quoted name has no closing quote"},
-    {"no_columns", "END\n", "no COLUMNS section"},
-};
-
-class SolutionFileBad : public SolutionFileTest, public ::testing::WithParamInterface<BadSlx> {};
-
-TEST_P(SolutionFileBad, IsRefusedNamingTheLine) {
-  col(0, 1, 1, 'C', 0, "x");
-  col(0, 1, 1, 'C', 0, "y");
-  row('L', 1, {{0, 1}, {1, 1}}, 0, "c");
-  ASSERT_EQ(0, NVRLlpoptimize(prob, ""));
-  const std::string file = path("bad.slx");
-  std::ofstream(file, std::ios::binary) << GetParam().text;
-  EXPECT_NE(0, NVRLreadslxsol(prob, file.c_str(), ""));
-  EXPECT_NE(lastError().find(GetParam().message), std::string::npos) << lastError();
-  EXPECT_NE(lastError().find("bad.slx"), std::string::npos) << lastError();
-  EXPECT_EQ(NVRL_LP_OPTIMAL, intAttr(NVRL_ATTR_LP_STATUS));
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, SolutionFileBad, ::testing::ValuesIn(kBadSlx), nvtest::byLabel);
 
 // ---- Problem snapshots (NVRLsave, NVRLsaveas, NVRLrestore): solved data sets come back with the
 // same attributes and answers in another problem, every kind of model data survives, and
