@@ -93,6 +93,20 @@ BAD = [
     (lambda p, x, c1: p.chgobj(colind=[0], objcoefs=[1]), "TypeError", "objcoefs"),
     (lambda p, x, c1: p.getlb(None, "nosuchcolumn"), "SolverError", "nosuchcolumn"),
     (lambda p, x, c1: p.getlb((), 0, 1), "ModelError", "^Unexpected argument to conv_arr2obj$"),
+    # Changes of the model
+    (lambda p, x, c1: p.chgcoef(c1, "nosuch", 1.0), "SolverError", "nosuch"),
+    (lambda p, x, c1: p.chgcoef(x, x, 1.0), "ModelError", "^Invalid constraint object x$"),
+    (lambda p, x, c1: p.chgcoef(c1, x), "InterfaceError", "^Must provide argument coef$"),
+    (lambda p, x, c1: p.addqmatrix(c1, [x], [x, x], [1]), "ModelError", "expected 1, found 2"),
+    (lambda p, x, c1: p.addqmatrix(5, [x], [x], [1]), "SolverError", "row"),
+    (lambda p, x, c1: p.chgqrowcoeff(c1, x, 9, 1.0), "SolverError", "column"),
+    (lambda p, x, c1: p.addgencons([0], [x], [0, 0, 0], [x]), "ModelError", "expected 1"),
+    (lambda p, x, c1: p.addgencons([0], [x], [0], [x]), "SolverError", "resultant"),
+    (lambda p, x, c1: p.addpwlcons([x], ["y"], [0], [0, 1], [0]), "ModelError", "expected 2"),
+    (lambda p, x, c1: p.setindicators([c1], [x], [2]), "SolverError", "complement"),
+    (lambda p, x, c1: p.loaddelayedrows([7]), "SolverError", "not a valid row"),
+    (lambda p, x, c1: p.loadsecurevecs([0], [x, x]), "ModelError", "expected 1, found 2"),
+    (lambda p, x, c1: p.delgencons([0]), "SolverError", "general constraint"),
 ]
 
 
