@@ -11,6 +11,7 @@
 #include <string>
 
 #include "interfaces/highs_c_api.h"
+#include "nslp/slp_curvature.h"
 #include "solve/highs_session.h"
 #include "test_lowered_support.h"
 #include "test_tree_support.h"
@@ -57,35 +58,12 @@ std::vector<std::vector<double>> denseHessian(const LoweredModel &L) {
   return h;
 }
 
-// Least eigenvalue by cyclic Jacobi rotations (small matrices only).
-double leastEigenvalue(std::vector<std::vector<double>> a) {
-  const int n = static_cast<int>(a.size());
-  for (int sweep = 0; sweep < 100; ++sweep) {
-    double off = 0.0;
-    for (int p = 0; p < n; ++p)
-      for (int q = p + 1; q < n; ++q) off += a[p][q] * a[p][q];
-    if (off < 1e-30) break;
-    for (int p = 0; p < n; ++p)
-      for (int q = p + 1; q < n; ++q) {
-        if (a[p][q] == 0.0) continue;
-        const double theta = (a[q][q] - a[p][p]) / (2.0 * a[p][q]);
-        const double t = (theta >= 0 ? 1.0 : -1.0) / (std::fabs(theta) + std::sqrt(theta * theta + 1.0));
-        const double c = 1.0 / std::sqrt(t * t + 1.0), s = t * c;
-        for (int k = 0; k < n; ++k) {
-          const double akp = a[k][p], akq = a[k][q];
-          a[k][p] = c * akp - s * akq;
-          a[k][q] = s * akp + c * akq;
-        }
-        for (int k = 0; k < n; ++k) {
-          const double apk = a[p][k], aqk = a[q][k];
-          a[p][k] = c * apk - s * aqk;
-          a[q][k] = s * apk + c * aqk;
-        }
-      }
-  }
-  double least = kInf;
-  for (int i = 0; i < n; ++i) least = std::fmin(least, a[i][i]);
-  return least;
+// Least eigenvalue of a small dense symmetric matrix, by the nonlinear solver's Jacobi routine
+// (which its own tests check against a known spectrum).
+double leastEigenvalue(const std::vector<std::vector<double>> &h) {
+  std::vector<double> a, v;
+  for (const auto &row : h) a.insert(a.end(), row.begin(), row.end());
+  return nvrl::smallestEigenpair(a, static_cast<int>(h.size()), v);
 }
 
 // Objective of L at x in L's own sense: c'x + 1/2 x'Hx.
