@@ -6,10 +6,6 @@ from conftest import read_problem
 pytestmark = pytest.mark.usefixtures("quiet")
 
 
-def small_mip(nv):
-    return read_problem("small_mip.mps")
-
-
 def settings(path):
     """The (name, value) lines of a method file, grouped by combination."""
     combos = []
@@ -24,8 +20,8 @@ def settings(path):
     return combos
 
 
-def test_tune_applies_the_winner_and_the_problem_still_solves(nv, tmp_path):
-    p = small_mip(nv)
+def test_tune_applies_the_winner_and_the_problem_still_solves(tmp_path):
+    p = read_problem("small_mip.mps")
     p.controls.tuner_run_time_limit = 5
     assert p.tune() is None
     p.tunerwritemethod(str(tmp_path / "best.txt"))
@@ -37,8 +33,8 @@ def test_tune_applies_the_winner_and_the_problem_still_solves(nv, tmp_path):
     assert p.getObjVal() == pytest.approx(3.23684210526, rel=1e-6)
 
 
-def test_method_file_round_trip_restricts_the_tuner(nv, tmp_path):
-    p = small_mip(nv)
+def test_method_file_round_trip_restricts_the_tuner(tmp_path):
+    p = read_problem("small_mip.mps")
     first, second = tmp_path / "m1.txt", tmp_path / "m2.txt"
     p.tunerwritemethod(str(first))
     assert len(settings(first)) > 1
@@ -59,7 +55,7 @@ def test_method_file_round_trip_restricts_the_tuner(nv, tmp_path):
     (lambda p, d: p.tunerreadmethod(5), "TypeError", None),
 ])
 def test_bad_calls_raise(nv, tmp_path, call, error, message):
-    p = small_mip(nv)
+    p = read_problem("small_mip.mps")
     exc = TypeError if error == "TypeError" else getattr(nv, error)
     with pytest.raises(exc) as err:
         call(p, tmp_path)

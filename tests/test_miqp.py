@@ -6,11 +6,6 @@ import pytest
 pytestmark = pytest.mark.usefixtures("quiet")
 
 
-def values(p, variables):
-    solution = p.getSolution()
-    return [solution[p.getIndex(v)] for v in variables]
-
-
 def portfolio(nv, sense):
     # Four uncorrelated assets (variances 1, 2, 4, 8; returns 1, 2, 3, 4), fully invested,
     # return >= 2.5, at most two held. The best pair is assets 1 and 2 at one half each:
@@ -37,8 +32,8 @@ def test_cardinality_constrained_portfolio(nv, sense_name, optimum, perspective)
     p.solve()
     assert p.getProbStatusString() == "mip_optimal"
     assert p.getObjVal() == pytest.approx(optimum, abs=1e-6)
-    assert values(p, x) == pytest.approx([0, 0.5, 0.5, 0], abs=1e-5)
-    assert values(p, z)[1:3] == pytest.approx([1, 1], abs=1e-6)
+    assert p.getSolution(x) == pytest.approx([0, 0.5, 0.5, 0], abs=1e-5)
+    assert p.getSolution(z)[1:3] == pytest.approx([1, 1], abs=1e-6)
     assert p.attributes.nodes >= 1
     assert p.attributes.best_bound == pytest.approx(optimum, abs=1e-3)
 
@@ -54,7 +49,7 @@ def test_node_limit_keeps_the_best_solution(nv):
     p.solve()
     assert p.attributes.stop_status == nv.stop_nodelimit
     assert p.getProbStatusString() == "mip_solution"
-    sol = values(p, y)
+    sol = p.getSolution(y)
     assert sum(sol) == pytest.approx(6)
     assert p.getObjVal() == pytest.approx(sum((s - t) ** 2 for s, t in zip(sol, targets)))
 
