@@ -340,8 +340,8 @@ TEST_P(RangingData, BasisSolvesInvertTheBasisMatrix) {
     }
     const int j = piv[k] - m;
     for (int i = 0; i < m; ++i)
-      for (int64_t e = md.A.start[i]; e < md.A.start[i + 1]; ++e)
-        if (md.A.col[e] == j) B[i][k] += md.A.val[e];
+      for (int64_t e = md.A.rows().start[i]; e < md.A.rows().start[i + 1]; ++e)
+        if (md.A.rows().col[e] == j) B[i][k] += md.A.rows().val[e];
   }
   std::mt19937 rng(7);
   std::uniform_real_distribution<double> U(-1, 1);
@@ -532,8 +532,8 @@ int feasibleWithout(const nvrl::Model &m, const std::vector<Member> &set, int sk
     }
     rlo.push_back(u.type == 'L' ? -inf : v);
     rup.push_back(u.type == 'G' ? inf : v);
-    for (int64_t e = m.A.start[u.index]; e < m.A.start[u.index + 1]; ++e)
-      index.push_back(m.A.col[e]), val.push_back(m.A.val[e]);
+    for (int64_t e = m.A.rows().start[u.index]; e < m.A.rows().start[u.index + 1]; ++e)
+      index.push_back(m.A.rows().col[e]), val.push_back(m.A.rows().val[e]);
     start.push_back(static_cast<HighsInt>(index.size()));
   }
   const HighsInt st = solveWithHighs(cost, lo, up, rlo, rup, start, index, val,
@@ -574,8 +574,8 @@ void expectCertificate(const nvrl::Model &m, const std::vector<Member> &set) {
     if (u.col) {
       combo[u.index] += u.mult;
     } else {
-      for (int64_t e = m.A.start[u.index]; e < m.A.start[u.index + 1]; ++e)
-        combo[m.A.col[e]] += u.mult * m.A.val[e];
+      for (int64_t e = m.A.rows().start[u.index]; e < m.A.rows().start[u.index + 1]; ++e)
+        combo[m.A.rows().col[e]] += u.mult * m.A.rows().val[e];
     }
   }
   double big = 0.0;
@@ -764,15 +764,15 @@ class IisData : public Iis, public ::testing::WithParamInterface<DataCase> {
       lo[j] = m.lb[j] <= -1e20 ? -INFINITY : m.lb[j];
       up[j] = m.ub[j] >= 1e20 ? INFINITY : m.ub[j];
     }
-    for (int64_t e = m.A.start[r]; e < m.A.start[r + 1]; ++e) cost[m.A.col[e]] = m.A.val[e];
+    for (int64_t e = m.A.rows().start[r]; e < m.A.rows().start[r + 1]; ++e) cost[m.A.rows().col[e]] = m.A.rows().val[e];
     for (int i = 0; i < m.rows(); ++i) {
       const char t = m.rowtype[i];
       if (i == r || t == 'N') continue;
       const double rhs = m.rhs[i];
       rlo.push_back(t == 'L' ? -INFINITY : t == 'R' ? rhs - m.range[i] : rhs);
       rup.push_back(t == 'G' ? INFINITY : rhs);
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e)
-        index.push_back(m.A.col[e]), val.push_back(m.A.val[e]);
+      for (int64_t e = m.A.rows().start[i]; e < m.A.rows().start[i + 1]; ++e)
+        index.push_back(m.A.rows().col[e]), val.push_back(m.A.rows().val[e]);
       start.push_back(static_cast<HighsInt>(index.size()));
     }
     return solveWithHighs(cost, lo, up, rlo, rup, start, index, val, nullptr,

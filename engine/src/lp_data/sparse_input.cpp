@@ -246,6 +246,75 @@ RowMatrix rowsFromColumns(const Segments &cols, int nrows) {
   return transposeColumns(cols, nrows, 0);
 }
 
+RowMatrix rowsFromColumns(const ColMatrix &cols, int nrows) {
+  Segments s;
+  s.begin.assign(cols.start.begin(), cols.start.end() - 1);
+  s.end.assign(cols.start.begin() + 1, cols.start.end());
+  s.idx = cols.row.data();
+  s.val = cols.val.data();
+  return transposeColumns(s, nrows, 0);
+}
+
+bool columnsFromSegments(Check &c, const Segments &cols, int nrows, const char *idxarg,
+                         const char *valarg, ColMatrix &out, bool &rows_ascending) {
+  const int64_t ncols = cols.size();
+  const size_t most = static_cast<size_t>(cols.entries());
+  out.start.resize(static_cast<size_t>(ncols) + 1);
+  out.row.reserve(most);
+  out.val.reserve(most);
+  adviseHugePages(out.row.data(), most * sizeof(int));
+  adviseHugePages(out.val.data(), most * sizeof(double));
+  // The column that last had an entry in each row: a repeat within a column is found in O(1),
+  // and nothing needs clearing between columns.
+  std::vector<int> last_col(static_cast<size_t>(nrows), -1);
+  const int *idx = cols.idx;
+  const double *val = cols.val;
+  bool ascending = true;
+  out.start[0] = 0;
+  for (int64_t j = 0; j < ncols; ++j) {
+    const int col = static_cast<int>(j);
+    const size_t first = out.row.size();
+    bool repeats = false;
+    int prev = -1;
+    for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e) {
+      const double v = val[e];
+      const int r = idx[e];
+      if (static_cast<unsigned>(r) >= static_cast<unsigned>(nrows) || !(std::fabs(v) < kInf))
+        return checkSegmentEntries(c, cols, nrows, idxarg, valarg, "row");  // names the entry
+      if (v == 0.0) continue;
+      if (last_col[r] == col) {
+        // Summed into the column's earlier entry (in the order given, as the row-wise merge
+        // does); rare, so the column is searched for it.
+        size_t at = first;
+        while (out.row[at] != r) ++at;
+        out.val[at] += v;
+        repeats = true;
+        continue;
+      }
+      last_col[r] = col;
+      ascending &= r > prev;
+      prev = r;
+      out.row.push_back(r);
+      out.val.push_back(v);
+    }
+    if (repeats) {
+      // Repeats that cancelled leave zeros: close them up.
+      size_t w = first;
+      for (size_t p = first; p < out.row.size(); ++p) {
+        if (out.val[p] == 0.0) continue;
+        out.row[w] = out.row[p];
+        out.val[w] = out.val[p];
+        ++w;
+      }
+      out.row.resize(w);
+      out.val.resize(w);
+    }
+    out.start[j + 1] = static_cast<int64_t>(out.row.size());
+  }
+  rows_ascending = ascending;
+  return true;
+}
+
 void appendRows(RowMatrix &A, const Segments &rows, int ncols) {
   thread_local RowMarker marker;
   marker.prepare(ncols);

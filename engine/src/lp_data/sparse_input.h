@@ -49,6 +49,13 @@ void freshArray(std::vector<T> &v, size_t n) {
 
 // Row-wise matrix of nrows rows from column segments (one per column, in column order).
 RowMatrix rowsFromColumns(const Segments &cols, int nrows);
+RowMatrix rowsFromColumns(const ColMatrix &cols, int nrows);
+
+// Checks column segments as checkSegmentEntries does (row indices below nrows, finite values)
+// and copies them into a column-wise matrix, repeats summed and zeros dropped, in one pass.
+// rows_ascending tells whether every column's rows ascend.
+bool columnsFromSegments(Check &c, const Segments &cols, int nrows, const char *idxarg,
+                         const char *valarg, ColMatrix &out, bool &rows_ascending);
 
 // Appends one row per segment to A; column indices are already valid for ncols columns.
 void appendRows(RowMatrix &A, const Segments &rows, int ncols);
