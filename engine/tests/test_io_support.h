@@ -114,9 +114,10 @@ class MalformedTest : public FileTest, public ::testing::WithParamInterface<Malf
 // Entries of each row sorted by column: the order within a row carries no meaning.
 inline std::vector<std::vector<std::pair<int, double>>> rowsOf(const nvrl::Model &m) {
   std::vector<std::vector<std::pair<int, double>>> rows(static_cast<size_t>(m.rows()));
+  const nvrl::RowMatrix &mA = m.A.rows();
   for (int i = 0; i < m.rows(); ++i) {
-    for (int64_t k = m.A.rows().start[i]; k < m.A.rows().start[i + 1]; ++k)
-      rows[i].push_back({m.A.rows().col[k], m.A.rows().val[k]});
+    for (int64_t k = mA.start[i]; k < mA.start[i + 1]; ++k)
+      rows[i].push_back({mA.col[k], mA.val[k]});
     std::sort(rows[i].begin(), rows[i].end());
   }
   return rows;
