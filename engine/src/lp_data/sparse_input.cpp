@@ -260,20 +260,24 @@ bool columnsFromSegments(Check &c, const Segments &cols, int nrows, const char *
   const int64_t ncols = cols.size();
   const size_t most = static_cast<size_t>(cols.entries());
   out.start.resize(static_cast<size_t>(ncols) + 1);
-  out.row.reserve(most);
-  out.val.reserve(most);
-  adviseHugePages(out.row.data(), most * sizeof(int));
-  adviseHugePages(out.val.data(), most * sizeof(double));
+  // Sized for every entry and cut to the ones kept at the end: writing through plain pointers
+  // keeps the loop below free of capacity checks.
+  freshArray(out.row, most);
+  freshArray(out.val, most);
   // The column that last had an entry in each row: a repeat within a column is found in O(1),
   // and nothing needs clearing between columns.
   std::vector<int> last_col(static_cast<size_t>(nrows), -1);
+  int *last = last_col.data();
+  int *orow = out.row.data();
+  double *oval = out.val.data();
   const int *idx = cols.idx;
   const double *val = cols.val;
   bool ascending = true;
+  int64_t n = 0;
   out.start[0] = 0;
   for (int64_t j = 0; j < ncols; ++j) {
     const int col = static_cast<int>(j);
-    const size_t first = out.row.size();
+    const int64_t first = n;
     bool repeats = false;
     int prev = -1;
     for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e) {
@@ -282,35 +286,37 @@ bool columnsFromSegments(Check &c, const Segments &cols, int nrows, const char *
       if (static_cast<unsigned>(r) >= static_cast<unsigned>(nrows) || !(std::fabs(v) < kInf))
         return checkSegmentEntries(c, cols, nrows, idxarg, valarg, "row");  // names the entry
       if (v == 0.0) continue;
-      if (last_col[r] == col) {
+      if (last[r] == col) {
         // Summed into the column's earlier entry (in the order given, as the row-wise merge
         // does); rare, so the column is searched for it.
-        size_t at = first;
-        while (out.row[at] != r) ++at;
-        out.val[at] += v;
+        int64_t at = first;
+        while (orow[at] != r) ++at;
+        oval[at] += v;
         repeats = true;
         continue;
       }
-      last_col[r] = col;
+      last[r] = col;
       ascending &= r > prev;
       prev = r;
-      out.row.push_back(r);
-      out.val.push_back(v);
+      orow[n] = r;
+      oval[n] = v;
+      ++n;
     }
     if (repeats) {
       // Repeats that cancelled leave zeros: close them up.
-      size_t w = first;
-      for (size_t p = first; p < out.row.size(); ++p) {
-        if (out.val[p] == 0.0) continue;
-        out.row[w] = out.row[p];
-        out.val[w] = out.val[p];
+      int64_t w = first;
+      for (int64_t p = first; p < n; ++p) {
+        if (oval[p] == 0.0) continue;
+        orow[w] = orow[p];
+        oval[w] = oval[p];
         ++w;
       }
-      out.row.resize(w);
-      out.val.resize(w);
+      n = w;
     }
-    out.start[j + 1] = static_cast<int64_t>(out.row.size());
+    out.start[j + 1] = n;
   }
+  out.row.resize(static_cast<size_t>(n));
+  out.val.resize(static_cast<size_t>(n));
   rows_ascending = ascending;
   return true;
 }
