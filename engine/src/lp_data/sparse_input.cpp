@@ -1,4 +1,4 @@
-// Validation of segmented sparse input and its merge into the row-wise matrix.
+// Validation of segmented sparse input and its merge into the store's matrix forms.
 #include "lp_data/sparse_input.h"
 
 #include <algorithm>

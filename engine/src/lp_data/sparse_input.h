@@ -1,6 +1,7 @@
 // Sparse input of the C API as segments (rows or columns) of caller arrays, its validation,
-// and the matrix operations that merge validated input into the row-wise store: repeated
-// indices within a segment are summed and zeros (given or summed) are dropped.
+// and the matrix operations that turn validated input into the store's row-wise or
+// column-wise form: repeated indices within a segment are summed and zeros (given or summed)
+// are dropped.
 #pragma once
 
 #include <cstddef>
