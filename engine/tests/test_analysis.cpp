@@ -339,9 +339,10 @@ TEST_P(RangingData, BasisSolvesInvertTheBasisMatrix) {
       continue;
     }
     const int j = piv[k] - m;
+    const nvrl::RowMatrix &mdA = md.A.rows();
     for (int i = 0; i < m; ++i)
-      for (int64_t e = md.A.start[i]; e < md.A.start[i + 1]; ++e)
-        if (md.A.col[e] == j) B[i][k] += md.A.val[e];
+      for (int64_t e = mdA.start[i]; e < mdA.start[i + 1]; ++e)
+        if (mdA.col[e] == j) B[i][k] += mdA.val[e];
   }
   std::mt19937 rng(7);
   std::uniform_real_distribution<double> U(-1, 1);
@@ -532,8 +533,9 @@ int feasibleWithout(const nvrl::Model &m, const std::vector<Member> &set, int sk
     }
     rlo.push_back(u.type == 'L' ? -inf : v);
     rup.push_back(u.type == 'G' ? inf : v);
-    for (int64_t e = m.A.start[u.index]; e < m.A.start[u.index + 1]; ++e)
-      index.push_back(m.A.col[e]), val.push_back(m.A.val[e]);
+    const nvrl::RowMatrix &mA = m.A.rows();
+    for (int64_t e = mA.start[u.index]; e < mA.start[u.index + 1]; ++e)
+      index.push_back(mA.col[e]), val.push_back(mA.val[e]);
     start.push_back(static_cast<HighsInt>(index.size()));
   }
   const HighsInt st = solveWithHighs(cost, lo, up, rlo, rup, start, index, val,
@@ -574,8 +576,9 @@ void expectCertificate(const nvrl::Model &m, const std::vector<Member> &set) {
     if (u.col) {
       combo[u.index] += u.mult;
     } else {
-      for (int64_t e = m.A.start[u.index]; e < m.A.start[u.index + 1]; ++e)
-        combo[m.A.col[e]] += u.mult * m.A.val[e];
+      const nvrl::RowMatrix &mA = m.A.rows();
+      for (int64_t e = mA.start[u.index]; e < mA.start[u.index + 1]; ++e)
+        combo[mA.col[e]] += u.mult * mA.val[e];
     }
   }
   double big = 0.0;
@@ -764,15 +767,16 @@ class IisData : public Iis, public ::testing::WithParamInterface<DataCase> {
       lo[j] = m.lb[j] <= -1e20 ? -INFINITY : m.lb[j];
       up[j] = m.ub[j] >= 1e20 ? INFINITY : m.ub[j];
     }
-    for (int64_t e = m.A.start[r]; e < m.A.start[r + 1]; ++e) cost[m.A.col[e]] = m.A.val[e];
+    const nvrl::RowMatrix &mA = m.A.rows();
+    for (int64_t e = mA.start[r]; e < mA.start[r + 1]; ++e) cost[mA.col[e]] = mA.val[e];
     for (int i = 0; i < m.rows(); ++i) {
       const char t = m.rowtype[i];
       if (i == r || t == 'N') continue;
       const double rhs = m.rhs[i];
       rlo.push_back(t == 'L' ? -INFINITY : t == 'R' ? rhs - m.range[i] : rhs);
       rup.push_back(t == 'G' ? INFINITY : rhs);
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e)
-        index.push_back(m.A.col[e]), val.push_back(m.A.val[e]);
+      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e)
+        index.push_back(mA.col[e]), val.push_back(mA.val[e]);
       start.push_back(static_cast<HighsInt>(index.size()));
     }
     return solveWithHighs(cost, lo, up, rlo, rup, start, index, val, nullptr,

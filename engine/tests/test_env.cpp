@@ -526,9 +526,7 @@ TEST_F(Controls, AttributesFollowTheStore) {
   m.rowtype = {'L', 'L', 'E'};
   m.rhs = {1, 1, 1};
   m.range = {0, 0, 0};
-  m.A.start = {0, 1, 2, 2};
-  m.A.col = {0, 1};
-  m.A.val = {1, 1};
+  m.A.assignRows(nvrl::RowMatrix{{0, 1, 2, 2}, {0, 1}, {1, 1}});
   m.indcol = {2, -1, 2};
   m.indcomp = {1, 0, -1};
   m.gencons.resize(2);

@@ -403,9 +403,9 @@ void expectSameAnswers(const Answers &a, const Answers &b) {
 // entries within rows and names as stored (empty or not).
 void expectIdenticalModel(const nvrl::Model &a, const nvrl::Model &b) {
   iotest::expectSameModel(a, b);
-  EXPECT_EQ(a.A.start, b.A.start);
-  EXPECT_EQ(a.A.col, b.A.col);
-  EXPECT_TRUE(sameBits(a.A.val, b.A.val));
+  EXPECT_EQ(a.A.rows().start, b.A.rows().start);
+  EXPECT_EQ(a.A.rows().col, b.A.rows().col);
+  EXPECT_TRUE(sameBits(a.A.rows().val, b.A.rows().val));
   EXPECT_EQ(a.rownames, b.rownames);
   EXPECT_EQ(a.colnames, b.colnames);
   EXPECT_EQ(a.setnames, b.setnames);
@@ -512,7 +512,7 @@ TEST_F(SnapshotTest, EveryKindOfModelDataSurvives) {
   ASSERT_EQ(0, NVRLsaveas(prob, path("all.bin").c_str())) << lastError();
   ASSERT_EQ(0, NVRLrestore(fresh, path("all.bin").c_str(), nullptr)) << lastError(fresh);
   expectIdenticalModel(prob->model, fresh->model);
-  EXPECT_EQ(std::signbit(fresh->model.A.val[2]), true);
+  EXPECT_EQ(std::signbit(fresh->model.A.rows().val[2]), true);
 }
 
 TEST_F(SnapshotTest, SaveUsesTheProblemNameAndRestoreFindsIt) {
@@ -645,9 +645,9 @@ struct Forged {
 };
 
 const Forged kForged[] = {
-    {"matrix_column_out_of_range", [](auto &m, auto &) { m.A.col[0] = m.cols(); },
+    {"matrix_column_out_of_range", [](auto &m, auto &) { m.A.rowsToChange().col[0] = m.cols(); },
      "a matrix entry has a column out of range"},
-    {"row_starts_not_spanning", [](auto &m, auto &) { m.A.start.back() -= 1; }, "do not span"},
+    {"row_starts_not_spanning", [](auto &m, auto &) { m.A.rowsToChange().start.back() -= 1; }, "do not span"},
     {"unknown_column_type", [](auto &m, auto &) { m.coltype[1] = 'Q'; }, "unknown type"},
     {"bounds_missing", [](auto &m, auto &) { m.ub.pop_back(); }, "the upper bounds has"},
     {"quadratic_below_diagonal", [](auto &m, auto &) { m.qobj[{3, 1}] = 1; }, "below the diagonal"},

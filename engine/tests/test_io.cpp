@@ -472,7 +472,7 @@ TEST_F(MpsRead, FortranExponentsReadInEverySection) {
                               "BOUNDS\n UP BND x 1d400\n LO BND x -.5D1\nENDATA\n");
   ASSERT_EQ(m.cols(), 1);
   EXPECT_EQ(m.obj[0], 150.0);
-  EXPECT_EQ(m.A.val[0], -0.2);
+  EXPECT_EQ(m.A.rows().val[0], -0.2);
   EXPECT_EQ(m.rhs[0], 10.0);
   EXPECT_EQ(m.range[0], 4.0);
   EXPECT_EQ(m.ub[0], kInf);
@@ -792,7 +792,7 @@ TEST_P(DataFile, ReadsWithTheExpectedSizesAndWritesBackUnchanged) {
   EXPECT_EQ(m.lb.size(), m.obj.size());
   EXPECT_EQ(m.limit.size(), m.obj.size());
   EXPECT_EQ(m.indcol.size(), m.rowtype.size());
-  for (double v : m.A.val) EXPECT_NE(v, 0.0);
+  for (double v : m.A.rows().val) EXPECT_NE(v, 0.0);
   for (int i = 0; i < m.rows(); ++i)
     if (m.rowtype[i] != 'R') EXPECT_EQ(m.range[i], 0.0);
 

@@ -114,9 +114,10 @@ class MalformedTest : public FileTest, public ::testing::WithParamInterface<Malf
 // Entries of each row sorted by column: the order within a row carries no meaning.
 inline std::vector<std::vector<std::pair<int, double>>> rowsOf(const nvrl::Model &m) {
   std::vector<std::vector<std::pair<int, double>>> rows(static_cast<size_t>(m.rows()));
+  const nvrl::RowMatrix &mA = m.A.rows();
   for (int i = 0; i < m.rows(); ++i) {
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k)
-      rows[i].push_back({m.A.col[k], m.A.val[k]});
+    for (int64_t k = mA.start[i]; k < mA.start[i + 1]; ++k)
+      rows[i].push_back({mA.col[k], mA.val[k]});
     std::sort(rows[i].begin(), rows[i].end());
   }
   return rows;
@@ -178,7 +179,7 @@ inline void expectSameModelByColumnName(const nvrl::Model &a, const nvrl::Model 
     std::tie(m.obj[k], m.lb[k], m.ub[k], m.coltype[k], m.limit[k], m.colnames[k]) =
         std::tie(b.obj[j], b.lb[j], b.ub[j], b.coltype[j], b.limit[j], b.colnames[j]);
   }
-  for (int &j : m.A.col) j = to_a[j];
+  for (int &j : m.A.rowsToChange().col) j = to_a[j];
   for (auto &s : m.sets)
     for (int &j : s.cols) j = to_a[j];
   for (int &j : m.indcol) j = j < 0 ? j : to_a[j];

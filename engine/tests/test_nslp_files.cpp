@@ -75,8 +75,9 @@ void evaluate(const nvrl::Model &m, const nvrl::SlpData &d, const std::vector<do
     obj += ij.first == ij.second ? 0.5 * v * x[ij.first] * x[ij.first]
                                  : v * x[ij.first] * x[ij.second];
   act.assign(static_cast<size_t>(m.rows()), 0.0);
+  const nvrl::RowMatrix &mA = m.A.rows();
   for (int i = 0; i < m.rows(); ++i)
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k) act[i] += m.A.val[k] * x[m.A.col[k]];
+    for (int64_t k = mA.start[i]; k < mA.start[i + 1]; ++k) act[i] += mA.val[k] * x[mA.col[k]];
   for (const auto &[row, q] : m.qrows)
     for (auto [ij, v] : q) act[row] += (ij.first == ij.second ? 1 : 2) * v * x[ij.first] * x[ij.second];
   const nvrl::FormulaScope scope{m.cols(), nullptr};
@@ -319,7 +320,7 @@ class SlpSnapshotTest : public nslptest::NslpTest, public iotest::TestDir {
     EXPECT_EQ(slp->controls.ints, slp2->controls.ints);
     EXPECT_EQ(slp->controls.dbls, slp2->controls.dbls);
     EXPECT_EQ(prob->model.colnames, prob2->model.colnames);
-    EXPECT_EQ(prob->model.A.val, prob2->model.A.val);
+    EXPECT_EQ(prob->model.A.rows().val, prob2->model.A.rows().val);
   }
   NVRLprob prob2 = nullptr;
   NSLPprob slp2 = nullptr;

@@ -958,8 +958,9 @@ TEST_F(Presolve, FixedColumnsAreFoldedAndConstantFormulasBecomeLinear) {
   const nvrl::Model &pm = *form.model;
   // Row 1 of the user's problem: 5y + x >= 6, linear now.
   auto entry = [&](int r, int c) {
-    for (int64_t e = pm.A.start[r]; e < pm.A.start[r + 1]; ++e)
-      if (pm.A.col[e] == c) return pm.A.val[e];
+    const nvrl::RowMatrix &pmA = pm.A.rows();
+    for (int64_t e = pmA.start[r]; e < pmA.start[r + 1]; ++e)
+      if (pmA.col[e] == c) return pmA.val[e];
     return 0.0;
   };
   EXPECT_DOUBLE_EQ(5.0, entry(1, k.y));
@@ -1104,9 +1105,10 @@ class Qcqp : public SolveTest {
     const nvrl::Model &m = prob->model;
     if (grad) grad->assign(m.cols(), 0.0);
     double a = 0;
-    for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) {
-      a += m.A.val[e] * x[m.A.col[e]];
-      if (grad) (*grad)[m.A.col[e]] += m.A.val[e];
+    const nvrl::RowMatrix &mA = m.A.rows();
+    for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) {
+      a += mA.val[e] * x[mA.col[e]];
+      if (grad) (*grad)[mA.col[e]] += mA.val[e];
     }
     auto q = m.qrows.find(i);
     if (q != m.qrows.end())
@@ -1379,7 +1381,8 @@ TEST_P(BadlyScaledHs, ScalingReachesTheOptimumInNoMoreIterations) {
     ASSERT_EQ(0, NSLPreadprob(slp, file.c_str(), "")) << error();
     nvrl::Model &m = prob->model;
     ASSERT_LT(p.row, m.rows());
-    for (int64_t e = m.A.start[p.row]; e < m.A.start[p.row + 1]; ++e) m.A.val[e] *= p.by;
+    nvrl::RowMatrix &A = m.A.rowsToChange();
+    for (int64_t e = A.start[p.row]; e < A.start[p.row + 1]; ++e) A.val[e] *= p.by;
     m.rhs[p.row] *= p.by;
     m.range[p.row] *= std::fabs(p.by);
     for (nvrl::SlpCoefficient &c : slp->data.coefs)

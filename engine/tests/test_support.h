@@ -197,11 +197,12 @@ class ProblemTest : public ::testing::Test {
     m.rownames.push_back(std::move(name));
     m.indcol.push_back(-1);
     m.indcomp.push_back(0);
+    nvrl::RowMatrix &A = m.A.rowsToChange();
     for (auto &[c, v] : entries) {
-      m.A.col.push_back(c);
-      m.A.val.push_back(v);
+      A.col.push_back(c);
+      A.val.push_back(v);
     }
-    m.A.start.push_back(static_cast<int64_t>(m.A.col.size()));
+    A.start.push_back(static_cast<int64_t>(A.col.size()));
     prob->modelChanged();
     return m.rows() - 1;
   }

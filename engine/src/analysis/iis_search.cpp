@@ -469,6 +469,8 @@ Model iisModel(const Model &m, const IisStore &s, const IisSet &set) {
     // Integrality is part of a MIP's infeasibility; other entities are not written.
     if (s.mip && (m.coltype[j] == 'I' || m.coltype[j] == 'B')) out.coltype[j] = 'I';
   }
+  const RowMatrix &mA = m.A.rows();
+  RowMatrix &outA = out.A.rowsToChange();
   for (int u : set.units) {
     const IisUnit &U = s.units[u];
     if (U.col) {
@@ -479,11 +481,11 @@ Model iisModel(const Model &m, const IisStore &s, const IisSet &set) {
     out.rhs.push_back(U.bound);
     out.range.push_back(0.0);
     out.rownames.push_back(itemName(m, kNameRows, U.index));
-    for (int64_t k = m.A.start[U.index]; k < m.A.start[U.index + 1]; ++k) {
-      out.A.col.push_back(m.A.col[k]);
-      out.A.val.push_back(m.A.val[k]);
+    for (int64_t k = mA.start[U.index]; k < mA.start[U.index + 1]; ++k) {
+      outA.col.push_back(mA.col[k]);
+      outA.val.push_back(mA.val[k]);
     }
-    out.A.start.push_back(static_cast<int64_t>(out.A.col.size()));
+    outA.start.push_back(static_cast<int64_t>(outA.col.size()));
   }
   out.indcol.assign(out.rows(), -1);
   out.indcomp.assign(out.rows(), 0);

@@ -87,10 +87,11 @@ void buildRelaxation(const Model &m, const RepairInput &in, double bigM, Model &
   }
   RowMatrix A;
   A.start.reserve(m.rows() + 1);
+  const RowMatrix &mA = m.A.rows();
   for (int i = 0; i < m.rows(); ++i) {
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k) {
-      A.col.push_back(m.A.col[k]);
-      A.val.push_back(m.A.val[k]);
+    for (int64_t k = mA.start[i]; k < mA.start[i + 1]; ++k) {
+      A.col.push_back(mA.col[k]);
+      A.val.push_back(mA.val[k]);
     }
     for (auto [c, v] : extra[i]) {
       A.col.push_back(c);
@@ -126,7 +127,7 @@ void buildRelaxation(const Model &m, const RepairInput &in, double bigM, Model &
       addRow('L', m.ub[j], j, v, -1.0);
     }
   }
-  r.A = std::move(A);
+  r.A.assignRows(std::move(A));
 
   for (Violation &v : vio) {
     switch (in.penalty) {
@@ -147,11 +148,12 @@ void buildRelaxation(const Model &m, const RepairInput &in, double bigM, Model &
         r.indcol.push_back(-1);
         r.indcomp.push_back(0);
         r.rownames.emplace_back();
-        r.A.col.push_back(v.col);
-        r.A.val.push_back(1.0);
-        r.A.col.push_back(v.flag);
-        r.A.val.push_back(-M);
-        r.A.start.push_back(static_cast<int64_t>(r.A.col.size()));
+        RowMatrix &RA = r.A.rowsToChange();
+        RA.col.push_back(v.col);
+        RA.val.push_back(1.0);
+        RA.col.push_back(v.flag);
+        RA.val.push_back(-M);
+        RA.start.push_back(static_cast<int64_t>(RA.col.size()));
         break;
       }
     }
@@ -197,8 +199,9 @@ double objectiveAt(const Model &m, const std::vector<double> &x) {
 
 std::vector<double> activities(const Model &m, const std::vector<double> &x) {
   std::vector<double> act(m.rows(), 0.0);
+  const RowMatrix &A = m.A.rows();
   for (int i = 0; i < m.rows(); ++i)
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k) act[i] += m.A.val[k] * x[m.A.col[k]];
+    for (int64_t k = A.start[i]; k < A.start[i + 1]; ++k) act[i] += A.val[k] * x[A.col[k]];
   for (const auto &[row, q] : m.qrows)
     for (const auto &[ij, v] : q)
       act[row] += ij.first == ij.second ? v * x[ij.first] * x[ij.first]
@@ -269,19 +272,20 @@ int repair(nvrl_problem_s *p, const char *fn, int *status, RepairInput &in) {
       r.indcomp.push_back(0);
       r.rownames.emplace_back();
       const int row = r.rows() - 1;
+      RowMatrix &RA = r.A.rowsToChange();
       for (const Violation &v : vio) {
         if (in.penalty == 'q') {
           r.qrows[row][{v.col, v.col}] = v.weight;
           continue;
         }
-        r.A.col.push_back(v.flag >= 0 ? v.flag : v.col);
-        r.A.val.push_back(v.weight);
+        RA.col.push_back(v.flag >= 0 ? v.flag : v.col);
+        RA.val.push_back(v.weight);
         if (v.flag >= 0) {
-          r.A.col.push_back(v.col);
-          r.A.val.push_back(1e-6 * v.weight);
+          RA.col.push_back(v.col);
+          RA.val.push_back(1e-6 * v.weight);
         }
       }
-      r.A.start.push_back(static_cast<int64_t>(r.A.col.size()));
+      RA.start.push_back(static_cast<int64_t>(RA.col.size()));
     }
     aux->modelChanged();
     const int st2 = solveRelaxed(aux.get());

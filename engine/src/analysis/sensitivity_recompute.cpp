@@ -19,8 +19,9 @@ namespace {
 // Row activities a'x + x'Qx (quadratic rows as the C API defines them).
 std::vector<double> activities(const Model &m, const double x[]) {
   std::vector<double> act(m.rows(), 0.0);
+  const nvrl::RowMatrix &A = m.A.rows();
   for (int i = 0; i < m.rows(); ++i)
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k) act[i] += m.A.val[k] * x[m.A.col[k]];
+    for (int64_t k = A.start[i]; k < A.start[i + 1]; ++k) act[i] += A.val[k] * x[A.col[k]];
   for (const auto &[row, q] : m.qrows)
     for (const auto &[key, v] : q)
       act[row] += key.first == key.second ? v * x[key.first] * x[key.first]
@@ -42,9 +43,10 @@ std::vector<double> reducedCosts(const Model &m, const double y[], const double 
         d[key.second] += v * x[key.first];
       }
     }
+  const nvrl::RowMatrix &A = m.A.rows();
   for (int i = 0; i < m.rows(); ++i) {
     if (y[i] == 0.0) continue;
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k) d[m.A.col[k]] -= y[i] * m.A.val[k];
+    for (int64_t k = A.start[i]; k < A.start[i + 1]; ++k) d[A.col[k]] -= y[i] * A.val[k];
   }
   if (x)
     for (const auto &[row, q] : m.qrows)

@@ -60,11 +60,51 @@ struct RowMatrix {
   int64_t nnz() const { return start.back(); }
 };
 
-// Column-wise view built on demand from RowMatrix (see lp_data/column_view.h).
+// Column-wise sparse matrix (CSC), the mirror of RowMatrix: entries of a column have distinct
+// row indices and non-zero values.
 struct ColMatrix {
   std::vector<int64_t> start{0};
   std::vector<int> row;
   std::vector<double> val;
+  int cols() const { return static_cast<int>(start.size()) - 1; }
+  int64_t nnz() const { return start.back(); }
+};
+
+// The model's linear coefficients, held row-wise, column-wise or both. A matrix loaded by
+// columns stays column-wise until something needs its rows: turning it into rows costs more
+// than the rest of a load, and a model loaded to be solved or queried by column never needs
+// them. Readers ask for the form they need (built on first use and kept until a change);
+// writers change the row-wise form through rowsToChange(), which drops the column-wise copy,
+// so that no form can be read stale. Exported for the engine's tests, which build and inspect
+// models directly.
+class __attribute__((visibility("default"))) ModelMatrix {
+ public:
+  int64_t nnz() const { return has_rows_ ? rows_.nnz() : cols_.nnz(); }
+  // The row-wise form; from a column-wise matrix each row's columns ascend. Building it may
+  // throw std::bad_alloc, which leaves the matrix as it was.
+  const RowMatrix &rows() const {
+    if (!has_rows_) buildRows();
+    return rows_;
+  }
+  // The column-wise form when one is held, with rows ascending in each column (sorted on first
+  // use); null for a matrix only held row-wise (its column view is the store cache's).
+  const ColMatrix *heldColumns() const;
+  // The row-wise form for a change of the matrix; the column-wise copy is dropped.
+  RowMatrix &rowsToChange();
+  void assignRows(RowMatrix &&a) noexcept;
+  // Column-wise entries of nrows rows; rows_ascending tells whether each column's rows are
+  // already in ascending order.
+  void assignColumns(ColMatrix &&a, int nrows, bool rows_ascending) noexcept;
+
+ private:
+  void buildRows() const;
+  // Invariant: has_rows_ || has_cols_; when both are held they hold the same entries.
+  mutable RowMatrix rows_;
+  mutable ColMatrix cols_;
+  mutable bool has_rows_ = true;
+  bool has_cols_ = false;
+  mutable bool cols_ascending_ = true;
+  int nrows_ = 0;  // rows of the column-wise form
 };
 
 // Symmetric quadratic form stored as its upper triangle: key (i, j) with i <= j. Values are
@@ -116,7 +156,7 @@ struct Model {
   std::vector<char> rowtype;  // 'L','G','E','R','N'
   std::vector<double> rhs;
   std::vector<double> range;  // meaningful for 'R' rows only (>= 0), 0 otherwise
-  RowMatrix A;
+  ModelMatrix A;
 
   QMatrix qobj;                       // quadratic objective
   std::map<int, QMatrix> qrows;       // row index -> quadratic part (only non-empty ones)

@@ -152,7 +152,7 @@ void LpWriter::objective() {
 
 void LpWriter::constraints() {
   out_ += "Subject To\n";
-  const RowMatrix &A = m_.A;
+  const RowMatrix &A = m_.A.rows();
   for (int i = 0; i < m_.rows(); ++i) {
     line_start_ = out_.size();
     out_ += " " + names_.rows[i] + ":";

@@ -44,7 +44,7 @@ bool ModelAssembly::addEntry(int row, int col, double value) {
 
 void ModelAssembly::buildMatrix() {
   // Counting sort by row keeps each row's entries in the order they were read.
-  RowMatrix &A = model.A;
+  RowMatrix &A = model.A.rowsToChange();
   const int nrows = model.rows();
   A.start.assign(static_cast<size_t>(nrows) + 1, 0);
   for (const Entry &e : entries_) ++A.start[static_cast<size_t>(e.row) + 1];

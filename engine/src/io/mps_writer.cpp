@@ -86,7 +86,7 @@ void MpsWriter::rows() {
 
 void MpsWriter::columns() {
   // Column-wise copy of the row-wise matrix.
-  const RowMatrix &A = m_.A;
+  const RowMatrix &A = m_.A.rows();
   const int ncols = m_.cols();
   std::vector<int64_t> start(static_cast<size_t>(ncols) + 1, 0);
   for (int64_t k = 0; k < A.nnz(); ++k) ++start[A.col[k] + 1];

@@ -39,7 +39,7 @@ NVRL_API int NVRLaddrows64(NVRLprob prob, int nrows, NVRLint64 ncoefs, const cha
   nvrl::reserveMore(m.indcol, nrows);
   nvrl::reserveMore(m.indcomp, nrows);
   nvrl::reserveMore(m.rownames, nrows);
-  nvrl::appendRows(m.A, rows, m.cols());
+  nvrl::appendRows(m.A.rowsToChange(), rows, m.cols());
   for (int i = 0; i < nrows; ++i) {
     m.rowtype.push_back(rowtype[i]);
     m.rhs.push_back(nvrl::normInf(rhs[i]));
@@ -79,7 +79,7 @@ NVRL_API int NVRLaddcols64(NVRLprob prob, int ncols, NVRLint64 ncoefs, const dou
   nvrl::reserveMore(m.coltype, ncols);
   nvrl::reserveMore(m.limit, ncols);
   nvrl::reserveMore(m.colnames, ncols);
-  nvrl::appendColumns(m.A, cols, first);
+  nvrl::appendColumns(m.A.rowsToChange(), cols, first);
   for (int j = 0; j < ncols; ++j) {
     m.obj.push_back(objcoef ? objcoef[j] : 0.0);
     m.lb.push_back(lb ? nvrl::normInf(lb[j]) : 0.0);

@@ -197,12 +197,13 @@ std::string coefficientProblem(const Model &m) {
                           quoted(m, kNameCols, key.first) + " and " +
                           quoted(m, kNameCols, key.second),
                       v);
+  const RowMatrix &A = m.A.rows();
   for (int i = 0; i < m.rows(); ++i)
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k)
-      if (bad(m.A.val[k]))
-        return tooLarge("the coefficient of column " + quoted(m, kNameCols, m.A.col[k]) +
+    for (int64_t k = A.start[i]; k < A.start[i + 1]; ++k)
+      if (bad(A.val[k]))
+        return tooLarge("the coefficient of column " + quoted(m, kNameCols, A.col[k]) +
                             " in row " + quoted(m, kNameRows, i),
-                        m.A.val[k]);
+                        A.val[k]);
   for (const auto &[row, q] : m.qrows)
     for (const auto &[key, v] : q)
       if (bad(v))

@@ -112,7 +112,7 @@ int changeCoefs(NVRLprob prob, const char *fn, int64_t n, const int rowind[], co
   if (n == 0) return 0;
   std::vector<Change> ch(n);
   for (int64_t k = 0; k < n; ++k) ch[k] = Change{rowind[k], colind[k], rowcoef[k], -1};
-  applyChanges(p->model.A, ch);
+  applyChanges(p->model.A.rowsToChange(), ch);
   nvrl::commitChange(p, true);
   return 0;
 }

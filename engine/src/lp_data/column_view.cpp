@@ -4,7 +4,7 @@
 namespace nvrl {
 
 ColMatrix buildColumnView(const Model &m) {
-  const RowMatrix &A = m.A;
+  const RowMatrix &A = m.A.rows();
   ColMatrix v;
   const int ncols = m.cols();
   v.start.assign(static_cast<size_t>(ncols) + 1, 0);
@@ -25,6 +25,7 @@ ColMatrix buildColumnView(const Model &m) {
 }
 
 const ColMatrix &columnView(nvrl_problem_s *p) {
+  if (const ColMatrix *held = p->model.A.heldColumns()) return *held;
   StoreCache &c = p->store_cache;
   if (c.colview_version != p->version) {
     // Built aside and moved in: a failed allocation leaves the old (stale) view in place.

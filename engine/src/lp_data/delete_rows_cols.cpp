@@ -105,6 +105,8 @@ NVRL_API int NVRLdelrows(NVRLprob prob, int nrows, const int rowind[]) NVRL_TRY 
   nvrl::Model &m = p->model;
   if (!c.deletion(rowind, nrows, "nrows", "rowind", m.rows(), "row")) return c.code();
   if (nrows == 0) return 0;
+  // Rows built first (they may need memory): nothing must fail once the changes begin.
+  nvrl::RowMatrix &A = m.A.rowsToChange();
   const std::vector<int> map = nvrl::renumbering(m.rows(), rowind, nrows);
   if (!prepareDependents(c, p, &map, nullptr)) return c.code();
   // Nothing below allocates: quadratic rows move as nodes under their new numbers, and the
@@ -117,7 +119,7 @@ NVRL_API int NVRLdelrows(NVRLprob prob, int nrows, const int rowind[]) NVRL_TRY 
     qrows.insert(qrows.end(), std::move(node));
   }
   m.qrows = std::move(qrows);
-  compactMatrix(m.A, &map, nullptr);
+  compactMatrix(A, &map, nullptr);
   nvrl::compactByMap(m.rowtype, map);
   nvrl::compactByMap(m.rhs, map);
   nvrl::compactByMap(m.range, map);
@@ -136,6 +138,8 @@ NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]) NVRL_TRY 
   nvrl::Model &m = p->model;
   if (!c.deletion(colind, ncols, "ncols", "colind", m.cols(), "column")) return c.code();
   if (ncols == 0) return 0;
+  // Rows built first (they may need memory): nothing must fail once the changes begin.
+  nvrl::RowMatrix &A = m.A.rowsToChange();
   const std::vector<int> map = nvrl::renumbering(m.cols(), colind, ncols);
   if (!checkColumnUses(c, m, map)) return c.code();
   if (!prepareDependents(c, p, nullptr, &map)) return c.code();
@@ -154,7 +158,7 @@ NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]) NVRL_TRY 
     throw;
   }
 
-  compactMatrix(m.A, nullptr, &map);
+  compactMatrix(A, nullptr, &map);
   nvrl::compactByMap(m.obj, map);
   nvrl::compactByMap(m.lb, map);
   nvrl::compactByMap(m.ub, map);

@@ -73,9 +73,10 @@ bool checkCols(Check &c, const LoadInput &in) {
   return true;
 }
 
-// Column segments of the matrix: start/collen as the header describes; a null start means
-// no coefficients at all.
-bool matrixSegments(Check &c, const LoadInput &in, nvrl::Segments &s) {
+// The matrix: column segments from start/collen as the header describes (a null start means
+// no coefficients at all), checked and copied into A.
+bool loadMatrix(Check &c, const LoadInput &in, nvrl::ColMatrix &A, bool &rows_ascending) {
+  nvrl::Segments s;
   s.begin.assign(in.ncols, 0);
   s.end.assign(in.ncols, 0);
   s.idx = in.rowind;
@@ -85,6 +86,7 @@ bool matrixSegments(Check &c, const LoadInput &in, nvrl::Segments &s) {
       c.fail("start must not be null when collen is given");
       return false;
     }
+    A.start.assign(static_cast<size_t>(in.ncols) + 1, 0);
     return true;
   }
   for (int j = 0; j < in.ncols; ++j) {
@@ -110,7 +112,7 @@ bool matrixSegments(Check &c, const LoadInput &in, nvrl::Segments &s) {
   }
   if (s.entries() > 0 && (!c.given(in.rowind, "rowind") || !c.given(in.rowcoef, "rowcoef")))
     return false;
-  return nvrl::checkSegmentEntries(c, s, in.nrows, "rowind", "rowcoef", "row");
+  return nvrl::columnsFromSegments(c, s, in.nrows, "rowind", "rowcoef", A, rows_ascending);
 }
 
 bool checkQuadraticRows(Check &c, const LoadInput &in, int64_t &total) {
@@ -192,8 +194,10 @@ int load(NVRLprob prob, const char *fn, const LoadInput &in) {
   if (in.name && std::strlen(in.name) > NVRL_MAXNAMELEN)
     return c.fail("name is longer than %d characters", NVRL_MAXNAMELEN);
   if (!checkRows(c, in) || !checkCols(c, in)) return c.code();
-  nvrl::Segments cols;
-  if (!matrixSegments(c, in, cols)) return c.code();
+  // Kept column-wise, as given: the rows are built only if something asks for them.
+  nvrl::ColMatrix A;
+  bool ascending = true;
+  if (!loadMatrix(c, in, A, ascending)) return c.code();
   if (!nvrl::checkTriplets(c, in.nobjq, in.objq1, in.objq2, in.objqv, "objqcol1", "objqcol2",
                            "objqcoef", in.ncols))
     return c.code();
@@ -222,7 +226,7 @@ int load(NVRLprob prob, const char *fn, const LoadInput &in) {
     if (in.rhs) m.rhs[i] = nvrl::normInf(in.rhs[i]);
     if (in.rowtype[i] == 'R') m.range[i] = nvrl::normInf(in.range[i]);
   }
-  m.A = nvrl::rowsFromColumns(cols, in.nrows);
+  m.A.assignColumns(std::move(A), in.nrows, ascending);
   nvrl::addTriplets(m.qobj, in.nobjq, in.objq1, in.objq2, in.objqv);
   int64_t at = 0;
   for (int k = 0; k < in.nqrows; ++k) {

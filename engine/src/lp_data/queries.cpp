@@ -86,7 +86,7 @@ NVRL_API int NVRLgetrows64(NVRLprob prob, NVRLint64 start[], int colind[], doubl
   nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   Check c(p, "NVRLgetrows64");
-  const nvrl::RowMatrix &A = p->model.A;
+  const nvrl::RowMatrix &A = p->model.A.rows();
   if (!c.range(first, last, A.rows(), "rows")) return c.code();
   return sparseRange(c, A.start, A.col, A.val, start, colind, rowcoef, maxcoefs, ncoefs, first,
                      last);
@@ -108,7 +108,7 @@ NVRL_API int NVRLgetcoef(NVRLprob prob, int row, int col, double *coef) NVRL_TRY
   if (!p) return 1;
   Check c(p, "NVRLgetcoef");
   if (!c.row(row, "row") || !c.col(col, "col") || !c.given(coef, "coef")) return c.code();
-  const nvrl::RowMatrix &A = p->model.A;
+  const nvrl::RowMatrix &A = p->model.A.rows();
   *coef = 0.0;
   for (int64_t k = A.start[row]; k < A.start[row + 1]; ++k)
     if (A.col[k] == col) {

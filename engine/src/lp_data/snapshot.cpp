@@ -279,10 +279,11 @@ void writeModel(Writer &w, const Model &m) {
   w.dbls(m.rhs);
   w.dbls(m.range);
   w.strs(m.rownames);
-  w.u64(m.A.start.size());
-  for (int64_t s : m.A.start) w.i64(s);
-  w.ints(m.A.col);
-  w.dbls(m.A.val);
+  const RowMatrix &A = m.A.rows();
+  w.u64(A.start.size());
+  for (int64_t s : A.start) w.i64(s);
+  w.ints(A.col);
+  w.dbls(A.val);
   w.ints(m.indcol);
   w.ints(m.indcomp);
 
@@ -358,16 +359,17 @@ Model readModel(Reader &r) {
           "a row has an unknown type or a value that is not a number");
   const size_t nstart = r.count(8);
   if (nstart != nr + 1) corrupt(format("the matrix has %zu row starts for %zu rows", nstart, nr));
-  m.A.start.resize(nstart);
-  for (int64_t &s : m.A.start) s = r.i64();
-  m.A.col = r.ints();
-  m.A.val = r.dbls();
-  checkSize(m.A.val, m.A.col.size(), "the matrix values");
-  check(m.A.start[0] == 0 && m.A.start.back() == static_cast<int64_t>(m.A.col.size()),
+  RowMatrix &A = m.A.rowsToChange();
+  A.start.resize(nstart);
+  for (int64_t &s : A.start) s = r.i64();
+  A.col = r.ints();
+  A.val = r.dbls();
+  checkSize(A.val, A.col.size(), "the matrix values");
+  check(A.start[0] == 0 && A.start.back() == static_cast<int64_t>(A.col.size()),
         "the matrix starts do not span its entries");
-  for (size_t i = 0; i < nr; ++i) check(m.A.start[i] <= m.A.start[i + 1], "a row start decreases");
-  for (size_t k = 0; k < m.A.col.size(); ++k)
-    check(inRange(m.A.col[k], 0, ncols - 1) && std::isfinite(m.A.val[k]),
+  for (size_t i = 0; i < nr; ++i) check(A.start[i] <= A.start[i + 1], "a row start decreases");
+  for (size_t k = 0; k < A.col.size(); ++k)
+    check(inRange(A.col[k], 0, ncols - 1) && std::isfinite(A.val[k]),
           "a matrix entry has a column out of range or a value that is not finite");
   m.indcol = r.ints();
   m.indcomp = r.ints();

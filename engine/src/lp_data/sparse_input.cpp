@@ -1,4 +1,4 @@
-// Validation of segmented sparse input and its merge into the row-wise matrix.
+// Validation of segmented sparse input and its merge into the store's matrix forms.
 #include "lp_data/sparse_input.h"
 
 #include <algorithm>
@@ -244,6 +244,81 @@ struct RowMarker {
 
 RowMatrix rowsFromColumns(const Segments &cols, int nrows) {
   return transposeColumns(cols, nrows, 0);
+}
+
+RowMatrix rowsFromColumns(const ColMatrix &cols, int nrows) {
+  Segments s;
+  s.begin.assign(cols.start.begin(), cols.start.end() - 1);
+  s.end.assign(cols.start.begin() + 1, cols.start.end());
+  s.idx = cols.row.data();
+  s.val = cols.val.data();
+  return transposeColumns(s, nrows, 0);
+}
+
+bool columnsFromSegments(Check &c, const Segments &cols, int nrows, const char *idxarg,
+                         const char *valarg, ColMatrix &out, bool &rows_ascending) {
+  const int64_t ncols = cols.size();
+  const size_t most = static_cast<size_t>(cols.entries());
+  out.start.resize(static_cast<size_t>(ncols) + 1);
+  // Sized for every entry and cut to the ones kept at the end: writing through plain pointers
+  // keeps the loop below free of capacity checks.
+  freshArray(out.row, most);
+  freshArray(out.val, most);
+  // The column that last had an entry in each row: a repeat within a column is found in O(1),
+  // and nothing needs clearing between columns.
+  std::vector<int> last_col(static_cast<size_t>(nrows), -1);
+  int *last = last_col.data();
+  int *orow = out.row.data();
+  double *oval = out.val.data();
+  const int *idx = cols.idx;
+  const double *val = cols.val;
+  bool ascending = true;
+  int64_t n = 0;
+  out.start[0] = 0;
+  for (int64_t j = 0; j < ncols; ++j) {
+    const int col = static_cast<int>(j);
+    const int64_t first = n;
+    bool repeats = false;
+    int prev = -1;
+    for (int64_t e = cols.begin[j]; e < cols.end[j]; ++e) {
+      const double v = val[e];
+      const int r = idx[e];
+      if (static_cast<unsigned>(r) >= static_cast<unsigned>(nrows) || !(std::fabs(v) < kInf))
+        return checkSegmentEntries(c, cols, nrows, idxarg, valarg, "row");  // names the entry
+      if (v == 0.0) continue;
+      if (last[r] == col) {
+        // Summed into the column's earlier entry (in the order given, as the row-wise merge
+        // does); rare, so the column is searched for it.
+        int64_t at = first;
+        while (orow[at] != r) ++at;
+        oval[at] += v;
+        repeats = true;
+        continue;
+      }
+      last[r] = col;
+      ascending &= r > prev;
+      prev = r;
+      orow[n] = r;
+      oval[n] = v;
+      ++n;
+    }
+    if (repeats) {
+      // Repeats that cancelled leave zeros: close them up.
+      int64_t w = first;
+      for (int64_t p = first; p < n; ++p) {
+        if (oval[p] == 0.0) continue;
+        orow[w] = orow[p];
+        oval[w] = oval[p];
+        ++w;
+      }
+      n = w;
+    }
+    out.start[j + 1] = n;
+  }
+  out.row.resize(static_cast<size_t>(n));
+  out.val.resize(static_cast<size_t>(n));
+  rows_ascending = ascending;
+  return true;
 }
 
 void appendRows(RowMatrix &A, const Segments &rows, int ncols) {

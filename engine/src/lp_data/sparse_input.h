@@ -1,6 +1,7 @@
 // Sparse input of the C API as segments (rows or columns) of caller arrays, its validation,
-// and the matrix operations that merge validated input into the row-wise store: repeated
-// indices within a segment are summed and zeros (given or summed) are dropped.
+// and the matrix operations that turn validated input into the store's row-wise or
+// column-wise form: repeated indices within a segment are summed and zeros (given or summed)
+// are dropped.
 #pragma once
 
 #include <cstddef>
@@ -49,6 +50,13 @@ void freshArray(std::vector<T> &v, size_t n) {
 
 // Row-wise matrix of nrows rows from column segments (one per column, in column order).
 RowMatrix rowsFromColumns(const Segments &cols, int nrows);
+RowMatrix rowsFromColumns(const ColMatrix &cols, int nrows);
+
+// Checks column segments as checkSegmentEntries does (row indices below nrows, finite values)
+// and copies them into a column-wise matrix, repeats summed and zeros dropped, in one pass.
+// rows_ascending tells whether every column's rows ascend.
+bool columnsFromSegments(Check &c, const Segments &cols, int nrows, const char *idxarg,
+                         const char *valarg, ColMatrix &out, bool &rows_ascending);
 
 // Appends one row per segment to A; column indices are already valid for ncols columns.
 void appendRows(RowMatrix &A, const Segments &rows, int ncols);

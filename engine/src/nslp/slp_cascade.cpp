@@ -30,7 +30,8 @@ const SlpColumn &columnOf(const SlpData &d, int j) {
 // formulas. byRow: the problem's coefficients grouped by row.
 void rowColumns(const Model &m, const std::map<int, std::vector<const SlpCoefficient *>> &byRow,
                 int row, std::set<int> &out) {
-  for (int64_t e = m.A.start[row]; e < m.A.start[row + 1]; ++e) out.insert(m.A.col[e]);
+  const RowMatrix &mA = m.A.rows();
+  for (int64_t e = mA.start[row]; e < mA.start[row + 1]; ++e) out.insert(mA.col[e]);
   if (auto q = m.qrows.find(row); q != m.qrows.end())
     for (const auto &[ij, v] : q->second)
       if (v != 0.0) out.insert({ij.first, ij.second});
@@ -72,9 +73,10 @@ bool rowAndPartial(const SlpModel &M, int i, int j, const std::vector<double> &x
   }
   const Model &m = M.model();
   v = dv = 0.0;
-  for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) {
-    v += m.A.val[e] * x[m.A.col[e]];
-    if (m.A.col[e] == j) dv = m.A.val[e];
+  const RowMatrix &mA = m.A.rows();
+  for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) {
+    v += mA.val[e] * x[mA.col[e]];
+    if (mA.col[e] == j) dv = mA.val[e];
   }
   return std::isfinite(v);
 }

@@ -55,10 +55,11 @@ SlpOutcome runCuttingPlanes(const SlpModel &M, const SlpSettings &S, const nvrl_
     // agree, and give the cuts rows of their own.
     rlo.push_back(M.nonlinearIndex(i) >= 0 ? -INFINITY : M.rowLo(i));
     rup.push_back(M.nonlinearIndex(i) >= 0 ? INFINITY : M.rowUp(i));
+    const RowMatrix &mA = m.A.rows();
     if (M.nonlinearIndex(i) < 0)
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) {
-        idx.push_back(m.A.col[e]);
-        val.push_back(m.A.val[e]);
+      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) {
+        idx.push_back(mA.col[e]);
+        val.push_back(mA.val[e]);
       }
     start.push_back(static_cast<HighsInt>(idx.size()));
   }

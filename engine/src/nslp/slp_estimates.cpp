@@ -69,8 +69,9 @@ bool derivativeAt(nslp_problem_s *s, int col, int row, const std::vector<double>
   const int k = model->nonlinearIndex(row);
   out = 0.0;
   if (k < 0) {
-    for (int64_t e = m.A.start[row]; e < m.A.start[row + 1]; ++e)
-      if (m.A.col[e] == col) out += m.A.val[e];
+    const RowMatrix &mA = m.A.rows();
+    for (int64_t e = mA.start[row]; e < mA.start[row + 1]; ++e)
+      if (mA.col[e] == col) out += mA.val[e];
     return true;
   }
   std::vector<double> grad;

@@ -185,8 +185,9 @@ NVRL_API int NSLPvalidatekkt(NSLPprob slp, int mode, int respectbasis, int updat
     rowBounds(m, i, rlo[i], rup[i]);
     const int k = M.nonlinearIndex(i);
     if (k < 0) {
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e)
-        J[i].push_back({m.A.col[e], m.A.val[e]});
+      const RowMatrix &mA = m.A.rows();
+      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e)
+        J[i].push_back({mA.col[e], mA.val[e]});
       continue;
     }
     double v;

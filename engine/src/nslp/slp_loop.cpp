@@ -58,9 +58,10 @@ bool projectOntoLinearRows(const SlpModel &M, bool integers, std::vector<double>
     if (M.nonlinearIndex(i) >= 0) continue;
     rlo.push_back(M.rowLo(i));
     rup.push_back(M.rowUp(i));
-    for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) {
-      idx.push_back(m.A.col[e]);
-      val.push_back(m.A.val[e]);
+    const RowMatrix &mA = m.A.rows();
+    for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) {
+      idx.push_back(mA.col[e]);
+      val.push_back(mA.val[e]);
     }
     start.push_back(static_cast<HighsInt>(idx.size()));
   }
@@ -456,7 +457,8 @@ double Loop::stationarity(const std::vector<double> &y) {
     if (yi == 0.0) continue;
     const int k = M.nonlinearIndex(i);
     if (k < 0) {
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) r[m.A.col[e]] -= yi * m.A.val[e];
+      const RowMatrix &mA = m.A.rows();
+      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) r[mA.col[e]] -= yi * mA.val[e];
       continue;
     }
     double v;
@@ -485,12 +487,13 @@ void Loop::balanceLinearColumns() {
   const Model &m = M.model();
   std::vector<int> rowsOf(n, 0), onlyRow(n, -1);
   std::vector<double> coefIn(n, 0.0);
+  const RowMatrix &mA = m.A.rows();
   for (int i = 0; i < M.rows(); ++i)
-    for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) {
-      const int j = m.A.col[e];
+    for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) {
+      const int j = mA.col[e];
       ++rowsOf[j];
       onlyRow[j] = i;
-      coefIn[j] = m.A.val[e];
+      coefIn[j] = mA.val[e];
     }
   for (const SlpQuadTerm &t : M.objectiveHessian()) rowsOf[t.i] = rowsOf[t.j] = 0;
   std::vector<double> a;
@@ -741,7 +744,8 @@ bool Loop::leaveSaddle(double &merit) {
   }
   for (int i = 0; i < M.rows(); ++i) {
     if (M.nonlinearIndex(i) >= 0 || i >= static_cast<int>(y_.size()) || y_[i] == 0.0) continue;
-    for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) r[m.A.col[e]] -= y_[i] * m.A.val[e];
+    const RowMatrix &mA = m.A.rows();
+    for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) r[mA.col[e]] -= y_[i] * mA.val[e];
   }
   std::vector<char> curved(n, 0);
   for (int j : hcols) curved[j] = 1;
@@ -776,8 +780,9 @@ bool Loop::leaveSaddle(double &merit) {
     std::vector<double> rowA(nf, 0.0);
     const int k = M.nonlinearIndex(i);
     if (k < 0) {
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e)
-        if (pos[m.A.col[e]] >= 0) rowA[pos[m.A.col[e]]] += m.A.val[e];
+      const RowMatrix &mA = m.A.rows();
+      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e)
+        if (pos[mA.col[e]] >= 0) rowA[pos[mA.col[e]]] += mA.val[e];
     } else {
       double v;
       if (!M.rowGradient(k, x.data(), v, rg, ws, err)) return false;
@@ -904,7 +909,8 @@ SlpOutcome Loop::run() {
     for (int i = 0; i < M.rows() && !violated; ++i) {
       if (M.nonlinearIndex(i) >= 0) continue;
       double v = 0;
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) v += m.A.val[e] * x[m.A.col[e]];
+      const RowMatrix &mA = m.A.rows();
+      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) v += mA.val[e] * x[mA.col[e]];
       violated = M.violation(i, v) > S.feas_tol;
     }
     if (violated && !projectOntoLinearRows(M, S.integers, x, err)) {
@@ -1033,7 +1039,8 @@ SlpOutcome Loop::run() {
         for (size_t q = 0; q < r.cols.size(); ++q) a += lin.grad[k][q] * d[r.cols[q]];
       } else {
         a = 0;
-        for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) a += m.A.val[e] * xh[m.A.col[e]];
+        const RowMatrix &mA = m.A.rows();
+        for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) a += mA.val[e] * xh[mA.col[e]];
       }
       modelViol += weight(i) * M.violation(i, a);
     }
@@ -1222,7 +1229,8 @@ SlpOutcome Loop::run() {
       if (y == 0.0) continue;
       const int k = M.nonlinearIndex(i);
       if (k < 0) {
-        for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) dj[m.A.col[e]] -= y * m.A.val[e];
+        const RowMatrix &mA = m.A.rows();
+        for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) dj[mA.col[e]] -= y * mA.val[e];
       } else {
         double v;
         good = M.rowGradient(k, x.data(), v, rg, ws, err);

@@ -70,9 +70,10 @@ SlpModel::SlpModel(const Model &m, const SlpData &d, int sense,
     SlpNonlinearRow row;
     row.row = r;
     std::vector<int> cols;
-    for (int64_t k = m.A.start[r]; k < m.A.start[r + 1]; ++k) {
-      row.linear.push_back({m.A.col[k], m.A.val[k]});
-      cols.push_back(m.A.col[k]);
+    const RowMatrix &mA = m.A.rows();
+    for (int64_t k = mA.start[r]; k < mA.start[r + 1]; ++k) {
+      row.linear.push_back({mA.col[k], mA.val[k]});
+      cols.push_back(mA.col[k]);
     }
     auto q = m.qrows.find(r);
     if (q != m.qrows.end()) {
@@ -183,7 +184,8 @@ bool SlpModel::activities(const double *x, std::vector<double> &act, FormulaWork
       continue;
     }
     double a = 0.0;
-    for (int64_t e = m_.A.start[i]; e < m_.A.start[i + 1]; ++e) a += m_.A.val[e] * x[m_.A.col[e]];
+    const RowMatrix &mA = m_.A.rows();
+    for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) a += mA.val[e] * x[mA.col[e]];
     act[i] = a;
   }
   return true;

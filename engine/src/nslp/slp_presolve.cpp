@@ -254,20 +254,21 @@ std::shared_ptr<const SlpPresolved> presolveProblem(const nslp_problem_s *s,
     if (auto obj = added.find(-1); obj != added.end())
       for (const auto &[j, v] : obj->second) pm->obj[j] += v;
     // The rows with new linear terms are rebuilt; entries that cancel are dropped.
+    const RowMatrix &mA = m.A.rows();
     RowMatrix A;
-    A.start.reserve(m.A.start.size());
-    A.col.reserve(m.A.col.size());
-    A.val.reserve(m.A.val.size());
+    A.start.reserve(mA.start.size());
+    A.col.reserve(mA.col.size());
+    A.val.reserve(mA.val.size());
     for (int i = 0; i < m.rows(); ++i) {
       auto add = added.find(i);
       if (add == added.end()) {
-        for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) {
-          A.col.push_back(m.A.col[e]);
-          A.val.push_back(m.A.val[e]);
+        for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) {
+          A.col.push_back(mA.col[e]);
+          A.val.push_back(mA.val[e]);
         }
       } else {
         std::map<int, double> row = add->second;
-        for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) row[m.A.col[e]] += m.A.val[e];
+        for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) row[mA.col[e]] += mA.val[e];
         for (const auto &[j, v] : row)
           if (v != 0.0) {
             A.col.push_back(j);
@@ -276,7 +277,7 @@ std::shared_ptr<const SlpPresolved> presolveProblem(const nslp_problem_s *s,
       }
       A.start.push_back(static_cast<int64_t>(A.col.size()));
     }
-    pm->A = std::move(A);
+    pm->A.assignRows(std::move(A));
     form->model = std::move(pm);
   }
 

@@ -46,10 +46,11 @@ RowTerms::RowTerms(const nslp_problem_s *s) : m_(s->prob->model) {
 bool RowTerms::terms(int i, const double *x, std::vector<Term> &out, FormulaWorkspace &ws,
                      std::string &err) const {
   out.clear();
-  for (int64_t e = m_.A.start[i]; e < m_.A.start[i + 1]; ++e) {
+  const RowMatrix &mA = m_.A.rows();
+  for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) {
     Term t;
-    t.i = m_.A.col[e];
-    t.coef = m_.A.val[e];
+    t.i = mA.col[e];
+    t.coef = mA.val[e];
     t.value = t.coef * x[t.i];
     out.push_back(t);
   }

@@ -42,8 +42,9 @@ bool rowScaleFactors(const SlpModel &M, const std::vector<double> &x, std::vecto
       if (!M.rowGradient(k, x.data(), v, grad, ws, err)) return false;
       for (double g : grad) largest = std::max(largest, std::fabs(g));
     } else {
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e)
-        largest = std::max(largest, std::fabs(m.A.val[e]));
+      const RowMatrix &mA = m.A.rows();
+      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e)
+        largest = std::max(largest, std::fabs(mA.val[e]));
     }
     out[i] = factorFor(largest);
   }

@@ -83,9 +83,10 @@ bool SlpSubproblem::load(const SlpLinearisation &lin, std::string &err) {
     if (k < 0) {
       rlo[i] = M_.rowLo(i);
       rup[i] = M_.rowUp(i);
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) {
-        index.push_back(m.A.col[e]);
-        value.push_back(m.A.val[e]);
+      const RowMatrix &mA = m.A.rows();
+      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) {
+        index.push_back(mA.col[e]);
+        value.push_back(mA.val[e]);
       }
     } else {
       rlo[i] = lin.rowlo[k];
@@ -185,7 +186,8 @@ void SlpSubproblem::passStart(const SlpLinearisation &lin) {
     const int k = M_.nonlinearIndex(i);
     double a = 0.0;
     if (k < 0) {
-      for (int64_t e = m.A.start[i]; e < m.A.start[i + 1]; ++e) a += m.A.val[e] * col[m.A.col[e]];
+      const RowMatrix &mA = m.A.rows();
+      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e) a += mA.val[e] * col[mA.col[e]];
     } else {
       const std::vector<int> &cols = M_.nonlinearRows()[k].cols;
       for (size_t q = 0; q < cols.size(); ++q) a += lin.grad[k][q] * col[cols[q]];

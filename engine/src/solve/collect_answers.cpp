@@ -92,9 +92,10 @@ int mipStatus(int ms, bool feasible) {
 // slack = rhs - activity for every user row, from the user's own matrix.
 void computeSlacks(const Model &m, const std::vector<double> &x, std::vector<double> &slack) {
   slack.assign(m.rows(), 0.0);
+  const RowMatrix &A = m.A.rows();
   for (int i = 0; i < m.rows(); ++i) {
     double act = 0.0;
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k) act += m.A.val[k] * x[m.A.col[k]];
+    for (int64_t k = A.start[i]; k < A.start[i + 1]; ++k) act += A.val[k] * x[A.col[k]];
     slack[i] = m.rhs[i] - act;
   }
 }

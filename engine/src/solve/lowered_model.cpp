@@ -139,6 +139,7 @@ static void lowerRows(const Model &m, LowerMode mode, LoweredModel &L) {
   L.a_start.reserve(nr + 1);
   L.a_index.reserve(m.A.nnz());
   L.a_value.reserve(m.A.nnz());
+  const RowMatrix &A = m.A.rows();
   for (int i = 0; i < nr; ++i) {
     if (m.rowtype[i] == 'N') continue;
     // Indicator rows only hold conditionally: the full model rebuilds them with big-M rows,
@@ -149,9 +150,9 @@ static void lowerRows(const Model &m, LowerMode mode, LoweredModel &L) {
     L.user_row_to_highs[i] = L.rows();
     L.row_lo.push_back(lo);
     L.row_up.push_back(up);
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k) {
-      L.a_index.push_back(m.A.col[k]);
-      L.a_value.push_back(m.A.val[k]);
+    for (int64_t k = A.start[i]; k < A.start[i + 1]; ++k) {
+      L.a_index.push_back(A.col[k]);
+      L.a_value.push_back(A.val[k]);
     }
     L.a_start.push_back(static_cast<int>(L.a_index.size()));
   }
@@ -176,9 +177,10 @@ static void lowerHessian(const Model &m, LoweredModel &L) {
 void rowActivityRange(const Model &m, const LoweredModel &L, int row, double &lo, double &up) {
   lo = 0.0;
   up = 0.0;
-  for (int64_t k = m.A.start[row]; k < m.A.start[row + 1]; ++k) {
-    const int j = m.A.col[k];
-    const double a = m.A.val[k];
+  const RowMatrix &A = m.A.rows();
+  for (int64_t k = A.start[row]; k < A.start[row + 1]; ++k) {
+    const int j = A.col[k];
+    const double a = A.val[k];
     const double cl = L.col_lo[j], cu = L.col_up[j];
     lo += a > 0 ? a * cl : a * cu;
     up += a > 0 ? a * cu : a * cl;

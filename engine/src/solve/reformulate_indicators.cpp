@@ -30,7 +30,8 @@ bool reformulateIndicators(const Model &m, LoweredModel &L, std::string &err) {
     userRowBounds(m, i, lo, up);
     rowActivityRange(m, L, i, amin, amax);
     std::vector<std::pair<int, double>> row;
-    for (int64_t k = m.A.start[i]; k < m.A.start[i + 1]; ++k) row.push_back({m.A.col[k], m.A.val[k]});
+    const RowMatrix &A = m.A.rows();
+    for (int64_t k = A.start[i]; k < A.start[i + 1]; ++k) row.push_back({A.col[k], A.val[k]});
     const size_t base = row.size();
     auto unbounded = [&]() {
       err = "Indicator row " + std::to_string(i) +
