@@ -33,11 +33,16 @@ def reverse(n):
 
 
 def passes(n):
-    # Per variable 1 + 1e-16 + 1e-16 is 1.0 when summed in order, and not when the two small
-    # terms are combined first; every fifth then cancels to 0, every tenth comes back as 0.25.
+    # Per even variable 1 + 1e-16 + 1e-16 is 1.0 when summed in order, and not when the two
+    # small terms are combined first; every fifth then cancels, every tenth comes back as 0.25.
     rev = range(n - 1, -1, -1)
-    return ([(i, 1.0) for i in range(n)] + [(i, 1e-16) for i in rev] + [(i, 1e-16) for i in rev]
-            + [(i, -1.0) for i in rev if i % 5 == 0] + [(i, 0.25) for i in rev if i % 10 == 0])
+    return ([(i, 1.0) for i in rev if i % 2 == 0] + [(i, 1e-16) for i in rev]
+            + [(i, 1e-16) for i in rev] + [(i, -1.0) for i in rev if i % 5 == 0]
+            + [(i, 0.25) for i in rev if i % 10 == 0])
+
+
+def triples(n):
+    return [(i, c) for i in range(n - 1, -1, -1) for c in (1.0, 1e-16, 1e-16)]
 
 
 def shuffled(n):
@@ -74,7 +79,7 @@ def many():
     return xs, list(xs)
 
 
-@pytest.mark.parametrize("make", [reverse, passes, shuffled, both_ends])
+@pytest.mark.parametrize("make", [reverse, passes, triples, shuffled, both_ends])
 @pytest.mark.parametrize("build", [by_dot, by_sum])
 def test_out_of_order_terms(many, make, build):
     arr, xs = many
