@@ -133,3 +133,29 @@ def test_cancelled_quadratic_terms_release_their_variables():
     q = nv.Sum([x0 * x for x in reversed(xs)] + [-1.0 * x0 * x for x in reversed(xs)])
     assert sys.getrefcount(x0) == base
     assert q.extractQuadratic() == ([], [], [])
+
+
+def test_dot_over_mixed_elements_sums_in_order():
+    # Variables, linear terms and expressions in one object array: the products of each kind
+    # reach the map by different paths, which must still add them in the array's order.
+    rng = random.Random(5)
+    xs = [nv.var() for _ in range(400)]
+    elems, parts = [], []
+    for _ in range(3000):
+        i, j = rng.sample(range(len(xs)), 2)
+        kind = rng.randrange(3)
+        if kind == 0:
+            elems.append(xs[i])
+            parts.append([(i, 1.0)])
+        elif kind == 1:
+            k = rng.choice((3.0, 1e-16))
+            elems.append(k * xs[i])
+            parts.append([(i, k)])
+        else:
+            elems.append(xs[i] + 1e-16 * xs[j])
+            parts.append(sorted([(i, 1.0), (j, 1e-16)]))
+    coefs = [rng.choice((1.0, -1.0, 1e-16, 2.5)) for _ in elems]
+    arr = np.empty(len(elems), dtype=object)
+    arr[:] = elems
+    terms = [(i, c * k) for c, p in zip(coefs, parts) for i, k in p]
+    check(nv.Dot(np.array(coefs), arr), xs, sequential(terms))

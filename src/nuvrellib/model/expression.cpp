@@ -76,6 +76,14 @@ int expression_addToLinTerm(PyObject *expr, PyObject *var, double coef) {
   return 0;
 }
 
+int expression_addLinTerms(PyObject *expr, const linmap_entry *terms, Py_ssize_t n) {
+  if (n == 0) return 0;
+  expression_s *e = as_expr(expr);
+  if (ensure_lin(e) < 0 || linmap_add_terms(e->lin, terms, n) < 0)
+    return nvo_model_error("Error amending linear expression");
+  return 0;
+}
+
 int expression_setQuadTerm(PyObject *expr, PyObject *x, PyObject *y, double coef) {
   expression_s *e = as_expr(expr);
   if (var_id(y) < var_id(x)) std::swap(x, y);

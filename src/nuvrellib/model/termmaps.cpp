@@ -269,6 +269,24 @@ struct linmap_ops {
 
   static uint32_t raw_size(const linmap *m) { return m->size_; }
 
+  static int add_terms(linmap *m, const linmap_entry *terms, Py_ssize_t n) {
+    if (n <= 0) return 0;
+    if (grow(m, uint64_t(m->size_) + static_cast<uint64_t>(n)) < 0) return -1;
+    for (Py_ssize_t i = 0; i < n; ++i) {
+      const linmap_entry &t = terms[i];
+      if (t.coef == 0.0) continue;
+      // The common run: keys in increasing order, appended without further checks.
+      if (m->sorted_ == m->size_ && (m->size_ == 0 || key_of(m->data_[m->size_ - 1]) < key_of(t))) {
+        m->data_[m->size_++] = t;
+        ++m->sorted_;
+        Py_INCREF(as_obj(t.var));
+      } else if (add(m, as_obj(t.var), t.coef) < 0) {
+        return -1;
+      }
+    }
+    return 0;
+  }
+
   // src's normalised entries into the empty map m, with a reference each.
   static int copy(linmap *m, const linmap *src) {
     src->normalise();
@@ -395,6 +413,10 @@ int linmap_reserve(linmap *map, Py_ssize_t n) {
 }
 
 void linmap_scale(linmap *map, double c) { linmap_ops::scale(map, c); }
+
+int linmap_add_terms(linmap *map, const linmap_entry *terms, Py_ssize_t n) {
+  return linmap_ops::add_terms(map, terms, n);
+}
 // ===== quadmap ============================================================================
 
 quadmap *quadmap_new() { return new_term_map<quadmap>(); }
