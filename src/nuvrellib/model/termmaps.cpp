@@ -267,8 +267,6 @@ struct linmap_ops {
     if (pos < m->size_ && key_of(m->data_[pos]) == key) erase(m, pos);
   }
 
-  static uint32_t raw_size(const linmap *m) { return m->size_; }
-
   static int add_terms(linmap *m, const linmap_entry *terms, Py_ssize_t n) {
     if (n <= 0) return 0;
     if (grow(m, uint64_t(m->size_) + static_cast<uint64_t>(n)) < 0) return -1;
@@ -405,11 +403,6 @@ int linmap_add(linmap *map, PyObject *var, double coef) {
 int linmap_del(linmap *map, PyObject *var) {
   linmap_ops::del(map, var);
   return 0;
-}
-
-int linmap_reserve(linmap *map, Py_ssize_t n) {
-  if (n <= 0) return 0;
-  return linmap_ops::grow(map, uint64_t(linmap_ops::raw_size(map)) + static_cast<uint64_t>(n));
 }
 
 void linmap_scale(linmap *map, double c) { linmap_ops::scale(map, c); }

@@ -141,8 +141,6 @@ int linmap_set(linmap *map, PyObject *var, double coef);
 // Accumulates; a zero coef does nothing, and a sum of exactly 0 erases the entry.
 int linmap_add(linmap *map, PyObject *var, double coef);
 int linmap_del(linmap *map, PyObject *var);
-// Room for n more entries, for a caller about to add about that many.
-int linmap_reserve(linmap *map, Py_ssize_t n);
 // linmap_add for each of the n terms in order (their variables borrowed; the map takes its own
 // references), with room made for all of them at once.
 int linmap_add_terms(linmap *map, const linmap_entry *terms, Py_ssize_t n);
