@@ -53,22 +53,24 @@ struct linmap_entry {
   double coef;
 };
 
-// A linmap is one contiguous array of entries: array models build and drop maps by the
-// million, and a flat array costs one block per map (none beyond the map itself for up to two
-// terms) where a tree costs one per term.
+// A linmap is one contiguous array of entries (from PyMem_Malloc): array models build and drop
+// maps by the million, and a flat array costs one block per map (none beyond the map itself
+// for up to two terms) where a tree costs one per term.
 //
 // The array is a sorted prefix, then a tail. Terms arriving in increasing order of identifier
-// (the common case: variables are created in order) are appended to the prefix; a term for a
-// key already in the prefix is accumulated there (a sum of exactly 0 leaves a zero "hole"
-// unless it is near the end, where it is removed at once). Other new keys go straight into the
-// prefix while that moves few entries, else to the tail in arrival order, which is
-// stable-sorted and merged into the prefix, combining each key's prefix value and tail terms
-// in arrival order, when it outgrows half the prefix or when the map is read: out-of-order
-// building stays O(n log n) and every coefficient is the same sequential sum as if each term
-// had been added on its own. Until then a tail entry holds its own reference to its variable.
+// (the common case: variables are created in order) are appended to the prefix. While there is
+// no tail, a term for a key already in the prefix is accumulated there (a sum of exactly 0
+// leaves a zero "hole" unless it is near the end, where it is removed at once), and a new key
+// is moved into place when few entries move, else it starts the tail. Once there is a tail
+// every term joins it in arrival order; it is stable-sorted and merged into the prefix,
+// combining each key's prefix value and tail terms in arrival order, when it outgrows half the
+// prefix or when the map is read. So out-of-order building stays O(n log n), and every
+// coefficient is the same sequential sum as if each term had been added on its own. Until the
+// merge a tail entry holds its own reference to its variable.
 //
 // Every read (begin, end, size, empty) first brings the map to that normalised form, so no
-// reader sees holes or a tail; the work is done once and a normalised map reads for free.
+// reader sees holes or a tail; the work is done once and a normalised map reads for free. Such
+// a read may release variables whose terms cancelled.
 //
 // A linear part copied from one expression to another (a comparison's body, x + 0) is shared
 // until either of them amends it (copy on write): `sharers` counts the owners beyond the first.
