@@ -77,9 +77,12 @@ int expression_addToLinTerm(PyObject *expr, PyObject *var, double coef) {
 }
 
 int expression_addLinTerms(PyObject *expr, const linmap_entry *terms, Py_ssize_t n) {
-  if (n == 0) return 0;
+  // As for single terms, zero coefficients alone leave an expression without a linear part.
+  Py_ssize_t first = 0;
+  while (first < n && terms[first].coef == 0.0) ++first;
+  if (first == n) return 0;
   expression_s *e = as_expr(expr);
-  if (ensure_lin(e) < 0 || linmap_add_terms(e->lin, terms, n) < 0)
+  if (ensure_lin(e) < 0 || linmap_add_terms(e->lin, terms + first, n - first) < 0)
     return nvo_model_error("Error amending linear expression");
   return 0;
 }
