@@ -107,9 +107,12 @@ inline bool fast_element(PyObject *a, PyObject *b, const char *i0, const char *i
     if (xa == xb) {
       *r = linterm_fill(xa, ca + cb);
     } else {
+      // Both terms in one call: the map is made once, and two terms fit in it without a block
+      // of their own.
+      const linmap_entry terms[2] = {{reinterpret_cast<const var_s *>(xa), ca},
+                                     {reinterpret_cast<const var_s *>(xb), cb}};
       PyRef e(expression_base());
-      if (!e || expression_addToLinTerm(e.get(), xa, ca) < 0 ||
-          expression_addToLinTerm(e.get(), xb, cb) < 0) {
+      if (!e || expression_addLinTerms(e.get(), terms, 2) < 0) {
         *r = nvo_model_error(ta == tb ? "Error creating expression as sum of two linear terms"
                                       : "Error creating expression as sum of linear term and "
                                         "variable");

@@ -3,6 +3,7 @@
 // expression and variable-times-variable products into its quadratic map, so no temporary
 // object is made per product.
 #include <cstdint>
+#include <new>
 #include <vector>
 
 #include "arrays/arrays.h"
@@ -24,10 +25,15 @@ constexpr const char kWrongOut[] =
 constexpr const char kNoResult[] = "Could not initialize result of dot product";
 
 // One result element: an expression for the linear and quadratic parts and, only when a
-// nonlinear factor turns up, a node sum beside it.
+// nonlinear factor turns up, a node sum beside it. Number-times-variable products are
+// collected in a buffer reused across elements and go into the linear map together (one
+// allocation per map); anything else first flushes them, so that every coefficient is summed
+// in the order of the products. The buffer borrows the variables from the operand arrays, and
+// is flushed before anything that could run Python code.
 class dot_sum {
  public:
   int start() {
+    terms_.clear();
     expr_ = PyRef(expression_base());
     nl_.reset();
     return expr_ ? 0 : -1;
@@ -37,7 +43,12 @@ class dot_sum {
   int add_scaled(PyObject *obj, double c) {
     if (c == 0.0) return 0;
     // Plain variables are the common operand of A @ x: no classification needed.
-    if (Py_TYPE(obj) == &var_type) return expression_addToLinTerm(expr_.get(), obj, c);
+    if (Py_TYPE(obj) == &var_type) return collect(obj, c);
+    if (Py_TYPE(obj) == &linterm_type) {
+      auto *t = reinterpret_cast<linterm_s *>(obj);
+      return collect(t->var, c * t->coef);
+    }
+    if (flush() < 0) return -1;
     const int kind = getExprType(obj);
     if (kind < 0) return -1;
     if (kind == NVO_KIND_VAR) return expression_addToLinTerm(expr_.get(), obj, c);
@@ -49,6 +60,7 @@ class dot_sum {
   int add_product(PyObject *a, PyObject *b) {
     if (nvo_is_number(a)) return add_scaled(b, nvo_number_value(a));
     if (nvo_is_number(b)) return add_scaled(a, nvo_number_value(b));
+    if (flush() < 0) return -1;
     if (var_check(a) && var_check(b)) return expression_addToQuadTerm(expr_.get(), a, b, 1.0);
     PyRef p(general_mul(a, b));
     if (!p) return -1;
@@ -57,6 +69,7 @@ class dot_sum {
 
   // The element's value; the sum is left empty for the next start().
   PyObject *finish() {
+    if (flush() < 0) return nullptr;
     if (!nl_) return expr_.release_obj();
     auto *e = reinterpret_cast<expression_s *>(expr_.get());
     if (e->constant == 0.0 && expression_is_const(expr_.get())) return nl_.release_obj();
@@ -67,6 +80,23 @@ class dot_sum {
   }
 
  private:
+  int collect(PyObject *var, double c) {
+    try {
+      terms_.push_back({reinterpret_cast<const var_s *>(var), c});
+    } catch (const std::bad_alloc &) {
+      PyErr_NoMemory();
+      return -1;
+    }
+    return 0;
+  }
+
+  int flush() {
+    if (terms_.empty()) return 0;
+    int rc = expression_addLinTerms(expr_.get(), terms_.data(), static_cast<Py_ssize_t>(terms_.size()));
+    terms_.clear();
+    return rc;
+  }
+
   int add_node(PyObject *node, double c) {
     PyObject *r = nonlin_incremental_alg_sum(nl_ ? nl_.get() : Py_None, node, c);
     if (r == nullptr) return -1;
@@ -75,6 +105,7 @@ class dot_sum {
   }
 
   PyRef<> expr_, nl_;
+  std::vector<linmap_entry> terms_;
 };
 
 enum operand_kind { OPERAND_DOUBLE, OPERAND_OBJECT };

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
-#include <vector>
 
 #include "model/dispatch.h"
 #include "model/linterm.h"
@@ -73,6 +72,17 @@ int expression_addToLinTerm(PyObject *expr, PyObject *var, double coef) {
   if (coef == 0.0) return 0;
   expression_s *e = as_expr(expr);
   if (ensure_lin(e) < 0 || linmap_add(e->lin, var, coef) < 0)
+    return nvo_model_error("Error amending linear expression");
+  return 0;
+}
+
+int expression_addLinTerms(PyObject *expr, const linmap_entry *terms, Py_ssize_t n) {
+  // As for single terms, zero coefficients alone leave an expression without a linear part.
+  Py_ssize_t first = 0;
+  while (first < n && terms[first].coef == 0.0) ++first;
+  if (first == n) return 0;
+  expression_s *e = as_expr(expr);
+  if (ensure_lin(e) < 0 || linmap_add_terms(e->lin, terms + first, n - first) < 0)
     return nvo_model_error("Error amending linear expression");
   return 0;
 }
@@ -456,26 +466,9 @@ static int scale_in_place(expression_s *e, double c) {
   e->constant *= c;
   if (e->lin != nullptr) {
     if (linmap_own(&e->lin) < 0) return nvo_model_error("Could not modify linear part in multiplication");
-    std::vector<const var_s *> vanished;
-    for (auto &[v, coef] : *e->lin) {
-      coef *= c;
-      if (coef == 0.0) vanished.push_back(v);
-    }
-    for (const var_s *v : vanished)
-      if (linmap_del(e->lin, as_obj(v)) < 0)
-        return nvo_model_error("Could not modify linear part in multiplication");
+    linmap_scale(e->lin, c);
   }
-  if (e->quad != nullptr) {
-    std::vector<std::pair<const var_s *, const var_s *>> vanished;
-    for (auto &[v1, inner] : *e->quad)
-      for (auto &[v2, coef] : *inner) {
-        coef *= c;
-        if (coef == 0.0) vanished.emplace_back(v1, v2);
-      }
-    for (const auto &[v1, v2] : vanished)
-      if (quadmap_del(e->quad, as_obj(v1), as_obj(v2)) < 0)
-        return nvo_model_error("Could not modify quadratic part in multiplication");
-  }
+  if (e->quad != nullptr) quadmap_scale(e->quad, c);
   return 0;
 }
 

@@ -28,6 +28,8 @@ PyObject *expression_base();
 // Amending an expression in place: 0, or -1 with ModelError set.
 int expression_setLinTerm(PyObject *expr, PyObject *var, double coef);
 int expression_addToLinTerm(PyObject *expr, PyObject *var, double coef);
+// expression_addToLinTerm for each of n terms in order (variables borrowed).
+int expression_addLinTerms(PyObject *expr, const linmap_entry *terms, Py_ssize_t n);
 // Both accumulate into the pair ordered by identifier.
 int expression_setQuadTerm(PyObject *expr, PyObject *x, PyObject *y, double coef);
 int expression_addToQuadTerm(PyObject *expr, PyObject *x, PyObject *y, double coef);

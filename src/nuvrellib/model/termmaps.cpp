@@ -1,10 +1,12 @@
-// The ordered containers of the modelling layer on std::map / std::set.
-// Every tree operation that allocates is wrapped so that an allocation failure becomes -1 with
-// a MemoryError instead of a C++ exception crossing the interpreter.
+// The ordered containers of the modelling layer: linmap on its own flat array, the others on
+// std::map / std::set. Every operation that allocates is wrapped so that an allocation failure
+// becomes -1 with a MemoryError instead of a C++ exception crossing the interpreter.
 #include "model/termmaps.h"
 
-#include <memory>
+#include <algorithm>
+#include <cstring>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -111,6 +113,241 @@ int store(Map *map, typename Map::key_type key, typename Map::mapped_type value)
 
 // ===== linmap =============================================================================
 
+namespace {
+
+// Owners of maps under construction, so that every early exit frees them with what they hold.
+struct linmap_deleter {
+  void operator()(linmap *m) const { linmap_free(&m); }
+};
+struct quadmap_deleter {
+  void operator()(quadmap *m) const { quadmap_free(&m); }
+};
+using owned_linmap = std::unique_ptr<linmap, linmap_deleter>;
+using owned_quadmap = std::unique_ptr<quadmap, quadmap_deleter>;
+
+// Moves of up to this many entries are cheap enough to keep an inserted or erased key in place
+// in the prefix; beyond it a new key goes to the tail and an erased one leaves a hole.
+constexpr uint32_t kShortMove = 64;
+
+inline uint64_t key_of(const linmap_entry &e) { return e.var->rec & VAR_ID_MASK; }
+inline uint64_t key_of(PyObject *var) { return var_id(var); }
+
+struct less_key {
+  bool operator()(const linmap_entry &a, const linmap_entry &b) const {
+    return key_of(a) < key_of(b);
+  }
+};
+
+}  // namespace
+
+// The operations on a linmap's storage (the class keeps its fields private to these).
+struct linmap_ops {
+  static int grow(linmap *m, uint64_t need) {
+    if (need <= m->capacity_) return 0;
+    uint64_t cap = std::max<uint64_t>(need, 2 * static_cast<uint64_t>(m->capacity_));
+    if (cap > UINT32_MAX) return no_memory();
+    void *p;
+    if (m->data_ == m->inline_) {
+      p = PyMem_Malloc(cap * sizeof(linmap_entry));
+      if (p != nullptr) std::memcpy(p, m->data_, m->size_ * sizeof(linmap_entry));
+    } else {
+      p = PyMem_Realloc(m->data_, cap * sizeof(linmap_entry));
+    }
+    if (p == nullptr) return no_memory();
+    m->data_ = static_cast<linmap_entry *>(p);
+    m->capacity_ = static_cast<uint32_t>(cap);
+    return 0;
+  }
+
+  // Position of key in the prefix, or of the first greater key.
+  static uint32_t lower_bound(const linmap *m, uint64_t key) {
+    uint32_t lo = 0, hi = m->sorted_;
+    while (lo < hi) {
+      uint32_t mid = lo + (hi - lo) / 2;
+      if (key_of(m->data_[mid]) < key) lo = mid + 1;
+      else hi = mid;
+    }
+    return lo;
+  }
+
+  // Appends to the prefix (the key is greater than every key) or to the tail; the variable
+  // gets the entry's reference.
+  static int append(linmap *m, PyObject *var, double coef) {
+    if (m->size_ == m->capacity_ && grow(m, uint64_t(m->size_) + 1) < 0) return -1;
+    const bool to_prefix = m->sorted_ == m->size_;
+    m->data_[m->size_++] = {as_var(var), coef};
+    if (to_prefix) ++m->sorted_;
+    Py_INCREF(var);
+    if (!to_prefix) {
+      const uint32_t tail = m->size_ - m->sorted_;
+      if (tail > kShortMove && tail > m->sorted_ / 2) m->merge();
+    }
+    return 0;
+  }
+
+  // A new key at position pos of a prefix without a tail: moved into place while few entries
+  // move, else queued in the tail.
+  static int insert(linmap *m, uint32_t pos, PyObject *var, double coef) {
+    if (m->size_ - pos > kShortMove) return append_to_tail(m, var, coef);
+    if (m->size_ == m->capacity_ && grow(m, uint64_t(m->size_) + 1) < 0) return -1;
+    std::memmove(m->data_ + pos + 1, m->data_ + pos, (m->size_ - pos) * sizeof(linmap_entry));
+    m->data_[pos] = {as_var(var), coef};
+    ++m->size_;
+    ++m->sorted_;
+    Py_INCREF(var);
+    return 0;
+  }
+
+  static int append_to_tail(linmap *m, PyObject *var, double coef) {
+    // append() fills the prefix while there is no tail: make the tail start here.
+    if (m->size_ == m->capacity_ && grow(m, uint64_t(m->size_) + 1) < 0) return -1;
+    m->data_[m->size_++] = {as_var(var), coef};
+    Py_INCREF(var);
+    return 0;
+  }
+
+  // The prefix entry at pos (no tail) has become zero: removed, or left as a hole when that
+  // would move many entries. The last entry is never a hole, so a prefix of holes only is
+  // empty: trailing holes go with it.
+  static void erase(linmap *m, uint32_t pos) {
+    if (pos + 1 < m->size_ && m->size_ - pos - 1 > kShortMove) {
+      m->data_[pos].coef = 0.0;
+      ++m->holes_;
+      return;
+    }
+    const var_s *v = m->data_[pos].var;
+    std::memmove(m->data_ + pos, m->data_ + pos + 1, (m->size_ - pos - 1) * sizeof(linmap_entry));
+    --m->size_;
+    --m->sorted_;
+    // Holes before it that are now last are dropped too; their releases wait until the map is
+    // consistent.
+    uint32_t first_dropped = m->size_;
+    while (first_dropped > 0 && m->holes_ > 0 && m->data_[first_dropped - 1].coef == 0.0) {
+      --first_dropped;
+      --m->holes_;
+    }
+    const uint32_t end = m->size_;
+    m->size_ = m->sorted_ = first_dropped;
+    release_var(v);
+    for (uint32_t i = first_dropped; i < end; ++i) release_var(m->data_[i].var);
+  }
+
+  static int add(linmap *m, PyObject *var, double coef) {
+    const uint64_t key = key_of(var);
+    if (m->sorted_ != m->size_) return append(m, var, coef);  // a tail keeps arrival order
+    if (m->size_ == 0 || key_of(m->data_[m->size_ - 1]) < key) return append(m, var, coef);
+    uint32_t pos = key_of(m->data_[m->size_ - 1]) == key ? m->size_ - 1 : lower_bound(m, key);
+    if (pos < m->size_ && key_of(m->data_[pos]) == key) {
+      double &c = m->data_[pos].coef;
+      if (c == 0.0) --m->holes_;  // a hole takes the term as a new entry would
+      c += coef;
+      if (c == 0.0) erase(m, pos);
+      return 0;
+    }
+    return insert(m, pos, var, coef);
+  }
+
+  static int set(linmap *m, PyObject *var, double coef) {
+    m->normalise();
+    const uint64_t key = key_of(var);
+    uint32_t pos = lower_bound(m, key);
+    if (pos < m->size_ && key_of(m->data_[pos]) == key) {
+      if (coef != 0.0) m->data_[pos].coef = coef;
+      else erase(m, pos);
+      return 0;
+    }
+    if (coef == 0.0) return 0;
+    return pos == m->size_ ? append(m, var, coef) : insert(m, pos, var, coef);
+  }
+
+  static void del(linmap *m, PyObject *var) {
+    m->normalise();
+    const uint64_t key = key_of(var);
+    uint32_t pos = lower_bound(m, key);
+    if (pos < m->size_ && key_of(m->data_[pos]) == key) erase(m, pos);
+  }
+
+  static int add_terms(linmap *m, const linmap_entry *terms, Py_ssize_t n) {
+    if (n <= 0) return 0;
+    if (grow(m, uint64_t(m->size_) + static_cast<uint64_t>(n)) < 0) return -1;
+    for (Py_ssize_t i = 0; i < n; ++i) {
+      const linmap_entry &t = terms[i];
+      if (t.coef == 0.0) continue;
+      // The common run: keys in increasing order, appended without further checks.
+      if (m->sorted_ == m->size_ && (m->size_ == 0 || key_of(m->data_[m->size_ - 1]) < key_of(t))) {
+        m->data_[m->size_++] = t;
+        ++m->sorted_;
+        Py_INCREF(as_obj(t.var));
+      } else if (add(m, as_obj(t.var), t.coef) < 0) {
+        return -1;
+      }
+    }
+    return 0;
+  }
+
+  // src's normalised entries into the empty map m, with a reference each.
+  static int copy(linmap *m, const linmap *src) {
+    src->normalise();
+    if (grow(m, src->size_) < 0) return -1;
+    std::memcpy(m->data_, src->data_, src->size_ * sizeof(linmap_entry));
+    m->size_ = m->sorted_ = src->size_;
+    for (uint32_t i = 0; i < m->size_; ++i) Py_INCREF(as_obj(m->data_[i].var));
+    return 0;
+  }
+
+  // Raw storage, tail and holes included: each entry holds one reference.
+  static void release_all(linmap *m) {
+    for (uint32_t i = 0; i < m->size_; ++i) release_var(m->data_[i].var);
+  }
+
+  // Underflows to zero become holes, or drop off the end, as erased entries do.
+  static void scale(linmap *m, double c) {
+    m->normalise();
+    for (uint32_t i = 0; i < m->size_; ++i)
+      if ((m->data_[i].coef *= c) == 0.0) ++m->holes_;
+    if (m->holes_ != 0) m->merge();
+  }
+
+  // The map has no tail, or its tail is at least as long as the live part of its prefix: only
+  // then can its terms all cancel (each tail entry cancels at most one prefix key).
+  static bool may_be_empty(const linmap *m) {
+    return m->size_ - m->sorted_ >= m->sorted_ - m->holes_;
+  }
+};
+
+// Stable sort of the tail and merge into the prefix (prefix entries first among equal keys),
+// then one pass that sums each key's run in order into its first entry and marks the other
+// entries of the run as dropped (zero), then a compaction that keeps the non-zero entries in
+// order and moves the dropped ones behind them, so that their references are released once the
+// map is consistent. The standard sort and merge fall back to in-place forms without memory.
+void linmap::merge() {
+  linmap_entry *b = data_, *e = data_ + size_;
+  if (sorted_ != size_) {
+    std::stable_sort(b + sorted_, e, less_key());
+    std::inplace_merge(b, b + sorted_, e, less_key());
+    for (linmap_entry *run = b; run != e;) {
+      linmap_entry *next = run + 1;
+      const uint64_t key = key_of(*run);
+      for (; next != e && key_of(*next) == key; ++next) {
+        run->coef += next->coef;
+        next->coef = 0.0;
+      }
+      run = next;
+    }
+  }
+  uint32_t kept = 0;
+  for (uint32_t i = 0; i < size_; ++i)
+    if (data_[i].coef != 0.0) std::swap(data_[kept++], data_[i]);
+  const uint32_t end = size_;
+  size_ = sorted_ = kept;
+  holes_ = 0;
+  for (uint32_t i = kept; i < end; ++i) release_var(data_[i].var);
+}
+
+linmap::~linmap() {
+  if (data_ != inline_) PyMem_Free(data_);
+}
+
 linmap *linmap_new() { return new_term_map<linmap>(); }
 
 int linmap_copy(linmap **dst, const linmap *src) {
@@ -118,10 +355,9 @@ int linmap_copy(linmap **dst, const linmap *src) {
     *dst = nullptr;
     return 0;
   }
-  auto *m = new_term_map<linmap>(*src);
-  if (m == nullptr) return -1;
-  for (const auto &[v, c] : *m) Py_INCREF(as_obj(v));
-  *dst = m;
+  owned_linmap m(linmap_new());
+  if (!m || linmap_ops::copy(m.get(), src) < 0) return -1;
+  *dst = m.release();
   return 0;
 }
 
@@ -133,7 +369,7 @@ void linmap_free(linmap **map) {
     --m->sharers;
     return;
   }
-  for (const auto &[v, c] : *m) release_var(v);
+  linmap_ops::release_all(m);
   delete_term_map(m);
 }
 
@@ -156,83 +392,25 @@ int linmap_own(linmap **map) {
 Py_ssize_t linmap_size(const linmap *map) { return size_of(map); }
 
 int linmap_set(linmap *map, PyObject *var, double coef) {
-  auto it = map->find(as_var(var));
-  if (it != map->end()) {
-    if (coef != 0.0) {
-      it->second = coef;
-    } else {
-      const var_s *v = it->first;
-      map->erase(it);
-      release_var(v);
-    }
-    return 0;
-  }
-  if (coef == 0.0) return 0;
-  try {
-    map->emplace(as_var(var), coef);
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
-  Py_INCREF(var);
-  return 0;
+  return linmap_ops::set(map, var, coef);
 }
 
 int linmap_add(linmap *map, PyObject *var, double coef) {
   if (coef == 0.0) return 0;
-  // Sums mostly run over variables in creation order: a key beyond the last one goes in at
-  // the end without a search down the tree.
-  if (map->empty() || less_variable(std::prev(map->end())->first, as_var(var))) {
-    try {
-      map->emplace_hint(map->end(), as_var(var), coef);
-    } catch (const std::bad_alloc &) {
-      return no_memory();
-    }
-    Py_INCREF(var);
-    return 0;
-  }
-  auto it = map->lower_bound(as_var(var));
-  if (it != map->end() && it->first == as_var(var)) {
-    it->second += coef;
-    if (it->second == 0.0) {
-      const var_s *v = it->first;
-      map->erase(it);
-      release_var(v);
-    }
-    return 0;
-  }
-  try {
-    map->emplace_hint(it, as_var(var), coef);
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
-  Py_INCREF(var);
-  return 0;
+  return linmap_ops::add(map, var, coef);
 }
 
 int linmap_del(linmap *map, PyObject *var) {
-  auto it = map->find(as_var(var));
-  if (it == map->end()) return 0;
-  const var_s *v = it->first;
-  map->erase(it);
-  release_var(v);
+  linmap_ops::del(map, var);
   return 0;
 }
 
+void linmap_scale(linmap *map, double c) { linmap_ops::scale(map, c); }
+
+int linmap_add_terms(linmap *map, const linmap_entry *terms, Py_ssize_t n) {
+  return linmap_ops::add_terms(map, terms, n);
+}
 // ===== quadmap ============================================================================
-
-namespace {
-
-// Owners of maps under construction, so that every early exit frees them with what they hold.
-struct linmap_deleter {
-  void operator()(linmap *m) const { linmap_free(&m); }
-};
-struct quadmap_deleter {
-  void operator()(quadmap *m) const { quadmap_free(&m); }
-};
-using owned_linmap = std::unique_ptr<linmap, linmap_deleter>;
-using owned_quadmap = std::unique_ptr<quadmap, quadmap_deleter>;
-
-}  // namespace
 
 quadmap *quadmap_new() { return new_term_map<quadmap>(); }
 
@@ -283,7 +461,8 @@ int quadmap_add(quadmap *map, PyObject *var1, PyObject *var2, double coef) {
   if (it != map->end() && it->first == as_var(var1)) {
     linmap *inner = it->second;
     if (linmap_add(inner, var2, coef) < 0) return -1;
-    if (inner->empty()) {
+    // Reading emptiness merges a tail: only asked when the terms may all have cancelled.
+    if (linmap_ops::may_be_empty(inner) && inner->empty()) {
       const var_s *v = it->first;
       map->erase(it);
       linmap_free(&inner);
@@ -315,6 +494,21 @@ int quadmap_del(quadmap *map, PyObject *var1, PyObject *var2) {
     release_var(v);
   }
   return 0;
+}
+
+void quadmap_scale(quadmap *map, double c) {
+  for (auto it = map->begin(); it != map->end();) {
+    linmap *inner = it->second;
+    linmap_scale(inner, c);
+    if (!inner->empty()) {
+      ++it;
+      continue;
+    }
+    const var_s *v = it->first;
+    it = map->erase(it);
+    linmap_free(&inner);
+    release_var(v);
+  }
 }
 
 // ===== indexset ===========================================================================

@@ -53,8 +53,8 @@ int linear_in_one_variable(PyObject *value, double *c, double *d, PyObject **x) 
       *d = e->constant;
       if (e->lin == nullptr || e->lin->empty()) return 0;
       if (e->lin->size() == 1) {
-        *x = reinterpret_cast<PyObject *>(const_cast<var_s *>(e->lin->begin()->first));
-        *c = e->lin->begin()->second;
+        *x = reinterpret_cast<PyObject *>(const_cast<var_s *>(e->lin->begin()->var));
+        *c = e->lin->begin()->coef;
         return 0;
       }
       PyErr_Format(nvpy_model_exc,

@@ -106,8 +106,8 @@ int condition_variable(PyObject *body, PyObject **var, double *coef) {
         "Invalid condition for indicator constraints: it cannot contain a quadratic "
         "expression");
   const auto &entry = *e->lin->begin();
-  *var = reinterpret_cast<PyObject *>(const_cast<var_s *>(entry.first));
-  *coef = entry.second;
+  *var = reinterpret_cast<PyObject *>(const_cast<var_s *>(entry.var));
+  *coef = entry.coef;
   return 0;
 }
 
