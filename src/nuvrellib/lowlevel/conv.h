@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "module/allocator.h"
+#include "module/pyref.h"
 #include "problem/problem.h"
 
 // Element kinds: what one element of the converted array is.
@@ -146,16 +147,17 @@ struct nvo_new_columns {
 };
 
 // Creates one var per new column (named from names when given, a sequence of n names) and
-// appends them to vars, entering each in varmap under first + its position. On failure the
-// entries made are removed again and -1 is returned with an exception set.
-int addColsAsVariables(problem_s *p, PyObject *vars, rowcolmap *varmap, PyObject *names,
+// appends them to *vars (a null *vars becomes the list of them), entering each in varmap under
+// first + its position. On failure the entries made are removed again and -1 is returned with
+// an exception set.
+int addColsAsVariables(problem_s *p, PyRef<> *vars, rowcolmap *varmap, PyObject *names,
                        int64_t first, const nvo_new_columns &cols);
 
 // Creates n constraints (named from names when given) for rows first..first+n-1, appends them
 // to cons and enters them in conmap. rowtype, rhs and range (each n entries, any may be null)
-// give the constraints their bounds. On failure the entries made are removed and -1 is
-// returned with an exception set.
-int addRowsAsConstraints(problem_s *p, PyObject *cons, rowcolmap *conmap, PyObject *names,
+// give the constraints their bounds. A null *cons becomes the list of them. On failure the
+// entries made are removed and -1 is returned with an exception set.
+int addRowsAsConstraints(problem_s *p, PyRef<> *cons, rowcolmap *conmap, PyObject *names,
                          int64_t first, int64_t n, const char *rowtype = nullptr,
                          const double *rhs = nullptr, const double *range = nullptr);
 

@@ -292,8 +292,7 @@ PyObject *NVRL_PY_loadproblem(PyObject *self, PyObject *args, PyObject *kwargs) 
     return nullptr;
 
   // The objects of the new model, built aside so that a failure keeps the old ones.
-  PyRef vars(PyList_New(0)), cons(PyList_New(0));
-  if (!vars || !cons) return nullptr;
+  PyRef<> vars, cons;
   rowcolmap newvarmap, newconmap;
   nvo_new_columns cols;
   cols.n = ncols;
@@ -303,8 +302,8 @@ PyObject *NVRL_PY_loadproblem(PyObject *self, PyObject *args, PyObject *kwargs) 
   cols.entind = entind.get();
   cols.coltype = coltype.get();
   cols.limit = limit.get();
-  if (addColsAsVariables(p, vars.get(), &newvarmap, a[L_COLNAMES], 0, cols) != 0 ||
-      addRowsAsConstraints(p, cons.get(), &newconmap, a[L_ROWNAMES], 0, nrows, rowtype.get(),
+  if (addColsAsVariables(p, &vars, &newvarmap, a[L_COLNAMES], 0, cols) != 0 ||
+      addRowsAsConstraints(p, &cons, &newconmap, a[L_ROWNAMES], 0, nrows, rowtype.get(),
                            rhs.get(), rng.get()) != 0)
     return nullptr;
 
@@ -413,7 +412,8 @@ PyObject *NVRL_PY_addrows(PyObject *self, PyObject *args, PyObject *kwargs) {
   }
   const int64_t first = nvo_int_attrib(p, NVRL_ATTR_ORIGINAL_ROWS);
   if (first < 0) return nullptr;
-  if (addRowsAsConstraints(p, p->cons, p->conmap, a[6], first, nrows, rowtype.get(), rhs.get(),
+  PyRef<> cons = PyRef<>::borrow(p->cons);
+  if (addRowsAsConstraints(p, &cons, p->conmap, a[6], first, nrows, rowtype.get(), rhs.get(),
                            range.get()) != 0)
     return nullptr;
   if (NVRLaddrows64(p->prob, static_cast<int>(nrows), ncoefs, rowtype.get(), rhs.get(),
@@ -481,7 +481,8 @@ PyObject *NVRL_PY_addcols(PyObject *self, PyObject *args, PyObject *kwargs) {
   cols.lb = lb.get();
   cols.ub = ub.get();
   cols.types = types.get();
-  if (addColsAsVariables(p, p->vars, p->varmap, a[6], first, cols) != 0) return nullptr;
+  PyRef<> vars = PyRef<>::borrow(p->vars);
+  if (addColsAsVariables(p, &vars, p->varmap, a[6], first, cols) != 0) return nullptr;
   if (NVRLaddcols64(p->prob, static_cast<int>(ncols), ncoefs, obj.get(), start.get(),
                     rowind.get(), rowcoef.get(), lb.get(), ub.get()) != 0) {
     nvo_library_error(p);
