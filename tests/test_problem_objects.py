@@ -476,3 +476,25 @@ def test_empty_problem_gives_empty_vectors():
     assert p.getSolution() == [] and p.getSlack() == []
     with pytest.raises(nv.ModelError, match="Index out of range"):
         p.getSlack(0)
+
+
+@pytest.mark.parametrize("together", [True, False], ids=["one-call", "added-later"])
+def test_an_unnamed_constraint_may_take_a_name_already_in_the_problem(nv, tmp_path, together):
+    # A model read from a file often names its rows R1, R2, ...; an unnamed constraint added
+    # later is called R<identifier> and may meet one of them.
+    x = nv.var(name="x", ub=5)
+    c = x <= 4
+    named = nv.constraint(x >= 1, name=c.name)
+    p = nv.problem(x, named, c) if together else nv.problem(x, named)
+    if not together:
+        p.addConstraint(c)
+    p.setObjective(-x)
+    assert p.attributes.rows == 2
+    assert p.getIndexFromName(1, c.name) == 0  # the lowest row of that name
+    p.solve()
+    assert p.getSolution(x) == pytest.approx(4)
+    path = str(tmp_path / "twice.lp")
+    p.write(path, "l")
+    q = nv.problem()
+    q.read(path)
+    assert q.getnamelist(1) == [c.name, c.name + "_2"]

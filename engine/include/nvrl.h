@@ -605,9 +605,9 @@ NVRL_API int NVRLdelcols(NVRLprob prob, int ncols, const int colind[]);
  * existing items (so a call on a kind with no items fails). */
 
 /* Names items first..last: names holds last-first+1 NUL-terminated names one after another
- * (copied). An empty name removes the item's name. Fails on a null names, a name longer
- * than NVRL_MAXNAMELEN, or a name given twice or already used by another item of the
- * kind. */
+ * (copied). An empty name removes the item's name. A name may be held by several items of a
+ * kind: NVRLgetindex finds the lowest-numbered one, and the file writers add a suffix to the
+ * others ("_2", "_3", ...). Fails on a null names or a name longer than NVRL_MAXNAMELEN. */
 NVRL_API int NVRLaddnames(NVRLprob prob, int type, const char names[], int first, int last);
 /* Writes the names of items first..last, NUL-terminated one after another, into names,
  * which must hold (last-first+1) * (8 * NVRL_ATTR_NAME_LENGTH + 1) bytes (NVRLgetnamelist
@@ -620,7 +620,8 @@ NVRL_API int NVRLgetnames(NVRLprob prob, int type, char names[], int first, int 
 NVRL_API int NVRLgetnamelist(NVRLprob prob, int type, char names[], int maxbytes, int *nbytes,
                              int first, int last);
 /* Stores in *index the index of the row, column or set named name (given names are found
- * before default names of other items). Fails when name or index is null or no item has the
+ * before default names of other items, and of several items given the name the
+ * lowest-numbered). Fails when name or index is null or no item has the
  * name. */
 NVRL_API int NVRLgetindex(NVRLprob prob, int type, const char *name, int *index);
 /* NVRLaddnames for sets (type 3). */

@@ -219,9 +219,11 @@ struct MessageCallback {
 struct StoreCache {
   static constexpr uint64_t kStale = UINT64_MAX;
 
-  // User names of rows, columns and sets (indexed kind - 1) -> item index.
+  // User names of rows, columns and sets (indexed kind - 1) -> the lowest index of an item
+  // of that name; names_repeated: some name of the kind is held by more than one item.
   uint64_t names_version = kStale;
   std::unordered_map<std::string, int> names[3];
+  bool names_repeated[3] = {false, false, false};
 
   uint64_t colview_version = kStale;
   ColMatrix colview;

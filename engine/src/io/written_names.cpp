@@ -13,20 +13,29 @@ void fillNames(const std::vector<std::string> &given, int count, char prefix, co
                const NameCheck &valid,
                std::vector<std::string> &out) {
   out.resize(static_cast<size_t>(count));
-  std::unordered_set<std::string_view> seen;
   for (int i = 0; i < count; ++i) {
     const bool named = i < static_cast<int>(given.size()) && !given[i].empty();
     out[i] = named ? given[i] : defaultName(prefix, i);
+  }
+  // A file needs every name once, while the store may repeat one (or give an item a name that
+  // is another's default name): the first item keeps it, each later one is written with the
+  // first suffix "_2", "_3", ... that no item uses.
+  std::unordered_set<std::string> all(out.begin(), out.end()), used;
+  for (int i = 0; i < count; ++i) {
+    if (!used.insert(out[i]).second) {
+      std::string renamed;
+      for (int k = 2;; ++k) {
+        renamed = out[i] + "_" + std::to_string(k);
+        if (!all.count(renamed) && !used.count(renamed)) break;
+      }
+      out[i] = std::move(renamed);
+      used.insert(out[i]);
+    }
     std::string why = valid(out[i]);
     if (!why.empty())
       throw WriteError(std::string(what) + " name '" + out[i] + "' " + why);
   }
-  // Checked after filling: string_views into out stay valid once it no longer grows.
-  for (int i = 0; i < count; ++i)
-    if (!seen.insert(out[i]).second)
-      throw WriteError(std::string(what) + " name '" + out[i] + "' is used more than once");
 }
-
 }  // namespace
 
 WrittenNames makeWrittenNames(const Model &model, const NameCheck &column_check,

@@ -1,6 +1,6 @@
-// Names as the writers put them in a file: unnamed items get the default names, the
-// objective row gets a name no row uses, and every name is checked against what the format
-// can carry.
+// Names as the writers put them in a file: unnamed items get the default names, a repeated
+// name a suffix, the objective row a name no row uses, and every name is checked against what
+// the format can carry.
 #pragma once
 
 #include <functional>
@@ -21,7 +21,8 @@ using NameCheck = std::function<std::string(std::string_view)>;
 
 // A check returns an empty string for a name the format accepts, otherwise the reason it
 // does not; labels (row and set names) may be checked less strictly than column names.
-// Throws WriteError for an unusable or repeated name.
+// Throws WriteError for a name the format cannot carry; a repeated name is written with a
+// suffix that makes it unique (see fillNames).
 WrittenNames makeWrittenNames(const Model &model, const NameCheck &column_check,
                               const NameCheck &label_check);
 

@@ -42,10 +42,13 @@ std::unordered_map<std::string, int> &nameIndex(nvrl_problem_s *p, int kind) {
     for (int k = kNameRows; k <= kNameSets; ++k) {
       auto &idx = c.names[k - 1];
       idx.clear();
+      c.names_repeated[k - 1] = false;
       const auto &names = namesOf(p->model, k);
       idx.reserve(names.size());
+      // In ascending order, so that a repeated name keeps its lowest-numbered item.
       for (size_t i = 0; i < names.size(); ++i)
-        if (!names[i].empty()) idx.emplace(names[i], static_cast<int>(i));
+        if (!names[i].empty() && !idx.emplace(names[i], static_cast<int>(i)).second)
+          c.names_repeated[k - 1] = true;
     }
     c.names_version = p->version;
   }

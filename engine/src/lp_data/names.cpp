@@ -66,29 +66,33 @@ int addNames(const char *fn, NVRLprob prob, int type, const char names[], int fi
     given[k] = std::string_view(s, len);
     s += len + 1;
   }
-  // A name may be used by one item of a kind only; items being renamed here give theirs up.
+  // Names need not be unique (a model read from a file may name its rows R1, R2, ... and an
+  // unnamed row added later get one of those as its default name); a look-up finds the
+  // lowest-numbered item of a name. While every name of the kind is different, the index is
+  // kept up to date here; once a name repeats, it is rebuilt by the next look-up.
   auto &index = nvrl::nameIndex(p, type);
+  bool repeats = p->store_cache.names_repeated[type - 1];
   std::unordered_map<std::string_view, int> in_call;
-  for (int k = 0; k < n; ++k) {
+  for (int k = 0; k < n && !repeats; ++k) {
     if (given[k].empty()) continue;
-    auto [it, fresh] = in_call.emplace(given[k], first + k);
-    if (!fresh)
-      return c.fail("name '%s' is given to both %s %d and %s %d", shown(given[k]).c_str(),
-                    kindWord(type), it->second, kindWord(type), first + k);
+    if (!in_call.emplace(given[k], first + k).second) repeats = true;
     auto owner = index.find(std::string(given[k]));
-    if (owner != index.end() && (owner->second < first || owner->second > last))
-      return c.fail("name '%s' of %s %d is already the name of %s %d",
-                    shown(given[k]).c_str(), kindWord(type), first + k, kindWord(type),
-                    owner->second);
+    if (owner != index.end() && (owner->second < first || owner->second > last)) repeats = true;
   }
-  // The new names and their index entries are made aside, and room is made in the index,
-  // before anything changes; then they are swapped and spliced in without allocating.
+  // The new names (and, while names are unique, their index entries) are made aside, and room
+  // is made in the index, before anything changes; then they are swapped and spliced in
+  // without allocating.
   std::vector<std::string> fresh_names(given.begin(), given.end());
+  auto &stored = namesOf(m, type);
+  if (repeats) {
+    for (int k = 0; k < n; ++k) stored[first + k].swap(fresh_names[k]);
+    nvrl::commitChange(p, false);
+    return 0;
+  }
   std::unordered_map<std::string, int> fresh_index;
   fresh_index.reserve(in_call.size());
   for (const auto &[name, item] : in_call) fresh_index.emplace(name, item);
   index.reserve(index.size() + fresh_index.size());
-  auto &stored = namesOf(m, type);
   for (int k = 0; k < n; ++k) {
     std::string &old = stored[first + k];
     if (!old.empty()) index.erase(old);
