@@ -281,8 +281,13 @@ def test_random_edits_keep_objects_and_library_in_step(nv, tmp_path):
     serial = iter(range(10**6))
     for step in range(120):
         cols, rows = named_in_step(p)
+        # Made after everything in the problem: the identifiers just above its last block.
+        with pytest.raises(nv.ModelError, match="not in problem"):
+            p.chgrhs([nv.var() <= 1], [0.0])
+        with pytest.raises(nv.ModelError, match="not in problem"):
+            p.chgobj([nv.var()], [1.0])
         action = "load" if step == 60 else rng.choice(
-            ["addrows", "addcols", "delrow", "delcol", "chg", "bad"])
+            ["addrows", "addcols", "delrow", "delcol", "chg", "bad", "model"])
         if action == "addrows" and cols:
             k = rng.randint(0, 3)
             picks = [rng.choice(cols) for _ in range(k)]
@@ -316,6 +321,11 @@ def test_random_edits_keep_objects_and_library_in_step(nv, tmp_path):
             with pytest.raises((nv.SolverError, nv.ModelError)):
                 p.addrows(["L"], [1.0], [0, 1], [len(cols) + 5], [1.0])
             assert picture(p, tmp_path) == before
+        elif action == "model" and cols:
+            # Objects entered one by one between the blocks of additions and loads.
+            v = nv.var(name=f"v{next(serial)}")
+            p.addVariable(v)
+            p.addConstraint(nv.constraint(v + rng.choice(cols) <= 2, name=f"r{next(serial)}"))
         elif action == "load":
             p.loadproblem("again", ["G"], [1], None, [1.0], [0, 1], None, [0], [1.0], [0], [4],
                           colnames=[f"v{next(serial)}"], rownames=[f"r{next(serial)}"])

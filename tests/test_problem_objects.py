@@ -231,6 +231,7 @@ def test_quadratic_parts_reach_the_solver_as_written(nv, tmp_path):
     assert "[ 2 x ^2 + 6 x * y ] / 2" in text
 
 
+@pytest.mark.parametrize("built", ["modelled", "loaded"])
 @pytest.mark.parametrize("kind", ["variable", "constraint"])
 @pytest.mark.parametrize("selection, remaining", [
     ({"index": 2}, [0, 1, 3, 4]),
@@ -240,10 +241,17 @@ def test_quadratic_parts_reach_the_solver_as_written(nv, tmp_path):
     ({"first": 3}, [0, 1, 2]),
     ({"last": 0}, [1, 2, 3, 4]),
 ])
-def test_deleting_renumbers_lists_and_maps(nv, kind, selection, remaining):
-    x = [nv.var(name=f"x{i}") for i in range(5)]
-    c = [x[i] <= i for i in range(5)]
-    p = nv.problem(x, c)
+def test_deleting_renumbers_lists_and_maps(nv, built, kind, selection, remaining):
+    # A load enters its objects into the maps as one block, which a deletion has to break up.
+    if built == "modelled":
+        x = [nv.var(name=f"x{i}") for i in range(5)]
+        c = [x[i] <= i for i in range(5)]
+        p = nv.problem(x, c)
+    else:
+        p = nv.problem()
+        p.loadproblem("five", ["L"] * 5, range(5), None, [0] * 5, range(6), None, range(5),
+                      [1.0] * 5, [0] * 5, [1e20] * 5)
+        x, c = p.getVariable(first=0), p.getConstraint(first=0)
     objects = x if kind == "variable" else c
     if kind == "variable":
         p.delVariable(**selection)

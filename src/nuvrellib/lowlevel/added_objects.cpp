@@ -1,12 +1,12 @@
 // Modelling objects for rows and columns that reach the library through the low-level
 // interface, and the names and types those rows and columns get in the library.
-#include <new>
 #include <string>
 
 #include "lowlevel/conv.h"
 #include "model/constraint.h"
 #include "model/var.h"
 #include "module/alloc_buffer.h"
+#include "module/collector_pause.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/pyref.h"
@@ -78,23 +78,13 @@ int name_buffer(PyObject *names, int n, const char *what, AllocBuffer<char> *buf
   return 0;
 }
 
-// Enters a new object (loading a large problem enters one per row and column). 0, or -1 when
-// memory runs out (no exception set).
-int enter(rowcolmap *map, uint64_t id, int64_t index) {
-  try {
-    map->set(id, index);
-  } catch (...) {
-    return -1;
-  }
-  return 0;
-}
-
 }  // namespace
 
 void nvo_drop_added_objects(PyObject *list, rowcolmap *map, int64_t keep, bool columns) {
   PendingError pending;
   const Py_ssize_t size = PyList_GET_SIZE(list);
-  for (Py_ssize_t i = static_cast<Py_ssize_t>(keep); i < size; ++i) {
+  // From the end: a batch's identifiers leave its run in the map one by one from the top.
+  for (Py_ssize_t i = size - 1; i >= static_cast<Py_ssize_t>(keep); --i) {
     PyObject *obj = PyList_GET_ITEM(list, i);
     rowcolmap_del(map, columns ? var_id(obj) : con_id(obj));
   }
@@ -105,10 +95,10 @@ void nvo_drop_added_objects(PyObject *list, rowcolmap *map, int64_t keep, bool c
 namespace {
 
 // Creates the objects of n new rows or columns with make(i, id) (a new reference or null with
-// an exception), enters object i into map at index first + i and appends them all to *list in
-// one step, so that the list grows once; a null *list becomes the list of the new objects
-// (a load's fresh list, which then needs no copy). On failure list and map are left as they
-// were.
+// an exception), enters them into map at indices first .. first+n-1 and appends them all to
+// *list in one step, so that the list grows once; a null *list becomes the list of the new
+// objects (a load's fresh list, which then needs no copy). On failure list and map are left
+// as they were.
 template <class Make>
 int add_objects(PyRef<> *list, rowcolmap *map, int64_t first, int64_t n, bool columns,
                 Make make) {
@@ -118,54 +108,39 @@ int add_objects(PyRef<> *list, rowcolmap *map, int64_t first, int64_t n, bool co
   }
   PyRef fresh(PyList_New(static_cast<Py_ssize_t>(n)));
   if (!fresh) return -1;
-  // While it fills, the collector need not walk a list that nothing else can reach: with
-  // every object made counting towards a collection, a load of 100,000 rows would otherwise
-  // walk it dozens of times.
+  // The new objects cannot be part of a cycle while the batch is made, and the list that
+  // holds them is reachable from nothing else until it is complete.
+  CollectorPause pause;
   PyObject_GC_UnTrack(fresh.get());
+  // Reserved identifiers are consecutive, so the map takes the batch as one run.
   const uint64_t id0 = columns ? var_reserve_ids(static_cast<uint64_t>(n))
                                : con_reserve_ids(static_cast<uint64_t>(n));
-  try {
-    map->reserve(map->size() + static_cast<size_t>(n));
-  } catch (const std::bad_alloc &) {
-    PyErr_NoMemory();
-    return -1;
-  }
-  int64_t entered = 0;
   int rc = 0;
-  for (; entered < n; ++entered) {
-    // A block of slots ahead (runs of consecutive identifiers share one): its miss is
-    // served while this object is made.
-    map->prefetch(id0 + static_cast<uint64_t>(entered) + 8);
-    PyObject *obj = make(entered, id0 + static_cast<uint64_t>(entered));
+  for (int64_t i = 0; i < n; ++i) {
+    PyObject *obj = make(i, id0 + static_cast<uint64_t>(i));
     if (obj == nullptr) {
       rc = -1;
       break;
     }
-    PyList_SET_ITEM(fresh.get(), entered, obj);
-    if (enter(map, columns ? var_id(obj) : con_id(obj), first + entered) != 0) {
-      if (columns) nvo_model_error("Could not amend variable map");
-      else PyErr_SetString(nvpy_interf_exc, "Internal error -- Could not amend constraint map");
-      rc = -1;
-      break;
-    }
+    PyList_SET_ITEM(fresh.get(), i, obj);
   }
   PyObject_GC_Track(fresh.get());
-  if (rc == 0) {
-    if (!*list) {
-      *list = std::move(fresh);
-      return 0;
-    }
-    const Py_ssize_t size = PyList_GET_SIZE(list->get());
-    rc = PyList_SetSlice(list->get(), size, size, fresh.get());
+  if (rc != 0) return -1;  // the fresh list releases the objects made (unfilled slots are null)
+  if (rowcolmap_enter_consecutive(map, id0, first, n) != 0) {
+    PyErr_Clear();
+    if (columns) return nvo_model_error("Could not amend variable map");
+    PyErr_SetString(nvpy_interf_exc, "Internal error -- Could not amend constraint map");
+    return -1;
   }
-  if (rc != 0) {
-    // The fresh list releases the objects (unfilled slots are null); their entries go here.
+  if (!*list) {
+    *list = std::move(fresh);
+    return 0;
+  }
+  const Py_ssize_t size = PyList_GET_SIZE(list->get());
+  if (PyList_SetSlice(list->get(), size, size, fresh.get()) != 0) {
     PendingError pending;
-    for (int64_t i = 0; i < entered; ++i) {
-      PyObject *obj = PyList_GET_ITEM(fresh.get(), i);
-      rowcolmap_del(map, columns ? var_id(obj) : con_id(obj));
-    }
-    fresh.reset();
+    // From the top of the run down, which never needs memory.
+    for (int64_t i = n - 1; i >= 0; --i) rowcolmap_del(map, id0 + static_cast<uint64_t>(i));
     return -1;
   }
   return 0;

@@ -5,11 +5,18 @@
 // made those the largest costs of a load after the library's own work. Identifiers are handed
 // out in increasing order; see slot_of for how they are spread.
 //
+// A batch of new objects (a load, an addition of rows or columns) has consecutive identifiers
+// at consecutive indices: it is held as one run (first identifier, first index, length) rather
+// than one slot per object, so a load of 150,000 rows and columns enters them in one step.
+// Lookups read the run arithmetically; a change that breaks the pattern (a deletion inside it,
+// an index set to something else) first spills the run into slots.
+//
 // The interface is the subset of std::map the module uses: iteration (in no particular
-// order) with erase while iterating, find, emplace, operator-free updates through iterators.
-// Erased slots become tombstones, so erasing never moves another entry and an iteration in
-// progress sees every remaining entry exactly once. Growth throws std::bad_alloc like the
-// standard containers; the plain functions in termmaps.h turn that into a MemoryError.
+// order, over a map whose run has been spilled) with erase while iterating, updates through
+// iterators, lookups. Erased slots become tombstones, so erasing never moves another entry and
+// an iteration in progress sees every remaining entry exactly once. Growth throws
+// std::bad_alloc like the standard containers; the plain functions in termmaps.h turn that into
+// a MemoryError.
 #pragma once
 
 #include <cstddef>
@@ -45,30 +52,62 @@ class rowcolmap {
     Entry *at_, *end_;
   };
   using iterator = basic_iterator<value_type>;
-  using const_iterator = basic_iterator<const value_type>;
 
-  size_t size() const { return size_; }
-  bool empty() const { return size_ == 0; }
+  size_t size() const { return size_ + run_.count; }
+  bool empty() const { return size() == 0; }
+
+  // Iteration covers the slots only: spill() the run first.
+  bool has_run() const { return run_.count != 0; }
 
   iterator begin() { return {slots_.data(), slots_.data() + slots_.size()}; }
   iterator end() { return {slots_.data() + slots_.size(), slots_.data() + slots_.size()}; }
-  const_iterator begin() const { return {slots_.data(), slots_.data() + slots_.size()}; }
-  const_iterator end() const {
-    return {slots_.data() + slots_.size(), slots_.data() + slots_.size()};
+
+  // The index of key: true, or false when key is absent.
+  bool get(uint64_t key, int64_t *index) const {
+    if (run_.holds(key)) {
+      *index = run_.index0 + static_cast<int64_t>(key - run_.key0);
+      return true;
+    }
+    const ptrdiff_t at = locate(key);
+    if (at < 0) return false;
+    *index = slots_[static_cast<size_t>(at)].second;
+    return true;
+  }
+  size_t count(uint64_t key) const { return run_.holds(key) || locate(key) >= 0 ? 1 : 0; }
+
+  // Enters keys key0 .. key0+n-1, none of them present, at indices index0 .. index0+n-1: as
+  // the run when there is none or when they continue it, else slot by slot.
+  void enter_consecutive(uint64_t key0, int64_t index0, size_t n) {
+    if (n == 0) return;
+    if (!has_run()) {
+      run_ = {key0, index0, n};
+      return;
+    }
+    if (key0 == run_.key0 + run_.count &&
+        index0 == run_.index0 + static_cast<int64_t>(run_.count)) {
+      run_.count += n;
+      return;
+    }
+    reserve(size_ + n);
+    for (size_t i = 0; i < n; ++i) set(key0 + i, index0 + static_cast<int64_t>(i));
   }
 
-  iterator find(uint64_t key) {
-    const ptrdiff_t at = locate(key);
-    return at < 0 ? end() : iterator(slots_.data() + at, slots_.data() + slots_.size());
+  // Moves the run into slots (before an iteration or a change inside it).
+  void spill() {
+    if (!has_run()) return;
+    const Run run = run_;
+    reserve(size_ + run.count);
+    run_ = Run{};
+    for (size_t i = 0; i < run.count; ++i)
+      place(run.key0 + i, run.index0 + static_cast<int64_t>(i));
   }
-  const_iterator find(uint64_t key) const {
-    const ptrdiff_t at = locate(key);
-    return at < 0 ? end() : const_iterator(slots_.data() + at, slots_.data() + slots_.size());
-  }
-  size_t count(uint64_t key) const { return locate(key) < 0 ? 0 : 1; }
 
   // Inserts or overwrites.
   void set(uint64_t key, int64_t index) {
+    if (run_.holds(key)) {
+      if (index == run_.index0 + static_cast<int64_t>(key - run_.key0)) return;
+      spill();
+    }
     if ((size_ + tombstones_ + 1) * 2 > slots_.size()) grow();
     const size_t mask = slots_.size() - 1;
     size_t i = slot_of(key), reuse = SIZE_MAX;
@@ -96,7 +135,21 @@ class rowcolmap {
     ++it;
     return it;
   }
+  // Erasing a key inside the run (not at either end) spills it, and so may throw.
   size_t erase(uint64_t key) {
+    if (run_.holds(key)) {
+      if (key == run_.key0 + run_.count - 1) {
+        --run_.count;
+        return 1;
+      }
+      if (key == run_.key0) {
+        ++run_.key0;
+        ++run_.index0;
+        --run_.count;
+        return 1;
+      }
+      spill();
+    }
     const ptrdiff_t at = locate(key);
     if (at < 0) return 0;
     slots_[static_cast<size_t>(at)].first = kTombstone;
@@ -109,12 +162,7 @@ class rowcolmap {
     slots_.clear();
     slots_.shrink_to_fit();
     size_ = tombstones_ = 0;
-  }
-
-  // Starts bringing key's home slot into the cache: a batch entering consecutive keys asks
-  // for a later one while it makes the objects in between, instead of waiting on each miss.
-  void prefetch(uint64_t key) const {
-    if (!slots_.empty()) __builtin_prefetch(slots_.data() + slot_of(key), 1);
+    run_ = Run{};
   }
 
   // Room for n entries without growing.
@@ -123,6 +171,23 @@ class rowcolmap {
   }
 
  private:
+  struct Run {
+    uint64_t key0 = 0;
+    int64_t index0 = 0;
+    size_t count = 0;
+    bool holds(uint64_t key) const { return key - key0 < count; }  // wraps below key0
+  };
+
+  // A key known to be absent from the slots, with room for it reserved.
+  void place(uint64_t key, int64_t index) {
+    const size_t mask = slots_.size() - 1;
+    size_t i = slot_of(key);
+    while (slots_[i].first < kTombstone) i = (i + 1) & mask;
+    if (slots_[i].first == kTombstone) --tombstones_;
+    slots_[i] = {key, index};
+    ++size_;
+  }
+
   // Identifiers count up from small numbers, so the two largest values never occur as keys.
   static constexpr uint64_t kEmpty = UINT64_MAX;
   static constexpr uint64_t kTombstone = UINT64_MAX - 1;
@@ -173,5 +238,6 @@ class rowcolmap {
 
   std::vector<value_type> slots_;
   size_t size_ = 0, tombstones_ = 0;
+  Run run_;
   unsigned shift_ = 64;
 };

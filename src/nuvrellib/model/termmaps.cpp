@@ -539,11 +539,7 @@ void rowcolmap_free(rowcolmap **map) { free_plain(map); }
 void rowcolmap_clear(rowcolmap *map) { map->clear(); }
 
 int rowcolmap_get(const rowcolmap *map, uint64_t id, int64_t *index) {
-  if (map == nullptr) return -1;
-  auto it = map->find(id);
-  if (it == map->end()) return -1;
-  *index = it->second;
-  return 0;
+  return map != nullptr && map->get(id, index) ? 0 : -1;
 }
 
 int rowcolmap_has(const rowcolmap *map, uint64_t id) { return has_key(map, id); }
@@ -557,9 +553,31 @@ int rowcolmap_set(rowcolmap *map, uint64_t id, int64_t index) {
   }
 }
 
+int rowcolmap_enter_consecutive(rowcolmap *map, uint64_t id0, int64_t index0, int64_t n) {
+  try {
+    map->enter_consecutive(id0, index0, static_cast<size_t>(n));
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
+int rowcolmap_spill(rowcolmap *map) {
+  try {
+    map->spill();
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
 int rowcolmap_del(rowcolmap *map, uint64_t id) {
-  map->erase(id);  // an absent key is not an error
-  return 0;
+  try {
+    map->erase(id);  // an absent key is not an error
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
 }
 
 // ===== boundmap ===========================================================================

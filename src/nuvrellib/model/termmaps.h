@@ -179,6 +179,12 @@ void rowcolmap_clear(rowcolmap *map);
 int rowcolmap_get(const rowcolmap *map, uint64_t id, int64_t *index);
 int rowcolmap_has(const rowcolmap *map, uint64_t id);
 int rowcolmap_set(rowcolmap *map, uint64_t id, int64_t index);
+// Enters identifiers id0 .. id0+n-1 (none present yet) at indices index0 .. index0+n-1.
+int rowcolmap_enter_consecutive(rowcolmap *map, uint64_t id0, int64_t index0, int64_t n);
+// Readies the map for iteration (see rowcolmap.h). 0, or -1 with a MemoryError.
+int rowcolmap_spill(rowcolmap *map);
+// Removes id if present: 0, or -1 with a MemoryError (only for an identifier in the middle
+// of a batch entered by rowcolmap_enter_consecutive).
 int rowcolmap_del(rowcolmap *map, uint64_t id);
 
 // --- boundmap -------------------------------------------------------------------------------

@@ -191,7 +191,8 @@ void renumber_map(rowcolmap *map, const std::vector<int64_t> &doomed) {
 int problem_forget_positions(problem_s *p, int kind, const std::vector<int64_t> &doomed) {
   const ObjectKind k = static_cast<ObjectKind>(kind);
   if (doomed.empty()) return 0;
-  if (compact_list(list_of(p, k), doomed) != 0) return -1;
+  // The map is made ready for renumbering first: it is the step that may need memory.
+  if (rowcolmap_spill(map_of(p, k)) != 0 || compact_list(list_of(p, k), doomed) != 0) return -1;
   renumber_map(map_of(p, k), doomed);
   return 0;
 }

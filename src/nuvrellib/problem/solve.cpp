@@ -31,7 +31,7 @@ int nonlinear_missing() {
   return -1;
 }
 
-// Moves the map's indices above a deleted one down by one.
+// Moves the map's indices above a deleted one down by one (the map spilled beforehand).
 void close_gap(rowcolmap *map, int64_t deleted) {
   for (auto &entry : *map)
     if (entry.second > deleted) --entry.second;
@@ -41,6 +41,8 @@ void close_gap(rowcolmap *map, int64_t deleted) {
 int drop_objective_transfer(problem_s *p) {
   const int row = p->objtransfer_row, col = p->objtransfer_col;
   if (row < 0 || col < 0) return 0;
+  // Renumbering needs the maps' runs spilled, and spilling may need memory: before any change.
+  if (rowcolmap_spill(p->varmap) != 0 || rowcolmap_spill(p->conmap) != 0) return -1;
   if (nslp_usable(p)) {
     int n = 0;
     if (NSLPgetcoefs(p->slpprob, &n, nullptr, nullptr) != 0) return nvo_library_error(p);
