@@ -68,8 +68,17 @@ int addNames(const char *fn, NVRLprob prob, int type, const char names[], int fi
   }
   // Names need not be unique (a model read from a file may name its rows R1, R2, ... and an
   // unnamed row added later get one of those as its default name); a look-up finds the
-  // lowest-numbered item of a name. While every name of the kind is different, the index is
-  // kept up to date here; once a name repeats, it is rebuilt by the next look-up.
+  // lowest-numbered item of a name. The index of names is built by the first look-up that
+  // needs it: until then (a model built in bulk is often never searched by name) names are
+  // only stored. Once built, it is kept up to date here while every name of the kind is
+  // different; once a name repeats, it is rebuilt by the next look-up.
+  std::vector<std::string> fresh_names(given.begin(), given.end());
+  auto &stored = namesOf(m, type);
+  if (p->store_cache.names_version != p->version) {
+    for (int k = 0; k < n; ++k) stored[first + k].swap(fresh_names[k]);
+    nvrl::commitChange(p, false);
+    return 0;
+  }
   auto &index = nvrl::nameIndex(p, type);
   bool repeats = p->store_cache.names_repeated[type - 1];
   std::unordered_map<std::string_view, int> in_call;
@@ -82,8 +91,6 @@ int addNames(const char *fn, NVRLprob prob, int type, const char names[], int fi
   // The new names (and, while names are unique, their index entries) are made aside, and room
   // is made in the index, before anything changes; then they are swapped and spliced in
   // without allocating.
-  std::vector<std::string> fresh_names(given.begin(), given.end());
-  auto &stored = namesOf(m, type);
   if (repeats) {
     for (int k = 0; k < n; ++k) stored[first + k].swap(fresh_names[k]);
     nvrl::commitChange(p, false);
