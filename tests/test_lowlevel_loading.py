@@ -324,7 +324,7 @@ def test_random_edits_keep_objects_and_library_in_step(nv, tmp_path):
         elif action == "model" and cols:
             # Objects entered one by one between the blocks of additions and loads.
             v = nv.var(name=f"v{next(serial)}")
-            p.addVariable(v)
+            p.addVariable(v, nv.var())  # a given name and a default one
             p.addConstraint(nv.constraint(v + rng.choice(cols) <= 2, name=f"r{next(serial)}"))
         elif action == "load":
             p.loadproblem("again", ["G"], [1], None, [1.0], [0, 1], None, [0], [1.0], [0], [4],

@@ -5,11 +5,13 @@
 // made those the largest costs of a load after the library's own work. Identifiers are handed
 // out in increasing order; see slot_of for how they are spread.
 //
-// A batch of new objects (a load, an addition of rows or columns) has consecutive identifiers
-// at consecutive indices: it is held as one run (first identifier, first index, length) rather
-// than one slot per object, so a load of 150,000 rows and columns enters them in one step.
-// Lookups read the run arithmetically; a change that breaks the pattern (a deletion inside it,
-// an index set to something else) first spills the run into slots.
+// Objects usually enter a problem in the order they were made, so consecutive identifiers land
+// at consecutive indices (a load, an addition of rows or columns, an array of variables): such
+// a stretch is held as one run (first identifier, first index, length) rather than one slot per
+// object, so a load of 150,000 rows and columns enters them in one step. Lookups read the run
+// arithmetically; a change that breaks the pattern (a deletion inside it, an index set to
+// something else) first spills the run into slots, and keys that do not continue it go to the
+// slots.
 //
 // The interface is the subset of std::map the module uses: iteration (in no particular
 // order, over a map whose run has been spilled) with erase while iterating, updates through
@@ -107,6 +109,13 @@ class rowcolmap {
     if (run_.holds(key)) {
       if (index == run_.index0 + static_cast<int64_t>(key - run_.key0)) return;
       spill();
+    } else if (!has_run() || (key == run_.key0 + run_.count &&
+                              index == run_.index0 + static_cast<int64_t>(run_.count))) {
+      if (locate(key) < 0) {  // a key held in a slot is overwritten there instead
+        if (has_run()) ++run_.count;
+        else run_ = {key, index, 1};
+        return;
+      }
     }
     if ((size_ + tombstones_ + 1) * 2 > slots_.size()) grow();
     const size_t mask = slots_.size() - 1;
@@ -135,7 +144,8 @@ class rowcolmap {
     ++it;
     return it;
   }
-  // Erasing a key inside the run (not at either end) spills it, and so may throw.
+  // Erasing a key inside the run (not at either end) spills it, and so may throw: undoing a
+  // batch erases from its last key down.
   size_t erase(uint64_t key) {
     if (run_.holds(key)) {
       if (key == run_.key0 + run_.count - 1) {

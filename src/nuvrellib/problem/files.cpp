@@ -3,6 +3,7 @@
 // the coefficients stay in the library) and one sos per set (name, type, members, weights).
 #include "problem/files.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -227,7 +228,8 @@ int append_objects(PyObject *target, rowcolmap *map, PyObject *built, IdOf id_of
     if (PyList_Append(target, obj) != 0 || rowcolmap_set(map, id_of(obj), done) != 0) break;
   }
   if (done == n) return 0;
-  for (Py_ssize_t k = 0; k <= done && k < n; ++k)
+  // Last first, so that a run of the map is taken apart from its top (see rowcolmap.h).
+  for (Py_ssize_t k = std::min(done, n - 1); k >= 0; --k)
     rowcolmap_del(map, id_of(PyList_GET_ITEM(built, k)));
   PyList_SetSlice(target, before, PyList_GET_SIZE(target), nullptr);
   return -1;

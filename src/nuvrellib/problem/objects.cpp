@@ -1,6 +1,8 @@
 // Adding variables and constraints to a problem, and the method table of the objects family.
 #include "problem/objects.h"
 
+#include <charconv>
+
 #include "model/constraint.h"
 #include "model/var.h"
 #include "model/walk.h"
@@ -60,14 +62,25 @@ int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *co
                            "variable; check that its threshold is between its lower and upper "
                            "bounds");
   }
-  PyRef name(get_var_name(word));
-  if (!name) return -1;
-  if (!PyUnicode_Check(name.get())) {
-    return nvo_model_error("Invalid variable name (must be a string)");
-  }
+  // A default name "C<identifier>" is written here rather than made as a string object: for
+  // the million unnamed variables of an array that cost more than the rest of the addition.
+  char default_name[24] = {'C'};
+  const char *text = default_name;
   Py_ssize_t len = 0;
-  const char *text = PyUnicode_AsUTF8AndSize(name.get(), &len);
-  if (text == nullptr) return -1;
+  PyRef<> name;
+  if (!(word & (VAR_NAME_ENTRY | VAR_NAME_PATTERN))) {
+    const auto written =
+        std::to_chars(default_name + 1, default_name + sizeof default_name, var_word_id(word));
+    len = written.ptr - default_name;
+  } else {
+    name = PyRef<>::steal(get_var_name(word));
+    if (!name) return -1;
+    if (!PyUnicode_Check(name.get())) {
+      return nvo_model_error("Invalid variable name (must be a string)");
+    }
+    text = PyUnicode_AsUTF8AndSize(name.get(), &len);
+    if (text == nullptr) return -1;
+  }
   if (PyList_Append(p->vars, leaf) != 0) return -1;
   const int col = first_col + static_cast<int>(cols->index.size());
   if (rowcolmap_set(p->varmap, var_word_id(word), col) != 0) {
@@ -105,7 +118,8 @@ int send_columns(problem_s *p, const NewColumns &cols) {
 void roll_back(PyObject *list, rowcolmap *map, int64_t n, uint64_t (*id_of)(const PyObject *)) {
   PendingError pending;
   const Py_ssize_t size = PyList_GET_SIZE(list);
-  for (Py_ssize_t i = static_cast<Py_ssize_t>(n); i < size; ++i)
+  // Last first, so that a run of the map is taken apart from its top (see rowcolmap.h).
+  for (Py_ssize_t i = size - 1; i >= static_cast<Py_ssize_t>(n); --i)
     rowcolmap_del(map, id_of(PyList_GET_ITEM(list, i)));
   if (n < size && PyList_SetSlice(list, static_cast<Py_ssize_t>(n), size, nullptr) != 0)
     PyErr_Clear();
