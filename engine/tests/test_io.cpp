@@ -694,15 +694,17 @@ TEST_F(RoundTrip, RepeatedNamesAreWrittenWithSuffixes) {
     m.rownames[0] = "R2";    // row 1 is unnamed: its default name is R2
     m.rownames[2] = "R2";    // and a third row is given it too
     m.rownames[3] = "R2_2";  // so R2's first free suffix is _3
+    m.rownames[4] = "obj";   // and an MPS file's objective row, "obj" by default, is obj_1
     prob->modelChanged();
     const int rows = m.rows();
     std::string p = path("repeated");
     ASSERT_EQ(NVRLwriteprob(prob, p.c_str(), flags), 0) << lastError();
+    if (!*flags) EXPECT_NE(iotest::readBytes(p + ".mps").find("obj_1"), std::string::npos);
     ASSERT_EQ(NVRLreadprob(prob, (p + (*flags ? ".lp" : ".mps")).c_str(), ""), 0) << lastError();
     ASSERT_EQ(prob->model.rows(), rows);
     EXPECT_EQ(std::vector<std::string>(prob->model.rownames.begin(),
-                                       prob->model.rownames.begin() + 4),
-              (std::vector<std::string>{"R2", "R2_3", "R2_4", "R2_2"}));
+                                       prob->model.rownames.begin() + 5),
+              (std::vector<std::string>{"R2", "R2_3", "R2_4", "R2_2", "obj"}));
   }
 }
 

@@ -10,7 +10,7 @@ int ModelAssembly::addRow(std::string_view name, char type) {
   model.indcol.push_back(-1);
   model.indcomp.push_back(0);
   model.rownames.emplace_back(name);
-  if (!name.empty()) rows_.emplace(std::string(name), index);
+  if (!name.empty()) rows_.insert(model.rownames, index);
   return index;
 }
 
@@ -22,22 +22,20 @@ int ModelAssembly::addColumn(std::string_view name) {
   model.coltype.push_back('C');
   model.limit.push_back(0.0);
   model.colnames.emplace_back(name);
-  if (!name.empty()) cols_.emplace(std::string(name), index);
+  if (!name.empty()) cols_.insert(model.colnames, index);
   return index;
 }
 
 int ModelAssembly::rowIndex(std::string_view name) const {
-  auto it = rows_.find(std::string(name));
-  return it == rows_.end() ? -1 : it->second;
+  return rows_.find(model.rownames, name);
 }
 
 int ModelAssembly::colIndex(std::string_view name) const {
-  auto it = cols_.find(std::string(name));
-  return it == cols_.end() ? -1 : it->second;
+  return cols_.find(model.colnames, name);
 }
 
 bool ModelAssembly::addEntry(int row, int col, double value) {
-  if (!seen_.insert(key(row, col)).second) return false;
+  if (!seen_.insert(key(row, col))) return false;
   if (value != 0.0) entries_.push_back({row, col, value});
   return true;
 }

@@ -5,11 +5,10 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "core/problem.h"
+#include "io/flat_tables.h"
 
 namespace nvrl::io {
 
@@ -26,7 +25,7 @@ class ModelAssembly {
 
   // Records a matrix entry (zeros are dropped). False when (row, col) already has an entry.
   bool addEntry(int row, int col, double value);
-  bool hasEntry(int row, int col) const { return seen_.count(key(row, col)) != 0; }
+  bool hasEntry(int row, int col) const { return seen_.contains(key(row, col)); }
   // Fills model.A from the recorded entries; call once, after the last addEntry.
   void buildMatrix();
 
@@ -38,9 +37,9 @@ class ModelAssembly {
     int row, col;
     double value;
   };
-  std::unordered_map<std::string, int> rows_, cols_;
+  NameLookup rows_, cols_;
   std::vector<Entry> entries_;
-  std::unordered_set<uint64_t> seen_;
+  KeySet seen_;
 };
 
 // Default names of unnamed items, 1-based: "R1", "C1", "S1".

@@ -91,6 +91,7 @@ class MpsReader {
   std::string obj_name_;        // objective row (first N row unless OBJNAME chose one)
   bool have_obj_ = false;
   std::vector<char> obj_seen_;  // per column: objective coefficient already given
+  int last_col_ = -1;           // column of the previous COLUMNS line
   bool integer_marker_ = false;
   std::vector<double> range_;   // per row: RANGES value, NaN when none
   int qrow_ = -1;               // row of the current QCMATRIX section (-1 objective)
@@ -302,7 +303,10 @@ MpsReader::Result MpsReader::columnsLine(const Words &w) {
   std::string_view colname = w[0];
   if (colname.empty()) return Reject{"COLUMNS line without a column name"};
   if (colname.size() > NVRL_MAXNAMELEN) return Reject{"column name longer than 1024 characters"};
-  int col = m_.colIndex(colname);
+  // A column's lines usually follow one another: the previous line's column is tried first.
+  int col = last_col_ >= 0 && m_.model.colnames[static_cast<size_t>(last_col_)] == colname
+                ? last_col_
+                : m_.colIndex(colname);
   int rows[2];
   double vals[2];
   const size_t npairs = (w.size() - 1) / 2;
@@ -325,6 +329,7 @@ MpsReader::Result MpsReader::columnsLine(const Words &w) {
     in_set_.push_back(0);
     if (integer_marker_) m_.model.coltype[col] = 'I';
   }
+  last_col_ = col;
   for (size_t k = 0; k < npairs; ++k) {
     if (rows[k] < 0) {
       m_.model.obj[col] = vals[k];
