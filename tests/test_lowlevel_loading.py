@@ -325,7 +325,8 @@ def test_random_edits_keep_objects_and_library_in_step(nv, tmp_path):
             # Objects entered one by one between the blocks of additions and loads.
             v = nv.var(name=f"v{next(serial)}")
             p.addVariable(v, nv.var())  # a given name and a default one
-            p.addConstraint(nv.constraint(v + rng.choice(cols) <= 2, name=f"r{next(serial)}"))
+            p.addConstraint(nv.constraint(v + rng.choice(cols) <= 2, name=f"r{next(serial)}"),
+                            v <= 3)  # and one with its default name
         elif action == "load":
             p.loadproblem("again", ["G"], [1], None, [1.0], [0, 1], None, [0], [1.0], [0], [4],
                           colnames=[f"v{next(serial)}"], rownames=[f"r{next(serial)}"])

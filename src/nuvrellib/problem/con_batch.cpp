@@ -1,6 +1,7 @@
 // Gathering the rows of one addConstraint call and flushing them to the library.
 #include "problem/con_batch.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <utility>
@@ -45,9 +46,23 @@ int make_room(con_batch *b, size_t name_bytes) {
   return grow_buffers(&b->name_capacity, b->namelen + static_cast<int64_t>(name_bytes), b->names);
 }
 
-// The constraint's name as UTF-8 text (kept alive by *holder).
-const char *constraint_name(PyObject *con, PyRef<> *holder, Py_ssize_t *len) {
-  PyRef name(get_con_name(reinterpret_cast<constraint_s *>(con)->rec));
+// Room for a default name "R<identifier>".
+using DefaultName = char[24];
+
+// The constraint's name as UTF-8 text (kept alive by *holder, or written into fallback when it
+// is the default name: no string object is made for each of a million unnamed rows).
+const char *constraint_name(PyObject *con, PyRef<> *holder, Py_ssize_t *len,
+                            DefaultName &fallback) {
+  const uint64_t word = reinterpret_cast<constraint_s *>(con)->rec;
+  if (!(word & CON_NAME_ENTRY)) {
+    fallback[0] = 'R';
+    const auto written = std::to_chars(fallback + 1, fallback + sizeof fallback - 1,
+                                       word & CON_ID_MASK);
+    *written.ptr = '\0';
+    *len = written.ptr - fallback;
+    return fallback;
+  }
+  PyRef name(get_con_name(word));
   if (!name) return nullptr;
   if (!PyUnicode_Check(name.get())) {
     name = PyRef(PyObject_Str(name.get()));
@@ -190,8 +205,9 @@ int con_batch_queue(con_batch *b, problem_s *p, PyObject *con) {
   size_t nl_first = b->nl.size();
   if (convertExpr(&view, body, &b->body, &b->nl) != 0) return -1;
   PyRef name_holder;
+  DefaultName default_name;
   Py_ssize_t namelen = 0;
-  const char *name = constraint_name(con, &name_holder, &namelen);
+  const char *name = constraint_name(con, &name_holder, &namelen, default_name);
   if (name == nullptr || make_room(b, static_cast<size_t>(namelen) + 1) != 0) {
     // Send what is queued before this row and start over with empty buffers; only a row that
     // cannot fit even alone is an error.
