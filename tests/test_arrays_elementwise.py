@@ -123,6 +123,20 @@ def test_comparisons_give_one_constraint_per_element(x, y, left, right, op):
             (expected.lb, expected.ub, str(expected.body)), mirrored]
 
 
+@pytest.mark.parametrize("op", [operator.le, operator.ge, operator.eq])
+def test_variables_against_numbers_give_the_scalar_constraints(op):
+    # The commonest comparison of arrays (bounds on variables) has a path of its own; zero makes
+    # the variable itself the body, and the signs of zeros and infinities reach the bounds.
+    values = np.array([0.0, -0.0, 1.0, -2.5, 1e20, np.inf, -np.inf, 7.0])
+    x = nv.vars(len(values), name="b")
+    res = op(x, values)
+    for got, xi, v in zip(res, x, values):
+        expected = op(xi, float(v))
+        assert type(got.body) is type(expected.body) and str(got.body) == str(expected.body)
+        assert (repr(got.lb), repr(got.ub)) == (repr(expected.lb), repr(expected.ub))
+    assert res[0].body is x[0]
+
+
 @pytest.mark.parametrize("make, shape", [
     (lambda x: x + np.ones(3), (2, 3)),
     (lambda x: x[:, :1] * np.arange(3.0), (2, 3)),

@@ -3,6 +3,7 @@
 #include "arrays/arrays.h"
 #include "arrays/loops.h"
 #include "model/dispatch.h"
+#include "model/var.h"
 #include "module/pyref.h"
 
 namespace {
@@ -26,6 +27,18 @@ void compare_loop(char **args, const npy_intp *dims, const npy_intp *steps) {
   const npy_intp n = dims[0], s0 = steps[0], s1 = steps[1], so = steps[2];
   char *i0 = args[0], *i1 = args[1], *o = args[2];
   for (npy_intp k = 0; k < n; ++k, i0 += s0, i1 += s1, o += so) {
+    if constexpr (!FirstDouble && SecondDouble) {
+      // A variable against a number (x <= u, x == 0): no float object, no dispatch.
+      PyObject *x = nvo_elem_load(i0);
+      if (x != nullptr && var_check(x)) {
+        double c;
+        __builtin_memcpy(&c, i1, sizeof c);
+        PyObject *r = make_var_number_constraint(x, c, Op);
+        nvo_elem_store(o, r);
+        if (r == nullptr) return;
+        continue;
+      }
+    }
     PyRef a(operand(i0, FirstDouble));
     PyRef b(a ? operand(i1, SecondDouble) : nullptr);
     PyObject *r = (a && b) ? make_constraint(a.get(), b.get(), Op) : nullptr;

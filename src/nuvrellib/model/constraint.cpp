@@ -346,6 +346,18 @@ PyObject *make_constraint(PyObject *a, PyObject *b, int op) {
   return constraint_create(diff.get(), lb, ub);
 }
 
+PyObject *make_var_number_constraint(PyObject *x, double c, int op) {
+  // x - c is x itself for c = 0, else the expression x - c whose constant becomes the bound.
+  PyRef<> body = PyRef<>::borrow(x);
+  if (c != 0.0) {
+    body = PyRef(expression_base());
+    if (!body || expression_addToLinTerm(body.get(), x, 1.0) < 0)
+      return nvo_model_error("Could not allocate an object of type Variable");
+  }
+  const double lb = op == Py_LE ? -INF : c, ub = op == Py_GE ? INF : c;
+  return constraint_create(body.get(), lb, ub);
+}
+
 // --- attributes, printing, copying ----------------------------------------------------------
 
 static bool attr_is(PyObject *name, const char *s) {
