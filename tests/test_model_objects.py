@@ -5,6 +5,7 @@ ordered sets: construction, validation, identifiers, copies and ownership."""
 import gc
 import math
 import operator
+import random
 import re
 import sys
 import threading
@@ -73,6 +74,26 @@ def test_constructor_rejects_bad_input_without_leaking(kwargs, exc, message):
         # Entries made before the failure must go with the discarded object.
         nuvrel.var(**{"lb": 0.5, "threshold": 2, **kwargs})
     assert str(info.value).startswith(message)
+    gc.collect()
+    assert table_sizes() == before
+
+
+def test_side_tables_keep_every_entry_while_many_come_and_go():
+    # Enough entries to grow the tables many times, then most dropped in random order (the
+    # tables shrink as they empty) while the survivors must keep their own values.
+    before = table_sizes()
+    rng = random.Random(4)
+    made = [nuvrel.var(name=f"v{i}", lb=-i - 0.5, ub=i + 0.25) for i in range(40000)]
+    values = {id(v): (v.name, v.lb, v.ub) for v in made}
+    rng.shuffle(made)
+    survivors = made[:3000]
+    del made[3000:]
+    gc.collect()
+    assert [(v.name, v.lb, v.ub) for v in survivors] == [values[id(v)] for v in survivors]
+    assert table_sizes()[:2] == (before[0] + 3000, before[1] + 3000)
+    extra = nuvrel.var(name="late", lb=-7.5)
+    assert (extra.name, extra.lb) == ("late", -7.5)
+    del survivors, made, extra
     gc.collect()
     assert table_sizes() == before
 

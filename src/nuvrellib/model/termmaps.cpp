@@ -92,23 +92,6 @@ int has_key(const Container *c, const Key &key) {
   return c != nullptr && c->count(key) ? 1 : 0;
 }
 
-// Insert or overwrite. Keys mostly arrive in increasing order (identifiers are handed out in
-// order, and sums run over variables in creation order), so a key beyond the last one goes in
-// at the end without a search down the tree.
-template <class Map>
-int store(Map *map, typename Map::key_type key, typename Map::mapped_type value) {
-  try {
-    if (map->empty() || map->key_comp()(std::prev(map->end())->first, key)) {
-      map->emplace_hint(map->end(), key, value);
-      return 0;
-    }
-    (*map)[key] = value;
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
-}
-
 }  // namespace
 
 // ===== linmap =============================================================================
@@ -585,11 +568,18 @@ int rowcolmap_del(rowcolmap *map, uint64_t id) {
 Py_ssize_t boundmap_size(const boundmap *map) { return size_of(map); }
 
 double boundmap_get(const boundmap *map, uint64_t id) {
-  auto it = map->find(id);
-  return it == map->end() ? 0.0 : it->second;
+  const double *value = map->find(id);
+  return value == nullptr ? 0.0 : *value;
 }
 
-int boundmap_set(boundmap *map, uint64_t id, double value) { return store(map, id, value); }
+int boundmap_set(boundmap *map, uint64_t id, double value) {
+  try {
+    map->set(id, value);
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
 
 int boundmap_del(boundmap *map, uint64_t id) {
   map->erase(id);  // an absent key is not an error
@@ -601,17 +591,21 @@ int boundmap_del(boundmap *map, uint64_t id) {
 Py_ssize_t namemap_size(const namemap *map) { return size_of(map); }
 
 PyObject *namemap_get(const namemap *map, uint64_t id) {
-  auto it = map->find(id);
-  return it == map->end() ? nullptr : it->second;
+  PyObject *const *name = map->find(id);
+  return name == nullptr ? nullptr : *name;
 }
 
-int namemap_set(namemap *map, uint64_t id, PyObject *obj) { return store(map, id, obj); }
+int namemap_set(namemap *map, uint64_t id, PyObject *obj) {
+  try {
+    map->set(id, obj);
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
 
 int namemap_del(namemap *map, uint64_t id) {
-  auto it = map->find(id);
-  if (it == map->end()) return 0;
-  PyObject *obj = it->second;
-  map->erase(it);
-  Py_XDECREF(obj);  // the entry's reference, released once the map is consistent
+  PyObject *obj = nullptr;
+  if (map->erase(id, &obj)) Py_XDECREF(obj);  // released once the map is consistent
   return 0;
 }

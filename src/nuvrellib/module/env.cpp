@@ -15,7 +15,7 @@ nvo_mutex *const all_mutexes[] = {
 void free_namemap(namemap *&map) {
   if (map == nullptr) return;
   // Each entry owns one reference (namemap_set takes it); the names go with the module.
-  for (auto &entry : *map) Py_XDECREF(entry.second);
+  map->for_each([](uint64_t, PyObject *name) { Py_XDECREF(name); });
   delete map;
   map = nullptr;
 }

@@ -6,14 +6,15 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
+
+#include "module/idmap.h"
 
 // The side tables of the modelling layer. The record below holds them, so they are declared
 // here; the functions over them (boundmap_get, namemap_set, ...) are in model/termmaps.h.
 // identifier -> double (unusual bounds, thresholds)
-using boundmap = std::map<uint64_t, double>;
+using boundmap = idmap<double>;
 // identifier -> Python name object (one strong reference held per entry)
-using namemap = std::map<uint64_t, PyObject *>;
+using namemap = idmap<PyObject *>;
 
 // A mutex of the environment record. It is re-entrant for the thread that holds it: a lock
 // held while the module allocates can meet a finaliser (run by the garbage collector) that
