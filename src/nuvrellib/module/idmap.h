@@ -84,6 +84,28 @@ class idmap {
       if (s.key < kTombstone) f(s.key, s.value);
   }
 
+  // f(key, value&) for every entry, which may change the value; an entry for which f returns
+  // false is erased. No entry moves while this runs.
+  template <class F>
+  void update_each(F f) {
+    for (Slot &s : slots_)
+      if (s.key < kTombstone && !f(s.key, s.value)) {
+        s.key = kTombstone;
+        --size_;
+        ++tombstones_;
+      }
+  }
+
+  // Room for n entries in all, so that the sets that follow do not grow the table.
+  void reserve(size_t n) {
+    if ((n + tombstones_) * 2 > slots_.size()) rehash(capacity_for(n));
+  }
+
+  void clear() {
+    std::vector<Slot>().swap(slots_);
+    size_ = tombstones_ = 0;
+  }
+
  private:
   struct Slot {
     uint64_t key;

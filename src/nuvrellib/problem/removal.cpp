@@ -175,15 +175,12 @@ int compact_list(PyObject *list, const std::vector<int64_t> &doomed) {
 // Drops the entries of deleted positions and moves every other entry down by the number of
 // deleted positions below it.
 void renumber_map(rowcolmap *map, const std::vector<int64_t> &doomed) {
-  for (auto it = map->begin(); it != map->end();) {
-    auto below = std::lower_bound(doomed.begin(), doomed.end(), it->second);
-    if (below != doomed.end() && *below == it->second) {
-      it = map->erase(it);
-    } else {
-      it->second -= below - doomed.begin();
-      ++it;
-    }
-  }
+  map->update_indices([&](int64_t &index) {
+    auto below = std::lower_bound(doomed.begin(), doomed.end(), index);
+    if (below != doomed.end() && *below == index) return false;
+    index -= below - doomed.begin();
+    return true;
+  });
 }
 
 }  // namespace

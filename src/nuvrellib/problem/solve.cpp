@@ -33,8 +33,10 @@ int nonlinear_missing() {
 
 // Moves the map's indices above a deleted one down by one (the map spilled beforehand).
 void close_gap(rowcolmap *map, int64_t deleted) {
-  for (auto &entry : *map)
-    if (entry.second > deleted) --entry.second;
+  map->update_indices([&](int64_t &index) {
+    if (index > deleted) --index;
+    return true;
+  });
 }
 
 // Removes the auxiliary row and column of a nonlinear objective with its formula.
