@@ -82,6 +82,17 @@ void free_plain(Container **c) {
   *c = nullptr;
 }
 
+// Runs a step that may grow a container: 0, or -1 with a MemoryError when memory runs out.
+template <class Step>
+int growing(Step step) {
+  try {
+    step();
+    return 0;
+  } catch (const std::bad_alloc &) {
+    return no_memory();
+  }
+}
+
 template <class Container>
 Py_ssize_t size_of(const Container *c) {
   return c ? static_cast<Py_ssize_t>(c->size()) : 0;
@@ -528,39 +539,19 @@ int rowcolmap_get(const rowcolmap *map, uint64_t id, int64_t *index) {
 int rowcolmap_has(const rowcolmap *map, uint64_t id) { return has_key(map, id); }
 
 int rowcolmap_set(rowcolmap *map, uint64_t id, int64_t index) {
-  try {
-    map->set(id, index);
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
+  return growing([&] { map->set(id, index); });
 }
 
 int rowcolmap_enter_consecutive(rowcolmap *map, uint64_t id0, int64_t index0, int64_t n) {
-  try {
-    map->enter_consecutive(id0, index0, static_cast<size_t>(n));
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
+  return growing([&] { map->enter_consecutive(id0, index0, static_cast<size_t>(n)); });
 }
 
 int rowcolmap_spill(rowcolmap *map) {
-  try {
-    map->spill();
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
+  return growing([&] { map->spill(); });
 }
 
 int rowcolmap_del(rowcolmap *map, uint64_t id) {
-  try {
-    map->erase(id);  // an absent key is not an error
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
+  return growing([&] { map->erase(id); });  // an absent key is not an error
 }
 
 // ===== boundmap ===========================================================================
@@ -573,12 +564,7 @@ double boundmap_get(const boundmap *map, uint64_t id) {
 }
 
 int boundmap_set(boundmap *map, uint64_t id, double value) {
-  try {
-    map->set(id, value);
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
+  return growing([&] { map->set(id, value); });
 }
 
 int boundmap_del(boundmap *map, uint64_t id) {
@@ -596,12 +582,7 @@ PyObject *namemap_get(const namemap *map, uint64_t id) {
 }
 
 int namemap_set(namemap *map, uint64_t id, PyObject *obj) {
-  try {
-    map->set(id, obj);
-    return 0;
-  } catch (const std::bad_alloc &) {
-    return no_memory();
-  }
+  return growing([&] { map->set(id, obj); });
 }
 
 int namemap_del(namemap *map, uint64_t id) {
