@@ -127,6 +127,18 @@ def test_add_and_delete_arrays_of_objects():
     assert p.getAttrib("columns") == 6 and p.getAttrib("rows") == 6
     p.delConstraint(c[0, 0])
     assert p.getAttrib("rows") == 5
+    # Arrays of objects are deleted as lists of their elements, in any shape or stride.
+    p.delVariable(x[:, ::-2])
+    assert [v.name for v in p.getVariable(first=0, last=1)] == ["x(0,1)", "x(1,1)"]
+    p.delConstraint(c[1])
+    assert p.getAttrib("rows") == 2
+    p.delVariable(x[:0])
+    assert p.getAttrib("columns") == 2
+    with pytest.raises(nv.ModelError, match="Variable .* not in problem"):
+        p.delVariable(x[0])
+    with pytest.raises(nv.ModelError, match="Invalid variable object"):
+        p.delVariable(np.array([x[0, 1], None], dtype=object))
+    assert p.getAttrib("columns") == 2
 
 
 def test_exponential_fit_with_array_residuals():

@@ -7,6 +7,7 @@
 #include "model/constraint.h"
 #include "model/sos.h"
 #include "model/var.h"
+#include "model/walk.h"
 #include "module/alloc_buffer.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -138,13 +139,15 @@ int parse_selection(problem_s *p, ObjectKind kind, PyObject *args, PyObject *kwa
     for (long long i = first; i <= last; ++i) indices->push_back(i);
     return 0;
   }
-  if (PyList_Check(index) || PyTuple_Check(index)) {
-    for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(index); ++i) {
-      int64_t k = single_index(p, PySequence_Fast_GET_ITEM(index, i), kind);
+  // A numpy array (a row of a variable array, say) is taken as the list of its elements.
+  const nvo_node node = nvo_node_of(index);
+  if (node == NVO_NODE_LIST || node == NVO_NODE_TUPLE || node == NVO_NODE_ARRAY) {
+    return nvo_for_each_item(index, node, [&](PyObject *item) {
+      int64_t k = single_index(p, item, kind);
       if (k < 0) return -1;
       indices->push_back(k);
-    }
-    return 0;
+      return 0;
+    });
   }
   int64_t k = single_index(p, index, kind);
   if (k < 0) return -1;
