@@ -98,6 +98,24 @@ def test_side_tables_keep_every_entry_while_many_come_and_go():
     assert table_sizes() == before
 
 
+def test_side_tables_of_bounded_arrays_keep_each_entry():
+    # Whole pages of entries come and go with an array; single entries change inside them.
+    before = table_sizes()
+    x = nuvrel.vars(97, 131, lb=-1, ub=5, name="")
+    assert table_sizes()[:2] == (before[0] + x.size, before[1] + x.size)
+    x[7, 8].lb, x[91, 68].ub = -2.5, 7.25
+    keep = x[::7, 5:70:3].copy()
+    bounds = [(v.lb, v.ub) for v in keep.flat]
+    del x
+    gc.collect()
+    assert [(v.lb, v.ub) for v in keep.flat] == bounds
+    assert (-2.5, 5.0) in bounds and (-1.0, 7.25) in bounds
+    assert table_sizes()[:2] == (before[0] + keep.size, before[1] + keep.size)
+    del keep
+    gc.collect()
+    assert table_sizes() == before
+
+
 def test_repeated_init_leaves_no_stale_entries():
     before = table_sizes()
     x = nuvrel.var(name="a", lb=0.5, ub=2.5, threshold=1)

@@ -7,14 +7,14 @@
 #include <atomic>
 #include <cstdint>
 
-#include "module/idmap.h"
+#include "module/idpages.h"
 
 // The side tables of the modelling layer. The record below holds them, so they are declared
 // here; the functions over them (boundmap_get, namemap_set, ...) are in model/termmaps.h.
 // identifier -> double (unusual bounds, thresholds)
-using boundmap = idmap<double>;
+using boundmap = idpages<double>;
 // identifier -> Python name object (one strong reference held per entry)
-using namemap = idmap<PyObject *>;
+using namemap = idpages<PyObject *>;
 
 // A mutex of the environment record. It is re-entrant for the thread that holds it: a lock
 // held while the module allocates can meet a finaliser (run by the garbage collector) that

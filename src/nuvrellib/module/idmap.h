@@ -1,12 +1,12 @@
-// Identifier -> value tables of the environment (unusual bounds, thresholds, names): open
-// addressing with linear probing on one flat array of slots.
+// Identifier -> value hash table: open addressing with linear probing on one flat array of
+// slots. It holds the problem's identifier -> position entries outside their runs
+// (model/rowcolmap.h) and the page directory of the environment's side tables
+// (module/idpages.h).
 //
-// A million variables with bounds other than 0, 1 and infinity put a million entries in two of
-// these tables and take them out again when the variables go; a tree node per entry made that
-// five times the cost of making the variables themselves. Identifiers count up from 1, and runs
-// of consecutive identifiers share a block of slots (see slot_of), so entering or dropping a
-// batch touches few cache lines. Erased slots become tombstones; the table shrinks once it is
-// mostly empty, so a process that dropped its large model does not keep the room.
+// Identifiers count up from 1, and runs of consecutive identifiers share a block of slots (see
+// slot_of), so entering or dropping a batch touches few cache lines. Erased slots become
+// tombstones; the table shrinks once it is mostly empty, so a process that dropped its large
+// model does not keep the room.
 //
 // set() throws std::bad_alloc like the standard containers; erase() never fails (a shrink that
 // finds no memory is skipped).
