@@ -72,6 +72,39 @@ inline PyObject *scaled_term(PyObject *o, double c, bool *handled) {
   return nullptr;
 }
 
+// k + f*o for a variable, linear term or expression o, as the generic sums make it; null when o
+// is of another kind. zero_right: o is the left operand and the number on the right is zero,
+// where the generic sum keeps a variable as it is (a number on the left always gives an
+// expression, even 0 + x).
+inline PyObject *object_plus_constant(PyObject *o, double f, double k, bool zero_right,
+                                      bool *handled) {
+  *handled = true;
+  PyTypeObject *type = Py_TYPE(o);
+  if (type == &expression_type) {
+    PyObject *r = expression_copy(o, f);
+    if (r != nullptr) reinterpret_cast<expression_s *>(r)->constant += k;
+    return r;
+  }
+  PyObject *x;
+  double cx;
+  if (type == &var_type) {
+    if (zero_right) return Py_NewRef(o);
+    x = o, cx = f;
+  } else if (type == &linterm_type) {
+    x = reinterpret_cast<linterm_s *>(o)->var, cx = f * reinterpret_cast<linterm_s *>(o)->coef;
+    if (k == 0.0) return linterm_fill(x, cx);
+  } else {
+    *handled = false;
+    return nullptr;
+  }
+  auto e = PyRef<expression_s>::steal(expression_base());
+  if (!e || expression_addToLinTerm(e.obj(), x, cx) < 0)
+    return nvo_model_error(type == &var_type ? "Could not allocate an object of type Variable"
+                                             : "Error creating expression");
+  e->constant = k;
+  return e.release_obj();
+}
+
 // The commonest element kinds of model building (coefficient times variable, sums of two
 // terms, an expression plus a constant) computed directly, with the generic operators' results;
 // false leaves the element to them. Skipping the classification of both operands at every
@@ -84,13 +117,13 @@ inline bool fast_element(PyObject *a, PyObject *b, const char *i0, const char *i
     *r = scaled_term(a, double_at(i1), &handled);
   } else if constexpr (Fast == FAST_MUL && Kind == FIRST_DOUBLE) {
     *r = scaled_term(b, double_at(i0), &handled);
-  } else if constexpr ((Fast == FAST_ADD || Fast == FAST_SUB) && Kind == SECOND_DOUBLE) {
-    if (Py_TYPE(a) != &expression_type) return false;
-    *r = expression_copy(a, 1.0);
-    if (*r != nullptr)
-      reinterpret_cast<expression_s *>(*r)->constant +=
-          (Fast == FAST_ADD ? 1.0 : -1.0) * double_at(i1);
-    handled = true;
+  } else if constexpr ((Fast == FAST_ADD || Fast == FAST_SUB) && Kind != BOTH_OBJECTS) {
+    const double s = Fast == FAST_ADD ? 1.0 : -1.0;
+    if constexpr (Kind == SECOND_DOUBLE) {
+      *r = object_plus_constant(a, 1.0, s * double_at(i1), double_at(i1) == 0.0, &handled);
+    } else {
+      *r = object_plus_constant(b, s, double_at(i0), false, &handled);
+    }
   } else if constexpr ((Fast == FAST_ADD || Fast == FAST_SUB) && Kind == BOTH_OBJECTS) {
     // Two terms over variables, at least one a linear term: one expression of two terms, or a
     // single term when both share the variable.
