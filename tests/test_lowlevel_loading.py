@@ -57,8 +57,6 @@ BAD_LOADS = [
     ((["L"], [4], None, [1, 2], [0, 1, 2], None, [0, 3], [1, 1], [0, 0], [1, 1]), {},
      "SolverError", "row"),
     ((["L"], [4], None, [1, 2], [0, 1, 2], None, [0, 0], [1, 1], [0, 0], [1, 1]),
-     dict(colnames=["a", "a"]), "InterfaceError", "'a' is given to more than one"),
-    ((["L"], [4], None, [1, 2], [0, 1, 2], None, [0, 0], [1, 1], [0, 0], [1, 1]),
      dict(colnames=["a"]), "ModelError", "^Incorrect length of variable name list$"),
     ((["L"], [4], None, [1, 2], [0, 1, 2], None, [0, 0], [1, 1], [0, 0], [1, 1]),
      dict(coltype=["X"], entind=[0]), "ModelError", "^Incorrect variable type$"),
@@ -239,6 +237,19 @@ def test_addrows_and_addcols_create_named_objects(nv):
     p.addrows([], [], None, None, None)    # nothing to add
     after_cols, after_rows = in_step(p)
     assert same_objects(after_cols, cols) and same_objects(after_rows, rows)
+
+
+def test_repeated_names_load_and_the_first_holder_is_found(nv):
+    # As in a file: the library keeps repeated names, and a look-up finds the first holder.
+    p = nv.problem()
+    p.loadproblem("rep", ["L", "G"], [4, 1], None, [1, 2], [0, 1, 2], None, [0, 1], [1, 1],
+                  [0, 0], [1, 1], colnames=["a", "a"], rownames=["r", "r"])
+    cols, rows = in_step(p)
+    assert [v.name for v in cols] == ["a", "a"] and [c.name for c in rows] == ["r", "r"]
+    assert (p.getIndex(cols[1]), p.getIndex(rows[1])) == (1, 1)
+    p.delVariable("a")
+    assert [p.getIndex(v) for v in p.getVariable(first=0, last=0)] == [0]
+    assert p.getVariable(0) is cols[1]
 
 
 # (call on the small problem, exception, message)

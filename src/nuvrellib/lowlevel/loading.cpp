@@ -1,7 +1,6 @@
 // Loading a whole problem from arrays (loadproblem) and adding rows and columns (addrows,
 // addcols), keeping a var for every column and a constraint for every row.
 #include <string>
-#include <unordered_set>
 
 #include "lowlevel/lowlevel.h"
 #include "model/constraint.h"
@@ -48,14 +47,14 @@ void nvo_undo_added(problem_s *p, int64_t first, bool columns) {
 namespace {
 
 // Names that the library would refuse after the load has replaced the model, found before:
-// a name longer than the library allows, or one given twice. 0, or -1 with an exception.
+// one that is not text, or longer than the library allows. A name may repeat, as in a file
+// (a look-up by name finds the first holder). 0, or -1 with an exception.
 int check_new_names(PyObject *names, const char *what) {
   if (names == nullptr || names == Py_None) return 0;
   if (!PyList_Check(names) && !PyTuple_Check(names)) {
     PyErr_Format(nvpy_interf_exc, "The %s names must be a list of strings", what);
     return -1;
   }
-  std::unordered_set<std::string> seen;
   for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(names); ++i) {
     PyObject *name = PySequence_Fast_GET_ITEM(names, i);
     Py_ssize_t len = 0;
@@ -70,10 +69,6 @@ int check_new_names(PyObject *names, const char *what) {
     if (len > NVRL_MAXNAMELEN) {
       PyErr_Format(nvpy_interf_exc, "The name of %s %d is longer than %d characters", what,
                    static_cast<int>(i), NVRL_MAXNAMELEN);
-      return -1;
-    }
-    if (len > 0 && !seen.emplace(text, static_cast<size_t>(len)).second) {
-      PyErr_Format(nvpy_interf_exc, "The name %R is given to more than one %s", name, what);
       return -1;
     }
   }
