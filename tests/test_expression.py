@@ -1,3 +1,4 @@
+import functools
 """Expressions and terms: every operand kind against every other, printing, products, divisions,
 powers, in-place operations, copies and extraction; operations that leave the polynomials; the
 generic operators and numpy operands; Sum, Prod and Dot over collections, user objects left
@@ -446,6 +447,26 @@ def test_arrays_are_folded_along_their_first_dimension_into_a_new_array(xyz):
     out = nv.Sum(a, a, x)
     assert a.tolist() == [1.0, 2.0]
     assert [constant_of(e) for e in out] == [2.0, 4.0] and all(lin_of(e) == {"x": 1.0} for e in out)
+
+
+@pytest.mark.parametrize("fold, rows", [
+    (nv.Sum, lambda x: 2.5 * x),                             # a matrix of terms, row by row
+    (nv.Sum, lambda x: [x[0] + 1, x, np.arange(4.0), 7 * x[1], np.arange(4)]),
+    (nv.Sum, lambda x: [x[0], 3 * x[1:], x[1], -1 * x[:1]]),  # broadcast rows, a growing shape
+    (nv.Prod, lambda x: [x[0] + 1, np.arange(1.0, 5.0), 2 * x[1]]),
+])
+def test_arrays_of_objects_fold_as_the_plain_operators_do(fold, rows):
+    x = nv.vars(3, 4, name="x")
+    given = rows(x)
+    items = list(given)
+    shown = [str(list(np.atleast_1d(r))) for r in items]
+    combine = (lambda a, b: a + b) if fold is nv.Sum else (lambda a, b: a * b)
+    want = functools.reduce(combine, items)
+    got = fold(given)
+    assert got.dtype == want.dtype and got.shape == want.shape
+    assert [str(e) for e in got.flat] == [str(e) for e in want.flat]
+    # The accumulator is amended in place only once it is the fold's own.
+    assert [str(list(np.atleast_1d(r))) for r in items] == shown
 
 
 class NegativeLength:

@@ -108,6 +108,30 @@ int combine_failed() {
   return -1;
 }
 
+// Whether the in-place step may combine elem into acc, an array. numpy's in-place operators
+// keep the accumulator's element type and shape, so acc must hold expressions (a float or
+// variable array cannot take the results) and elem must be an array of variables, expressions
+// or real numbers that broadcasts to acc's shape without growing it. Plain arrays only: a
+// subclass may bring operators of its own.
+bool amendable(PyObject *acc, PyObject *elem) {
+  if (!PyArray_CheckExact(acc) || !PyArray_CheckExact(elem)) return false;
+  auto *a = reinterpret_cast<PyArrayObject *>(acc);
+  auto *e = reinterpret_cast<PyArrayObject *>(elem);
+  auto type_of = [](PyObject *descr) { return reinterpret_cast<PyArray_Descr *>(descr)->type_num; };
+  const int te = PyArray_TYPE(e);
+  if (PyArray_TYPE(a) != type_of(nvr_py_env.npexpr) ||
+      !(te == type_of(nvr_py_env.npexpr) || te == type_of(nvr_py_env.npvar) ||
+        PyArray_ISINTEGER(e) || PyArray_ISFLOAT(e)))
+    return false;
+  const int na = PyArray_NDIM(a), ne = PyArray_NDIM(e);
+  if (ne > na) return false;
+  for (int k = 1; k <= ne; ++k) {
+    const npy_intp de = PyArray_DIM(e, ne - k);
+    if (de != 1 && de != PyArray_DIM(a, na - k)) return false;
+  }
+  return true;
+}
+
 // Folds elements into a private accumulator with an in-place step (Sum, Prod). Nested
 // collections are opened, so Sum([[x, y], z]) is x + y + z.
 class Folder {
@@ -123,9 +147,11 @@ class Folder {
       acc_ = PyRef(general_copy(elem, 1.0));
       return acc_ ? 0 : -1;
     }
-    // numpy's in-place operators would keep the accumulator's element type (a float array
-    // cannot take variables), so arrays are combined into a new array.
-    step_fn step = nvo_is_array(acc_.get()) ? plain_step_ : inplace_step_;
+    // An array of expressions is amended where numpy's in-place operators can (summing the
+    // rows of a matrix would otherwise copy every growing element at every step); other
+    // arrays are combined into a new array.
+    const bool array_acc = nvo_is_array(acc_.get());
+    step_fn step = array_acc && !amendable(acc_.get(), elem) ? plain_step_ : inplace_step_;
     PyRef next(step(acc_.get(), elem));
     if (!next) return combine_failed();
     // An operator may hand back the element itself (0 + e is e); the accumulator must stay
