@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Times reading and writing a large MPS file.
+"""Times reading and writing a large MPS file and the same model as an LP file.
 
 Builds an LP of 1,000,000 named columns and 1,001,000 rows (2,000,000 nonzeros: a bound-like
 row per column and 1,000 rows summing a thousand columns each), writes it as MPS (about
-100 MB) and prints processor seconds, best of --repeat runs, for:
+100 MB) and in the LP format, and prints for each processor seconds, best of --repeat runs,
+for:
 1. the library's own NVRLreadprob of the file (through ctypes);
 2. problem.read, which also makes a var and a constraint object per column and row;
 3. problem.write of the model back to MPS;
@@ -35,14 +36,14 @@ def best(fn, repeat):
     return min(times)
 
 
-def build(nv, path):
+def build(nv):
     x = nv.vars(N, N, name="x")
     p = nv.problem()
     p.addVariable(x)
     p.addConstraint(x <= 1)
     p.addConstraint(x.sum(axis=1) <= N / 2)
     p.setObjective(nv.Sum(x.ravel()), sense=nv.maximize)
-    p.write(path, "")
+    return p
 
 
 def engine_read(nv, path):
@@ -80,33 +81,38 @@ def main():
     import nuvrel as nv
 
     nv.setOutputEnabled(False)
+    model = build(nv)
     with tempfile.TemporaryDirectory() as tmp:
-        path = os.path.join(tmp, "large.mps")
-        build(nv, path)
-        print(f"MPS file of {os.path.getsize(path) / 1e6:.0f} MB; processor seconds, "
-              f"best of {args.repeat}")
-        engine = best(lambda: engine_read(nv, path), args.repeat)
-        print(f"{'NVRLreadprob':34s} {engine:7.3f} s")
-        reads = []
-        for _ in range(args.repeat):
-            q = nv.problem()
-            start = time.process_time()
-            q.read(path)
-            reads.append(time.process_time() - start)
-            del q  # freeing the objects is not part of the read
-        read = min(reads)
-        print(f"{'problem.read (with the objects)':34s} {read:7.3f} s")
-        p = nv.problem()
-        p.read(path)
-        out = os.path.join(tmp, "again.mps")
-        print(f"{'problem.write':34s} {best(lambda: p.write(out, ''), args.repeat):7.3f} s")
-        highs = highs_read(path, args.repeat)
-        if highs is None:
-            print(f"highspy: no environment at {HIGHS_ENV} (see benchmarks/lowlevel.py)")
-        else:
-            print(f"{'highspy readModel':34s} {highs:7.3f} s; problem.read/readModel "
-                  f"{read / highs:.2f}, NVRLreadprob/readModel {engine / highs:.2f}")
+        for suffix, flags in (("mps", ""), ("lp", "l")):
+            path = os.path.join(tmp, "large." + suffix)
+            model.write(path, flags)
+            time_format(nv, path, flags, args.repeat)
 
+
+def time_format(nv, path, flags, repeat):
+    print(f"{os.path.splitext(path)[1][1:].upper()} file of {os.path.getsize(path) / 1e6:.0f} MB;"
+          f" processor seconds, best of {repeat}")
+    engine = best(lambda: engine_read(nv, path), repeat)
+    print(f"{'NVRLreadprob':34s} {engine:7.3f} s")
+    reads = []
+    for _ in range(repeat):
+        q = nv.problem()
+        start = time.process_time()
+        q.read(path)
+        reads.append(time.process_time() - start)
+        del q  # freeing the objects is not part of the read
+    read = min(reads)
+    print(f"{'problem.read (with the objects)':34s} {read:7.3f} s")
+    p = nv.problem()
+    p.read(path)
+    out = path + ".again"
+    print(f"{'problem.write':34s} {best(lambda: p.write(out, flags), repeat):7.3f} s")
+    highs = highs_read(path, repeat)
+    if highs is None:
+        print(f"highspy: no environment at {HIGHS_ENV} (see benchmarks/lowlevel.py)")
+    else:
+        print(f"{'highspy readModel':34s} {highs:7.3f} s; problem.read/readModel "
+              f"{read / highs:.2f}, NVRLreadprob/readModel {engine / highs:.2f}")
 
 if __name__ == "__main__":
     main()

@@ -22,7 +22,7 @@ int ModelAssembly::addColumn(std::string_view name) {
   model.coltype.push_back('C');
   model.limit.push_back(0.0);
   model.colnames.emplace_back(name);
-  if (!name.empty()) cols_.insert(model.colnames, index);
+  if (!name.empty() && !cols_.insert(model.colnames, index)) col_names_repeat_ = true;
   return index;
 }
 
@@ -31,7 +31,13 @@ int ModelAssembly::rowIndex(std::string_view name) const {
 }
 
 int ModelAssembly::colIndex(std::string_view name) const {
-  return cols_.find(model.colnames, name);
+  const size_t next = static_cast<size_t>(last_col_ + 1);
+  if (!col_names_repeat_ && !name.empty() && next < model.colnames.size() &&
+      model.colnames[next] == name)
+    return ++last_col_;
+  const int found = cols_.find(model.colnames, name);
+  if (found >= 0) last_col_ = found;
+  return found;
 }
 
 bool ModelAssembly::addEntry(int row, int col, double value) {

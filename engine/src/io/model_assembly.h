@@ -38,6 +38,11 @@ class ModelAssembly {
     double value;
   };
   NameLookup rows_, cols_;
+  // Files tend to name columns in the order they were declared (an objective, a row over a
+  // block of columns, the bounds), so the column after the last one found is tried before the
+  // table; not once a column name repeats, where the table's answer is the first holder.
+  mutable int last_col_ = -1;
+  bool col_names_repeat_ = false;
   std::vector<Entry> entries_;
   KeySet seen_;
 };
