@@ -40,3 +40,21 @@ def test_patterns_of_several_arrays_and_variables_between_them():
     assert c[1].name.startswith("C")
     del a
     assert b[9].name == "b(9)"
+
+
+def test_the_library_gets_the_names_the_variables_give():
+    # ASCII pattern names are written straight into the batch; others, renamed and unnamed
+    # variables go through their name objects.
+    a, b, c = nv.vars(2, 11, name="k"), nv.vars(3, name="é"), nv.vars(2, name=None)
+    a[1, 10].name = "renamed"
+    mixed = [a, nv.var(name="s"), b, c, a[:1, ::-1].copy()]
+    p = nv.problem()
+    p.addVariable(mixed[:4])
+    q = nv.problem()
+    q.addVariable(mixed[4])
+    names = []
+    for prob in (p, q):
+        cols = prob.getVariable(first=0)
+        names.append(prob.getnamelist(2, 0, len(cols) - 1))
+        assert names[-1] == [v.name for v in cols]
+    assert names[0][21:25] == ["renamed", "s", "é(0)", "é(1)"] and names[1][0] == "k(0,10)"

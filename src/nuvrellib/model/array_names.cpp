@@ -83,30 +83,47 @@ void array_names_unused(array_name_pattern *pattern) {
   if (pattern->users == 0) patterns().erase(pattern->first_id);
 }
 
+namespace {
+
+// Writes the name of element id - first_id of p (its indices in C order, last index fastest).
+void write_name(const array_name_pattern *p, uint64_t id, std::string *text) {
+  const size_t nd = p->dims.size();
+  // numpy arrays have at most 64 dimensions.
+  uint64_t pos[64];
+  uint64_t rest = id - p->first_id;
+  for (size_t d = nd; d-- > 0;) {
+    const auto k = static_cast<uint64_t>(p->dims[d]);
+    pos[d] = rest % k;
+    rest /= k;
+  }
+  text->assign(p->prefix);
+  char digits[24];
+  for (size_t d = 0; d < nd; ++d) {
+    if (d) *text += ',';
+    const auto r = std::to_chars(digits, digits + sizeof digits, pos[d]);
+    text->append(digits, r.ptr);
+  }
+  *text += ')';
+}
+
+}  // namespace
+
 PyObject *array_names_get(uint64_t id) {
   const array_name_pattern *p = pattern_of(id);
   if (p == nullptr) {
     PyErr_SetString(nvpy_interf_exc, "Internal error in variable name");
     return nullptr;
   }
-  // The indices of element id - first_id in C order, last index fastest.
-  const size_t nd = p->dims.size();
-  uint64_t rest = id - p->first_id;
-  std::vector<uint64_t> pos(nd);
-  for (size_t d = nd; d-- > 0;) {
-    const auto k = static_cast<uint64_t>(p->dims[d]);
-    pos[d] = rest % k;
-    rest /= k;
-  }
-  std::string text = p->prefix;
-  char digits[24];
-  for (size_t d = 0; d < nd; ++d) {
-    if (d) text += ',';
-    const auto r = std::to_chars(digits, digits + sizeof digits, pos[d]);
-    text.append(digits, r.ptr);
-  }
-  text += ')';
+  std::string text;
+  write_name(p, id, &text);
   return array_name_object(text, p->ascii);
+}
+
+bool array_names_ascii_text(uint64_t id, std::string *text) {
+  const array_name_pattern *p = pattern_of(id);
+  if (p == nullptr || !p->ascii) return false;
+  write_name(p, id, text);
+  return static_cast<Py_ssize_t>(text->size()) <= MAX_NAME_LENGTH;
 }
 
 void array_names_release(uint64_t id) {

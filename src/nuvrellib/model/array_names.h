@@ -23,6 +23,10 @@ void array_names_unused(array_name_pattern *pattern);
 // The name of the variable id, which uses a pattern: a new reference, or null with an
 // exception set.
 PyObject *array_names_get(uint64_t id);
+// The name array_names_get would give, as text, for the common case of an ASCII name within
+// the length limit: true with the name in *text; false (no exception) otherwise, where the
+// caller asks array_names_get. Saves a string object per name when names go to the library.
+bool array_names_ascii_text(uint64_t id, std::string *text);
 // The variable id stops using its pattern (deleted or renamed).
 void array_names_release(uint64_t id);
 // How many variables take their names from patterns (for the side-table counts).

@@ -2,7 +2,10 @@
 #include "problem/objects.h"
 
 #include <charconv>
+#include <new>
+#include <string>
 
+#include "model/array_names.h"
 #include "model/constraint.h"
 #include "model/var.h"
 #include "model/walk.h"
@@ -43,7 +46,18 @@ struct NewColumns {
   AllocBuffer<int> limited;        // columns of type S, R, P
   AllocBuffer<double> threshold;   // their thresholds
   AllocBuffer<char> names;         // NUL-separated
+  std::string pattern_name;        // the name of a variable of a named array, written here
 };
+
+// The name of a variable of a named array as text, without a string object in between; false
+// where that does not apply (or memory runs out), and the name object is asked for instead.
+bool pattern_name_text(uint64_t id, std::string *text) {
+  try {
+    return array_names_ascii_text(id, text);
+  } catch (const std::bad_alloc &) {
+    return false;
+  }
+}
 
 int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *cols) {
   if (!var_check(leaf)) {
@@ -72,6 +86,10 @@ int collect_variable(problem_s *p, PyObject *leaf, int first_col, NewColumns *co
     const auto written =
         std::to_chars(default_name + 1, default_name + sizeof default_name, var_word_id(word));
     len = written.ptr - default_name;
+  } else if ((word & VAR_NAME_PATTERN) &&
+             pattern_name_text(var_word_id(word), &cols->pattern_name)) {
+    text = cols->pattern_name.data();
+    len = static_cast<Py_ssize_t>(cols->pattern_name.size());
   } else {
     name = PyRef<>::steal(get_var_name(word));
     if (!name) return -1;
