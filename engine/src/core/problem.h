@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/flat_tables.h"
 #include "nvrl.h"
 
 namespace nvrl {
@@ -220,9 +221,10 @@ struct StoreCache {
   static constexpr uint64_t kStale = UINT64_MAX;
 
   // User names of rows, columns and sets (indexed kind - 1) -> the lowest index of an item
-  // of that name; names_repeated: some name of the kind is held by more than one item.
+  // of that name, over the model's name vectors; names_repeated: some name of the kind is
+  // held by more than one item.
   uint64_t names_version = kStale;
-  std::unordered_map<std::string, int> names[3];
+  NameLookup names[3];
   bool names_repeated[3] = {false, false, false};
 
   uint64_t colview_version = kStale;

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/problem.h"
-#include "io/flat_tables.h"
+#include "core/flat_tables.h"
 
 namespace nvrl::io {
 

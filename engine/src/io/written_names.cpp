@@ -2,7 +2,7 @@
 
 #include <unordered_set>
 
-#include "io/flat_tables.h"
+#include "core/flat_tables.h"
 #include "io/model_assembly.h"
 #include "io/text_input.h"
 

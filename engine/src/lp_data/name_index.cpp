@@ -33,21 +33,21 @@ std::string itemName(const Model &m, int kind, int index) {
   return n.empty() ? defaultName(kind, index) : n;
 }
 
-std::unordered_map<std::string, int> &nameIndex(nvrl_problem_s *p, int kind) {
+NameLookup &nameIndex(nvrl_problem_s *p, int kind) {
   StoreCache &c = p->store_cache;
   if (c.names_version != p->version) {
     // Marked stale first: a rebuild that fails for want of memory leaves an index that the
     // next call rebuilds again, never a half-built one taken as valid.
     c.names_version = StoreCache::kStale;
     for (int k = kNameRows; k <= kNameSets; ++k) {
-      auto &idx = c.names[k - 1];
+      NameLookup &idx = c.names[k - 1];
       idx.clear();
       c.names_repeated[k - 1] = false;
       const auto &names = namesOf(p->model, k);
-      idx.reserve(names.size());
+      idx.reserve(names, names.size());
       // In ascending order, so that a repeated name keeps its lowest-numbered item.
       for (size_t i = 0; i < names.size(); ++i)
-        if (!names[i].empty() && !idx.emplace(names[i], static_cast<int>(i)).second)
+        if (!names[i].empty() && !idx.insert(names, static_cast<int>(i)))
           c.names_repeated[k - 1] = true;
     }
     c.names_version = p->version;
@@ -57,11 +57,10 @@ std::unordered_map<std::string, int> &nameIndex(nvrl_problem_s *p, int kind) {
 
 int findName(nvrl_problem_s *p, int kind, std::string_view name) {
   if (name.empty()) return -1;
-  auto &idx = nameIndex(p, kind);
-  auto it = idx.find(std::string(name));
-  if (it != idx.end()) return it->second;
-  int i = parseDefaultName(kind, name);
   const auto &names = namesOf(p->model, kind);
+  const int found = nameIndex(p, kind).find(names, name);
+  if (found >= 0) return found;
+  int i = parseDefaultName(kind, name);
   if (i >= 0 && static_cast<size_t>(i) < names.size() && names[i].empty()) return i;
   return -1;
 }

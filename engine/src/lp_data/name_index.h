@@ -4,7 +4,6 @@
 
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "core/problem.h"
 
@@ -25,7 +24,8 @@ std::string itemName(const Model &m, int kind, int index);
 // or -1. O(1) amortised: the index of user names is rebuilt lazily after changes.
 int findName(nvrl_problem_s *p, int kind, std::string_view name);
 
-// The user-name index of a kind, rebuilt first when stale.
-std::unordered_map<std::string, int> &nameIndex(nvrl_problem_s *p, int kind);
+// The user-name index of a kind (over the model's names of that kind), rebuilt first when
+// stale.
+NameLookup &nameIndex(nvrl_problem_s *p, int kind);
 
 }  // namespace nvrl

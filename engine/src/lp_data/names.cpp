@@ -79,33 +79,29 @@ int addNames(const char *fn, NVRLprob prob, int type, const char names[], int fi
     nvrl::commitChange(p, false);
     return 0;
   }
-  auto &index = nvrl::nameIndex(p, type);
+  nvrl::NameLookup &index = nvrl::nameIndex(p, type);
   bool repeats = p->store_cache.names_repeated[type - 1];
   std::unordered_map<std::string_view, int> in_call;
   for (int k = 0; k < n && !repeats; ++k) {
     if (given[k].empty()) continue;
     if (!in_call.emplace(given[k], first + k).second) repeats = true;
-    auto owner = index.find(std::string(given[k]));
-    if (owner != index.end() && (owner->second < first || owner->second > last)) repeats = true;
+    const int owner = index.find(stored, given[k]);
+    if (owner >= 0 && (owner < first || owner > last)) repeats = true;
   }
-  // The new names (and, while names are unique, their index entries) are made aside, and room
-  // is made in the index, before anything changes; then they are swapped and spliced in
-  // without allocating.
   if (repeats) {
     for (int k = 0; k < n; ++k) stored[first + k].swap(fresh_names[k]);
     nvrl::commitChange(p, false);
     return 0;
   }
-  std::unordered_map<std::string, int> fresh_index;
-  fresh_index.reserve(in_call.size());
-  for (const auto &[name, item] : in_call) fresh_index.emplace(name, item);
-  index.reserve(index.size() + fresh_index.size());
+  // Room is made in the index before anything changes; then the old names leave it, the new
+  // names are swapped in and entered, none of which allocates.
+  index.reserve(stored, index.size() + in_call.size());
+  for (int k = 0; k < n; ++k)
+    if (!stored[first + k].empty()) index.erase(stored, first + k);
   for (int k = 0; k < n; ++k) {
-    std::string &old = stored[first + k];
-    if (!old.empty()) index.erase(old);
+    stored[first + k].swap(fresh_names[k]);
+    if (!stored[first + k].empty()) index.insert(stored, first + k);
   }
-  for (int k = 0; k < n; ++k) stored[first + k].swap(fresh_names[k]);
-  index.merge(fresh_index);
   nvrl::commitChange(p, true);
   return 0;
 }

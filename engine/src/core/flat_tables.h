@@ -1,8 +1,10 @@
-// Hash tables for reading large files: names to positions, and a set of (row, column) keys.
+// Flat hash tables over names and keys: names to positions (the file readers' look-ups and the
+// problem's index of names), and a set of (row, column) keys.
 //
 // A file with a million rows looks a row name up for every matrix entry. Node-based tables
 // (a node per entry, a string copy per look-up) made those look-ups a quarter of the time of
-// reading such a file; these keep one flat array of slots with linear probing.
+// reading such a file, and building an index of a million names took 0.3 s; these keep one
+// flat array of slots with linear probing and no copy of the names.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace nvrl::io {
+namespace nvrl {
 
 // Names -> positions in a vector of names kept by the caller (passed to every call, as it may
 // grow between calls). Each slot holds part of the name's hash and the position, so a probe
@@ -40,6 +42,38 @@ class NameLookup {
     ++used_;
     return true;
   }
+
+  // Removes the entry of position index, whose name is names[index] (the name it was entered
+  // under); nothing when that position is not entered. Never allocates.
+  void erase(const std::vector<std::string> &names, int index) {
+    if (used_ == 0) return;
+    const size_t mask = slots_.size() - 1;
+    size_t i = hashOf(names[static_cast<size_t>(index)]) & mask;
+    for (;; i = (i + 1) & mask) {
+      if (slots_[i].index < 0) return;
+      if (slots_[i].index == index) break;
+    }
+    // Backward shift: later entries of the probe run move up into the gap when their home
+    // slot allows, so no tombstones are needed.
+    for (size_t j = (i + 1) & mask;; j = (j + 1) & mask) {
+      if (slots_[j].index < 0) break;
+      const size_t home = hashOf(names[static_cast<size_t>(slots_[j].index)]) & mask;
+      // The entry at j may fill the gap at i unless its home lies cyclically in (i, j].
+      const bool stays = i <= j ? (i < home && home <= j) : (i < home || home <= j);
+      if (stays) continue;
+      slots_[i] = slots_[j];
+      i = j;
+    }
+    slots_[i] = Slot{};
+    --used_;
+  }
+
+  // Room for n entries in all, so that the inserts up to that count do not allocate.
+  void reserve(const std::vector<std::string> &names, size_t n) {
+    while (n * 2 > slots_.size()) grow(names);
+  }
+
+  size_t size() const { return used_; }
 
   void clear() {
     std::vector<Slot>().swap(slots_);
@@ -133,4 +167,4 @@ class KeySet {
   unsigned shift_ = 64;
 };
 
-}  // namespace nvrl::io
+}  // namespace nvrl
