@@ -230,9 +230,11 @@ def run_batch(cases, timeout, workdir, msglimit=300):
     with open(path + ".setup", "w") as f:
         f.write(SETUP)
     rfd, wfd = os.pipe()
+    # The child runs in the scratch directory: the package it imports must be this one.
+    env = dict(os.environ, PYTHONPATH=os.pathsep.join(os.path.abspath(p) for p in sys.path if p))
     with open(os.path.join(workdir, "output.txt"), "w+") as out:
         child = subprocess.Popen([sys.executable, "-c", CHILD, path, str(msglimit), str(wfd)],
-                                 cwd=workdir, stdout=out, stderr=out, pass_fds=(wfd,))
+                                 cwd=workdir, stdout=out, stderr=out, pass_fds=(wfd,), env=env)
         os.close(wfd)
         try:
             return watch(child, rfd, out, timeout)
@@ -318,6 +320,7 @@ def main():
     ap.add_argument("--replay", help="run the cases of a JSON file (list of strings) one by one")
     opt = ap.parse_args()
     rng, methods = random.Random(opt.seed), problem_methods()
+    print("testing", __import__("nuvrel").__file__, flush=True)
     seen, ncases, messages = {}, 0, collections.Counter()
     end = time.time() + opt.seconds
     with tempfile.TemporaryDirectory(prefix="nvfuzz") as workdir:
