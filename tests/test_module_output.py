@@ -139,25 +139,27 @@ def test_handler_error_in_a_method_with_a_result_surfaces_as_itself(run_python):
         import nuvrel
         nuvrel.setOutputEnabled(False)
         x = nuvrel.var(ub=1, name="x")
-        p = nuvrel.problem(x, -x, nuvrel.sin(x) <= 0.5)
+        c = nuvrel.sin(x) <= 0.5
+        p = nuvrel.problem(x, -x, c)
         p.solve()
 
         def fail(*args):
             raise ValueError("from the handler")
 
-        for name in ["printmemory", "printevalinfo", "validate", "scaling", "cascade"]:
+        for name, args in [("printmemory", ()), ("printevalinfo", ()), ("validate", ()),
+                           ("scaling", ()), ("cascade", ()), ("validaterow", (c,))]:
             nuvrel.addcbmsghandler(fail, None, 0)
             try:
-                getattr(p, name)()
+                getattr(p, name)(*args)
                 print(name, "no error")
             except ValueError as e:
                 print(name, e)
             nuvrel.removecbmsghandler(fail, None)
-            getattr(p, name)()         # and nothing is left pending for the next call
+            getattr(p, name)(*args)    # and nothing is left pending for the next call
     """)
     assert proc.stdout.splitlines() == [
-        f"{name} from the handler"
-        for name in ["printmemory", "printevalinfo", "validate", "scaling", "cascade"]]
+        f"{name} from the handler" for name in
+        ["printmemory", "printevalinfo", "validate", "scaling", "cascade", "validaterow"]]
 
 
 def test_global_lines_are_printed_once_after_a_forced_start(nv, engine, capsys, output_switch):
