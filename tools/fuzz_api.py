@@ -185,7 +185,42 @@ def mutate(rng, example):
     return ast.unparse(tree)
 
 
-def gen_case(rng, methods, examples):
+TOKENS = """[b"", b" ", b"\\n", b"\\t", b"\\r", b"\\x00", b"\\xff", b"-", b"+", b":", b"1e999", b"nan",
+  b"-inf", b"0", b"9" * 400, b"x" * 300, b"RHS", b"BOUNDS", b"MARKER", b"'INTORG'", b"COLUMNS",
+  b"ROWS", b"ENDATA", b"Subject To", b"<=", b">=", b"=", b"[", b"]", b"^2", b"*", b"/",
+  b"Bounds", b"Generals", b"End", b"free", b"SOS", b"S1::", b"sin(", b")"]"""
+
+
+def data_files():
+    """Small problem files of the shared data set (beside the checkout), to damage and read."""
+    here = os.path.dirname(os.path.abspath(__file__))
+    while here != os.path.dirname(here):
+        here = os.path.dirname(here)
+        data = os.path.join(here, "shared", "data")
+        if os.path.isdir(data):
+            return sorted(os.path.join(data, f) for f in os.listdir(data)
+                          if f.endswith((".lp", ".mps")) and os.path.getsize(os.path.join(data, f)) < 4000)
+    return []
+
+
+def damaged_file(rng, files):
+    """A problem file (a data file, or one the set-up problem writes) damaged at random places,
+    read into a problem that is then solved."""
+    if files and rng.random() < 0.5:
+        src = rng.choice(files)
+        pre, ext = f"t = bytearray(open({src!r}, 'rb').read())", src[src.rfind("."):]
+    else:
+        model = rng.choice(["", "p.addConstraint(nv.sin(x) * y <= 1)\n", "p.addSOS(s)\n",
+                            "p.addConstraint(x * y <= 1); p.chgcoltype([b], ['I'])\n"])
+        ext = rng.choice([".lp", ".mps"])
+        pre = f"{model}p.write('m{ext}')\nt = bytearray(open('m{ext}', 'rb').read())"
+    return (f"{pre}\nr = random.Random({rng.randrange(10**6)}); T = {TOKENS}\n"
+            f"for _ in range({rng.randint(1, 8)}):\n"
+            f"    i = r.randrange(len(t) + 1); t[i:i + r.randint(0, 4)] = r.choice(T)\n"
+            f"open('d{ext}', 'wb').write(t); q.read('d{ext}'); q.solve(); q.getSolution()")
+
+
+def gen_case(rng, methods, examples, files=()):
     """One case: Python source text run after SETUP."""
     pick = rng.choice
     a, b = f"({pick(POOL)})", f"({pick(POOL)})"
@@ -197,7 +232,9 @@ def gen_case(rng, methods, examples):
     def kw(sep=", "):
         return f"{sep}{pick(KWARGS)}={pick(POOL + INDICES)}" if rng.random() < 0.3 else ""
 
-    kind = rng.choices(range(9), weights=[20, 10, 15, 15, 5, 10, 6, 4, 15])[0]
+    kind = rng.choices(range(10), weights=[20, 10, 15, 15, 5, 10, 6, 4, 15, 6])[0]
+    if kind == 9:
+        return "import random\n" + damaged_file(rng, files)
     if kind == 8:
         pre = pick(ODD_MODELS) + "\n" if rng.random() < 0.3 else ""
         ex = pick(examples)
@@ -367,6 +404,7 @@ def main():
     ap.add_argument("--replay", help="run the cases of a JSON file (list of strings) one by one")
     opt = ap.parse_args()
     rng, methods, examples = random.Random(opt.seed), problem_methods(), docstring_examples()
+    files = data_files()
     print("testing", __import__("nuvrel").__file__, flush=True)
     seen, ncases, messages = {}, 0, collections.Counter()
     end = time.time() + opt.seconds
@@ -378,7 +416,7 @@ def main():
             if replay is not None:
                 cases, replay = replay[:1], replay[1:]
             else:
-                cases = [gen_case(rng, methods, examples) for _ in range(opt.batch)]
+                cases = [gen_case(rng, methods, examples, files) for _ in range(opt.batch)]
             while cases:
                 k, why, msgs = run_batch(cases, opt.timeout, workdir)
                 messages.update(m.split(":")[0] + ": " + m.split(": ", 1)[-1][:120] for m in msgs)
