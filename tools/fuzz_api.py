@@ -265,8 +265,10 @@ def gen_case(rng, methods, examples, files=()):
 
 
 CHILD = r"""
-import faulthandler, json, os, sys, traceback
+import faulthandler, json, os, resource, sys, traceback
 faulthandler.enable()
+# An allocation of gigabytes for a small input fails here as MemoryError, and spares the machine.
+resource.setrlimit(resource.RLIMIT_AS, (4 << 30, 4 << 30))
 limit = int(sys.argv[2])
 proto = os.fdopen(int(sys.argv[3]), "w")  # case progress; stdout and stderr are the cases' own
 unraised = []
