@@ -265,7 +265,7 @@ def gen_case(rng, methods, examples, files=()):
 
 
 CHILD = r"""
-import faulthandler, json, os, resource, sys, traceback
+import faulthandler, gc, json, os, resource, sys
 faulthandler.enable()
 # An allocation of gigabytes for a small input fails here as MemoryError, and spares the machine.
 resource.setrlimit(resource.RLIMIT_AS, (4 << 30, 4 << 30))
@@ -279,7 +279,7 @@ for k, code in enumerate(json.load(open(sys.argv[1]))):
     res = ["ok", ""]
     try:
         exec(compile(setup + code + "\n", "<case>", "exec"), {"__name__": "__case__"})
-        import gc; gc.collect()
+        gc.collect()
     except SystemError as e:
         res = ["FAIL", f"SystemError: {e}"]
     except MemoryError as e:
@@ -363,8 +363,8 @@ def watch(child, fd, out, timeout):
     return None, "", msgs
 
 
-HUGE = ("2**20", "2**40")
-OURS = {"nv", "nuvrel", "x", "y", "b", "X", "p", "q", "c", "s", "c1", "c2", "z", "x1", "x2", "x3"}  # the pool's deliberately huge arrays
+HUGE = ("2**20", "2**40")  # the pool's deliberately huge arrays
+OURS = {"nv", "nuvrel", "x", "y", "b", "X", "p", "q", "c", "s", "c1", "c2", "z", "x1", "x2", "x3"}
 # setOutputEnabled returns None with its ModelError set on purpose (scripts depend on it).
 KNOWN = ("<built-in function setOutputEnabled> returned a result with an exception set",)
 
