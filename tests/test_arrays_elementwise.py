@@ -185,6 +185,23 @@ def test_element_types_and_casts(x):
     assert as_object.dtype == object and as_object[1, 2] is x[1, 2]
 
 
+@pytest.mark.parametrize("swap", [
+    lambda a: a.byteswap(),
+    lambda a: a.byteswap(inplace=True),
+    lambda a: a.view(a.dtype.newbyteorder()).copy(),
+    lambda a: a.astype(a.dtype.newbyteorder()),
+])
+@pytest.mark.parametrize("kind", ["npvar", "npexpr", "npconstraint"])
+def test_byte_order_requests_leave_the_elements_intact(x, kind, swap):
+    # Elements are references: swapping their bytes would make them point nowhere.
+    a = {"npvar": x, "npexpr": 2 * x + 1, "npconstraint": x <= 1}[kind]
+    before = list(a.flat)
+    swapped = swap(a)
+    assert all(e is o for e, o in zip(swapped.flat, before))
+    assert all(e is o for e, o in zip(a.flat, before))
+    assert str(swapped)
+
+
 @pytest.mark.parametrize("arr, truth", [
     (lambda x: x[:1, :1], True),
     (lambda x: (x <= 1)[:1, :1], True),

@@ -96,6 +96,9 @@ def test_interrupt_reason_checked():
     p, _ = small_mip()
     with pytest.raises(nv.SolverError):
         p.interrupt(0)
+    for reason in [2**31, -2**31 - 1, 2**63 - 1]:  # not cut to an int (one would be valid)
+        with pytest.raises(nv.InterfaceError, match=f"Invalid stop reason {reason}: it is out"):
+            p.interrupt(reason)
     p.interrupt(9)  # outside a solve: the next solve starts afresh
     p.mipoptimize()
     assert p.attributes.mip_status == nv.mip_optimal

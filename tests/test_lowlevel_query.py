@@ -144,6 +144,40 @@ def test_bad_first_or_last(m, first, last, error):
     assert out == ["untouched"]
 
 
+def test_huge_ranges_and_room_cost_nothing_before_the_library_answers(run_python):
+    # Each call names a range or room of up to 2**31-1 entries on a problem of two columns:
+    # the library's own refusal (or the small answer) must come back, not a MemoryError from
+    # allocating for the range first. The child's address space is limited to make such an
+    # allocation fail for certain.
+    proc = run_python("""
+        import resource
+        resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
+        import nuvrel as nv
+        nv.setOutputEnabled(False)
+        B = 2**31 - 1
+        x, y = nv.var(ub=10), nv.var(ub=5)
+        p = nv.problem(x, y, x + y <= 3, -x - 2 * y)
+        p.lpoptimize()
+        q = nv.problem(x, y, nv.sin(x) + x * y <= 0.5, x)
+        (row,), (col,) = q.getcoefs()
+        calls = [lambda: p.getlb(None, 0, B), lambda: p.getub([], -B, 1),
+                 lambda: p.getobj(None, 0, B), lambda: p.getcoltype(None, 1, B),
+                 lambda: p.getindicators([], [], 0, B),
+                 lambda: p.presolverow('L', [0, 1], [1.0, 1.0], 1.0, B, [], []),
+                 lambda: p.getpivots(1, [], [], B), lambda: q.getcoefformula(row, col, 1, B)]
+        for call in calls:
+            try:
+                result = call()
+                print("answer", result if isinstance(result, tuple) else "")
+            except Exception as e:
+                print(type(e).__name__, str(e).split(":")[0])
+    """)
+    assert proc.stdout.splitlines() == [
+        "SolverError NVRLgetlb", "SolverError NVRLgetub", "SolverError NVRLgetobj",
+        "SolverError NVRLgetcoltype", "SolverError NVRLgetindicators", "answer (1.0, 0)",
+        "answer (-3.0, 2)", "answer (1.0, [22, 10, 12, 0], [0.0, 0.0, 27.0, 0.0])"]
+
+
 def test_solution_vectors_bases_and_single_values(m):
     x = ["untouched"]
     with pytest.raises(nv.SolverError):

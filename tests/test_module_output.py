@@ -132,6 +132,36 @@ def test_handlers_receive_library_messages_and_their_errors_surface(run_python):
                         "solve surfaced: from the handler 1.0"]
 
 
+def test_handler_error_in_a_method_with_a_result_surfaces_as_itself(run_python):
+    # Methods that write messages and then return a value: the handler's exception must win
+    # over the value (a value returned with an exception set is the interpreter's SystemError).
+    proc = run_python("""
+        import nuvrel
+        nuvrel.setOutputEnabled(False)
+        x = nuvrel.var(ub=1, name="x")
+        c = nuvrel.sin(x) <= 0.5
+        p = nuvrel.problem(x, -x, c)
+        p.solve()
+
+        def fail(*args):
+            raise ValueError("from the handler")
+
+        for name, args in [("printmemory", ()), ("printevalinfo", ()), ("validate", ()),
+                           ("scaling", ()), ("cascade", ()), ("validaterow", (c,))]:
+            nuvrel.addcbmsghandler(fail, None, 0)
+            try:
+                getattr(p, name)(*args)
+                print(name, "no error")
+            except ValueError as e:
+                print(name, e)
+            nuvrel.removecbmsghandler(fail, None)
+            getattr(p, name)(*args)    # and nothing is left pending for the next call
+    """)
+    assert proc.stdout.splitlines() == [
+        f"{name} from the handler" for name in
+        ["printmemory", "printevalinfo", "validate", "scaling", "cascade", "validaterow"]]
+
+
 def test_global_lines_are_printed_once_after_a_forced_start(nv, engine, capsys, output_switch):
     nv.setOutputEnabled(True)
     nv.init()  # a forced start of the running library must not register the printer again

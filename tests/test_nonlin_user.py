@@ -144,6 +144,31 @@ def test_a_failing_callable_stops_the_solve_with_its_exception(xy, derivatives, 
     assert p.getObjVal() == pytest.approx(OPT, abs=1e-5)
 
 
+def test_callable_runs_clean_after_a_message_handler_raised_in_the_same_solve(run_python):
+    # The handler's exception waits for the solve to return; the callable, run meanwhile,
+    # must still be able to call into the interpreter, and the handler's error surfaces.
+    proc = run_python("""
+        import nuvrel as nv
+        nv.setOutputEnabled(False)
+        x = nv.var(ub=10, name="x")
+        values = []
+        p = nv.problem(x, x)
+
+        def fail(*args):
+            raise ValueError("from the handler")
+
+        nv.addcbmsghandler(fail, None, 0)
+        for _ in range(2):
+            try:
+                p.solve()
+            except Exception as e:
+                print(type(e).__name__, e, values[:1])
+            p.addConstraint(nv.user(lambda v: (values.append(len([v])), v)[1], x) <= 5)
+    """)
+    assert proc.stdout.splitlines() == ["ValueError from the handler []",
+                                        "ValueError from the handler [1]"]
+
+
 def test_callable_registered_once_per_problem_and_released_with_it(xy):
     x, y = xy
     f = Hypot()

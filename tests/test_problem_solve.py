@@ -167,6 +167,9 @@ def test_solve_refuses_flags_that_are_not_a_string(nv):
      "Invalid object set as objective"),
     (lambda nv, x: (nv.var() + x, 1), "ModelError",
      "Variable in linear part of constraint has not been added to problem yet"),
+    (lambda nv, x: (1e30 * x, 1), "SolverError",
+     r"^Objective coefficient 1e\+30 is not a finite number below the infinity constant 1e20"),
+    (lambda nv, x: (x + float("nan"), 1), "SolverError", r"^Objective coefficient nan is not"),
 ])
 def test_setObjective_errors_keep_the_old_objective(nv, make, exc, message):
     x = nv.var(ub=3)

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/registry.h"
@@ -705,6 +707,26 @@ TEST_F(SnapshotTest, BadArgumentsFailWithAMessage) {
   EXPECT_NE(lastError().find("unknown flag 'q'"), std::string::npos) << lastError();
   EXPECT_NE(0, NVRLrestore(prob, path("missing").c_str(), ""));
   EXPECT_NE(lastError().find("missing.svf"), std::string::npos) << lastError();
+}
+
+// Replacing through a temporary file must not replace what the name stands for: the file a
+// symbolic link names is written and the link kept; a pipe (like a device) is written into.
+TEST_F(SnapshotTest, LinksAndPipesAreWrittenThroughNotReplaced) {
+  writeBytes(path("real.txt"), "old");
+  std::filesystem::create_symlink("real.txt", path("link.txt"));
+  snap::writeFileReplacing(path("link.txt"), "new");
+  EXPECT_TRUE(std::filesystem::is_symlink(path("link.txt")));
+  EXPECT_EQ("new", readBytes(path("real.txt")));
+
+  ASSERT_EQ(0, mkfifo(path("pipe").c_str(), 0600));
+  const int reader = open(path("pipe").c_str(), O_RDONLY | O_NONBLOCK);
+  ASSERT_GE(reader, 0);
+  snap::writeFileReplacing(path("pipe"), "abc");
+  EXPECT_TRUE(std::filesystem::is_fifo(path("pipe")));
+  char got[8] = {};
+  EXPECT_EQ(3, read(reader, got, sizeof got));
+  EXPECT_STREQ("abc", got);
+  close(reader);
 }
 
 TEST_F(SnapshotTest, AFailedSaveKeepsTheEarlierFile) {

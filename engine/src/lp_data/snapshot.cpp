@@ -4,8 +4,11 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+
+#include <sys/stat.h>
 
 #include "core/registry.h"
 #include "core/text.h"
@@ -594,14 +597,30 @@ bool exists(const std::string &path) {
 }  // namespace
 
 void writeFileReplacing(const std::string &path, const std::string &bytes) {
-  const std::string tmp = path + ".part";
+  // Through a symbolic link the file it names is replaced, not the link. A device or pipe is
+  // written as it is: renaming over it would put a regular file in its place.
+  std::string target = path;
+  struct stat st;
+  if (lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode)) {
+    std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
+    if (real) target = real.get();
+  }
+  const bool special = stat(target.c_str(), &st) == 0 && !S_ISREG(st.st_mode);
+  const std::string tmp = special ? target : target + ".part";
   std::FILE *f = std::fopen(tmp.c_str(), "wb");
   if (!f)
     throw SnapshotError("cannot open '" + tmp + "' for writing: " + std::strerror(errno));
   bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
   int err = errno;
-  ok = (std::fclose(f) == 0) && ok;
-  if (!ok || std::rename(tmp.c_str(), path.c_str()) != 0) {
+  if (std::fclose(f) != 0 && ok) {
+    ok = false;
+    err = errno;
+  }
+  if (special) {
+    if (!ok) throw SnapshotError("cannot write '" + path + "': " + std::strerror(err));
+    return;
+  }
+  if (!ok || std::rename(tmp.c_str(), target.c_str()) != 0) {
     if (ok) err = errno;
     std::remove(tmp.c_str());
     throw SnapshotError("cannot write '" + path + "': " + std::strerror(err));

@@ -114,7 +114,8 @@ struct ProblemImage {
 NVRL_INTERNAL_API ProblemImage readProblem(Reader &r);
 
 // Files: written to a temporary name beside the target and renamed, so that a failed save
-// leaves any earlier file intact. Throw SnapshotError with a message naming the file.
+// leaves any earlier file intact (through a symbolic link, the file it names; a device or a
+// pipe is written directly). Throw SnapshotError with a message naming the file.
 NVRL_INTERNAL_API void writeFileReplacing(const std::string &path, const std::string &bytes);
 NVRL_INTERNAL_API std::string readFileBytes(const std::string &path);
 // The file NVRLrestore/NSLPrestore read for a name: "<name>.svf", or the name itself when no

@@ -29,24 +29,19 @@ int elem_setitem(PyObject *item, void *data, void *) {
   return 0;
 }
 
-// References are eight bytes in native order; a byte swap is never needed in practice, but
-// numpy may ask for one and then gets the reversed pointer bytes it asked for.
-void swap8(char *p) {
-  for (int i = 0; i < 4; ++i) std::swap(p[i], p[7 - i]);
-}
-
-// numpy's copy slots: the destination element gets its own reference to the source's.
-void elem_copyswap(void *dst, void *src, int swap, void *) {
+// numpy's copy slots: the destination element gets its own reference to the source's. A
+// request to swap bytes (arr.byteswap(), a view in the other byte order) is ignored, as numpy
+// ignores it for its own object arrays: a reference with its bytes reversed points nowhere.
+void elem_copyswap(void *dst, void *src, int, void *) {
   if (src != nullptr) {
     PyObject *o = nvo_elem_load(static_cast<const char *>(src));
     Py_XINCREF(o);
     nvo_elem_store(static_cast<char *>(dst), o);
   }
-  if (swap) swap8(static_cast<char *>(dst));
 }
 
 void elem_copyswapn(void *dst, npy_intp dstride, void *src, npy_intp sstride, npy_intp n,
-                    int swap, void *) {
+                    int, void *) {
   auto *d = static_cast<char *>(dst);
   auto *s = static_cast<char *>(src);
   if (s != nullptr) {
@@ -55,10 +50,6 @@ void elem_copyswapn(void *dst, npy_intp dstride, void *src, npy_intp sstride, np
       Py_XINCREF(o);
       nvo_elem_store(d, o);
     }
-  }
-  if (swap) {
-    d = static_cast<char *>(dst);
-    for (npy_intp i = 0; i < n; ++i, d += dstride) swap8(d);
   }
 }
 

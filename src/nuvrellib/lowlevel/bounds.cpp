@@ -1,6 +1,7 @@
 // getIndexFromName and the column bound queries getlb/getub: the pattern of every query that
 // fills a list the caller passes or returns a new one.
 #include "lowlevel/conv.h"
+#include "lowlevel/query_support.h"
 #include "module/alloc_buffer.h"
 #include "module/args.h"
 #include "module/errors.h"
@@ -49,8 +50,7 @@ PyObject *bound_query(PyObject *self, PyObject *args, PyObject *kwargs, const ch
     return setNvrlErrIfNull(self, nullptr);
   if (static_cast<int64_t>(last) + 1 - first < 1) Py_RETURN_NONE;
   AllocBuffer<double> values;
-  if (values.allocate(static_cast<size_t>(static_cast<int64_t>(last) - first + 1)) != 0)
-    return nullptr;
+  if (values.allocate(static_cast<size_t>(query::room(first, last, cols))) != 0) return nullptr;
   if (query(p->prob, values.data(), first, last) != 0) return setNvrlErrIfNull(self, nullptr);
   PyObject *slot = out == Py_None ? nullptr : out;
   if (conv_arr2obj(p, static_cast<int64_t>(values.size()), values.data(), &slot, CONV_DOUBLE) != 0)

@@ -1,5 +1,6 @@
 // MIP solutions given by the user and the solver operations on the last answer: loadmipsol,
 // addmipsol, refinemipsol, crossoverlpsol, fixglobals, postsolve, scale, presolverow.
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 
@@ -227,7 +228,9 @@ PyObject *NVRL_PY_presolverow(PyObject *self, PyObject *args, PyObject *kwargs) 
   }
   AllocBuffer<int> outcols;
   AllocBuffer<double> outcoefs;
-  const size_t room = maxcoefs > 0 ? static_cast<size_t>(maxcoefs) : 1;
+  // The presolved row has at most one entry per column given: room beyond that (maxcoefs may
+  // be anything up to 2**31-1) would never be written.
+  const size_t room = static_cast<size_t>(std::max<int64_t>(1, std::min<int64_t>(maxcoefs, n)));
   if (outcols.allocate(room) != 0 || outcoefs.allocate(room) != 0) return nullptr;
   int ncoefs = 0, status = 0;
   double rhs = 0.0;

@@ -164,12 +164,13 @@ PyObject *NSLP_PY_getcoefformula(PyObject *self, PyObject *args, PyObject *kwarg
     return nullptr;
   int ntok = 0;
   double factor = 0.0;
-  // Without maxtypes the formula's own length is asked first.
-  if (maxtypes < 0) {
+  // The formula's own length is asked first: without maxtypes it is the room needed, and room
+  // beyond it (maxtypes may be anything up to 2**31-1) would never be written.
+  if (maxtypes != 0) {
     if (NSLPgetcoefformula(p->slpprob, row, col, nullptr, parsed, 0, &ntok, nullptr, nullptr) !=
         0)
       return nvo_nl_fail(p);
-    maxtypes = ntok;
+    if (maxtypes < 0 || maxtypes > ntok) maxtypes = ntok;
   }
   AllocBuffer<int> types;
   AllocBuffer<double> values;

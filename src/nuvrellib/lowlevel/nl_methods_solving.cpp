@@ -64,7 +64,7 @@ PyObject *no_args(PyObject *self, PyObject *) {
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
   if (call(p->slpprob) != 0) return nvo_nl_fail(p);
-  Py_RETURN_NONE;
+  return setNvrlErrIfNull(self, Py_NewRef(Py_None));
 }
 
 int run_global(NSLPprob slp, const char *) { return NSLPglobal(slp); }

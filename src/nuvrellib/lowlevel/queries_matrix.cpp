@@ -169,7 +169,7 @@ PyObject *dense_query(PyObject *self, PyObject *args, PyObject *kwargs, const De
   int f = 0, l = 0;
   if (query::range(p, first, last, q.rows ? CONV_ROW : CONV_COL, n, q.empty_msg, &f, &l) != 0)
     return nullptr;
-  const int64_t count = static_cast<int64_t>(l) - f + 1;
+  const int64_t count = query::room(f, l, n);
   AllocBuffer<T> values;
   if (values.allocate(static_cast<size_t>(count)) != 0) return nullptr;
   if (reader(p->prob, values.data(), f, l) != 0) return done(p, nullptr);
@@ -226,7 +226,7 @@ PyObject *NVRL_PY_getindicators(PyObject *self, PyObject *args, PyObject *kwargs
   if (query::rows(p, &n) != 0) return nullptr;
   int f = 0, l = 0;
   if (query::range(p, first, last, CONV_ROW, n, kEmptyRows, &f, &l) != 0) return nullptr;
-  const int64_t count = static_cast<int64_t>(l) - f + 1;
+  const int64_t count = query::room(f, l, n);
   AllocBuffer<int> bcol, bcomp;
   if (query::room_for(colind, bcol, count) != 0 || query::room_for(comp, bcomp, count) != 0)
     return nullptr;

@@ -25,6 +25,14 @@ int cols(problem_s *p, int64_t *value);
 int range(problem_s *p, PyObject *first, PyObject *last, int kind, int64_t n,
           const char *empty_msg, int *f, int *l);
 
+// The entries to make room for when asking the library for first..last of n items: the
+// range's length when it lies within them, else one. The library refuses a range outside
+// before writing anything, with its own message; a range like 0..2**31-1 must not cost
+// gigabytes first.
+inline int64_t room(int first, int last, int64_t n) {
+  return first >= 0 && first <= last && last < n ? static_cast<int64_t>(last) - first + 1 : 1;
+}
+
 // One index given as an int, a name or an object (the conversion of single objects).
 int index(problem_s *p, PyObject *obj, int kind, int *out);
 

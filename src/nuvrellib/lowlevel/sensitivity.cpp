@@ -4,6 +4,7 @@
 // Outputs follow one rule: the output lists the caller gives are filled in place and None is
 // returned; when none is given, the results come back as new lists (a tuple of them when
 // there are several).
+#include <algorithm>
 #include <climits>
 #include <initializer_list>
 #include <vector>
@@ -246,9 +247,14 @@ PyObject *NVRL_PY_getpivots(PyObject *self, PyObject *args, PyObject *kwargs) {
   int in = -1;
   if (ObjInt2int(enter, p, &in, CONV_ROWCOL) != 0) return setNvrlErrIfNull(self, nullptr);
   if (maxpiv < 0) return nvo_model_error("The maximum number of pivots must not be negative");
+  // The pivots are leaving basic variables and the entering one: room beyond those (maxpivots
+  // may be anything up to 2**31-1) would never be written.
+  int64_t nrows = 0;
+  if (query::rows(p, &nrows) != 0) return nullptr;
+  const size_t room = static_cast<size_t>(std::min<int64_t>(maxpiv, nrows + 1));
   AllocBuffer<int> out;
   AllocBuffer<double> ratio;
-  if (out.allocate(maxpiv) != 0 || ratio.allocate(maxpiv) != 0) return nullptr;
+  if (out.allocate(room) != 0 || ratio.allocate(room) != 0) return nullptr;
   double dobj = 0.0;
   int npiv = 0;
   if (NVRLgetpivots(p->prob, in, out.data(), ratio.data(), &dobj, &npiv, maxpiv) != 0)

@@ -1,5 +1,7 @@
 // Low-level solver operations: the optimisation calls lpoptimize and mipoptimize, and the
 // problem-state calls (name, log file, controls, message codes, interruption).
+#include <climits>
+
 #include "lowlevel/lowlevel.h"
 #include "module/args.h"
 #include "module/env.h"
@@ -118,6 +120,12 @@ PyObject *NVRL_PY_interrupt(PyObject *self, PyObject *args, PyObject *kwargs) {
   problem_s *p = reinterpret_cast<problem_s *>(self);
   if (p->prob == nullptr) {
     PyErr_SetString(nvpy_interf_exc, "The problem has not been initialized");
+    return nullptr;
+  }
+  // The library takes an int: a wider value cut to one would stop with a reason nobody gave
+  // (2**31 became -2**31, -2**31-1 became the valid 2**31-1).
+  if (reason < INT_MIN || reason > INT_MAX) {
+    PyErr_Format(nvpy_interf_exc, "Invalid stop reason %ld: it is out of range", reason);
     return nullptr;
   }
   return result(p, NVRLinterrupt(p->prob, static_cast<int>(reason)));

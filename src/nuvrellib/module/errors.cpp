@@ -48,7 +48,13 @@ void nvo_register_error_source(const nvo_error_source *source) {
 }
 
 PyObject *setNvrlErrIfNull(PyObject *owner, PyObject *result) {
-  if (result != nullptr) return result;
+  if (result != nullptr) {
+    if (!PyErr_Occurred()) return result;
+    // A message handler raised during the library call: its exception is the answer, and a
+    // result returned beside it would be the interpreter's SystemError.
+    Py_DECREF(result);
+    return nullptr;
+  }
   if (PyErr_Occurred()) return nullptr;  // the module's own error says more
   if (owner == nullptr) {
     raise_last_error(global_error_source, nullptr, nvpy_interf_exc);

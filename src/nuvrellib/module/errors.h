@@ -25,9 +25,10 @@ nvo_failure nvo_library_error(Owner *owner) {
 }
 
 // Called on every result just before a Python-visible function returns it. A non-null
-// result is returned unchanged; a null one without a pending exception gets one carrying the
-// library's last error for owner (a problem, a branching object, or null for the global
-// environment). A pending exception is never replaced. Returns result.
+// result is returned unchanged, unless an exception is pending (raised by a message handler
+// during the call): the result then gives way to it. A null one without a pending exception
+// gets one carrying the library's last error for owner (a problem, a branching object, or
+// null for the global environment). A pending exception is never replaced.
 PyObject *setNvrlErrIfNull(PyObject *owner, PyObject *result);
 
 // A kind of object that owns library handles (a problem, a branching object). The layers that

@@ -115,7 +115,14 @@ double nvpy_generic_user_function(const double *values, void *context, const dou
                                   double *results) {
   // The solver calls from any of its threads, without the interpreter lock.
   PyGILState_STATE gil = PyGILState_Ensure();
-  double r = call_user_function(values, context, deltas, results);
+  double r;
+  {
+    // A message handler's exception raised earlier in this library call waits there for the
+    // call to return; the callable must not run with it set (its first call into the
+    // interpreter would fail with a SystemError).
+    PendingError aside;
+    r = call_user_function(values, context, deltas, results);
+  }
   PyGILState_Release(gil);
   return r;
 }

@@ -4,7 +4,9 @@
 
 #include <structmember.h>
 
+#include <array>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "module/alloc_buffer.h"
@@ -326,6 +328,39 @@ PyMemberDef problem_members[] = {
 // The table assembled from the families; it lives as long as the type.
 std::vector<PyMethodDef> assembled_methods;
 
+// Every method runs through a guard that passes its result to setNvrlErrIfNull: a message
+// handler may raise during any library call a method makes, and a method that then returned
+// its value beside the pending exception would give the interpreter's SystemError instead of
+// the handler's error. Guard I calls the I-th method of the table.
+constexpr size_t kMaxGuarded = 400;
+PyCFunction guarded_methods[kMaxGuarded];
+
+template <size_t I>
+PyObject *guard(PyObject *self, PyObject *arg) {
+  return setNvrlErrIfNull(self, guarded_methods[I](self, arg));
+}
+
+template <size_t I>
+PyObject *guard_kw(PyObject *self, PyObject *args, PyObject *kwargs) {
+  auto method = reinterpret_cast<PyCFunctionWithKeywords>(
+      reinterpret_cast<void (*)()>(guarded_methods[I]));
+  return setNvrlErrIfNull(self, method(self, args, kwargs));
+}
+
+template <size_t... I>
+constexpr std::array<PyCFunction, sizeof...(I)> guards(std::index_sequence<I...>) {
+  return {guard<I>...};
+}
+
+template <size_t... I>
+constexpr std::array<PyCFunctionWithKeywords, sizeof...(I)> guards_kw(
+    std::index_sequence<I...>) {
+  return {guard_kw<I>...};
+}
+
+constexpr auto kGuards = guards(std::make_index_sequence<kMaxGuarded>());
+constexpr auto kGuardsKw = guards_kw(std::make_index_sequence<kMaxGuarded>());
+
 PyDoc_STRVAR(problem_doc,
              "problem(*elements, name=None, sense=1)\n\n"
              "An optimization problem. Positional elements may be variables, constraints,\n"
@@ -459,6 +494,18 @@ int problem_build_method_table() {
   assembled_methods.clear();
   for (PyMethodDef *family : families)
     for (PyMethodDef *m = family; m->ml_name != nullptr; ++m) assembled_methods.push_back(*m);
+  if (assembled_methods.size() > kMaxGuarded) {
+    PyErr_SetString(PyExc_RuntimeError, "More problem methods than method guards");
+    return -1;
+  }
+  for (size_t i = 0; i < assembled_methods.size(); ++i) {
+    PyMethodDef &m = assembled_methods[i];
+    if (m.ml_flags & (METH_STATIC | METH_CLASS)) continue;  // no problem, no library call
+    guarded_methods[i] = m.ml_meth;
+    m.ml_meth = m.ml_flags & METH_KEYWORDS
+                    ? reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(kGuardsKw[i]))
+                    : kGuards[i];
+  }
   assembled_methods.push_back({nullptr, nullptr, 0, nullptr});
   problem_type.tp_methods = assembled_methods.data();
   return 0;

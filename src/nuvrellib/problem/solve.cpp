@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <cstdio>
 #include <algorithm>
 
 #include "model/dispatch.h"
@@ -164,10 +165,13 @@ int objective_out_of_range(const nvo_converted &c) {
   for (size_t k = 0; !found && k < c.lin_coef.size(); ++k) found = bad(value = c.lin_coef[k]);
   for (size_t k = 0; !found && k < c.quad_coef.size(); ++k) found = bad(value = c.quad_coef[k]);
   if (!found) return 0;
-  PyErr_Format(nvpy_solver_exc,
-               "Objective coefficient %g is not a finite number below the infinity constant "
-               "1e20; the objective is left as it was",
-               value);
+  // The interpreter's formatting knows no floating-point conversions.
+  char text[160];
+  std::snprintf(text, sizeof text,
+                "Objective coefficient %g is not a finite number below the infinity constant "
+                "1e20; the objective is left as it was",
+                value);
+  PyErr_SetString(nvpy_solver_exc, text);
   return -1;
 }
 
