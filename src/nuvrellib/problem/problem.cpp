@@ -500,7 +500,9 @@ int problem_build_method_table() {
   }
   for (size_t i = 0; i < assembled_methods.size(); ++i) {
     PyMethodDef &m = assembled_methods[i];
-    if (m.ml_flags & (METH_STATIC | METH_CLASS)) continue;  // no problem, no library call
+    // Static and class methods have no problem; a fast call would need a guard of its own
+    // signature (none is used).
+    if (m.ml_flags & (METH_STATIC | METH_CLASS | METH_FASTCALL)) continue;
     guarded_methods[i] = m.ml_meth;
     m.ml_meth = m.ml_flags & METH_KEYWORDS
                     ? reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(kGuardsKw[i]))
