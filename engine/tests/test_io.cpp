@@ -756,6 +756,15 @@ TEST_F(RoundTrip, FlagsAndFileNames) {
   // A given extension is kept, whatever the format.
   ASSERT_EQ(NVRLwriteprob(prob, path("given.txt").c_str(), "l"), 0) << lastError();
   EXPECT_TRUE(std::filesystem::exists(path("given.txt")));
+  // Without a format flag the name chooses, as for reading: ".lp" (any case) is LP, so what
+  // is written reads back; "m" forces MPS whatever the name.
+  for (const char *name : {"plain.lp", "upper.LP"}) {
+    ASSERT_EQ(NVRLwriteprob(prob, path(name).c_str(), ""), 0) << lastError();
+    EXPECT_EQ(iotest::readBytes(path(name)).rfind("\\", 0), 0u) << name;
+    ASSERT_EQ(NVRLreadprob(prob, path(name).c_str(), ""), 0) << lastError();
+  }
+  ASSERT_EQ(NVRLwriteprob(prob, path("forced.lp").c_str(), "m"), 0) << lastError();
+  EXPECT_EQ(iotest::readBytes(path("forced.lp")).rfind("NAME", 0), 0u);
   std::string unwritable = path("no/such/dir/file.mps");
   EXPECT_NE(NVRLwriteprob(prob, unwritable.c_str(), ""), 0);
   EXPECT_EQ(lastError(), "Cannot open '" + unwritable + "' for writing: No such file or directory");

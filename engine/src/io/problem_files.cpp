@@ -151,12 +151,14 @@ int NVRLwriteprob(NVRLprob prob, const char *filename, const char *flags) NVRL_T
   nvrl_problem_s *p = nvrl::checkProblem(prob, __func__);
   if (!p) return 1;
   if (!filename || !*filename) return p->fail("NVRLwriteprob: no file name given");
-  bool lp = false;
+  char format = 0;  // 'l' LP, 'm' MPS, 0 from the file name as a read would take it
   for (const char *c = flags ? flags : ""; *c; ++c) {
     if (*c == 'x') return p->fail("NVRLwriteprob: hexadecimal values (flag 'x') are not supported");
     if (*c != 'l' && *c != 'm') return p->fail("NVRLwriteprob: unknown flag '%c'", *c);
-    lp = *c == 'l';
+    format = *c;
   }
+  const bool lp = format == 'l' ||
+                  (format == 0 && equalsNoCase(extension(filename), "lp"));
   const std::string path = nvrl::io::writePath(filename, lp);
   try {
     std::string text;
