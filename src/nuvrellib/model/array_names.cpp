@@ -88,8 +88,10 @@ namespace {
 // Writes the name of element id - first_id of p (its indices in C order, last index fastest).
 void write_name(const array_name_pattern *p, uint64_t id, std::string *text) {
   const size_t nd = p->dims.size();
-  // numpy arrays have at most 64 dimensions.
-  uint64_t pos[64];
+  // Room on the stack for any numpy array's dimensions; more only if a pattern ever has them.
+  uint64_t small[64];
+  std::vector<uint64_t> large(nd > 64 ? nd : 0);
+  uint64_t *pos = nd > 64 ? large.data() : small;
   uint64_t rest = id - p->first_id;
   for (size_t d = nd; d-- > 0;) {
     const auto k = static_cast<uint64_t>(p->dims[d]);
