@@ -15,6 +15,7 @@ import sys
 import textwrap
 from pathlib import Path
 
+import numpy as np
 import pytest
 
 import nuvrel
@@ -162,10 +163,19 @@ def rss_grew_less_than(before, limit):
     return SANITIZED or rss_bytes() - before < limit
 
 
+# numpy 1.x never releases the elements of an array whose user type holds an object field
+# (numpy issue 25949, fixed in 2.0): objects that were in such an array, even a temporary one,
+# stay alive with the process.
+KEEPS_ARRAY_ELEMENTS = pytest.mark.xfail(
+    int(np.__version__.split(".")[0]) < 2, strict=True,
+    reason="numpy 1.x leaks the elements of arrays of user types (numpy issue 25949)")
+
+
 def object_count():
-    """Live objects and allocated blocks after a collection: flat when nothing leaks."""
+    """Live objects and allocated blocks after a collection, the modelling objects kept apart
+    from the interpreter's allocator included: flat when nothing leaks."""
     gc.collect()
-    return len(gc.get_objects()) + sys.getallocatedblocks()
+    return len(gc.get_objects()) + sys.getallocatedblocks() + nuvrel.var._slab_objects()
 
 
 def same_objects(got, expected):

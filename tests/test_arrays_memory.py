@@ -10,17 +10,13 @@ import sys
 
 import numpy as np
 import pytest
-from conftest import rss_bytes, rss_grew_less_than
+from conftest import KEEPS_ARRAY_ELEMENTS, rss_bytes, rss_grew_less_than
 
 import nuvrel as nv
 
 N_ROWS, N_COLS = 200, 250
 
-# numpy 1.25 and 1.26 never release the elements of an array whose user type holds an object
-# field (numpy issue 25949, fixed in 2.0): every count here stays raised after the arrays go.
-pytestmark = pytest.mark.xfail(
-    int(np.__version__.split(".")[0]) < 2, strict=True,
-    reason="numpy 1.x leaks the elements of arrays of user types (numpy issue 25949)")
+pytestmark = KEEPS_ARRAY_ELEMENTS
 
 
 @pytest.fixture(scope="module")
@@ -29,6 +25,7 @@ def xy():
 
 
 BUILDERS = {
+    "variables": lambda x, y: nv.vars(N_ROWS, N_COLS, lb=-1),
     "elementwise": lambda x, y: 3 * x + 2 * y - 1,
     "compare": lambda x, y: x <= np.arange(float(N_COLS)),
     "compare objects": lambda x, y: x + 1 >= 2 * y,

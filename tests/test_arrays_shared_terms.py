@@ -6,6 +6,7 @@ import sys
 
 import numpy as np
 import pytest
+from conftest import KEEPS_ARRAY_ELEMENTS
 
 import nuvrel as nv
 
@@ -83,8 +84,7 @@ def test_rows_of_a_product_keep_their_terms_when_the_product_changes():
     assert str(y[2]) != expected[2]
 
 
-@pytest.mark.xfail(int(np.__version__.split(".")[0]) < 2, strict=True,
-                   reason="numpy 1.x leaks elements of arrays of user types (numpy issue 25949)")
+@KEEPS_ARRAY_ELEMENTS
 @pytest.mark.parametrize("drop_first", ["original", "copies"])
 def test_variables_are_released_by_the_last_owner(drop_first):
     x = nv.vars(3, name="")

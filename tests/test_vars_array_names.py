@@ -2,8 +2,7 @@
 its name for as long as it lives, and a new name replaces it."""
 import gc
 
-import numpy as np
-import pytest
+from conftest import KEEPS_ARRAY_ELEMENTS
 
 import nuvrel as nv
 
@@ -13,9 +12,7 @@ def name_count():
     return nv.var._sidetable_sizes()[3]
 
 
-# numpy 1.x keeps the elements of a dropped array alive (numpy issue 25949), and their names.
-@pytest.mark.xfail(int(np.__version__.split(".")[0]) < 2, strict=True,
-                   reason="numpy 1.x leaks elements of arrays of user types (numpy issue 25949)")
+@KEEPS_ARRAY_ELEMENTS  # and their names
 def test_names_outlive_the_array_and_give_way_to_new_names():
     before = name_count()
     x = nv.vars(3, 4, name="k")

@@ -12,6 +12,7 @@
 #include "model/var.h"
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/object_slab.h"
 #include "module/pyref.h"
 
 static inline expression_s *as_expr(PyObject *o) { return reinterpret_cast<expression_s *>(o); }
@@ -20,7 +21,8 @@ static inline PyObject *as_obj(const var_s *v) {
 }
 
 PyObject *expression_base() {
-  expression_s *e = PyObject_New(expression_s, &expression_type);
+  static object_slab slab(sizeof(expression_s));
+  auto *e = reinterpret_cast<expression_s *>(slab_object_new(slab, &expression_type));
   if (e == nullptr) return nullptr;
   e->constant = 0.0;
   e->lin = nullptr;
@@ -654,4 +656,5 @@ PyTypeObject expression_type = {
     .tp_richcompare = make_constraint,
     .tp_methods = expression_methods,
     .tp_new = expression_new,
+    .tp_free = slab_object_free,
 };

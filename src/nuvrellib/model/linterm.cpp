@@ -11,6 +11,7 @@
 #include "model/var.h"
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/object_slab.h"
 #include "module/pyref.h"
 
 static inline linterm_s *as_lin(PyObject *o) { return reinterpret_cast<linterm_s *>(o); }
@@ -35,7 +36,8 @@ void nvo_append_number(std::string &out, const char *fmt, double v) {
 
 PyObject *linterm_fill(PyObject *var, double c) {
   if (c == 0.0) return PyFloat_FromDouble(0.0);
-  linterm_s *t = PyObject_New(linterm_s, &linterm_type);
+  static object_slab slab(sizeof(linterm_s));
+  auto *t = reinterpret_cast<linterm_s *>(slab_object_new(slab, &linterm_type));
   if (t == nullptr) return nullptr;
   t->coef = c;
   t->var = Py_NewRef(var);
@@ -257,4 +259,5 @@ PyTypeObject linterm_type = {
     .tp_richcompare = make_constraint,
     .tp_methods = linterm_methods,
     .tp_new = linterm_new,
+    .tp_free = slab_object_free,
 };

@@ -10,6 +10,8 @@
 #include <new>
 #include <utility>
 
+#include "module/object_slab.h"
+
 namespace {
 
 inline const var_s *as_var(PyObject *obj) { return reinterpret_cast<const var_s *>(obj); }
@@ -36,11 +38,12 @@ Container *new_container() {
   return c;
 }
 
-// Term maps themselves come from the same allocator as their nodes (see py_node_allocator).
-// NULL with a MemoryError set on failure.
+// Term maps are made with their expressions, a million at a time, so they share their storage
+// scheme. NULL with a MemoryError set on failure.
 template <class Map, class... Args>
 Map *new_term_map(Args &&...args) {
-  void *p = PyObject_Malloc(sizeof(Map));
+  static object_slab slab(sizeof(Map));
+  void *p = slab.allocate();
   if (p == nullptr) {
     PyErr_NoMemory();
     return nullptr;
@@ -48,7 +51,7 @@ Map *new_term_map(Args &&...args) {
   try {
     return new (p) Map(std::forward<Args>(args)...);
   } catch (const std::bad_alloc &) {
-    PyObject_Free(p);
+    object_slab::release(p);
     PyErr_NoMemory();
     return nullptr;
   }
@@ -57,7 +60,7 @@ Map *new_term_map(Args &&...args) {
 template <class Map>
 void delete_term_map(Map *m) {
   m->~Map();
-  PyObject_Free(m);
+  object_slab::release(m);
 }
 
 // For containers that hold no references: a plain copy (NULL for NULL) and a plain delete.

@@ -10,6 +10,7 @@
 #include "module/args.h"
 #include "module/env.h"
 #include "module/errors.h"
+#include "module/object_slab.h"
 #include "module/pyref.h"
 #include "module/scalars.h"
 
@@ -180,6 +181,20 @@ void var_sidetable_sizes(Py_ssize_t sizes[4]) {
 
 // ===== type slots =========================================================================
 
+static object_slab var_slab(sizeof(var_s));
+
+static var_s *var_storage() {
+  return reinterpret_cast<var_s *>(slab_object_new(var_slab, &var_type));
+}
+
+// Subclasses are allocated by the interpreter, through their own slots.
+static PyObject *var_alloc(PyTypeObject *type, Py_ssize_t) {
+  if (type != &var_type) return PyType_GenericAlloc(type, 0);
+  var_s *v = var_storage();
+  if (v != nullptr) v->rec = 0;
+  return reinterpret_cast<PyObject *>(v);
+}
+
 static PyObject *var_new(PyTypeObject *type, PyObject *args, PyObject *kwargs) {
   PyObject *self = type->tp_alloc(type, 0);
   if (self == nullptr) return nullptr;
@@ -219,7 +234,7 @@ PyObject *var_create(PyObject *name, double lb, double ub, double threshold, lon
 PyObject *var_create_with_id(uint64_t id, PyObject *name, double lb, double ub,
                              double threshold, long vartype) {
   // The var type is neither collected nor variable-sized: no zeroing or tracking is needed.
-  var_s *v = PyObject_New(var_s, &var_type);
+  var_s *v = var_storage();
   if (v != nullptr) v->rec = id & VAR_ID_MASK;
   return var_setup(reinterpret_cast<PyObject *>(v), name, lb, ub, threshold, vartype);
 }
@@ -386,11 +401,21 @@ static PyObject *var_sidetable_sizes_py(PyObject *unused_self, PyObject *unused)
   return Py_BuildValue("(nnnn)", s[0], s[1], s[2], s[3]);
 }
 
+PyDoc_STRVAR(var_slab_objects_doc,
+             "_slab_objects() -> int\n\n"
+             "Variables, linear terms, expressions and term maps alive (for diagnostics and "
+             "tests: sys.getallocatedblocks() does not count them).");
+
+static PyObject *var_slab_objects_py(PyObject *unused_self, PyObject *unused) {
+  return PyLong_FromSize_t(object_slabs_live());
+}
+
 static PyMethodDef var_methods[] = {
     {"extractLinear", var_extractLinear, METH_NOARGS, var_extractLinear_doc},
     {"extractQuadratic", var_extractQuadratic, METH_NOARGS, var_extractQuadratic_doc},
     {"_sidetable_sizes", var_sidetable_sizes_py, METH_NOARGS | METH_STATIC,
      var_sidetable_sizes_doc},
+    {"_slab_objects", var_slab_objects_py, METH_NOARGS | METH_STATIC, var_slab_objects_doc},
     {nullptr, nullptr, 0, nullptr},
 };
 
@@ -439,7 +464,7 @@ PyTypeObject var_type = {
     .tp_richcompare = var_richcompare,
     .tp_methods = var_methods,
     .tp_init = var_init,
-    .tp_alloc = PyType_GenericAlloc,
+    .tp_alloc = var_alloc,
     .tp_new = var_new,
-    .tp_free = PyObject_Del,
+    .tp_free = slab_object_free,
 };

@@ -1,0 +1,157 @@
+#include "module/object_slab.h"
+
+#include <sys/mman.h>
+
+#include <cstring>
+#include <new>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+// Released storage is poisoned, so that the address sanitizer reports a use after release as
+// it would for the general allocator.
+#define SLAB_POISON(p, n) ASAN_POISON_MEMORY_REGION(p, n)
+#define SLAB_UNPOISON(p, n) ASAN_UNPOISON_MEMORY_REGION(p, n)
+#else
+#define SLAB_POISON(p, n) ((void)(p), (void)(n))
+#define SLAB_UNPOISON(p, n) ((void)(p), (void)(n))
+#endif
+
+namespace {
+size_t all_live = 0;
+}
+
+// The interpreter's header of these two lacks C linkage before 3.12, so a C++ caller would look
+// for mangled names: they are declared again here under their exported names.
+extern "C" int nvo_trace_track(unsigned int domain, uintptr_t ptr, size_t size) __asm__(
+    "PyTraceMalloc_Track");
+extern "C" int nvo_trace_untrack(unsigned int domain, uintptr_t ptr) __asm__(
+    "PyTraceMalloc_Untrack");
+
+struct object_slab::chunk {
+  object_slab *owner;
+  chunk *prev, *next;  // neighbours in the owner's open list
+  char *bump;          // first slot never handed out
+  char *end;           // no slot starts at or after end
+  void *free_list;     // released slots, each holding the next
+  uint32_t live;
+  bool listed;         // in the owner's open list
+};
+
+namespace {
+
+constexpr size_t kHeaderBytes = 64;
+static_assert(sizeof(void *) * 6 <= kHeaderBytes, "chunk header fits its slot");
+
+// A chunk-aligned mapping: twice the size is mapped and the misaligned ends given back.
+void *map_chunk() {
+  const size_t size = object_slab::kChunkBytes;
+  void *raw = mmap(nullptr, 2 * size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (raw == MAP_FAILED) return nullptr;
+  const uintptr_t start = reinterpret_cast<uintptr_t>(raw);
+  const uintptr_t aligned = (start + size - 1) & ~uintptr_t(size - 1);
+  if (aligned > start) munmap(raw, aligned - start);
+  if (aligned + size < start + 2 * size)
+    munmap(reinterpret_cast<void *>(aligned + size), start + 2 * size - (aligned + size));
+#ifdef MADV_HUGEPAGE
+  // Advice only: without huge pages the chunk still works, with more page faults.
+  madvise(reinterpret_cast<void *>(aligned), size, MADV_HUGEPAGE);
+#endif
+  return reinterpret_cast<void *>(aligned);
+}
+
+}  // namespace
+
+object_slab::chunk *object_slab::new_chunk() {
+  chunk *c = spare_;
+  if (c != nullptr) {
+    spare_ = nullptr;
+  } else {
+    void *mem = map_chunk();
+    if (mem == nullptr) return nullptr;
+    c = static_cast<chunk *>(mem);
+    c->owner = this;
+    c->end = static_cast<char *>(mem) + kChunkBytes - size_ + 1;
+    ++chunks_;
+  }
+  c->bump = reinterpret_cast<char *>(c) + kHeaderBytes;
+  c->free_list = nullptr;
+  c->live = 0;
+  c->listed = false;
+  SLAB_POISON(c->bump, kChunkBytes - kHeaderBytes);
+  return c;
+}
+
+void object_slab::open(chunk *c) {
+  c->prev = nullptr;
+  c->next = open_;
+  if (open_ != nullptr) open_->prev = c;
+  open_ = c;
+  c->listed = true;
+}
+
+void object_slab::close(chunk *c) {
+  if (c->prev != nullptr) c->prev->next = c->next;
+  else open_ = c->next;
+  if (c->next != nullptr) c->next->prev = c->prev;
+  c->listed = false;
+}
+
+void object_slab::retire(chunk *c) {
+  close(c);
+  if (spare_ == nullptr) {
+    spare_ = c;
+    return;
+  }
+  munmap(c, kChunkBytes);
+  --chunks_;
+}
+
+void *object_slab::allocate() {
+  chunk *c = open_;
+  if (c == nullptr) {
+    c = new_chunk();
+    if (c == nullptr) return nullptr;
+    open(c);
+  }
+  void *p;
+  if (c->free_list != nullptr) {
+    p = c->free_list;
+    SLAB_UNPOISON(p, size_);
+    c->free_list = *static_cast<void **>(p);
+  } else {
+    p = c->bump;
+    SLAB_UNPOISON(p, size_);
+    c->bump += size_;
+  }
+  ++c->live;
+  ++live_;
+  ++all_live;
+  if (c->free_list == nullptr && c->bump >= c->end) close(c);
+  // Shown to tracemalloc as the interpreter's own objects are (nothing when it is off).
+  nvo_trace_track(0, reinterpret_cast<uintptr_t>(p), size_);
+  return p;
+}
+
+void object_slab::release(void *p) {
+  chunk *c = reinterpret_cast<chunk *>(reinterpret_cast<uintptr_t>(p) & ~uintptr_t(kChunkBytes - 1));
+  object_slab *s = c->owner;
+  nvo_trace_untrack(0, reinterpret_cast<uintptr_t>(p));
+  *static_cast<void **>(p) = c->free_list;
+  c->free_list = p;
+  SLAB_POISON(p, s->size_);
+  --c->live;
+  --s->live_;
+  --all_live;
+  if (!c->listed) s->open(c);
+  if (c->live == 0) s->retire(c);
+}
+
+size_t object_slabs_live() { return all_live; }
+
+PyObject *slab_object_new(object_slab &slab, PyTypeObject *type) {
+  void *mem = slab.allocate();
+  if (mem == nullptr) return PyErr_NoMemory();
+  return PyObject_Init(static_cast<PyObject *>(mem), type);
+}
+
+void slab_object_free(void *p) { object_slab::release(p); }

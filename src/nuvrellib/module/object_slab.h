@@ -1,0 +1,59 @@
+// Storage for the small fixed-size objects that models make by the million (variables, linear
+// terms, expressions and their term maps). Objects live in 2 MiB chunks aligned to their size:
+// allocating is a free-list pop or a pointer bump, releasing finds the chunk from the address,
+// and the chunks ask for transparent huge pages, so that filling an array of a million objects
+// costs neither the general allocator's per-object work nor a page fault every 4 KiB.
+//
+// A chunk is returned to the system when its last object goes, except one empty chunk per slab
+// kept for the next allocation. Not thread-safe: every caller holds the interpreter lock.
+#pragma once
+
+#include <Python.h>
+
+#include <cstddef>
+#include <cstdint>
+
+class object_slab {
+ public:
+  static constexpr size_t kChunkBytes = size_t(2) << 20;
+
+  explicit constexpr object_slab(size_t object_size)
+      : size_(object_size < sizeof(void *) ? sizeof(void *) : (object_size + 7) & ~size_t(7)) {}
+  object_slab(const object_slab &) = delete;
+  object_slab &operator=(const object_slab &) = delete;
+
+  // Uninitialised storage of the slab's object size; nullptr when no memory can be mapped (no
+  // Python exception is set).
+  void *allocate();
+  // Gives back storage from allocate() of any slab.
+  static void release(void *p);
+
+  // Objects allocated and not released, over all chunks: the slab's part of a leak count.
+  size_t live() const { return live_; }
+  // Chunks held, the spare included.
+  size_t chunks() const { return chunks_; }
+
+ private:
+  struct chunk;
+  chunk *new_chunk();
+  void open(chunk *c);
+  void close(chunk *c);
+  void retire(chunk *c);
+
+  size_t size_;
+  chunk *open_ = nullptr;   // chunks with room, most recently opened first
+  chunk *spare_ = nullptr;  // an empty chunk kept for the next allocation
+  size_t live_ = 0;
+  size_t chunks_ = 0;
+};
+
+// Objects alive in all slabs: what sys.getallocatedblocks() counts for objects from the
+// general allocator, so that leak counts can see these too. Allocations are also reported to
+// tracemalloc, which then sees them as it sees the interpreter's own objects.
+size_t object_slabs_live();
+
+// A new reference to an object of exactly `type` (a static type) in storage from `slab`, the
+// fields after the header uninitialised; NULL with a MemoryError set when no memory is left.
+PyObject *slab_object_new(object_slab &slab, PyTypeObject *type);
+// The tp_free slot of the types whose objects come from slab_object_new.
+void slab_object_free(void *p);
