@@ -28,13 +28,23 @@ std::map<uint64_t, std::unique_ptr<array_name_pattern>> &patterns() {
   return *all;
 }
 Py_ssize_t live_names = 0;
+// The pattern found last: an array's variables are named and released one after another.
+array_name_pattern *last_found = nullptr;
 
 array_name_pattern *pattern_of(uint64_t id) {
+  if (last_found != nullptr && id - last_found->first_id < last_found->count) return last_found;
   auto &all = patterns();
   auto it = all.upper_bound(id);
   if (it == all.begin()) return nullptr;
   array_name_pattern *p = std::prev(it)->second.get();
-  return id - p->first_id < p->count ? p : nullptr;
+  if (id - p->first_id >= p->count) return nullptr;
+  last_found = p;
+  return p;
+}
+
+void erase_pattern(array_name_pattern *p) {
+  if (last_found == p) last_found = nullptr;
+  patterns().erase(p->first_id);
 }
 
 }  // namespace
@@ -80,7 +90,7 @@ void array_names_use(array_name_pattern *pattern) {
 }
 
 void array_names_unused(array_name_pattern *pattern) {
-  if (pattern->users == 0) patterns().erase(pattern->first_id);
+  if (pattern->users == 0) erase_pattern(pattern);
 }
 
 namespace {
@@ -132,7 +142,7 @@ void array_names_release(uint64_t id) {
   array_name_pattern *p = pattern_of(id);
   if (p == nullptr) return;
   --live_names;
-  if (--p->users == 0) patterns().erase(p->first_id);
+  if (--p->users == 0) erase_pattern(p);
 }
 
 Py_ssize_t array_names_live() { return live_names; }
