@@ -122,10 +122,16 @@ def test_dot_of_two_vectors_reads_any_numeric_vector(coef):
 
 @pytest.mark.parametrize("step", [1, 2])
 def test_dot_skips_only_zeros_in_long_rows(step):
-    coef = np.zeros(41 * step)[::step]
-    coef[[0, 8, 9, 23, 31, 39, 40]] = [1.0, 2.0, -0.5, 3.0, 4.0, 5.0, 6.0]
-    coef[16:20] = -0.0
-    x = nv.vars(41, name="x")
+    # Gaps between non-zeros that end on either side of the edges of blocks of 8, 16, 32 and
+    # 64 zeros, wherever a scan starts; runs of -0.0 within and across such blocks.
+    gaps = [1, 2, 8, 9, 10, 16, 17, 18, 31, 32, 33, 34, 64, 65, 66, 97]
+    at = np.cumsum([0] + gaps)
+    n = at[-1] + 2
+    coef = np.zeros(n * step)[::step]
+    coef[at] = np.arange(1.0, len(at) + 1) * (-1) ** np.arange(len(at))
+    coef[at[4] + 1:at[4] + 5] = -0.0
+    coef[at[13] + 2:at[13] + 50] = -0.0
+    x = nv.vars(n, name="x")
     want = {f"x({i})": coef[i] for i in np.flatnonzero(coef)}
     assert lin_of(nv.Dot(coef, x)) == want
     assert lin_of((coef[None, :] @ x)[0]) == want

@@ -110,17 +110,27 @@ class dot_sum {
 
 enum operand_kind { OPERAND_DOUBLE, OPERAND_OBJECT };
 
-constexpr npy_intp kZeroBlock = 8;
+constexpr npy_intp kZeroBlock = 32;
 
-// True when the kZeroBlock doubles at p are all zeros of either sign.
-inline bool all_zero(const char *p) {
-  uint64_t bits = 0;
-  for (npy_intp j = 0; j < kZeroBlock; ++j) {
-    uint64_t w;
-    __builtin_memcpy(&w, p + j * static_cast<npy_intp>(sizeof w), sizeof w);
-    bits |= w << 1;  // without the sign bit
+// The first k' >= k below n whose contiguous double at p + k' * 8 is not a zero of either sign
+// (c == 0.0 exactly; NaN is not zero), or n. Whole blocks are tested with one branch: a sparse
+// row given dense is mostly zeros.
+npy_intp next_nonzero(const char *p, npy_intp k, npy_intp n) {
+  for (; k + kZeroBlock <= n; k += kZeroBlock) {
+    uint64_t bits = 0;
+    for (npy_intp j = 0; j < kZeroBlock; ++j) {
+      uint64_t w;
+      __builtin_memcpy(&w, p + (k + j) * static_cast<npy_intp>(sizeof w), sizeof w);
+      bits |= w << 1;  // without the sign bit
+    }
+    if (bits != 0) break;
   }
-  return bits == 0;
+  for (; k < n; ++k) {
+    uint64_t w;
+    __builtin_memcpy(&w, p + k * static_cast<npy_intp>(sizeof w), sizeof w);
+    if ((w << 1) != 0) break;
+  }
+  return k;
 }
 
 // The sum over k of a[k] * b[k] (strided), of the given operand kinds, into sum.
@@ -137,10 +147,7 @@ int contract(dot_sum &sum, int ka, const char *a, npy_intp sa, int kb, const cha
       double c;
       __builtin_memcpy(&c, num + k * sn, sizeof c);
       if (c == 0.0) {
-        ++k;
-        // After a zero, contiguous coefficients are skipped in blocks while all are zero.
-        if (sn == sizeof(double))
-          while (k + kZeroBlock <= n && all_zero(num + k * sn)) k += kZeroBlock;
+        k = sn == sizeof(double) ? next_nonzero(num, k + 1, n) : k + 1;
         continue;
       }
       PyObject *o = nvo_elem_load(obj + k * so);
