@@ -7,7 +7,8 @@ import gc
 import tracemalloc
 
 import pytest
-from conftest import KEEPS_ARRAY_ELEMENTS, constant_of, lin_of
+from conftest import (KEEPS_ARRAY_ELEMENTS, SANITIZED, constant_of, lin_of, rss_bytes,
+                      rss_grew_less_than)
 
 import nuvrel as nv
 
@@ -102,3 +103,15 @@ def test_tracemalloc_sees_the_objects(make, least):
         tracemalloc.stop()
     assert per_element >= least
     assert after - before < N  # given back when they go
+
+
+@pytest.mark.skipif(SANITIZED, reason="the sanitizer's quarantine holds freed memory")
+def test_empty_storage_beyond_the_pool_goes_back_to_the_system():
+    gc.collect()
+    before = rss_bytes()
+    x = [nv.var() for _ in range(4_000_000)]  # 96 MB of variables, no array in between
+    assert not rss_grew_less_than(before, 90e6)  # touched, so the figure below means something
+    del x
+    gc.collect()
+    # Up to 64 MB of empty chunks are kept for the next objects of any kind.
+    assert rss_grew_less_than(before, 76e6)

@@ -18,6 +18,8 @@
 
 namespace {
 size_t all_live = 0;
+void *pool[object_slab::kPoolChunks];
+size_t pooled = 0;
 }
 
 // The interpreter's header of these two lacks C linkage before 3.12, so a C++ caller would look
@@ -52,27 +54,17 @@ void *map_chunk() {
   if (aligned > start) munmap(raw, aligned - start);
   if (aligned + size < start + 2 * size)
     munmap(reinterpret_cast<void *>(aligned + size), start + 2 * size - (aligned + size));
-#ifdef MADV_HUGEPAGE
-  // Advice only: without huge pages the chunk still works, with more page faults.
-  madvise(reinterpret_cast<void *>(aligned), size, MADV_HUGEPAGE);
-#endif
   return reinterpret_cast<void *>(aligned);
 }
 
 }  // namespace
 
 object_slab::chunk *object_slab::new_chunk() {
-  chunk *c = spare_;
-  if (c != nullptr) {
-    spare_ = nullptr;
-  } else {
-    void *mem = map_chunk();
-    if (mem == nullptr) return nullptr;
-    c = static_cast<chunk *>(mem);
-    c->owner = this;
-    c->end = static_cast<char *>(mem) + kChunkBytes - size_ + 1;
-    ++chunks_;
-  }
+  void *mem = pooled > 0 ? pool[--pooled] : map_chunk();
+  if (mem == nullptr) return nullptr;
+  auto *c = static_cast<chunk *>(mem);
+  c->owner = this;
+  c->end = static_cast<char *>(mem) + kChunkBytes - size_ + 1;
   c->bump = reinterpret_cast<char *>(c) + kHeaderBytes;
   c->free_list = nullptr;
   c->live = 0;
@@ -98,12 +90,8 @@ void object_slab::close(chunk *c) {
 
 void object_slab::retire(chunk *c) {
   close(c);
-  if (spare_ == nullptr) {
-    spare_ = c;
-    return;
-  }
-  munmap(c, kChunkBytes);
-  --chunks_;
+  if (pooled < kPoolChunks) pool[pooled++] = c;
+  else munmap(c, kChunkBytes);
 }
 
 void *object_slab::allocate() {
@@ -124,7 +112,6 @@ void *object_slab::allocate() {
     c->bump += size_;
   }
   ++c->live;
-  ++live_;
   ++all_live;
   if (c->free_list == nullptr && c->bump >= c->end) close(c);
   // Shown to tracemalloc as the interpreter's own objects are (nothing when it is off).
@@ -140,7 +127,6 @@ void object_slab::release(void *p) {
   c->free_list = p;
   SLAB_POISON(p, s->size_);
   --c->live;
-  --s->live_;
   --all_live;
   if (!c->listed) s->open(c);
   if (c->live == 0) s->retire(c);

@@ -1,11 +1,16 @@
 // Storage for the small fixed-size objects that models make by the million (variables, linear
 // terms, expressions and their term maps). Objects live in 2 MiB chunks aligned to their size:
-// allocating is a free-list pop or a pointer bump, releasing finds the chunk from the address,
-// and the chunks ask for transparent huge pages, so that filling an array of a million objects
-// costs neither the general allocator's per-object work nor a page fault every 4 KiB.
+// allocating is a free-list pop or a pointer bump and releasing finds the chunk from the
+// address, without the general allocator's per-object work. Pages are left to be touched as
+// objects fill them: a chunk asking for huge pages or prefaulted made the first build of a
+// large array slower on average (the kernel zeroes the whole chunk ahead of the writes) and
+// would make every small model hold megabytes per kind of object.
 //
-// A chunk is returned to the system when its last object goes, except one empty chunk per slab
-// kept for the next allocation. Not thread-safe: every caller holds the interpreter lock.
+// A chunk whose last object goes joins a pool of empty chunks shared by all slabs, up to
+// kPoolChunks (64 MiB); beyond that it is returned to the system. A model's temporaries free
+// chunks of one kind while the next operation needs another kind: taking them from the pool
+// spares the kernel's zeroing of fresh pages. Not thread-safe: every caller holds the
+// interpreter lock.
 #pragma once
 
 #include <Python.h>
@@ -16,6 +21,7 @@
 class object_slab {
  public:
   static constexpr size_t kChunkBytes = size_t(2) << 20;
+  static constexpr size_t kPoolChunks = 32;
 
   explicit constexpr object_slab(size_t object_size)
       : size_(object_size < sizeof(void *) ? sizeof(void *) : (object_size + 7) & ~size_t(7)) {}
@@ -28,11 +34,6 @@ class object_slab {
   // Gives back storage from allocate() of any slab.
   static void release(void *p);
 
-  // Objects allocated and not released, over all chunks: the slab's part of a leak count.
-  size_t live() const { return live_; }
-  // Chunks held, the spare included.
-  size_t chunks() const { return chunks_; }
-
  private:
   struct chunk;
   chunk *new_chunk();
@@ -41,10 +42,7 @@ class object_slab {
   void retire(chunk *c);
 
   size_t size_;
-  chunk *open_ = nullptr;   // chunks with room, most recently opened first
-  chunk *spare_ = nullptr;  // an empty chunk kept for the next allocation
-  size_t live_ = 0;
-  size_t chunks_ = 0;
+  chunk *open_ = nullptr;  // chunks with room, most recently opened first
 };
 
 // Objects alive in all slabs: what sys.getallocatedblocks() counts for objects from the
