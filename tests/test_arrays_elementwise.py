@@ -126,18 +126,24 @@ def test_comparisons_give_one_constraint_per_element(x, y, left, right, op):
             (expected.lb, expected.ub, str(expected.body)), mirrored]
 
 
+@pytest.mark.filterwarnings("ignore:invalid value encountered")  # the NaN bound
 @pytest.mark.parametrize("op", [operator.le, operator.ge, operator.eq])
-def test_variables_against_numbers_give_the_scalar_constraints(op):
-    # The commonest comparison of arrays (bounds on variables) has a path of its own; zero makes
-    # the variable itself the body, and the signs of zeros and infinities reach the bounds.
-    values = np.array([0.0, -0.0, 1.0, -2.5, 1e20, np.inf, -np.inf, 7.0])
+@pytest.mark.parametrize("kind", ["variables", "linear", "quadratic"])
+def test_variables_and_expressions_against_numbers_give_the_scalar_constraints(op, kind):
+    # The commonest comparisons of arrays (bounds on variables, rows against right-hand sides)
+    # have a path of their own; zero makes a variable itself the body, and the signs of zeros
+    # and infinities reach the bounds.
+    values = np.array([0.0, -0.0, 1.0, -2.5, 1e20, np.inf, -np.inf, 7.0, np.nan])
     x = nv.vars(len(values), name="b")
-    res = op(x, values)
-    for got, xi, v in zip(res, x, values):
-        expected = op(xi, float(v))
+    a = {"variables": x, "linear": 2 * x + 1, "quadratic": x * x + 2 * x - 0.5}[kind]
+    before = [str(e) for e in a]
+    res = op(a, values)
+    for got, ai, v in zip(res, a, values):
+        expected = op(ai, float(v))
         assert type(got.body) is type(expected.body) and str(got.body) == str(expected.body)
         assert (repr(got.lb), repr(got.ub)) == (repr(expected.lb), repr(expected.ub))
-    assert res[0].body is x[0]
+    assert [str(e) for e in a] == before  # the bodies are copies where the bound took a part
+    assert (res[0].body is x[0]) == (kind == "variables")
 
 
 @pytest.mark.parametrize("make, shape", [

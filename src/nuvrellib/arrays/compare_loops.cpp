@@ -2,7 +2,9 @@
 // every element becomes a constraint.
 #include "arrays/arrays.h"
 #include "arrays/loops.h"
+#include "model/constraint.h"
 #include "model/dispatch.h"
+#include "model/expression.h"
 #include "model/var.h"
 #include "module/pyref.h"
 
@@ -26,14 +28,18 @@ template <int Op, bool FirstDouble, bool SecondDouble>
 void compare_loop(char **args, const npy_intp *dims, const npy_intp *steps) {
   const npy_intp n = dims[0], s0 = steps[0], s1 = steps[1], so = steps[2];
   char *i0 = args[0], *i1 = args[1], *o = args[2];
+  // One lock for the identifiers of the whole run; those of elements left to the general path
+  // stay unused.
+  const uint64_t first_id = !FirstDouble && SecondDouble ? con_reserve_ids(n) : 0;
   for (npy_intp k = 0; k < n; ++k, i0 += s0, i1 += s1, o += so) {
     if constexpr (!FirstDouble && SecondDouble) {
-      // A variable against a number (x <= u, x == 0): no float object, no dispatch.
+      // A variable or an expression against a number (x <= u, A @ x == b): no float object,
+      // no dispatch.
       PyObject *x = nvo_elem_load(i0);
-      if (x != nullptr && var_check(x)) {
+      if (x != nullptr && (var_check(x) || expression_check(x))) {
         double c;
         __builtin_memcpy(&c, i1, sizeof c);
-        PyObject *r = make_var_number_constraint(x, c, Op);
+        PyObject *r = make_number_constraint(x, c, Op, first_id + static_cast<uint64_t>(k));
         nvo_elem_store(o, r);
         if (r == nullptr) return;
         continue;

@@ -6,6 +6,7 @@
 #include "model/dispatch.h"
 #include "model/expression.h"
 #include "model/termmaps.h"
+#include "model/var.h"
 #include "module/args.h"
 #include "module/env.h"
 #include "module/errors.h"
@@ -176,7 +177,11 @@ PyObject *constraint_base_with_id(uint64_t id) {
 }
 
 PyObject *constraint_create(PyObject *body, double lb, double ub) {
-  auto con = PyRef<constraint_s>::steal(constraint_base());
+  return constraint_create_with_id(con_reserve_ids(1), body, lb, ub);
+}
+
+PyObject *constraint_create_with_id(uint64_t id, PyObject *body, double lb, double ub) {
+  auto con = PyRef<constraint_s>::steal(constraint_base_with_id(id));
   if (!con) return nullptr;
   if (set_con_lbound(&con->rec, lb) < 0 || set_con_ubound(&con->rec, ub) < 0) return nullptr;
   con->body = Py_NewRef(body);
@@ -346,16 +351,26 @@ PyObject *make_constraint(PyObject *a, PyObject *b, int op) {
   return constraint_create(diff.get(), lb, ub);
 }
 
-PyObject *make_var_number_constraint(PyObject *x, double c, int op) {
-  // x - c is x itself for c = 0, else the expression x - c whose constant becomes the bound.
+PyObject *make_number_constraint(PyObject *x, double c, int op, uint64_t id) {
   PyRef<> body = PyRef<>::borrow(x);
-  if (c != 0.0) {
+  double rhs = c;
+  if (expression_check(x)) {
+    // As the subtraction makes it: a copy of x with c taken from its constant, which then
+    // moves into the bound.
+    body = PyRef(expression_copy(x, 1.0));
+    if (!body) return nullptr;
+    auto *e = reinterpret_cast<expression_s *>(body.get());
+    e->constant += -1.0 * c;
+    rhs = -e->constant;
+    e->constant = 0.0;
+  } else if (c != 0.0) {
+    // x - c is x itself for c = 0, else the expression x - c whose constant becomes the bound.
     body = PyRef(expression_base());
     if (!body || expression_addToLinTerm(body.get(), x, 1.0) < 0)
       return nvo_model_error("Could not allocate an object of type Variable");
   }
-  const double lb = op == Py_LE ? -INF : c, ub = op == Py_GE ? INF : c;
-  return constraint_create(body.get(), lb, ub);
+  const double lb = op == Py_LE ? -INF : rhs, ub = op == Py_GE ? INF : rhs;
+  return constraint_create_with_id(id, body.get(), lb, ub);
 }
 
 // --- attributes, printing, copying ----------------------------------------------------------

@@ -61,6 +61,8 @@ PyObject *constraint_base();
 PyObject *constraint_base_with_id(uint64_t id);
 // A new constraint lb <= body <= ub (one new reference to body); NULL on failure.
 PyObject *constraint_create(PyObject *body, double lb, double ub);
+// As constraint_create, with an identifier from con_reserve_ids.
+PyObject *constraint_create_with_id(uint64_t id, PyObject *body, double lb, double ub);
 
 // Bounds lo <= body <= up of a library row from its type ('E', 'G', 'L', 'R' or 'N'),
 // right-hand side and range (an 'R' row spans [rhs - range, rhs]).

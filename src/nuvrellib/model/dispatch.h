@@ -93,9 +93,11 @@ PyObject *constant_and(PyObject *a, PyObject *b);
 // Comparison slot of var, linterm, quadterm, expression and nonlin: a <op> b as a constraint
 // (op is Py_LT ... Py_GE). Defined in model/constraint.cpp.
 PyObject *make_constraint(PyObject *a, PyObject *b, int op);
-// make_constraint(x, c, op) for a variable x and a number c (op Py_LE, Py_EQ or Py_GE), built
-// without the general dispatch: arrays compare a million variables with bounds at a time.
-PyObject *make_var_number_constraint(PyObject *x, double c, int op);
+// make_constraint(x, c, op) for a variable or an expression x and a number c (op Py_LE, Py_EQ
+// or Py_GE), built without the general dispatch and with the identifier id (from
+// con_reserve_ids): arrays compare a million variables with bounds, or the rows of A @ x with
+// their right-hand sides, at a time.
+PyObject *make_number_constraint(PyObject *x, double c, int op, uint64_t id);
 
 // Operator codes shared by the dispatch helpers below.
 enum nvo_op {
