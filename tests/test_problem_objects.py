@@ -206,6 +206,19 @@ def test_add_errors_change_nothing(nv, method, make, message):
     in_step(p)
 
 
+@pytest.mark.parametrize("method, make", [
+    ("addVariable", lambda nv, x, y: {"y": y}),
+    ("addConstraint", lambda nv, x, y: {"row": x <= 1}),
+    ("addSOS", lambda nv, x, y: {"s": nv.sos([x], [1])}),
+])
+def test_objects_given_by_keyword_are_refused_not_dropped(nv, method, make):
+    x, y = nv.var(), nv.var()
+    p = nv.problem(x)
+    with pytest.raises(TypeError, match=f"^{method}\\(\\) takes no keyword arguments$"):
+        getattr(p, method)(**make(nv, x, y))
+    assert [getattr(p.attributes, k) for k in COUNTS] == [1, 0, 0, 0]
+
+
 def test_many_constraints_in_one_call_land_in_order(nv):
     # More rows than the first buffer size, so the batch buffers grow during the call.
     n = 5000

@@ -45,6 +45,12 @@ void raise_missing(const char *const *names, int count) {
 
 }  // namespace
 
+int nvo_no_keywords(const char *name, PyObject *kwargs) {
+  if (kwargs == nullptr || !PyDict_Check(kwargs) || PyDict_GET_SIZE(kwargs) == 0) return 0;
+  PyErr_Format(PyExc_TypeError, "%s() takes no keyword arguments", name);
+  return -1;
+}
+
 void nvo_PyErr_MissingArgsRange(const char **kwlist, int first, int last) {
   raise_missing(kwlist + first, last - first);
 }

@@ -10,6 +10,11 @@
 int nvo_ParseTupleAndKeywords(PyObject *args, PyObject *kwargs, const char *format,
                               const char **kwlist, const char **kwlist_alt, ...);
 
+// For methods of positional arguments only that are called with keywords too: 0, or -1 with a
+// TypeError "name() takes no keyword arguments" when kwargs holds any (which would otherwise
+// be dropped without a word, with the objects they name).
+int nvo_no_keywords(const char *name, PyObject *kwargs);
+
 // Raises InterfaceError "Must provide argument(s) ..." naming kwlist[first..last-1].
 void nvo_PyErr_MissingArgsRange(const char **kwlist, int first, int last);
 

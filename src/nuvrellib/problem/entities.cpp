@@ -8,6 +8,7 @@
 #include "model/var.h"
 #include "model/walk.h"
 #include "module/alloc_buffer.h"
+#include "module/args.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/pyref.h"
@@ -179,6 +180,7 @@ const char problem_addSOS_doc[] =
     "Example: s = nuvrel.sos([x1, x2, x3], [1, 2, 3], type=2); p.addSOS(s)";
 
 PyObject *problem_addSOS(PyObject *self, PyObject *args, PyObject *kwargs) {
+  if (nvo_no_keywords("addSOS", kwargs) != 0) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   if (nvo_walk_args(args, [&](PyObject *leaf) { return problem_addSOS_single(p, leaf); }) != 0)

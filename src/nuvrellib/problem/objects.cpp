@@ -10,6 +10,7 @@
 #include "model/var.h"
 #include "model/walk.h"
 #include "module/alloc_buffer.h"
+#include "module/args.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/methods.h"
@@ -175,6 +176,7 @@ PyDoc_STRVAR(problem_addConstraint_doc,
 }  // namespace
 
 PyObject *problem_addVariable(PyObject *self, PyObject *args, PyObject *kwargs) {
+  if (nvo_no_keywords("addVariable", kwargs) != 0) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   int first_col = 0;
@@ -193,6 +195,7 @@ PyObject *problem_addVariable(PyObject *self, PyObject *args, PyObject *kwargs) 
 }
 
 PyObject *problem_addConstraint(PyObject *self, PyObject *args, PyObject *kwargs) {
+  if (nvo_no_keywords("addConstraint", kwargs) != 0) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   con_batch batch;
