@@ -187,12 +187,20 @@ static var_s *var_storage() {
   return reinterpret_cast<var_s *>(slab_object_new(var_slab, &var_type));
 }
 
-// Subclasses are allocated by the interpreter, through their own slots.
+// Subclasses made in Python have the interpreter's allocation slots; one defined in C that
+// inherits these gets the interpreter's allocation too.
 static PyObject *var_alloc(PyTypeObject *type, Py_ssize_t) {
   if (type != &var_type) return PyType_GenericAlloc(type, 0);
   var_s *v = var_storage();
   if (v != nullptr) v->rec = 0;
   return reinterpret_cast<PyObject *>(v);
+}
+
+static void var_free(void *p) {
+  PyTypeObject *type = Py_TYPE(static_cast<PyObject *>(p));
+  if (type == &var_type) object_slab::release(p);
+  else if (PyType_IS_GC(type)) PyObject_GC_Del(p);
+  else PyObject_Free(p);
 }
 
 static PyObject *var_new(PyTypeObject *type, PyObject *args, PyObject *kwargs) {
@@ -466,5 +474,5 @@ PyTypeObject var_type = {
     .tp_init = var_init,
     .tp_alloc = var_alloc,
     .tp_new = var_new,
-    .tp_free = slab_object_free,
+    .tp_free = var_free,
 };
