@@ -2,9 +2,6 @@
 
 #include <sys/mman.h>
 
-#include <cstring>
-#include <new>
-
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/asan_interface.h>
 // Released storage is poisoned, so that the address sanitizer reports a use after release as
@@ -41,8 +38,8 @@ struct object_slab::chunk {
 
 namespace {
 
+// The chunk's header, rounded up to a cache line; the slots follow it.
 constexpr size_t kHeaderBytes = 64;
-static_assert(sizeof(void *) * 6 <= kHeaderBytes, "chunk header fits its slot");
 
 // A chunk-aligned mapping: twice the size is mapped and the misaligned ends given back.
 void *map_chunk() {
@@ -60,6 +57,7 @@ void *map_chunk() {
 }  // namespace
 
 object_slab::chunk *object_slab::new_chunk() {
+  static_assert(sizeof(chunk) <= kHeaderBytes, "the chunk header fits before the first slot");
   void *mem = pooled > 0 ? pool[--pooled] : map_chunk();
   if (mem == nullptr) return nullptr;
   auto *c = static_cast<chunk *>(mem);
