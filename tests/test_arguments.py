@@ -143,3 +143,16 @@ def test_strings_are_leaves(text):
         nv.problem().addVariable([x, text])
     with pytest.raises(nv.ModelError, match="^Invalid object in Sum or Prod operators$"):
         nv.Sum([x, [text]])
+
+
+@pytest.mark.parametrize("call, message", [
+    (lambda p: nv.var(1, 2, 3, 4, 5, 6), r"^var\(\) takes at most 5 arguments \(6 given\)$"),
+    (lambda p: nv.vars(2, size=3), r"^'size' is an invalid keyword argument for vars\(\)$"),
+    (lambda p: p.solve("", "x"), r"^solve\(\) takes at most 1 argument \(2 given\)$"),
+    (lambda p: p.getSolution(flat=True), r"invalid keyword argument for getSolution\(\)$"),
+    (lambda p: p.chgobjsense(), r"^chgobjsense\(\) missing required argument"),
+    (lambda p: p.nlpoptimize("", 1), r"^nlpoptimize\(\) takes at most 1 argument"),
+], ids=["type", "module function", "method", "keyword", "low-level", "nonlinear"])
+def test_argument_errors_name_the_function(call, message):
+    with pytest.raises(TypeError, match=message):
+        call(nv.problem())

@@ -19,7 +19,8 @@ PyObject *NVRL_PY_getIndexFromName(PyObject *self, PyObject *args, PyObject *kwa
   static const char *kwlist[] = {"type", "name", nullptr};
   int type = 0;
   const char *name = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "is", kwlist, nullptr, &type, &name))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "is:getIndexFromName", kwlist, nullptr, &type,
+                                 &name))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;

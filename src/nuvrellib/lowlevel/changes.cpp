@@ -237,7 +237,8 @@ PyObject *NVRL_PY_delqmatrix(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NVRL_PY_chgobjsense(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"objsense", nullptr};
   int sense = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i", kw, nullptr, &sense)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i:chgobjsense", kw, nullptr, &sense))
+    return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   const int s = sense == 1 ? 1 : -1;
@@ -255,7 +256,8 @@ PyObject *NVRL_PY_addqmatrix(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", "rowqcol1", "rowqcol2", "rowqcoef", nullptr};
   static const char *legacy[] = {"irow", "mqc1", "mqc2", "dqe", nullptr};
   PyObject *v[4] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO", kw, legacy, &v[0], &v[1], &v[2], &v[3]) ||
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO:addqmatrix", kw, legacy, &v[0], &v[1], &v[2],
+                                 &v[3]) ||
       nvo_require_args(kw, v, 4) != 0)
     return nullptr;
   problem_s *p = problem_ready(self);
@@ -287,8 +289,8 @@ PyObject *NVRL_PY_addgencons(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"contype", "resultant", "colstart", "colind", "valstart", "val",
                              nullptr};
   PyObject *v[6] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOO", kw, nullptr, &v[0], &v[1], &v[2],
-                                 &v[3], &v[4], &v[5]) ||
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOO:addgencons", kw, nullptr, &v[0], &v[1],
+                                 &v[2], &v[3], &v[4], &v[5]) ||
       nvo_require_args(kw, v, 4) != 0)
     return nullptr;
   problem_s *p = problem_ready(self);
@@ -316,8 +318,8 @@ PyObject *NVRL_PY_addgencons(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NVRL_PY_addpwlcons(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"colind", "resultant", "start", "xval", "yval", nullptr};
   PyObject *v[5] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOO", kw, nullptr, &v[0], &v[1], &v[2],
-                                 &v[3], &v[4]) ||
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOO:addpwlcons", kw, nullptr, &v[0], &v[1],
+                                 &v[2], &v[3], &v[4]) ||
       nvo_require_args(kw, v, 5) != 0)
     return nullptr;
   problem_s *p = problem_ready(self);
@@ -343,7 +345,8 @@ PyObject *NVRL_PY_addsetnames(PyObject *self, PyObject *args, PyObject *kwargs) 
   static const char *kw[] = {"names", "first", "last", nullptr};
   PyObject *names = nullptr;
   int first = 0, last = INT_MIN;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|ii", kw, nullptr, &names, &first, &last))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|ii:addsetnames", kw, nullptr, &names, &first,
+                                 &last))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -397,7 +400,7 @@ PyObject *NVRL_PY_delindicators(PyObject *self, PyObject *args, PyObject *kwargs
   const int64_t rows = nvo_int_attrib(p, NVRL_ATTR_ROWS);
   if (rows < 0) return nullptr;
   int first = 0, last = static_cast<int>(rows) - 1;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|ii", kw, nullptr, &first, &last))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|ii:delindicators", kw, nullptr, &first, &last))
     return nullptr;
   if (rows == 0) {
     PyErr_SetString(nvpy_interf_exc, "No rows in problem, cannot use delindicators()");

@@ -50,7 +50,7 @@ PyObject *NVRL_PY_loadpresolvedirs(PyObject *self, PyObject *args, PyObject *kwa
 PyObject *NVRL_PY_loadbranchdirs(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"colind", "dir", nullptr};
   PyObject *v[2] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw, nullptr, &v[0], &v[1]) ||
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO:loadbranchdirs", kw, nullptr, &v[0], &v[1]) ||
       nvo_require_args(kw, v, 2) != 0)
     return nullptr;
   problem_s *p = problem_ready(self);
@@ -69,8 +69,8 @@ PyObject *NVRL_PY_loadbranchdirs(PyObject *self, PyObject *args, PyObject *kwarg
 PyObject *NVRL_PY_getdirs(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"indices", "prios", "branchdirs", "uppseudo", "downpseudo", nullptr};
   PyObject *out[5] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOOO", kw, nullptr, &out[0], &out[1], &out[2],
-                                 &out[3], &out[4]))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOOO:getdirs", kw, nullptr, &out[0], &out[1],
+                                 &out[2], &out[3], &out[4]))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;

@@ -30,7 +30,7 @@ PyObject *NVRL_PY_iisfirst(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"mode", nullptr};
   int mode = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i", kw, nullptr, &mode)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i:iisfirst", kw, nullptr, &mode)) return nullptr;
   int status = 0;
   if (search(p, [&] { return NVRLiisfirst(p->prob, mode, &status); }) != 0)
     return done(p, nullptr);
@@ -57,7 +57,8 @@ PyObject *NVRL_PY_iisisolations(PyObject *self, PyObject *args, PyObject *kwargs
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"iis", nullptr};
   int num = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i", kw, nullptr, &num)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i:iisisolations", kw, nullptr, &num))
+    return nullptr;
   if (NVRLiisisolations(p->prob, num) != 0) return done(p, nullptr);
   Py_RETURN_NONE;
 }
@@ -68,8 +69,8 @@ PyObject *NVRL_PY_iiswrite(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"iis", "filename", "filetype", "flags", nullptr};
   int num = 0, filetype = 0;
   const char *filename = nullptr, *flags = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "isis", kw, nullptr, &num, &filename, &filetype,
-                                 &flags))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "isis:iiswrite", kw, nullptr, &num, &filename,
+                                 &filetype, &flags))
     return nullptr;
   if (NVRLiiswrite(p->prob, num, filename, filetype, flags) != 0) return done(p, nullptr);
   Py_RETURN_NONE;
@@ -80,8 +81,8 @@ PyObject *NVRL_PY_iisstatus(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"nrows", "ncols", "suminfeas", "numinfeas", nullptr};
   PyObject *nrows = nullptr, *ncols = nullptr, *suminfeas = nullptr, *numinfeas = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOO", kw, nullptr, &nrows, &ncols, &suminfeas,
-                                 &numinfeas))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOO:iisstatus", kw, nullptr, &nrows, &ncols,
+                                 &suminfeas, &numinfeas))
     return nullptr;
   if (query::outputs_are_lists({nrows, ncols, suminfeas, numinfeas}) != 0) return nullptr;
   int count = 0;
@@ -111,8 +112,8 @@ PyObject *NVRL_PY_getiisdata(PyObject *self, PyObject *args, PyObject *kwargs) {
   int num = 0;
   PyObject *rowind = nullptr, *colind = nullptr, *contype = nullptr, *bndtype = nullptr,
            *duals = nullptr, *djs = nullptr, *isorows = nullptr, *isocols = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i|OOOOOOOO", kw, nullptr, &num, &rowind, &colind,
-                                 &contype, &bndtype, &duals, &djs, &isorows, &isocols))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i|OOOOOOOO:getiisdata", kw, nullptr, &num, &rowind,
+                                 &colind, &contype, &bndtype, &duals, &djs, &isorows, &isocols))
     return nullptr;
   if (query::outputs_are_lists({rowind, colind, contype, bndtype, duals, djs, isorows,
                                 isocols}) != 0)

@@ -161,11 +161,11 @@ PyDoc_STRVAR(loadproblem_doc,
 PyObject *NVRL_PY_loadproblem(PyObject *self, PyObject *args, PyObject *kwargs) {
   const char *probname = nullptr;
   PyObject *a[L_COUNT] = {};
-  if (!nvo_ParseTupleAndKeywords(
-          args, kwargs, "|sOOOOOOOOOOOOOOOOOOOOOOOOOOO", kLoadKw, kLoadKwLegacy, &probname,
-          &a[1], &a[2], &a[3], &a[4], &a[5], &a[6], &a[7], &a[8], &a[9], &a[10], &a[11], &a[12],
-          &a[13], &a[14], &a[15], &a[16], &a[17], &a[18], &a[19], &a[20], &a[21], &a[22],
-          &a[23], &a[24], &a[25], &a[26], &a[27]))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|sOOOOOOOOOOOOOOOOOOOOOOOOOOO:loadproblem", kLoadKw,
+                                 kLoadKwLegacy, &probname, &a[1], &a[2], &a[3], &a[4], &a[5], &a[6],
+                                 &a[7], &a[8], &a[9], &a[10], &a[11], &a[12], &a[13], &a[14],
+                                 &a[15], &a[16], &a[17], &a[18], &a[19], &a[20], &a[21], &a[22],
+                                 &a[23], &a[24], &a[25], &a[26], &a[27]))
     return nullptr;
   a[L_PROBNAME] = probname != nullptr ? Py_None : nullptr;
   if (nvo_require_args(kLoadKw, a, L_UB + 1) != 0) return nullptr;
@@ -373,8 +373,8 @@ PyObject *NVRL_PY_addrows(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlegacy[] = {"qrtype", "rhs", "mstart", "mclind", "dmatval", "range",
                                    "names", nullptr};
   PyObject *a[7] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOOO", kwlist, kwlegacy, &a[0], &a[1], &a[2],
-                                 &a[3], &a[4], &a[5], &a[6]) ||
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOOO:addrows", kwlist, kwlegacy, &a[0], &a[1],
+                                 &a[2], &a[3], &a[4], &a[5], &a[6]) ||
       nvo_require_args(kwlist, a, 5) != 0)
     return nullptr;
   problem_s *p = problem_ready(self);
@@ -438,7 +438,7 @@ PyObject *NVRL_PY_addcols(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlegacy[] = {"objx", "mstart", "mrwind", "dmatval", "bdl", "bdu",
                                    "names", "types", nullptr};
   PyObject *a[8] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOOOO", kwlist, kwlegacy, &a[0], &a[1],
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOOOO:addcols", kwlist, kwlegacy, &a[0], &a[1],
                                  &a[2], &a[3], &a[4], &a[5], &a[6], &a[7]) ||
       nvo_require_args(kwlist, a, 6) != 0)
     return nullptr;

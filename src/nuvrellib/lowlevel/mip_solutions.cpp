@@ -38,7 +38,8 @@ PyDoc_STRVAR(loadmipsol_doc,
 PyObject *NVRL_PY_loadmipsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"x", nullptr};
   PyObject *x = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kwlist, nullptr, &x)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O:loadmipsol", kwlist, nullptr, &x))
+    return nullptr;
   if (x == nullptr || x == Py_None) {
     PyErr_SetString(nvpy_interf_exc, "Must provide argument dsol");
     return nullptr;
@@ -65,7 +66,8 @@ PyObject *NVRL_PY_addmipsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *legacy[] = {"mipsolval", "mipsolcol", "solname", nullptr};
   PyObject *solval = nullptr, *colind = Py_None;
   const char *name = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|Os", kwlist, legacy, &solval, &colind, &name))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|Os:addmipsol", kwlist, legacy, &solval, &colind,
+                                 &name))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -96,8 +98,8 @@ PyObject *NVRL_PY_refinemipsol(PyObject *self, PyObject *args, PyObject *kwargs)
   int options = 0;
   const char *flags = nullptr;
   PyObject *solution = nullptr, *refined = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "isOO", kwlist, nullptr, &options, &flags,
-                                 &solution, &refined))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "isOO:refinemipsol", kwlist, nullptr, &options,
+                                 &flags, &solution, &refined))
     return nullptr;
   if (!PyList_Check(refined)) {
     PyErr_SetString(nvpy_interf_exc, "refined_solution must be a list, to be filled in place");
@@ -149,7 +151,8 @@ PyDoc_STRVAR(fixglobals_doc,
 PyObject *NVRL_PY_fixglobals(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"options", nullptr};
   int options = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i", kwlist, nullptr, &options)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i:fixglobals", kwlist, nullptr, &options))
+    return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   if (NVRLfixglobals(p->prob, options) != 0) return setNvrlErrIfNull(self, nullptr);
@@ -179,7 +182,7 @@ PyDoc_STRVAR(scale_doc,
 PyObject *NVRL_PY_scale(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"rowscale", "colscale", nullptr};
   PyObject *rows = Py_None, *cols = Py_None;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kwlist, nullptr, &rows, &cols))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO:scale", kwlist, nullptr, &rows, &cols))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -207,8 +210,8 @@ PyObject *NVRL_PY_presolverow(PyObject *self, PyObject *args, PyObject *kwargs) 
   PyObject *origcols = nullptr, *origcoefs = nullptr, *colind = nullptr, *rowcoef = nullptr;
   double origrhs = 0.0;
   int maxcoefs = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "COOdiOO", kwlist, nullptr, &rowtype, &origcols,
-                                 &origcoefs, &origrhs, &maxcoefs, &colind, &rowcoef))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "COOdiOO:presolverow", kwlist, nullptr, &rowtype,
+                                 &origcols, &origcoefs, &origrhs, &maxcoefs, &colind, &rowcoef))
     return nullptr;
   if (!PyList_Check(colind) || !PyList_Check(rowcoef)) {
     PyErr_SetString(nvpy_interf_exc, "colind and rowcoef must be lists, to be filled in place");

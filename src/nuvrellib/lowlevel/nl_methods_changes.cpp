@@ -59,7 +59,7 @@ PyObject *NSLP_PY_deltolsets(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NSLP_PY_delcoefs(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"rowind", "colind", nullptr};
   PyObject *v[2] = {};
-  problem_s *p = NL_ARGS("|OO", kw, v, 2, &v[0], &v[1]);
+  problem_s *p = NL_ARGS("|OO:delcoefs", kw, v, 2, &v[0], &v[1]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> row, col;
@@ -76,7 +76,7 @@ PyObject *NSLP_PY_chgtolset(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"tolset", "status", "tols", nullptr};
   int tolset = 0;
   PyObject *status_obj = Py_None, *tols_obj = Py_None;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i|OO", kw, nullptr, &tolset, &status_obj,
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i|OO:chgtolset", kw, nullptr, &tolset, &status_obj,
                                  &tols_obj))
     return nullptr;
   problem_s *p = NL_READY(self);
@@ -120,7 +120,8 @@ PyObject *NSLP_PY_chgcascadenlimit(PyObject *self, PyObject *args, PyObject *kwa
   static const char *kw[] = {"col", "limit", nullptr};
   PyObject *col_obj = nullptr;
   int limit = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "Oi", kw, nullptr, &col_obj, &limit))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "Oi:chgcascadenlimit", kw, nullptr, &col_obj,
+                                 &limit))
     return nullptr;
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
@@ -133,7 +134,7 @@ PyObject *NSLP_PY_chgcascadenlimit(PyObject *self, PyObject *args, PyObject *kwa
 PyObject *NSLP_PY_chgdeltatype(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"varind", "deltatypes", "values", nullptr};
   PyObject *v[3] = {};
-  problem_s *p = NL_ARGS("|OOO", kw, v, 2, &v[0], &v[1], &v[2]);
+  problem_s *p = NL_ARGS("|OOO:chgdeltatype", kw, v, 2, &v[0], &v[1], &v[2]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> col, types;
@@ -151,7 +152,7 @@ PyObject *NSLP_PY_chgdeltatype(PyObject *self, PyObject *args, PyObject *kwargs)
 PyObject *NSLP_PY_chgdf(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"col", "row", "value", nullptr};
   PyObject *v[3] = {nullptr, nullptr, Py_None};
-  problem_s *p = NL_ARGS("|OOO", kw, v, 2, &v[0], &v[1], &v[2]);
+  problem_s *p = NL_ARGS("|OOO:chgdf", kw, v, 2, &v[0], &v[1], &v[2]);
   if (p == nullptr) return nullptr;
   int col = 0, row = 0;
   double value = 0.0;
@@ -166,7 +167,7 @@ PyObject *NSLP_PY_chgdf(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NSLP_PY_chgccoef(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", "col", "factor", "formula", nullptr};
   PyObject *v[4] = {nullptr, nullptr, Py_None, Py_None};
-  problem_s *p = NL_ARGS("|OOOO", kw, v, 2, &v[0], &v[1], &v[2], &v[3]);
+  problem_s *p = NL_ARGS("|OOOO:chgccoef", kw, v, 2, &v[0], &v[1], &v[2], &v[3]);
   if (p == nullptr) return nullptr;
   int row = 0, col = 0;
   double factor = 1.0;
@@ -196,7 +197,7 @@ PyObject *NSLP_PY_chgnlcoef(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", "col", "factor", "parsed", "type", "value", nullptr};
   PyObject *v[6] = {nullptr, nullptr, Py_None, Py_None, Py_None, Py_None};
   int parsed = 1;
-  problem_s *p = NL_ARGS("|OOOiOO", kw, v, 2, &v[0], &v[1], &v[2], &parsed, &v[4], &v[5]);
+  problem_s *p = NL_ARGS("|OOOiOO:chgnlcoef", kw, v, 2, &v[0], &v[1], &v[2], &parsed, &v[4], &v[5]);
   if (p == nullptr) return nullptr;
   int row = 0, col = 0;
   double factor = 1.0;
@@ -233,7 +234,7 @@ PyObject *NSLP_PY_chgvar(PyObject *self, PyObject *args, PyObject *kwargs) {
                              "tolset",   "history", "converged",     "vartype",
                              nullptr};
   PyObject *v[12] = {};
-  problem_s *p = NL_ARGS("|OOOOOOOOOOOO", kw, v, 1, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5],
+  problem_s *p = NL_ARGS("|OOOOOOOOOOOO:chgvar", kw, v, 1, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5],
                          &v[6], &v[7], &v[8], &v[9], &v[10], &v[11]);
   if (p == nullptr) return nullptr;
   int col = 0;

@@ -174,8 +174,8 @@ PyObject *NSLP_PY_msaddpreset(PyObject *self, PyObject *args, PyObject *kwargs) 
   static const char *kw[] = {"description", "preset", "maxjobs", "data", nullptr};
   PyObject *description = Py_None, *data = Py_None;
   int preset = 0, maxjobs = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "Oii|O", kw, nullptr, &description, &preset,
-                                 &maxjobs, &data))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "Oii|O:msaddpreset", kw, nullptr, &description,
+                                 &preset, &maxjobs, &data))
     return nullptr;
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;

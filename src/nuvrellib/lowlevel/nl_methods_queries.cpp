@@ -72,7 +72,7 @@ PyObject *NSLP_PY_evaluatecoef(PyObject *self, PyObject *args, PyObject *kwargs)
 PyObject *NSLP_PY_getvar(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"col", nullptr};
   PyObject *obj = nullptr;
-  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
+  problem_s *p = NL_ARGS("|O:getvar", kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int col = 0;
   if (nvo_nl_index(p, obj, CONV_COL, &col) != 0) return nullptr;
@@ -89,7 +89,7 @@ PyObject *NSLP_PY_gettolset(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"tolset", "tols", nullptr};
   int tolset = 0;
   PyObject *tols = Py_None;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i|O", kw, nullptr, &tolset, &tols))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i|O:gettolset", kw, nullptr, &tolset, &tols))
     return nullptr;
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
@@ -104,7 +104,7 @@ PyObject *NSLP_PY_gettolset(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NSLP_PY_getslpsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"x", "slack", "duals", "djs", nullptr};
   PyObject *v[4] = {Py_None, Py_None, Py_None, Py_None};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO", kw, nullptr, &v[0], &v[1], &v[2],
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO:getslpsol", kw, nullptr, &v[0], &v[1], &v[2],
                                  &v[3]))
     return nullptr;
   problem_s *p = NL_READY(self);
@@ -135,7 +135,7 @@ PyObject *NSLP_PY_getslpsol(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NSLP_PY_getcoefs(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"rowind", "colind", nullptr};
   PyObject *v[2] = {Py_None, Py_None};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw, nullptr, &v[0], &v[1]))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO:getcoefs", kw, nullptr, &v[0], &v[1]))
     return nullptr;
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
@@ -157,7 +157,7 @@ PyObject *NSLP_PY_getcoefformula(PyObject *self, PyObject *args, PyObject *kwarg
   static const char *kw[] = {"row", "col", "parsed", "maxtypes", nullptr};
   PyObject *v[2] = {};
   int parsed = 1, maxtypes = -1;
-  problem_s *p = NL_ARGS("|OOii", kw, v, 2, &v[0], &v[1], &parsed, &maxtypes);
+  problem_s *p = NL_ARGS("|OOii:getcoefformula", kw, v, 2, &v[0], &v[1], &parsed, &maxtypes);
   if (p == nullptr) return nullptr;
   int row = 0, col = 0;
   if (nvo_nl_index(p, v[0], CONV_ROW, &row) != 0 || nvo_nl_index(p, v[1], CONV_COL, &col) != 0)
@@ -191,7 +191,7 @@ PyObject *NSLP_PY_getccoef(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", "col", "maxbytes", nullptr};
   PyObject *v[2] = {};
   int maxbytes = -1;
-  problem_s *p = NL_ARGS("|OOi", kw, v, 2, &v[0], &v[1], &maxbytes);
+  problem_s *p = NL_ARGS("|OOi:getccoef", kw, v, 2, &v[0], &v[1], &maxbytes);
   if (p == nullptr) return nullptr;
   int row = 0, col = 0;
   if (nvo_nl_index(p, v[0], CONV_ROW, &row) != 0 || nvo_nl_index(p, v[1], CONV_COL, &col) != 0)
@@ -219,7 +219,7 @@ PyObject *NSLP_PY_evaluateformula(PyObject *self, PyObject *args, PyObject *kwar
   static const char *kw[] = {"parsed", "type", "values", nullptr};
   int parsed = 1;
   PyObject *v[3] = {Py_None, nullptr, nullptr};  // parsed is an int, parsed apart
-  problem_s *p = NL_ARGS("i|OO", kw, v, 3, &parsed, &v[1], &v[2]);
+  problem_s *p = NL_ARGS("i|OO:evaluateformula", kw, v, 3, &parsed, &v[1], &v[2]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> type;

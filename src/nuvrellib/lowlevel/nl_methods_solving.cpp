@@ -13,7 +13,7 @@ namespace {
 PyObject *NSLP_PY_validatevector(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"solution", nullptr};
   PyObject *obj = nullptr;
-  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
+  problem_s *p = NL_ARGS("|O:validatevector", kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int64_t n = nvo_int_attrib(p, NVRL_ATTR_ORIGINAL_COLUMNS);
   if (n < 0) return nullptr;
@@ -28,7 +28,7 @@ PyObject *NSLP_PY_validatevector(PyObject *self, PyObject *args, PyObject *kwarg
 PyObject *NSLP_PY_validaterow(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", nullptr};
   PyObject *obj = nullptr;
-  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
+  problem_s *p = NL_ARGS("|O:validaterow", kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int row = 0;
   if (ObjInt2int(obj, p, &row, CONV_ROW) != 0) return setNvrlErrIfNull(self, nullptr);
@@ -40,8 +40,8 @@ PyObject *NSLP_PY_validatekkt(PyObject *self, PyObject *args, PyObject *kwargs) 
   static const char *kw[] = {"mode", "respectbasis", "updatemult", "violtarget", nullptr};
   int mode = 0, respectbasis = 0, updatemult = 0;
   double violtarget = 0.0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "iiid", kw, nullptr, &mode, &respectbasis,
-                                 &updatemult, &violtarget))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "iiid:validatekkt", kw, nullptr, &mode,
+                                 &respectbasis, &updatemult, &violtarget))
     return nullptr;
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
@@ -78,7 +78,8 @@ PyObject *NSLP_PY_globalsol(PyObject *self, PyObject *) {
 PyObject *NSLP_PY_nlpoptimize(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"flags", nullptr};
   const char *flags = "";
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|s", kw, nullptr, &flags)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|s:nlpoptimize", kw, nullptr, &flags))
+    return nullptr;
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
   return nvo_nl_run_guarded(p, NSLPnlpoptimize, flags);

@@ -106,8 +106,8 @@ PyObject *NVRL_PY_getqrowqmatrix(PyObject *self, PyObject *args, PyObject *kwarg
   PyObject *row = nullptr, *start = nullptr, *ind = nullptr, *val = nullptr, *first = nullptr,
            *last = nullptr;
   int maxcoefs = INT_MIN;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|OOOiOO", kw, nullptr, &row, &start, &ind, &val,
-                                 &maxcoefs, &first, &last))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|OOOiOO:getqrowqmatrix", kw, nullptr, &row, &start,
+                                 &ind, &val, &maxcoefs, &first, &last))
     return nullptr;
   if (query::outputs_are_lists({start, ind, val}) != 0) return nullptr;
   int r = 0;
@@ -218,8 +218,8 @@ PyObject *NVRL_PY_getindicators(PyObject *self, PyObject *args, PyObject *kwargs
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"colind", "complement", "first", "last", nullptr};
   PyObject *colind = nullptr, *comp = nullptr, *first = nullptr, *last = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO", kw, nullptr, &colind, &comp, &first,
-                                 &last))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO:getindicators", kw, nullptr, &colind, &comp,
+                                 &first, &last))
     return nullptr;
   if (query::outputs_are_lists({colind, comp}) != 0) return nullptr;
   int64_t n = 0;
@@ -245,9 +245,9 @@ PyObject *NVRL_PY_getgencons(PyObject *self, PyObject *args, PyObject *kwargs) {
   PyObject *contype = nullptr, *resultant = nullptr, *colstart = nullptr, *colind = nullptr,
            *valstart = nullptr, *val = nullptr, *first = nullptr, *last = nullptr;
   long long maxcols = LLONG_MIN, maxvals = LLONG_MIN;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOLOOLOO", kw, nullptr, &contype, &resultant,
-                                 &colstart, &colind, &maxcols, &valstart, &val, &maxvals, &first,
-                                 &last))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOLOOLOO:getgencons", kw, nullptr, &contype,
+                                 &resultant, &colstart, &colind, &maxcols, &valstart, &val,
+                                 &maxvals, &first, &last))
     return nullptr;
   if (query::outputs_are_lists({contype, resultant, colstart, colind, valstart, val}) != 0)
     return nullptr;
@@ -299,8 +299,8 @@ PyObject *NVRL_PY_getpwlcons(PyObject *self, PyObject *args, PyObject *kwargs) {
   PyObject *colind = nullptr, *resultant = nullptr, *start = nullptr, *xval = nullptr,
            *yval = nullptr, *first = nullptr, *last = nullptr;
   long long maxpoints = LLONG_MIN;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOLOO", kw, nullptr, &colind, &resultant,
-                                 &start, &xval, &yval, &maxpoints, &first, &last))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOLOO:getpwlcons", kw, nullptr, &colind,
+                                 &resultant, &start, &xval, &yval, &maxpoints, &first, &last))
     return nullptr;
   if (query::outputs_are_lists({colind, resultant, start, xval, yval}) != 0) return nullptr;
   int64_t n = 0;
@@ -341,7 +341,8 @@ PyObject *NVRL_PY_getnamelist(PyObject *self, PyObject *args, PyObject *kwargs) 
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"type", "first", "last", nullptr};
   int type = 0, first = INT_MIN, last = INT_MIN;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i|ii", kw, nullptr, &type, &first, &last))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i|ii:getnamelist", kw, nullptr, &type, &first,
+                                 &last))
     return nullptr;
   int attrib;
   switch (type) {
@@ -395,7 +396,7 @@ PyObject *NVRL_PY_getcoef(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", "col", nullptr};
   static const char *alt[] = {"irow", "icol", nullptr};
   PyObject *row = nullptr, *col = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO", kw, alt, &row, &col)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO:getcoef", kw, alt, &row, &col)) return nullptr;
   int r = 0, c = 0;
   if (query::index(p, row, CONV_ROW, &r) != 0 || query::index(p, col, CONV_COL, &c) != 0)
     return nullptr;
@@ -409,7 +410,7 @@ PyObject *NVRL_PY_getqrowcoeff(PyObject *self, PyObject *args, PyObject *kwargs)
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"row", "rowqcol1", "rowqcol2", nullptr};
   PyObject *row = nullptr, *c1 = nullptr, *c2 = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOO", kw, nullptr, &row, &c1, &c2))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOO:getqrowcoeff", kw, nullptr, &row, &c1, &c2))
     return nullptr;
   int r = 0, i = 0, j = 0;
   if (query::index(p, row, CONV_ROW, &r) != 0 || query::index(p, c1, CONV_COL, &i) != 0 ||
@@ -425,7 +426,8 @@ PyObject *NVRL_PY_getqrowqmatrixtriplets(PyObject *self, PyObject *args, PyObjec
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"row", "rowqcol1", "rowqcol2", "rowqcoef", nullptr};
   PyObject *row = nullptr, *c1 = nullptr, *c2 = nullptr, *val = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|OOO", kw, nullptr, &row, &c1, &c2, &val))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|OOO:getqrowqmatrixtriplets", kw, nullptr, &row,
+                                 &c1, &c2, &val))
     return nullptr;
   if (query::outputs_are_lists({c1, c2, val}) != 0) return nullptr;
   int r = 0;
@@ -452,7 +454,7 @@ PyObject *NVRL_PY_getqrows(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"rowind", nullptr};
   PyObject *out = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, nullptr, &out)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O:getqrows", kw, nullptr, &out)) return nullptr;
   if (query::outputs_are_lists({out}) != 0) return nullptr;
   int n = 0;
   if (NVRLgetqrows(p->prob, &n, nullptr) != 0) return done(p, nullptr);
@@ -471,7 +473,7 @@ PyObject *NVRL_PY_getglobal(PyObject *self, PyObject *args, PyObject *kwargs) {
                              "refval", nullptr};
   PyObject *coltype = nullptr, *colind = nullptr, *limit = nullptr, *settype = nullptr,
            *start = nullptr, *setcols = nullptr, *refval = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOOO", kw, nullptr, &coltype, &colind,
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOOOO:getglobal", kw, nullptr, &coltype, &colind,
                                  &limit, &settype, &start, &setcols, &refval))
     return nullptr;
   if (query::outputs_are_lists({coltype, colind, limit, settype, start, setcols, refval}) != 0)

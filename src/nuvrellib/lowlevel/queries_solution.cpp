@@ -80,7 +80,8 @@ PyObject *NVRL_PY_getmipsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"x", "slack", nullptr};
   PyObject *x = nullptr, *slack = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw, nullptr, &x, &slack)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO:getmipsol", kw, nullptr, &x, &slack))
+    return nullptr;
   if (read_solution(p, getmipsol4, nullptr, x, slack, nullptr, nullptr) != 0)
     return done(p, nullptr);
   Py_RETURN_NONE;
@@ -90,8 +91,8 @@ PyObject *NVRL_PY_loadlpsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   PyObject *x = nullptr, *slack = nullptr, *duals = nullptr, *djs = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO", kw_sol, nullptr, &x, &slack, &duals,
-                                 &djs))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO:loadlpsol", kw_sol, nullptr, &x, &slack,
+                                 &duals, &djs))
     return nullptr;
   int64_t nrows = 0, ncols = 0;
   if (query::rows(p, &nrows) != 0 || query::cols(p, &ncols) != 0) return nullptr;
@@ -270,7 +271,8 @@ PyObject *NVRL_PY_getbasisval(PyObject *self, PyObject *args, PyObject *kwargs) 
   static const char *kw[] = {"row", "col", nullptr};
   static const char *kw_alt[] = {"row", "column", nullptr};
   PyObject *row = nullptr, *col = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO", kw, kw_alt, &row, &col)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO:getbasisval", kw, kw_alt, &row, &col))
+    return nullptr;
   int r = -1, c = -1;
   if ((wanted(row) && query::index(p, row, CONV_ROW, &r) != 0) ||
       (wanted(col) && query::index(p, col, CONV_COL, &c) != 0))
@@ -287,7 +289,8 @@ PyObject *NVRL_PY_getpivotorder(PyObject *self, PyObject *args, PyObject *kwargs
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"pivotorder", nullptr};
   PyObject *out = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, nullptr, &out)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O:getpivotorder", kw, nullptr, &out))
+    return nullptr;
   if (query::outputs_are_lists({out}) != 0) return nullptr;
   int64_t nrows = 0;
   if (query::rows(p, &nrows) != 0) return nullptr;

@@ -23,7 +23,8 @@ int dims(problem_s *p, int64_t *rows, int64_t *cols) {
 PyObject *NVRL_PY_calcobjective(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"solution", nullptr};
   PyObject *sol = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kw, nullptr, &sol)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O:calcobjective", kw, nullptr, &sol))
+    return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   int64_t nr, nc;
@@ -39,7 +40,8 @@ PyObject *NVRL_PY_calcobjective(PyObject *self, PyObject *args, PyObject *kwargs
 PyObject *NVRL_PY_calcslacks(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"solution", "calculatedslacks", nullptr};
   PyObject *sol = nullptr, *out = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|O", kw, nullptr, &sol, &out)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|O:calcslacks", kw, nullptr, &sol, &out))
+    return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   if (query::outputs_are_lists({out}) != 0) return nullptr;
@@ -57,7 +59,8 @@ PyObject *NVRL_PY_calcslacks(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NVRL_PY_calcreducedcosts(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"duals", "solution", "djs", nullptr};
   PyObject *duals = nullptr, *sol = nullptr, *out = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOO", kw, nullptr, &duals, &sol, &out))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOO:calcreducedcosts", kw, nullptr, &duals, &sol,
+                                 &out))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -79,7 +82,8 @@ PyObject *NVRL_PY_calcsolinfo(PyObject *self, PyObject *args, PyObject *kwargs) 
   static const char *kw[] = {"solution", "dual", "property", nullptr};
   PyObject *sol = nullptr, *duals = nullptr;
   int property = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOi", kw, nullptr, &sol, &duals, &property))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOi:calcsolinfo", kw, nullptr, &sol, &duals,
+                                 &property))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;

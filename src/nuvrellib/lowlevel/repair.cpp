@@ -54,8 +54,8 @@ PyObject *NVRL_PY_repairinfeas(PyObject *self, PyObject *args, PyObject *kwargs)
                                  "lbpref",  "ubpref", "delta", nullptr};
   int penalty = 0, phase2 = 0, flags = 0;
   double lepref = 0, gepref = 0, lbpref = 0, ubpref = 0, delta = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "CCCddddd", kwlist, nullptr, &penalty, &phase2,
-                                 &flags, &lepref, &gepref, &lbpref, &ubpref, &delta))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "CCCddddd:repairinfeas", kwlist, nullptr, &penalty,
+                                 &phase2, &flags, &lepref, &gepref, &lbpref, &ubpref, &delta))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -80,8 +80,8 @@ PyObject *NVRL_PY_repairweightedinfeas(PyObject *self, PyObject *args, PyObject 
   int phase2 = 0;
   double delta = 0;
   const char *flags = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOOCds", kwlist, nullptr, &objs[0], &objs[1],
-                                 &objs[2], &objs[3], &phase2, &delta, &flags))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOOCds:repairweightedinfeas", kwlist, nullptr,
+                                 &objs[0], &objs[1], &objs[2], &objs[3], &phase2, &delta, &flags))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -110,9 +110,9 @@ PyObject *NVRL_PY_repairweightedinfeasbounds(PyObject *self, PyObject *args, PyO
   int phase2 = 0;
   double delta = 0;
   const char *flags = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOOOOOOCds", kwlist, nullptr, &objs[0],
-                                 &objs[1], &objs[2], &objs[3], &objs[4], &objs[5], &objs[6],
-                                 &objs[7], &phase2, &delta, &flags))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOOOOOOCds:repairweightedinfeasbounds", kwlist,
+                                 nullptr, &objs[0], &objs[1], &objs[2], &objs[3], &objs[4],
+                                 &objs[5], &objs[6], &objs[7], &phase2, &delta, &flags))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;

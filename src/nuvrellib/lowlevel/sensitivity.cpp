@@ -100,8 +100,8 @@ PyObject *NVRL_PY_rhssa(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NVRL_PY_bndsa(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"colind", "lblower", "lbupper", "ublower", "ubupper", nullptr};
   PyObject *ind = nullptr, *o[4] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|OOOO", kw, nullptr, &ind, &o[0], &o[1], &o[2],
-                                 &o[3]))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|OOOO:bndsa", kw, nullptr, &ind, &o[0], &o[1],
+                                 &o[2], &o[3]))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -167,8 +167,8 @@ PyObject *NVRL_PY_strongbranch(PyObject *self, PyObject *args, PyObject *kwargs)
   PyObject *cols = nullptr, *types = nullptr, *vals = nullptr, *objval = nullptr,
            *status = nullptr;
   int iterlim = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOiOO", kw, nullptr, &cols, &types, &vals,
-                                 &iterlim, &objval, &status))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOiOO:strongbranch", kw, nullptr, &cols, &types,
+                                 &vals, &iterlim, &objval, &status))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -200,8 +200,8 @@ PyObject *NVRL_PY_estimaterowdualranges(PyObject *self, PyObject *args, PyObject
   static const char *kw[] = {"rowind", "iterlim", "mindual", "maxdual", nullptr};
   PyObject *rows = nullptr, *mindual = nullptr, *maxdual = nullptr;
   int iterlim = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OiOO", kw, nullptr, &rows, &iterlim, &mindual,
-                                 &maxdual))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OiOO:estimaterowdualranges", kw, nullptr, &rows,
+                                 &iterlim, &mindual, &maxdual))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -224,7 +224,8 @@ PyObject *NVRL_PY_estimaterowdualranges(PyObject *self, PyObject *args, PyObject
 PyObject *NVRL_PY_basisstability(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"type", "norm", "scaled", nullptr};
   int type = 0, norm = 0, scaled = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "iii", kw, nullptr, &type, &norm, &scaled))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "iii:basisstability", kw, nullptr, &type, &norm,
+                                 &scaled))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -238,7 +239,7 @@ PyObject *NVRL_PY_getpivots(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"enter", "outlist", "x", "maxpivots", nullptr};
   PyObject *enter = nullptr, *outlist = nullptr, *x = nullptr;
   int maxpiv = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOi", kw, nullptr, &enter, &outlist, &x,
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OOOi:getpivots", kw, nullptr, &enter, &outlist, &x,
                                  &maxpiv))
     return nullptr;
   problem_s *p = problem_ready(self);

@@ -33,7 +33,7 @@ problem_s *name_and_flags(PyObject *self, PyObject *args, PyObject *kwargs, cons
 PyObject *NVRL_PY_save(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"filename", nullptr};
   const char *filename = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|s", kw, nullptr, &filename)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|s:save", kw, nullptr, &filename)) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   int rc;

@@ -78,7 +78,7 @@ PyObject *NVRL_PY_dumpcontrols(PyObject *self, PyObject *) {
 PyObject *NVRL_PY_copycontrols(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"src", nullptr};
   PyObject *src = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kw, nullptr, &src)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O:copycontrols", kw, nullptr, &src)) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   if (!problem_check(src)) {
@@ -94,7 +94,8 @@ PyObject *NVRL_PY_setmessagestatus(PyObject *self, PyObject *args, PyObject *kwa
   static const char *kw[] = {"msgcode", "status", nullptr};
   static const char *kw_alt[] = {"errcode", "status", nullptr};
   int code = 0, status = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "ii", kw, kw_alt, &code, &status)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "ii:setmessagestatus", kw, kw_alt, &code, &status))
+    return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   return result(p, NVRLsetmessagestatus(p->prob, code, status));
@@ -104,7 +105,8 @@ PyObject *NVRL_PY_getmessagestatus(PyObject *self, PyObject *args, PyObject *kwa
   static const char *kw[] = {"msgcode", nullptr};
   static const char *kw_alt[] = {"errcode", nullptr};
   int code = 0, status = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i", kw, kw_alt, &code)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "i:getmessagestatus", kw, kw_alt, &code))
+    return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   if (NVRLgetmessagestatus(p->prob, code, &status) != 0) return fail(p);
@@ -116,7 +118,7 @@ PyObject *NVRL_PY_getmessagestatus(PyObject *self, PyObject *args, PyObject *kwa
 PyObject *NVRL_PY_interrupt(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"reason", nullptr};
   long reason = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "l", kw, nullptr, &reason)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "l:interrupt", kw, nullptr, &reason)) return nullptr;
   problem_s *p = reinterpret_cast<problem_s *>(self);
   if (p->prob == nullptr) {
     PyErr_SetString(nvpy_interf_exc, "The problem has not been initialized");

@@ -18,7 +18,7 @@ PyDoc_STRVAR(tune_doc,
 PyObject *NVRL_PY_tune(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"flags", nullptr};
   const char *flags = "";
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|s", kwlist, nullptr, &flags)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|s:tune", kwlist, nullptr, &flags)) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   const int rc = problem_run_released(p, [&] { return NVRLtune(p->prob, flags); });

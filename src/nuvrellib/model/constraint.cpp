@@ -218,8 +218,8 @@ static int constraint_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   PyObject *source = nullptr, *body = nullptr, *name = nullptr;
   double lb = LB_UNSET, ub = UB_UNSET, rhs = RHS_UNSET;
   long sense = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOddldO", kwlist, nullptr, &source, &body, &lb,
-                                 &ub, &sense, &rhs, &name))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOddldO:constraint", kwlist, nullptr, &source,
+                                 &body, &lb, &ub, &sense, &rhs, &name))
     return -1;
   const bool has_lb = lb != LB_UNSET, has_ub = ub != UB_UNSET, has_rhs = rhs != RHS_UNSET;
 

@@ -88,7 +88,7 @@ static int sos_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   const int64_t id = next_sos_id();
 
   PyObject *indices = nullptr, *weights = nullptr, *type_obj = nullptr, *name_obj = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO|OO", kwlist, nullptr, &indices, &weights,
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO|OO:sos", kwlist, nullptr, &indices, &weights,
                                  &type_obj, &name_obj))
     return -1;
 

@@ -227,7 +227,7 @@ PyObject *nuvrelmod_Dot(PyObject *, PyObject *args, PyObject *kwargs) {
   PyObject *out = nullptr;
   PyRef no_args(PyTuple_New(0));
   if (!no_args) return nullptr;
-  if (!nvo_ParseTupleAndKeywords(no_args.get(), kwargs, "|O", kwlist, nullptr, &out))
+  if (!nvo_ParseTupleAndKeywords(no_args.get(), kwargs, "|O:Dot", kwlist, nullptr, &out))
     return nullptr;
   if (out == Py_None) out = nullptr;
 

@@ -265,7 +265,7 @@ static int var_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   PyObject *name = nullptr;
   double lb = 0.0, ub = NVO_INFINITY, threshold = -NVO_INFINITY;
   long vartype = VARTYPE_CONTINUOUS;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|Odddl", kwlist, nullptr, &name, &lb, &ub,
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|Odddl:var", kwlist, nullptr, &name, &lb, &ub,
                                  &threshold, &vartype))
     return -1;
 

@@ -218,7 +218,7 @@ PyObject *nuvrelmod_vars(PyObject *self, PyObject *args, PyObject *kwargs) {
   // Every positional argument is an index set, so the keywords are parsed on their own.
   PyRef no_args(PyTuple_New(0));
   if (!no_args) return nullptr;
-  if (!nvo_ParseTupleAndKeywords(no_args.get(), kwargs, "|Odddl", kwlist, nullptr, &prefix_obj,
+  if (!nvo_ParseTupleAndKeywords(no_args.get(), kwargs, "|Odddl:vars", kwlist, nullptr, &prefix_obj,
                                  &lb, &ub, &threshold, &vartype))
     return nullptr;
 

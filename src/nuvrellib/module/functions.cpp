@@ -130,7 +130,8 @@ const char nuvrelmod_setcheckedmode_doc[] =
 PyObject *nuvrelmod_setcheckedmode(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"checked_mode", nullptr};
   PyObject *flag = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kwlist, nullptr, &flag)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O:setcheckedmode", kwlist, nullptr, &flag))
+    return nullptr;
   if (turnNVRLon(0) != 0) return setNvrlErrIfNull(nullptr, nullptr);
   // Only the object True switches checking on: checks cost time on every library call, so
   // they run only when asked for unmistakably (1 or a numpy bool is not taken as a yes).
@@ -153,7 +154,8 @@ const char nuvrelmod_setarchconsistency_doc[] =
 PyObject *nuvrelmod_setarchconsistency(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"ifArchConsistent", nullptr};
   PyObject *flag = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kwlist, nullptr, &flag)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O:setarchconsistency", kwlist, nullptr, &flag))
+    return nullptr;
   // A global setting of the library: it needs no start.
   int on = nvo_flag_not_off(flag) ? 1 : 0;
   return setNvrlErrIfNull(nullptr, none_if_ok(NVRL_ge_setarchconsistency(on)));
@@ -174,7 +176,8 @@ const char nuvrelmod_setdefaultcontrol_doc[] =
 PyObject *nuvrelmod_setdefaultcontrol(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"ipar", nullptr};
   const char *name = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "s", kwlist, nullptr, &name)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, "s:setdefaultcontrol", kwlist, nullptr, &name))
+    return nullptr;
   std::string lower;
   if (to_lowercase_all(name, &lower) != 0) return nullptr;
   bool done = false;

@@ -137,8 +137,8 @@ PyObject *nuvrelmod_addcbmsghandler(PyObject *self, PyObject *args, PyObject *kw
   static const char *kwlist[] = {"msghandler", "data", "priority", nullptr};
   PyObject *handler = nullptr, *data = nullptr;
   long priority = 0;
-  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "OOl", const_cast<char **>(kwlist), &handler,
-                                   &data, &priority)) {
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "OOl:addcbmsghandler", const_cast<char **>(kwlist),
+                                   &handler, &data, &priority)) {
     PyErr_Clear();
     PyErr_SetString(nvpy_interf_exc,
                     "Incorrect arguments in addcbmsghandler. Must provide correct list of three "
@@ -179,8 +179,8 @@ const char nuvrelmod_removecbmsghandler_doc[] =
 PyObject *nuvrelmod_removecbmsghandler(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"msghandler", "data", nullptr};
   PyObject *handler = nullptr, *data = nullptr;
-  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "OO", const_cast<char **>(kwlist), &handler,
-                                   &data)) {
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "OO:removecbmsghandler",
+                                   const_cast<char **>(kwlist), &handler, &data)) {
     PyErr_Clear();
     PyErr_SetString(nvpy_interf_exc,
                     "Incorrect arguments in removecbmsghandler. Must provide correct list of two "

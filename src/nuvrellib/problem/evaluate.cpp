@@ -419,9 +419,9 @@ PyObject *nuvrelmod_evaluate(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (kwargs != nullptr) {
     static const char *kwlist[] = {"expressions", "problem", "solution", nullptr};
     PyRef none(PyTuple_New(0));
-    if (!none || !PyArg_ParseTupleAndKeywords(none.get(), kwargs, "|OOO",
-                                              const_cast<char **>(kwlist), &expressions,
-                                              &problem, &solution))
+    if (!none || !PyArg_ParseTupleAndKeywords(none.get(), kwargs, "|OOO:evaluate",
+                                              const_cast<char **>(kwlist), &expressions, &problem,
+                                              &solution))
       return nullptr;
   }
   if (problem == Py_None) problem = nullptr;

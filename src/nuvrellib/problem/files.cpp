@@ -259,7 +259,7 @@ PyObject *problem_read(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"filename", "options", nullptr};
   const char *filename = nullptr;
   const char *options = "";
-  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s|s", const_cast<char **>(kwlist), &filename,
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s|s:read", const_cast<char **>(kwlist), &filename,
                                    &options))
     return nullptr;
   problem_s *p = problem_ready(self);
@@ -296,8 +296,8 @@ PyObject *problem_write(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"filename", "flags", nullptr};
   const char *filename = nullptr;
   const char *flags = "";
-  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s|s", const_cast<char **>(kwlist), &filename,
-                                   &flags))
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "s|s:write", const_cast<char **>(kwlist),
+                                   &filename, &flags))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;

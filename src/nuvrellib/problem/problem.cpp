@@ -122,7 +122,7 @@ int problem_init(PyObject *self, PyObject *args, PyObject *kwargs) {
   const char *name = nullptr;
   int sense = 1;
   PyRef empty(PyTuple_New(0));
-  if (!empty || !PyArg_ParseTupleAndKeywords(empty.get(), kwargs, "|$zi",
+  if (!empty || !PyArg_ParseTupleAndKeywords(empty.get(), kwargs, "|$zi:problem",
                                              const_cast<char **>(kwlist), &name, &sense))
     return -1;
   if (sense != 1 && sense != -1) {

@@ -208,9 +208,8 @@ PyObject *problem_getSolution(PyObject *self, PyObject *args, PyObject *kwargs) 
   static const char *kwlist[] = {"flatten", nullptr};
   PyObject *flatten_arg = nullptr;
   PyRef no_positional(PyTuple_New(0));
-  if (!no_positional ||
-      !PyArg_ParseTupleAndKeywords(no_positional.get(), kwargs, "|$O",
-                                   const_cast<char **>(kwlist), &flatten_arg))
+  if (!no_positional || !PyArg_ParseTupleAndKeywords(no_positional.get(), kwargs, "|$O:getSolution",
+                                                     const_cast<char **>(kwlist), &flatten_arg))
     return nullptr;
   int flatten = nvo_flag_truth(flatten_arg);
   if (flatten < 0) return nullptr;

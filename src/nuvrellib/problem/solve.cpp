@@ -232,8 +232,8 @@ PyObject *problem_setObjective(PyObject *self, PyObject *args, PyObject *kwargs)
   static const char *kwlist[] = {"objective", "sense", nullptr};
   PyObject *objective = nullptr;
   int sense = 1;
-  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "O|i", const_cast<char **>(kwlist), &objective,
-                                   &sense))
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "O|i:setObjective", const_cast<char **>(kwlist),
+                                   &objective, &sense))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr || problem_setObjective_obj(p, objective, sense) != 0) return nullptr;
@@ -293,7 +293,8 @@ PyObject *problem_solve(PyObject *self, PyObject *args, PyObject *kwargs) {
   if (problem_ready(self) == nullptr) return nullptr;
   static const char *kwlist[] = {"flags", nullptr};
   PyObject *flags_obj = Py_None;
-  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "|O", const_cast<char **>(kwlist), &flags_obj))
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "|O:solve", const_cast<char **>(kwlist),
+                                   &flags_obj))
     return nullptr;
   const int is_mip = problem_is_mip(p);
   if (is_mip < 0) return nullptr;
