@@ -152,7 +152,9 @@ def test_strings_are_leaves(text):
     (lambda p: p.getSolution(flat=True), r"invalid keyword argument for getSolution\(\)$"),
     (lambda p: p.chgobjsense(), r"^chgobjsense\(\) missing required argument"),
     (lambda p: p.nlpoptimize("", 1), r"^nlpoptimize\(\) takes at most 1 argument"),
-], ids=["type", "module function", "method", "keyword", "low-level", "nonlinear"])
+    (lambda p: p.chgbounds([0], ["U"], [1.0], 4), r"^chgbounds\(\) takes at most 3 arguments"),
+], ids=["type", "module function", "method", "keyword", "low-level", "nonlinear",
+        "array method"])
 def test_argument_errors_name_the_function(call, message):
     with pytest.raises(TypeError, match=message):
         call(nv.problem())

@@ -3,6 +3,7 @@
 // piecewise-linear constraints and set names.
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -32,9 +33,11 @@ struct Arrays {
   }
 };
 
-// A method of parallel arrays: its keywords (current and legacy, null when it has no legacy
-// names), their kinds and the library call with the shared length.
+// A method of parallel arrays: its name (for argument errors), its keywords (current and
+// legacy, null when it has no legacy names), their kinds and the library call with the shared
+// length.
 struct ArrayMethod {
+  const char *name;
   int nargs;
   const char *kw[4];
   const char *legacy[4];
@@ -45,10 +48,11 @@ struct ArrayMethod {
 PyObject *array_method(PyObject *self, PyObject *args, PyObject *kwargs, const ArrayMethod &m) {
   PyObject *v[3] = {};
   static const char *formats[] = {"", "|O", "|OO", "|OOO"};
+  char format[64];
+  snprintf(format, sizeof format, "%s:%s", formats[m.nargs], m.name);
   const char **kw = const_cast<const char **>(m.kw);
   const char **legacy = m.legacy[0] != nullptr ? const_cast<const char **>(m.legacy) : nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, formats[m.nargs], kw, legacy, &v[0], &v[1],
-                                 &v[2]) ||
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, format, kw, legacy, &v[0], &v[1], &v[2]) ||
       nvo_require_args(kw, v, m.nargs) != 0)
     return nullptr;
   problem_s *p = problem_ready(self);
@@ -73,7 +77,7 @@ T *at(void *const *a, int i) {
 
 #define ARRAY_METHOD(name, nargs, kw, legacy, kinds, body)                               \
   PyObject *NVRL_PY_##name(PyObject *self, PyObject *args, PyObject *kwargs) {           \
-    static const ArrayMethod m = {nargs, kw, legacy, kinds,                               \
+    static const ArrayMethod m = {#name, nargs, kw, legacy, kinds,                        \
                                   +[](NVRLprob pr, int n, void *const *a) { return body; }}; \
     return array_method(self, args, kwargs, m);                                           \
   }
