@@ -97,12 +97,10 @@ inline PyObject *object_plus_constant(PyObject *o, double f, double k, bool zero
     *handled = false;
     return nullptr;
   }
-  auto e = PyRef<expression_s>::steal(expression_base());
-  if (!e || expression_addToLinTerm(e.obj(), x, cx) < 0)
-    return nvo_model_error(type == &var_type ? "Could not allocate an object of type Variable"
-                                             : "Error creating expression");
-  e->constant = k;
-  return e.release_obj();
+  // The failure messages of the variable's and the term's own sums.
+  return term_plus_constant(x, cx, k,
+                            type == &var_type ? "Could not allocate an object of type Variable"
+                                              : "Error creating expression");
 }
 
 // The commonest element kinds of model building (coefficient times variable, sums of two

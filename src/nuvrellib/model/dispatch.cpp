@@ -384,14 +384,14 @@ PyObject *constant_and(PyObject *a, PyObject *b) {
 
 // --- variables ------------------------------------------------------------------------------
 
-// constant + cx*x: the sum of a variable and a number as an expression.
-static PyObject *var_plus_constant(PyObject *x, double cx, double constant) {
+PyObject *term_plus_constant(PyObject *x, double cx, double constant, const char *failure) {
   auto e = PyRef<expression_s>::steal(expression_base());
-  if (!e || expression_addToLinTerm(e.obj(), x, cx) < 0)
-    return nvo_model_error("Could not allocate an object of type Variable");
+  if (!e || expression_addToLinTerm(e.obj(), x, cx) < 0) return nvo_model_error(failure);
   e->constant = constant;
   return e.release_obj();
 }
+
+static const char *const kVarSumFailure = "Could not allocate an object of type Variable";
 
 // cx*x + cy*y for two different variables.
 static PyObject *var_plus_var(PyObject *x, double cx, PyObject *y, double cy) {
@@ -412,7 +412,7 @@ static PyObject *var_sum(PyObject *a, PyObject *b, double s) {
       case NVO_KIND_NUMBER: {
         double c = nvo_number_value(b);
         if (c == 0.0) return Py_NewRef(a);
-        return var_plus_constant(a, 1.0, s * c);
+        return term_plus_constant(a, 1.0, s * c, kVarSumFailure);
       }
       case NVO_KIND_VAR:
         if (a == b) return s > 0 ? linterm_fill(a, 2.0) : PyFloat_FromDouble(0.0);
@@ -424,7 +424,7 @@ static PyObject *var_sum(PyObject *a, PyObject *b, double s) {
   int ka = nvo_kind_noraise(a);
   switch (ka) {
     // A number on the left always gives an expression, even 0 + x.
-    case NVO_KIND_NUMBER: return var_plus_constant(b, s, nvo_number_value(a));
+    case NVO_KIND_NUMBER: return term_plus_constant(b, s, nvo_number_value(a), kVarSumFailure);
     case NVO_KIND_INVALID:
     case NVO_KIND_VAR: return nvo_model_error(invalid);
     default: return nvo_kind_binop(ka, op, a, b);

@@ -90,6 +90,10 @@ PyObject *constant_and(PyObject *a, PyObject *b);
 #define constant_idiv constant_div
 #define constant_ipow constant_pow
 
+// constant + cx*x for a variable x, as an expression: the sum of a term and a number. NULL with
+// ModelError `failure` when it cannot be made.
+PyObject *term_plus_constant(PyObject *x, double cx, double constant, const char *failure);
+
 // Comparison slot of var, linterm, quadterm, expression and nonlin: a <op> b as a constraint
 // (op is Py_LT ... Py_GE). Defined in model/constraint.cpp.
 PyObject *make_constraint(PyObject *a, PyObject *b, int op);

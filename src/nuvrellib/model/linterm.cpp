@@ -99,11 +99,7 @@ static PyObject *linterm_alg_sum(PyObject *a, PyObject *b, double s) {
   double cx = xa != nullptr ? ca : cb;
   double k = xa != nullptr ? cb : ca;
   if (k == 0.0) return linterm_fill(x, cx);
-  auto e = PyRef<expression_s>::steal(expression_base());
-  if (!e || expression_addToLinTerm(e.obj(), x, cx) < 0)
-    return nvo_model_error("Error creating expression");
-  e->constant = k;
-  return e.release_obj();
+  return term_plus_constant(x, cx, k, "Error creating expression");
 }
 
 PyObject *linterm_add(PyObject *a, PyObject *b) { return linterm_alg_sum(a, b, 1.0); }
