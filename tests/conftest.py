@@ -166,8 +166,9 @@ def rss_grew_less_than(before, limit):
 # numpy 1.x never releases the elements of an array whose user type holds an object field
 # (numpy issue 25949, fixed in 2.0): objects that were in such an array, even a temporary one,
 # stay alive with the process.
+NUMPY_1 = int(np.__version__.split(".")[0]) < 2
 KEEPS_ARRAY_ELEMENTS = pytest.mark.xfail(
-    int(np.__version__.split(".")[0]) < 2, strict=True,
+    NUMPY_1, strict=True,
     reason="numpy 1.x leaks the elements of arrays of user types (numpy issue 25949)")
 
 

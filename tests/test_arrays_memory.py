@@ -11,7 +11,7 @@ import sys
 
 import numpy as np
 import pytest
-from conftest import KEEPS_ARRAY_ELEMENTS, object_count, rss_bytes, rss_grew_less_than
+from conftest import KEEPS_ARRAY_ELEMENTS, NUMPY_1, object_count, rss_bytes, rss_grew_less_than
 
 import nuvrel as nv
 
@@ -52,8 +52,7 @@ def test_building_and_dropping_arrays_is_flat(xy, build):
     assert rss_grew_less_than(before_rss, 8e6)
 
 
-@pytest.mark.skipif(int(np.__version__.split(".")[0]) < 2,
-                    reason="numpy 1.x would keep all ten million expressions alive")
+@pytest.mark.skipif(NUMPY_1, reason="numpy 1.x would keep all ten million expressions alive")
 def test_ten_arrays_of_a_million_expressions_leave_counts_and_memory_flat():
     x, y = nv.vars(1000, 1000, name=None), nv.vars(1000, 1000, name=None)
     e = 3 * x + 2 * y - 1  # the first sizes the pools
