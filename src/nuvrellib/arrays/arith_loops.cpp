@@ -8,6 +8,7 @@
 #include "model/linterm.h"
 #include "model/var.h"
 #include "module/errors.h"
+#include "module/object_slab.h"
 #include "module/pyref.h"
 
 namespace {
@@ -161,6 +162,7 @@ void binary_loop(char **args, const npy_intp *dims, const npy_intp *steps) {
   const npy_intp n = dims[0], s0 = steps[0], s1 = steps[1], so = steps[2];
   char *i0 = args[0], *i1 = args[1], *o = args[2];
   float_cache c0, c1;
+  slab_untraced_scope untraced;
   for (npy_intp k = 0; k < n; ++k, i0 += s0, i1 += s1, o += so) {
     PyObject *r;
     if constexpr (Fast != FAST_NONE) {
@@ -194,6 +196,7 @@ template <PyObject *(*Op)(PyObject *)>
 void unary_loop(char **args, const npy_intp *dims, const npy_intp *steps) {
   const npy_intp n = dims[0], si = steps[0], so = steps[1];
   char *i = args[0], *o = args[1];
+  slab_untraced_scope untraced;
   for (npy_intp k = 0; k < n; ++k, i += si, o += so) {
     PyObject *x = object_at(i);
     PyObject *r = x != nullptr ? Op(x) : nullptr;

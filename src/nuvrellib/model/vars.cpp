@@ -19,6 +19,7 @@
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/numpy_api.h"
+#include "module/object_slab.h"
 #include "module/pyref.h"
 #include "module/scalars.h"
 
@@ -190,6 +191,7 @@ PyObject *make_var_array(const std::vector<dimension> &dims, const std::string &
   const uint64_t extra_bits = (zero_threshold ? VAR_THOLD_ENTRY : 0) |
                               (pattern != nullptr ? VAR_NAME_PATTERN : 0);
   const double stored_threshold = zero_threshold ? -NVO_INFINITY : threshold;
+  slab_untraced_scope untraced;
   for (npy_intp i = 0; i < total; ++i) {
     PyObject *v = var_create_with_id(first_id + static_cast<uint64_t>(i), nullptr, lb, ub,
                                      stored_threshold, vartype);

@@ -17,6 +17,7 @@ namespace {
 size_t all_live = 0;
 void *pool[object_slab::kPoolChunks];
 size_t pooled = 0;
+bool untraced = false;  // inside a slab_untraced_scope begun while tracemalloc was off
 }
 
 // The interpreter's header of these two lacks C linkage before 3.12, so a C++ caller would look
@@ -113,14 +114,14 @@ void *object_slab::allocate() {
   ++all_live;
   if (c->free_list == nullptr && c->bump >= c->end) close(c);
   // Shown to tracemalloc as the interpreter's own objects are (nothing when it is off).
-  nvo_trace_track(0, reinterpret_cast<uintptr_t>(p), size_);
+  if (!untraced) nvo_trace_track(0, reinterpret_cast<uintptr_t>(p), size_);
   return p;
 }
 
 void object_slab::release(void *p) {
   chunk *c = reinterpret_cast<chunk *>(reinterpret_cast<uintptr_t>(p) & ~uintptr_t(kChunkBytes - 1));
   object_slab *s = c->owner;
-  nvo_trace_untrack(0, reinterpret_cast<uintptr_t>(p));
+  if (!untraced) nvo_trace_untrack(0, reinterpret_cast<uintptr_t>(p));
   *static_cast<void **>(p) = c->free_list;
   c->free_list = p;
   SLAB_POISON(p, s->size_);
@@ -132,10 +133,30 @@ void object_slab::release(void *p) {
 
 size_t object_slabs_live() { return all_live; }
 
+slab_untraced_scope::slab_untraced_scope() : outer_(untraced) {
+  // Forgetting address 0 changes nothing and tells whether tracemalloc is on.
+  if (!untraced) untraced = nvo_trace_untrack(0, 0) == -2;
+}
+
+slab_untraced_scope::~slab_untraced_scope() { untraced = outer_; }
+
 PyObject *slab_object_new(object_slab &slab, PyTypeObject *type) {
   void *mem = slab.allocate();
   if (mem == nullptr) return PyErr_NoMemory();
-  return PyObject_Init(static_cast<PyObject *>(mem), type);
+  auto *op = static_cast<PyObject *>(mem);
+#if PY_VERSION_HEX < 0x030D0000 && !defined(Py_REF_DEBUG) && !defined(Py_TRACE_REFS)
+  // With tracemalloc off, a static type's object needs no more than its type and count
+  // (reference tracers, which PyObject_Init also informs, came with 3.13; debug builds count
+  // every new reference).
+  if (untraced && !(type->tp_flags & Py_TPFLAGS_HEAPTYPE)) {
+    // Written directly: from 3.12 Py_SET_REFCNT leaves a count that reads as immortal, which
+    // the storage's previous contents may.
+    op->ob_refcnt = 1;
+    Py_SET_TYPE(op, type);
+    return op;
+  }
+#endif
+  return PyObject_Init(op, type);
 }
 
 void slab_object_free(void *p) { object_slab::release(p); }

@@ -50,6 +50,21 @@ class object_slab {
 // tracemalloc, which then sees them as it sees the interpreter's own objects.
 size_t object_slabs_live();
 
+// While one lives, the slabs do not report to tracemalloc if it was off when the first began:
+// a loop that makes or frees a million objects without running Python code in between spares
+// a call per object and per release. Objects made meanwhile are not known to tracemalloc
+// should Python code start it before they go, as for any object made before it started.
+class slab_untraced_scope {
+ public:
+  slab_untraced_scope();
+  ~slab_untraced_scope();
+  slab_untraced_scope(const slab_untraced_scope &) = delete;
+  slab_untraced_scope &operator=(const slab_untraced_scope &) = delete;
+
+ private:
+  bool outer_;
+};
+
 // A new reference to an object of exactly `type` (a static type) in storage from `slab`, the
 // fields after the header uninitialised; NULL with a MemoryError set when no memory is left.
 PyObject *slab_object_new(object_slab &slab, PyTypeObject *type);
