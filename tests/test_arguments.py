@@ -5,6 +5,9 @@ readers open tuples, lists, dictionaries, arrays and iterators but refuse sets a
 views; Sum opens every iterable and skips None values of a dictionary; to all of them a
 string is one leaf."""
 
+import re
+import types
+
 import numpy as np
 import pytest
 
@@ -158,3 +161,23 @@ def test_strings_are_leaves(text):
 def test_argument_errors_name_the_function(call, message):
     with pytest.raises(TypeError, match=message):
         call(nv.problem())
+
+
+@pytest.mark.parametrize("owner", ["problem", "module"])
+def test_every_function_names_itself_when_given_too_many_arguments(owner):
+    # Methods that share their parsing with others must still name themselves, not "function"
+    # or the shared body; the interpreter's own messages qualify the name.
+    target = nv.problem() if owner == "problem" else nv
+    wrong = {}
+    for name in dir(target):
+        f = getattr(target, name)
+        if name.startswith("_") or not isinstance(f, types.BuiltinFunctionType):
+            continue
+        try:
+            f(*[None] * 30)
+        except TypeError as e:
+            if not re.match(rf"([\w.]+\.)?{name}\(\) ", str(e)):
+                wrong[name] = str(e)
+        except (nv.ModelError, nv.InterfaceError, nv.SolverError):
+            pass  # takes any number of arguments and refuses these
+    assert wrong == {}

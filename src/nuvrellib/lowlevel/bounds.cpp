@@ -32,11 +32,11 @@ PyObject *NVRL_PY_getIndexFromName(PyObject *self, PyObject *args, PyObject *kwa
 
 using BoundQuery = int (*)(NVRLprob, double[], int, int);
 
-PyObject *bound_query(PyObject *self, PyObject *args, PyObject *kwargs, const char **kwlist,
-                      BoundQuery query) {
+PyObject *bound_query(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                      const char **kwlist, BoundQuery query) {
   PyObject *out = Py_None, *first_obj = nullptr, *last_obj = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|OO", kwlist, nullptr, &out, &first_obj,
-                                 &last_obj))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("O|OO", name), kwlist, nullptr, &out,
+                                 &first_obj, &last_obj))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -68,7 +68,7 @@ PyDoc_STRVAR(getlb_doc,
 
 PyObject *NVRL_PY_getlb(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"lb", "first", "last", nullptr};
-  return bound_query(self, args, kwargs, kwlist, NVRLgetlb);
+  return bound_query(self, args, kwargs, "getlb", kwlist, NVRLgetlb);
 }
 
 PyDoc_STRVAR(getub_doc,
@@ -78,7 +78,7 @@ PyDoc_STRVAR(getub_doc,
 
 PyObject *NVRL_PY_getub(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"ub", "first", "last", nullptr};
-  return bound_query(self, args, kwargs, kwlist, NVRLgetub);
+  return bound_query(self, args, kwargs, "getub", kwlist, NVRLgetub);
 }
 
 }  // namespace

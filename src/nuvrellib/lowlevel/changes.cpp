@@ -48,8 +48,7 @@ struct ArrayMethod {
 PyObject *array_method(PyObject *self, PyObject *args, PyObject *kwargs, const ArrayMethod &m) {
   PyObject *v[3] = {};
   static const char *formats[] = {"", "|O", "|OO", "|OOO"};
-  char format[64];
-  snprintf(format, sizeof format, "%s:%s", formats[m.nargs], m.name);
+  const method_format format(formats[m.nargs], m.name);
   const char **kw = const_cast<const char **>(m.kw);
   const char **legacy = m.legacy[0] != nullptr ? const_cast<const char **>(m.legacy) : nullptr;
   if (!nvo_ParseTupleAndKeywords(args, kwargs, format, kw, legacy, &v[0], &v[1], &v[2]) ||
@@ -128,10 +127,10 @@ ARRAY_METHOD(delpwlcons, 1, KW("pwlind"), NOLEGACY, KINDS(CONV_ROW),
 
 // Deletes in the library, then drops the objects of the deleted items from the problem: those
 // objects are no longer found in it, and the later ones move down.
-PyObject *delete_items(PyObject *self, PyObject *args, PyObject *kwargs, const char **kw,
-                       const char **legacy, int kind) {
+PyObject *delete_items(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                       const char **kw, const char **legacy, int kind) {
   PyObject *v[1] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, legacy, &v[0]) ||
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|O", name), kw, legacy, &v[0]) ||
       nvo_require_args(kw, v, 1) != 0)
     return nullptr;
   problem_s *p = problem_ready(self);
@@ -154,26 +153,26 @@ PyObject *delete_items(PyObject *self, PyObject *args, PyObject *kwargs, const c
 
 PyObject *NVRL_PY_delrows(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"rowind", nullptr}, *legacy[] = {"mindex", nullptr};
-  return delete_items(self, args, kwargs, kw, legacy, CONV_ROW);
+  return delete_items(self, args, kwargs, "delrows", kw, legacy, CONV_ROW);
 }
 PyObject *NVRL_PY_delcols(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"colind", nullptr}, *legacy[] = {"mindex", nullptr};
-  return delete_items(self, args, kwargs, kw, legacy, CONV_COL);
+  return delete_items(self, args, kwargs, "delcols", kw, legacy, CONV_COL);
 }
 PyObject *NVRL_PY_delsets(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"setind", nullptr}, *legacy[] = {"mindex", nullptr};
-  return delete_items(self, args, kwargs, kw, legacy, CONV_SOS);
+  return delete_items(self, args, kwargs, "delsets", kw, legacy, CONV_SOS);
 }
 
 // ----- single elements -----------------------------------------------------------------------
 
 // Parses nobj objects (all required) and, when with_value, a required number after them.
-int parse_single(PyObject *args, PyObject *kwargs, const char **kw, int nobj, PyObject **v,
-                 double *value) {
+int parse_single(PyObject *args, PyObject *kwargs, const char *name, const char **kw, int nobj,
+                 PyObject **v, double *value) {
   static const char *formats[] = {"|O", "|OO", "|OOO", "|OOOO"};
   const int total = nobj + (value != nullptr ? 1 : 0);
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, formats[total - 1], kw, nullptr, &v[0], &v[1],
-                                 &v[2], &v[3]) ||
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format(formats[total - 1], name), kw, nullptr,
+                                 &v[0], &v[1], &v[2], &v[3]) ||
       nvo_require_args(kw, v, total) != 0)
     return -1;
   if (value != nullptr) {
@@ -188,7 +187,7 @@ PyObject *NVRL_PY_chgcoef(PyObject *self, PyObject *args, PyObject *kwargs) {
   PyObject *v[4] = {};
   double coef;
   int row, col;
-  if (parse_single(args, kwargs, kw, 2, v, &coef) != 0) return nullptr;
+  if (parse_single(args, kwargs, "chgcoef", kw, 2, v, &coef) != 0) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   if (ObjInt2int(v[0], p, &row, CONV_ROW) != 0 || ObjInt2int(v[1], p, &col, CONV_COL) != 0 ||
@@ -202,7 +201,7 @@ PyObject *NVRL_PY_chgqobj(PyObject *self, PyObject *args, PyObject *kwargs) {
   PyObject *v[4] = {};
   double coef;
   int c1, c2;
-  if (parse_single(args, kwargs, kw, 2, v, &coef) != 0) return nullptr;
+  if (parse_single(args, kwargs, "chgqobj", kw, 2, v, &coef) != 0) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   if (ObjInt2int(v[0], p, &c1, CONV_COL) != 0 || ObjInt2int(v[1], p, &c2, CONV_COL) != 0 ||
@@ -216,7 +215,7 @@ PyObject *NVRL_PY_chgqrowcoeff(PyObject *self, PyObject *args, PyObject *kwargs)
   PyObject *v[4] = {};
   double coef;
   int row, c1, c2;
-  if (parse_single(args, kwargs, kw, 3, v, &coef) != 0) return nullptr;
+  if (parse_single(args, kwargs, "chgqrowcoeff", kw, 3, v, &coef) != 0) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   if (ObjInt2int(v[0], p, &row, CONV_ROW) != 0 || ObjInt2int(v[1], p, &c1, CONV_COL) != 0 ||
@@ -230,7 +229,7 @@ PyObject *NVRL_PY_delqmatrix(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kw[] = {"row", nullptr};
   PyObject *v[4] = {};
   int row;
-  if (parse_single(args, kwargs, kw, 1, v, nullptr) != 0) return nullptr;
+  if (parse_single(args, kwargs, "delqmatrix", kw, 1, v, nullptr) != 0) return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   if (ObjInt2int(v[0], p, &row, CONV_ROW) != 0 || NVRLdelqmatrix(p->prob, row) != 0)

@@ -15,11 +15,12 @@ namespace {
 using LoadDirs = int (*)(NVRLprob, int, const int *, const int *, const char *, const double *,
                          const double *);
 
-PyObject *load_dirs(PyObject *self, PyObject *args, PyObject *kwargs, LoadDirs call) {
+PyObject *load_dirs(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                    LoadDirs call) {
   static const char *kw[] = {"colind", "priority", "dir", "uppseudo", "downpseudo", nullptr};
   PyObject *v[5] = {};
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O|OOOO", kw, nullptr, &v[0], &v[1], &v[2], &v[3],
-                                 &v[4]))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("O|OOOO", name), kw, nullptr, &v[0],
+                                 &v[1], &v[2], &v[3], &v[4]))
     return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
@@ -40,11 +41,11 @@ PyObject *load_dirs(PyObject *self, PyObject *args, PyObject *kwargs, LoadDirs c
 }
 
 PyObject *NVRL_PY_loaddirs(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return load_dirs(self, args, kwargs, NVRLloaddirs);
+  return load_dirs(self, args, kwargs, "loaddirs", NVRLloaddirs);
 }
 
 PyObject *NVRL_PY_loadpresolvedirs(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return load_dirs(self, args, kwargs, NVRLloadpresolvedirs);
+  return load_dirs(self, args, kwargs, "loadpresolvedirs", NVRLloadpresolvedirs);
 }
 
 PyObject *NVRL_PY_loadbranchdirs(PyObject *self, PyObject *args, PyObject *kwargs) {

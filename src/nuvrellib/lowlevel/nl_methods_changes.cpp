@@ -35,11 +35,11 @@ int optional_value(PyObject *obj, T *out, bool *given) {
 }
 
 // Parses one index array and converts it: the deletions.
-PyObject *index_array(PyObject *self, PyObject *args, PyObject *kwargs, const char *kwname,
-                      int kind, int (*call)(NSLPprob, int, const int *)) {
+PyObject *index_array(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                      const char *kwname, int kind, int (*call)(NSLPprob, int, const int *)) {
   const char *kw[] = {kwname, nullptr};
   PyObject *obj = nullptr;
-  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
+  problem_s *p = NL_ARGS(method_format("|O", name), kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> ind;
@@ -50,10 +50,10 @@ PyObject *index_array(PyObject *self, PyObject *args, PyObject *kwargs, const ch
 }
 
 PyObject *NSLP_PY_delvars(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return index_array(self, args, kwargs, "colind", CONV_COL, NSLPdelvars);
+  return index_array(self, args, kwargs, "delvars", "colind", CONV_COL, NSLPdelvars);
 }
 PyObject *NSLP_PY_deltolsets(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return index_array(self, args, kwargs, "tolind", CONV_INT, NSLPdeltolsets);
+  return index_array(self, args, kwargs, "deltolsets", "tolind", CONV_INT, NSLPdeltolsets);
 }
 
 PyObject *NSLP_PY_delcoefs(PyObject *self, PyObject *args, PyObject *kwargs) {
@@ -94,11 +94,12 @@ PyObject *NSLP_PY_chgtolset(PyObject *self, PyObject *args, PyObject *kwargs) {
 
 // row (or col) and one number: status, weight, cascade limit.
 template <typename T>
-PyObject *index_value(PyObject *self, PyObject *args, PyObject *kwargs, const char *k1,
-                      const char *k2, int kind, int (*call)(NSLPprob, int, const T *)) {
+PyObject *index_value(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                      const char *k1, const char *k2, int kind,
+                      int (*call)(NSLPprob, int, const T *)) {
   const char *kw[] = {k1, k2, nullptr};
   PyObject *v[2] = {};
-  problem_s *p = NL_ARGS("|OO", kw, v, 2, &v[0], &v[1]);
+  problem_s *p = NL_ARGS(method_format("|OO", name), kw, v, 2, &v[0], &v[1]);
   if (p == nullptr) return nullptr;
   int index = 0;
   T value{};
@@ -110,10 +111,12 @@ PyObject *index_value(PyObject *self, PyObject *args, PyObject *kwargs, const ch
 }
 
 PyObject *NSLP_PY_chgrowstatus(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return index_value<int>(self, args, kwargs, "row", "status", CONV_ROW, NSLPchgrowstatus);
+  return index_value<int>(self, args, kwargs, "chgrowstatus", "row", "status", CONV_ROW,
+                          NSLPchgrowstatus);
 }
 PyObject *NSLP_PY_chgrowwt(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return index_value<double>(self, args, kwargs, "row", "weight", CONV_ROW, NSLPchgrowwt);
+  return index_value<double>(self, args, kwargs, "chgrowwt", "row", "weight", CONV_ROW,
+                             NSLPchgrowwt);
 }
 
 PyObject *NSLP_PY_chgcascadenlimit(PyObject *self, PyObject *args, PyObject *kwargs) {

@@ -11,11 +11,12 @@
 
 namespace {
 
-PyObject *vars_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load) {
+PyObject *vars_body(PyObject *self, PyObject *args, PyObject *kwargs, const char *name, bool load) {
   static const char *kw[] = {"colindex", "vartype",  "detrow",    "seqnum",
                              "tolindex", "initvalue", "stepbound", nullptr};
   PyObject *v[7] = {};
-  problem_s *p = NL_ARGS("|OOOOOOO", kw, v, 1, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5], &v[6]);
+  problem_s *p = NL_ARGS(method_format("|OOOOOOO", name), kw, v, 1, &v[0], &v[1], &v[2], &v[3],
+                         &v[4], &v[5], &v[6]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> col, vartype, detrow, seqnum, tolindex;
@@ -36,16 +37,17 @@ PyObject *vars_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load)
 }
 
 PyObject *NSLP_PY_loadvars(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return vars_body(self, args, kwargs, true);
+  return vars_body(self, args, kwargs, "loadvars", true);
 }
 PyObject *NSLP_PY_addvars(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return vars_body(self, args, kwargs, false);
+  return vars_body(self, args, kwargs, "addvars", false);
 }
 
-PyObject *tolsets_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load) {
+PyObject *tolsets_body(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                       bool load) {
   static const char *kw[] = {"tol", nullptr};
   PyObject *tol = nullptr;
-  problem_s *p = NL_ARGS("|O", kw, &tol, 1, &tol);
+  problem_s *p = NL_ARGS(method_format("|O", name), kw, &tol, 1, &tol);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<double> tols;
@@ -65,16 +67,16 @@ PyObject *tolsets_body(PyObject *self, PyObject *args, PyObject *kwargs, bool lo
 }
 
 PyObject *NSLP_PY_loadtolsets(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return tolsets_body(self, args, kwargs, true);
+  return tolsets_body(self, args, kwargs, "loadtolsets", true);
 }
 PyObject *NSLP_PY_addtolsets(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return tolsets_body(self, args, kwargs, false);
+  return tolsets_body(self, args, kwargs, "addtolsets", false);
 }
 
-PyObject *dfs_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load) {
+PyObject *dfs_body(PyObject *self, PyObject *args, PyObject *kwargs, const char *name, bool load) {
   static const char *kw[] = {"colindex", "rowindex", "value", nullptr};
   PyObject *v[3] = {};
-  problem_s *p = NL_ARGS("|OOO", kw, v, 3, &v[0], &v[1], &v[2]);
+  problem_s *p = NL_ARGS(method_format("|OOO", name), kw, v, 3, &v[0], &v[1], &v[2]);
   if (p == nullptr) return nullptr;
   int64_t n = -1;
   ConvArray<int> col, row;
@@ -91,19 +93,20 @@ PyObject *dfs_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load) 
 }
 
 PyObject *NSLP_PY_loaddfs(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return dfs_body(self, args, kwargs, true);
+  return dfs_body(self, args, kwargs, "loaddfs", true);
 }
 PyObject *NSLP_PY_adddfs(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return dfs_body(self, args, kwargs, false);
+  return dfs_body(self, args, kwargs, "adddfs", false);
 }
 
-PyObject *coefs_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load) {
+PyObject *coefs_body(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                     bool load) {
   static const char *kw[] = {"rowindex", "colindex", "factor", "fstart",
                              "parsed",   "type",     "value",  nullptr};
   PyObject *v[7] = {};
   int parsed = 1;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOiOO", kw, nullptr, &v[0], &v[1], &v[2],
-                                 &v[3], &parsed, &v[5], &v[6]))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|OOOOiOO", name), kw, nullptr, &v[0],
+                                 &v[1], &v[2], &v[3], &parsed, &v[5], &v[6]))
     return nullptr;
   v[4] = Py_None;  // parsed has its default
   if (nvo_require_args(kw, v, 7) != 0) return nullptr;
@@ -148,10 +151,10 @@ PyObject *coefs_body(PyObject *self, PyObject *args, PyObject *kwargs, bool load
 }
 
 PyObject *NSLP_PY_loadcoefs(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return coefs_body(self, args, kwargs, true);
+  return coefs_body(self, args, kwargs, "loadcoefs", true);
 }
 PyObject *NSLP_PY_addcoefs(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return coefs_body(self, args, kwargs, false);
+  return coefs_body(self, args, kwargs, "addcoefs", false);
 }
 
 // One text for both forms of a pair, each saying how it treats the items held.

@@ -112,7 +112,8 @@ void drop_last_job_object(problem_s *p) {
 }
 
 // msaddjob and msaddcustompreset share this body; preset < 0 queues one explicit job.
-PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, bool custom) {
+PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                   bool custom) {
   static const char *job_kw[] = {"description", "ivcols", "ivvalues", "control", "job_object",
                                  nullptr};
   static const char *custom_kw[] = {"description", "preset",  "count",      "ivcols",
@@ -121,11 +122,12 @@ PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, bool custom
            *job_object = Py_None;
   int preset = -1, count = 0;
   const bool ok =
-      custom ? nvo_ParseTupleAndKeywords(args, kwargs, "Oii|OOOO", custom_kw, nullptr,
-                                         &description, &preset, &count, &ivcols, &ivvalues,
-                                         &control, &job_object)
-             : nvo_ParseTupleAndKeywords(args, kwargs, "|OOOOO", job_kw, nullptr, &description,
-                                         &ivcols, &ivvalues, &control, &job_object);
+      custom
+          ? nvo_ParseTupleAndKeywords(args, kwargs, method_format("Oii|OOOO", name), custom_kw,
+                                      nullptr, &description, &preset, &count, &ivcols, &ivvalues,
+                                      &control, &job_object)
+          : nvo_ParseTupleAndKeywords(args, kwargs, method_format("|OOOOO", name), job_kw, nullptr,
+                                      &description, &ivcols, &ivvalues, &control, &job_object);
   if (!ok) return nullptr;
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
@@ -164,10 +166,10 @@ PyObject *job_body(PyObject *self, PyObject *args, PyObject *kwargs, bool custom
 }
 
 PyObject *NSLP_PY_msaddjob(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return job_body(self, args, kwargs, false);
+  return job_body(self, args, kwargs, "msaddjob", false);
 }
 PyObject *NSLP_PY_msaddcustompreset(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return job_body(self, args, kwargs, true);
+  return job_body(self, args, kwargs, "msaddcustompreset", true);
 }
 
 PyObject *NSLP_PY_msaddpreset(PyObject *self, PyObject *args, PyObject *kwargs) {

@@ -16,11 +16,11 @@ namespace {
 
 // A method of one index (row or column) that reads one number.
 template <typename T>
-PyObject *one_index_query(PyObject *self, PyObject *args, PyObject *kwargs, const char *kwname,
-                          int kind, int (*call)(NSLPprob, int, T *)) {
+PyObject *one_index_query(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                          const char *kwname, int kind, int (*call)(NSLPprob, int, T *)) {
   const char *kw[] = {kwname, nullptr};
   PyObject *obj = nullptr;
-  problem_s *p = NL_ARGS("|O", kw, &obj, 1, &obj);
+  problem_s *p = NL_ARGS(method_format("|O", name), kw, &obj, 1, &obj);
   if (p == nullptr) return nullptr;
   int index = 0;
   if (nvo_nl_index(p, obj, kind, &index) != 0) return nullptr;
@@ -31,18 +31,19 @@ PyObject *one_index_query(PyObject *self, PyObject *args, PyObject *kwargs, cons
 }
 
 PyObject *NSLP_PY_getrowwt(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return one_index_query<double>(self, args, kwargs, "row", CONV_ROW, NSLPgetrowwt);
+  return one_index_query<double>(self, args, kwargs, "getrowwt", "row", CONV_ROW, NSLPgetrowwt);
 }
 PyObject *NSLP_PY_getrowstatus(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return one_index_query<int>(self, args, kwargs, "row", CONV_ROW, NSLPgetrowstatus);
+  return one_index_query<int>(self, args, kwargs, "getrowstatus", "row", CONV_ROW,
+                              NSLPgetrowstatus);
 }
 
 // Parses two required arguments into a (first kind, second kind) pair of indices.
-int two_indices(PyObject *self, PyObject *args, PyObject *kwargs, const char *k1, const char *k2,
-                int kind1, int kind2, problem_s **p, int *i1, int *i2) {
+int two_indices(PyObject *self, PyObject *args, PyObject *kwargs, const char *name, const char *k1,
+                const char *k2, int kind1, int kind2, problem_s **p, int *i1, int *i2) {
   const char *kw[] = {k1, k2, nullptr};
   PyObject *v[2] = {};
-  *p = NL_ARGS("|OO", kw, v, 2, &v[0], &v[1]);
+  *p = NL_ARGS(method_format("|OO", name), kw, v, 2, &v[0], &v[1]);
   if (*p == nullptr) return -1;
   if (nvo_nl_index(*p, v[0], kind1, i1) != 0 || nvo_nl_index(*p, v[1], kind2, i2) != 0)
     return -1;
@@ -52,7 +53,8 @@ int two_indices(PyObject *self, PyObject *args, PyObject *kwargs, const char *k1
 PyObject *NSLP_PY_getdf(PyObject *self, PyObject *args, PyObject *kwargs) {
   problem_s *p;
   int col = 0, row = 0;
-  if (two_indices(self, args, kwargs, "col", "row", CONV_COL, CONV_ROW, &p, &col, &row) != 0)
+  if (two_indices(self, args, kwargs, "getdf", "col", "row", CONV_COL, CONV_ROW, &p, &col, &row) !=
+      0)
     return nullptr;
   double value = 0.0;
   if (NSLPgetdf(p->slpprob, col, row, &value) != 0) return nvo_nl_fail(p);
@@ -62,7 +64,8 @@ PyObject *NSLP_PY_getdf(PyObject *self, PyObject *args, PyObject *kwargs) {
 PyObject *NSLP_PY_evaluatecoef(PyObject *self, PyObject *args, PyObject *kwargs) {
   problem_s *p;
   int row = 0, col = 0;
-  if (two_indices(self, args, kwargs, "row", "col", CONV_ROW, CONV_COL, &p, &row, &col) != 0)
+  if (two_indices(self, args, kwargs, "evaluatecoef", "row", "col", CONV_ROW, CONV_COL, &p, &row,
+                  &col) != 0)
     return nullptr;
   double value = 0.0;
   if (NSLPevaluatecoef(p->slpprob, row, col, &value) != 0) return nvo_nl_fail(p);
@@ -246,13 +249,14 @@ bool int_item(bool row, int item) {
                 item == NSLP_COLINFO_NONLINEARCOEFS);
 }
 
-PyObject *info_body(PyObject *self, PyObject *args, PyObject *kwargs, bool row) {
+PyObject *info_body(PyObject *self, PyObject *args, PyObject *kwargs, const char *name, bool row) {
   static const char *rkw[] = {"rowindex", "infotype", nullptr};
   static const char *ckw[] = {"colindex", "infotype", nullptr};
   const char **kw = row ? rkw : ckw;
   PyObject *obj = nullptr;
   int item = 0;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "Oi", kw, nullptr, &obj, &item)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("Oi", name), kw, nullptr, &obj, &item))
+    return nullptr;
   problem_s *p = NL_READY(self);
   if (p == nullptr) return nullptr;
   int index = 0;
@@ -270,10 +274,10 @@ PyObject *info_body(PyObject *self, PyObject *args, PyObject *kwargs, bool row) 
 }
 
 PyObject *NSLP_PY_getrowinfo(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return info_body(self, args, kwargs, true);
+  return info_body(self, args, kwargs, "getrowinfo", true);
 }
 PyObject *NSLP_PY_getcolinfo(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return info_body(self, args, kwargs, false);
+  return info_body(self, args, kwargs, "getcolinfo", false);
 }
 
 }  // namespace

@@ -48,8 +48,8 @@ PyObject *sparse_query(PyObject *self, PyObject *args, PyObject *kwargs, const S
   if (p == nullptr) return nullptr;
   PyObject *start = nullptr, *ind = nullptr, *val = nullptr, *first = nullptr, *last = nullptr;
   long long maxcoefs = LLONG_MIN;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOLOO", q.kw, q.kw_alt, &start, &ind, &val,
-                                 &maxcoefs, &first, &last))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|OOOLOO", q.name), q.kw, q.kw_alt,
+                                 &start, &ind, &val, &maxcoefs, &first, &last))
     return nullptr;
   if (query::outputs_are_lists({start, ind, val}) != 0) return nullptr;
   int64_t n = 0;
@@ -157,7 +157,8 @@ PyObject *dense_query(PyObject *self, PyObject *args, PyObject *kwargs, const De
   problem_s *p = problem_ready_for(self, q.name);
   if (p == nullptr) return nullptr;
   PyObject *out = nullptr, *first = nullptr, *last = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOO", q.kw, q.kw_alt, &out, &first, &last))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|OOO", q.name), q.kw, q.kw_alt, &out,
+                                 &first, &last))
     return nullptr;
   if (q.list_required && !wanted(out)) {
     PyErr_Format(nvpy_interf_exc, "Must provide argument: %s or %s", "rng", "rhs");

@@ -50,8 +50,8 @@ PyObject *solution_method(PyObject *self, PyObject *args, PyObject *kwargs, cons
   problem_s *p = problem_ready_for(self, name);
   if (p == nullptr) return nullptr;
   PyObject *x = nullptr, *slack = nullptr, *duals = nullptr, *djs = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO", kw_sol, kw_sol_alt, &x, &slack, &duals,
-                                 &djs))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|OOOO", name), kw_sol, kw_sol_alt, &x,
+                                 &slack, &duals, &djs))
     return nullptr;
   int status = 0;
   if (read_solution(p, reader, barrier ? &status : nullptr, x, slack, duals, djs) != 0)
@@ -120,7 +120,8 @@ PyObject *infeas_method(PyObject *self, PyObject *args, PyObject *kwargs, const 
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"x", "slack", "duals", "djs", nullptr};
   PyObject *x = nullptr, *slack = nullptr, *duals = nullptr, *djs = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOOO", kw, nullptr, &x, &slack, &duals, &djs))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|OOOO", name), kw, nullptr, &x,
+                                 &slack, &duals, &djs))
     return nullptr;
   if (query::outputs_are_lists({x, slack, duals, djs}) != 0) return nullptr;
   int npv = 0, nps = 0, nds = 0, ndv = 0;
@@ -161,7 +162,8 @@ PyObject *get_row_col_ints(PyObject *self, PyObject *args, PyObject *kwargs, con
   problem_s *p = problem_ready_for(self, name);
   if (p == nullptr) return nullptr;
   PyObject *rowstat = nullptr, *colstat = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OO", kw, kw_alt, &rowstat, &colstat))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|OO", name), kw, kw_alt, &rowstat,
+                                 &colstat))
     return nullptr;
   if (query::outputs_are_lists({rowstat, colstat}) != 0) return nullptr;
   int64_t nrows = 0, ncols = 0;
@@ -181,8 +183,8 @@ PyObject *load_basis(PyObject *self, PyObject *args, PyObject *kwargs, const cha
   problem_s *p = problem_ready_for(self, name);
   if (p == nullptr) return nullptr;
   PyObject *rowstat = nullptr, *colstat = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO", kw_basis, kw_basis_alt, &rowstat,
-                                 &colstat))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("OO", name), kw_basis, kw_basis_alt,
+                                 &rowstat, &colstat))
     return nullptr;
   int64_t nrows = 0, ncols = 0;
   if (query::rows(p, &nrows) != 0 || query::cols(p, &ncols) != 0) return nullptr;
@@ -236,11 +238,13 @@ const char *kw_colrow_alt[] = {"column", "row", nullptr};
 
 // The ready problem and the (col, row) of a solution value query, each index -1 where not
 // given; null with an exception set.
-problem_s *solval_args(PyObject *self, PyObject *args, PyObject *kwargs, int *c, int *r) {
+problem_s *solval_args(PyObject *self, PyObject *args, PyObject *kwargs, const char *name, int *c,
+                       int *r) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   PyObject *col = nullptr, *row = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "OO", kw_colrow, kw_colrow_alt, &col, &row) ||
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("OO", name), kw_colrow, kw_colrow_alt,
+                                 &col, &row) ||
       col_and_row(p, col, row, c, r) != 0)
     return nullptr;
   return p;
@@ -248,7 +252,7 @@ problem_s *solval_args(PyObject *self, PyObject *args, PyObject *kwargs, int *c,
 
 PyObject *NVRL_PY_getlpsolval(PyObject *self, PyObject *args, PyObject *kwargs) {
   int c = -1, r = -1;
-  problem_s *p = solval_args(self, args, kwargs, &c, &r);
+  problem_s *p = solval_args(self, args, kwargs, "getlpsolval", &c, &r);
   if (p == nullptr) return nullptr;
   double x = 0, slack = 0, dual = 0, dj = 0;
   if (NVRLgetlpsolval(p->prob, c, r, &x, &slack, &dual, &dj) != 0) return done(p, nullptr);
@@ -258,7 +262,7 @@ PyObject *NVRL_PY_getlpsolval(PyObject *self, PyObject *args, PyObject *kwargs) 
 
 PyObject *NVRL_PY_getmipsolval(PyObject *self, PyObject *args, PyObject *kwargs) {
   int c = -1, r = -1;
-  problem_s *p = solval_args(self, args, kwargs, &c, &r);
+  problem_s *p = solval_args(self, args, kwargs, "getmipsolval", &c, &r);
   if (p == nullptr) return nullptr;
   double x = 0, slack = 0;
   if (NVRLgetmipsolval(p->prob, c, r, &x, &slack) != 0) return done(p, nullptr);
@@ -323,7 +327,8 @@ PyObject *get_ray(PyObject *self, PyObject *args, PyObject *kwargs, const char *
   if (p == nullptr) return nullptr;
   static const char *kw[] = {"ray", nullptr};
   PyObject *out = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|O", kw, nullptr, &out)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|O", name), kw, nullptr, &out))
+    return nullptr;
   if (!wanted(out))
     return query::interface_error("Must provide argument to retrieve (primal or dual) ray");
   if (query::outputs_are_lists({out}) != 0) return nullptr;

@@ -67,7 +67,8 @@ PyObject *two_ranges(PyObject *self, PyObject *args, PyObject *kwargs, const cha
                      const char **kw, const char **legacy, int kind,
                      int (*call)(NVRLprob, int, const int *, double *, double *)) {
   PyObject *ind = nullptr, *lower = nullptr, *upper = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|OOO", kw, legacy, &ind, &lower, &upper))
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|OOO", name), kw, legacy, &ind,
+                                 &lower, &upper))
     return nullptr;
   PyObject *given[] = {ind};
   if (nvo_require_args(kw, given, 1) != 0) return nullptr;
@@ -127,7 +128,8 @@ PyObject *basis_solve(PyObject *self, PyObject *args, PyObject *kwargs, const ch
                       int (*call)(NVRLprob, double *)) {
   static const char *kw[] = {"vec", nullptr};
   PyObject *vec = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "O", kw, nullptr, &vec)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("O", name), kw, nullptr, &vec))
+    return nullptr;
   problem_s *p = problem_ready_for(self, name);
   if (p == nullptr) return nullptr;
   int64_t nrows = 0;

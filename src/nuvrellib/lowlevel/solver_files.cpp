@@ -21,7 +21,8 @@ bool nonlinear(const problem_s *p) {
   return problem_is_nonlinear(p) && p->slpprob != nullptr && nslp_state(-1) == 1;
 }
 
-// (name, flags="") parsed by format ("s|s", or "|ss" when the name may be left out), then the
+// (name, flags="") parsed by format ("s|s:method", or "|ss:method" when the name may be left
+// out), then the
 // entry check: the problem, or null with an exception set.
 problem_s *name_and_flags(PyObject *self, PyObject *args, PyObject *kwargs, const char *format,
                           const char *name_kw, const char **name, const char **flags) {
@@ -48,7 +49,7 @@ PyObject *NVRL_PY_save(PyObject *self, PyObject *args, PyObject *kwargs) {
 // problem and new ones stand for the restored columns, rows and sets.
 PyObject *NVRL_PY_restore(PyObject *self, PyObject *args, PyObject *kwargs) {
   const char *probname = nullptr, *flags = "";
-  problem_s *p = name_and_flags(self, args, kwargs, "s|s", "probname", &probname, &flags);
+  problem_s *p = name_and_flags(self, args, kwargs, "s|s:restore", "probname", &probname, &flags);
   if (p == nullptr) return nullptr;
   const int rc = nonlinear(p) ? NSLPrestore(p->slpprob, probname)
                               : NVRLrestore(p->prob, probname, flags);
@@ -64,16 +65,18 @@ PyObject *NVRL_PY_restore(PyObject *self, PyObject *args, PyObject *kwargs) {
 using FileCall = int (*)(NVRLprob, const char *, const char *);
 
 // filename (required) and flags (default "").
-PyObject *file_flags(PyObject *self, PyObject *args, PyObject *kwargs, FileCall call) {
+PyObject *file_flags(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
+                     FileCall call) {
   const char *filename = nullptr, *flags = "";
-  problem_s *p = name_and_flags(self, args, kwargs, "s|s", "filename", &filename, &flags);
+  problem_s *p =
+      name_and_flags(self, args, kwargs, method_format("s|s", name), "filename", &filename, &flags);
   if (p == nullptr) return nullptr;
   return result(p, call(p->prob, filename, flags));
 }
 
-#define FILE_METHOD(name)                                                        \
-  PyObject *NVRL_PY_##name(PyObject *self, PyObject *args, PyObject *kwargs) {   \
-    return file_flags(self, args, kwargs, NVRL##name);                           \
+#define FILE_METHOD(name)                                                      \
+  PyObject *NVRL_PY_##name(PyObject *self, PyObject *args, PyObject *kwargs) { \
+    return file_flags(self, args, kwargs, #name, NVRL##name);                  \
   }
 FILE_METHOD(writesol)
 FILE_METHOD(writeprtsol)
@@ -84,7 +87,8 @@ FILE_METHOD(readbasis)
 
 PyObject *NVRL_PY_writeslxsol(PyObject *self, PyObject *args, PyObject *kwargs) {
   const char *filename = nullptr, *flags = "";
-  problem_s *p = name_and_flags(self, args, kwargs, "s|s", "filename", &filename, &flags);
+  problem_s *p =
+      name_and_flags(self, args, kwargs, "s|s:writeslxsol", "filename", &filename, &flags);
   if (p == nullptr) return nullptr;
   return result(p, nonlinear(p) ? NSLPwriteslxsol(p->slpprob, filename, flags)
                                 : NVRLwriteslxsol(p->prob, filename, flags));
@@ -93,27 +97,29 @@ PyObject *NVRL_PY_writeslxsol(PyObject *self, PyObject *args, PyObject *kwargs) 
 // Both arguments optional: without a file name the library writes "<problem name>.bss".
 PyObject *NVRL_PY_writebasis(PyObject *self, PyObject *args, PyObject *kwargs) {
   const char *filename = nullptr, *flags = "";
-  problem_s *p = name_and_flags(self, args, kwargs, "|ss", "filename", &filename, &flags);
+  problem_s *p =
+      name_and_flags(self, args, kwargs, "|ss:writebasis", "filename", &filename, &flags);
   if (p == nullptr) return nullptr;
   return result(p, NVRLwritebasis(p->prob, filename, flags));
 }
 
-PyObject *dirs_file(PyObject *self, PyObject *args, PyObject *kwargs,
+PyObject *dirs_file(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
                     int (*call)(NVRLprob, const char *)) {
   static const char *kw[] = {"filename", nullptr};
   const char *filename = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "s", kw, nullptr, &filename)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("s", name), kw, nullptr, &filename))
+    return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   return result(p, call(p->prob, filename));
 }
 
 PyObject *NVRL_PY_writedirs(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return dirs_file(self, args, kwargs, NVRLwritedirs);
+  return dirs_file(self, args, kwargs, "writedirs", NVRLwritedirs);
 }
 
 PyObject *NVRL_PY_readdirs(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return dirs_file(self, args, kwargs, NVRLreaddirs);
+  return dirs_file(self, args, kwargs, "readdirs", NVRLreaddirs);
 }
 
 #define KWM(name, doc) {#name, NVO_KW_METHOD(NVRL_PY_##name), METH_VARARGS | METH_KEYWORDS, doc}

@@ -23,11 +23,12 @@ PyObject *result(problem_s *p, int rc) {
 // An optimisation call: the interpreter lock is released and the SIGINT guard installed for
 // the library's run. An exception raised by a callback during the run propagates once the
 // library has returned.
-PyObject *optimize(PyObject *self, PyObject *args, PyObject *kwargs,
+PyObject *optimize(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
                    int (*call)(NVRLprob, const char *)) {
   static const char *kw[] = {"flags", nullptr};
   const char *flags = "";
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "|s", kw, nullptr, &flags)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("|s", name), kw, nullptr, &flags))
+    return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   const int rc = problem_run_released(p, [&] { return call(p->prob, flags); });
@@ -37,30 +38,31 @@ PyObject *optimize(PyObject *self, PyObject *args, PyObject *kwargs,
 }
 
 PyObject *NVRL_PY_lpoptimize(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return optimize(self, args, kwargs, NVRLlpoptimize);
+  return optimize(self, args, kwargs, "lpoptimize", NVRLlpoptimize);
 }
 
 PyObject *NVRL_PY_mipoptimize(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return optimize(self, args, kwargs, NVRLmipoptimize);
+  return optimize(self, args, kwargs, "mipoptimize", NVRLmipoptimize);
 }
 
 // A method taking one string argument `name` for a library call of that string.
-PyObject *string_call(PyObject *self, PyObject *args, PyObject *kwargs, const char *name,
-                      int (*call)(NVRLprob, const char *)) {
+PyObject *string_call(PyObject *self, PyObject *args, PyObject *kwargs, const char *method,
+                      const char *name, int (*call)(NVRLprob, const char *)) {
   const char *kw[] = {name, nullptr};
   const char *value = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "s", kw, nullptr, &value)) return nullptr;
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("s", method), kw, nullptr, &value))
+    return nullptr;
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   return result(p, call(p->prob, value));
 }
 
 PyObject *NVRL_PY_setprobname(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return string_call(self, args, kwargs, "probname", NVRLsetprobname);
+  return string_call(self, args, kwargs, "setprobname", "probname", NVRLsetprobname);
 }
 
 PyObject *NVRL_PY_setlogfile(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return string_call(self, args, kwargs, "filename", NVRLsetlogfile);
+  return string_call(self, args, kwargs, "setlogfile", "filename", NVRLsetlogfile);
 }
 
 PyObject *NVRL_PY_setdefaults(PyObject *self, PyObject *) {

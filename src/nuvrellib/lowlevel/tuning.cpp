@@ -44,9 +44,10 @@ template <int (*call)(NVRLprob, const char *)>
 PyObject *method_file(PyObject *self, PyObject *args, PyObject *kwargs) {
   static const char *kwlist[] = {"methodfile", nullptr};
   const char *file = nullptr;
-  if (!nvo_ParseTupleAndKeywords(args, kwargs, "s", kwlist, nullptr, &file)) return nullptr;
-  problem_s *p = problem_ready_for(self, call == NVRLtunerreadmethod ? "tunerreadmethod"
-                                                                     : "tunerwritemethod");
+  const char *name = call == NVRLtunerreadmethod ? "tunerreadmethod" : "tunerwritemethod";
+  if (!nvo_ParseTupleAndKeywords(args, kwargs, method_format("s", name), kwlist, nullptr, &file))
+    return nullptr;
+  problem_s *p = problem_ready_for(self, name);
   if (p == nullptr) return nullptr;
   if (call(p->prob, file) != 0) return setNvrlErrIfNull(self, nullptr);
   Py_RETURN_NONE;

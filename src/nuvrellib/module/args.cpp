@@ -2,6 +2,7 @@
 #include "module/args.h"
 
 #include <cstdarg>
+#include <cstdio>
 #include <string>
 
 #include "module/env.h"
@@ -27,6 +28,10 @@ int nvo_ParseTupleAndKeywords(PyObject *args, PyObject *kwargs, const char *form
   va_end(outputs_again);
   va_end(outputs);
   return ok;
+}
+
+method_format::method_format(const char *format, const char *name) {
+  snprintf(text_, sizeof text_, "%s:%s", format, name);
 }
 
 namespace {

@@ -10,6 +10,17 @@
 int nvo_ParseTupleAndKeywords(PyObject *args, PyObject *kwargs, const char *format,
                               const char **kwlist, const char **kwlist_alt, ...);
 
+// A parse format with ":name" appended, for parsing shared by several methods: argument errors
+// then name the method called ("getlb() takes at most 3 arguments") rather than "function".
+class method_format {
+ public:
+  method_format(const char *format, const char *name);
+  operator const char *() const { return text_; }
+
+ private:
+  char text_[96];
+};
+
 // For methods of positional arguments only that are called with keywords too: 0, or -1 with a
 // TypeError "name() takes no keyword arguments" when kwargs holds any (which would otherwise
 // be dropped without a word, with the objects they name).

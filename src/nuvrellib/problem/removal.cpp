@@ -9,6 +9,7 @@
 #include "model/var.h"
 #include "model/walk.h"
 #include "module/alloc_buffer.h"
+#include "module/args.h"
 #include "module/env.h"
 #include "module/errors.h"
 #include "module/pyref.h"
@@ -110,11 +111,12 @@ int64_t single_index(problem_s *p, PyObject *item, ObjectKind kind) {
 // Reads index/first/last. *single is set when index is one item (not a list).
 // 0, or -1 with an exception set.
 int parse_selection(problem_s *p, ObjectKind kind, PyObject *args, PyObject *kwargs,
-                    const char *range_msg, std::vector<int64_t> *indices, bool *single) {
+                    const char *method, const char *range_msg, std::vector<int64_t> *indices,
+                    bool *single) {
   static const char *kwlist[] = {"index", "first", "last", nullptr};
   PyObject *index = Py_None, *first_obj = Py_None, *last_obj = Py_None;
-  if (!PyArg_ParseTupleAndKeywords(args, kwargs, "|OOO", const_cast<char **>(kwlist), &index,
-                                   &first_obj, &last_obj))
+  if (!PyArg_ParseTupleAndKeywords(args, kwargs, method_format("|OOO", method),
+                                   const_cast<char **>(kwlist), &index, &first_obj, &last_obj))
     return -1;
   const bool has_index = index != Py_None;
   const bool has_first = first_obj != Py_None, has_last = last_obj != Py_None;
@@ -199,13 +201,14 @@ int problem_forget_positions(problem_s *p, int kind, const std::vector<int64_t> 
 
 namespace {
 
-PyObject *delete_objects(PyObject *self, PyObject *args, PyObject *kwargs, ObjectKind kind) {
+PyObject *delete_objects(PyObject *self, PyObject *args, PyObject *kwargs, const char *method,
+                         ObjectKind kind) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   std::vector<int64_t> found;
   bool single;
-  if (parse_selection(p, kind, args, kwargs, "Parameters 'first' or 'last' are out of range",
-                      &found, &single) != 0)
+  if (parse_selection(p, kind, args, kwargs, method,
+                      "Parameters 'first' or 'last' are out of range", &found, &single) != 0)
     return nullptr;
   std::sort(found.begin(), found.end());
   found.erase(std::unique(found.begin(), found.end()), found.end());
@@ -222,13 +225,14 @@ PyObject *delete_objects(PyObject *self, PyObject *args, PyObject *kwargs, Objec
   Py_RETURN_NONE;
 }
 
-PyObject *get_objects(PyObject *self, PyObject *args, PyObject *kwargs, ObjectKind kind) {
+PyObject *get_objects(PyObject *self, PyObject *args, PyObject *kwargs, const char *method,
+                      ObjectKind kind) {
   problem_s *p = problem_ready(self);
   if (p == nullptr) return nullptr;
   std::vector<int64_t> found;
   bool single;
-  if (parse_selection(p, kind, args, kwargs, "Parameters 'first' and 'last' are out of range",
-                      &found, &single) != 0)
+  if (parse_selection(p, kind, args, kwargs, method,
+                      "Parameters 'first' and 'last' are out of range", &found, &single) != 0)
     return nullptr;
   PyObject *list = list_of(p, kind);
   if (single) return Py_NewRef(PyList_GET_ITEM(list, found[0]));
@@ -261,22 +265,22 @@ const char problem_getSOS_doc[] =
     SELECTION_DOC("getSOS", "Returns special ordered sets", "p.addSOS(nuvrel.sos([x1, x2], [1, 2])); s = p.getSOS(index=0)");
 
 PyObject *problem_delVariable(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return delete_objects(self, args, kwargs, KIND_VARIABLE);
+  return delete_objects(self, args, kwargs, "delVariable", KIND_VARIABLE);
 }
 PyObject *problem_delConstraint(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return delete_objects(self, args, kwargs, KIND_CONSTRAINT);
+  return delete_objects(self, args, kwargs, "delConstraint", KIND_CONSTRAINT);
 }
 PyObject *problem_delSOS(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return delete_objects(self, args, kwargs, KIND_SET);
+  return delete_objects(self, args, kwargs, "delSOS", KIND_SET);
 }
 PyObject *problem_getVariable(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return get_objects(self, args, kwargs, KIND_VARIABLE);
+  return get_objects(self, args, kwargs, "getVariable", KIND_VARIABLE);
 }
 PyObject *problem_getConstraint(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return get_objects(self, args, kwargs, KIND_CONSTRAINT);
+  return get_objects(self, args, kwargs, "getConstraint", KIND_CONSTRAINT);
 }
 PyObject *problem_getSOS(PyObject *self, PyObject *args, PyObject *kwargs) {
-  return get_objects(self, args, kwargs, KIND_SET);
+  return get_objects(self, args, kwargs, "getSOS", KIND_SET);
 }
 
 const char problem_getIndex_doc[] =
