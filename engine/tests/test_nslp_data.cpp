@@ -525,10 +525,8 @@ TEST_F(Deletions, TheDataFollowsTheNewNumbering) {
   // To the step tolerance of y's set.
   EXPECT_NEAR(0.0, NslpTest::x()[x], 1e-3);
   EXPECT_NEAR(std::sqrt(3.0), NslpTest::x()[y], 1e-3);
-}
 
-TEST_F(Deletions, ADestroyedNonlinearProblemNoLongerFollows) {
-  build(false);
+  // A destroyed nonlinear problem no longer follows: x, which its formulas read, can go.
   ASSERT_EQ(0, NSLPdestroyprob(slp));
   slp = nullptr;
   EXPECT_EQ(0, NVRLdelcols(prob, 1, &x)) << lastError();
@@ -775,28 +773,25 @@ TEST_F(ColumnRules, AnObjectiveEstimateLeavesAStationaryStart) {
   EXPECT_NEAR(1.0, objective(), 1e-6);
 }
 
-TEST_F(Estimates, GetdfGivesTheEstimateElseTheDerivativeHere) {
+TEST_F(Estimates, GetdfAndItemQueriesAgreeWithThePointAndTheSolution) {
   build();
   start(x0, 2.0);
   start(x1, 3.0);
+  // NSLPgetdf gives the estimate, else the derivative at the current point.
   auto df = [&](int c, int rr) {
     double v = NAN;
     EXPECT_EQ(0, NSLPgetdf(slp, c, rr, &v)) << slpError();
     return v;
   };
-  EXPECT_EQ(3.0, df(x0, r));   // d(x*y)/dx = y
+  EXPECT_EQ(3.0, df(x0, r));    // d(x*y)/dx = y
   EXPECT_EQ(1.0, df(x1, lin));  // a linear row's coefficient
-  EXPECT_EQ(1.0, df(x1, -1));  // the objective's
+  EXPECT_EQ(1.0, df(x1, -1));   // the objective's
   const double est = 7.5;
   ASSERT_EQ(0, NSLPchgdf(slp, x0, r, &est));
   EXPECT_EQ(7.5, df(x0, r));
   ASSERT_EQ(0, NSLPchgdf(slp, x0, r, nullptr));
   EXPECT_EQ(3.0, df(x0, r));
-}
 
-TEST_F(Estimates, ItemQueriesAgreeWithTheSolution) {
-  build();
-  start(x0, 2.0);
   start(x1, 2.0);
   ASSERT_EQ(0, optimize()) << slpError();
   std::vector<double> x(2), slack(2), duals(2), djs(2);
@@ -887,7 +882,7 @@ class SlpUserFuncs : public nvtest::SlpHandleTest {
   }
 };
 
-TEST_F(SlpUserFuncs, CalledWithArgumentsInOrderAndTheirContext) {
+TEST_F(SlpUserFuncs, CalledWithArgumentsInOrderAndTheirContextAndDifferenced) {
   EXPECT_EQ(1, defineUserFunction(slp_, "cubic", false, cubic, &scale_));
   EXPECT_EQ(2, defineUserFunction(slp_, "expo", true, expo));
   // Current point x = 0.5, y = 1.5 (lower bounds), z = 0.
@@ -916,11 +911,8 @@ TEST_F(SlpUserFuncs, CalledWithArgumentsInOrderAndTheirContext) {
   EXPECT_EQ(1, value[2]);  // expo's y first
   EXPECT_EQ(2, value[4]);
   EXPECT_EQ(2, value[5]);  // then cubic's z
-}
 
-TEST_F(SlpUserFuncs, GradientsOwnAndDifferenced) {
-  defineUserFunction(slp_, "cubic", false, cubic, &scale_);
-  defineUserFunction(slp_, "expo", true, expo);
+  // Gradients: expo's own, the rest differenced.
   nvrl::FormulaScope scope{3, &slp_->data.userfuncs};
   auto colIndex = [](const std::string &s) { return s == "x" ? 0 : s == "y" ? 1 : -1; };
   nvrl::FormulaTape tape(nvrl::parseFormulaText("cubic(x, y) + expo(y, x)", scope, colIndex),
