@@ -8,7 +8,6 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
-#include <map>
 #include <random>
 #include <set>
 #include <sstream>
@@ -42,28 +41,22 @@ constexpr double kInf = 1e20;
 //   t in [-1, 2]: [-3, 0].
 //   rhs of r0: y = rhs - 3 >= 0 and 3 + 3y <= 9: [3, 5]; rhs of r1: down to its activity 6.
 //   upper bound of x: y = 4 - u >= 0 and u + 3(4 - u) <= 9: [1.5, 4].
-class HandLp : public SolveTest, public ::testing::WithParamInterface<int> {
- protected:
-  void build() {
-    sense = GetParam();
-    col(0, 3, -3.0 * sense);
-    col(0, kInf, -2.0 * sense);
-    row('L', 4, {{0, 1}, {1, 1}});
-    row('L', 9, {{0, 1}, {1, 3}});
-    if (sense < 0) maximise();
-    ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
-    ASSERT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
-  }
-  int sense = 1;
-};
+class HandLp : public SolveTest, public ::testing::WithParamInterface<int> {};
 
 void expectRange(double lo, double up, double wantLo, double wantUp, const char *what) {
   EXPECT_NEAR(lo, wantLo, 1e-9 * std::max(1.0, std::fabs(wantLo))) << what;
   EXPECT_NEAR(up, wantUp, 1e-9 * std::max(1.0, std::fabs(wantUp))) << what;
 }
 
-TEST_P(HandLp, RangesByHand) {
-  build();
+TEST_P(HandLp, RangesBasisSolvesPivotsAndStrongBranching) {
+  const int sense = GetParam();
+  col(0, 3, -3.0 * sense);
+  col(0, kInf, -2.0 * sense);
+  row('L', 4, {{0, 1}, {1, 1}});
+  row('L', 9, {{0, 1}, {1, 3}});
+  if (sense < 0) maximise();
+  ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
+  ASSERT_EQ(intAttr(kLpStatus), NVRL_LP_OPTIMAL);
   double lo[2], up[2];
   ASSERT_EQ(NVRLobjsa(prob, 2, nvtest::ints(0, 1), lo, up), 0) << lastError();
   // Maximising the negated costs mirrors the cost ranges.
@@ -83,10 +76,30 @@ TEST_P(HandLp, RangesByHand) {
   expectRange(lbl[0], lbu[0], -kInf, 3, "lb x");
   expectRange(lbl[1], lbu[1], -kInf, 1, "lb y");
   expectRange(ubl[1], ubu[1], 1, kInf, "ub y");
-}
-
-TEST_P(HandLp, PivotsStrongBranchingAndDualRanges) {
-  build();
+  // Pivot order: r1's slack, then y: B = [[0, 1], [1, 3]], B^-1 = [[-3, 1], [1, 0]].
+  double v[2] = {1, 2};
+  ASSERT_EQ(NVRLftran(prob, v), 0) << lastError();
+  EXPECT_NEAR(v[0], -1, 1e-12);
+  EXPECT_NEAR(v[1], 1, 1e-12);
+  double w[2] = {1, 2};  // y'B = (1, 2): y1 = 1, y0 + 3 y1 = 2
+  ASSERT_EQ(NVRLbtran(prob, w), 0) << lastError();
+  EXPECT_NEAR(w[0], -1, 1e-12);
+  EXPECT_NEAR(w[1], 1, 1e-12);
+  // ||B|| = ||B^-1|| = 4 in both norms. Scaling divides y's column by 3 and multiplies the
+  // inverse's second row by 3: [[-3, 1], [3, 0]].
+  struct Case {
+    int type, norm, scaled;
+    double want;
+  } cases[] = {{0, 0, 0, 16},      {0, 1, 0, 16}, {1, 1, 0, 4}, {2, 0, 0, 4},
+               {2, 1, 1, 4.0 / 3}, {1, 0, 1, 4},  {1, 1, 1, 6}};
+  for (const Case &c : cases) {
+    double value = -1;
+    ASSERT_EQ(NVRLbasisstability(prob, c.type, c.norm, c.scaled, &value), 0) << lastError();
+    EXPECT_NEAR(value, c.want, 1e-9) << c.type << " " << c.norm << " " << c.scaled;
+  }
+  double value = 0;
+  EXPECT_NE(NVRLbasisstability(prob, 3, 0, 0, &value), 0);
+  EXPECT_NE(NVRLbasisstability(prob, 0, 2, 0, &value), 0);
   // x (combined index 2) leaves its upper bound: y = 1 + t, slack of r1 = 3 - 2t, so r1's
   // slack stops it at 1.5 (the vertex (1.5, 2.5), objective -9.5); x reaches 0 at 3.
   int out[3] = {-1, -1, -1}, npiv = -1;
@@ -133,34 +146,6 @@ TEST_P(HandLp, PivotsStrongBranchingAndDualRanges) {
   ASSERT_EQ(NVRLestimaterowdualranges(prob, 1, nvtest::ints(0), 0, &mn, &mx), 0);
   EXPECT_NEAR(mn, -2 * sense, 1e-9);
   EXPECT_NEAR(mx, -2 * sense, 1e-9);
-}
-
-TEST_P(HandLp, BasisSolvesAndCondition) {
-  build();
-  // Pivot order: r1's slack, then y: B = [[0, 1], [1, 3]], B^-1 = [[-3, 1], [1, 0]].
-  double v[2] = {1, 2};
-  ASSERT_EQ(NVRLftran(prob, v), 0) << lastError();
-  EXPECT_NEAR(v[0], -1, 1e-12);
-  EXPECT_NEAR(v[1], 1, 1e-12);
-  double w[2] = {1, 2};  // y'B = (1, 2): y1 = 1, y0 + 3 y1 = 2
-  ASSERT_EQ(NVRLbtran(prob, w), 0) << lastError();
-  EXPECT_NEAR(w[0], -1, 1e-12);
-  EXPECT_NEAR(w[1], 1, 1e-12);
-  // ||B|| = ||B^-1|| = 4 in both norms. Scaling divides y's column by 3 and multiplies the
-  // inverse's second row by 3: [[-3, 1], [3, 0]].
-  struct Case {
-    int type, norm, scaled;
-    double want;
-  } cases[] = {{0, 0, 0, 16}, {0, 1, 0, 16}, {1, 1, 0, 4}, {2, 0, 0, 4}, {2, 1, 1, 4.0 / 3},
-               {1, 0, 1, 4}, {1, 1, 1, 6}};
-  for (const Case &c : cases) {
-    double value = -1;
-    ASSERT_EQ(NVRLbasisstability(prob, c.type, c.norm, c.scaled, &value), 0) << lastError();
-    EXPECT_NEAR(value, c.want, 1e-9) << c.type << " " << c.norm << " " << c.scaled;
-  }
-  double value = 0;
-  EXPECT_NE(NVRLbasisstability(prob, 3, 0, 0, &value), 0);
-  EXPECT_NE(NVRLbasisstability(prob, 0, 2, 0, &value), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sensitivity, HandLp, ::testing::Values(1, -1),
@@ -258,8 +243,24 @@ class RangingData : public SolveTest, public ::testing::WithParamInterface<Pertu
     return pts;
   }
 
-  // Moves every stride-th cost or rhs to points inside and beyond the range the query gives
-  // for it; inside, the objective moves by the given slope times the change.
+  // Moves a datum now at c (a copy: the changes write into the model) to points inside and
+  // beyond its range [lo, up] through change, except those skip names; inside, the objective
+  // moves by slope times the change. Then puts c back.
+  void checkRange(const std::string &what, double c, double lo, double up, double slope,
+                  const std::function<int(double)> &change,
+                  const std::function<bool(double)> &skip = nullptr) {
+    for (bool in : {true, false}) {
+      for (double v : in ? inside(c, lo, up) : beyond(c, lo, up)) {
+        if (skip && skip(v)) continue;
+        ASSERT_EQ(change(v), 0) << what << ": " << lastError();
+        in ? checkInside(v - c, slope, what) : checkBeyond(what);
+      }
+    }
+    ASSERT_EQ(change(c), 0);
+    ASSERT_EQ(resolve(), 0);
+  }
+
+  // Every stride-th cost or rhs against the range the query gives for it.
   using RangeQuery = int (*)(NVRLprob, int, const int[], double[], double[]);
   using Change = int (*)(NVRLprob, int, const int[], const double[]);
   void checkRanges(int count, const std::string &item, RangeQuery query, Change change,
@@ -267,20 +268,10 @@ class RangingData : public SolveTest, public ::testing::WithParamInterface<Pertu
     for (int k = 0; k < count; k += GetParam().stride) {
       double lo, up;
       ASSERT_EQ(query(prob, 1, &k, &lo, &up), 0) << lastError();
-      const double c = data[k];  // a copy: the changes below write into data
-      ASSERT_LE(lo, c);
-      ASSERT_GE(up, c);
-      const std::string what = item + std::to_string(k);
-      for (double v : inside(c, lo, up)) {
-        ASSERT_EQ(change(prob, 1, &k, &v), 0);
-        checkInside(v - c, slope[k], what);
-      }
-      for (double v : beyond(c, lo, up)) {
-        ASSERT_EQ(change(prob, 1, &k, &v), 0);
-        checkBeyond(what);
-      }
-      ASSERT_EQ(change(prob, 1, &k, &c), 0);
-      ASSERT_EQ(resolve(), 0);
+      ASSERT_LE(lo, data[k]);
+      ASSERT_GE(up, data[k]);
+      checkRange(item + std::to_string(k), data[k], lo, up, slope[k],
+                 [&](double v) { return change(prob, 1, &k, &v); });
     }
   }
 
@@ -290,11 +281,8 @@ class RangingData : public SolveTest, public ::testing::WithParamInterface<Pertu
   std::vector<double> x, duals, djs;
 };
 
-TEST_P(RangingData, CostRanges) {
+TEST_P(RangingData, CostAndRhsRanges) {
   checkRanges(n, "cost of column ", NVRLobjsa, NVRLchgobj, model().obj, x);
-}
-
-TEST_P(RangingData, RhsRanges) {
   checkRanges(m, "rhs of row ", NVRLrhssa, NVRLchgrhs, model().rhs, duals);
 }
 
@@ -303,32 +291,24 @@ TEST_P(RangingData, BoundRanges) {
     double r[4];
     ASSERT_EQ(NVRLbndsa(prob, 1, &j, r, r + 1, r + 2, r + 3), 0) << lastError();
     const double lb = model().lb[j], ub = model().ub[j];
-    const char types[2] = {'L', 'U'};
     for (int b = 0; b < 2; ++b) {
       const double cur = b == 0 ? lb : ub;
+      const char type = "LU"[b];
       if (std::fabs(cur) >= kInf) continue;
-      const std::string what = std::string(b ? "upper" : "lower") + " bound of column " +
-                               std::to_string(j);
       // A bound the value sits on moves the objective by the reduced cost; others not at all.
       const bool onIt = std::fabs(x[j] - cur) < 1e-9 && colstat[j] != NVRL_BASIS_BASIC;
-      for (double v : inside(cur, r[2 * b], r[2 * b + 1])) {
-        if (b == 0 ? v > ub : v < lb) continue;  // a crossing pair of bounds is refused anyway
-        ASSERT_EQ(NVRLchgbounds(prob, 1, &j, &types[b], &v), 0) << lastError();
-        checkInside(v - cur, onIt ? djs[j] : 0.0, what);
-      }
-      for (double v : beyond(cur, r[2 * b], r[2 * b + 1])) {
-        if (b == 0 ? v > ub : v < lb) continue;
-        ASSERT_EQ(NVRLchgbounds(prob, 1, &j, &types[b], &v), 0) << lastError();
-        checkBeyond(what);
-      }
-      ASSERT_EQ(NVRLchgbounds(prob, 1, &j, &types[b], &cur), 0);
-      ASSERT_EQ(resolve(), 0);
+      checkRange(
+          std::string(b ? "upper" : "lower") + " bound of column " + std::to_string(j), cur,
+          r[2 * b], r[2 * b + 1], onIt ? djs[j] : 0.0,
+          [&](double v) { return NVRLchgbounds(prob, 1, &j, &type, &v); },
+          // A crossing pair of bounds is refused anyway.
+          [&](double v) { return b == 0 ? v > ub : v < lb; });
     }
   }
 }
 
 // ftran and btran against the basis matrix written out from the pivot order.
-TEST_P(RangingData, BasisSolvesInvertTheBasisMatrix) {
+TEST_P(RangingData, BasisSolvesAndRecomputedAnswers) {
   std::vector<int> piv(m);
   ASSERT_EQ(NVRLgetpivotorder(prob, piv.data()), 0) << lastError();
   std::vector<std::vector<double>> B(m, std::vector<double>(m, 0.0));  // B[row][position]
@@ -362,6 +342,20 @@ TEST_P(RangingData, BasisSolvesInvertTheBasisMatrix) {
     for (int i = 0; i < m; ++i) s += B[i][k] * w[i];
     EXPECT_NEAR(s, v[k], 1e-8) << "position " << k;
   }
+  // The recomputed answers at the solve's own vectors are the solve's answers.
+  std::vector<double> slack(m), s2(m), d2(n);
+  ASSERT_EQ(NVRLgetlpsol(prob, nullptr, slack.data(), nullptr, nullptr), 0);
+  ASSERT_EQ(NVRLcalcslacks(prob, x.data(), s2.data()), 0);
+  ASSERT_EQ(NVRLcalcreducedcosts(prob, duals.data(), nullptr, d2.data()), 0);
+  for (int i = 0; i < m; ++i) EXPECT_NEAR(s2[i], slack[i], 1e-9 * (1 + std::fabs(slack[i])));
+  for (int j = 0; j < n; ++j) EXPECT_NEAR(d2[j], djs[j], 1e-9 * (1 + std::fabs(djs[j])));
+  double obj = 0, pinf = -1, dinf = -1;
+  ASSERT_EQ(NVRLcalcobjective(prob, x.data(), &obj), 0);
+  EXPECT_NEAR(obj, obj0, 1e-9 * std::fabs(obj0));
+  ASSERT_EQ(NVRLcalcsolinfo(prob, x.data(), duals.data(), NVRL_SOLINFO_ABSPRIMALINFEAS, &pinf), 0);
+  ASSERT_EQ(NVRLcalcsolinfo(prob, x.data(), duals.data(), NVRL_SOLINFO_ABSDUALINFEAS, &dinf), 0);
+  EXPECT_LT(pinf, 1e-6);
+  EXPECT_LT(dinf, 1e-6);
 }
 
 // Answers recomputed from given vectors. Rosen-Suzuki's optimum (0, 1, 2, -1) with the duals
@@ -424,37 +418,15 @@ TEST_F(Recompute, PrimalInfeasibilityAndFractionality) {
   EXPECT_NEAR(slack[1], -0.75, 1e-12);
 }
 
-// On the data: the recomputed answers at the solve's own vectors are the solve's answers.
-TEST_P(RangingData, RecomputedAnswersMatchTheSolve) {
-  std::vector<double> slack(m), s2(m), d2(n);
-  ASSERT_EQ(NVRLgetlpsol(prob, nullptr, slack.data(), nullptr, nullptr), 0);
-  ASSERT_EQ(NVRLcalcslacks(prob, x.data(), s2.data()), 0);
-  ASSERT_EQ(NVRLcalcreducedcosts(prob, duals.data(), nullptr, d2.data()), 0);
-  for (int i = 0; i < m; ++i) EXPECT_NEAR(s2[i], slack[i], 1e-9 * (1 + std::fabs(slack[i])));
-  for (int j = 0; j < n; ++j) EXPECT_NEAR(d2[j], djs[j], 1e-9 * (1 + std::fabs(djs[j])));
-  double obj = 0, pinf = -1, dinf = -1;
-  ASSERT_EQ(NVRLcalcobjective(prob, x.data(), &obj), 0);
-  EXPECT_NEAR(obj, obj0, 1e-9 * std::fabs(obj0));
-  ASSERT_EQ(NVRLcalcsolinfo(prob, x.data(), duals.data(), NVRL_SOLINFO_ABSPRIMALINFEAS, &pinf), 0);
-  ASSERT_EQ(NVRLcalcsolinfo(prob, x.data(), duals.data(), NVRL_SOLINFO_ABSDUALINFEAS, &dinf), 0);
-  EXPECT_LT(pinf, 1e-6);
-  EXPECT_LT(dinf, 1e-6);
-}
-
 INSTANTIATE_TEST_SUITE_P(Sensitivity, RangingData,
                          ::testing::Values(Perturbed{"afiro", "afiro.mps", 1},
                                            Perturbed{"adlittle", "adlittle.mps", 5}),
                          nvtest::byLabel);
 
-}  // namespace
-}  // namespace solvetest
-
 // ---- Irreducible infeasible sets: sets known by construction, the shared data's infeasible
 // instances and infeasible variants of its LPs, a MIP. Every set is checked with HiGHS
 // directly, on a model built here from the store: the set is infeasible and each member is
 // needed.
-namespace solvetest {
-namespace {
 
 struct Member {
   bool col;
@@ -492,54 +464,74 @@ double sideValue(const nvrl::Model &m, const Member &u) {
   return t == 'R' && u.type == 'G' ? rhs - m.range[u.index] : rhs;
 }
 
-// Solves a row-wise model with HiGHS itself (integrality may be null): its model status, and
-// the objective in obj when given.
-HighsInt solveWithHighs(const std::vector<double> &cost, const std::vector<double> &lo,
-                        const std::vector<double> &up, const std::vector<double> &rlo,
-                        const std::vector<double> &rup, const std::vector<HighsInt> &start,
-                        const std::vector<HighsInt> &index, const std::vector<double> &val,
-                        const HighsInt *integrality, HighsInt sense, double *obj = nullptr) {
-  void *h = Highs_create();
-  Highs_setBoolOptionValue(h, "output_flag", false);
-  Highs_setDoubleOptionValue(h, "time_limit", 60.0);
-  Highs_passModel(h, static_cast<HighsInt>(cost.size()), static_cast<HighsInt>(rlo.size()),
-                  static_cast<HighsInt>(index.size()), 0, kHighsMatrixFormatRowwise,
-                  kHighsHessianFormatTriangular, sense, 0.0, cost.data(), lo.data(), up.data(),
-                  rlo.data(), rup.data(), start.data(), index.data(), val.data(), nullptr,
-                  nullptr, nullptr, integrality);
-  Highs_run(h);
-  const HighsInt st = Highs_getModelStatus(h);
-  if (obj) *obj = Highs_getObjectiveValue(h);
-  Highs_destroy(h);
-  return st;
-}
+// A row-wise model solved by HiGHS itself; the store's infinite bounds and sides become HiGHS's.
+struct HighsLp {
+  using Entries = std::vector<std::pair<int, double>>;
+  std::vector<double> cost, lo, up, rlo, rup, val;
+  std::vector<HighsInt> start{0}, index, integrality;  // integrality empty: none
+
+  static double side(double v) { return v >= 1e20 ? INFINITY : v <= -1e20 ? -INFINITY : v; }
+  void addCol(double c, double l, double u) {
+    cost.push_back(c);
+    lo.push_back(side(l));
+    up.push_back(side(u));
+  }
+  void addRow(double l, double u, const Entries &e) {
+    for (auto &[c, v] : e) index.push_back(c), val.push_back(v);
+    start.push_back(static_cast<HighsInt>(index.size()));
+    rlo.push_back(side(l));
+    rup.push_back(side(u));
+  }
+  // The entries of the store's row i.
+  static Entries entries(const nvrl::Model &m, int i) {
+    Entries e;
+    const nvrl::RowMatrix &A = m.A.rows();
+    for (int64_t k = A.start[i]; k < A.start[i + 1]; ++k) e.push_back({A.col[k], A.val[k]});
+    return e;
+  }
+  // The least and the most activity the store's row i allows.
+  static std::pair<double, double> sides(const nvrl::Model &m, int i) {
+    const char t = m.rowtype[i];
+    const double rhs = m.rhs[i];
+    return {t == 'L' ? -INFINITY : t == 'R' ? rhs - m.range[i] : rhs, t == 'G' ? INFINITY : rhs};
+  }
+  // The model status, and the objective in obj when given.
+  HighsInt solve(HighsInt sense, double *obj = nullptr) const {
+    void *h = Highs_create();
+    Highs_setBoolOptionValue(h, "output_flag", false);
+    Highs_setDoubleOptionValue(h, "time_limit", 60.0);
+    Highs_passModel(h, static_cast<HighsInt>(cost.size()), static_cast<HighsInt>(rlo.size()),
+                    static_cast<HighsInt>(index.size()), 0, kHighsMatrixFormatRowwise,
+                    kHighsHessianFormatTriangular, sense, 0.0, cost.data(), lo.data(), up.data(),
+                    rlo.data(), rup.data(), start.data(), index.data(), val.data(), nullptr,
+                    nullptr, nullptr, integrality.empty() ? nullptr : integrality.data());
+    Highs_run(h);
+    const HighsInt st = Highs_getModelStatus(h);
+    if (obj) *obj = Highs_getObjectiveValue(h);
+    Highs_destroy(h);
+    return st;
+  }
+};
 
 // 1 when the members other than `skip` admit a point, 0 when HiGHS proves they do not, -1
 // when HiGHS cannot tell. Integrality of integer and binary columns is kept when mip.
 int feasibleWithout(const nvrl::Model &m, const std::vector<Member> &set, int skip, bool mip) {
-  const double inf = INFINITY;
-  const int n = m.cols();
-  std::vector<double> lo(n, -inf), up(n, inf), cost(n, 0.0), rlo, rup, val;
-  std::vector<HighsInt> start{0}, index, integrality(n, 0);
-  for (int j = 0; j < n; ++j)
-    integrality[j] = mip && (m.coltype[j] == 'I' || m.coltype[j] == 'B');
+  HighsLp lp;
+  for (int j = 0; j < m.cols(); ++j) {
+    lp.addCol(0.0, -INFINITY, INFINITY);
+    if (mip) lp.integrality.push_back(m.coltype[j] == 'I' || m.coltype[j] == 'B');
+  }
   for (size_t k = 0; k < set.size(); ++k) {
     if (static_cast<int>(k) == skip) continue;
     const Member &u = set[k];
     const double v = sideValue(m, u);
-    if (u.col) {
-      (u.type == 'L' ? lo : up)[u.index] = v;
-      continue;
-    }
-    rlo.push_back(u.type == 'L' ? -inf : v);
-    rup.push_back(u.type == 'G' ? inf : v);
-    const nvrl::RowMatrix &mA = m.A.rows();
-    for (int64_t e = mA.start[u.index]; e < mA.start[u.index + 1]; ++e)
-      index.push_back(mA.col[e]), val.push_back(mA.val[e]);
-    start.push_back(static_cast<HighsInt>(index.size()));
+    if (u.col)
+      (u.type == 'L' ? lp.lo : lp.up)[u.index] = v;
+    else
+      lp.addRow(u.type == 'L' ? -INFINITY : v, u.type == 'G' ? INFINITY : v,
+                HighsLp::entries(m, u.index));
   }
-  const HighsInt st = solveWithHighs(cost, lo, up, rlo, rup, start, index, val,
-                                     mip ? integrality.data() : nullptr, kHighsObjSenseMinimize);
+  const HighsInt st = lp.solve(kHighsObjSenseMinimize);
   if (st == kHighsModelStatusOptimal || st == kHighsModelStatusModelEmpty) return 1;
   if (st == kHighsModelStatusInfeasible) return 0;
   return -1;
@@ -760,28 +752,16 @@ class IisData : public Iis, public ::testing::WithParamInterface<DataCase> {
   // for an 'L' or 'E' row; false when unbounded.
   bool activityLimit(int r, double &limit) {
     const nvrl::Model &m = model();
-    const int n = m.cols();
-    std::vector<double> lo(n), up(n), cost(n, 0.0), rlo, rup, val;
-    std::vector<HighsInt> start{0}, index;
-    for (int j = 0; j < n; ++j) {
-      lo[j] = m.lb[j] <= -1e20 ? -INFINITY : m.lb[j];
-      up[j] = m.ub[j] >= 1e20 ? INFINITY : m.ub[j];
-    }
-    const nvrl::RowMatrix &mA = m.A.rows();
-    for (int64_t e = mA.start[r]; e < mA.start[r + 1]; ++e) cost[mA.col[e]] = mA.val[e];
+    HighsLp lp;
+    for (int j = 0; j < m.cols(); ++j) lp.addCol(0.0, m.lb[j], m.ub[j]);
+    for (auto &[c, v] : HighsLp::entries(m, r)) lp.cost[c] = v;
     for (int i = 0; i < m.rows(); ++i) {
-      const char t = m.rowtype[i];
-      if (i == r || t == 'N') continue;
-      const double rhs = m.rhs[i];
-      rlo.push_back(t == 'L' ? -INFINITY : t == 'R' ? rhs - m.range[i] : rhs);
-      rup.push_back(t == 'G' ? INFINITY : rhs);
-      for (int64_t e = mA.start[i]; e < mA.start[i + 1]; ++e)
-        index.push_back(mA.col[e]), val.push_back(mA.val[e]);
-      start.push_back(static_cast<HighsInt>(index.size()));
+      if (i == r || m.rowtype[i] == 'N') continue;
+      const auto [l, u] = HighsLp::sides(m, i);
+      lp.addRow(l, u, HighsLp::entries(m, i));
     }
-    return solveWithHighs(cost, lo, up, rlo, rup, start, index, val, nullptr,
-                          m.rowtype[r] == 'G' ? kHighsObjSenseMaximize : kHighsObjSenseMinimize,
-                          &limit) == kHighsModelStatusOptimal;
+    return lp.solve(m.rowtype[r] == 'G' ? kHighsObjSenseMaximize : kHighsObjSenseMinimize,
+                    &limit) == kHighsModelStatusOptimal;
   }
 
   // Moves the rhs of the binding 'L', 'G' or 'E' row with the largest dual past its limit
@@ -872,12 +852,8 @@ TEST_F(Iis, IisnextOnGalenetNeverRepeatsASet) {
   }
 }
 
-}  // namespace
-}  // namespace solvetest
-
 // ---- Repairing infeasibility: hand-derived relaxations, the total violation against an elastic LP
-// written here with the public calls, and refusals that change nothing.
-namespace {
+// solved by HiGHS directly, and refusals that change nothing.
 
 class RepairTest : public ProblemTest {
  protected:
@@ -989,27 +965,7 @@ TEST_F(RepairTest, PhaseTwoOptimisesWithinThePenaltyBudget) {
   }
 }
 
-// With 'k' the rows stay; the point's slacks show the violation.
-TEST_F(RepairTest, KeepFlagLeavesTheRowsAndReportsTheViolationInTheSlacks) {
-  twoRows();
-  int status = -1;
-  ASSERT_EQ(NVRLrepairinfeas(prob, &status, 's', 'n', 'k', 1, 2, 0, 0, 0), 0) << lastError();
-  EXPECT_EQ(rhs(), (std::vector<double>{2, 5}));
-  double slack[2];
-  ASSERT_EQ(NVRLgetmipsol(prob, nullptr, slack), 0);
-  EXPECT_NEAR(slack[1], 3, 1e-7);  // rhs 5 minus activity 2
-}
-
-TEST_F(RepairTest, NothingRelaxableLeavesTheProblemAsItWas) {
-  twoRows();
-  int status = -1;
-  ASSERT_EQ(NVRLrepairinfeas(prob, &status, 's', 'n', ' ', 0, -1, 1, 1, 0), 0) << lastError();
-  EXPECT_EQ(status, NVRL_REPAIR_INFEASIBLE);
-  EXPECT_EQ(rhs(), (std::vector<double>{2, 5}));
-  EXPECT_EQ(model().ub, (std::vector<double>{10, 10}));
-}
-
-TEST_F(RepairTest, BadInputFailsAndChangesNothing) {
+TEST_F(RepairTest, RowsStayOnBadInputWithNothingRelaxableAndWithTheKeepFlag) {
   twoRows();
   const double nan = std::nan("");
   int status = -7;
@@ -1044,59 +1000,46 @@ TEST_F(RepairTest, BadInputFailsAndChangesNothing) {
   EXPECT_EQ(status, -7);
   EXPECT_EQ(rhs(), (std::vector<double>{2, 5}));
   EXPECT_EQ(model().ub, (std::vector<double>{10, 10}));
+  // Nothing relaxable is no error, and leaves the problem as it was.
+  ASSERT_EQ(NVRLrepairinfeas(prob, &status, 's', 'n', ' ', 0, -1, 1, 1, 0), 0) << lastError();
+  EXPECT_EQ(status, NVRL_REPAIR_INFEASIBLE);
+  EXPECT_EQ(rhs(), (std::vector<double>{2, 5}));
+  EXPECT_EQ(model().ub, (std::vector<double>{10, 10}));
+  // With 'k' the rows stay; the point's slacks show the violation.
+  ASSERT_EQ(NVRLrepairinfeas(prob, &status, 's', 'n', 'k', 1, 2, 0, 0, 0), 0) << lastError();
+  EXPECT_EQ(rhs(), (std::vector<double>{2, 5}));
+  double slack[2];
+  ASSERT_EQ(NVRLgetmipsol(prob, nullptr, slack), 0);
+  EXPECT_NEAR(slack[1], 3, 1e-7);  // rhs 5 minus activity 2
 }
 
-// The least total violation of an infeasible LP, from an elastic LP built here with the public
-// calls: every row gets columns for both directions (only the ones its type allows are
-// unbounded), every finite bound becomes a row with its own elastic column.
-double elasticOptimum(NVRLprob src) {
-  NVRLprob e = nullptr;
-  EXPECT_EQ(NVRLcreateprob(&e), 0);
-  EXPECT_EQ(NVRLcopyprob(e, src, "elastic"), 0);
-  int rows = nvtest::intAttr(e, NVRL_ATTR_ROWS), cols = nvtest::intAttr(e, NVRL_ATTR_COLUMNS);
-  std::vector<char> type(rows);
-  std::vector<double> lb(cols), ub(cols);
-  NVRLgetrowtype(e, type.data(), 0, rows - 1);
-  NVRLgetlb(e, lb.data(), 0, cols - 1);
-  NVRLgetub(e, ub.data(), 0, cols - 1);
-  std::vector<int> all(cols);
-  std::vector<double> zero(cols, 0.0);
-  for (int j = 0; j < cols; ++j) all[j] = j;
-  EXPECT_EQ(NVRLchgobj(e, cols, all.data(), zero.data()), 0);
-  for (int i = 0; i < rows; ++i) {
-    if (type[i] == 'N') continue;
-    // +1 lowers the activity's need (relaxes >=), -1 relaxes <=.
+// The least total violation of an infeasible LP, from an elastic LP solved by HiGHS itself:
+// every row gets an elastic column for each direction its type allows, every finite bound
+// becomes a row with its own elastic column, and the elastic columns' sum is minimised.
+double elasticOptimum(const nvrl::Model &m) {
+  HighsLp lp;
+  for (int j = 0; j < m.cols(); ++j) lp.addCol(0.0, -INFINITY, INFINITY);
+  // The row l <= e'x <= u with an elastic column for each finite side: +1 relaxes l, -1 u.
+  const auto addElastic = [&](double l, double u, HighsLp::Entries e) {
     for (double sign : {1.0, -1.0}) {
-      const bool allowed = type[i] == 'E' || type[i] == 'R' || (sign > 0 ? type[i] == 'G' : type[i] == 'L');
-      if (!allowed) continue;
-      const double one = 1.0;
-      const NVRLint64 st[] = {0};
-      EXPECT_EQ(NVRLaddcols64(e, 1, 1, &one, st, &i, &sign, nullptr, nullptr), 0);
+      if (std::fabs(sign > 0 ? l : u) >= NVRL_INFINITY) continue;
+      e.push_back({static_cast<int>(lp.cost.size()), sign});
+      lp.addCol(1.0, 0.0, INFINITY);
     }
+    lp.addRow(l, u, e);
+  };
+  for (int i = 0; i < m.rows(); ++i) {
+    if (m.rowtype[i] == 'N') continue;
+    const auto [l, u] = HighsLp::sides(m, i);
+    addElastic(l, u, HighsLp::entries(m, i));
   }
-  for (int j = 0; j < cols; ++j) {
-    for (int side = 0; side < 2; ++side) {
-      const double b = side == 0 ? lb[j] : ub[j];
-      if (std::fabs(b) >= NVRL_INFINITY) continue;
-      const double one = 1.0;
-      const NVRLint64 st[] = {0};
-      const int r = nvtest::intAttr(e, NVRL_ATTR_ROWS);
-      const char t = side == 0 ? 'G' : 'L';
-      const int cj[] = {j};
-      const double cv[] = {1.0};
-      EXPECT_EQ(NVRLaddrows64(e, 1, 1, &t, &b, nullptr, st, cj, cv), 0);
-      const double s = side == 0 ? 1.0 : -1.0;
-      EXPECT_EQ(NVRLaddcols64(e, 1, 1, &one, st, &r, &s, nullptr, nullptr), 0);
-      const char bt = side == 0 ? 'L' : 'U';
-      const double free = side == 0 ? -NVRL_INFINITY : NVRL_INFINITY;
-      EXPECT_EQ(NVRLchgbounds(e, 1, &j, &bt, &free), 0);
-    }
+  for (int j = 0; j < m.cols(); ++j) {
+    if (m.lb[j] > -NVRL_INFINITY) addElastic(m.lb[j], INFINITY, {{j, 1.0}});
+    if (m.ub[j] < NVRL_INFINITY) addElastic(-INFINITY, m.ub[j], {{j, 1.0}});
   }
-  EXPECT_EQ(NVRLlpoptimize(e, ""), 0) << nvtest::lastError(e);
-  EXPECT_EQ(nvtest::intAttr(e, NVRL_ATTR_LP_STATUS), NVRL_LP_OPTIMAL);
-  const double v = nvtest::dblAttr(e, NVRL_ATTR_LP_OBJECTIVE);
-  NVRLdestroyprob(e);
-  return v;
+  double obj = NAN;
+  EXPECT_EQ(lp.solve(kHighsObjSenseMinimize, &obj), kHighsModelStatusOptimal);
+  return obj;
 }
 
 // The rhs, range and bound movements of a repair, summed.
@@ -1131,7 +1074,7 @@ TEST_P(RepairData, TotalViolationMatchesTheElasticLp) {
   }
   ASSERT_EQ(NVRLlpoptimize(prob, ""), 0);
   ASSERT_EQ(intAttr(NVRL_ATTR_LP_STATUS), NVRL_LP_INFEAS) << "the instance must be infeasible";
-  const double expected = elasticOptimum(prob);
+  const double expected = elasticOptimum(model());
   EXPECT_GT(expected, 1e-6);
   const nvrl::Model before = model();
   const int rows = before.rows(), cols = before.cols();
@@ -1192,7 +1135,7 @@ class TuneTest : public ProblemTest {
 };
 
 // After a tune the method file holds the winner alone, and the problem's controls are its.
-TEST_F(TuneTest, WinnerIsAppliedAndWrittenForAnLp) {
+TEST_F(TuneTest, WinnerIsAppliedAndWrittenAndAFinishedRunBeatsAStoppedOne) {
   readData("afiro.mps");
   ASSERT_EQ(NVRLtune(prob, ""), 0) << lastError();
   EXPECT_EQ(intAttr(NVRL_ATTR_LP_STATUS), NVRL_LP_UNSTARTED) << "tune leaves no answers";
@@ -1214,13 +1157,10 @@ TEST_F(TuneTest, WinnerIsAppliedAndWrittenForAnLp) {
   EXPECT_EQ(combinations, 1);
   ASSERT_EQ(NVRLlpoptimize(prob, ""), 0);
   EXPECT_NEAR(dblAttr(NVRL_ATTR_LP_OBJECTIVE), -464.753142857, 1e-6);
-}
 
-// A run cut short by an iteration limit loses to one that finishes, whichever comes first;
-// the loser's limit does not stay on the problem.
-TEST_F(TuneTest, FinishedRunBeatsOneStoppedByALimit) {
-  readData("afiro.mps");
-  // Without presolve, so that the limited run cannot finish before its first iteration.
+  // A run cut short by an iteration limit loses to one that finishes, whichever comes first;
+  // the loser's limit does not stay on the problem. Without presolve, so that the limited run
+  // cannot finish before its first iteration.
   const std::string slow = "combination\npresolve 0\nlp_algorithm 3\nlp_iteration_limit 1\n";
   const std::string fine = "combination\npresolve 0\nlp_algorithm 2\n";
   for (const std::string &text : {slow + fine, fine + slow}) {
@@ -1286,3 +1226,4 @@ INSTANTIATE_TEST_SUITE_P(
     nvtest::byLabel);
 
 }  // namespace
+}  // namespace solvetest

@@ -11,9 +11,11 @@
 
 using nvrl::tree::Candidate;
 
+namespace treetest {
+namespace {
+
 // ---- Branching directives: loading, reading and writing them, their following column deletions,
 // and the tree search honouring priorities, preferred branches and initial pseudocosts.
-namespace {
 
 struct Dirs {
   std::vector<int> col, prio;
@@ -114,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BadLoad{"Priority", {0}, {1001}, {'U'}, 0, "priority 1001"},
                       BadLoad{"Direction", {0}, {1}, {'u'}, 0, "direction 'u'"},
                       BadLoad{"Pseudocost", {0}, {1}, {'U'}, INFINITY, "not finite"}),
-    [](const auto &info) { return std::string(info.param.label); });
+    nvtest::byLabel);
 
 // The tree search branches on the best priority first: y first closes the search at once,
 // y last leaves it to enumerate the x_j.
@@ -183,15 +185,11 @@ INSTANTIATE_TEST_SUITE_P(
         // Estimates: column 2 gains 0.8 * 10 down and 0.2 * 10 up (product 16), column 0
         // 0.5 * 1 both ways (0.25); column 1 has none and is scored by the averages.
         RuleCase{"Pseudocosts", {dir(0, 5, 'N', 1, 1), dir(2, 5, 'N', 10, 10)}, 2, 1}),
-    [](const auto &info) { return std::string(info.param.label); });
-
-}  // namespace
+    nvtest::byLabel);
 
 // ---- Solutions given by the user (add, load, refine) and the operations on the last answer
 // (fixing the global entities, crossover, presolved rows, scaling), on the hand-derived
 // models of the tree search tests.
-namespace treetest {
-namespace {
 
 class MipSolutions : public TreeTest {
  protected:
@@ -246,7 +244,7 @@ INSTANTIATE_TEST_SUITE_P(
                       // Items 1 and 2 given, item 0 out: the completion adds item 3.
                       StartCase{"tree_partial", true, {0, 2, 1}, {0, 1, 1}, -17},
                       StartCase{"tree_linear_partial", false, {2, 0, 1}, {1, 0, 1}, -21}),
-    [](const auto &info) { return std::string(info.param.label); });
+    nvtest::byLabel);
 
 // HiGHS's MIP solver settles the small knapsack in presolve whatever it starts from, so
 // what shows here is the completion reported in the log, and an optimum the start cannot spoil.
@@ -272,16 +270,6 @@ TEST_F(MipSolutions, HighsGetsTheCompletedStart) {
   for (const std::string &l : lines)
     reported |= l.find("User solution 'pair' completed: objective -21") != std::string::npos;
   EXPECT_TRUE(reported);
-}
-
-TEST_F(MipSolutions, AStartWithoutFeasibleCompletionIsDropped) {
-  quadraticKnapsack();
-  const double v[] = {1, 1, 1};  // weight 12 against 9
-  const int cols[] = {0, 1, 2};
-  ASSERT_EQ(NVRLaddmipsol(prob, 3, v, cols, nullptr), 0) << lastError();
-  ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
-  EXPECT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_OPTIMAL);
-  EXPECT_NEAR(dblAttr(nvrl::id::kMipObjVal), -18, 1e-9);
 }
 
 // ---- loading a solution ---------------------------------------------------------------
@@ -318,12 +306,19 @@ INSTANTIATE_TEST_SUITE_P(
                       // weights on points 0 and 2: not adjacent in the SOS2
                       LoadCase{"set_not_adjacent", {0.5, 0, 0.5, 0, 1, 1.5, 3}, 1},
                       LoadCase{"row_broken", {0.5, 0.5, 0, 0, 0.5, 1, 0}, 1}),
-    [](const auto &info) { return std::string(info.param.label); });
+    nvtest::byLabel);
 
-TEST_F(MipSolutions, ALoadedSolutionWorseThanTheOptimumIsNotTaken) {
+// A start without a feasible completion is dropped, and neither an infeasible loaded
+// solution nor one worse than the optimum is taken.
+TEST_F(MipSolutions, InfeasibleStartsAndWorseLoadedSolutionsAreNotTaken) {
   quadraticKnapsack();
+  const double v[] = {1, 1, 1};  // weight 12 against 9
+  const int cols[] = {0, 1, 2};
+  ASSERT_EQ(NVRLaddmipsol(prob, 3, v, cols, nullptr), 0) << lastError();
   EXPECT_EQ(loadStatus({0, 1, 1, 0.5}), 1);  // a binary at 0.5
   ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
+  EXPECT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_OPTIMAL);
+  EXPECT_NEAR(dblAttr(nvrl::id::kMipObjVal), -18, 1e-9);
   EXPECT_EQ(loadStatus({0, 1, 1, 1}), 2);
   EXPECT_EQ(intAttr(nvrl::id::kMipStatus), NVRL_MIP_OPTIMAL);
   EXPECT_NEAR(dblAttr(nvrl::id::kMipObjVal), -18, 1e-9);
@@ -387,7 +382,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(FixCase{"knapsack", &TreeTest::quadraticKnapsack, true, -22},
                       FixCase{"portfolio", &TreeTest::cardinalityPortfolio, false, 1.5},
                       FixCase{"sos2_semicontinuous", &TreeTest::setAndSemiContinuous, false, 5.5}),
-    [](const auto &info) { return std::string(info.param.label); });
+    nvtest::byLabel);
 
 // ---- crossover ----------------------------------------------------------------------------
 
@@ -463,6 +458,9 @@ const double kVals[] = {1, 0, 1, 0};
 const double kNaN[] = {1, NAN, 1, 0};
 const int kRepeated[] = {0, 1, 0};
 const int kOutOfRange[] = {0, 4};
+const int kColScale[] = {0, 65, 0, 0};
+double gOut[4], gRhs;  // output arguments of the failing calls
+int gCount;
 
 INSTANTIATE_TEST_SUITE_P(
     Bad, BadMipSolutionCalls,
@@ -483,36 +481,24 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{"load_null", [](NVRLprob p) { return NVRLloadmipsol(p, nullptr, nullptr); },
                 "must not be null"},
         BadCase{"refine_options",
-                [](NVRLprob p) {
-                  double out[4];
-                  return NVRLrefinemipsol(p, 2, "", kVals, out, nullptr);
-                },
+                [](NVRLprob p) { return NVRLrefinemipsol(p, 2, "", kVals, gOut, nullptr); },
                 "options must be 0 or 1"},
         BadCase{"refine_flags",
-                [](NVRLprob p) {
-                  double out[4];
-                  return NVRLrefinemipsol(p, 0, "x", kVals, out, nullptr);
-                },
+                [](NVRLprob p) { return NVRLrefinemipsol(p, 0, "x", kVals, gOut, nullptr); },
                 "no flags"},
         BadCase{"fix_without_solution", [](NVRLprob p) { return NVRLfixglobals(p, 0); },
                 "no MIP solution"},
         BadCase{"crossover_without_solution",
                 [](NVRLprob p) { return NVRLcrossoverlpsol(p, nullptr); }, "no LP solution"},
-        BadCase{"scale_exponent",
-                [](NVRLprob p) {
-                  const int cs[] = {0, 65, 0, 0};
-                  return NVRLscale(p, nullptr, cs);
-                },
+        BadCase{"scale_exponent", [](NVRLprob p) { return NVRLscale(p, nullptr, kColScale); },
                 "colscale[1] = 65"},
         BadCase{"presolverow_type",
                 [](NVRLprob p) {
-                  int n;
-                  double rhs;
-                  return NVRLpresolverow(p, 'N', 0, nullptr, nullptr, 0, 0, &n, nullptr, nullptr,
-                                         &rhs, nullptr);
+                  return NVRLpresolverow(p, 'N', 0, nullptr, nullptr, 0, 0, &gCount, nullptr,
+                                         nullptr, &gRhs, nullptr);
                 },
                 "rowtype"}),
-    [](const auto &info) { return std::string(info.param.label); });
+    nvtest::byLabel);
 
 }  // namespace
 }  // namespace treetest

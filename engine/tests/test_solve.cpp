@@ -292,22 +292,11 @@ TEST_P(StoppedLp, OffersOnlyAFeasiblePoint) {
 INSTANTIATE_TEST_SUITE_P(Solve, StoppedLp, ::testing::Bool(),
                          [](const auto &info) { return info.param ? "mip_call" : "lp_call"; });
 
-}  // namespace
-}  // namespace solvetest
-
 // ---- Quadratic objectives: the store's convention, convexity in the objective's sense, and
 // integer columns. (The data set's qptestnw.lp, solved to its optimum, checks that a diagonal
 // entry v is the term v/2 x^2; quadratic rows are in test_nslp_solve.cpp.)
-namespace solvetest {
-namespace {
 
-class QpSolve : public SolveTest {
- protected:
-  void q(int i, int j, double v) {
-    model().qobj[{std::min(i, j), std::max(i, j)}] = v;
-    prob->modelChanged();
-  }
-};
+using QpSolve = SolveTest;
 
 // x1^2 + x2^2 + x1*x2 - 3x1 (triplets (0,0,2), (1,1,2), (0,1,1)) over free x: the gradient
 // 2x1 + x2 - 3 = 0, x1 + 2x2 = 0 gives (2, -1) and the value -3. Maximising the negation gives
@@ -316,9 +305,7 @@ TEST_F(QpSolve, OffDiagonalEntriesAreWholeTerms) {
   for (int sense : {1, -1}) {
     model() = nvrl::Model();
     const int x1 = col(-1e20, 1e20, -3.0 * sense), x2 = col(-1e20, 1e20, 0);
-    q(x1, x1, 2.0 * sense);
-    q(x2, x2, 2.0 * sense);
-    q(x1, x2, 1.0 * sense);
+    qobj({{x1, x1, 2.0 * sense}, {x2, x2, 2.0 * sense}, {x1, x2, 1.0 * sense}});
     if (sense < 0) maximise();
     ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
     EXPECT_NEAR(dblAttr(kLpObjVal), -3.0 * sense, 1e-6) << sense;
@@ -333,7 +320,7 @@ TEST_P(Convexity, NonconvexObjectivesEndWithStatus8) {
   const auto &[entries, sense, convex] = GetParam();
   for (int j = 0; j < 3; ++j) col(-10, 10, 1);
   row('L', 5, {{0, 1}, {1, 1}, {2, 1}});
-  for (const auto &[i, j, v] : entries) q(i, j, v);
+  qobj(entries);
   if (sense < 0) maximise();
   // The MIP call on a continuous problem takes the same path.
   for (bool mip : {false, true}) {
@@ -371,7 +358,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(QpSolve, WithIntegerColumnsTheTreeSearchSolvesAndTheRelaxationIsAQp) {
   const int x = col(0, 10, 1, 'I'), y = col(0, 10, 1);
   row('G', 1, {{x, 1}, {y, 1}});
-  q(x, x, 2);
+  qobj({{x, x, 2}});
   // A quadratic objective with integer columns goes to the tree search (x = 0, y = 1) ...
   ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
   EXPECT_EQ(intAttr(NVRL_ATTR_MIP_STATUS), NVRL_MIP_OPTIMAL);
@@ -381,13 +368,8 @@ TEST_F(QpSolve, WithIntegerColumnsTheTreeSearchSolvesAndTheRelaxationIsAQp) {
   EXPECT_NEAR(dblAttr(kLpObjVal), 1.0, 1e-6);
 }
 
-}  // namespace
-}  // namespace solvetest
-
 // ---- Entities that the engine reformulates for HiGHS, each on a small model whose optimum is
 // derived by hand in the comment of its case.
-namespace solvetest {
-namespace {
 
 constexpr double kInf = 1e20;
 
@@ -543,17 +525,25 @@ TEST_F(Reformulation, AndOrOfBinaries) {
 }
 
 // r = |x| with x in [-5, 3]: max r -> 5; max r with x >= -1 -> 3; min r with x <= -2 -> 2.
+// The auxiliary columns and rows never show: counts and answer vectors keep the user's sizes.
 using AbsCase = std::tuple<int, char, double, double>;  // sense, row type, rhs, optimum
 class Absolute : public Reformulation, public ::testing::WithParamInterface<AbsCase> {};
 
-TEST_P(Absolute, EqualsTheMagnitude) {
+TEST_P(Absolute, EqualsTheMagnitudeInAnswersOfTheUserSizes) {
   const auto [sense, type, rhs, expected] = GetParam();
   const int x = col(-5, 3, 0), r = col(-kInf, kInf, 1);
   row(type, rhs, {{x, 1}});
   addGeneral(NVRL_GENCONS_ABS, r, {x});
   if (sense < 0) maximise();
   EXPECT_NEAR(solveMip(), expected, 1e-7);
-  EXPECT_NEAR(mipSolution()[r], std::fabs(mipSolution()[x]), 1e-7);
+  EXPECT_EQ(intAttr(nvrl::id::kCols), 2);
+  EXPECT_EQ(intAttr(nvrl::id::kRows), 1);
+  std::vector<double> xs(3, -99.0), slack(2, -99.0);
+  ASSERT_EQ(NVRLgetmipsol(prob, xs.data(), slack.data()), 0);
+  EXPECT_NEAR(xs[r], std::fabs(xs[x]), 1e-7);
+  EXPECT_EQ(xs[2], -99.0);
+  EXPECT_EQ(slack[1], -99.0);
+  EXPECT_NEAR(slack[0], rhs - xs[x], 1e-9);
 }
 
 INSTANTIATE_TEST_SUITE_P(Solve, Absolute,
@@ -648,28 +638,7 @@ INSTANTIATE_TEST_SUITE_P(
                     },
                     "infinite bound"}), nvtest::byLabel);
 
-// Auxiliary columns and rows never show: counts and answer vectors keep the user's sizes.
-TEST_F(Reformulation, AnswersHaveTheUserSizes) {
-  const int x = col(-5, 3, 0), r = col(-kInf, kInf, 1);
-  row('G', -1, {{x, 1}});
-  addGeneral(NVRL_GENCONS_ABS, r, {x});
-  maximise();
-  solveMip();
-  EXPECT_EQ(intAttr(nvrl::id::kCols), 2);
-  EXPECT_EQ(intAttr(nvrl::id::kRows), 1);
-  std::vector<double> xs(3, -99.0), slack(2, -99.0);
-  ASSERT_EQ(NVRLgetmipsol(prob, xs.data(), slack.data()), 0);
-  EXPECT_EQ(xs[2], -99.0);
-  EXPECT_EQ(slack[1], -99.0);
-  EXPECT_NEAR(slack[0], -1 - xs[0], 1e-9);
-}
-
-}  // namespace
-}  // namespace solvetest
-
 // ---- Controls that change how a solve ends: cutoff, node and solution limits, iteration limits.
-namespace solvetest {
-namespace {
 
 // A 0-1 knapsack whose optimum a dynamic programme gives: maximise the value (sense -1) or
 // minimise its negation (sense 1), so the optimum is +-best. The cutoff is placed relative to
@@ -725,7 +694,7 @@ class KnapsackCutoff : public SolveTest, public ::testing::WithParamInterface<in
   double optimum = 0;
 };
 
-TEST_P(KnapsackCutoff, KeepsOnlySolutionsThatMeetItAcrossResolves) {
+TEST_P(KnapsackCutoff, KeepsOnlySolutionsThatMeetItAcrossResolvesAndInTheLp) {
   const int sense = GetParam();
   buildKnapsack(sense);
   // Above, at, just inside and below the optimum, then above again: each re-solve must
@@ -738,13 +707,9 @@ TEST_P(KnapsackCutoff, KeepsOnlySolutionsThatMeetItAcrossResolves) {
   NVRLsetdblcontrol(prob, nvrl::id::kCutoff, sense > 0 ? 1e20 : -1e20);  // none
   ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
   expectVerdict(-1, "no cutoff");
-}
 
-// The LP relaxation: an optimum beyond the cutoff is reported as such, with no solution,
-// and the optimum kept as the best bound.
-TEST_P(KnapsackCutoff, LpOptimumBeyondTheCutoff) {
-  const int sense = GetParam();
-  buildKnapsack(sense);
+  // The LP relaxation: an optimum beyond the cutoff is reported as such, with no solution,
+  // and the optimum kept as the best bound.
   ASSERT_EQ(NVRLlpoptimize(prob, ""), 0) << lastError();
   const double lpopt = dblAttr(nvrl::id::kLpObjVal);
   NVRLsetdblcontrol(prob, nvrl::id::kCutoff, lpopt + (sense > 0 ? -0.01 : 0.01));
@@ -785,12 +750,14 @@ TEST_F(Limits, NodeAndSolutionLimitsStopTheSearch) {
 // Log level 0 silences the solve completely; level 1 gives the banner, size and final lines.
 struct Lines {
   std::vector<std::string> text;
-  static void add(NVRLprob, void *d, const char *msg, int len, int) {
+  int complaints = 0;  // errors and warnings
+  static void add(NVRLprob, void *d, const char *msg, int len, int type) {
     static_cast<Lines *>(d)->text.emplace_back(msg, len);
+    if (type == NVRL_MSG_ERROR || type == NVRL_MSG_WARNING) ++static_cast<Lines *>(d)->complaints;
   }
 };
 
-TEST_F(Limits, LogLevelControlsTheLog) {
+TEST_F(Limits, LogLevelControlsTheLogAndThreadsCanChangeBetweenSolves) {
   buildMarketSplit();
   Lines lines;
   NVRLaddcbmessage(prob, Lines::add, &lines, 0);
@@ -803,35 +770,19 @@ TEST_F(Limits, LogLevelControlsTheLog) {
   EXPECT_NE(lines.text[1].find("4 rows, 38 columns"), std::string::npos) << lines.text[1];
   EXPECT_NE(lines.text.back().find("Optimal solution found"), std::string::npos);
   for (const auto &l : lines.text) EXPECT_EQ(l.find('\n'), std::string::npos);
-}
 
-// HiGHS fixes its thread pool when it starts; a new count must still take effect quietly.
-TEST_F(Limits, ThreadsCanChangeBetweenSolves) {
-  buildMarketSplit();
+  // HiGHS fixes its thread pool when it starts; a new count must still take effect quietly.
   NVRLsetintcontrol64(prob, nvrl::id::kNodeLimit, 20);
-  NVRLsetintcontrol(prob, nvrl::id::kLogLevel, 1);
-  struct Complaints {
-    int count = 0;
-    static void add(NVRLprob, void *d, const char *, int, int type) {
-      if (type == NVRL_MSG_ERROR || type == NVRL_MSG_WARNING) ++static_cast<Complaints *>(d)->count;
-    }
-  } complaints;
-  NVRLaddcbmessage(prob, Complaints::add, &complaints, 0);
   for (int threads : {0, 2, 1, 0}) {
     NVRLsetintcontrol(prob, nvrl::id::kThreads, threads);
     ASSERT_EQ(NVRLmipoptimize(prob, ""), 0) << lastError();
     EXPECT_EQ(intAttr(kStopStatus), NVRL_STOP_NODELIMIT);
   }
-  EXPECT_EQ(complaints.count, 0);
+  EXPECT_EQ(lines.complaints, 0);
 }
-
-}  // namespace
-}  // namespace solvetest
 
 // ---- Solves that end early: a time limit and SIGINT (NVRLinterrupt from a message callback is in
 // test_problem.cpp). Each keeps the best solution found so far.
-namespace solvetest {
-namespace {
 
 class EarlyStop : public SolveTest {
  protected:
@@ -888,13 +839,8 @@ TEST_F(EarlyStop, SigintStopsTheSolveAndTheOldHandlerReturns) {
   expectStoppedWithSolution(NVRL_STOP_CTRLC);
 }
 
-}  // namespace
-}  // namespace solvetest
-
 // ---- Answers for the presolved problem, the barrier's last answer, the pivot order and the
 // global entities read in one call.
-namespace solvetest {
-namespace {
 
 class PresolvedAnswers : public SolveTest {
  protected:
@@ -1024,13 +970,8 @@ TEST_F(PresolvedAnswers, GlobalEntitiesInOneCall) {
   EXPECT_EQ(refs, (std::vector<double>{1, 2, 1, 2, 3}));
 }
 
-}  // namespace
-}  // namespace solvetest
-
 // ---- Every instance of the shared test set, read from its file and solved, against the optimum
 // recorded in optima.csv.
-namespace solvetest {
-namespace {
 
 class DataSet : public SolveTest, public ::testing::WithParamInterface<DataInstance> {};
 
