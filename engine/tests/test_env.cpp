@@ -78,14 +78,15 @@ int removesOtherHandler(NVRLobject obj, void *data, void *thread, const char *ms
   return 0;
 }
 
-std::vector<std::string> tagsSeen() {
+// Any failing environment call produces one global error line: the tags of the handlers that
+// saw it, in order (g_seen keeps the lines).
+std::vector<std::string> tagsOfAGlobalLine() {
+  g_seen.clear();
+  EXPECT_NE(0, NVRLgetversion(nullptr));
   std::vector<std::string> tags;
   for (const Seen &s : g_seen) tags.push_back(s.tag);
   return tags;
 }
-
-// Any failing environment call produces one global error line.
-void emitGlobalLine() { ASSERT_NE(0, NVRLgetversion(nullptr)); }
 
 }  // namespace
 
@@ -203,14 +204,12 @@ TEST(Environment, SwitchesRoundTrip) {
 }
 
 TEST_F(EnvironmentStarted, GlobalHandlersRunInPriorityOrder) {
-  g_seen.clear();
   char a[] = "a", b[] = "b", c[] = "c", d[] = "d";
   ASSERT_EQ(0, NVRL_ge_addcbmsghandler(recordingHandler, a, 1));
   ASSERT_EQ(0, NVRL_ge_addcbmsghandler(recordingHandler, b, 5));
   ASSERT_EQ(0, NVRL_ge_addcbmsghandler(recordingHandler, c, 1));
   ASSERT_EQ(0, NVRL_ge_addcbmsghandler(recordingHandler, d, -3));
-  emitGlobalLine();
-  EXPECT_EQ((std::vector<std::string>{"b", "a", "c", "d"}), tagsSeen());
+  EXPECT_EQ((std::vector<std::string>{"b", "a", "c", "d"}), tagsOfAGlobalLine());
   ASSERT_FALSE(g_seen.empty());
   EXPECT_EQ("NVRLenv", g_seen[0].type);
   EXPECT_EQ(NVRL_MSG_ERROR, g_seen[0].msgtype);
@@ -218,31 +217,23 @@ TEST_F(EnvironmentStarted, GlobalHandlersRunInPriorityOrder) {
 
   // Removal by data only, then by handler only.
   ASSERT_EQ(0, NVRL_ge_removecbmsghandler(nullptr, a));
-  g_seen.clear();
-  emitGlobalLine();
-  EXPECT_EQ((std::vector<std::string>{"b", "c", "d"}), tagsSeen());
+  EXPECT_EQ((std::vector<std::string>{"b", "c", "d"}), tagsOfAGlobalLine());
   ASSERT_EQ(0, NVRL_ge_removecbmsghandler(recordingHandler, nullptr));
-  g_seen.clear();
-  emitGlobalLine();
-  EXPECT_TRUE(g_seen.empty());
+  EXPECT_TRUE(tagsOfAGlobalLine().empty());
 
   EXPECT_NE(0, NVRL_ge_addcbmsghandler(nullptr, a, 0));
   EXPECT_EQ("NVRL_ge_addcbmsghandler: null handler", globalError());
 }
 
 TEST_F(EnvironmentStarted, GlobalHandlersMayRemoveThemselvesAndOthersWhileCalled) {
-  g_seen.clear();
   char self[] = "self", later[] = "later", last[] = "last";
   g_victim = later;
   ASSERT_EQ(0, NVRL_ge_addcbmsghandler(selfRemovingHandler, self, 10));
   ASSERT_EQ(0, NVRL_ge_addcbmsghandler(removesOtherHandler, last, 9));
   ASSERT_EQ(0, NVRL_ge_addcbmsghandler(recordingHandler, later, 1));
-  emitGlobalLine();
   // "later" was removed by "last" before its turn.
-  EXPECT_EQ((std::vector<std::string>{"self", "last"}), tagsSeen());
-  g_seen.clear();
-  emitGlobalLine();
-  EXPECT_EQ((std::vector<std::string>{"last"}), tagsSeen());
+  EXPECT_EQ((std::vector<std::string>{"self", "last"}), tagsOfAGlobalLine());
+  EXPECT_EQ((std::vector<std::string>{"last"}), tagsOfAGlobalLine());
   ASSERT_EQ(0, NVRL_ge_removecbmsghandler(nullptr, nullptr));
 }
 
@@ -339,7 +330,7 @@ TEST(Registry, RequiredIdsExistWithTheirMeaning) {
     }
 }
 
-TEST(Registry, NamesAndIdsAreUniqueWellFormedAndInTheirRanges) {
+TEST(Registry, EntriesAreUniqueWellFormedInTheirRangesAndDefaultsInBounds) {
   std::set<int> ids;
   std::set<std::string> names;
   for (const ParamInfo &p : nvrl::paramTable()) {
@@ -353,14 +344,7 @@ TEST(Registry, NamesAndIdsAreUniqueWellFormedAndInTheirRanges) {
     EXPECT_EQ(nonlinear_range, p.isNonlinear()) << p.id << " " << p.name;
     EXPECT_GT(std::string(p.doc).size(), 10u) << p.name;
     EXPECT_EQ(nvrl::findParamByName(p.name), &p);
-  }
-  EXPECT_EQ(std::string("nslp_postsolve"), nvrl::findParam(12416)->name);
-  EXPECT_EQ(std::string("miptol"), nvrl::findParam(nvrl::id::kMipTol)->name);
-}
-
-TEST(Registry, DefaultsLieWithinTheirBounds) {
-  for (const ParamInfo &p : nvrl::paramTable()) {
-    if (!p.isControl()) continue;
+    if (!p.isControl()) continue;  // a control's default lies within its bounds
     if (p.isIntegral()) {
       EXPECT_TRUE(nvrl::checkIntValue(p, p.idef).empty()) << p.name;
       EXPECT_LE(p.ilo, p.ihi) << p.name;
@@ -371,6 +355,8 @@ TEST(Registry, DefaultsLieWithinTheirBounds) {
       EXPECT_TRUE(p.ihi <= INT32_MAX && p.ilo >= INT32_MIN) << p.name;
     }
   }
+  EXPECT_EQ(std::string("nslp_postsolve"), nvrl::findParam(12416)->name);
+  EXPECT_EQ(std::string("miptol"), nvrl::findParam(nvrl::id::kMipTol)->name);
 }
 
 TEST_F(Controls, EveryControlReadsItsDefaultAndAcceptsItsBoundsOnly) {
@@ -535,25 +521,20 @@ TEST_F(Controls, AttributesFollowTheStore) {
   m.colnames.assign(7, "");
   m.colnames[3] = std::string(17, 'x');  // 17 characters: 3 units of 8
 
-  auto attr = [&](int id) {
-    int v = -99;
-    EXPECT_EQ(0, NVRLgetintattrib(prob, id, &v)) << id;
-    return v;
-  };
   using namespace nvrl::id;
   const std::pair<int, int> expected[] = {
       {kRows, 3}, {kOriginalRows, 3}, {kCols, 7},       {kOriginalCols, 7},  {kSpareRows, 0},
       {kSets, 2}, {kOriginalSets, 2}, {kElems, 2},      {kMipEnts, 5},       {kIndicators, 2},
       {kPwlCons, 1}, {kGenConsAndPwl, 3}, {kNamelength, 3}, {kProbNameLength, 4}};
-  for (auto [id, value] : expected) EXPECT_EQ(value, attr(id)) << id;
+  for (auto [id, value] : expected) EXPECT_EQ(value, intAttr(id)) << id;
 
   // Default names count too, so that a name buffer sized by name_length always suffices.
   m.colnames.assign(7, "");
-  EXPECT_EQ(1, attr(kNamelength));  // "C7"
+  EXPECT_EQ(1, intAttr(kNamelength));  // "C7"
   m.rownames.assign(3, std::string(8, 'r'));
-  EXPECT_EQ(1, attr(kNamelength));
+  EXPECT_EQ(1, intAttr(kNamelength));
   m.rownames[1] += "r";
-  EXPECT_EQ(2, attr(kNamelength));
+  EXPECT_EQ(2, intAttr(kNamelength));
 
   // The largest violation of the last solve's point, over bounds and rows.
   prob->sol.have_point = true;

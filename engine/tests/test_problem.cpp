@@ -55,7 +55,10 @@ void selfRemovingCb(NVRLprob prob, void *data, const char *msg, int len, int typ
   NVRLremovecbmessage(prob, selfRemovingCb, data);
 }
 
-std::vector<std::string> tags() {
+// The tags of the callbacks that saw the lines of a control dump, in order (g_calls keeps them).
+std::vector<std::string> tagsOfADump(NVRLprob prob) {
+  g_calls.clear();
+  EXPECT_EQ(0, NVRLdumpcontrols(prob));
   std::vector<std::string> t;
   for (const Call &c : g_calls) t.push_back(c.tag);
   return t;
@@ -150,31 +153,22 @@ TEST_F(Lifecycle, CopyTakesTheWholeStoreAndStaysIndependent) {
 }
 
 TEST_F(Lifecycle, MessageCallbacksByPriorityAndRemoval) {
-  g_calls.clear();
   char a[] = "a", b[] = "b", c[] = "c";
   ASSERT_EQ(0, NVRLaddcbmessage(prob, recordCb, a, 0));
   ASSERT_EQ(0, NVRLaddcbmessage(prob, recordCb, b, 2));
   ASSERT_EQ(0, NVRLaddcbmessage(prob, selfRemovingCb, c, 1));
   ASSERT_EQ(0, NVRLsetintcontrol(prob, nvrl::id::kThreads, 2));
-  ASSERT_EQ(0, NVRLdumpcontrols(prob));
-  EXPECT_EQ((std::vector<std::string>{"b", "c", "a"}), tags());
+  EXPECT_EQ((std::vector<std::string>{"b", "c", "a"}), tagsOfADump(prob));
   EXPECT_EQ(prob, g_probseen);
+  ASSERT_FALSE(g_calls.empty());
   EXPECT_EQ("threads = 2", g_calls[0].msg);
 
-  g_calls.clear();
-  ASSERT_EQ(0, NVRLdumpcontrols(prob));
-  EXPECT_EQ((std::vector<std::string>{"b", "a"}), tags());
-
+  EXPECT_EQ((std::vector<std::string>{"b", "a"}), tagsOfADump(prob));
   ASSERT_EQ(0, NVRLremovecbmessage(prob, recordCb, b));
-  g_calls.clear();
-  ASSERT_EQ(0, NVRLdumpcontrols(prob));
-  EXPECT_EQ((std::vector<std::string>{"a"}), tags());
-
+  EXPECT_EQ((std::vector<std::string>{"a"}), tagsOfADump(prob));
   ASSERT_EQ(0, NVRLaddcbmessage(prob, recordCb, b, 0));
   ASSERT_EQ(0, NVRLremovecbmessage(prob, nullptr, nullptr));
-  g_calls.clear();
-  ASSERT_EQ(0, NVRLdumpcontrols(prob));
-  EXPECT_TRUE(g_calls.empty());
+  EXPECT_TRUE(tagsOfADump(prob).empty());
 
   EXPECT_NE(0, NVRLaddcbmessage(prob, nullptr, a, 0));
   EXPECT_EQ("NVRLaddcbmessage: null callback", lastError(prob));

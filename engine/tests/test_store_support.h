@@ -297,7 +297,7 @@ class StoreTest : public nvtest::ProblemTest {
 };
 
 // One call that succeeds on the rich model and what it changes in the snapshot (the column
-// view follows the rows); everything else must stay as it was.
+// view follows the rows; null: nothing); everything else must stay as it was.
 struct GoodCall {
   const char *label;
   int (*call)(NVRLprob);
