@@ -82,10 +82,18 @@ PyObject *nuvrelmod_setOutputEnabled(PyObject *self, PyObject *flag) {
     if (on < 0) return nullptr;
     output_state(on ? 1 : 0);
   } else {
-    // None is returned with the exception set, so the caller gets the interpreter's
-    // SystemError for that with the ModelError as its cause; scripts catch it as such.
+    // The caller gets the SystemError of a result returned with an exception set, caused by
+    // the ModelError, as scripts expect. It is raised here rather than left to the
+    // interpreter: a call site that has run often enough is specialised and no longer checks,
+    // and the ModelError would then surface later, at an unrelated line.
     PyErr_SetString(nvpy_model_exc,
                     "Incorrect argument in setOutputEnabled: should be True or False");
+    PyObject *cause = PendingError().take_value();
+    PyErr_SetString(PyExc_SystemError,
+                    "<built-in function setOutputEnabled> returned a result with an exception set");
+    PendingError raised;
+    PyException_SetCause(raised.value(), cause);  // takes the reference to cause
+    return nullptr;
   }
   Py_RETURN_NONE;
 }
