@@ -125,6 +125,8 @@ using owned_quadmap = std::unique_ptr<quadmap, quadmap_deleter>;
 // Moves of up to this many entries are cheap enough to keep an inserted or erased key in place
 // in the prefix; beyond it a new key goes to the tail and an erased one leaves a hole.
 constexpr uint32_t kShortMove = 64;
+// Beyond this many terms at once, an empty map takes them unsorted (linmap_ops::fill).
+constexpr Py_ssize_t kBulkFill = 16;
 
 inline uint64_t key_of(const linmap_entry &e) { return e.var->rec & VAR_ID_MASK; }
 inline uint64_t key_of(PyObject *var) { return var_id(var); }
@@ -134,6 +136,40 @@ struct less_key {
     return key_of(a) < key_of(b);
   }
 };
+
+// Stable sort by key. Each key is read once, into (key, position) pairs sorted together,
+// rather than from its variable at every comparison, a load from another object each time.
+// Without memory for the pairs, the standard stable sort.
+void sort_by_key(linmap_entry *first, linmap_entry *last) {
+  struct keyed {
+    uint64_t key;
+    size_t pos;
+  };
+  const size_t n = static_cast<size_t>(last - first);
+  constexpr size_t kOnStack = 128;
+  keyed stack_keys[kOnStack];
+  linmap_entry stack_copy[kOnStack];
+  std::unique_ptr<keyed[]> heap_keys;
+  std::unique_ptr<linmap_entry[]> heap_copy;
+  keyed *keys = stack_keys;
+  linmap_entry *copy = stack_copy;
+  if (n > kOnStack) {
+    heap_keys.reset(new (std::nothrow) keyed[n]);
+    heap_copy.reset(new (std::nothrow) linmap_entry[n]);
+    if (!heap_keys || !heap_copy) {
+      std::stable_sort(first, last, less_key());
+      return;
+    }
+    keys = heap_keys.get();
+    copy = heap_copy.get();
+  }
+  for (size_t i = 0; i < n; ++i) keys[i] = {key_of(first[i]), i};
+  std::sort(keys, keys + n, [](const keyed &a, const keyed &b) {
+    return a.key < b.key || (a.key == b.key && a.pos < b.pos);
+  });
+  for (size_t i = 0; i < n; ++i) copy[i] = first[keys[i].pos];
+  std::memcpy(first, copy, n * sizeof(linmap_entry));
+}
 
 }  // namespace
 
@@ -267,6 +303,7 @@ struct linmap_ops {
   static int add_terms(linmap *m, const linmap_entry *terms, Py_ssize_t n) {
     if (n <= 0) return 0;
     if (grow(m, uint64_t(m->size_) + static_cast<uint64_t>(n)) < 0) return -1;
+    if (m->size_ == 0 && n > kBulkFill) return fill(m, terms, n);
     for (Py_ssize_t i = 0; i < n; ++i) {
       const linmap_entry &t = terms[i];
       if (t.coef == 0.0) continue;
@@ -279,6 +316,25 @@ struct linmap_ops {
         return -1;
       }
     }
+    return 0;
+  }
+
+  // The terms into the empty map m as they come: the prefix when their keys increase, else
+  // all of them as the tail, sorted and summed once on the next read. Moving each out-of-order
+  // term into place would cost a quarter of n squared moves (a row of a sparse product whose
+  // columns come in no order).
+  static int fill(linmap *m, const linmap_entry *terms, Py_ssize_t n) {
+    uint32_t k = 0;
+    bool increasing = true;
+    for (Py_ssize_t i = 0; i < n; ++i) {
+      const linmap_entry &t = terms[i];
+      if (t.coef == 0.0) continue;
+      if (k > 0 && key_of(m->data_[k - 1]) >= key_of(t)) increasing = false;
+      m->data_[k++] = t;
+      Py_INCREF(as_obj(t.var));
+    }
+    m->size_ = k;
+    m->sorted_ = increasing ? k : 0;
     return 0;
   }
 
@@ -320,7 +376,7 @@ struct linmap_ops {
 void linmap::merge() {
   linmap_entry *b = data_, *e = data_ + size_;
   if (sorted_ != size_) {
-    std::stable_sort(b + sorted_, e, less_key());
+    sort_by_key(b + sorted_, e);
     std::inplace_merge(b, b + sorted_, e, less_key());
     for (linmap_entry *run = b; run != e;) {
       linmap_entry *next = run + 1;
