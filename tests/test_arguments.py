@@ -25,15 +25,10 @@ class IndexOnly:
         return 2
 
 
-@pytest.mark.parametrize("count", [2, np.int8(2), np.uint16(2), np.int64(2)])
-def test_integer_widths_are_counts_for_vars(count):
-    assert list(nv.vars(count, ["a"])) == [(0, "a"), (1, "a")]
-
-
-@pytest.mark.parametrize("set_type", [2, np.int8(2), np.uint64(2)])
-def test_integer_widths_are_set_types(set_type):
-    x = [nv.var(), nv.var()]
-    assert nv.sos(x, [1, 2], type=set_type).type == 2
+@pytest.mark.parametrize("width", [int, np.int8, np.uint16, np.int64, np.uint64])
+def test_integer_widths_are_counts_for_vars_and_set_types(width):
+    assert list(nv.vars(width(2), ["a"])) == [(0, "a"), (1, "a")]
+    assert nv.sos([nv.var(), nv.var()], [1, 2], type=width(2)).type == 2
 
 
 @pytest.mark.parametrize("build", [

@@ -6,7 +6,8 @@ import numpy as np
 import pytest
 
 import nuvrel as nv
-from conftest import SHARED_DATA
+from conftest import SHARED_DATA, read_problem
+from test_lowlevel_query_data import query_all
 
 pytestmark = pytest.mark.usefixtures("quiet", "collect_cycles")
 
@@ -62,43 +63,16 @@ def test_markowitz_qp():
     assert p.getObjVal() == pytest.approx(w @ S @ w, rel=1e-5)
 
 
-def read_mps(path):
-    """Matrix, right-hand sides, senses, objective and its constant of a plain MPS file."""
-    rows, senses, obj, cols = [], {}, None, {}
-    entries, rhs, section = [], {}, None
-    for line in open(path):
-        if not line.strip() or line.startswith("*"):
-            continue
-        if not line[0].isspace():
-            section = line.split()[0]
-            continue
-        f = line.split()
-        if section == "ROWS":
-            if f[0] == "N" and obj is None:
-                obj = f[1]
-            elif f[0] != "N":
-                senses[f[1]] = f[0]
-                rows.append(f[1])
-        elif section == "COLUMNS" and "'MARKER'" not in f:
-            cols.setdefault(f[0], len(cols))
-            for name, value in zip(f[1::2], f[2::2]):
-                entries.append((name, f[0], float(value)))
-        elif section == "RHS":
-            for name, value in zip(f[1::2], f[2::2]):
-                rhs[name] = float(value)
-        elif section in ("BOUNDS", "RANGES"):
-            raise ValueError(f"{section} are not read by this helper")
-    index = {r: i for i, r in enumerate(rows)}
-    A = np.zeros((len(rows), len(cols)))
-    c = np.zeros(len(cols))
-    for r, col, v in entries:
-        if r == obj:
-            c[cols[col]] = v
-        elif r in index:
-            A[index[r], cols[col]] = v
-    b = np.array([rhs.get(r, 0.0) for r in rows])
-    sense = np.array([senses[r] for r in rows])
-    return A, b, sense, c, -rhs.get(obj, 0.0)
+def matrix_of(name):
+    """Matrix, right-hand sides, row types, objective and its constant of an instance without
+    bounds, as the library reads it (the optimum checks both the reading and the rebuild)."""
+    d = query_all(read_problem(name))
+    A = np.zeros((len(d["rowtype"]), len(d["obj"])))
+    for j in range(len(d["obj"])):
+        for k in range(d["start"][j], d["start"][j + 1]):
+            A[d["rowind"][k], j] = d["rowcoef"][k]
+    assert d["lb"] == [0.0] * len(d["obj"]) and d["ub"] == [1e20] * len(d["obj"])
+    return A, np.array(d["rhs"]), np.array(d["rowtype"]), np.array(d["obj"]), d["constant"]
 
 
 def optimum(name):
@@ -108,7 +82,7 @@ def optimum(name):
 
 @pytest.mark.parametrize("name", ["afiro.mps", "adlittle.mps"])
 def test_lp_rebuilt_from_its_matrix(name):
-    A, b, sense, c, constant = read_mps(SHARED_DATA / name)
+    A, b, sense, c, constant = matrix_of(name)
     x = nv.vars(A.shape[1], name="")
     lhs = A @ x
     rows = [lhs[sense == "L"] <= b[sense == "L"], lhs[sense == "G"] >= b[sense == "G"],

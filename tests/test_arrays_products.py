@@ -45,13 +45,11 @@ def test_float_times_variables_matches_numpy(a_shape, x_shape, how):
         np.testing.assert_allclose(got, want)
 
 
-def test_variables_times_variables_is_quadratic():
+def test_products_of_variables_and_of_expressions():
     x = nv.vars(3, name="x")
     e = nv.Dot(x, x)
     assert sorted(quad_of(e)) == [(f"x({i})", f"x({i})", 1.0) for i in range(3)]
-
-
-def test_quadratic_form_through_matmul():
+    # A quadratic form through matmul.
     x = nv.vars(2, name="x")
     S = np.array([[2.0, 1.0], [1.0, 3.0]])
     q = x @ S @ x
@@ -59,10 +57,7 @@ def test_quadratic_form_through_matmul():
     # x0^2 * 2 + 2 * x0 x1 + 3 x1^2, the cross term gathered in one entry.
     terms = {(a, b) if a <= b else (b, a): c for a, b, c in quad_of(q)}
     assert terms == {("x(0)", "x(0)"): 2.0, ("x(0)", "x(1)"): 2.0, ("x(1)", "x(1)"): 3.0}
-
-
-def test_expressions_and_nonlinear_factors_accumulate():
-    x = nv.vars(2, name="x")
+    # Expressions and nonlinear factors accumulate.
     v = np.array([2 * x[0] + 1, nv.sin(x[1])], dtype=nv.npexpr)
     e = nv.Dot(np.array([3.0, 2.0]), v)
     assert "sin" in str(e) and "x(0)" in str(e)

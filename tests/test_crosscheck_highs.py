@@ -519,8 +519,6 @@ FOUND = {
     "qp unbounded, not optimal at a finite point": (fixed_model(
         [("C", 0.0, INF), ("C", -INF, 0.5), ("C", -INF, 0.0)], [],
         [0.0, 0.0, 1.0], Q=[[1, 1, 1], [1, 2, 0], [1, 0, 2]]), "unbounded"),
-    # ... and "optimal" at (0.5, 0, -0.5) with objective -0.25 on a strictly convex QP whose
-    # optimum is (2, -1, -1) with -0.5: nuvrel keeps the point as unfinished.
     # HiGHS's QP solver fails ("Solve error") on this convex QP.
     "qp solve error": (fixed_model(
         [("C", 0.0, INF)] * 3 + [("C", -INF, -4.0)], [], [0.0] * 4,
@@ -537,6 +535,8 @@ FOUND = {
     "qp bounded, not unbounded": (fixed_model(
         [("C", 0.0, INF), ("C", -INF, 2.0), ("C", -INF, 0.5)], [row([1, 0, 0], "L", 0.0)],
         [0.0, 0.0, 0.0], Q=[[0, 0, 0], [0, 0, 0], [0, 0, 1]]), "undecided"),
+    # ... and "optimal" at (0.5, 0, -0.5) with objective -0.25 on a strictly convex QP whose
+    # optimum is (2, -1, -1) with -0.5: nuvrel keeps the point as unfinished.
     "qp not optimal": (fixed_model(
         [("C", 0.0, INF), ("C", -INF, 0.5), ("C", -INF, 0.0)], [],
         [0.0, 0.0, 1.0], Q=[[1, 1, 1], [1, 2, 0], [1, 0, 3]]), "not optimal"),

@@ -123,20 +123,17 @@ def test_getiisdata_fills_only_the_lists_given_and_a_change_drops_the_sets():
     assert p.iisfirst(1) == 1
 
 
-@pytest.mark.parametrize(
-    "call, error, text",
-    [
-        (lambda p: p.getiisdata(5, []), nv.SolverError, "no infeasible set 5"),
-        (lambda p: p.iisfirst(7), nv.SolverError, "mode 7"),
-        (lambda p: p.iiswrite(1, "never_written", 5, ""), nv.SolverError, "file type 5"),
-        (lambda p: p.iiswrite(1, "never_written", 0, "q"), nv.SolverError, "unknown flag"),
-        (lambda p: p.iisisolations(-1), nv.SolverError, "no infeasible set -1"),
-        (lambda p: p.getiisdata(1, [], "text"), nv.ModelError, "Unexpected argument"),
-        (lambda p: p.iisstatus([], (), [], []), nv.ModelError, "Unexpected argument"),
-        (lambda p: p.iisstatus([], []), TypeError, None),
-        (lambda p: p.iisfirst("1"), TypeError, None),
-    ],
-)
+@pytest.mark.parametrize("call, error, text", [
+    (lambda p: p.getiisdata(5, []), nv.SolverError, "no infeasible set 5"),
+    (lambda p: p.iisfirst(7), nv.SolverError, "mode 7"),
+    (lambda p: p.iiswrite(1, "never_written", 5, ""), nv.SolverError, "file type 5"),
+    (lambda p: p.iiswrite(1, "never_written", 0, "q"), nv.SolverError, "unknown flag"),
+    (lambda p: p.iisisolations(-1), nv.SolverError, "no infeasible set -1"),
+    (lambda p: p.getiisdata(1, [], "text"), nv.ModelError, "Unexpected argument"),
+    (lambda p: p.iisstatus([], (), [], []), nv.ModelError, "Unexpected argument"),
+    (lambda p: p.iisstatus([], []), TypeError, None),
+    (lambda p: p.iisfirst("1"), TypeError, None),
+])
 def test_bad_requests_raise_and_leave_the_sets_alone(call, error, text):
     p, _, (c1, c2, c3) = _conflict()
     p.iisfirst(1)

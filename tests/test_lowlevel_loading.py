@@ -13,10 +13,18 @@ from test_lowlevel_query_data import query_all
 pytestmark = pytest.mark.usefixtures("quiet")
 
 
+# One row, two columns: loadproblem's positional arguments after the name.
+LOAD_ARGS = dict(rowtype=["L"], rhs=[4], rng=None, objcoef=[1, 2], start=[0, 1, 2], collen=None,
+                 rowind=[0, 0], rowcoef=[1, 1], lb=[0, 0], ub=[1, 1])
+
+
+def load_args(**changed):
+    return tuple(dict(LOAD_ARGS, **changed).values())
+
+
 def test_loadproblem_replaces_the_model_and_its_objects(nv):
     p, (x, y, z), (c1, c2) = small_problem()
-    p.loadproblem("p", ['L'], [4], None, [1, 2], [0, 1, 2], None, [0, 0], [1, 1], [0, 0],
-                  [10, 10])
+    p.loadproblem("p", *load_args(ub=[10, 10]))
     cols, rows = in_step(p)
     assert len(cols) == 2 and len(rows) == 1
     assert not any(v is old for v in cols for old in (x, y, z))
@@ -44,24 +52,16 @@ INCOMPLETE = [
 # (loadproblem's arguments after the name, keywords, exception, message)
 BAD_LOADS = [
     # Indices of loadproblem are plain integers, never names or objects.
-    ((["L"], [4], None, [1, 2], [0, 1, 2], None, ["c1", 0], [1, 1], [0, 0], [1, 1]), {},
-     "SolverError", None),
-    ((["L"], [4, 5], None, [1, 2], [0, 1, 2], None, [0, 0], [1, 1], [0, 0], [1, 1]), {},
-     "ModelError", "expected 1, found 2"),
-    ((["L"], [4], None, [1, 2], [0, 1], None, [0, 0], [1, 1], [0, 0], [1, 1]), {},
-     "InterfaceError", "start needs 3 entries, found 2"),
-    ((["L"], [4], None, [1, 2], [0, 1, 3], None, [0, 0], [1, 1], [0, 0], [1, 1]), {},
-     "InterfaceError", "outside the 2 entries"),
-    ((["L"], [4], None, [1, 2], [0, 1], [1, 2], [0, 0], [1, 1], [0, 0], [1, 1]), {},
-     "InterfaceError", "Column 1 has its coefficients outside"),
-    ((["L"], [4], None, [1, 2], [0, 1, 2], None, [0, 3], [1, 1], [0, 0], [1, 1]), {},
-     "SolverError", "row"),
-    ((["L"], [4], None, [1, 2], [0, 1, 2], None, [0, 0], [1, 1], [0, 0], [1, 1]),
-     dict(colnames=["a"]), "ModelError", "^Incorrect length of variable name list$"),
-    ((["L"], [4], None, [1, 2], [0, 1, 2], None, [0, 0], [1, 1], [0, 0], [1, 1]),
-     dict(coltype=["X"], entind=[0]), "ModelError", "^Incorrect variable type$"),
-    ((["L"], [4], None, [1, 2], [0, 1, 2], None, [0, 0], [1, 1], [0, 0], [1, 1]),
-     dict(qrowind=[0], nrowqcoefs=[2], rowqcol1=[0], rowqcol2=[0], rowqcoef=[1.0]),
+    (load_args(rowind=["c1", 0]), {}, "SolverError", None),
+    (load_args(rhs=[4, 5]), {}, "ModelError", "expected 1, found 2"),
+    (load_args(start=[0, 1]), {}, "InterfaceError", "start needs 3 entries, found 2"),
+    (load_args(start=[0, 1, 3]), {}, "InterfaceError", "outside the 2 entries"),
+    (load_args(start=[0, 1], collen=[1, 2]), {}, "InterfaceError",
+     "Column 1 has its coefficients outside"),
+    (load_args(rowind=[0, 3]), {}, "SolverError", "row"),
+    (load_args(), dict(colnames=["a"]), "ModelError", "^Incorrect length of variable name list$"),
+    (load_args(), dict(coltype=["X"], entind=[0]), "ModelError", "^Incorrect variable type$"),
+    (load_args(), dict(qrowind=[0], nrowqcoefs=[2], rowqcol1=[0], rowqcol2=[0], rowqcoef=[1.0]),
      "InterfaceError", "do not add up"),
     ((["L"], [4]), {}, "InterfaceError",
      "^Must provide arguments rng, objcoef, start, collen, rowind, rowcoef, lb, ub$"),
@@ -242,8 +242,8 @@ def test_addrows_and_addcols_create_named_objects(nv):
 def test_repeated_names_load_and_the_first_holder_is_found(nv):
     # As in a file: the library keeps repeated names, and a look-up finds the first holder.
     p = nv.problem()
-    p.loadproblem("rep", ["L", "G"], [4, 1], None, [1, 2], [0, 1, 2], None, [0, 1], [1, 1],
-                  [0, 0], [1, 1], colnames=["a", "a"], rownames=["r", "r"])
+    p.loadproblem("rep", *load_args(rowtype=["L", "G"], rhs=[4, 1], rowind=[0, 1]),
+                  colnames=["a", "a"], rownames=["r", "r"])
     cols, rows = in_step(p)
     assert [v.name for v in cols] == ["a", "a"] and [c.name for c in rows] == ["r", "r"]
     assert (p.getIndex(cols[1]), p.getIndex(rows[1])) == (1, 1)

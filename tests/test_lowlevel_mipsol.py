@@ -5,6 +5,7 @@ raises without changing the problem."""
 
 import pytest
 from lowlevel_support import picture
+from test_miqp import portfolio
 
 pytestmark = pytest.mark.usefixtures("quiet")
 
@@ -45,11 +46,7 @@ def test_added_solution_is_the_first_incumbent(nv, quadratic, optimum, given, ad
 
 def test_refined_solution_is_feasible_and_not_worse(nv):
     # min variance over four assets, at most two held, return >= 2.5 (as in the engine's tests)
-    v, mu = (1, 2, 4, 8), (1, 2, 3, 4)
-    x = [nv.var(ub=1, name=f"x{j}") for j in range(4)]
-    z = [nv.var(vartype=nv.binary, name=f"z{j}") for j in range(4)]
-    rows = [x[j] <= z[j] for j in range(4)] + [nv.Sum(x) == 1, nv.Sum(m * xj for m, xj in zip(mu, x)) >= 2.5, nv.Sum(z) <= 2]
-    p = nv.problem(x, z, rows, nv.Sum(v[j] * x[j] * x[j] for j in range(4)))
+    p, x, z = portfolio(nv, nv.minimize)
     given = [0, 0.4, 0.6, 0, 0, 1, 1, 0]
     refined = []
     assert p.refinemipsol(0, "", given, refined) == 0

@@ -78,7 +78,7 @@ def test_log_file_and_message_status(tmp_path):
         p.setlogfile(str(tmp_path / "no" / "such.log"))
 
 
-def test_controls_and_name():
+def test_controls_name_and_interrupt_reason():
     p, _ = small_mip()
     q, _ = small_mip()
     q.controls.feasibility_tolerance = 1e-4
@@ -90,10 +90,7 @@ def test_controls_and_name():
         p.copycontrols("q")
     p.setprobname("renamed")
     assert p.name() == "renamed"
-
-
-def test_interrupt_reason_checked():
-    p, _ = small_mip()
+    # The stop reason is checked.
     with pytest.raises(nv.SolverError):
         p.interrupt(0)
     for reason in [2**31, -2**31 - 1, 2**63 - 1]:  # not cut to an int (one would be valid)
@@ -148,18 +145,15 @@ def test_directives_round_trip(tmp_path):
     assert dirs(p)[:3] == ([x[2]], [3], ["N"])
 
 
-@pytest.mark.parametrize(
-    "call, exc, message",
-    [
-        (lambda p, x, y: p.getdirs(None, None, None, None, None), nv.InterfaceError,
-         "Must provide arguments \\(as lists\\) to getdirs"),
-        (lambda p, x, y: p.loaddirs([y, y], [1, 2]), nv.SolverError, "more than one directive"),
-        (lambda p, x, y: p.loaddirs([y], [1], ["Q"]), nv.SolverError, "direction 'Q'"),
-        (lambda p, x, y: p.loaddirs([y], [1, 2]), nv.ModelError, "Mismatched lengths"),
-        (lambda p, x, y: p.loaddirs([nv.var()], [1]), nv.ModelError, "not in problem"),
-        (lambda p, x, y: p.loadbranchdirs([y]), nv.InterfaceError, "Must provide argument dir"),
-    ],
-)
+@pytest.mark.parametrize("call, exc, message", [
+    (lambda p, x, y: p.getdirs(None, None, None, None, None), nv.InterfaceError,
+     "Must provide arguments \\(as lists\\) to getdirs"),
+    (lambda p, x, y: p.loaddirs([y, y], [1, 2]), nv.SolverError, "more than one directive"),
+    (lambda p, x, y: p.loaddirs([y], [1], ["Q"]), nv.SolverError, "direction 'Q'"),
+    (lambda p, x, y: p.loaddirs([y], [1, 2]), nv.ModelError, "Mismatched lengths"),
+    (lambda p, x, y: p.loaddirs([nv.var()], [1]), nv.ModelError, "not in problem"),
+    (lambda p, x, y: p.loadbranchdirs([y]), nv.InterfaceError, "Must provide argument dir"),
+])
 def test_bad_directives_change_nothing(call, exc, message):
     p, x, y = half_knapsack(3)
     p.loaddirs([x[1]], [4], ["U"])

@@ -37,9 +37,7 @@ def test_fresh_variable_defaults_and_identifier_step():
     assert hash(y) - hash(x) == 2
     # A plain variable costs no side-table entry.
     assert table_sizes() == before
-
-
-def test_positional_arguments_follow_keyword_order():
+    # Positional arguments follow the keyword order.
     x = nuvrel.var("x", -1.5, 7.5, 2.5, nuvrel.semicontinuous)
     assert (x.name, x.lb, x.ub, x.threshold, x.vartype) == ("x", -1.5, 7.5, 2.5, 3)
 
@@ -143,6 +141,8 @@ def test_repeated_init_leaves_no_stale_entries():
     ("ub", 2.5, 2.5, True),
     ("ub", -INF, -INF, True),  # only plus infinity is packed for an upper bound
     ("ub", float("nan"), float("nan"), True),
+    # A bound that is not a number is stored as -1.
+    *[(attr, value, -1.0, True) for attr in ("lb", "ub") for value in ("high", None, [1.0])],
 ])
 def test_bound_codes(attr, value, readback, in_table):
     slot = ("lb", "ub").index(attr)
@@ -156,14 +156,6 @@ def test_bound_codes(attr, value, readback, in_table):
     assert table_sizes()[slot] - before == int(in_table)
     del x
     assert table_sizes()[slot] == before
-
-
-@pytest.mark.parametrize("attr", ["lb", "ub"])
-@pytest.mark.parametrize("value", ["high", None, [1.0]])
-def test_bound_that_is_not_a_number_is_stored_as_minus_one(attr, value):
-    x = nuvrel.var(lb=0.5, ub=2.5)
-    setattr(x, attr, value)
-    assert getattr(x, attr) == -1.0
 
 
 @pytest.mark.parametrize("attr", ["threshold", "vartype"])
@@ -288,14 +280,12 @@ def test_term_maps_order_by_creation_and_release_cancelled_variables():
     assert sys.getrefcount(x) == x_refs
     del e
     assert [sys.getrefcount(v) for v in (z, x, y)] == refs
-
-
-def test_term_maps_keep_nan_coefficients():
-    x, y = nuvrel.var(), nuvrel.var()
+    # A NaN coefficient is kept, not taken for a cancelled term.
     e = x + y
     e += float("nan") * x
     variables, coefficients = e.extractLinear()
-    assert same_objects(variables, [x, y]) and math.isnan(coefficients[0]) and coefficients[1] == 1.0
+    assert same_objects(variables, [x, y]) and math.isnan(coefficients[0])
+    assert coefficients[1] == 1.0
 
 
 def test_variables_alive_at_interpreter_exit(run_python):
@@ -406,10 +396,6 @@ def test_explicit_constructor_positional_and_from_comparison(xyz):
     assert c.body is source.body and (c.lb, c.ub) == (-INF, 3.0) and c.name == "taken"
     c = nv.constraint(constraint=source, lb=-1)     # the comparison's bounds win
     assert (c.lb, c.ub) == (-INF, 3.0)
-
-
-def test_explicit_body_from_array(xyz):
-    x, y, _ = xyz
     assert nv.constraint(body=np.array([[x, y]], dtype=object), lb=1).body is x
 
 
@@ -439,7 +425,7 @@ def test_explicit_constructor_errors(xyz, kwargs, message):
     assert sizes() == before      # the half-made constraint took its name entry with it
 
 
-def test_names_and_identifiers(xyz):
+def test_names_identifiers_and_attributes(xyz):
     x = xyz[0]
     a, b = x <= 1, x <= 2
     na, nb = int(a.name[1:]), int(b.name[1:])
@@ -455,6 +441,14 @@ def test_names_and_identifiers(xyz):
     c.name = "again"
     assert c.name == "again"
     assert nv.constraint(body=x, lb=0, name=None).name is None
+    assert c.__class__ is nv.constraint
+    assert c.__dict__ == dict.fromkeys(["lb", "ub", "name", "body", "copy"])
+    with pytest.raises(AttributeError):
+        c.body = x
+    with pytest.raises(AttributeError):
+        c.other = 1
+    with pytest.raises(AttributeError):
+        c.missing
 
 
 def test_copy(xyz):
@@ -485,19 +479,6 @@ def test_bound_attributes(xyz, attr, value, readback):
     setattr(c, attr, value)
     got = getattr(c, attr)
     assert got == readback or math.isnan(got) and math.isnan(readback)
-
-
-def test_attribute_access(xyz):
-    x = xyz[0]
-    c = nv.constraint(body=x, lb=0)
-    assert c.__class__ is nv.constraint
-    assert c.__dict__ == dict.fromkeys(["lb", "ub", "name", "body", "copy"])
-    with pytest.raises(AttributeError):
-        c.body = x
-    with pytest.raises(AttributeError):
-        c.other = 1
-    with pytest.raises(AttributeError):
-        c.missing
 
 
 def test_side_tables_follow_the_bounds(xyz):
@@ -575,6 +556,11 @@ def test_lists_are_shared_with_the_caller(xyz):
     wts.append(3.0)
     assert s.indices is idx and s.weights is wts
     assert same_objects(s.indices, [x, y, z])
+    # A failed reinitialisation leaves the set as it was.
+    s = nv.sos(idx, wts, type=2, name="keep")
+    with pytest.raises(nv.ModelError):
+        s.__init__(list(xyz), (1, 2, 3))
+    assert (s.name, s.type) == ("keep", 2) and s.indices is idx and s.weights is wts
 
 
 def test_copy_shares_elements_but_not_lists(xyz):
@@ -600,14 +586,6 @@ def test_uninitialised_set_fails_cleanly():
     assert s.indices is None and str(s).startswith("sos")
     with pytest.raises(nv.ModelError):
         s.copy()
-
-
-def test_failed_reinitialisation_leaves_set_unchanged(xyz):
-    idx, wts = list(xyz), [1, 2, 3]
-    s = nv.sos(idx, wts, type=2, name="keep")
-    with pytest.raises(nv.ModelError):
-        s.__init__(list(xyz), (1, 2, 3))
-    assert (s.name, s.type) == ("keep", 2) and s.indices is idx and s.weights is wts
 
 
 def test_references_are_released(xyz):

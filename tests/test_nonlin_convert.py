@@ -144,19 +144,16 @@ def test_refused_bodies_leave_the_problem_as_it_was(model, coefs, build, message
     assert p.getObjVal() == pytest.approx(9.0)
 
 
-def test_a_tree_at_the_depth_limit_converts(model, coefs):
-    p, x, y, z = model
-    p.addConstraint(deep(0.01 * x, 3) + deep(y, 60) * 0 + nv.sin(deep(z, 62)) <= 100)
-    assert len(coefs(p)) == 1
-
-
-def test_formulas_from_one_batch_keep_their_rows(model, coefs):
+def test_formulas_from_one_batch_keep_their_rows_and_a_tree_at_the_depth_limit_converts(
+        model, coefs):
     p, x, y, z = model
     cons = [nv.exp(x) * i + y <= 10 * i for i in range(1, 300)]
     p.addConstraint(cons, x * nv.sin(z) <= 2)
     rows = coefs(p)
     assert [r for r, _, _, _ in rows] == list(range(1, 301))
     assert rows[-1][1] == 0 and rows[-1][3] == [MARK, col(2), SIN, END]
+    p.addConstraint(deep(0.01 * x, 3) + deep(y, 60) * 0 + nv.sin(deep(z, 62)) <= 100)
+    assert len(coefs(p)) == 301
 
 
 @pytest.fixture

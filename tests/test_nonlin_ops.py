@@ -141,13 +141,15 @@ def test_numpy_array_operands_work_element_by_element(op):
         assert [node_value(v, point) for v in r] == pytest.approx(expected)
 
 
-class TestSums:
-    def setup_method(self):
-        self.x, self.y, self.z = (nv.var(name=n) for n in "xyz")
+@pytest.fixture
+def xyz_named():
+    return tuple(nv.var(name=n) for n in "xyz")
 
+
+class TestSums:
     @pytest.mark.parametrize("cancel", [lambda s, x: s - 3 - x, lambda s, x: s - (3 + x)])
-    def test_one_linear_part_kept_last_and_dropped_when_cancelled(self, cancel):
-        x, y, z = self.x, self.y, self.z
+    def test_one_linear_part_kept_last_and_dropped_when_cancelled(self, xyz_named, cancel):
+        x, y, z = xyz_named
         s = x * y * z + 3 + x
         assert str(s) == "((z * x*y) + 3 + x)"
         assert str(s + nv.exp(y) + 2 * y) == "((z * x*y) + exp (y) + 3 + x +2 y)"
@@ -168,16 +170,16 @@ class TestSums:
         (lambda x, y, z: nv.exp(x) - y - z, "((exp (x) - y) - z)"),
         (lambda x, y, z: 3 - nv.exp(x), "(3 - exp (x))"),
     ])
-    def test_layouts(self, build, text):
-        x, y, z = self.x, self.y, self.z
+    def test_layouts(self, xyz_named, build, text):
+        x, y, z = xyz_named
         r = build(x, y, z)
         assert str(r) == text
         # Built from numbers, the same formula is computed at once.
         point = {x: 0.3, y: 0.7, z: 1.1}
         assert node_value(r, point) == pytest.approx(build(0.3, 0.7, 1.1))
 
-    def test_in_place_amends_the_left_sum_and_plain_sum_copies(self):
-        x, y, z = self.x, self.y, self.z
+    def test_in_place_amends_the_left_sum_and_plain_sum_copies(self, xyz_named):
+        x, y, z = xyz_named
         e = x + 1
         s = nv.exp(x) + e
         t = s + y
@@ -259,9 +261,6 @@ def test_deep_trees_copy_with_an_error_and_free_without_recursion():
 
 
 class TestConstraints:
-    def setup_method(self):
-        self.x, self.y = nv.var(name="x"), nv.var(name="y")
-
     @pytest.mark.parametrize("build, body, lb, ub", [
         (lambda x, y: nv.exp(x) + 3 <= 5, "(exp (x))", -1e20, 2.0),
         (lambda x, y: nv.exp(x) - 2 <= 0, "exp (x)", -1e20, 2.0),
@@ -275,14 +274,14 @@ class TestConstraints:
         # Only a number at the end moves into the bounds, not an expression's constant.
         (lambda x, y: nv.exp(x) + x + 3 <= 5, "(exp (x) + -2 + x)", -1e20, 0.0),
     ])
-    def test_comparisons_make_constraints(self, build, body, lb, ub):
-        c = build(self.x, self.y)
+    def test_comparisons_make_constraints(self, xyz_named, build, body, lb, ub):
+        c = build(*xyz_named[:2])
         assert type(c) is nv.constraint
         assert str(c.body) == body and (c.lb, c.ub) == (lb, ub)
         assert str(c) == c.name
 
-    def test_constraint_leaves_its_operands_alone(self):
-        s = nv.exp(self.x) + 3
+    def test_constraint_leaves_its_operands_alone(self, xyz_named):
+        s = nv.exp(xyz_named[0]) + 3
         c = s <= 1
         assert str(s) == "(exp (x) + 3)" and str(c.body) == "(exp (x))"
         assert str(c.copy().body) == "(exp (x))"

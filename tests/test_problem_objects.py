@@ -26,27 +26,31 @@ def test_constructor_adds_elements_in_order_and_sets_the_objective(nv):
     p.solve()
     # x + y <= 5 with y <= 3: y = 3, x = 2, objective 8.
     assert p.getObjVal() == pytest.approx(8)
-
-
-def test_a_variable_given_again_becomes_the_objective(nv):
+    # A variable given again becomes the objective.
     x = nv.var(ub=7)
     p = nv.problem(x, x, sense=nv.maximize)
     assert p.attributes.columns == 1
     p.solve()
     assert p.getObjVal() == pytest.approx(7)
-
-
-def test_positional_name_wins_over_keyword(nv):
+    # A positional name wins over the keyword.
     assert nv.problem("positional", name="keyword").name() == "positional"
     assert nv.problem(name="keyword").name() == "keyword"
     assert nv.problem().name() == "noname"
 
 
-def test_generator_element_is_consumed_by_the_declaration_walk(nv):
+def test_declaration_walk_consumes_generators_and_opens_nesting_and_arrays(nv):
     # The walk that classifies a generator consumes it: only its last item is added.
     xs = [nv.var() for _ in range(3)]
     p = nv.problem(v for v in xs)
     assert same_objects(p.getVariable(first=0), [xs[-1]])
+    # Nesting up to the limit is walked, and so are numpy arrays of objects.
+    x = nv.var()
+    p = nv.problem(nested(x, 32))
+    assert p.getIndex(x) == 0
+    x = np.array([[nv.var() for _ in range(3)] for _ in range(2)], dtype=object)
+    p = nv.problem(x)
+    assert p.attributes.columns == 6
+    assert p.getIndex(x[1, 0]) == 3
 
 
 @pytest.mark.parametrize("make, message", [
@@ -64,12 +68,6 @@ def test_generator_element_is_consumed_by_the_declaration_walk(nv):
 def test_constructor_errors(nv, make, message):
     with pytest.raises(nv.ModelError, match=message):
         make(nv, nv.var(), nv.var())
-
-
-def test_nesting_up_to_the_limit_is_walked(nv):
-    x = nv.var()
-    p = nv.problem(nested(x, 32))
-    assert p.getIndex(x) == 0
 
 
 def test_copy_shares_objects_but_not_the_model(nv):
@@ -319,9 +317,8 @@ def test_selection_errors(nv, selection, exc, message, method):
     assert p.attributes.columns == 3
 
 
-@pytest.mark.parametrize(
-    "size, selection", [(2, {"first": 0, "last": 2}), (0, {"first": 0}), (0, {"last": 0})]
-)
+@pytest.mark.parametrize("size, selection",
+                         [(2, {"first": 0, "last": 2}), (0, {"first": 0}), (0, {"last": 0})])
 def test_out_of_range_messages_differ_between_delete_and_get(nv, size, selection):
     p = nv.problem([nv.var() for _ in range(size)])
     with pytest.raises(nv.ModelError, match="Parameters 'first' or 'last' are out of range"):
@@ -364,13 +361,6 @@ def test_indicator_tuples_each_add_a_row(nv):
     assert p.attributes.indicators == 3 and p.attributes.rows == 3
     p.addIndicator()
     assert p.attributes.rows == 3
-
-
-def test_numpy_arrays_of_objects_are_walked(nv):
-    x = np.array([[nv.var() for _ in range(3)] for _ in range(2)], dtype=object)
-    p = nv.problem(x)
-    assert p.attributes.columns == 6
-    assert p.getIndex(x[1, 0]) == 3
 
 
 @pytest.mark.parametrize("method", ["addVariable", "addConstraint"])
@@ -475,7 +465,7 @@ def test_bad_arguments_raise(lp, call, exc, message):
     assert p.getSolution() == before
 
 
-def test_mip_refuses_duals_and_reduced_costs_but_gives_values():
+def test_mip_refuses_duals_but_gives_values_and_empty_problem_gives_empty_vectors():
     x = nv.var(vartype=nv.integer, ub=10, name="x")
     y = nv.var(name="y", ub=10)
     row = 2 * x + y <= 7.5
@@ -489,9 +479,6 @@ def test_mip_refuses_duals_and_reduced_costs_but_gives_values():
         p.getDual()
     with pytest.raises(nv.SolverError, match="Cannot retrieve reduced cost in a MIP"):
         p.getRCost(x)
-
-
-def test_empty_problem_gives_empty_vectors():
     p = nv.problem()
     p.solve()
     assert p.getSolution() == [] and p.getSlack() == []

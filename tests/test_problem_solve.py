@@ -92,11 +92,6 @@ def test_values_of_every_type_round_trip(p, name, value, kind):
     assert type(p.getControl(name)) is kind
 
 
-def test_setControl_with_a_dictionary_sets_every_entry(p):
-    p.setControl({"threads": 1, "PRESOLVE": 0})
-    assert p.getControl(["threads", "presolve"]) == {"threads": 1, "presolve": 0}
-
-
 @pytest.mark.parametrize("name", ["time_limit", "mip_relative_gap", "mip_absolute_gap", "cutoff"])
 def test_limits_accept_infinity_as_no_limit(p, name):
     p.setControl(name, float("inf"))
@@ -105,7 +100,7 @@ def test_limits_accept_infinity_as_no_limit(p, name):
     assert p.getSolution() == [0.0]
 
 
-def test_getControl_and_getAttrib_without_arguments_list_everything(p):
+def test_listing_controls_and_attributes_and_setting_a_dictionary(nv, p):
     p.controls.random_seed = 5
     everything = p.getControl()
     assert everything["random_seed"] == -1  # reported, not read
@@ -113,9 +108,9 @@ def test_getControl_and_getAttrib_without_arguments_list_everything(p):
     assert p.controls.random_seed == 5
     attributes = p.getAttrib()
     assert attributes["rows"] == 1 and attributes["columns"] == 1
-
-
-def test_attributes_follow_the_problem(nv, p):
+    p.setControl({"threads": 1, "PRESOLVE": 0})
+    assert p.getControl(["threads", "presolve"]) == {"threads": 1, "presolve": 0}
+    # The attributes follow the problem.
     p.setObjective(p.getVariable(index=0), sense=nv.maximize)
     p.solve()
     assert p.attributes.lp_status == nv.lp_optimal == p.getProbStatus()

@@ -46,14 +46,11 @@ def test_element_text_in_names(element, text):
     assert x[element, 0].name == "v(%s,0)" % text
 
 
-def test_prefix_defaults_to_x_and_none_or_empty_keep_default_names():
+def test_prefix_defaults_to_x_none_or_empty_keep_default_names_and_names_are_cut():
     assert [v.name for v in nuvrel.vars(["a", "b"]).values()] == ["x(a)", "x(b)"]
     for kwargs in ({"name": ""}, {"name": None}):
         x = nuvrel.vars(["a", "b"], **kwargs)
         assert [v.name for v in x.values()] == ["C%d" % hash(v) for v in x.values()]
-
-
-def test_name_is_cut_at_2500_characters():
     long_index = "i" * 3000
     x = nuvrel.vars([long_index], name="n")
     assert x[long_index].name == ("n(" + long_index)[:2500]
