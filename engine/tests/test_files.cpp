@@ -118,8 +118,9 @@ TEST_F(FilesTest, UnusualBasesReadBack) {
   EXPECT_EQ(cols, c0) << readBytes(path("u.bss"));
 }
 
-// The text reports give every answer: the comma-separated file to full precision.
-TEST_F(FilesTest, ReportsHoldTheAnswers) {
+// The text reports give every answer: the comma-separated file to full precision. A binary
+// solution of another problem's size is refused.
+TEST_F(FilesTest, ReportsHoldTheAnswersAndBinarySolutionsFitTheirProblem) {
   solve("afiro.mps");
   const nvrl::SolveState &s = prob->sol;
   ASSERT_EQ(0, NVRLwritesol(prob, path("a.csv").c_str(), "")) << lastError();
@@ -151,6 +152,10 @@ TEST_F(FilesTest, ReportsHoldTheAnswers) {
   const std::string prt = readBytes(path("a.prt"));
   EXPECT_NE(std::string::npos, prt.find("Objective: -464.7531429")) << prt;
   EXPECT_EQ(std::string::npos, prt.find("Rows (")) << "flag x: columns only";
+  ASSERT_EQ(0, NVRLwritebinsol(prob, path("a.bsol").c_str(), "")) << lastError();
+  makeFresh("adlittle.mps");
+  EXPECT_NE(0, NVRLreadbinsol(fresh, path("a.bsol").c_str(), ""));
+  EXPECT_NE(std::string::npos, lastError(fresh).find("the problem has")) << lastError(fresh);
 }
 
 // A malformed file of bases, binary solutions, directives or solutions is refused naming the
@@ -216,15 +221,6 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"SlxOpenQuote", NVRLreadslxsol, "COLUMNS value\n    \"x  1\nEND\n", "line 2: a quoted name has no closing quote"},
         Bad{"SlxNoColumns", NVRLreadslxsol, "END\n", "no COLUMNS section"}),
     [](const auto &info) { return std::string(info.param.label); });
-
-// A binary solution of another problem's size is refused.
-TEST_F(FilesTest, BinarySolutionOfAnotherSizeRefused) {
-  solve("afiro.mps");
-  ASSERT_EQ(0, NVRLwritebinsol(prob, path("a.bsol").c_str(), "")) << lastError();
-  makeFresh("adlittle.mps");
-  EXPECT_NE(0, NVRLreadbinsol(fresh, path("a.bsol").c_str(), ""));
-  EXPECT_NE(std::string::npos, lastError(fresh).find("the problem has")) << lastError(fresh);
-}
 
 // Log lines reach the log file; a suppressed code keeps its line out of it until shown again.
 TEST_F(FilesTest, LogFileAndMessageStatus) {
@@ -517,8 +513,11 @@ TEST_F(SnapshotTest, EveryKindOfModelDataSurvives) {
   EXPECT_EQ(std::signbit(fresh->model.A.rows().val[2]), true);
 }
 
-TEST_F(SnapshotTest, SaveUsesTheProblemNameAndRestoreFindsIt) {
+// NVRLsave names the file after the problem and NVRLrestore finds it; the flags leave out the
+// answers ('n') or keep the problem's own controls ('c'); a failed save keeps the earlier file.
+TEST_F(SnapshotTest, SaveRestoreAndTheirFlags) {
   solve("afiro.mps");
+  NVRLsetdblcontrol(prob, NVRL_CTRL_TIME_LIMIT, 30);
   char cwd[4096];
   ASSERT_NE(nullptr, getcwd(cwd, sizeof cwd));
   ASSERT_EQ(0, chdir(dir.c_str()));
@@ -532,25 +531,25 @@ TEST_F(SnapshotTest, SaveUsesTheProblemNameAndRestoreFindsIt) {
   EXPECT_EQ(0, restored) << err;
   EXPECT_EQ("AFIRO", fresh->model.name);
   EXPECT_EQ(dblAttr(prob, NVRL_ATTR_LP_OBJECTIVE), dblAttr(fresh, NVRL_ATTR_LP_OBJECTIVE));
-}
 
-TEST_F(SnapshotTest, FlagsKeepControlsOrLeaveOutAnswers) {
-  solve("afiro.mps");
-  NVRLsetdblcontrol(prob, NVRL_CTRL_TIME_LIMIT, 30);
-  ASSERT_EQ(0, NVRLsaveas(prob, path("a.svf").c_str()));
   NVRLsetdblcontrol(fresh, NVRL_CTRL_TIME_LIMIT, 5);
-
-  ASSERT_EQ(0, NVRLrestore(fresh, path("a").c_str(), "c")) << lastError(fresh);
-  EXPECT_EQ(5, dblCtl(fresh, NVRL_CTRL_TIME_LIMIT));
-  EXPECT_EQ(NVRL_LP_OPTIMAL, intAttr(fresh, NVRL_ATTR_LP_STATUS));
-
-  ASSERT_EQ(0, NVRLrestore(fresh, path("a").c_str(), "n")) << lastError(fresh);
+  ASSERT_EQ(0, NVRLrestore(fresh, path("AFIRO").c_str(), "n")) << lastError(fresh);
   EXPECT_EQ(30, dblCtl(fresh, NVRL_CTRL_TIME_LIMIT));
   EXPECT_EQ(NVRL_LP_UNSTARTED, intAttr(fresh, NVRL_ATTR_LP_STATUS));
   EXPECT_NE(0, NVRLgetlpsol(fresh, std::vector<double>(fresh->model.cols()).data(), nullptr,
                             nullptr, nullptr));
   EXPECT_NE(0, NVRLgetbasis(fresh, nullptr, nullptr));
   expectIdenticalModel(prob->model, fresh->model);
+  NVRLsetdblcontrol(fresh, NVRL_CTRL_TIME_LIMIT, 5);
+  ASSERT_EQ(0, NVRLrestore(fresh, path("AFIRO").c_str(), "c")) << lastError(fresh);
+  EXPECT_EQ(5, dblCtl(fresh, NVRL_CTRL_TIME_LIMIT));
+  EXPECT_EQ(NVRL_LP_OPTIMAL, intAttr(fresh, NVRL_ATTR_LP_STATUS));
+
+  const std::string good = readBytes(path("AFIRO.svf"));
+  // A directory where the temporary file goes makes the write fail before the rename.
+  std::filesystem::create_directories(path("AFIRO.svf.part"));
+  EXPECT_NE(0, NVRLsaveas(prob, path("AFIRO.svf").c_str()));
+  EXPECT_EQ(good, readBytes(path("AFIRO.svf")));
 }
 
 // ----- Bad files and bad arguments -------------------------------------------------------
@@ -727,16 +726,6 @@ TEST_F(SnapshotTest, LinksAndPipesAreWrittenThroughNotReplaced) {
   EXPECT_EQ(3, read(reader, got, sizeof got));
   EXPECT_STREQ("abc", got);
   close(reader);
-}
-
-TEST_F(SnapshotTest, AFailedSaveKeepsTheEarlierFile) {
-  solve("afiro.mps");
-  ASSERT_EQ(0, NVRLsaveas(prob, path("keep.svf").c_str()));
-  const std::string good = readBytes(path("keep.svf"));
-  // A directory where the temporary file goes makes the write fail before the rename.
-  std::filesystem::create_directories(path("keep.svf.part"));
-  EXPECT_NE(0, NVRLsaveas(prob, path("keep.svf").c_str()));
-  EXPECT_EQ(good, readBytes(path("keep.svf")));
 }
 
 }  // namespace

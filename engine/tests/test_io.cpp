@@ -380,24 +380,20 @@ TEST_F(MpsRead, EverySectionLandsInTheStore) {
   EXPECT_EQ(m.indcomp, (std::vector<int>{1, -1, 0, 0}));
 }
 
-TEST_F(MpsRead, QmatrixListsTheFullObjectiveMatrix) {
-  const nvrl::Model &m = load("q.mps",
-                              "NAME q\nOBJSENSE MAX\nROWS\n N obj\nCOLUMNS\n    x obj 1\n    y obj 1\n"
-                              "RHS\nQMATRIX\n    x x 2\n    x y -3\n    y x -3\nENDATA\n");
-  EXPECT_EQ(m.objsense, -1);
-  EXPECT_EQ(m.qobj, (nvrl::QMatrix{{{0, 0}, 2.0}, {{0, 1}, -3.0}}));
-}
-
-TEST_F(MpsRead, ObjectiveSenseSpellings) {
-  // Each read replaces the model, so a file without OBJSENSE after a maximisation minimises.
+// Each read replaces the model, so a file without OBJSENSE after a maximisation minimises.
+// QMATRIX lists the full objective matrix: the pair (x,y) is given twice and stored once.
+TEST_F(MpsRead, ObjectiveSenseSpellingsAndQmatrix) {
   const char *senses[][2] = {{"OBJSENSE MAX\n", "-1"}, {"", "1"},
                              {"OBJSENSE\n    MAXIMIZE\n", "-1"}, {"OBJSENSE MINIMIZE\n", "1"},
                              {"OBJSENSE\nMAX\n", "-1"}, {"OBJSENSE\n    MIN\n", "1"}};
   for (auto &sense : senses) {
     SCOPED_TRACE(sense[0]);
-    const nvrl::Model &m = load("o.mps", std::string("NAME o\n") + sense[0] +
-                                             "ROWS\n N obj\nCOLUMNS\n    x obj 1\nRHS\nENDATA\n");
+    const nvrl::Model &m =
+        load("o.mps", std::string("NAME o\n") + sense[0] +
+                          "ROWS\n N obj\nCOLUMNS\n    x obj 1\n    y obj 1\n"
+                          "RHS\nQMATRIX\n    x x 2\n    x y -3\n    y x -3\nENDATA\n");
     EXPECT_EQ(m.objsense, std::stoi(sense[1]));
+    EXPECT_EQ(m.qobj, (nvrl::QMatrix{{{0, 0}, 2.0}, {{0, 1}, -3.0}}));
   }
 }
 
@@ -465,9 +461,10 @@ TEST_F(MpsRead, SosHeadersAndMembersInEachCommonLayout) {
   }
 }
 
-TEST_F(MpsRead, FortranExponentsReadInEverySection) {
-  const nvrl::Model &m = load("f.mps",
-                              "NAME f\nROWS\n N obj\n L r\nCOLUMNS\n    x obj 1.5D2 r -2d-1\n"
+// Fortran exponents read in every section; without a name the problem is named after the file.
+TEST_F(MpsRead, FortranExponentsAndNameFromTheFile) {
+  const nvrl::Model &m = load("unnamed.mps",
+                              "NAME\nROWS\n N obj\n L r\nCOLUMNS\n    x obj 1.5D2 r -2d-1\n"
                               "RHS\n    RHS r 1.0D+1\nRANGES\n    RNG r 4D0\n"
                               "BOUNDS\n UP BND x 1d400\n LO BND x -.5D1\nENDATA\n");
   ASSERT_EQ(m.cols(), 1);
@@ -477,10 +474,6 @@ TEST_F(MpsRead, FortranExponentsReadInEverySection) {
   EXPECT_EQ(m.range[0], 4.0);
   EXPECT_EQ(m.ub[0], kInf);
   EXPECT_EQ(m.lb[0], -5.0);
-}
-
-TEST_F(MpsRead, NameFallsBackToTheFileName) {
-  const nvrl::Model &m = load("unnamed.mps", "NAME\nROWS\n N obj\nCOLUMNS\n    x obj 1\nRHS\nENDATA\n");
   EXPECT_EQ(m.name, "unnamed");
 }
 
@@ -545,13 +538,21 @@ INSTANTIATE_TEST_SUITE_P(
     nvtest::byLabel);
 #undef HEAD
 
-TEST_F(MpsRead, MissingFileIsReportedAndLeavesTheModel) {
+// A missing file is reported and leaves the model and its solution; a successful read drops
+// the solution.
+TEST_F(MpsRead, MissingFileLeavesTheModelAndAReadDropsTheSolution) {
   load("keep.mps", "NAME keep\nROWS\n N obj\nCOLUMNS\n    x obj 1\nRHS\nENDATA\n");
+  const uint64_t version = prob->version;
+  prob->sol.lpstatus = NVRL_LP_OPTIMAL;
   std::string missing = path("nothere.mps");
   EXPECT_NE(NVRLreadprob(prob, missing.c_str(), ""), 0);
   EXPECT_EQ(lastError(), "Cannot open problem file '" + missing + "': No such file or directory");
   EXPECT_EQ(prob->model.name, "keep");
   EXPECT_EQ(prob->model.cols(), 1);
+  EXPECT_EQ(prob->sol.lpstatus, NVRL_LP_OPTIMAL);
+  load("a.mps", "NAME a\nROWS\n N obj\nCOLUMNS\n    x obj 1\nRHS\nENDATA\n");
+  EXPECT_GT(prob->version, version);
+  EXPECT_EQ(prob->sol.lpstatus, NVRL_LP_UNSTARTED);
 }
 
 TEST_F(MpsRead, FormatComesFromFlagsExtensionOrTheFileFound) {
@@ -577,18 +578,16 @@ TEST_F(MpsRead, FormatComesFromFlagsExtensionOrTheFileFound) {
   EXPECT_NE(lastError().find("lptext.mps:1: unknown section 'Minimize'"), std::string::npos) << lastError();
 }
 
-TEST_F(MpsRead, SuccessfulReadDropsTheLastSolution) {
-  load("a.mps", "NAME a\nROWS\n N obj\nCOLUMNS\n    x obj 1\nRHS\nENDATA\n");
-  uint64_t version = prob->version;
-  prob->sol.lpstatus = NVRL_LP_OPTIMAL;
-  load("a.mps", "NAME a\nROWS\n N obj\nCOLUMNS\n    x obj 1\nRHS\nENDATA\n");
-  EXPECT_GT(prob->version, version);
-  EXPECT_EQ(prob->sol.lpstatus, NVRL_LP_UNSTARTED);
-}
-
 // ---- Writing problems: a model using every feature the formats carry comes back identical from
 // MPS and LP files, and what a format cannot carry is refused with a clear message.
 
+// Writes the problem as leaf with the flags ('l': LP) and reads the file back; its path.
+std::string writeAndRead(NVRLprob prob, const std::string &leaf, const char *flags) {
+  const std::string file = leaf + (*flags ? ".lp" : ".mps");
+  EXPECT_EQ(NVRLwriteprob(prob, leaf.c_str(), flags), 0) << nvtest::lastError(prob);
+  EXPECT_EQ(NVRLreadprob(prob, file.c_str(), ""), 0) << nvtest::lastError(prob);
+  return file;
+}
 
 class RoundTrip : public iotest::FileTest {
  protected:
@@ -636,10 +635,7 @@ class RoundTrip : public iotest::FileTest {
 
   void expectRoundTrip(const char *flags, const char *ext) {
     const nvrl::Model original = prob->model;
-    std::string p = path("out");
-    ASSERT_EQ(NVRLwriteprob(prob, p.c_str(), flags), 0) << lastError();
-    ASSERT_TRUE(std::filesystem::exists(p + ext));
-    ASSERT_EQ(NVRLreadprob(prob, (p + ext).c_str(), ""), 0) << lastError();
+    EXPECT_EQ(writeAndRead(prob, path("out"), flags), path("out") + ext);
     iotest::expectSameModel(original, prob->model, std::string(ext) == ".mps");
   }
 };
@@ -668,9 +664,7 @@ TEST_F(RoundTrip, RangeRowsThroughLpFilesKeepTheLimits) {
   for (const char *flags : {"", "l"}) {
     SCOPED_TRACE(flags);
     prob->model = original;
-    std::string p = path("ranges");
-    ASSERT_EQ(NVRLwriteprob(prob, p.c_str(), flags), 0) << lastError();
-    ASSERT_EQ(NVRLreadprob(prob, (p + (*flags ? ".lp" : ".mps")).c_str(), ""), 0) << lastError();
+    writeAndRead(prob, path("ranges"), flags);
     const nvrl::Model &m = prob->model;
     EXPECT_EQ(m.rhs, original.rhs);
     EXPECT_EQ(m.rowtype, original.rowtype);
@@ -697,10 +691,8 @@ TEST_F(RoundTrip, RepeatedNamesAreWrittenWithSuffixes) {
     m.rownames[4] = "obj";   // and an MPS file's objective row, "obj" by default, is obj_1
     prob->modelChanged();
     const int rows = m.rows();
-    std::string p = path("repeated");
-    ASSERT_EQ(NVRLwriteprob(prob, p.c_str(), flags), 0) << lastError();
-    if (!*flags) EXPECT_NE(iotest::readBytes(p + ".mps").find("obj_1"), std::string::npos);
-    ASSERT_EQ(NVRLreadprob(prob, (p + (*flags ? ".lp" : ".mps")).c_str(), ""), 0) << lastError();
+    const std::string file = writeAndRead(prob, path("repeated"), flags);
+    if (!*flags) EXPECT_NE(iotest::readBytes(file).find("obj_1"), std::string::npos);
     ASSERT_EQ(prob->model.rows(), rows);
     EXPECT_EQ(std::vector<std::string>(prob->model.rownames.begin(),
                                        prob->model.rownames.begin() + 5),
@@ -845,9 +837,7 @@ TEST_P(DataFile, ReadsWithTheExpectedSizesAndWritesBackUnchanged) {
       EXPECT_FALSE(std::filesystem::exists(out + ".lp"));
       continue;
     }
-    ASSERT_EQ(NVRLwriteprob(prob, out.c_str(), flags), 0) << lastError();
-    out += *flags ? ".lp" : ".mps";
-    ASSERT_EQ(NVRLreadprob(prob, out.c_str(), ""), 0) << lastError();
+    writeAndRead(prob, out, flags);
     // An LP file has no problem name; the reader names the problem after the file.
     expectSameModel(original, prob->model, !*flags);
     if (*flags) EXPECT_EQ(prob->model.name, "copy");

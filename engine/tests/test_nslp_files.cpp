@@ -1,5 +1,6 @@
 // Nonlinear problem files, snapshots and the data set of test problems.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -7,10 +8,10 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "core/registry.h"
@@ -28,30 +29,40 @@ using iotest::readBytes;
 namespace fs = std::filesystem;
 namespace snap = nvrl::snap;
 
-// ---- Nonlinear problem files: every test problem reads into the store with the meaning the
-// plain-Python checker gives it (its published optimal point is feasible and gives its
-// optimum), writes and reads back exactly, and faulty files fail naming the line while
+// ---- Nonlinear problem files and snapshots (NSLPsave, NSLPsaveas, NSLPrestore), NSLPwriteslxsol
+// and the data set of test problems: files read with the meaning they are given, write and read
+// back exactly; solved problems come back in another problem pair with their data, answers and
+// controls, user functions without their addresses; faulty files fail naming the fault while
 // leaving both problems as they were.
 namespace {
 
-class NlFile : public iotest::FileTest {
+// A problem pair, a second pair to restore into, and a directory for the files.
+class NlFile : public nslptest::NslpTest, public iotest::TestDir {
  protected:
+  NlFile() : TestDir("nvrl_nlfile_") {}
   void SetUp() override {
-    iotest::FileTest::SetUp();
-    ASSERT_EQ(NSLPinit(nullptr), 0);
-    ASSERT_EQ(NSLPcreateprob(&slp, &prob), 0);
+    ASSERT_NO_FATAL_FAILURE(NslpTest::SetUp());
+    second.emplace();
+    prob2 = second->prob;
+    slp2 = second->slp;
   }
   void TearDown() override {
-    NSLPdestroyprob(slp);
-    NSLPfree();
-    iotest::FileTest::TearDown();
+    second.reset();
+    NslpTest::TearDown();
   }
-  std::string slpError() const { return nvtest::slpError(slp); }
   void read(const std::string &file) {
     ASSERT_EQ(NSLPreadprob(slp, file.c_str(), ""), 0) << slpError();
   }
+  std::string writeText(const std::string &leaf, const std::string &text) const {
+    iotest::writeBytes(path(leaf), text);
+    return path(leaf);
+  }
+  std::string error2() const { return nvtest::slpError(slp2); }
+  void expectSameProblems();
 
-  NSLPprob slp = nullptr;
+  std::optional<nslptest::SecondPair> second;
+  NVRLprob prob2 = nullptr;
+  NSLPprob slp2 = nullptr;
 };
 
 // The coefficients and initial values, which a file holds.
@@ -90,51 +101,170 @@ void evaluate(const nvrl::Model &m, const nvrl::SlpData &d, const std::vector<do
   }
 }
 
-TEST_F(NlFile, EveryTestProblemMeansWhatItsCommentsSay) {
-  const std::vector<std::string> stems = nslptest::nlpStems();
-  ASSERT_GE(stems.size(), 36u);
-  for (const std::string &stem : stems) {
-    SCOPED_TRACE(stem);
-    const std::string file = nslptest::nlpFile(stem);
-    read(file);
-    const nvrl::Model &m = prob->model;
-    const nvrl::SlpData &d = slp->data;
-    for (size_t k = 1; k < d.coefs.size(); ++k)
-      EXPECT_LT(std::pair(d.coefs[k - 1].row, d.coefs[k - 1].col),
-                std::pair(d.coefs[k].row, d.coefs[k].col));
-    const nslptest::Published pub = nslptest::published(file);
-    std::vector<double> x(static_cast<size_t>(m.cols()));
-    for (int j = 0; j < m.cols(); ++j) {
-      ASSERT_TRUE(pub.solution.count(m.colnames[j])) << m.colnames[j];
-      x[j] = pub.solution.at(m.colnames[j]);
-    }
-    double obj;
-    std::vector<double> act;
-    evaluate(m, d, x, obj, act);
-    EXPECT_NEAR(obj, pub.optimum, 1e-6 * std::max(1.0, std::fabs(pub.optimum)));
-    for (int i = 0; i < m.rows(); ++i) {
-      const double tol = 1e-6 * std::max(1.0, std::fabs(m.rhs[i]));
-      const char t = m.rowtype[i];
-      if (t == 'L' || t == 'E' || t == 'R') EXPECT_LE(act[i], m.rhs[i] + tol) << m.rownames[i];
-      if (t == 'G' || t == 'E') EXPECT_GE(act[i], m.rhs[i] - tol) << m.rownames[i];
-      if (t == 'R') EXPECT_GE(act[i], m.rhs[i] - m.range[i] - tol) << m.rownames[i];
-    }
-  }
+void expectSameState(const nvrl::SlpState &a, const nvrl::SlpState &b) {
+  // A restored problem is not presolved (the presolved form is not saved).
+  const int presolved = 1 << 29;
+  EXPECT_EQ(std::tuple(a.constant_col, a.statebits & ~presolved, a.nlpstatus, a.stopstatus,
+                       a.iterations, a.cascade_failures, a.presolve_fixed, a.presolve_linear),
+            std::tuple(b.constant_col, b.statebits, b.nlpstatus, b.stopstatus, b.iterations,
+                       b.cascade_failures, b.presolve_fixed, b.presolve_linear));
+  EXPECT_EQ(std::tuple(a.multistart.jobs_run, a.multistart.winner, a.multistart.jobs_optimal),
+            std::tuple(b.multistart.jobs_run, b.multistart.winner, b.multistart.jobs_optimal));
+  EXPECT_TRUE(sameBits(a.multistart.base_objective, b.multistart.base_objective));
+  EXPECT_TRUE(sameBits(a.detail.step, b.detail.step));
+  EXPECT_TRUE(sameBits(a.detail.penalty_total, b.detail.penalty_total));
+  EXPECT_EQ(a.detail.penalty_iterations, b.detail.penalty_iterations);
+  EXPECT_TRUE(sameBits({a.objval, a.last_penalty, a.fixed_penalty},
+                       {b.objval, b.last_penalty, b.fixed_penalty}));
+  EXPECT_TRUE(sameBits(a.x, b.x));
+  EXPECT_TRUE(sameBits(a.slack, b.slack));
+  EXPECT_TRUE(sameBits(a.duals, b.duals));
+  EXPECT_TRUE(sameBits(a.djs, b.djs));
 }
 
-TEST_F(NlFile, EveryTestProblemWritesAndReadsBackExactly) {
-  for (const std::string &stem : nslptest::nlpStems()) {
-    SCOPED_TRACE(stem);
-    read(nslptest::nlpFile(stem));
-    const nvrl::Model model = prob->model;
-    const nvrl::SlpData data = slp->data;
-    const std::string out = path("out.mps");
-    ASSERT_EQ(NSLPwriteprob(slp, out.c_str(), ""), 0) << slpError();
-    read(out);
-    iotest::expectSameModel(model, prob->model);
-    expectSameCoefficients(data, slp->data);
-  }
+void NlFile::expectSameProblems() {
+  expectSameData(slp->data, slp2->data);
+  expectSameState(slp->state, slp2->state);
+  EXPECT_EQ(attributes(slp), attributes(slp2));
+  EXPECT_EQ(slp->controls.ints, slp2->controls.ints);
+  EXPECT_EQ(slp->controls.dbls, slp2->controls.dbls);
+  EXPECT_EQ(prob->model.colnames, prob2->model.colnames);
+  EXPECT_EQ(prob->model.A.rows().val, prob2->model.A.rows().val);
 }
+
+// ---- The nonlinear test problems of tests/data/nlp (Hock-Schittkowski problems and small
+// quadratically constrained and mixed-integer ones), each in one test: it means what its
+// comments say (its published optimal point is feasible and gives its optimum), writes and reads
+// back exactly, reaches the stated optimum from its own starting point, and, solved, comes back
+// from a snapshot with its data and answers.
+
+TEST(NlpTestProblems, AreAllThere) {
+  EXPECT_GE(nslptest::nlpStems().size(), 36u);
+}
+
+class NlpTestProblem : public NlFile, public ::testing::WithParamInterface<std::string> {};
+
+// Files the solver does not settle yet, with what it does instead (skipped after their other
+// checks, so that they show in every run's summary; remove an entry once its file passes).
+const std::map<std::string, std::string> kNotYet = {
+    {"hs002", "ends at 4.9412, HS 2's other local minimum (as Ipopt does from this start)"},
+    {"hs013",
+     "degenerate optimum (no constraint qualification): ends at 0.99981 (Ipopt at "
+     "0.9946)"},
+};
+
+// Files whose optimal point is unique, so that the point reached is checked as well.
+const std::set<std::string> kUniquePoint = {"hs001", "hs006", "hs007", "hs043", "hs071"};
+
+TEST_P(NlpTestProblem, MeansWritesSolvesAndRestores) {
+  const std::string file = nslptest::nlpFile(GetParam());
+  const nslptest::Published pub = nslptest::published(file);
+  ASSERT_FALSE(std::isnan(pub.optimum)) << "no optimum comment in " << file;
+  read(file);
+  const nvrl::Model &m = prob->model;
+  const nvrl::SlpData &d = slp->data;
+  for (size_t k = 1; k < d.coefs.size(); ++k)
+    EXPECT_LT(std::pair(d.coefs[k - 1].row, d.coefs[k - 1].col),
+              std::pair(d.coefs[k].row, d.coefs[k].col));
+  std::vector<double> x(static_cast<size_t>(m.cols()));
+  for (int j = 0; j < m.cols(); ++j) {
+    ASSERT_TRUE(pub.solution.count(m.colnames[j])) << m.colnames[j];
+    x[j] = pub.solution.at(m.colnames[j]);
+  }
+  double obj;
+  std::vector<double> act;
+  evaluate(m, d, x, obj, act);
+  EXPECT_NEAR(obj, pub.optimum, 1e-6 * std::max(1.0, std::fabs(pub.optimum)));
+  for (int i = 0; i < m.rows(); ++i) {
+    const double tol = 1e-6 * std::max(1.0, std::fabs(m.rhs[i]));
+    const char t = m.rowtype[i];
+    if (t == 'L' || t == 'E' || t == 'R') EXPECT_LE(act[i], m.rhs[i] + tol) << m.rownames[i];
+    if (t == 'G' || t == 'E') EXPECT_GE(act[i], m.rhs[i] - tol) << m.rownames[i];
+    if (t == 'R') EXPECT_GE(act[i], m.rhs[i] - m.range[i] - tol) << m.rownames[i];
+  }
+
+  // Written and read back, exactly.
+  const nvrl::Model model = m;
+  const nvrl::SlpData data = d;
+  ASSERT_EQ(NSLPwriteprob(slp, path("out.mps").c_str(), ""), 0) << slpError();
+  read(path("out.mps"));
+  iotest::expectSameModel(model, prob->model);
+  expectSameCoefficients(data, slp->data);
+
+  // Solved as read from the file: the stated optimum. A file not settled yet is given at most
+  // 200 iterations.
+  read(file);
+  const auto not_yet = kNotYet.find(GetParam());
+  bool integers = false;
+  for (char t : m.coltype) integers = integers || t != 'C';
+  if (not_yet != kNotYet.end()) NSLPsetintcontrol(slp, NSLP_CTRL_ITERATION_LIMIT, 200);
+  const int rc = optimize(integers ? "g" : "");
+  if (not_yet == kNotYet.end()) {
+    EXPECT_EQ(0, rc) << slpError();
+    const int status = intAttr(NSLP_ATTR_STATUS);
+    EXPECT_TRUE(status == NSLP_NLP_LOCALLY_OPTIMAL || status == NSLP_NLP_GLOBALLY_OPTIMAL)
+        << "status " << status;
+    EXPECT_EQ(NVRL_STOP_NONE, intAttr(NSLP_ATTR_STOP_STATUS));
+    EXPECT_NEAR(pub.optimum, dblAttr(NSLP_ATTR_OBJECTIVE),
+                std::max(1e-5, 10 * pub.tolerance) * std::max(1.0, std::fabs(pub.optimum)));
+    std::vector<double> slack(m.rows());
+    EXPECT_EQ(0, NSLPgetslpsol(slp, x.data(), slack.data(), nullptr, nullptr)) << slpError();
+    // The slack is the full nonlinear activity's: it vanishes on the equality rows.
+    for (int i = 0; i < m.rows(); ++i)
+      if (m.rowtype[i] == 'E') EXPECT_NEAR(0.0, slack[i], 1e-6) << m.rownames[i];
+    if (kUniquePoint.count(GetParam()))
+      for (int j = 0; j < m.cols(); ++j)
+        EXPECT_NEAR(pub.solution.at(m.colnames[j]), x[j], 1e-4) << m.colnames[j];
+  }
+
+  // Snapshots: settings of every kind the nonlinear data holds, so that each is carried.
+  NSLPsetintcontrol(slp, NSLP_CTRL_ITERATION_LIMIT, 200);
+  const double weight = 2.5, damp = 0.25, penalty = 7;
+  const int history = 3;
+  if (m.rows() > 0) ASSERT_EQ(0, NSLPchgrowwt(slp, 0, &weight)) << slpError();
+  ASSERT_EQ(0, NSLPchgvar(slp, 0, nullptr, nullptr, nullptr, &penalty, &damp, nullptr, nullptr,
+                          nullptr, &history, nullptr, nullptr))
+      << slpError();
+  int index = 0;
+  ASSERT_EQ(0, NSLPsetstring(slp, &index, "a kept string"));
+  slp->data.userfuncs.add({"unused", 2, true, {}, nullptr, nullptr});
+  const double tols[NSLP_TOLSET_SIZE] = {1e-3, 0, 0, 2e-4, 0, 0}, estimate = 0.5, value = 0.125;
+  const int zero = 0, one = 1, objrow = -1, fixed = NSLP_DELTA_FIXED;
+  ASSERT_EQ(0, NSLPloadtolsets(slp, 1, tols)) << slpError();
+  ASSERT_EQ(0, nslptest::setVar(slp, 0, &nslptest::VarIn::tolset, one)) << slpError();
+  ASSERT_EQ(0, NSLPloaddfs(slp, 1, &zero, &objrow, &estimate)) << slpError();
+  ASSERT_EQ(0, NSLPchgdeltatype(slp, 1, &zero, &fixed, &value)) << slpError();
+  ASSERT_EQ(0, NSLPmsaddjob(slp, "a job", 1, &zero, &value, 0, nullptr, nullptr, 0, nullptr,
+                            nullptr, nullptr))
+      << slpError();
+  slp->data.cascade_order = {0};
+  slp->data.rowscale.assign(m.rows(), 0.25);
+  NSLPsetdblcontrol(slp, NSLP_CTRL_PENALTY, 250);
+
+  ASSERT_EQ(0, NSLPsaveas(slp, path("s.svf").c_str())) << slpError();
+  ASSERT_EQ(0, NSLPrestore(slp2, path("s").c_str())) << error2();
+  expectSameProblems();
+  std::vector<double> x1(m.cols()), x2(m.cols());
+  EXPECT_EQ(NSLPgetslpsol(slp, x1.data(), nullptr, nullptr, nullptr),
+            NSLPgetslpsol(slp2, x2.data(), nullptr, nullptr, nullptr));
+  EXPECT_TRUE(sameBits(x1, x2));
+
+  // The restored pair solves as the original does (each from the initial values).
+  if (rc == 0) {
+    ASSERT_EQ(0, NSLPnlpoptimize(slp2, integers ? "g" : "")) << error2();
+    ASSERT_EQ(0, optimize(integers ? "g" : "")) << slpError();
+    int status2 = -1;
+    double obj2 = NAN;
+    NSLPgetintattrib(slp2, NSLP_ATTR_STATUS, &status2);
+    NSLPgetdblattrib(slp2, NSLP_ATTR_OBJECTIVE, &obj2);
+    EXPECT_EQ(intAttr(NSLP_ATTR_STATUS), status2);
+    EXPECT_NEAR(objective(), obj2, 1e-6 * (1 + std::fabs(obj2)));
+  }
+  if (not_yet != kNotYet.end()) GTEST_SKIP() << not_yet->second;
+}
+
+INSTANTIATE_TEST_SUITE_P(Published, NlpTestProblem, ::testing::ValuesIn(nslptest::nlpStems()),
+                         [](const ::testing::TestParamInfo<std::string> &i) { return i.param; });
 
 TEST_F(NlFile, ReadingStartsTheNonlinearDataAfresh) {
   read(nslptest::nlpFile("hs071"));
@@ -183,8 +313,18 @@ std::ostream &operator<<(std::ostream &os, const BadCase &c) { return os << c.la
 
 class NlBadFile : public NlFile, public ::testing::WithParamInterface<BadCase> {};
 
-TEST_F(NlFile, SmallFileReads) {
-  read(writeText("small.mps", kGood));
+// The optimiser's reader refuses the nonlinear sections, changing nothing; this reader takes
+// them; the writer refuses column names that formulas cannot hold.
+TEST_F(NlFile, SmallFileReadsAndWritesOnlyWhatItCan) {
+  const std::string file = writeText("small.mps", kGood);
+  const nvrl::Model before = prob->model;
+  ASSERT_NE(NVRLreadprob(prob, file.c_str(), ""), 0);
+  EXPECT_NE(lastError().find("small.mps:10: section NLCOEFFICIENTS"), std::string::npos)
+      << lastError();
+  EXPECT_NE(lastError().find("NSLPreadprob"), std::string::npos);
+  iotest::expectSameModel(before, prob->model);
+
+  read(file);
   const nvrl::SlpData &d = slp->data;
   ASSERT_EQ(d.coefs.size(), 2u);
   EXPECT_EQ(std::tuple(-1, -1, 2.0), std::tuple(d.coefs[0].row, d.coefs[0].col, d.coefs[0].factor));
@@ -193,6 +333,12 @@ TEST_F(NlFile, SmallFileReads) {
   EXPECT_TRUE(d.columns[0].has_initial);
   EXPECT_EQ(d.columns[0].initial, 0.5);
   EXPECT_FALSE(d.columns[1].has_initial);
+
+  ASSERT_EQ(NVRLaddnames(prob, 2, "y-1", 1, 1), 0) << lastError();
+  const std::string out = path("out.mps");
+  ASSERT_NE(NSLPwriteprob(slp, out.c_str(), ""), 0);
+  EXPECT_NE(slpError().find("cannot be written"), std::string::npos) << slpError();
+  EXPECT_FALSE(fs::exists(out));
 }
 
 TEST_P(NlBadFile, FailsNamingTheLineAndChangesNothing) {
@@ -230,25 +376,6 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{"initial_bad_number", 14, "    x  1.5.5", 14, "invalid number"}),
     [](const auto &info) { return std::string(info.param.label); });
 
-TEST_F(NlFile, OptimiserReadRefusesNonlinearSections) {
-  const std::string file = writeText("small.mps", kGood);
-  const nvrl::Model before = prob->model;
-  ASSERT_NE(NVRLreadprob(prob, file.c_str(), ""), 0);
-  EXPECT_NE(lastError().find("small.mps:10: section NLCOEFFICIENTS"), std::string::npos)
-      << lastError();
-  EXPECT_NE(lastError().find("NSLPreadprob"), std::string::npos);
-  iotest::expectSameModel(before, prob->model);
-}
-
-TEST_F(NlFile, WriterRefusesColumnNamesThatFormulasCannotHold) {
-  read(writeText("small.mps", kGood));
-  ASSERT_EQ(NVRLaddnames(prob, 2, "y-1", 1, 1), 0) << lastError();
-  const std::string out = path("out.mps");
-  ASSERT_NE(NSLPwriteprob(slp, out.c_str(), ""), 0);
-  EXPECT_NE(slpError().find("cannot be written"), std::string::npos) << slpError();
-  EXPECT_FALSE(fs::exists(out));
-}
-
 TEST_F(NlFile, LpFilesHoldOnlyLinearProblems) {
   // Callers route a linear problem through this writer with 'g', and try this reader after
   // NVRLreadprob, with the same flags.
@@ -271,124 +398,12 @@ TEST_F(NlFile, LpFilesHoldOnlyLinearProblems) {
   EXPECT_TRUE(fs::exists(path("nl.mps")));
 }
 
-// ---- Nonlinear snapshots (NSLPsave, NSLPsaveas, NSLPrestore) and NSLPwriteslxsol: the solved
-// nonlinear test problems come back in another problem pair with their data, answers and
-// controls; user functions come back without their addresses; bad files change nothing.
-
-void expectSameState(const nvrl::SlpState &a, const nvrl::SlpState &b) {
-  // A restored problem is not presolved (the presolved form is not saved).
-  const int presolved = 1 << 29;
-  EXPECT_EQ(std::tuple(a.constant_col, a.statebits & ~presolved, a.nlpstatus, a.stopstatus,
-                       a.iterations, a.cascade_failures, a.presolve_fixed, a.presolve_linear),
-            std::tuple(b.constant_col, b.statebits, b.nlpstatus, b.stopstatus, b.iterations,
-                       b.cascade_failures, b.presolve_fixed, b.presolve_linear));
-  EXPECT_EQ(std::tuple(a.multistart.jobs_run, a.multistart.winner, a.multistart.jobs_optimal),
-            std::tuple(b.multistart.jobs_run, b.multistart.winner, b.multistart.jobs_optimal));
-  EXPECT_TRUE(sameBits(a.multistart.base_objective, b.multistart.base_objective));
-  EXPECT_TRUE(sameBits(a.detail.step, b.detail.step));
-  EXPECT_TRUE(sameBits(a.detail.penalty_total, b.detail.penalty_total));
-  EXPECT_EQ(a.detail.penalty_iterations, b.detail.penalty_iterations);
-  EXPECT_TRUE(sameBits({a.objval, a.last_penalty, a.fixed_penalty},
-                       {b.objval, b.last_penalty, b.fixed_penalty}));
-  EXPECT_TRUE(sameBits(a.x, b.x));
-  EXPECT_TRUE(sameBits(a.slack, b.slack));
-  EXPECT_TRUE(sameBits(a.duals, b.duals));
-  EXPECT_TRUE(sameBits(a.djs, b.djs));
-}
-
-// A second problem pair to restore into, and a directory for the files.
-class SlpSnapshotTest : public nslptest::NslpTest, public iotest::TestDir {
- protected:
-  SlpSnapshotTest() : TestDir("nvrl_slpsnap_") {}
-  void SetUp() override {
-    ASSERT_NO_FATAL_FAILURE(NslpTest::SetUp());
-    ASSERT_EQ(0, NVRLcreateprob(&prob2));
-    ASSERT_EQ(0, NSLPcreateprob(&slp2, &prob2));
-    NSLPsetintcontrol(slp2, NSLP_CTRL_LOG_LEVEL, 0);
-    NVRLsetintcontrol(prob2, NVRL_CTRL_LOG_LEVEL, 0);
-  }
-  void TearDown() override {
-    NSLPdestroyprob(slp2);
-    NVRLdestroyprob(prob2);
-    NslpTest::TearDown();
-  }
-  std::string error2() const { return nvtest::slpError(slp2); }
-  void expectSameProblems() {
-    expectSameData(slp->data, slp2->data);
-    expectSameState(slp->state, slp2->state);
-    EXPECT_EQ(attributes(slp), attributes(slp2));
-    EXPECT_EQ(slp->controls.ints, slp2->controls.ints);
-    EXPECT_EQ(slp->controls.dbls, slp2->controls.dbls);
-    EXPECT_EQ(prob->model.colnames, prob2->model.colnames);
-    EXPECT_EQ(prob->model.A.rows().val, prob2->model.A.rows().val);
-  }
-  NVRLprob prob2 = nullptr;
-  NSLPprob slp2 = nullptr;
-};
-
-// ----- The nonlinear test problems -----------------------------------------------------
-
-class SlpSnapshotFile : public SlpSnapshotTest, public ::testing::WithParamInterface<std::string> {};
-
-TEST_P(SlpSnapshotFile, SolvedProblemComesBackWithItsDataAndAnswers) {
-  const std::string file = nslptest::nlpFile(GetParam());
-  ASSERT_EQ(0, NSLPreadprob(slp, file.c_str(), "")) << slpError();
-  bool integers = false;
-  for (char t : model().coltype) integers = integers || t != 'C';
-  NSLPsetintcontrol(slp, NSLP_CTRL_ITERATION_LIMIT, 200);
-  const int rc = optimize(integers ? "g" : "");
-  // Settings of every kind the nonlinear data holds, so that each is carried.
-  const double weight = 2.5, damp = 0.25, penalty = 7;
-  const int history = 3;
-  if (model().rows() > 0) ASSERT_EQ(0, NSLPchgrowwt(slp, 0, &weight)) << slpError();
-  ASSERT_EQ(0, NSLPchgvar(slp, 0, nullptr, nullptr, nullptr, &penalty, &damp, nullptr, nullptr,
-                          nullptr, &history, nullptr, nullptr))
-      << slpError();
-  int index = 0;
-  ASSERT_EQ(0, NSLPsetstring(slp, &index, "a kept string"));
-  slp->data.userfuncs.add({"unused", 2, true, {}, nullptr, nullptr});
-  const double tols[NSLP_TOLSET_SIZE] = {1e-3, 0, 0, 2e-4, 0, 0}, estimate = 0.5, value = 0.125;
-  const int zero = 0, one = 1, objrow = -1, fixed = NSLP_DELTA_FIXED;
-  ASSERT_EQ(0, NSLPloadtolsets(slp, 1, tols)) << slpError();
-  ASSERT_EQ(0, nslptest::setVar(slp, 0, &nslptest::VarIn::tolset, one)) << slpError();
-  ASSERT_EQ(0, NSLPloaddfs(slp, 1, &zero, &objrow, &estimate)) << slpError();
-  ASSERT_EQ(0, NSLPchgdeltatype(slp, 1, &zero, &fixed, &value)) << slpError();
-  ASSERT_EQ(0, NSLPmsaddjob(slp, "a job", 1, &zero, &value, 0, nullptr, nullptr, 0, nullptr,
-                            nullptr, nullptr))
-      << slpError();
-  slp->data.cascade_order = {0};
-  slp->data.rowscale.assign(model().rows(), 0.25);
-  NSLPsetdblcontrol(slp, NSLP_CTRL_PENALTY, 250);
-
-  ASSERT_EQ(0, NSLPsaveas(slp, path("s.svf").c_str())) << slpError();
-  ASSERT_EQ(0, NSLPrestore(slp2, path("s").c_str())) << error2();
-  expectSameProblems();
-  std::vector<double> x1(model().cols()), x2(model().cols());
-  EXPECT_EQ(NSLPgetslpsol(slp, x1.data(), nullptr, nullptr, nullptr),
-            NSLPgetslpsol(slp2, x2.data(), nullptr, nullptr, nullptr));
-  EXPECT_TRUE(sameBits(x1, x2));
-
-  // The restored pair solves as the original does (each from the initial values).
-  if (rc != 0) return;
-  ASSERT_EQ(0, NSLPnlpoptimize(slp2, integers ? "g" : "")) << error2();
-  ASSERT_EQ(0, optimize(integers ? "g" : "")) << slpError();
-  int status2 = -1;
-  double obj2 = NAN;
-  NSLPgetintattrib(slp2, NSLP_ATTR_STATUS, &status2);
-  NSLPgetdblattrib(slp2, NSLP_ATTR_OBJECTIVE, &obj2);
-  EXPECT_EQ(intAttr(NSLP_ATTR_STATUS), status2);
-  EXPECT_NEAR(objective(), obj2, 1e-6 * (1 + std::fabs(obj2)));
-}
-
-INSTANTIATE_TEST_SUITE_P(Published, SlpSnapshotFile, ::testing::ValuesIn(nslptest::nlpStems()),
-                         [](const ::testing::TestParamInfo<std::string> &i) { return i.param; });
-
 // ----- User functions ------------------------------------------------------------------
 
 double squared(const double *x, void *) { return x[0] * x[0]; }
 
 // min (x - 3)^2 written as sq(x) - 6x + 9 with sq a user function.
-TEST_F(SlpSnapshotTest, UserFunctionsComeBackWithoutAddresses) {
+TEST_F(NlFile, UserFunctionsComeBackWithoutAddresses) {
   const int x = col(-10, 10, -6);
   slp->data.userfuncs.add(
       {"sq", 1, false, {}, reinterpret_cast<NSLPfuncaddress>(&squared), nullptr});
@@ -414,7 +429,7 @@ TEST_F(SlpSnapshotTest, UserFunctionsComeBackWithoutAddresses) {
 }
 
 // The restored problem is still followed by its nonlinear data on deletions.
-TEST_F(SlpSnapshotTest, RestoredDataFollowsDeletions) {
+TEST_F(NlFile, RestoredDataFollowsDeletions) {
   const int a = col(0, 1, 0), b = col(0, 4, 1);
   const int r = row('L', 3, {{a, 1}});
   coef(r, -1, 1.0, nslptest::F().x(b).k(2).pow());
@@ -431,7 +446,7 @@ TEST_F(SlpSnapshotTest, RestoredDataFollowsDeletions) {
 
 // ----- Solution files ------------------------------------------------------------------
 
-TEST_F(SlpSnapshotTest, SolutionFileHoldsTheNonlinearAnswer) {
+TEST_F(NlFile, SolutionFileHoldsTheNonlinearAnswer) {
   const int x = col(-5, 5, 0, 'C', 0, "x");
   formulaObjective(nslptest::F().x(x).k(1).sub().k(2).pow());  // (x - 1)^2
   EXPECT_NE(0, NSLPwriteslxsol(slp, path("n.slx").c_str(), ""));
@@ -454,30 +469,27 @@ TEST_F(SlpSnapshotTest, SolutionFileHoldsTheNonlinearAnswer) {
 
 // ----- Bad files -----------------------------------------------------------------------
 
-TEST_F(SlpSnapshotTest, BadFilesChangeNeitherProblem) {
+TEST_F(NlFile, BadFilesChangeNeitherProblem) {
   const int x = col(0, 2, 1, 'C', 0, "x");
   coef(row('L', 1, {}), -1, 1.0, nslptest::F().x(x).k(2).pow());
   ASSERT_EQ(0, optimize()) << slpError();
   ASSERT_EQ(0, NSLPsaveas(slp, path("good.svf").c_str()));
   ASSERT_EQ(0, NVRLsaveas(prob, path("linear.svf").c_str()));
   const std::string good = readBytes(path("good.svf"));
-  std::ofstream(path("cut.svf"), std::ios::binary) << good.substr(0, good.size() - 20);
-
-  // Forged: a coefficient on a row the model lacks, with a valid checksum.
-  snap::Writer w;
-  snap::writeProblem(w, prob->model, prob->sol, prob->controls);
-  w.record(0x41544144, [&](snap::Writer &d) {
-    d.record(1, [&](snap::Writer &c) {
-      c.u64(1);
-      c.i32(5), c.i32(-1), c.f64(1.0), c.u64(1), c.i32(NSLP_TOK_EOF), c.f64(0);
-    });
+  iotest::writeBytes(path("cut.svf"), good.substr(0, good.size() - 20));
+  // Forged with a valid checksum: nonlinear data holding a coefficient on a row the model
+  // lacks, or a field this build does not know.
+  const auto forge = [&](const char *leaf, uint32_t field, std::function<void(snap::Writer &)> f) {
+    snap::Writer w;
+    snap::writeProblem(w, prob->model, prob->sol, prob->controls);
+    w.record(0x41544144, [&](snap::Writer &d) { d.record(field, f); });
+    iotest::writeBytes(path(leaf), snap::wrap(snap::Kind::Nonlinear, w.bytes()));
+  };
+  forge("forged.svf", 1, [](snap::Writer &c) {
+    c.u64(1);
+    c.i32(5), c.i32(-1), c.f64(1.0), c.u64(1), c.i32(NSLP_TOK_EOF), c.f64(0);
   });
-  std::ofstream(path("forged.svf"), std::ios::binary) << snap::wrap(snap::Kind::Nonlinear, w.bytes());
-  // A field of the nonlinear data this build does not know.
-  snap::Writer u;
-  snap::writeProblem(u, prob->model, prob->sol, prob->controls);
-  u.record(0x41544144, [&](snap::Writer &d) { d.record(99, [](snap::Writer &) {}); });
-  std::ofstream(path("newer.svf"), std::ios::binary) << snap::wrap(snap::Kind::Nonlinear, u.bytes());
+  forge("newer.svf", 99, [](snap::Writer &) {});
 
   // slp2 holds a problem of its own, which must survive every failed restore.
   ASSERT_EQ(0, NSLPrestore(slp2, path("good").c_str()));
@@ -500,51 +512,5 @@ TEST_F(SlpSnapshotTest, BadFilesChangeNeitherProblem) {
   EXPECT_NE(0, NSLPsaveas(nullptr, path("x").c_str()));
   EXPECT_NE(0, NSLPrestore(nullptr, "x"));
 }
-
-// ---- The nonlinear test problems of tests/data/nlp (Hock-Schittkowski problems and small
-// quadratically constrained and mixed-integer ones) solved from their own starting points
-// against the optimum each file states.
-
-class NlpDataFile : public nslptest::SlpPairTest<std::string> {};
-
-// Files the solver does not settle yet, with what it does instead (skipped, so that they show
-// in every run's summary; remove an entry once its file passes).
-const std::map<std::string, std::string> kNotYet = {
-    {"hs002", "ends at 4.9412, HS 2's other local minimum (as Ipopt does from this start)"},
-    {"hs013", "degenerate optimum (no constraint qualification): ends at 0.99981 (Ipopt at "
-              "0.9946)"},
-};
-
-// Files whose optimal point is unique, so that the point reached is checked as well.
-const std::set<std::string> kUniquePoint = {"hs001", "hs006", "hs007", "hs043", "hs071"};
-
-TEST_P(NlpDataFile, ReachesTheStatedOptimum) {
-  if (auto it = kNotYet.find(GetParam()); it != kNotYet.end()) GTEST_SKIP() << it->second;
-  const std::string file = nslptest::nlpFile(GetParam());
-  const nslptest::Published pub = nslptest::published(file);
-  ASSERT_FALSE(std::isnan(pub.optimum)) << "no optimum comment in " << file;
-  ASSERT_EQ(0, NSLPreadprob(slp, file.c_str(), "")) << file;
-  const nvrl::Model &m = prob->model;
-  bool integers = false;
-  for (char t : m.coltype) integers = integers || t != 'C';
-  ASSERT_EQ(0, NSLPnlpoptimize(slp, integers ? "g" : "")) << error();
-  const int status = intAttr(NSLP_ATTR_STATUS);
-  EXPECT_TRUE(status == NSLP_NLP_LOCALLY_OPTIMAL || status == NSLP_NLP_GLOBALLY_OPTIMAL)
-      << "status " << status;
-  EXPECT_EQ(NVRL_STOP_NONE, intAttr(NSLP_ATTR_STOP_STATUS));
-  EXPECT_NEAR(pub.optimum, dblAttr(NSLP_ATTR_OBJECTIVE),
-              std::max(1e-5, 10 * pub.tolerance) * std::max(1.0, std::fabs(pub.optimum)));
-  std::vector<double> x(m.cols()), slack(m.rows());
-  ASSERT_EQ(0, NSLPgetslpsol(slp, x.data(), slack.data(), nullptr, nullptr)) << error();
-  // The slack is the full nonlinear activity's: it vanishes on the equality rows.
-  for (int i = 0; i < m.rows(); ++i)
-    if (m.rowtype[i] == 'E') EXPECT_NEAR(0.0, slack[i], 1e-6) << m.rownames[i];
-  if (kUniquePoint.count(GetParam()))
-    for (int j = 0; j < m.cols(); ++j)
-      EXPECT_NEAR(pub.solution.at(m.colnames[j]), x[j], 1e-4) << m.colnames[j];
-}
-
-INSTANTIATE_TEST_SUITE_P(Published, NlpDataFile, ::testing::ValuesIn(nslptest::nlpStems()),
-                         [](const ::testing::TestParamInfo<std::string> &i) { return i.param; });
 
 }  // namespace
