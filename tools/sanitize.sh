@@ -22,5 +22,9 @@ LSAN_OPTIONS=suppressions=$PWD/tools/lsan_alloc_failures.supp \
     ctest --test-dir build/asan --output-on-failure -j "${JOBS:-2}" -R AllocFailure
 
 preload="$(g++ -print-file-name=libasan.so) $(g++ -print-file-name=libubsan.so)"
+# Output is captured at the Python level only: a sanitizer report is written to file
+# descriptor 2 just before the abort, and pytest's descriptor capture would lose it with the
+# process.
 LD_PRELOAD="$preload" ASAN_OPTIONS=detect_leaks=0:abort_on_error=1:allocator_may_return_null=1 \
-    PYTHONPATH=build/asan/stage .venv/bin/python -m pytest tests -p no:cacheprovider "$@"
+    PYTHONPATH=build/asan/stage .venv/bin/python -m pytest tests -p no:cacheprovider \
+    --capture=sys "$@"

@@ -89,8 +89,14 @@ void object_slab::close(chunk *c) {
 
 void object_slab::retire(chunk *c) {
   close(c);
-  if (pooled < kPoolChunks) pool[pooled++] = c;
-  else munmap(c, kChunkBytes);
+  if (pooled < kPoolChunks) {
+    pool[pooled++] = c;
+  } else {
+    // The address sanitizer keeps poisoning across munmap: whatever is mapped here next (the
+    // interpreter's own arenas) would be reported as a use of freed storage.
+    SLAB_UNPOISON(c, kChunkBytes);
+    munmap(c, kChunkBytes);
+  }
 }
 
 void *object_slab::allocate() {
