@@ -3,7 +3,6 @@
 // piecewise-linear constraints and set names.
 #include <algorithm>
 #include <climits>
-#include <cstdio>
 #include <string>
 #include <vector>
 

@@ -22,8 +22,7 @@ bool nonlinear(const problem_s *p) {
 }
 
 // (name, flags="") parsed by format ("s|s:method", or "|ss:method" when the name may be left
-// out), then the
-// entry check: the problem, or null with an exception set.
+// out), then the entry check: the problem, or null with an exception set.
 problem_s *name_and_flags(PyObject *self, PyObject *args, PyObject *kwargs, const char *format,
                           const char *name_kw, const char **name, const char **flags) {
   const char *kw[] = {name_kw, "flags", nullptr};

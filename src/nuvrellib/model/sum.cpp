@@ -101,11 +101,7 @@ int combine_failed() {
   }
   if (!PyErr_ExceptionMatches(PyExc_TypeError) && !PyErr_ExceptionMatches(PyExc_ValueError))
     return -1;
-  PyObject *cause = PendingError().take_value();
-  PyErr_SetString(nvpy_model_exc, kIncorrectObjects);
-  PendingError raised;
-  PyException_SetCause(raised.value(), cause);  // takes the reference to cause
-  return -1;
+  return nvo_error_from_pending(nvpy_model_exc, kIncorrectObjects);
 }
 
 // Whether the in-place step may combine elem into acc, an array. numpy's in-place operators

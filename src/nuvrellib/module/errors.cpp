@@ -5,6 +5,7 @@
 
 #include "module/env.h"
 #include "module/functions.h"
+#include "module/pyref.h"
 #include "nvrl.h"
 
 namespace {
@@ -69,6 +70,14 @@ PyObject *setNvrlErrIfNull(PyObject *owner, PyObject *result) {
 
 nvo_failure nvo_model_error(const char *msg) {
   if (!PyErr_Occurred()) PyErr_SetString(nvpy_model_exc, msg);
+  return {};
+}
+
+nvo_failure nvo_error_from_pending(PyObject *type, const char *msg) {
+  PyObject *cause = PendingError().take_value();
+  PyErr_SetString(type, msg);
+  PendingError raised;
+  PyException_SetCause(raised.value(), cause);  // takes the reference to cause
   return {};
 }
 

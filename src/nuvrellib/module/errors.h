@@ -16,6 +16,10 @@ struct nvo_failure {
 // and is kept.
 nvo_failure nvo_model_error(const char *msg);
 
+// Raises type msg with the pending exception (which must be set) as its cause, as `raise ...
+// from` does: the caller's error names what failed, the cause says why.
+nvo_failure nvo_error_from_pending(PyObject *type, const char *msg);
+
 // Raises the library's last error for owner (a problem, a branching object, or null for the
 // global environment), as setNvrlErrIfNull does for a null result.
 nvo_failure nvo_library_error(PyObject *owner);

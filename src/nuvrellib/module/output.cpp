@@ -4,11 +4,12 @@
 
 #include <cstring>
 
-#include "module/functions.h"
 #include "module/env.h"
-#include "module/scalars.h"
+#include "module/errors.h"
+#include "module/functions.h"
 #include "module/numpy_api.h"
 #include "module/pyref.h"
+#include "module/scalars.h"
 
 int output_state(int newval) {
   EnvLock lock(nvr_py_env.mtx_output);
@@ -88,12 +89,9 @@ PyObject *nuvrelmod_setOutputEnabled(PyObject *self, PyObject *flag) {
     // and the ModelError would then surface later, at an unrelated line.
     PyErr_SetString(nvpy_model_exc,
                     "Incorrect argument in setOutputEnabled: should be True or False");
-    PyObject *cause = PendingError().take_value();
-    PyErr_SetString(PyExc_SystemError,
-                    "<built-in function setOutputEnabled> returned a result with an exception set");
-    PendingError raised;
-    PyException_SetCause(raised.value(), cause);  // takes the reference to cause
-    return nullptr;
+    return nvo_error_from_pending(
+        PyExc_SystemError,
+        "<built-in function setOutputEnabled> returned a result with an exception set");
   }
   Py_RETURN_NONE;
 }
